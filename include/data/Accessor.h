@@ -1,0 +1,82 @@
+// Reads and rewrites the metadata inside a file, without the application that wrote it.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Associations.h>
+#include <data/ReadPolicy.h>
+#include <data/WritePolicy.h>
+#include <debug/Export.h>
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+namespace orbo::Data {
+
+class Structure;
+
+/// Ask for one by file name, `read`, inspect and edit `associations()`, `write`. Messages are
+/// appended to the caller's `errors`, never cleared from it, a line each.
+class METADATA_API Accessor {
+  public:
+    /// Orders by name, byte by byte; throws `std::invalid_argument` for null.
+    struct METADATA_API StructureNameLessThan {
+        bool operator()(const Structure* left, const Structure* right) const;
+    };
+    using StructureSet = std::set<const Structure*, StructureNameLessThan>;
+    using AssociationsMap = std::map<std::string, Associations>;
+
+    /// By the text behind the last ".", without regard to case; a name without "." is an extension
+    /// itself. Null when nobody serves it.
+    static std::unique_ptr<Accessor> accessorByExtension(const std::string& fileName);
+    /// In lower case.
+    static std::set<std::string> supportedExtensions();
+    /// Null when there is no accessor for the file or it cannot be read.
+    static std::unique_ptr<Accessor> readFile(const std::string& fileName, std::string& errors);
+
+    virtual ~Accessor();
+    Accessor(const Accessor&) = delete;
+    Accessor& operator=(const Accessor&) = delete;
+
+    bool read(const std::string& fileName, std::string& errors);
+    /// Null means all names. True when the file was scanned to its end, also when single statements
+    /// could not be used; those have messages, and the next `write` keeps them. On failure, and
+    /// when a format throws, the accessor is empty. The caller's structure registry is as before.
+    bool read(const std::string& fileName, const std::set<std::string>* structureNames,
+              const std::set<std::string>* associationNames, std::string& errors);
+    /// Writes `structures()` and `associations()` into `fileName()`.
+    virtual bool write(std::string& errors) const;
+    [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
+
+    /// By node name; the scene's own under the empty name. Edits are what `write` stores.
+    [[nodiscard]] AssociationsMap& associations();
+    [[nodiscard]] const AssociationsMap& associations() const;
+    [[nodiscard]] const StructureSet& structures() const;
+    /// Takes a reference on each. Throws `std::invalid_argument`, with nothing changed, for null.
+    void setStructures(const StructureSet& structures);
+    /// Empties both; the file name stays.
+    void clear();
+    /// Of the last `read`.
+    [[nodiscard]] const std::string& fileName() const;
+
+    [[nodiscard]] const WritePolicy& writePolicy() const;
+    void setWritePolicy(const WritePolicy& policy);
+    [[nodiscard]] const ReadPolicy& readPolicy() const;
+    void setReadPolicy(const ReadPolicy& policy);
+
+  protected:
+    Accessor();
+
+    /// Reads `fileName()`: registers the structures it finds, which are taken over into
+    /// `structures()`, and fills `associations()`. Null sets mean all names.
+    virtual bool readImplementation(const std::set<std::string>* structureNames,
+                                    const std::set<std::string>* associationNames,
+                                    std::string& errors) = 0;
+
+  private:
+    struct Impl;
+    std::unique_ptr<Impl> fImpl;
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,32 @@
+// The text format of channels: a name and the texts of the streams.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/ChannelSerializer.h>
+#include <data/SerializerRaw.h>
+#include <debug/Export.h>
+
+#include <string>
+
+namespace orbo::Data {
+
+/// Needs a line break behind the closing keyword.
+class METADATA_API ChannelSerializerRaw : public ChannelSerializer, private SerializerRaw {
+  public:
+    static const ChannelSerializerRaw& theFormat();
+
+    /// "raw".
+    [[nodiscard]] const char* formatType() const override;
+    ~ChannelSerializerRaw() override;
+    Channel* read(std::istream& in, std::string& errors) const override;
+    int write(const Channel& channel, std::ostream& out, std::string& errors) const override;
+    void getFormatDescription(std::ostream& out) const override;
+
+  private:
+    /// Becomes the family's default.
+    ChannelSerializerRaw();
+    ChannelSerializerRaw(const ChannelSerializerRaw&) = delete;
+    ChannelSerializerRaw& operator=(const ChannelSerializerRaw&) = delete;
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,107 @@
+// One typed, dimensioned field of a Structure, and the library's table of data types.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <debug/Export.h>
+
+namespace orbo::Debug {
+class Count;
+class Footprint;
+class ObjectCounter;
+class Print;
+}  // namespace orbo::Debug
+
+namespace orbo::Data {
+
+class Layout;
+class Structure;
+
+/// A member's values lie one behind the other from `offset()` on, in a chunk: the data block of one
+/// element. A default is all zero bits: false, 0, a matrix of zeros, a null string.
+class METADATA_API Member {
+  public:
+    /// The text formats use the names that `typeName` gives.
+    enum eDataType {
+        kBoolean = 0,
+        kDouble = 1,
+        kDoubleMatrix4x4 = 2,  ///< 16 doubles, row after row
+        kFloat = 3,
+        kFloatMatrix4x4 = 4,  ///< 16 floats, row after row
+        kInt8 = 5,
+        kInt16 = 6,
+        kInt32 = 7,
+        kInt64 = 8,
+        kString = 9,  ///< pointer to an owned, NUL-terminated string, or null
+        kUInt8 = 10,
+        kUInt16 = 11,
+        kUInt32 = 12,
+        kUInt64 = 13,
+        kInvalid = 14  ///< no such type; also the number of types
+    };
+
+    /// The offset of a member that is in no structure yet.
+    static constexpr unsigned long long kNotPlaced = ~0ULL;
+
+    Member();
+    Member(const Member& other);
+    Member(Member&& other) noexcept;
+    Member& operator=(const Member& other);
+    ~Member();
+
+    bool operator==(const Member& other) const { return !(*this != other); }
+    /// Members with equal types, offsets, lengths and names are equal; a null name only equals
+    /// null.
+    bool operator!=(const Member& other) const;
+
+    [[nodiscard]] eDataType type() const { return type(this); }
+    /// The number of values.
+    [[nodiscard]] unsigned int length() const { return length(this); }
+    /// Lives as long as the member; null in a member that no structure made.
+    [[nodiscard]] const char* name() const { return name(this); }
+    /// Bytes from the start of the chunk to the first value.
+    [[nodiscard]] unsigned long long offset() const { return offset(this); }
+    /// Bytes to value `k`. The distance to the first value wraps at 32 bits.
+    [[nodiscard]] unsigned long long offset(unsigned int k) const { return offset(this, k); }
+
+    /// The same for a member that may be null: `kInvalid`, 0, null, `kNotPlaced` and 0.
+    static eDataType type(const Member* member);
+    static unsigned int length(const Member* member);
+    static const char* name(const Member* member);
+    static unsigned long long offset(const Member* member);
+    static unsigned long long offset(const Member* member, unsigned int k);
+
+    /// "invalid" for everything that is not a type.
+    static const char* typeName(eDataType type);
+    /// Exact and case-sensitive; `kInvalid` for null and for every other text.
+    static eDataType typeFromName(const char* name);
+    /// Bytes of one value (a matrix is one value); 0 for what is not a type.
+    static int typeSize(eDataType type);
+    static int typeAlignment(eDataType type);
+
+    static bool Debug(const Member* member, Debug::Count& count);
+    static unsigned long long objectsCreated();
+    static unsigned long long objectsAlive();
+
+  private:
+    friend class Layout;
+    friend class Structure;
+
+    Member(eDataType type, unsigned int length, const char* name, unsigned long long offset);
+
+    bool fillWithDefault(char* chunk) const;
+    bool isDefault(const char* chunk) const;
+    bool constructDuplicate(char* destination, const char* source) const;
+    bool destroy(char* chunk) const;
+
+    static bool Debug(const Member* member, Debug::Footprint& footprint);
+    static bool Debug(const Member* member, Debug::Print& print);
+
+    eDataType fType = kInvalid;
+    char* fName = nullptr;
+    unsigned int fLength = 0;
+    unsigned long long fOffset = 0;
+
+    static Debug::ObjectCounter _objects;
+};
+
+}  // namespace orbo::Data

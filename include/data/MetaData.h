@@ -1,0 +1,44 @@
+// Everything that the library offers.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+#include <data/AccessorFactory.h>
+#include <data/AccessorQuil.h>
+#include <data/Associations.h>
+#include <data/AssociationsIterator.h>
+#include <data/AssociationsSerializer.h>
+#include <data/AssociationsSerializerRaw.h>
+#include <data/Attach.h>
+#include <data/AttachDirectly.h>
+#include <data/Channel.h>
+#include <data/ChannelIterator.h>
+#include <data/ChannelSerializer.h>
+#include <data/ChannelSerializerRaw.h>
+#include <data/Handle.h>
+#include <data/Index.h>
+#include <data/IndexPair.h>
+#include <data/IndexString.h>
+#include <data/IndexText.h>
+#include <data/IndexType.h>
+#include <data/Member.h>
+#include <data/ReadPolicy.h>
+#include <data/SerializerFamily.h>
+#include <data/SerializerRaw.h>
+#include <data/Stream.h>
+#include <data/StreamIterator.h>
+#include <data/StreamSerializer.h>
+#include <data/StreamSerializerRaw.h>
+#include <data/Structure.h>
+#include <data/StructureIterator.h>
+#include <data/StructureSerializer.h>
+#include <data/StructureSerializerRaw.h>
+#include <data/WritePolicy.h>
+#include <debug/CRTP_Debug.h>
+#include <debug/Checkpointed.h>
+#include <debug/Count.h>
+#include <debug/Export.h>
+#include <debug/Footprint.h>
+#include <debug/Print.h>
+#include <debug/RefCounted.h>
+#include <debug/RefPtr.h>

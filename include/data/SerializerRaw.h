@@ -1,0 +1,47 @@
+// Keywords and string helpers that the raw text formats share.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <debug/Export.h>
+
+#include <string>
+#include <vector>
+
+namespace orbo::Data {
+
+class METADATA_API SerializerRaw {
+  public:
+    enum eKeyword {
+        kEquals = 0,
+        kEndAssociations = 1,
+        kEndChannel = 2,
+        kChannel = 3,
+        kChannelName = 4,
+        kIndexType = 5,
+        kSeparator = 6,
+        kRaw = 7,
+        kEndStream = 8,
+        kStream = 9,
+        kStreamName = 10,
+        kStructure = 11,
+        kStructureName = 12
+    };
+
+  protected:
+    /// "????" for what is not a keyword.
+    static const char* keyword(eKeyword keyword);
+    /// Trims both ends in place and returns a copy; blanks inside stay, whatever the name says.
+    static std::string collapseWhitespace(std::string& text);
+    /// Shrinks each run of line feeds and ":" to one ":", in place, and returns a copy.
+    static std::string standardizeSeparators(std::string& text);
+    /// Appends the pieces; no empty piece behind a last separator, none of an empty text.
+    static std::vector<std::string>& splitString(const std::string& text, char separator,
+                                                 std::vector<std::string>& pieces);
+
+    SerializerRaw() = default;
+    SerializerRaw(const SerializerRaw&) = default;
+    SerializerRaw& operator=(const SerializerRaw&) = default;
+    ~SerializerRaw() = default;
+};
+
+}  // namespace orbo::Data

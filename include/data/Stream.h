@@ -1,0 +1,107 @@
+// A named, indexed collection of elements of one structure.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Handle.h>
+#include <data/Index.h>
+#include <data/StreamIterator.h>
+#include <debug/Export.h>
+
+#include <string>
+
+namespace orbo::Data {
+
+class StreamImpl;
+class Structure;
+
+/// A handle on shared storage: copies see each other's changes until one calls `makeUnique`.
+///
+/// Storage is mapped (any index, elements where they were set) or dense (one array over the numbers
+/// from 0; every number below the count is an element). Handles and iterators on elements are good
+/// until that element goes, until dense storage grows, or until the structure gets new members.
+class METADATA_API Stream {
+  public:
+    using iterator = StreamIterator;
+    using const_iterator = StreamIterator;
+
+    /// Mapped storage with numeric indices. Keeps the structure alive.
+    Stream(const Structure& structure, const std::string& name);
+    Stream(const Stream& other);
+    Stream& operator=(const Stream& other);
+    /// True when both share their storage.
+    bool operator==(const Stream& other) const;
+    bool operator!=(const Stream& other) const { return !(*this == other); }
+    ~Stream();
+
+    /// Detaches from streams that share the storage, by a deep copy; false if there are none.
+    bool makeUnique();
+
+    [[nodiscard]] const std::string& name() const;
+    [[nodiscard]] const Structure& structure() const;
+    [[nodiscard]] const std::string& indexType() const;
+    /// A flag for callers. Copies of the storage do not take it over.
+    [[nodiscard]] bool useDefaults() const;
+    /// Returns the previous value.
+    bool setUseDefaults(bool use);
+
+    [[nodiscard]] unsigned int elementCount() const;
+    [[nodiscard]] bool empty() const { return elementCount() == 0; }
+    [[nodiscard]] bool hasElement(Index index) const;
+    /// On the stored element, at its first member; without data when there is no such element.
+    Handle element(Index index);
+    /// Stores a copy. False for a handle of another structure object, even an equal one, and when
+    /// memory runs out. Dense storage also refuses handles without data.
+    bool setElement(Index index, const Handle& handle);
+    /// Dense storage sets the element to its default instead. Always true.
+    bool removeElement(Index index);
+    /// False without an element at `from`. One at `to` is replaced.
+    bool reindexElement(Index from, Index to);
+    /// False unless both are there.
+    bool swapElements(Index first, Index second);
+    /// Dense storage is resized to last - first + 1 elements when it holds fewer, to one less than
+    /// that when it holds more. Mapped storage only notes the range.
+    bool setElementRange(Index first, Index last);
+    bool clear();
+
+    [[nodiscard]] StreamIterator begin();
+    [[nodiscard]] StreamIterator end();
+    [[nodiscard]] StreamIterator begin() const { return cbegin(); }
+    [[nodiscard]] StreamIterator end() const { return cend(); }
+    [[nodiscard]] StreamIterator cbegin() const;
+    [[nodiscard]] StreamIterator cend() const;
+
+    /// Sets this stream's elements 0 to n - 1 to those of the other stream that are there, n being
+    /// the other's element count; stops with false at the first that cannot be set.
+    bool mergeStream(const Stream& other);
+    /// False when the stream has elements.
+    bool setStructure(const Structure& structure);
+    /// False when the stream has elements; throws `Index::eCreatorNotFound` for an unknown type.
+    /// A new type means mapped storage.
+    bool setIndexType(const std::string& typeName);
+    /// Moves the elements to the other kind of storage; streams that shared the old one keep it.
+    /// Returns true when there was nothing to carry, false when elements were carried, and false
+    /// with nothing changed when they cannot be.
+    bool useDenseStorage(bool dense);
+
+    static const char* const kDebugHex;  ///< "hex"
+    static bool Debug(const Stream* stream, Debug::Count& count);
+    static bool Debug(const Stream* stream, Debug::Footprint& footprint);
+    static bool Debug(const Stream* stream, Debug::Print& print);
+    static unsigned long long objectsCreated();
+    static unsigned long long objectsAlive();
+
+  private:
+    friend class StreamAccess;
+
+    /// Named "Stream", mapped, with an empty structure; the storage is made when first needed.
+    Stream();
+
+    StreamImpl& impl() const;
+    void setImpl(StreamImpl* impl);
+
+    mutable StreamImpl* fImpl = nullptr;  // one reference
+
+    static Debug::ObjectCounter _objects;
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,64 @@
+// Walks the elements of a Stream in index order.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Handle.h>
+#include <data/Index.h>
+#include <debug/Export.h>
+
+#include <cstddef>
+#include <iterator>
+#include <memory>
+
+namespace orbo::Data {
+
+class StreamIteratorImpl;
+
+/// Yields a handle on the element, which it re-points as it walks: position the handle on a member
+/// once and it stays there. Does not keep the stream alive. At the end the handle has no data.
+class METADATA_API StreamIterator {
+  public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = Handle;
+    using difference_type = std::ptrdiff_t;
+    using pointer = Handle*;
+    using reference = Handle&;
+
+    /// Walks nothing. What is marked (*) throws `std::runtime_error` on it.
+    StreamIterator();
+    StreamIterator(const StreamIterator& other);
+    StreamIterator(StreamIterator&& other) noexcept;
+    StreamIterator& operator=(const StreamIterator& other);
+    StreamIterator& operator=(StreamIterator&& other) noexcept;
+    ~StreamIterator();
+
+    Handle& operator*();               // (*)
+    const Handle& operator*() const;   // (*)
+    Handle* operator->();              // (*)
+    const Handle* operator->() const;  // (*)
+
+    /// (*) Stays at the end.
+    StreamIterator& operator++();
+    /// (*) Inverted: leaves this iterator where it is and returns one a step further.
+    [[nodiscard]] StreamIterator operator++(int);
+
+    /// (*) Of the current element; at the end 4294967295 (dense) or 0 (mapped).
+    [[nodiscard]] Index index() const;
+    [[nodiscard]] bool valid() const;
+
+    bool operator==(const StreamIterator& other) const { return !(*this != other); }
+    bool operator!=(const StreamIterator& other) const;
+
+  protected:
+    friend class Stream;
+    /// Takes the object over.
+    explicit StreamIterator(StreamIteratorImpl* impl);
+
+    StreamIteratorImpl& impl();
+    [[nodiscard]] const StreamIteratorImpl& impl() const;
+
+  private:
+    std::unique_ptr<StreamIteratorImpl> fImpl;
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,36 @@
+// Base of the formats that a stream travels in.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SerializerFamily.h>
+#include <debug/Export.h>
+
+#include <iosfwd>
+#include <string>
+
+namespace orbo::Data {
+
+class Stream;
+class StreamSerializer;
+
+extern template class SerializerFamily<StreamSerializer>;
+
+class METADATA_API StreamSerializer : public SerializerFamily<StreamSerializer> {
+  public:
+    /// The name that files give the format.
+    [[nodiscard]] virtual const char* formatType() const = 0;
+    virtual ~StreamSerializer();
+    /// A new object that the caller owns, or null; messages are appended to `errors`.
+    virtual Stream* read(std::istream& in, std::string& errors) const = 0;
+    /// Returns the number of errors; messages are appended to `errors`.
+    virtual int write(const Stream& stream, std::ostream& out, std::string& errors) const = 0;
+    /// For people, with a sample.
+    virtual void getFormatDescription(std::ostream& out) const = 0;
+
+  protected:
+    StreamSerializer() = default;
+    StreamSerializer(const StreamSerializer&) = default;
+    StreamSerializer& operator=(const StreamSerializer&) = default;
+};
+
+}  // namespace orbo::Data

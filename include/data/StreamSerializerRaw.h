@@ -1,0 +1,47 @@
+// The text format of streams: header lines, then two lines for each element.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SerializerRaw.h>
+#include <data/StreamSerializer.h>
+#include <debug/Export.h>
+
+#include <string>
+
+namespace orbo::Data {
+
+class Handle;
+class Structure;
+
+/// Reading needs the structure to be registered under the name in the text.
+class METADATA_API StreamSerializerRaw : public StreamSerializer, private SerializerRaw {
+  public:
+    static const StreamSerializerRaw& theFormat();
+
+    /// "raw".
+    [[nodiscard]] const char* formatType() const override;
+    ~StreamSerializerRaw() override;
+    Stream* read(std::istream& in, std::string& errors) const override;
+    int write(const Stream& stream, std::ostream& out, std::string& errors) const override;
+    void getFormatDescription(std::ostream& out) const override;
+
+    /// Reads one element's values into `handle`, strings replaced without being freed. `record` is
+    /// for messages. Returns the number of errors; `errors` then holds the last member's messages.
+    unsigned int readStructure(const Structure& structure, std::istream& in, unsigned int record,
+                               Handle& handle, std::string& errors) const;
+    /// The same for the handle's current member.
+    unsigned int readMember(std::istream& in, unsigned int record, Handle& handle,
+                            std::string& errors) const;
+    /// Writes the values of the handle's current member, separated by blanks. Returns the number of
+    /// errors.
+    virtual int writeMember(Handle& handle, unsigned int record, std::ostream& out,
+                            std::string& errors) const;
+
+  private:
+    /// Becomes the family's default.
+    StreamSerializerRaw();
+    StreamSerializerRaw(const StreamSerializerRaw&) = delete;
+    StreamSerializerRaw& operator=(const StreamSerializerRaw&) = delete;
+};
+
+}  // namespace orbo::Data

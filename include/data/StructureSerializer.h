@@ -1,0 +1,37 @@
+// Base of the formats that a structure travels in.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SerializerFamily.h>
+#include <debug/Export.h>
+
+#include <iosfwd>
+#include <string>
+
+namespace orbo::Data {
+
+class Structure;
+class StructureSerializer;
+
+extern template class SerializerFamily<StructureSerializer>;
+
+class METADATA_API StructureSerializer : public SerializerFamily<StructureSerializer> {
+  public:
+    /// The name that files give the format.
+    [[nodiscard]] virtual const char* formatType() const = 0;
+    virtual ~StructureSerializer();
+    /// A new object that the caller owns, without references and not registered, or null; messages
+    /// are appended to `errors`.
+    virtual Structure* read(std::istream& in, std::string& errors) const = 0;
+    /// Returns the number of errors.
+    virtual int write(const Structure& structure, std::ostream& out) const = 0;
+    /// For people, with a sample.
+    virtual void getFormatDescription(std::ostream& out) const = 0;
+
+  protected:
+    StructureSerializer() = default;
+    StructureSerializer(const StructureSerializer&) = default;
+    StructureSerializer& operator=(const StructureSerializer&) = default;
+};
+
+}  // namespace orbo::Data

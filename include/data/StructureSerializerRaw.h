@@ -1,0 +1,32 @@
+// The text format of structures, as in "name=Tag:int32=ID:float[3]=Origin".
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SerializerRaw.h>
+#include <data/StructureSerializer.h>
+#include <debug/Export.h>
+
+#include <string>
+
+namespace orbo::Data {
+
+/// Fields are separated by colons or line feeds.
+class METADATA_API StructureSerializerRaw : public StructureSerializer, private SerializerRaw {
+  public:
+    static const StructureSerializerRaw& theFormat();
+
+    /// "raw".
+    [[nodiscard]] const char* formatType() const override;
+    ~StructureSerializerRaw() override;
+    Structure* read(std::istream& in, std::string& errors) const override;
+    int write(const Structure& structure, std::ostream& out) const override;
+    void getFormatDescription(std::ostream& out) const override;
+
+  private:
+    /// Becomes the family's default.
+    StructureSerializerRaw();
+    StructureSerializerRaw(const StructureSerializerRaw&) = delete;
+    StructureSerializerRaw& operator=(const StructureSerializerRaw&) = delete;
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,22 @@
+// What writing a scene does beyond the file format's own rules.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace orbo::Data {
+
+struct WritePolicy {
+    /// The shortest digits that read back as the very same float or double, instead of six.
+    bool exactNumbers = false;
+    /// Parse the new section back in memory and compare it with the model before the file is
+    /// touched; refuse, naming node, channel, stream and index, what would not survive.
+    bool verify = false;
+    /// Accept a first metadata block in a text scene of any length, instead of 1024 bytes and more.
+    bool anySize = false;
+    /// Also write the structures that streams use but `Accessor::structures()` lacks.
+    bool addMissingStructures = false;
+
+    /// For tools that work on files unattended: all of the above.
+    static constexpr WritePolicy careful() { return {true, true, true, true}; }
+};
+
+}  // namespace orbo::Data

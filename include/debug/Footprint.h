@@ -1,0 +1,39 @@
+// Adds up the memory that an object graph occupies.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <debug/Export.h>
+
+namespace orbo::Debug {
+
+class Print;
+
+/// Bytes and blocks reached by a walk. What is shared is counted each time it is reached.
+class METADATA_API Footprint {
+  public:
+    Footprint() = default;
+    Footprint(const Footprint&) = default;
+    Footprint& operator=(const Footprint&) = default;
+    virtual ~Footprint();
+
+    virtual void clear();
+    /// Memory that belongs to an object: a name, an array, a data block.
+    virtual void addMember(const void* address, unsigned long long bytes);
+    /// An object itself. A derived footprint that counts only members sets `fMembersOnly`.
+    virtual void addObject(const void* address, unsigned long long bytes);
+
+    /// Bytes.
+    [[nodiscard]] unsigned long long totalSize() const { return fTotalSize; }
+    /// Separate memory blocks.
+    [[nodiscard]] unsigned long long totalFragments() const { return fTotalFragments; }
+
+    static bool Debug(const Footprint* object, Footprint& footprint);
+    static bool Debug(const Footprint* object, Print& print);
+
+  protected:
+    unsigned long long fTotalSize = 0;
+    unsigned long long fTotalFragments = 0;
+    bool fMembersOnly = false;
+};
+
+}  // namespace orbo::Debug

@@ -1,0 +1,42 @@
+// Intrusive, thread-safe reference count.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <debug/Export.h>
+
+#include <atomic>
+
+namespace orbo {
+
+namespace Debug {
+class Footprint;
+class Print;
+}  // namespace Debug
+
+/// A new object has a count of 0: whoever keeps it calls `ref` first. The `unref` that takes the
+/// count from 1 to 0 deletes the object; one at 0 goes to -1 and deletes nothing.
+class METADATA_API RefCounted {
+  public:
+    void ref() const { fRefCount.fetch_add(1); }
+    void unref() const {
+        if (fRefCount.fetch_sub(1) == 1) delete this;
+    }
+
+    [[nodiscard]] int refCount() const { return fRefCount.load(); }
+    [[nodiscard]] bool isShared() const { return refCount() > 1; }
+
+    static bool Debug(const RefCounted* object, Debug::Footprint& footprint);
+    static bool Debug(const RefCounted* object, Debug::Print& print);
+
+  protected:
+    RefCounted() = default;
+    /// The count belongs to the object: copies start at 0, assignment keeps the target's.
+    RefCounted(const RefCounted&) {}
+    RefCounted& operator=(const RefCounted&) { return *this; }
+    virtual ~RefCounted();
+
+  private:
+    mutable std::atomic<int> fRefCount{0};
+};
+
+}  // namespace orbo

@@ -1,0 +1,31 @@
+// What storage and formats may do with a handle that its users may not.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "core/Layout.h"
+
+#include <data/Handle.h>
+#include <data/Structure.h>
+
+namespace orbo::Data {
+
+class HandleAccess {
+  public:
+    /// Borrows a chunk (or null) of the given layout of the structure, at the first member.
+    static Handle borrow(const Structure& structure, const Layout& layout, char* data);
+    /// Owns the chunk, at the first member.
+    static Handle own(const Structure& structure, const Layout& layout, char* data);
+    /// Points a handle of the same structure at another chunk, borrowed; it stays at its member.
+    static void point(Handle& handle, const Layout& layout, char* data);
+    /// The chunk, which the caller now owns and frees by `layout(handle)`; null when the handle
+    /// owns none.
+    static char* release(Handle& handle);
+
+    static char* data(const Handle& handle) { return handle.fData; }
+    /// The layout that the data was made with.
+    static const Layout& layout(const Handle& handle) { return *handle.fLayout; }
+    /// Null for a handle that was made without one.
+    static const Structure* structure(const Handle& handle) { return handle.fStructure; }
+};
+
+}  // namespace orbo::Data

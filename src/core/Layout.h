@@ -1,0 +1,96 @@
+// The members of a structure at one moment, and all that is done to chunks laid out by them.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Member.h>
+
+#include <cstdint>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace orbo::Data {
+
+class Structure;
+
+/// Chunks are addressed, copied and freed by the layout they were made with, whatever happens to
+/// their structure since. A layout that was handed out never changes again, and lives as long as
+/// its structure: who holds chunks holds a reference on the structure.
+class Layout {
+  public:
+    static constexpr unsigned int kNoMember = ~0U;
+
+    /// The structure's present layout.
+    static const Layout& of(const Structure& structure);
+    /// Of no members.
+    static const Layout& empty();
+
+    [[nodiscard]] unsigned int memberCount() const {
+        return static_cast<unsigned int>(fMembers.size());
+    }
+    [[nodiscard]] const Member& member(unsigned int index) const { return fMembers[index]; }
+    [[nodiscard]] const std::vector<Member>& members() const { return fMembers; }
+    /// `kNoMember` when there is none; constant time.
+    [[nodiscard]] unsigned int indexOf(std::string_view name) const;
+
+    /// Bytes of a chunk.
+    [[nodiscard]] std::uint64_t totalSize() const { return fTotalSize; }
+    /// Bytes from one chunk to the next in an array, such that every member of each is aligned.
+    [[nodiscard]] std::uint64_t stride() const;
+    [[nodiscard]] bool hasStrings() const { return fHasStrings; }
+
+    /// A new default chunk from the heap; null for a size of 0 and when memory runs out.
+    [[nodiscard]] char* allocate() const;
+    /// Null for null, for a size of 0 and when memory runs out.
+    [[nodiscard]] char* duplicate(const char* source) const;
+    /// Frees strings and block; null is fine.
+    void free(char* chunk) const;
+
+    void fillWithDefault(char* chunk) const;
+    /// Strings in `destination` are overwritten, not freed. When memory runs out, false, and
+    /// `destination` is a default chunk.
+    bool fillWithDuplicate(char* destination, const char* source) const;
+    /// Frees the strings and nulls their slots.
+    void destroyStrings(char* chunk) const;
+    /// `destroyStrings`, then `fillWithDefault`.
+    void reset(char* chunk) const;
+    [[nodiscard]] bool isDefault(const char* chunk) const;
+
+    /// False when the type stores nothing, the length is 0, the name is null, empty or taken.
+    bool canAdd(Member::eDataType type, unsigned int length, const char* name) const;
+
+  private:
+    friend class Structure;
+
+    void add(Member::eDataType type, unsigned int length, const char* name);
+    void noteName(unsigned int index);
+
+    std::vector<Member> fMembers;
+    // Views of the members' own names, kept only where a search along the members would be slow.
+    std::unordered_map<std::string_view, unsigned int> fIndexByName;
+    std::uint64_t fEnd = 0;
+    std::uint64_t fTotalSize = 0;
+    int fAlignment = 1;
+    bool fHasStrings = false;
+};
+
+/// Brings chunks from one layout to another: members with equal name, type and length keep their
+/// values, all others are default.
+class LayoutConversion {
+  public:
+    LayoutConversion(const Layout& from, const Layout& to);
+
+    /// `destination` is a default chunk of the new layout. Strings move over; those of members that
+    /// are dropped are freed. `source` is a default chunk afterwards.
+    void move(char* destination, char* source) const;
+    /// A new chunk with copies of the strings; null for a size of 0 and when memory runs out.
+    [[nodiscard]] char* duplicate(const char* source) const;
+
+  private:
+    const Layout& fFrom;
+    const Layout& fTo;
+    std::vector<std::pair<unsigned int, unsigned int>> fKept;  // member indices, from and to
+};
+
+}  // namespace orbo::Data

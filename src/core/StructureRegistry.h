@@ -1,0 +1,60 @@
+// The set of registered structures, with look-up by name.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Structure.h>
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <unordered_map>
+
+namespace orbo::Data {
+
+/// Holds a reference on every structure in it. Adding and finding take constant time on average.
+class StructureRegistry {
+  public:
+    StructureRegistry() = default;
+    StructureRegistry(const StructureRegistry&) = delete;
+    StructureRegistry& operator=(const StructureRegistry&) = delete;
+    ~StructureRegistry() { clear(); }
+
+    /// The one that the static operations of `Structure` work on in this thread.
+    static StructureRegistry& current();
+
+    /// False when the structure or an equal one is there.
+    bool add(Structure& structure);
+    bool remove(Structure& structure);
+    void clear();
+    [[nodiscard]] Structure* find(const std::string& name);
+    [[nodiscard]] const std::set<Structure*>& all() const { return fStructures; }
+
+    /// While it lives, this thread works on a registry of its own, at first empty, so that the
+    /// structures of a file never meet the caller's. What is left in it is released in the end.
+    class SetAside;
+
+    /// A registered structure changed its name.
+    static void noteRename() noexcept;
+
+  private:
+    using NameIndex = std::unordered_map<std::string, std::set<Structure*>>;
+    NameIndex& byName();
+
+    std::set<Structure*> fStructures;
+    NameIndex fByName;
+    std::uint64_t fRenamesSeen = 0;
+};
+
+class StructureRegistry::SetAside {
+  public:
+    SetAside();
+    SetAside(const SetAside&) = delete;
+    SetAside& operator=(const SetAside&) = delete;
+    ~SetAside();
+
+  private:
+    StructureRegistry fOwn;
+    StructureRegistry* fPrevious;
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,22 @@
+// What containers and formats may do with a stream that its users may not.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Stream.h>
+
+#include <cstdint>
+#include <string>
+
+namespace orbo::Data {
+
+class StreamAccess {
+  public:
+    /// `setElement` with the chunk that the handle owns moved in, not copied. In index order this
+    /// takes constant time in mapped storage.
+    static bool adoptElement(Stream& stream, const Index& index, Handle&& handle);
+    static void setName(Stream& stream, const std::string& name);
+    /// Grows whenever any stream object comes to have another name than it had.
+    static std::uint64_t nameChanges() noexcept;
+};
+
+}  // namespace orbo::Data
