@@ -21,7 +21,7 @@ class Structure;
 class METADATA_API Member {
   public:
     /// The text formats use the names that `typeName` gives.
-    enum eDataType {
+    enum eDataType : int {
         kBoolean = 0,
         kDouble = 1,
         kDoubleMatrix4x4 = 2,  ///< 16 doubles, row after row

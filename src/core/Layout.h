@@ -20,6 +20,12 @@ class Structure;
 class Layout {
   public:
     static constexpr unsigned int kNoMember = ~0U;
+    /// No chunk can be larger; keeps all arithmetic on sizes from wrapping.
+    static constexpr std::uint64_t kLargestSize = std::uint64_t{1} << 60;
+
+    Layout() = default;
+    Layout(const Layout& other);
+    Layout& operator=(const Layout&) = delete;
 
     /// The structure's present layout.
     static const Layout& of(const Structure& structure);
@@ -55,16 +61,20 @@ class Layout {
     void destroyStrings(char* chunk) const;
     /// `destroyStrings`, then `fillWithDefault`.
     void reset(char* chunk) const;
+    /// False for a null chunk.
     [[nodiscard]] bool isDefault(const char* chunk) const;
+    /// One member only; true for a name that no member has.
+    [[nodiscard]] bool isDefault(const char* chunk, std::string_view memberName) const;
 
-    /// False when the type stores nothing, the length is 0, the name is null, empty or taken.
+    /// False when the type stores nothing, the length is 0, the name is null, empty or taken, or
+    /// the chunk would pass `kLargestSize`.
     bool canAdd(Member::eDataType type, unsigned int length, const char* name) const;
 
   private:
     friend class Structure;
 
     void add(Member::eDataType type, unsigned int length, const char* name);
-    void noteName(unsigned int index);
+    void noteNames();
 
     std::vector<Member> fMembers;
     // Views of the members' own names, kept only where a search along the members would be slow.

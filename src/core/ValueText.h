@@ -9,42 +9,35 @@
 #include <string>
 #include <string_view>
 
+/// Numbers are read and written exactly as the standard streams do with default flags and the
+/// classic locale, whatever locale the process or the stream has. Ordinary decimal numbers take a
+/// short way that avoids the streams; everything else is handed to them, so the two cannot
+/// disagree.
 namespace orbo::Data::ValueText {
 
-/// Extracts a number exactly as `in >> value` does with default flags and the classic locale,
-/// whatever locale the stream or the process has; sets the stream's state likewise and returns
-/// whether it is still good for a value. Instantiated for the widths that streams extract: int,
+/// What `in >> value` does: same result, same characters taken, same stream state. For int,
 /// unsigned int, long long, unsigned long long, float and double.
 template <typename T>
 bool extract(std::istream& in, T& value);
 
-/// One blank-delimited word, as `in >> word`; blanks are the six of ASCII.
+/// What `in >> word` and `in >> std::ws` do, with the six blanks of ASCII.
 bool extractWord(std::istream& in, std::string& word);
 void skipBlanks(std::istream& in);
 
-/// Reads one value of `type`, which is a bool or number type (a matrix type reads one of its
-/// numbers), into `slot`. `kBad`: the text is no such value; `word` then holds the word that is no
-/// boolean. A slot of a failed read may have been written.
-enum class Result { kGood, kBad };
-Result readValue(std::istream& in, Member::eDataType type, void* slot, std::string& word);
+/// Reads one number of a value of `type` (a matrix has 16) into `slot`. False when the text is no
+/// such number, an infinity included; the slot may then have been written all the same.
+bool readNumber(std::istream& in, Member::eDataType type, void* slot);
+/// The short way alone: true when `text` begins with an ordinary number of the type.
+bool readPlainNumber(std::string_view text, Member::eDataType type, void* slot);
+/// The value of one of the ten spellings of a boolean.
+bool readBoolean(std::string_view word, bool& value);
 
-/// Writes one value of `type`, which is a bool or number type (a matrix type writes one of its
-/// numbers). Integers are plain decimal; float and double follow the stream's precision and float
-/// flags; never a locale.
-void writeValue(std::ostream& out, Member::eDataType type, const void* slot);
+/// Writes a bool or one number of a value of `type`. Integers are plain decimal; float and double
+/// follow the stream's precision and float flags.
+void write(std::ostream& out, Member::eDataType type, const void* slot);
+void write(std::ostream& out, std::string_view text);
 
 /// Makes float and double come out with the shortest digits that read back as the same value.
 void setExactNumbers(std::ios_base& stream, bool exact);
-bool exactNumbers(std::ios_base& stream);
-
-/// The words that messages use: "Double", "Float matrix", "Boolean", "Int8", "String" and, in lower
-/// case where the text formats have it so, "double", "float matrix", "boolean", "Int8", "String".
-const char* capitalWord(Member::eDataType type);
-const char* lowerWord(Member::eDataType type);
-
-/// Numbers in one value: 16 for matrices, else 1.
-unsigned int numbersPerValue(Member::eDataType type);
-/// Bytes of one such number (or pointer).
-unsigned int numberSize(Member::eDataType type);
 
 }  // namespace orbo::Data::ValueText

@@ -1,0 +1,177 @@
+// The members of a structure at one moment, and all that is done to chunks laid out by them.
+// SPDX-License-Identifier: Apache-2.0
+#include "core/Layout.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "core/DataTypes.h"
+
+namespace orbo::Data {
+
+namespace {
+
+// From this many members on, names are found through a table.
+constexpr std::size_t kMembersWorthATable = 16;
+
+std::uint64_t roundUp(std::uint64_t value, int alignment) {
+    const auto step = static_cast<std::uint64_t>(alignment);
+    return (value + step - 1) / step * step;
+}
+
+std::uint64_t valueBytes(const Member& member) {
+    return std::uint64_t{member.length()} *
+           static_cast<std::uint64_t>(dataType(member.type()).size);
+}
+
+}  // namespace
+
+Layout::Layout(const Layout& other)
+    : fMembers(other.fMembers),
+      fEnd(other.fEnd),
+      fTotalSize(other.fTotalSize),
+      fAlignment(other.fAlignment),
+      fHasStrings(other.fHasStrings) {
+    if (fMembers.size() >= kMembersWorthATable) noteNames();
+}
+
+const Layout& Layout::empty() {
+    // Never destroyed: handles in static storage may outlive everything else.
+    alignas(Layout) static char storage[sizeof(Layout)];
+    static const Layout* layout = new (storage) Layout;
+    return *layout;
+}
+
+unsigned int Layout::indexOf(std::string_view name) const {
+    if (!fIndexByName.empty() && fIndexByName.size() == fMembers.size()) {
+        const auto found = fIndexByName.find(name);
+        return found == fIndexByName.end() ? kNoMember : found->second;
+    }
+    const auto found = std::find_if(fMembers.begin(), fMembers.end(),
+                                    [&](const Member& member) { return name == member.name(); });
+    if (found == fMembers.end()) return kNoMember;
+    return static_cast<unsigned int>(found - fMembers.begin());
+}
+
+std::uint64_t Layout::stride() const { return roundUp(fTotalSize, fAlignment); }
+
+char* Layout::allocate() const {
+    return fTotalSize == 0 ? nullptr : static_cast<char*>(std::calloc(1, fTotalSize));
+}
+
+char* Layout::duplicate(const char* source) const {
+    if (!source || fTotalSize == 0) return nullptr;
+    char* copy = static_cast<char*>(std::malloc(fTotalSize));
+    if (copy && !fillWithDuplicate(copy, source)) {
+        std::free(copy);
+        return nullptr;
+    }
+    return copy;
+}
+
+void Layout::free(char* chunk) const {
+    if (chunk) destroyStrings(chunk);
+    std::free(chunk);
+}
+
+void Layout::fillWithDefault(char* chunk) const {
+    if (fTotalSize != 0) std::memset(chunk, 0, fTotalSize);
+}
+
+bool Layout::fillWithDuplicate(char* destination, const char* source) const {
+    if (fTotalSize == 0) return true;
+    std::memcpy(destination, source, fTotalSize);
+    if (!fHasStrings) return true;
+    for (auto member = fMembers.begin(); member != fMembers.end(); ++member) {
+        if (member->constructDuplicate(destination, source)) continue;
+        // The members behind still hold the source's pointers, which must not be freed.
+        std::for_each(member + 1, fMembers.end(),
+                      [&](const Member& later) { later.fillWithDefault(destination); });
+        reset(destination);
+        return false;
+    }
+    return true;
+}
+
+void Layout::destroyStrings(char* chunk) const {
+    if (!fHasStrings) return;
+    for (const Member& member : fMembers) member.destroy(chunk);
+}
+
+void Layout::reset(char* chunk) const {
+    destroyStrings(chunk);
+    fillWithDefault(chunk);
+}
+
+bool Layout::isDefault(const char* chunk) const {
+    return chunk && std::all_of(fMembers.begin(), fMembers.end(),
+                                [&](const Member& member) { return member.isDefault(chunk); });
+}
+
+bool Layout::isDefault(const char* chunk, std::string_view memberName) const {
+    const unsigned int index = indexOf(memberName);
+    return chunk && (index == kNoMember || fMembers[index].isDefault(chunk));
+}
+
+bool Layout::canAdd(Member::eDataType type, unsigned int length, const char* name) const {
+    if (!storesData(type) || length == 0 || !name || !*name) return false;
+    const std::uint64_t bytes = std::uint64_t{length} * static_cast<unsigned>(dataType(type).size);
+    return bytes < kLargestSize - fEnd && indexOf(name) == kNoMember;
+}
+
+// All that can run out of memory comes first, so that a failure changes nothing.
+void Layout::add(Member::eDataType type, unsigned int length, const char* name) {
+    if (fMembers.size() == fMembers.capacity()) fMembers.reserve(2 * fMembers.size() + 4);
+    const std::uint64_t offset = fMembers.empty() ? 0 : roundUp(fEnd, Member::typeAlignment(type));
+    Member member(type, length, name, offset);
+    if (fMembers.size() + 1 >= kMembersWorthATable) {
+        noteNames();
+        fIndexByName.emplace(member.name(), memberCount());
+    }
+    fMembers.push_back(std::move(member));
+    fEnd = offset + valueBytes(fMembers.back());
+    // The first member's alignment alone decides: {int8, int16, int8} ends at 5 and stays 5.
+    fTotalSize = roundUp(fEnd, Member::typeAlignment(fMembers.front().type()));
+    fAlignment = std::max(fAlignment, Member::typeAlignment(type));
+    fHasStrings = fHasStrings || type == Member::kString;
+}
+
+void Layout::noteNames() {
+    for (std::size_t i = fIndexByName.size(); i < fMembers.size(); ++i) {
+        fIndexByName.emplace(fMembers[i].name(), static_cast<unsigned int>(i));
+    }
+}
+
+LayoutConversion::LayoutConversion(const Layout& from, const Layout& to) : fFrom(from), fTo(to) {
+    for (unsigned int i = 0; i < to.memberCount(); ++i) {
+        const Member& wanted = to.member(i);
+        const unsigned int k = from.indexOf(wanted.name());
+        if (k == Layout::kNoMember) continue;
+        const Member& there = from.member(k);
+        if (there.type() == wanted.type() && there.length() == wanted.length()) {
+            fKept.emplace_back(k, i);
+        }
+    }
+}
+
+void LayoutConversion::move(char* destination, char* source) const {
+    for (const auto& [from, to] : fKept) {
+        char* values = source + fFrom.member(from).offset();
+        const std::size_t bytes = valueBytes(fFrom.member(from));
+        std::memcpy(destination + fTo.member(to).offset(), values, bytes);
+        std::memset(values, 0, bytes);
+    }
+    fFrom.reset(source);
+}
+
+char* LayoutConversion::duplicate(const char* source) const {
+    char* copy = fFrom.duplicate(source);
+    char* converted = copy ? fTo.allocate() : nullptr;
+    if (converted) move(converted, copy);
+    fFrom.free(copy);
+    return converted;
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,186 @@
+// A named record layout of typed members.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Structure.h>
+
+#include <cstring>
+#include <utility>
+
+#include "core/StructureImpl.h"
+#include "core/StructureRegistry.h"
+#include "debug/ObjectCounter.h"
+
+namespace orbo::Data {
+
+namespace {
+
+constexpr const char* kDefaultName = "structure";
+
+}  // namespace
+
+Structure::Impl::Impl(const char* givenName) : name(givenName ? givenName : kDefaultName) {
+    layouts.push_back(std::make_unique<Layout>());
+}
+
+Structure::Impl::~Impl() { dropDefaultBlock(); }
+
+Layout& Structure::Impl::editableLayout() {
+    if (handedOut) replaceLayout(std::make_unique<Layout>(layout()));
+    return *layouts.back();
+}
+
+void Structure::Impl::replaceLayout(std::unique_ptr<Layout> layout) {
+    if (handedOut) {
+        layouts.push_back(std::move(layout));
+    } else {
+        layouts.back() = std::move(layout);
+    }
+    handedOut = false;
+}
+
+const Structure::Impl::DefaultBlock* Structure::Impl::makeDefaultBlock(std::uint64_t size) {
+    if (const DefaultBlock* block = defaultBlock) return block;
+    char* bytes = size == 0 ? nullptr : static_cast<char*>(std::calloc(1, size));
+    if (!bytes) return nullptr;
+    const DefaultBlock* expected = nullptr;
+    const auto* block = new DefaultBlock{size, bytes};
+    if (defaultBlock.compare_exchange_strong(expected, block)) return block;
+    std::free(bytes);
+    delete block;
+    return expected;
+}
+
+void Structure::Impl::dropDefaultBlock() {
+    const DefaultBlock* block = defaultBlock.exchange(nullptr);
+    if (block) std::free(block->bytes);
+    delete block;
+}
+
+const Layout& Layout::of(const Structure& structure) { return structure.fImpl->handOutLayout(); }
+
+Debug::ObjectCounter Structure::_objects;
+
+Structure::Structure() : Structure(static_cast<const char*>(nullptr)) {}
+
+Structure::Structure(const char* name) : fImpl(std::make_unique<Impl>(name)) {
+    _objects.objectCreated();
+}
+
+// An empty structure that is then assigned: two ticks of the checkpoint, as any copy.
+Structure::Structure(const Structure& other)
+    : RefCounted(), Checkpointed(), fImpl(new Impl(nullptr)) {
+    *this = other;
+    _objects.objectCreated();
+}
+
+Structure::~Structure() {
+    fImpl->isDeleting = true;
+    _objects.objectDestroyed();
+}
+
+Structure* Structure::create() { return new Structure; }
+
+Structure& Structure::operator=(const Structure& other) {
+    if (this == &other) return *this;
+    auto layout = std::make_unique<Layout>(other.fImpl->layout());
+    std::string newName = other.fImpl->name;
+    objectChanged();
+    fImpl->isDeleting = other.fImpl->isDeleting;
+    fImpl->replaceLayout(std::move(layout));
+    fImpl->name.swap(newName);
+    if (fImpl->registrations != 0) StructureRegistry::noteRename();
+    fImpl->dropDefaultBlock();
+    const Impl::DefaultBlock* block = other.fImpl->defaultBlock;
+    if (block) fImpl->makeDefaultBlock(block->size);
+    return *this;
+}
+
+bool Structure::operator==(const Structure& other) const {
+    if (this == &other) return true;
+    const Layout& mine = fImpl->layout();
+    const Layout& theirs = other.fImpl->layout();
+    return fImpl->name == other.fImpl->name && mine.totalSize() == theirs.totalSize() &&
+           mine.members() == theirs.members();
+}
+
+void Structure::setName(const char* name) {
+    objectChanged();
+    std::string newName = name ? name : kDefaultName;  // a copy first: `name` may lie in ours
+    fImpl->name.swap(newName);
+    if (fImpl->registrations != 0) StructureRegistry::noteRename();
+}
+
+const char* Structure::name() const { return fImpl->name.c_str(); }
+
+bool Structure::addMember(Member::eDataType type, unsigned int length, const char* name) {
+    if (!fImpl->layout().canAdd(type, length, name)) return false;
+    fImpl->editableLayout().add(type, length, name);
+    objectChanged();
+    return true;
+}
+
+unsigned int Structure::memberCount() const { return fImpl->layout().memberCount(); }
+unsigned long long Structure::totalSize() const { return fImpl->layout().totalSize(); }
+bool Structure::isDeleting() const { return fImpl->isDeleting; }
+
+StructureIterator Structure::begin() const {
+    return {*this, empty() ? StructureIterator::kEnd : StructureIterator::kBegin};
+}
+
+StructureIterator Structure::end() const { return {*this, StructureIterator::kEnd}; }
+
+bool Structure::fillWithDefaultChunk(char* chunk) const {
+    fImpl->layout().fillWithDefault(chunk);
+    return true;
+}
+
+bool Structure::fillWithDuplicateChunk(char* destination, const char* source) const {
+    return fImpl->layout().fillWithDuplicate(destination, source);
+}
+
+char* Structure::duplicateChunk(const char* source) const {
+    return fImpl->layout().duplicate(source);
+}
+
+bool Structure::destroyChunk(char* chunk) const {
+    if (chunk) fImpl->layout().destroyStrings(chunk);
+    return true;
+}
+
+const char* Structure::defaultData() const {
+    const Impl::DefaultBlock* block = fImpl->makeDefaultBlock(totalSize());
+    return block ? block->bytes : nullptr;
+}
+
+char* Structure::allocateDefaultChunk() const {
+    // The kept block may be older, and smaller, than the members of today.
+    return defaultData() ? fImpl->layout().allocate() : nullptr;
+}
+
+bool Structure::chunkIsDefault(const char* chunk) const { return fImpl->layout().isDefault(chunk); }
+
+bool Structure::chunkMemberIsDefault(const char* chunk, const char* memberName) const {
+    return memberName ? fImpl->layout().isDefault(chunk, memberName) : chunkIsDefault(chunk);
+}
+
+const std::set<Structure*>& Structure::allStructures() {
+    return StructureRegistry::current().all();
+}
+
+bool Structure::registerStructure(Structure& structure) {
+    return StructureRegistry::current().add(structure);
+}
+
+bool Structure::deregisterStructure(Structure& structure) {
+    return StructureRegistry::current().remove(structure);
+}
+
+Structure* Structure::structureByName(const char* name) {
+    return name ? StructureRegistry::current().find(name) : nullptr;
+}
+
+void Structure::deleteAllStructures() { StructureRegistry::current().clear(); }
+
+unsigned long long Structure::objectsCreated() { return _objects.created(); }
+unsigned long long Structure::objectsAlive() { return _objects.alive(); }
+
+}  // namespace orbo::Data

@@ -1,0 +1,270 @@
+// Single values as text, the same way for every user: handles, stream texts, scenes.
+// SPDX-License-Identifier: Apache-2.0
+#include "core/ValueText.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <locale>
+#include <sstream>
+#include <type_traits>
+
+#include "core/Ascii.h"
+#include "core/GetArea.h"
+
+namespace orbo::Data::ValueText {
+
+namespace {
+
+constexpr int kEnd = std::char_traits<char>::eof();
+
+// An ordinary number at the start of the text: behind it, or null when it is none. `strtod` and
+// `from_chars` agree on what this lets pass; a plus sign, say, is not ordinary.
+template <typename T>
+const char* parsePlain(std::string_view text, T& value) {
+    const char* last = text.data() + text.size();
+    if (std::is_unsigned_v<T> && !text.empty() && text.front() == '-') return nullptr;
+    if constexpr (std::is_floating_point_v<T>) {
+        // Not "inf", "nan" and their like.
+        const std::size_t digit = !text.empty() && text.front() == '-' ? 1 : 0;
+        if (digit >= text.size() || !(Ascii::isDigit(text[digit]) || text[digit] == '.')) {
+            return nullptr;
+        }
+    }
+    T parsed;
+    const auto [end, error] = std::from_chars(text.data(), last, parsed);
+    if (error != std::errc() || end == text.data()) return nullptr;
+    if (end != last && !Ascii::isBlank(*end)) return nullptr;
+    value = parsed;
+    return end;
+}
+
+template <typename T>
+bool extractPlain(std::streambuf& buffer, T& value) {
+    const std::string_view ready = GetArea::of(buffer);
+    const char* end = parsePlain(ready, value);
+    // What ends the token must be in sight: "1.5e" may go on behind the area's end.
+    if (!end || end == ready.data() + ready.size()) return false;
+    GetArea::take(buffer, static_cast<std::size_t>(end - ready.data()));
+    return true;
+}
+
+template <typename T>
+bool extractByStream(std::istream& in, T& value) {
+    std::istream classic(in.rdbuf());
+    classic.imbue(std::locale::classic());
+    classic.setstate(in.rdstate());
+    classic >> value;
+    in.setstate(classic.rdstate());
+    return !in.fail();
+}
+
+template <typename T>
+bool fitted(long long wide, void* slot) {
+    if (wide < std::numeric_limits<T>::min() || wide > std::numeric_limits<T>::max()) return false;
+    *static_cast<T*>(slot) = static_cast<T>(wide);
+    return true;
+}
+
+// `read` extracts a T into the variable it is given. The small integers are read as wider ones and
+// stored only if they fit.
+template <typename Read>
+bool readAs(Member::eDataType type, void* slot, Read read) {
+    int number = 0;
+    unsigned int positive = 0;
+    switch (type) {
+        case Member::kDouble:
+        case Member::kDoubleMatrix4x4: {
+            auto& value = *static_cast<double*>(slot);
+            return read(value) && !std::isinf(value);
+        }
+        case Member::kFloat:
+        case Member::kFloatMatrix4x4: {
+            auto& value = *static_cast<float*>(slot);
+            return read(value) && !std::isinf(value);
+        }
+        case Member::kInt8:
+            return read(number) && fitted<signed char>(number, slot);
+        case Member::kInt16:
+            return read(number) && fitted<short>(number, slot);
+        case Member::kUInt8:
+            return read(positive) && fitted<unsigned char>(positive, slot);
+        case Member::kUInt16:
+            return read(positive) && fitted<unsigned short>(positive, slot);
+        case Member::kInt32:
+            return read(*static_cast<int*>(slot));
+        case Member::kInt64:
+            return read(*static_cast<long long*>(slot));
+        case Member::kUInt32:
+            return read(*static_cast<unsigned int*>(slot));
+        case Member::kUInt64:
+            return read(*static_cast<unsigned long long*>(slot));
+        default:
+            return false;
+    }
+}
+
+int exactNumbersSlot() {
+    static const int slot = std::ios_base::xalloc();
+    return slot;
+}
+
+constexpr std::size_t kRoom = 128;  // for any number of up to kMostDigits digits
+constexpr int kMostDigits = 64;
+
+template <typename T>
+std::to_chars_result format(const std::ostream& out, bool exact, char* first, char* last, T value) {
+    if (exact) return std::to_chars(first, last, value, std::chars_format::general);
+    return std::to_chars(first, last, value, std::chars_format::general,
+                         static_cast<int>(out.precision()));
+}
+
+bool hasDefaultFormat(const std::ostream& out) {
+    constexpr auto kDecisive = std::ios_base::floatfield | std::ios_base::showpoint |
+                               std::ios_base::showpos | std::ios_base::uppercase;
+    return (out.flags() & kDecisive) == std::ios_base::fmtflags{} && out.precision() >= 0 &&
+           out.precision() <= kMostDigits;
+}
+
+template <typename T>
+void writeFloating(std::ostream& out, T value) {
+    const bool exact = out.iword(exactNumbersSlot()) != 0;
+    char text[kRoom];
+    if (exact || hasDefaultFormat(out)) {
+        const auto end = format(out, exact, text, text + sizeof text, value).ptr;
+        return write(out, std::string_view(text, static_cast<std::size_t>(end - text)));
+    }
+    std::ostringstream classic;
+    classic.imbue(std::locale::classic());
+    classic.flags(out.flags());
+    classic.precision(out.precision());
+    classic << value;
+    write(out, classic.str());
+}
+
+template <typename T>
+void writeInteger(std::ostream& out, T value) {
+    char text[kRoom];
+    const auto end = std::to_chars(text, text + sizeof text, value).ptr;
+    write(out, std::string_view(text, static_cast<std::size_t>(end - text)));
+}
+
+template <typename T>
+const T& as(const void* slot) {
+    return *static_cast<const T*>(slot);
+}
+
+}  // namespace
+
+void skipBlanks(std::istream& in) {
+    if (!in.good()) return;
+    std::streambuf& buffer = *in.rdbuf();
+    for (;;) {
+        const std::string_view ready = GetArea::of(buffer);
+        std::size_t blanks = 0;
+        while (blanks < ready.size() && Ascii::isBlank(ready[blanks])) ++blanks;
+        GetArea::take(buffer, blanks);
+        if (blanks < ready.size()) return;
+        const int next = buffer.sgetc();
+        if (next == kEnd) return in.setstate(std::ios_base::eofbit);
+        if (!Ascii::isBlank(static_cast<char>(next))) return;
+        buffer.sbumpc();
+    }
+}
+
+bool extractWord(std::istream& in, std::string& word) {
+    word.clear();
+    skipBlanks(in);
+    if (!in.good()) {
+        in.setstate(std::ios_base::failbit);
+        return false;
+    }
+    std::streambuf& buffer = *in.rdbuf();
+    for (int next = buffer.sgetc();; next = buffer.snextc()) {
+        if (next == kEnd) {
+            in.setstate(std::ios_base::eofbit);
+            return true;
+        }
+        if (Ascii::isBlank(static_cast<char>(next))) return true;
+        word += static_cast<char>(next);
+    }
+}
+
+template <typename T>
+bool extract(std::istream& in, T& value) {
+    if (in.good()) {
+        skipBlanks(in);
+        if (in.good() && extractPlain(*in.rdbuf(), value)) return true;
+    }
+    return extractByStream(in, value);
+}
+
+template bool extract(std::istream&, int&);
+template bool extract(std::istream&, unsigned int&);
+template bool extract(std::istream&, long long&);
+template bool extract(std::istream&, unsigned long long&);
+template bool extract(std::istream&, float&);
+template bool extract(std::istream&, double&);
+
+bool readNumber(std::istream& in, Member::eDataType type, void* slot) {
+    return readAs(type, slot, [&](auto& value) { return extract(in, value); });
+}
+
+bool readPlainNumber(std::string_view text, Member::eDataType type, void* slot) {
+    text.remove_prefix(std::min(text.find_first_not_of(Ascii::kBlanks), text.size()));
+    return readAs(type, slot, [&](auto& value) { return parsePlain(text, value) != nullptr; });
+}
+
+bool readBoolean(std::string_view word, bool& value) {
+    for (const std::string_view yes : {"1", "t", "T", "true", "True"}) {
+        if (word == yes) return value = true, true;
+    }
+    for (const std::string_view no : {"0", "f", "F", "false", "False"}) {
+        if (word == no) return value = false, true;
+    }
+    return false;
+}
+
+void write(std::ostream& out, std::string_view text) {
+    if (!out.good()) return;
+    const auto size = static_cast<std::streamsize>(text.size());
+    if (out.rdbuf()->sputn(text.data(), size) != size) out.setstate(std::ios_base::badbit);
+}
+
+void write(std::ostream& out, Member::eDataType type, const void* slot) {
+    switch (type) {
+        case Member::kBoolean:
+            return write(out, as<unsigned char>(slot) != 0 ? "true" : "false");
+        case Member::kDouble:
+        case Member::kDoubleMatrix4x4:
+            return writeFloating(out, as<double>(slot));
+        case Member::kFloat:
+        case Member::kFloatMatrix4x4:
+            return writeFloating(out, as<float>(slot));
+        case Member::kInt8:
+            return writeInteger(out, int{as<signed char>(slot)});
+        case Member::kInt16:
+            return writeInteger(out, as<short>(slot));
+        case Member::kInt32:
+            return writeInteger(out, as<int>(slot));
+        case Member::kInt64:
+            return writeInteger(out, as<long long>(slot));
+        case Member::kUInt8:
+            return writeInteger(out, unsigned{as<unsigned char>(slot)});
+        case Member::kUInt16:
+            return writeInteger(out, as<unsigned short>(slot));
+        case Member::kUInt32:
+            return writeInteger(out, as<unsigned int>(slot));
+        case Member::kUInt64:
+            return writeInteger(out, as<unsigned long long>(slot));
+        default:
+            return;
+    }
+}
+
+void setExactNumbers(std::ios_base& stream, bool exact) {
+    stream.iword(exactNumbersSlot()) = exact ? 1 : 0;
+}
+
+}  // namespace orbo::Data::ValueText

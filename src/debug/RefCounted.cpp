@@ -1,0 +1,21 @@
+// Intrusive, thread-safe reference count.
+// SPDX-License-Identifier: Apache-2.0
+#include <debug/Footprint.h>
+#include <debug/Print.h>
+#include <debug/RefCounted.h>
+
+namespace orbo {
+
+RefCounted::~RefCounted() = default;
+
+bool RefCounted::Debug(const RefCounted* object, Debug::Footprint& footprint) {
+    if (object) footprint.addObject(object, sizeof(RefCounted));
+    return true;
+}
+
+bool RefCounted::Debug(const RefCounted* object, Debug::Print& print) {
+    if (object) print << "RefCount : " << object->refCount() << '\n';
+    return true;
+}
+
+}  // namespace orbo
