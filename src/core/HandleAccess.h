@@ -21,6 +21,8 @@ class HandleAccess {
     /// owns none.
     static char* release(Handle& handle);
 
+    /// Throws `std::out_of_range` ("Const Member") at the end.
+    static const Member& currentMember(const Handle& handle) { return handle.checkedCurrent(); }
     static char* data(const Handle& handle) { return handle.fData; }
     /// The layout that the data was made with.
     static const Layout& layout(const Handle& handle) { return *handle.fLayout; }

@@ -94,6 +94,11 @@ unsigned int Handle::fromStr(const std::string& text, unsigned int index, std::s
                   member.name() + " only has dimension " + std::to_string(member.length()) + "\n";
         return 1;
     }
+    if (!storesData(member.type())) {
+        // Reported, but no error.
+        errors += "Invalid type " + std::to_string(member.type()) + " in structure.\n";
+        return 0;
+    }
     void* values = asType(member.type());
     if (!values) {
         errors += std::string("Data not recognized as a ") + type.inside + "\n";
@@ -115,6 +120,7 @@ std::string Handle::str(unsigned int index) const {
     const Member& member = checkedCurrent();
     const DataType& type = orbo::Data::dataType(member.type());
     if (index >= member.length()) return {};
+    if (!storesData(member.type())) return "?";
     const void* values = asType(member.type());
     if (!values) return textWithoutData(member.type());
     if (member.type() == Member::kString) {

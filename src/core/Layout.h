@@ -69,11 +69,10 @@ class Layout {
     /// False when the type stores nothing, the length is 0, the name is null, empty or taken, or
     /// the chunk would pass `kLargestSize`.
     bool canAdd(Member::eDataType type, unsigned int length, const char* name) const;
+    /// Only what `canAdd`, and only to a layout that was not handed out.
+    void add(Member::eDataType type, unsigned int length, const char* name);
 
   private:
-    friend class Structure;
-
-    void add(Member::eDataType type, unsigned int length, const char* name);
     void noteNames();
 
     std::vector<Member> fMembers;

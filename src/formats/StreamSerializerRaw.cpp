@@ -1,0 +1,172 @@
+// The text format of streams: header lines, then two lines for each element.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/StreamSerializerRaw.h>
+
+#include <data/Stream.h>
+#include <data/Structure.h>
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include "core/HandleAccess.h"
+#include "core/ValueText.h"
+#include "formats/MemberText.h"
+#include "formats/StreamTextReader.h"
+
+namespace orbo::Data {
+
+namespace {
+
+std::string errorCountText(unsigned int count) {
+    return std::to_string(count) + (count > 1 ? " errors" : " error");
+}
+
+// The handle's current member and its first value; the value is null without data.
+char* memberValues(Handle& handle, const Member& member) {
+    return static_cast<char*>(handle.asType(member.type()));
+}
+
+// An index line and a data line.
+unsigned int writeElement(const StreamSerializerRaw& format, StreamIterator& element,
+                          unsigned int record, std::ostream& out, std::string& errors) {
+    Handle& handle = *element;
+    const unsigned int members = HandleAccess::layout(handle).memberCount();
+    ValueText::write(out, element.index().asString() + "\n");
+    unsigned int count = 0;
+    for (unsigned int i = 0; i < members; ++i) {
+        if (i != 0) ValueText::write(out, " ");
+        handle.setPositionByMemberIndex(i);
+        count += static_cast<unsigned int>(format.writeMember(handle, record, out, errors));
+    }
+    ValueText::write(out, "\n");
+    return count;
+}
+
+}  // namespace
+
+StreamSerializerRaw::StreamSerializerRaw() { setDefaultFormat(this); }
+StreamSerializerRaw::~StreamSerializerRaw() = default;
+
+const StreamSerializerRaw& StreamSerializerRaw::theFormat() {
+    // In static storage and never destroyed, so that it outlives everybody who may still use it.
+    alignas(StreamSerializerRaw) static char storage[sizeof(StreamSerializerRaw)];
+    static const auto* format = new (storage) StreamSerializerRaw;
+    return *format;
+}
+
+const char* StreamSerializerRaw::formatType() const { return keyword(kRaw); }
+
+Stream* StreamSerializerRaw::read(std::istream& in, std::string& errors) const {
+    const StreamTextReader::Keywords words{keyword(kStreamName), keyword(kIndexType),
+                                           keyword(kStructure), keyword(kEndStream)};
+    return StreamTextReader(in, words).read(errors).release();
+}
+
+unsigned int StreamSerializerRaw::readStructure(const Structure& structure, std::istream& in,
+                                                unsigned int record, Handle& handle,
+                                                std::string& errors) const {
+    unsigned int count = 0;
+    for (unsigned int i = 0; i < structure.memberCount() && in.good(); ++i) {
+        if (handle.setPositionByMemberIndex(i)) count += readMember(in, record, handle, errors);
+    }
+    return count;
+}
+
+unsigned int StreamSerializerRaw::readMember(std::istream& in, unsigned int record, Handle& handle,
+                                             std::string& errors) const {
+    const Member& member = HandleAccess::currentMember(handle);
+    MemberTextReader reader(in);
+    const unsigned int count = reader.read(member, memberValues(handle, member), record);
+    errors = reader.messages();
+    return count;
+}
+
+int StreamSerializerRaw::writeMember(Handle& handle, unsigned int record, std::ostream& out,
+                                     std::string& errors) const {
+    const Member& member = HandleAccess::currentMember(handle);
+    if (const char* values = memberValues(handle, member)) {
+        writeMemberText(out, member, values);
+        return 0;
+    }
+    errors += "Member at record " + std::to_string(record) + " not recognized as a " +
+              dataType(member.type()).inside +
+              "\n1 error found, Member may not be written correctly\n";
+    return 1;
+}
+
+int StreamSerializerRaw::write(const Stream& stream, std::ostream& out, std::string& errors) const {
+    ValueText::write(out, keyword(kStreamName) + (" " + stream.name()) + "\n" +
+                              keyword(kIndexType) + " " + stream.indexType() + "\n" +
+                              keyword(kStructure) + " " + stream.structure().name() + "\n");
+    unsigned int count = 0;
+    unsigned int record = 0;
+    const StreamIterator end = stream.cend();
+    for (StreamIterator element = stream.cbegin(); element != end; ++element) {
+        count += writeElement(*this, element, ++record, out, errors);
+    }
+    ValueText::write(out, keyword(kEndStream) + std::string("\n"));
+    std::string own;
+    if (out.fail()) {
+        own = "Error in stream while writing.\n";
+        ++count;
+    }
+    if (count == 0) return 0;
+    errors += own + errorCountText(count) + " found, Stream may not be written correctly\n";
+    return static_cast<int>(std::min(count, unsigned{std::numeric_limits<int>::max()}));
+}
+
+void StreamSerializerRaw::getFormatDescription(std::ostream& out) const {
+    ValueText::write(out, std::string("The ") + keyword(kRaw) +
+                              R"( format consists of a structure name and a series 
+of values. The first two lines consist of the name of the stream:
+	)" + keyword(kStreamName) +
+                              R"( {STREAM_NAME}
+optionally followed by an index type (numeric if omitted):
+	)" + keyword(kIndexType) +
+                              R"( {INDEX_TYPE}
+and then the name of the structure it uses to define its data:
+	)" + keyword(kStructure) +
+                              R"( {STRUCTURE_NAME}
+This is followed by pairs of lines of data, one per element:
+	{INDEX}
+	{DATA_AT_INDEX}
+terminated with a line containing the literal text:
+	)" + keyword(kEndStream) +
+                              R"(
+Any text after the terminator will not be read.
+
+The format of {INDEX} varies with the type of Index this Stream
+has been defined to accept. In the simplest case it is a number
+corresponding to the array index of the Metadata element. In
+more complex cases it could be a number pair, a string, or even
+a point or vector in space.
+
+The {DATA_AT_INDEX} is a space-separated series of values,
+one per structure member. If a data member has length greater
+than one then each value appears in order together.
+
+Numeric values are formatted as normal, boolean values can be
+0, f, F, false, False, 1, t, T, true, or True with the obvious
+meanings. String values must be enclosed in double quotation
+marks (") and quotation marks and newlines within the string
+must be escaped using the backslash character (\", \n), as
+is the backslash itself (\\) Matrix elements are printed in
+row-major order (R1C1 R1C2 R1C3 R1C4 R2C1 R2C2...)
+
+Here is a sample of a stream 'S1' that uses a structure named
+'X1' with member types integer, string, float[3], and boolean
+	S1
+	X1
+	0
+	12 "Shoulder" 0.0 1.0 0.5 true
+	3
+	88 "Shoulder" -12.3 8.0 2.2 true
+	4
+	1 "Bicep" 17.0 -1.0 3.5 false
+	)" + keyword(kEndStream) +
+                              "\n");
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,203 @@
+// Parser of one stream's text.
+// SPDX-License-Identifier: Apache-2.0
+#include "formats/StreamTextReader.h"
+
+#include <data/Structure.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "core/Ascii.h"
+#include "core/HandleAccess.h"
+#include "core/ValueText.h"
+#include "streams/StreamAccess.h"
+
+namespace orbo::Data {
+
+namespace {
+
+// Up to this many bytes an element is allocated without a look at the text first.
+constexpr std::uint64_t kSmallElement = 64 * 1024;
+
+// Characters of the shortest text that holds a chunk's values: a digit and a blank for each number,
+// two quotes for each string. The last blank is not needed.
+std::uint64_t shortestText(const Layout& layout) {
+    std::uint64_t characters = 0;
+    for (const Member& member : layout.members()) {
+        const auto numbers = static_cast<std::uint64_t>(dataType(member.type()).numbers);
+        characters += 2 * numbers * member.length();
+    }
+    return characters == 0 ? 0 : characters - 1;
+}
+
+unsigned int add(unsigned int count, unsigned int more) {
+    constexpr unsigned int kMost = std::numeric_limits<unsigned int>::max();
+    return more < kMost - count ? count + more : kMost;
+}
+
+}  // namespace
+
+StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
+    : fIn(in), fWords(words), fMembers(in), fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
+
+std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
+    std::unique_ptr<Stream> stream;
+    ValueText::skipBlanks(fIn);
+    if (fIn.good()) {
+        readHeader();
+        stream = makeStream();
+    } else {
+        atRecord("Stream name");
+    }
+    if (stream) readElements(*stream);
+    if (fErrorCount == 0) {
+        if (fReadAMember) errors = fMembers.messages();
+        return stream;
+    }
+    errors = fMessages + std::to_string(fErrorCount) + (fErrorCount > 1 ? " errors" : " error") +
+             " found, Stream not created";
+    return nullptr;
+}
+
+bool StreamTextReader::nextLine() {
+    if (!std::getline(fIn, fLine)) return false;
+    fTrimmed = Ascii::trim(fLine);
+    return true;
+}
+
+void StreamTextReader::readHeader() {
+    while (fIn.good()) {
+        ++fRecord;
+        if (!nextLine()) return;
+        if (fTrimmed.empty()) continue;
+        const Line line = takeHeaderLine();
+        if (line == Line::kHeader) continue;
+        fHasIndexLine = line == Line::kIndex;
+        return;
+    }
+}
+
+StreamTextReader::Line StreamTextReader::takeHeaderLine() {
+    if (!fNameSeen && Ascii::startsWith(fTrimmed, fWords.name)) {
+        fName = restBehind(fWords.name);
+        fNameSeen = true;
+        return Line::kHeader;
+    }
+    if (!fIndexTypeSeen && Ascii::startsWith(fTrimmed, fWords.indexType)) {
+        return takeIndexType(restBehind(fWords.indexType));
+    }
+    if (fStructure || !Ascii::startsWith(fTrimmed, fWords.structure)) return Line::kIndex;
+    takeStructure(restBehind(fWords.structure));
+    return Line::kHeader;
+}
+
+StreamTextReader::Line StreamTextReader::takeIndexType(const std::string& typeName) {
+    fMakeIndex = IndexTypes::maker(typeName);
+    fIndexTypeSeen = true;
+    if (!fMakeIndex.isNull()) return Line::kHeader;
+    report("Creator for index type '" + typeName + "' not found");
+    return Line::kBadHeader;
+}
+
+void StreamTextReader::takeStructure(const std::string& name) {
+    fStructure = Structure::structureByName(name.c_str());
+    if (!fStructure) report("Structure '" + name + "' not found");
+}
+
+std::string StreamTextReader::restBehind(std::string_view keyword) const {
+    return std::string(Ascii::trim(fTrimmed.substr(keyword.size())));
+}
+
+std::unique_ptr<Stream> StreamTextReader::makeStream() {
+    if (!fNameSeen) {
+        atRecord("Stream name");
+    } else if (!fStructure) {
+        atRecord("Structure name");
+    } else if (!fMakeIndex.isNull()) {
+        auto stream = std::make_unique<Stream>(*fStructure, fName);
+        if (fIndexTypeSeen) stream->setIndexType(fMakeIndex.typeName());
+        fLayout = &Layout::of(*fStructure);
+        return stream;
+    }
+    return nullptr;
+}
+
+void StreamTextReader::readElements(Stream& stream) {
+    while (fHasIndexLine || nextIndexLine()) {
+        fHasIndexLine = false;
+        if (fTrimmed == fWords.end) return;
+        readElement(stream);
+    }
+}
+
+bool StreamTextReader::nextIndexLine() {
+    while (fIn.good()) {
+        ++fRecord;
+        if (!nextLine()) return false;
+        if (!fTrimmed.empty()) return true;
+    }
+    return false;
+}
+
+void StreamTextReader::readElement(Stream& stream) {
+    const std::optional<Index> index = takeIndex();
+    if (!index) return;
+    const bool fits = textCanHoldElement();
+    char* chunk = fits ? fLayout->allocate() : nullptr;
+    Handle element = HandleAccess::own(*fStructure, *fLayout, chunk);
+    if (chunk || fLayout->totalSize() == 0) {
+        readValues(chunk);
+    } else {
+        report("Data at record " + std::to_string(fRecord) + " cannot hold the " +
+               std::to_string(fLayout->totalSize()) + " bytes of structure '" + fStructure->name() +
+               "'");
+    }
+    fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    if (!StreamAccess::adoptElement(stream, *index, std::move(element))) {
+        // A message, but no error.
+        fMessages += "Could not add element at index " + index->asString() + "\n";
+    }
+}
+
+std::optional<Index> StreamTextReader::takeIndex() {
+    try {
+        return fMakeIndex(std::string(fTrimmed));
+    } catch (Index::eCreationErrors code) {
+        report("Value '" + std::string(fTrimmed) + "' on or about character " +
+               std::to_string(static_cast<long long>(fIn.tellg())) +
+               " is not a legal index (code " + std::to_string(code) + ") of type " +
+               fMakeIndex.typeName());
+        return std::nullopt;
+    }
+}
+
+void StreamTextReader::readValues(char* chunk) {
+    for (const Member& member : fLayout->members()) {
+        if (!fIn.good()) return;
+        fErrorCount = add(fErrorCount, fMembers.read(member, chunk + member.offset(), fRecord));
+        fReadAMember = true;
+    }
+}
+
+// Where the input cannot tell how much is left, the values themselves will.
+bool StreamTextReader::textCanHoldElement() {
+    if (fLayout->totalSize() <= kSmallElement) return true;
+    std::streambuf& buffer = *fIn.rdbuf();
+    const auto here = buffer.pubseekoff(0, std::ios_base::cur, std::ios_base::in);
+    const auto end = buffer.pubseekoff(0, std::ios_base::end, std::ios_base::in);
+    if (here == std::streampos(-1) || end == std::streampos(-1)) return true;
+    buffer.pubseekpos(here, std::ios_base::in);
+    return shortestText(*fLayout) <= static_cast<std::uint64_t>(end - here);
+}
+
+void StreamTextReader::report(const std::string& message) {
+    fMessages += message + "\n";
+    fErrorCount = add(fErrorCount, 1);
+}
+
+void StreamTextReader::atRecord(const std::string& what) {
+    report("Index data encountered before " + what + " specified at record " +
+           std::to_string(fRecord));
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,76 @@
+// Parser of one stream's text.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Stream.h>
+
+#include <istream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/Layout.h"
+#include "formats/MemberText.h"
+#include "streams/IndexTypes.h"
+
+namespace orbo::Data {
+
+/// Header lines in any order, then pairs of lines: an index, the values of its element. Lines may
+/// have any length. One reader reads one text.
+class StreamTextReader {
+  public:
+    struct Keywords {
+        std::string_view name;
+        std::string_view indexType;
+        std::string_view structure;
+        std::string_view end;
+    };
+
+    StreamTextReader(std::istream& in, const Keywords& words);
+
+    /// Null when there were errors: `errors` is then replaced by the messages. Otherwise `errors`
+    /// is replaced by what was said about the last member read, if there was one.
+    std::unique_ptr<Stream> read(std::string& errors);
+
+  private:
+    enum class Line { kHeader, kBadHeader, kIndex };
+
+    bool nextLine();
+    void readHeader();
+    Line takeHeaderLine();
+    Line takeIndexType(const std::string& typeName);
+    void takeStructure(const std::string& name);
+    [[nodiscard]] std::string restBehind(std::string_view keyword) const;
+    std::unique_ptr<Stream> makeStream();
+    void readElements(Stream& stream);
+    bool nextIndexLine();
+    void readElement(Stream& stream);
+    std::optional<Index> takeIndex();
+    void readValues(char* chunk);
+    bool textCanHoldElement();
+    void report(const std::string& message);
+    void atRecord(const std::string& what);
+
+    std::istream& fIn;
+    const Keywords fWords;
+    MemberTextReader fMembers;
+
+    std::string fLine;          // as read
+    std::string_view fTrimmed;  // the same without blanks at its ends
+    bool fHasIndexLine = false;
+
+    std::string fName;
+    bool fNameSeen = false;
+    IndexTypes::Maker fMakeIndex;
+    bool fIndexTypeSeen = false;
+    const Structure* fStructure = nullptr;
+    const Layout* fLayout = nullptr;
+
+    unsigned int fRecord = 0;
+    unsigned int fErrorCount = 0;
+    std::string fMessages;
+    bool fReadAMember = false;
+};
+
+}  // namespace orbo::Data
