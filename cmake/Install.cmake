@@ -1,0 +1,22 @@
+# Library, headers below include/orbo, the CMake package, the pkg-config file and quilmeta.
+# SPDX-License-Identifier: Apache-2.0
+include(CMakePackageConfigHelpers)
+set(METADATA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/MetaData)
+
+install(TARGETS MetaData EXPORT MetaDataTargets)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orbo
+        FILES_MATCHING PATTERN "*.h")
+install(EXPORT MetaDataTargets NAMESPACE orbo:: DESTINATION ${METADATA_CMAKE_DIR})
+if(TARGET quilmeta)
+    install(TARGETS quilmeta)
+endif()
+
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/MetaDataConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/MetaDataConfig.cmake INSTALL_DESTINATION ${METADATA_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/MetaDataConfigVersion.cmake
+    COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/MetaDataConfig.cmake
+    ${PROJECT_BINARY_DIR}/MetaDataConfigVersion.cmake DESTINATION ${METADATA_CMAKE_DIR})
+
+configure_file(${CMAKE_CURRENT_LIST_DIR}/MetaData.pc.in ${PROJECT_BINARY_DIR}/MetaData.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/MetaData.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

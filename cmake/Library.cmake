@@ -1,0 +1,44 @@
+# The sources are compiled once; the library and the tests of its hidden parts use the objects.
+# SPDX-License-Identifier: Apache-2.0
+include(CheckCXXCompilerFlag)
+file(GLOB_RECURSE METADATA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp)
+
+# Until the last room is there, what refers to a missing one links all the same.
+set(METADATA_COMPLETE FALSE)
+if(EXISTS ${PROJECT_SOURCE_DIR}/src/Registration.cpp)
+    set(METADATA_COMPLETE TRUE)
+endif()
+if(NOT METADATA_SOURCES)
+    file(WRITE ${PROJECT_BINARY_DIR}/empty.cpp "")
+    set(METADATA_SOURCES ${PROJECT_BINARY_DIR}/empty.cpp)
+endif()
+
+add_library(MetaDataObjects OBJECT ${METADATA_SOURCES})
+set_target_properties(MetaDataObjects PROPERTIES POSITION_INDEPENDENT_CODE ON)
+target_include_directories(MetaDataObjects PUBLIC ${PROJECT_SOURCE_DIR}/include
+                           ${PROJECT_SOURCE_DIR}/src)
+metadata_warnings(MetaDataObjects)
+# Symbols that are unique in the whole process would keep the library loaded after dlclose.
+check_cxx_compiler_flag(-fno-gnu-unique METADATA_HAS_NO_GNU_UNIQUE)
+if(METADATA_HAS_NO_GNU_UNIQUE)
+    target_compile_options(MetaDataObjects PRIVATE -fno-gnu-unique)
+endif()
+
+add_library(MetaData $<TARGET_OBJECTS:MetaDataObjects>)
+add_library(orbo::MetaData ALIAS MetaData)
+set_target_properties(MetaData PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION 0
+                      LINKER_LANGUAGE CXX)
+target_compile_features(MetaData PUBLIC cxx_std_17)
+target_include_directories(MetaData PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/orbo>)
+
+if(BUILD_SHARED_LIBS)
+    set(METADATA_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/MetaData.map)
+    target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS})
+    set_target_properties(MetaData PROPERTIES LINK_DEPENDS ${METADATA_EXPORTS})
+    # The sanitizers' own symbols come from the executable.
+    if(METADATA_COMPLETE AND NOT METADATA_SANITIZE)
+        target_link_options(MetaData PRIVATE -Wl,--no-undefined)
+    endif()
+endif()
