@@ -4,6 +4,7 @@
 
 #include <debug/Export.h>
 
+#include <map>
 #include <string>
 
 namespace orbo::Debug {
@@ -84,6 +85,8 @@ class METADATA_API Index {
     friend class IndexType;
     friend class IndexTypes;
 
+    using Creators = std::map<std::string, IndexCreator>;
+    static Creators& creators();
     static bool registerType(const std::string& typeName, IndexCreator creator);
     static void deregisterType(const std::string& typeName);
     static Index TypeCreator(const std::string& text);

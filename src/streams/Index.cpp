@@ -1,0 +1,158 @@
+// Names one element of a stream: a number, or a value of a registered index type.
+// SPDX-License-Identifier: Apache-2.0
+
+#include <data/Index.h>
+#include <data/IndexType.h>
+#include <debug/Footprint.h>
+#include <debug/Print.h>
+
+#include "debug/ObjectCounter.h"
+#include "streams/IndexNumbers.h"
+
+namespace orbo::Data {
+
+namespace {
+
+unsigned int numberIn(const std::string& text) {
+    IndexNumbers numbers(text);
+    const unsigned int number = numbers.next();
+    numbers.finish();
+    return number;
+}
+
+IndexType* referencedClone(const IndexType* value) {
+    IndexType* clone = value ? value->clone() : nullptr;
+    if (clone) clone->ref();
+    return clone;
+}
+
+}  // namespace
+
+Debug::ObjectCounter Index::_objects;
+
+// Uncounted, so that indices which only hold a place do not show up among those created.
+Index::Index() = default;
+
+Index::Index(unsigned int number) : fNumber(number) { _objects.objectCreated(); }
+
+Index::Index(const std::string& text) : fNumber(numberIn(text)) { _objects.objectCreated(); }
+
+Index::Index(const IndexType& value) : fType(referencedClone(&value)) { _objects.objectCreated(); }
+
+Index::Index(const Index& other) : fNumber(other.fNumber), fType(referencedClone(other.fType)) {
+    _objects.objectCreated();
+}
+
+Index::~Index() {
+    if (fType) fType->unref();
+    _objects.objectDestroyed();
+}
+
+Index& Index::operator=(const Index& other) {
+    // Assigning an index to itself releases its typed value before it is looked at, by contract.
+    IndexType* const shared = &other == this ? nullptr : other.fType;
+    if (shared) {
+        shared->ref();
+    } else {
+        fNumber = other.fNumber;
+    }
+    if (fType) fType->unref();
+    fType = shared;
+    return *this;
+}
+
+Index& Index::operator=(unsigned int number) {
+    if (fType) fType->unref();
+    fType = nullptr;
+    fNumber = number;
+    return *this;
+}
+
+std::string Index::asString() const { return fType ? fType->asString() : std::to_string(fNumber); }
+
+std::string Index::typeName() const { return fType ? fType->typeName() : theTypeName(); }
+
+std::string Index::theTypeName() { return "numeric"; }
+
+bool Index::supportsDenseMode() const { return !fType || fType->supportsDenseMode(); }
+
+unsigned int Index::denseSpaceBetween(const Index& other) const {
+    if (fType && other.fType) return fType->denseSpaceBetween(*other.fType);
+    if (fType || other.fType) return 0;
+    return (fNumber < other.fNumber ? other.fNumber - fNumber : fNumber - other.fNumber) + 1;
+}
+
+bool Index::operator==(const Index& other) const {
+    if (fType && other.fType) return *fType == *other.fType;
+    return !fType && !other.fType && fNumber == other.fNumber;
+}
+
+bool Index::operator!=(const Index& other) const {
+    if (fType && other.fType) return *fType != *other.fType;
+    return fType || other.fType || fNumber != other.fNumber;
+}
+
+bool Index::operator<(const Index& other) const {
+    if (fType && other.fType) return *fType < *other.fType;
+    if (fType || other.fType) return other.fType != nullptr;
+    return fNumber < other.fNumber;
+}
+
+bool Index::operator<=(const Index& other) const {
+    if (fType && other.fType) return *fType <= *other.fType;
+    if (fType || other.fType) return other.fType != nullptr;
+    return fNumber <= other.fNumber;
+}
+
+bool Index::operator>(const Index& other) const {
+    if (fType && other.fType) return *fType > *other.fType;
+    if (fType || other.fType) return fType != nullptr;
+    return fNumber > other.fNumber;
+}
+
+bool Index::operator>=(const Index& other) const {
+    if (fType && other.fType) return *fType >= *other.fType;
+    if (fType || other.fType) return fType != nullptr;
+    return fNumber >= other.fNumber;
+}
+
+Index::Creators& Index::creators() {
+    static Creators creators{{theTypeName(), &Index::TypeCreator}};
+    return creators;
+}
+
+IndexCreator Index::creator(const std::string& typeName) {
+    const auto entry = creators().find(typeName);
+    if (entry == creators().end()) throw eCreatorNotFound;
+    return entry->second;
+}
+
+Index Index::doCreate(const std::string& typeName, const std::string& text) {
+    const IndexCreator create = creator(typeName);
+    if (!create) throw eCreatorNotFound;
+    return create(text);
+}
+
+bool Index::registerType(const std::string& typeName, IndexCreator creator) {
+    return creators().emplace(typeName, creator).second;
+}
+
+void Index::deregisterType(const std::string& typeName) { creators().erase(typeName); }
+
+Index Index::TypeCreator(const std::string& text) { return Index(text); }
+
+bool Index::Debug(const Index* index, Debug::Print& print) {
+    if (index && !index->fType) print << index->asString().c_str();
+    return true;
+}
+
+bool Index::Debug(const Index* index, Debug::Footprint& footprint) {
+    if (index) footprint.addObject(index, sizeof(Index));
+    return true;
+}
+
+unsigned long long Index::objectsCreated() { return _objects.created(); }
+
+unsigned long long Index::objectsAlive() { return _objects.alive(); }
+
+}  // namespace orbo::Data

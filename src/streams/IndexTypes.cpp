@@ -1,0 +1,40 @@
+// Look-up of index types, with a way to carry those that nobody registered.
+// SPDX-License-Identifier: Apache-2.0
+
+#include "streams/IndexTypes.h"
+
+#include <data/IndexText.h>
+
+namespace orbo::Data {
+
+namespace {
+
+thread_local unsigned int keepersOfUnknown = 0;
+
+}  // namespace
+
+Index IndexTypes::Maker::operator()(const std::string& text) const {
+    if (fAsText) return Index(IndexText(fTypeName, text));
+    if (!fCreator) throw Index::eCreatorNotFound;
+    return fCreator(text);
+}
+
+IndexTypes::Maker IndexTypes::maker(const std::string& typeName) {
+    Maker maker;
+    maker.fTypeName = typeName;
+    const auto entry = Index::creators().find(typeName);
+    if (entry != Index::creators().end()) {
+        maker.fCreator = entry->second;
+    } else if (keepersOfUnknown > 0) {
+        maker.fAsText = true;
+    } else {
+        throw Index::eCreatorNotFound;
+    }
+    return maker;
+}
+
+IndexTypes::KeepUnknown::KeepUnknown() { ++keepersOfUnknown; }
+
+IndexTypes::KeepUnknown::~KeepUnknown() { --keepersOfUnknown; }
+
+}  // namespace orbo::Data
