@@ -7,11 +7,14 @@
 #include <debug/Print.h>
 
 #include "debug/ObjectCounter.h"
+#include "debug/StartUp.h"
 #include "streams/IndexNumbers.h"
 
 namespace orbo::Data {
 
 namespace {
+
+[[gnu::used]] const char* const linksRegistration = &registrationAnchor;
 
 unsigned int numberIn(const std::string& text) {
     IndexNumbers numbers(text);

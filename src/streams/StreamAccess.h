@@ -11,8 +11,12 @@ namespace orbo::Data {
 
 class StreamAccess {
   public:
+    /// A stream without storage, which makes itself an empty one when first used: named "Stream",
+    /// mapped, numeric, with an empty structure that no other stream has.
+    static Stream unnamed();
     /// `setElement` with the chunk that the handle owns moved in, not copied. In index order this
-    /// takes constant time in mapped storage.
+    /// takes constant time in mapped storage. Afterwards the handle must not be used for access,
+    /// also when the result is false.
     static bool adoptElement(Stream& stream, const Index& index, Handle&& handle);
     static void setName(Stream& stream, const std::string& name);
     /// Grows whenever any stream object comes to have another name than it had.

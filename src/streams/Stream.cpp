@@ -1,0 +1,175 @@
+// A named, indexed collection of elements of one structure.
+// SPDX-License-Identifier: Apache-2.0
+
+#include <data/Stream.h>
+#include <debug/Count.h>
+#include <debug/Footprint.h>
+#include <debug/Print.h>
+
+#include <memory>
+
+#include "debug/ObjectCounter.h"
+#include "streams/IndexTypes.h"
+#include "streams/NameChanges.h"
+#include "streams/StreamImplDense.h"
+#include "streams/StreamImplMapped.h"
+#include "streams/StreamIteratorImpl.h"
+
+namespace orbo::Data {
+
+namespace {
+
+bool carryElements(StreamImpl& from, StreamImpl& to) {
+    const std::unique_ptr<StreamIteratorImpl> element = from.begin();
+    for (; element->valid(); element->advance()) {
+        if (!to.setElement(element->index(), element->handle())) return false;
+    }
+    return true;
+}
+
+/// Null when an element has no place in dense storage, or no memory.
+std::unique_ptr<StreamImpl> denseStorage(StreamImplMapped& mapped) {
+    auto dense = std::make_unique<StreamImplDense>(mapped.structure(), mapped.name());
+    if (mapped.elementCount() == 0) return dense;
+    // Numbers sort first: when the last one is a number, all are.
+    const Index& last = mapped.elements().rbegin()->first;
+    if (last.complexIndex() || !dense->reserve(last.index())) return nullptr;
+    if (!carryElements(mapped, *dense)) return nullptr;
+    return dense;
+}
+
+std::unique_ptr<StreamImpl> mappedStorage(StreamImpl& dense) {
+    auto mapped = std::make_unique<StreamImplMapped>(dense.structure(), dense.name());
+    if (!carryElements(dense, *mapped)) return nullptr;
+    return mapped;
+}
+
+}  // namespace
+
+Debug::ObjectCounter Stream::_objects;
+const char* const Stream::kDebugHex = "hex";
+
+Stream::Stream() { _objects.objectCreated(); }
+
+Stream::Stream(const Structure& structure, const std::string& name) {
+    setImpl(new StreamImplMapped(structure, name));
+    _objects.objectCreated();
+}
+
+Stream::Stream(const Stream& other) {
+    setImpl(&other.impl());
+    _objects.objectCreated();
+}
+
+Stream::~Stream() {
+    if (fImpl) fImpl->unref();
+    _objects.objectDestroyed();
+}
+
+Stream& Stream::operator=(const Stream& other) {
+    const bool renamed = name() != other.name();
+    setImpl(&other.impl());
+    if (renamed) NameChanges::note();
+    return *this;
+}
+
+bool Stream::operator==(const Stream& other) const { return &impl() == &other.impl(); }
+
+StreamImpl& Stream::impl() const {
+    if (!fImpl) {
+        fImpl = new StreamImplMapped;
+        fImpl->ref();
+    }
+    return *fImpl;
+}
+
+void Stream::setImpl(StreamImpl* impl) {
+    impl->ref();
+    if (fImpl) fImpl->unref();
+    fImpl = impl;
+}
+
+bool Stream::makeUnique() {
+    if (!fImpl || !fImpl->isShared()) return false;
+    std::unique_ptr<StreamImpl> copy = fImpl->clone();
+    if (!copy) return false;
+    setImpl(copy.release());
+    return true;
+}
+
+const std::string& Stream::name() const { return impl().name(); }
+const Structure& Stream::structure() const { return impl().structure(); }
+const std::string& Stream::indexType() const { return impl().indexType(); }
+bool Stream::useDefaults() const { return impl().useDefaults(); }
+bool Stream::setUseDefaults(bool use) { return impl().setUseDefaults(use); }
+
+unsigned int Stream::elementCount() const { return impl().elementCount(); }
+bool Stream::hasElement(Index index) const { return impl().hasElement(index); }
+Handle Stream::element(Index index) { return impl().element(index); }
+
+bool Stream::setElement(Index index, const Handle& handle) {
+    return impl().setElement(index, handle);
+}
+
+bool Stream::removeElement(Index index) { return impl().removeElement(index); }
+bool Stream::reindexElement(Index from, Index to) { return impl().reindexElement(from, to); }
+
+bool Stream::swapElements(Index first, Index second) { return impl().swapElements(first, second); }
+
+bool Stream::setElementRange(Index first, Index last) {
+    return impl().setElementRange(first, last);
+}
+
+bool Stream::clear() { return !fImpl || fImpl->clear(); }
+
+StreamIterator Stream::begin() { return cbegin(); }
+StreamIterator Stream::end() { return cend(); }
+
+StreamIterator Stream::cbegin() const {
+    return StreamIterator(empty() ? impl().end().release() : impl().begin().release());
+}
+
+StreamIterator Stream::cend() const { return StreamIterator(impl().end().release()); }
+
+bool Stream::mergeStream(const Stream& other) { return impl().mergeStream(other.impl()); }
+bool Stream::setStructure(const Structure& structure) { return impl().setStructure(structure); }
+
+bool Stream::setIndexType(const std::string& typeName) {
+    if (IndexTypes::maker(typeName).isNull() || !empty()) return false;
+    if (typeName != indexType() && impl().isDense()) setImpl(new StreamImplMapped(impl()));
+    return impl().setIndexType(typeName);
+}
+
+bool Stream::useDenseStorage(bool dense) {
+    if (impl().isDense() == dense) return true;
+    const bool wasEmpty = empty();
+    std::unique_ptr<StreamImpl> storage =
+        dense ? denseStorage(static_cast<StreamImplMapped&>(impl())) : mappedStorage(impl());
+    if (!storage) return false;
+    setImpl(storage.release());
+    // Also false when all elements were carried over: that is what the result has always told.
+    return wasEmpty;
+}
+
+bool Stream::Debug(const Stream*, Debug::Count& count) {
+    count = objectsAlive();
+    return true;
+}
+
+bool Stream::Debug(const Stream* stream, Debug::Footprint& footprint) {
+    if (!stream) return true;
+    footprint.addObject(stream, sizeof(Stream));
+    stream->impl().sync();
+    return stream->impl().debug(footprint);
+}
+
+bool Stream::Debug(const Stream* stream, Debug::Print& print) {
+    if (!stream) return true;
+    stream->impl().sync();
+    return stream->impl().debug(print);
+}
+
+unsigned long long Stream::objectsCreated() { return _objects.created(); }
+unsigned long long Stream::objectsAlive() { return _objects.alive(); }
+
+}  // namespace orbo::Data

@@ -1,0 +1,39 @@
+// What containers and formats may do with a stream that its users may not.
+// SPDX-License-Identifier: Apache-2.0
+
+#include "streams/StreamAccess.h"
+
+#include <atomic>
+#include <utility>
+
+#include "streams/NameChanges.h"
+#include "streams/StreamImpl.h"
+
+namespace orbo::Data {
+
+namespace {
+
+std::atomic<std::uint64_t> nameChangeCount{0};
+
+}  // namespace
+
+void NameChanges::note() noexcept { nameChangeCount.fetch_add(1, std::memory_order_relaxed); }
+
+std::uint64_t NameChanges::count() noexcept {
+    return nameChangeCount.load(std::memory_order_relaxed);
+}
+
+Stream StreamAccess::unnamed() { return Stream(); }
+
+bool StreamAccess::adoptElement(Stream& stream, const Index& index, Handle&& handle) {
+    return stream.impl().adoptElement(index, std::move(handle));
+}
+
+void StreamAccess::setName(Stream& stream, const std::string& name) {
+    stream.impl().setName(name);
+    NameChanges::note();
+}
+
+std::uint64_t StreamAccess::nameChanges() noexcept { return NameChanges::count(); }
+
+}  // namespace orbo::Data

@@ -1,0 +1,36 @@
+// Walks dense storage, slot by slot.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "streams/StreamIteratorImpl.h"
+
+namespace orbo::Data {
+
+class StreamImplDense;
+
+class StreamDenseIteratorImpl : public StreamIteratorImpl {
+  public:
+    StreamDenseIteratorImpl() = default;
+    StreamDenseIteratorImpl(StreamImplDense& storage, bool begin);
+    StreamDenseIteratorImpl(const StreamDenseIteratorImpl& other);
+
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> clone() const override;
+    /// 4294967295 at the end.
+    [[nodiscard]] Index index() const override;
+
+  protected:
+    void step() override;
+    [[nodiscard]] const StreamImpl* storage() const override;
+    [[nodiscard]] bool samePlace(const StreamIteratorImpl& other) const override;
+
+  private:
+    void moveTo(unsigned int position);
+    void repoint();
+
+    StreamImplDense* fStorage = nullptr;
+    unsigned int fPosition = 0;
+};
+
+}  // namespace orbo::Data

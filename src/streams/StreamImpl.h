@@ -1,0 +1,114 @@
+// Shared storage of streams: what both kinds have in common.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Handle.h>
+#include <data/Index.h>
+#include <data/Structure.h>
+#include <debug/CRTP_Debug.h>
+#include <debug/RefCounted.h>
+#include <debug/RefPtr.h>
+
+#include <memory>
+#include <string>
+
+#include "core/Layout.h"
+
+namespace orbo::Data {
+
+class StreamIteratorImpl;
+
+struct ChunkDeleter {
+    const Layout* layout = nullptr;
+    void operator()(char* chunk) const { layout->free(chunk); }
+};
+/// A chunk on its way into a storage.
+using OwnedChunk = std::unique_ptr<char, ChunkDeleter>;
+
+/// Holds its chunks in the layout that the structure had when they were made. Every operation that
+/// touches chunks calls `sync` first, which converts them when the structure has changed since.
+class StreamImpl : public RefCounted,
+                   public Debug::CRTP_Debug<StreamImpl, Debug::Print>,
+                   public Debug::CRTP_Debug<StreamImpl, Debug::Footprint> {
+  public:
+    ~StreamImpl() override;
+    StreamImpl& operator=(const StreamImpl&) = delete;
+
+    /// A deep copy of the same kind; null when memory runs out.
+    [[nodiscard]] virtual std::unique_ptr<StreamImpl> clone() = 0;
+    [[nodiscard]] virtual bool isDense() const = 0;
+
+    [[nodiscard]] const std::string& name() const { return fName; }
+    void setName(const std::string& name) { fName = name; }
+    [[nodiscard]] const Structure& structure() const { return *fStructure; }
+    bool setStructure(const Structure& structure);
+    [[nodiscard]] const std::string& indexType() const { return fIndexType; }
+    bool setIndexType(const std::string& typeName);
+    [[nodiscard]] bool useDefaults() const { return fUseDefaults; }
+    bool setUseDefaults(bool use);
+
+    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> begin() = 0;
+    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> end() = 0;
+
+    [[nodiscard]] virtual unsigned int elementCount() const = 0;
+    [[nodiscard]] virtual bool hasElement(const Index& index) const = 0;
+    [[nodiscard]] Handle element(const Index& index);
+    bool setElement(const Index& index, const Handle& handle);
+    /// Takes the handle's chunk over when the handle owns it, else copies it.
+    bool adoptElement(const Index& index, Handle&& handle);
+    virtual bool removeElement(const Index& index) = 0;
+    virtual bool reindexElement(const Index& from, const Index& to) = 0;
+    virtual bool swapElements(const Index& first, const Index& second) = 0;
+    virtual bool setElementRange(const Index& first, const Index& last) = 0;
+    virtual bool clear() = 0;
+    bool mergeStream(StreamImpl& other);
+
+    /// Brings the chunks to the structure's present layout. When there is no memory for that, the
+    /// storage goes on with the layout that it has.
+    void sync();
+    /// Of the chunks, as of the last `sync`.
+    [[nodiscard]] const Layout& layout() const { return *fLayout; }
+
+    /// Virtual: both reach the `Debug` of the kind.
+    using CRTP_Debug<StreamImpl, Debug::Footprint>::debug;
+    using CRTP_Debug<StreamImpl, Debug::Print>::debug;
+    static bool Debug(const StreamImpl* storage, Debug::Footprint& footprint);
+    /// The line that both kinds of dump begin with.
+    static bool Debug(const StreamImpl* storage, Debug::Print& print);
+    static unsigned long long objectsCreated();
+    static unsigned long long objectsAlive();
+
+  protected:
+    /// Named "Stream", with an empty structure of its own.
+    StreamImpl();
+    StreamImpl(const Structure& structure, const std::string& name);
+    /// The copy does not use defaults, whatever `other` does.
+    StreamImpl(const StreamImpl& other);
+
+    /// The element's chunk, null without one.
+    [[nodiscard]] virtual char* chunkAt(const Index& index) = 0;
+    /// Stores a chunk of `layout()`, or an element without data. Takes the chunk when the result is
+    /// true. An element that is there keeps its address and gets the new content.
+    virtual bool store(const Index& index, OwnedChunk&& chunk) = 0;
+    /// Forgets all elements, and whatever was allocated for them.
+    virtual void dropChunks() = 0;
+    /// All chunks from `layout()` to another; false with nothing changed without memory.
+    virtual bool convert(const Layout& to) = 0;
+
+    /// Gives `destination` the content of `chunk`, both of `layout()`.
+    void replace(char* destination, OwnedChunk&& chunk) const;
+
+    static void printMembers(Handle& handle, const Layout& layout, Debug::Print& print);
+    static void addStrings(const Layout& layout, const char* chunk, Debug::Footprint& footprint);
+
+  private:
+    RefPtr<const Structure> fStructure;
+    const Layout* fLayout;
+    std::string fName;
+    std::string fIndexType;
+    bool fUseDefaults = false;
+
+    static Debug::ObjectCounter _objects;
+};
+
+}  // namespace orbo::Data

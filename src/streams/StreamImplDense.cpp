@@ -1,0 +1,286 @@
+// Storage in one block, for indices that are the numbers from 0.
+// SPDX-License-Identifier: Apache-2.0
+
+#include "streams/StreamImplDense.h"
+
+#include <data/Stream.h>
+#include <debug/Footprint.h>
+#include <debug/Print.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "core/HandleAccess.h"
+#include "debug/ObjectCounter.h"
+#include "streams/StreamDenseIteratorImpl.h"
+
+namespace orbo::Data {
+
+namespace {
+
+constexpr unsigned int kNoPosition = std::numeric_limits<unsigned int>::max();
+constexpr std::uint64_t kFirstBlockBytes = 4096;
+
+/// 0 where three times the number does not fit 32 bits.
+std::uint64_t timesOneAndAHalf(unsigned int number) {
+    const std::uint64_t triple = std::uint64_t{number} * 3;
+    return triple > kNoPosition ? 0 : triple / 2;
+}
+
+std::size_t bytes(const Layout& layout, unsigned int slots) {
+    return static_cast<std::size_t>(layout.stride()) * slots;
+}
+
+}  // namespace
+
+Debug::ObjectCounter StreamImplDense::_objects;
+
+StreamImplDense::StreamImplDense() { _objects.objectCreated(); }
+
+StreamImplDense::StreamImplDense(const Structure& structure, const std::string& name)
+    : StreamImpl(structure, name) {
+    _objects.objectCreated();
+}
+
+StreamImplDense::StreamImplDense(const StreamImplDense& other)
+    : StreamImpl(other),
+      CRTP_Debug<StreamImplDense, Debug::Print>(other),
+      CRTP_Debug<StreamImplDense, Debug::Footprint>(other),
+      fAllocated(other.fAllocated) {
+    _objects.objectCreated();
+}
+
+StreamImplDense::~StreamImplDense() {
+    clear();
+    _objects.objectDestroyed();
+}
+
+std::unique_ptr<StreamImpl> StreamImplDense::clone() {
+    sync();
+    std::unique_ptr<StreamImplDense> copy(new StreamImplDense(*this));
+    if (!copy->copyBlock(*this)) return nullptr;
+    return copy;
+}
+
+bool StreamImplDense::copyBlock(const StreamImplDense& other) {
+    if (other.fBlock) {
+        fBlock = defaultBlock(layout(), fAllocated);
+        if (!fBlock) return false;
+        for (unsigned int k = 0; k < other.fCount; ++k) {
+            if (!layout().fillWithDuplicate(elementAddr(k), other.elementAddr(k))) return false;
+            fCount = k + 1;
+        }
+    }
+    fCount = other.fCount;
+    return true;
+}
+
+std::unique_ptr<StreamIteratorImpl> StreamImplDense::begin() {
+    return std::make_unique<StreamDenseIteratorImpl>(*this, true);
+}
+
+std::unique_ptr<StreamIteratorImpl> StreamImplDense::end() {
+    return std::make_unique<StreamDenseIteratorImpl>(*this, false);
+}
+
+bool StreamImplDense::hasElement(const Index& index) const { return index.index() < fCount; }
+
+char* StreamImplDense::chunkAt(const Index& index) {
+    return index.index() < fCount ? elementAddr(index.index()) : nullptr;
+}
+
+char* StreamImplDense::elementAddr(unsigned int position) const {
+    if (position >= fAllocated || !fBlock) return nullptr;
+    return fBlock.get() + bytes(layout(), position);
+}
+
+Index StreamImplDense::indexOfPhysicalElement(unsigned int position) const {
+    return Index(position < fCount ? position : kNoPosition);
+}
+
+// Defaults are all zero bits, and large blocks of zeros cost nothing before they are touched.
+StreamImplDense::Block StreamImplDense::defaultBlock(const Layout& layout, unsigned int slots) {
+    return Block(static_cast<char*>(std::calloc(slots, static_cast<std::size_t>(layout.stride()))));
+}
+
+bool StreamImplDense::allocate(unsigned int slots) {
+    Block block = defaultBlock(layout(), slots);
+    if (!block) return false;
+    if (fBlock) std::memcpy(block.get(), fBlock.get(), bytes(layout(), fCount));
+    fBlock = std::move(block);
+    fAllocated = slots;
+    return true;
+}
+
+std::uint64_t StreamImplDense::grownCapacity(unsigned int position) const {
+    const std::uint64_t capacity =
+        fAllocated < 2 ? kFirstBlockBytes / layout().totalSize() : timesOneAndAHalf(fAllocated);
+    return capacity > position ? capacity : timesOneAndAHalf(position);
+}
+
+bool StreamImplDense::ensureSpaceForElement(unsigned int position) {
+    if (position == kNoPosition) return false;  // the count could not include it
+    if (layout().totalSize() == 0) return true;
+    if (position < fAllocated) return fBlock || allocate(fAllocated);
+    const std::uint64_t capacity = grownCapacity(position);
+    return capacity > position && allocate(static_cast<unsigned int>(capacity));
+}
+
+bool StreamImplDense::reserve(unsigned int position) {
+    if (ensureSpaceForElement(position)) return true;
+    return position >= fAllocated && position != kNoPosition && allocate(position + 1);
+}
+
+bool StreamImplDense::store(const Index& index, OwnedChunk&& chunk) {
+    const unsigned int position = index.index();
+    if (!chunk && layout().totalSize() != 0) return false;
+    if (!ensureSpaceForElement(position)) return false;
+    if (chunk) replace(elementAddr(position), std::move(chunk));
+    fCount = std::max(fCount, position + 1);
+    return true;
+}
+
+bool StreamImplDense::removeElement(const Index& index) {
+    sync();
+    if (char* const chunk = chunkAt(index)) layout().reset(chunk);
+    return true;
+}
+
+bool StreamImplDense::reindexElement(const Index& from, const Index& to) {
+    if (!hasElement(from)) return false;
+    if (from.index() == to.index()) return true;
+    sync();
+    if (!ensureSpaceForElement(to.index())) return false;
+    if (char* const target = elementAddr(to.index())) {
+        char* const source = elementAddr(from.index());
+        layout().destroyStrings(target);
+        std::memcpy(target, source, static_cast<std::size_t>(layout().totalSize()));
+        layout().fillWithDefault(source);
+    }
+    fCount = std::max(fCount, to.index() + 1);
+    return true;
+}
+
+bool StreamImplDense::swapElements(const Index& first, const Index& second) {
+    if (!hasElement(first) || !hasElement(second)) return false;
+    sync();
+    char* const one = chunkAt(first);
+    char* const other = chunkAt(second);
+    if (one && one != other) std::swap_ranges(one, one + layout().totalSize(), other);
+    return true;
+}
+
+bool StreamImplDense::setElementRange(const Index& first, const Index& last) {
+    const unsigned int count = last.index() - first.index() + 1;
+    if (count == fCount) return true;
+    sync();
+    if (count > fCount) {
+        if (!ensureSpaceForElement(count)) return false;
+        fCount = count;
+        return true;
+    }
+    // A shrunk range ends one short of the count asked for, by contract.
+    const unsigned int kept = count > 0 ? count - 1 : 0;
+    for (unsigned int k = kept; k < fCount; ++k) {
+        if (char* const chunk = elementAddr(k)) layout().reset(chunk);
+    }
+    fCount = kept;
+    return true;
+}
+
+bool StreamImplDense::clear() {
+    if (fBlock && layout().hasStrings()) {
+        for (unsigned int k = 0; k < fCount; ++k) layout().destroyStrings(elementAddr(k));
+    }
+    fBlock.reset();
+    return true;
+}
+
+void StreamImplDense::dropChunks() {
+    clear();
+    fCount = 0;
+    fAllocated = 0;
+}
+
+bool StreamImplDense::convert(const Layout& to) {
+    const LayoutConversion conversion(layout(), to);
+    const bool neededNoBlock = layout().totalSize() == 0;
+    const unsigned int slots = neededNoBlock ? std::max(fAllocated, fCount) : fAllocated;
+    Block block;
+    if (to.totalSize() != 0 && (fBlock || (neededNoBlock && fCount > 0))) {
+        block = defaultBlock(to, slots);
+        if (!block) return false;
+    }
+    if (block && fBlock) {
+        for (unsigned int k = 0; k < fCount; ++k) {
+            conversion.move(block.get() + bytes(to, k), elementAddr(k));
+        }
+    }
+    clear();
+    fBlock = std::move(block);
+    fAllocated = slots;
+    return true;
+}
+
+bool StreamImplDense::Debug(const StreamImplDense* storage, Debug::Footprint& footprint) {
+    if (!storage) return true;
+    const Layout& layout = storage->layout();
+    footprint.addObject(storage, sizeof(StreamImplDense));
+    if (!storage->fBlock) return true;
+    footprint.addMember(storage->fBlock.get(), bytes(layout, storage->fAllocated));
+    for (unsigned int k = 0; k < storage->fCount; ++k) {
+        addStrings(layout, storage->elementAddr(k), footprint);
+    }
+    return true;
+}
+
+bool StreamImplDense::Debug(const StreamImplDense* storage, Debug::Print& print) {
+    if (!storage) return true;
+    int level = 0;
+    const bool addresses = print.findFilter(Stream::kDebugHex, level);
+    print.beginSection("Data Stream");
+    StreamImpl::Debug(storage, print);
+    if (addresses) {
+        print.doIndent() << "PTR: ";
+        print.skipNextIndent(true);
+        print << static_cast<const void*>(storage->fBlock.get()) << '\n';
+    }
+    print.doIndent() << "Highest valid index = " << std::to_string(storage->fCount) << '\n';
+    print.doIndent() << "Number allocated    = " << std::to_string(storage->fAllocated) << '\n';
+    print.beginSection("Stream Elements");
+    print.doIndent() << "Element count = " << std::to_string(storage->fCount) << '\n';
+    std::size_t digits = 1;
+    for (unsigned int rest = storage->fCount; rest > 10; rest /= 10) ++digits;
+    for (unsigned int k = 0; k < storage->fCount; ++k) {
+        storage->printElement(k, digits, addresses, print);
+    }
+    print.endSection();
+    print.endSection();
+    return true;
+}
+
+void StreamImplDense::printElement(unsigned int position, std::size_t digits, bool addresses,
+                                   Debug::Print& print) const {
+    std::string number = std::to_string(position);
+    number.insert(0, digits - std::min(digits, number.size()), ' ');
+    char* const chunk = elementAddr(position);
+    print.doIndent() << '[' << number << "] ";
+    if (addresses) {
+        print.skipNextIndent(true);
+        print << "PTR: ";
+        print.skipNextIndent(true);
+        print << static_cast<const void*>(chunk) << " : ";
+    }
+    Handle handle = HandleAccess::borrow(structure(), layout(), chunk);
+    printMembers(handle, layout(), print);
+    print.skipNextIndent(true);
+    print << "\n";
+}
+
+unsigned long long StreamImplDense::objectsCreated() { return _objects.created(); }
+
+unsigned long long StreamImplDense::objectsAlive() { return _objects.alive(); }
+
+}  // namespace orbo::Data

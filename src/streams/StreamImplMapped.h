@@ -1,0 +1,65 @@
+// Storage that holds elements of any indices where they were set.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "streams/StreamImpl.h"
+
+namespace orbo::Data {
+
+class StreamImplMapped : public StreamImpl,
+                         public Debug::CRTP_Debug<StreamImplMapped, Debug::Print>,
+                         public Debug::CRTP_Debug<StreamImplMapped, Debug::Footprint> {
+  public:
+    /// The chunks, null for elements without data. Keys are never assigned, because assigned
+    /// indices share their typed values.
+    using Elements = std::map<Index, char*>;
+
+    StreamImplMapped();
+    StreamImplMapped(const Structure& structure, const std::string& name);
+    /// Empty, with the name, structure and index type of the other.
+    explicit StreamImplMapped(const StreamImpl& base);
+    ~StreamImplMapped() override;
+    StreamImplMapped& operator=(const StreamImplMapped&) = delete;
+
+    [[nodiscard]] std::unique_ptr<StreamImpl> clone() override;
+    [[nodiscard]] bool isDense() const override { return false; }
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> begin() override;
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> end() override;
+
+    [[nodiscard]] unsigned int elementCount() const override;
+    [[nodiscard]] bool hasElement(const Index& index) const override;
+    bool removeElement(const Index& index) override;
+    bool reindexElement(const Index& from, const Index& to) override;
+    bool swapElements(const Index& first, const Index& second) override;
+    /// Notes the range; nothing is restricted by it.
+    bool setElementRange(const Index& first, const Index& last) override;
+    bool clear() override;
+
+    [[nodiscard]] Elements& elements() { return fElements; }
+
+    bool debug(Debug::Print& print) const override { return Debug(this, print); }
+    bool debug(Debug::Footprint& footprint) const override { return Debug(this, footprint); }
+    static bool Debug(const StreamImplMapped* storage, Debug::Footprint& footprint);
+    static bool Debug(const StreamImplMapped* storage, Debug::Print& print);
+    static unsigned long long objectsCreated();
+    static unsigned long long objectsAlive();
+
+  protected:
+    [[nodiscard]] char* chunkAt(const Index& index) override;
+    bool store(const Index& index, OwnedChunk&& chunk) override;
+    void dropChunks() override { clear(); }
+    bool convert(const Layout& to) override;
+
+  private:
+    Elements fElements;
+    Index fLowest;
+    Index fHighest;
+
+    static Debug::ObjectCounter _objects;
+};
+
+}  // namespace orbo::Data
