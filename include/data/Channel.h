@@ -11,6 +11,7 @@
 
 namespace orbo::Data {
 
+class AssociationsImpl;
 class ChannelImpl;
 
 /// A handle on shared streams, in byte-wise order of their names. Copies see each other's changes
@@ -74,7 +75,8 @@ class METADATA_API Channel {
     friend class ChannelAccess;
     friend class ChannelIterator;
 
-    ChannelImpl* fImpl;  // one reference
+    ChannelImpl* fImpl;                  // one reference
+    AssociationsImpl* fOwner = nullptr;  // of this object; orders it by name
 
     static Debug::ObjectCounter _objects;
 };

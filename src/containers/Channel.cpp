@@ -1,0 +1,105 @@
+// A named set of streams that describe the same elements.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Channel.h>
+
+#include "containers/AssociationsImpl.h"
+#include "containers/ChannelImpl.h"
+#include "debug/ObjectCounter.h"
+
+#include <debug/Count.h>
+#include <debug/Footprint.h>
+#include <debug/Print.h>
+#include <debug/RefPtr.h>
+
+namespace orbo::Data {
+
+Debug::ObjectCounter Channel::_objects;
+
+Channel::Channel() : Channel("Unnamed") {}
+
+Channel::Channel(const std::string& name) : fImpl(new ChannelImpl(name)) {
+    fImpl->ref();
+    _objects.objectCreated();
+}
+
+Channel::Channel(const Channel& other) : fImpl(other.fImpl) {
+    fImpl->ref();
+    _objects.objectCreated();
+}
+
+Channel& Channel::operator=(const Channel& other) {
+    if (fOwner && name() != other.name()) fOwner->noteRename();
+    other.fImpl->ref();
+    fImpl->unref();
+    fImpl = other.fImpl;
+    return *this;
+}
+
+Channel::~Channel() {
+    fImpl->unref();
+    _objects.objectDestroyed();
+}
+
+bool Channel::operator==(const Channel& other) const { return fImpl == other.fImpl; }
+
+const std::string& Channel::name() const { return fImpl->name(); }
+
+Stream* Channel::setDataStream(const Stream& stream) { return fImpl->setDataStream(stream); }
+
+Stream* Channel::dataStream(unsigned int position) { return fImpl->dataStream(position); }
+
+const Stream* Channel::dataStream(unsigned int position) const {
+    return fImpl->dataStream(position);
+}
+
+Stream* Channel::findDataStream(const std::string& name) { return fImpl->findDataStream(name); }
+
+const Stream* Channel::findDataStream(const std::string& name) const {
+    return fImpl->findDataStream(name);
+}
+
+bool Channel::removeDataStream(const std::string& name) { return fImpl->removeDataStream(name); }
+
+bool Channel::renameDataStream(const std::string& oldName, const std::string& newName) {
+    return fImpl->renameDataStream(oldName, newName);
+}
+
+bool Channel::addElement(const Index& index) { return fImpl->addElement(index); }
+
+bool Channel::removeElement(const Index& index) { return fImpl->removeElement(index); }
+
+unsigned int Channel::dataStreamCount() const { return fImpl->unsortedStreams().size(); }
+
+bool Channel::makeUnique() {
+    if (!fImpl->isShared()) return false;
+    RefPtr<ChannelImpl> copy(new ChannelImpl(*fImpl));
+    const bool detached = copy->makeUnique();
+    copy->ref();
+    fImpl->unref();
+    fImpl = copy.get();
+    return detached;
+}
+
+ChannelIterator Channel::begin() const { return {*this, ChannelIterator::kBegin}; }
+
+ChannelIterator Channel::end() const { return {*this, ChannelIterator::kEnd}; }
+
+bool Channel::Debug(const Channel*, Debug::Count& count) {
+    count = _objects.alive();
+    return true;
+}
+
+bool Channel::Debug(const Channel* channel, Debug::Footprint& footprint) {
+    if (channel) footprint.addObject(channel, sizeof(Channel));
+    return ChannelImpl::Debug(channel ? channel->fImpl : nullptr, footprint);
+}
+
+bool Channel::Debug(const Channel* channel, Debug::Print& print) {
+    return ChannelImpl::Debug(channel ? channel->fImpl : nullptr, print);
+}
+
+unsigned long long Channel::objectsCreated() { return _objects.created(); }
+
+unsigned long long Channel::objectsAlive() { return _objects.alive(); }
+
+}  // namespace orbo::Data

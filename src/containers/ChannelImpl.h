@@ -1,0 +1,66 @@
+// The streams that copies of a Channel share.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "containers/NameOrdered.h"
+
+#include <data/Stream.h>
+#include <debug/RefCounted.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orbo::Data {
+
+/// The name that a stream is ordered by. Throws `std::invalid_argument` for null, so that no null
+/// enters a channel.
+struct StreamName {
+    const std::string& operator()(const std::unique_ptr<Stream>& stream) const;
+};
+
+class ChannelImpl : public RefCounted {
+  public:
+    using StreamSet = NameOrdered<std::unique_ptr<Stream>, StreamName>;
+
+    explicit ChannelImpl(const std::string& name);
+    /// The copy's streams share their elements with the source's.
+    ChannelImpl(const ChannelImpl& other);
+    ChannelImpl& operator=(const ChannelImpl&) = delete;
+    ~ChannelImpl() override;
+
+    [[nodiscard]] const std::string& name() const { return fName; }
+    void setName(const std::string& name) { fName = name; }
+
+    /// In order of the names as they are now.
+    StreamSet& streams() const;
+    /// In whatever order, for sizes and ends.
+    [[nodiscard]] StreamSet& unsortedStreams() const { return fStreams; }
+
+    Stream* setDataStream(const Stream& stream);
+    Stream* dataStream(unsigned int position);
+    Stream* findDataStream(const std::string& name);
+    bool removeDataStream(const std::string& name);
+    bool renameDataStream(const std::string& oldName, const std::string& newName);
+    bool addElement(const Index& index);
+    bool removeElement(const Index& index);
+    /// Replaces each stream by a deep copy; true when there was one.
+    bool makeUnique();
+
+    static bool Debug(const ChannelImpl* channel, Debug::Count& count);
+    static bool Debug(const ChannelImpl* channel, Debug::Footprint& footprint);
+    /// False for null.
+    static bool Debug(const ChannelImpl* channel, Debug::Print& print);
+
+  private:
+    StreamSet::iterator find(const std::string& name);
+
+    mutable StreamSet fStreams;  // sorted when first needed, so by looks as well
+    std::string fName;
+    // Handed-out pointers to streams that a refused rename dropped stay good.
+    std::vector<std::unique_ptr<Stream>> fDropped;
+
+    static Debug::ObjectCounter _objects;
+};
+
+}  // namespace orbo::Data
