@@ -1,0 +1,116 @@
+// The text format of channels: a name and the texts of the streams.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/ChannelSerializerRaw.h>
+
+#include "containers/ChannelAccess.h"
+#include "core/Ascii.h"
+#include "core/ValueText.h"
+#include "formats/RawMessages.h"
+
+#include <data/Channel.h>
+#include <data/StreamSerializerRaw.h>
+
+#include <memory>
+#include <new>
+
+namespace orbo::Data {
+
+namespace {
+
+constexpr const char* kDescription =
+    R"(The raw format consists of a Channel name followed by an optional index
+ type followed by a list of streams and a marker which indicates
+ the end of the channel data. The stream data consists of two or
+more lines in the following pattern:
+	stream
+	{FORMATTED_STREAM_DATA}
+terminated with a line containing the literal text:
+	endChannel
+Any text after the terminator will not be read.
+If the index type is omitted a standard numerical index is used.
+
+Here is a sample of a channel 'C1' with two streams:
+	name C1
+	stream
+	{FORMATTED_STREAM_DATA}
+	stream
+	{FORMATTED_STREAM_DATA}
+	endChannel
+
+See the documentation for the raw stream serialization
+format for a detailed description of the )"
+    R"(
+{FORMATTED_STREAM_DATA} lines.
+)";
+
+void readStream(std::istream& in, Channel& channel, RawMessages& messages) {
+    std::string nested;
+    const std::unique_ptr<Stream> stream(StreamSerializerRaw::theFormat().read(in, nested));
+    messages.takeOver(nested);
+    if (stream) {
+        channel.setDataStream(*stream);
+    } else {
+        messages.count(1);
+    }
+}
+
+}  // namespace
+
+ChannelSerializerRaw::ChannelSerializerRaw() { setDefaultFormat(this); }
+
+ChannelSerializerRaw::~ChannelSerializerRaw() = default;
+
+const ChannelSerializerRaw& ChannelSerializerRaw::theFormat() {
+    // Never destroyed: it is good for whoever still asks while the library unloads.
+    alignas(ChannelSerializerRaw) static unsigned char storage[sizeof(ChannelSerializerRaw)];
+    static const ChannelSerializerRaw* const format = new (storage) ChannelSerializerRaw;
+    return *format;
+}
+
+const char* ChannelSerializerRaw::formatType() const { return keyword(kRaw); }
+
+Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const {
+    auto channel = std::make_unique<Channel>();
+    RawMessages messages(errors);
+    ValueText::skipBlanks(in);
+    for (std::string word, rest;;) {
+        ValueText::extractWord(in, word);
+        std::getline(in, rest);
+        // The last line needs a line end, too.
+        if (!in.good()) {
+            messages.add("Missing Channel keyword", in);
+            break;
+        }
+        if (word == keyword(kEndChannel)) break;
+        if (word == keyword(kStream)) {
+            readStream(in, *channel, messages);
+        } else if (word == keyword(kChannelName)) {
+            ChannelAccess::setName(*channel, std::string(Ascii::trim(rest)));
+        } else {
+            messages.add("Unrecognized keyword '" + word + "'", in);
+            break;
+        }
+    }
+    if (messages.finish(" found, Channel not created") > 0) return nullptr;
+    return channel.release();
+}
+
+int ChannelSerializerRaw::write(const Channel& channel, std::ostream& out,
+                                std::string& errors) const {
+    RawMessages messages(errors);
+    writeText(out, std::string(keyword(kChannelName)) + " " + channel.name() + "\n");
+    for (const Stream& stream : channel) {
+        writeText(out, std::string(keyword(kStream)) + "\n");
+        std::string nested;
+        messages.count(StreamSerializerRaw::theFormat().write(stream, out, nested));
+        messages.takeOver(nested);
+    }
+    writeText(out, std::string(keyword(kEndChannel)) + "\n");
+    return messages.finish(" found, Channel may not be written correctly");
+}
+
+void ChannelSerializerRaw::getFormatDescription(std::ostream& out) const {
+    writeText(out, kDescription);
+}
+
+}  // namespace orbo::Data

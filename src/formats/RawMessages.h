@@ -1,0 +1,49 @@
+// Wording and gathering of the messages of the raw channel and associations formats.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <istream>
+#include <ostream>
+#include <string>
+
+namespace orbo::Data {
+
+/// The messages of one reader or writer, counted, for the caller's error text.
+class RawMessages {
+  public:
+    explicit RawMessages(std::string& errors) : fErrors(errors) {}
+
+    void count(int errors) { fCount += errors; }
+    /// What a nested reader or writer left in a text of its own. Its message may lack the line end.
+    void takeOver(const std::string& nested) {
+        fErrors += nested;
+        if (!nested.empty() && nested.back() != '\n') fErrors += '\n';
+    }
+    /// "... on or about character " and where the text could not be read on, one error.
+    void add(const std::string& problem, std::istream& in) {
+        const auto position = static_cast<std::streamoff>(in.tellg());
+        fText += problem + " on or about character " + std::to_string(position) + "\n";
+        ++fCount;
+    }
+    /// Hands the messages over with the number of errors, which it returns, in front of `outcome`.
+    int finish(const std::string& outcome) {
+        if (fCount > 0) {
+            fText += std::to_string(fCount) + (fCount > 1 ? " errors" : " error") + outcome + "\n";
+        }
+        fErrors += fText;
+        fText.clear();
+        return fCount;
+    }
+
+  private:
+    std::string& fErrors;
+    std::string fText;
+    int fCount = 0;
+};
+
+/// Text exactly as it is, whatever width or locale the stream has.
+inline void writeText(std::ostream& out, const std::string& text) {
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+}  // namespace orbo::Data

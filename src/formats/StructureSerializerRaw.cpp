@@ -1,0 +1,239 @@
+// The text format of structures, as in "name=Tag:int32=ID:float[3]=Origin".
+// SPDX-License-Identifier: Apache-2.0
+#include <data/StructureSerializerRaw.h>
+
+#include "core/Ascii.h"
+#include "core/Layout.h"
+#include "formats/RawMessages.h"
+
+#include <data/Structure.h>
+
+#include <algorithm>
+#include <charconv>
+#include <istream>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <vector>
+
+namespace orbo::Data {
+
+namespace {
+
+constexpr const char* kDescriptionHead = R"(
+The raw format consists of a series of colon or
+newline separated fields. The first field  must
+be the name field,  indicating  the name of the
+structure:
+    name=NAME
+After that  is one  or more  member fields, one
+for each member of the structure:
+    TYPE[DIM]=TYPENAME
+TYPE is one  of the valid  data structure types
+taken from orbo::Data::Structure:)";
+
+constexpr const char* kDescriptionTail = R"(
+[DIM] is an optional suffix denoting the length
+of the data  member  type with a  default of 1.
+e.g. a float[3] is a data  member consisting of
+3 float values.
+TYPENAME is the unique string defining the name
+of each member type. It is an error to have the
+same 'TYPENAME' more than once in a structure.
+Any extra newlines/whitespace will be ignored.
+Member names and the  structure  name may only
+have  internal  whitespace.  (e.g. the  member
+name 'My Height' is  legal but neither of  the
+names ' My Height' or 'My Height ' are)
+Either  newlines  or  colons  may  be  used to
+separate  member  definitions. These two forms
+both represent the same structure:
+    name=My Structure:int32=ID:float[3]=Origin
+and
+    name=My Structure
+    int32=ID
+    float[3]=Origin)";
+
+/// Owns a structure that nobody refers to yet.
+struct Unreferenced {
+    void operator()(Structure* structure) const {
+        structure->ref();
+        structure->unref();
+    }
+};
+using FreshStructure = std::unique_ptr<Structure, Unreferenced>;
+
+/// 0 for everything that is no number of values; the member is then left out.
+unsigned int parseDimension(std::string_view text) {
+    text = Ascii::trim(text);
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    unsigned int dimension = 0;
+    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), dimension);
+    return parsed.ec == std::errc() ? dimension : 0;
+}
+
+Member::eDataType parseType(const std::string& text) {
+    const Member::eDataType type = Member::typeFromName(text.c_str());
+    return text == Member::typeName(type) ? type : Member::kInvalid;
+}
+
+/// Reads one structure field by field; a bad field does not stop the others.
+class Parser {
+  public:
+    Parser(std::string_view equals, std::string_view nameKey)
+        : fEquals(equals.front()), fNameKey(nameKey), fStructure(Structure::create()) {}
+
+    void parseField(std::string_view field) {
+        std::string_view left;
+        std::string_view right;
+        if (!splitInTwo(field, left, right)) {
+            record(std::string("Member type and name must be separated by '") + fEquals + "'");
+        } else if (left == fNameKey) {
+            fStructure->setName(std::string(right).c_str());
+            fNameSeen = true;
+        } else {
+            parseMember(left, std::string(right));
+        }
+    }
+
+    /// Null when there is any message; they are appended to `errors`.
+    Structure* finish(std::string& errors) {
+        if (!fNameSeen) {
+            record("Name is missing; member type '" + std::string(fNameKey) +
+                   "' is used to set it");
+        }
+        errors += fMessages;
+        return fMessages.empty() ? fStructure.release() : nullptr;
+    }
+
+  private:
+    /// False unless there are exactly two parts; nothing behind a last "=" is no part.
+    bool splitInTwo(std::string_view field, std::string_view& left, std::string_view& right) const {
+        if (field.back() == fEquals) field.remove_suffix(1);
+        const std::size_t equals = field.find(fEquals);
+        if (equals == std::string_view::npos) return false;
+        if (field.find(fEquals, equals + 1) != std::string_view::npos) return false;
+        left = Ascii::trim(field.substr(0, equals));
+        right = Ascii::trim(field.substr(equals + 1));
+        return true;
+    }
+
+    /// The dimension stands in brackets behind the type.
+    void parseMember(std::string_view left, const std::string& name) {
+        const std::size_t open = left.find('[');
+        const std::size_t close = left.rfind(']');
+        const bool opens = open != std::string_view::npos;
+        const bool closes = close != std::string_view::npos;
+        unsigned int dimension = 1;
+        // Each of the last two messages names the bracket that is there: they are known as they
+        // are.
+        if (open == 0) return recordMember(left, "needs name before dimension specifier");
+        if (closes && !opens) {
+            return recordMember(left,
+                                "has opening bracket '[' but no closing bracket ']' for dimension "
+                                "specification");
+        }
+        if (opens && !closes) {
+            return recordMember(left,
+                                "has closing bracket ']' but no opening bracket '[' for dimension "
+                                "specification");
+        }
+        if (opens) dimension = close > open ? parseDimension(between(left, open, close)) : 0;
+        addMember(std::string(left.substr(0, open)), dimension, name);
+    }
+
+    static std::string_view between(std::string_view text, std::size_t open, std::size_t close) {
+        return text.substr(open + 1, close - open - 1);
+    }
+
+    void addMember(const std::string& typeName, unsigned int dimension, const std::string& name) {
+        const Member::eDataType type = parseType(typeName);
+        if (type == Member::kInvalid) {
+            record("Member type '" + typeName + "' not recognized");
+        } else {
+            // A refusal, of a repeated name or a dimension of 0, is no error: files rely on it.
+            fStructure->addMember(type, dimension, name.c_str());
+        }
+    }
+
+    void recordMember(std::string_view left, const char* problem) {
+        record("Member '" + std::string(left) + "' " + problem);
+    }
+
+    void record(const std::string& message) {
+        if (!fMessages.empty()) fMessages += '\n';
+        fMessages += message;
+    }
+
+    char fEquals;
+    std::string_view fNameKey;
+    FreshStructure fStructure;
+    bool fNameSeen = false;
+    std::string fMessages;
+};
+
+/// Views of the pieces that are more than blanks.
+std::vector<std::string_view> fieldsOf(std::string_view text, char separator) {
+    std::vector<std::string_view> fields;
+    while (!text.empty()) {
+        const std::string_view field = text.substr(0, text.find(separator));
+        if (!Ascii::trim(field).empty()) fields.push_back(field);
+        text.remove_prefix(std::min(field.size() + 1, text.size()));
+    }
+    return fields;
+}
+
+}  // namespace
+
+StructureSerializerRaw::StructureSerializerRaw() { setDefaultFormat(this); }
+
+StructureSerializerRaw::~StructureSerializerRaw() = default;
+
+const StructureSerializerRaw& StructureSerializerRaw::theFormat() {
+    // Never destroyed: it is good for whoever still asks while the library unloads.
+    alignas(StructureSerializerRaw) static unsigned char storage[sizeof(StructureSerializerRaw)];
+    static const StructureSerializerRaw* const format = new (storage) StructureSerializerRaw;
+    return *format;
+}
+
+const char* StructureSerializerRaw::formatType() const { return keyword(kRaw); }
+
+Structure* StructureSerializerRaw::read(std::istream& in, std::string& errors) const {
+    std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    collapseWhitespace(text);
+    standardizeSeparators(text);
+    const auto fields = fieldsOf(text, *keyword(kSeparator));
+    if (fields.size() < 2) {
+        errors += "Structures must have a name and at least one member";
+        return nullptr;
+    }
+    Parser parser(keyword(kEquals), keyword(kStructureName));
+    for (const std::string_view field : fields) parser.parseField(field);
+    return parser.finish(errors);
+}
+
+int StructureSerializerRaw::write(const Structure& structure, std::ostream& out) const {
+    std::string text = std::string(keyword(kStructureName)) + keyword(kEquals) + structure.name();
+    // Not by its iterators: they would delete a structure that nobody refers to yet.
+    for (const Member& member : Layout::of(structure).members()) {
+        text += keyword(kSeparator);
+        text += Member::typeName(member.type());
+        if (member.length() != 1) text += "[" + std::to_string(member.length()) + "]";
+        text += keyword(kEquals);
+        text += member.name();
+    }
+    writeText(out, text);
+    return 0;
+}
+
+void StructureSerializerRaw::getFormatDescription(std::ostream& out) const {
+    std::string text = kDescriptionHead;
+    for (int type = 0; type < Member::kInvalid; ++type) {
+        text += type == 0 ? "\n    (" : ", ";
+        text += Member::typeName(static_cast<Member::eDataType>(type));
+    }
+    writeText(out, text + ")\n\n" + kDescriptionTail);
+}
+
+}  // namespace orbo::Data
