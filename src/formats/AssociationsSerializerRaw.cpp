@@ -95,17 +95,17 @@ int AssociationsSerializerRaw::write(const Associations& associations, std::ostr
     RawMessages messages(errors);
     for (const Channel& channel : associations) {
         if (channel.empty()) continue;
-        writeText(out, std::string(keyword(kChannel)) + "\n");
+        ValueText::write(out, std::string(keyword(kChannel)) + "\n");
         std::string nested;
         messages.count(ChannelSerializerRaw::theFormat().write(channel, out, nested));
         messages.takeOver(nested);
     }
-    writeText(out, std::string(keyword(kEndAssociations)) + "\n");
+    ValueText::write(out, std::string(keyword(kEndAssociations)) + "\n");
     return messages.finish(" found, Associations may not be written correctly");
 }
 
 void AssociationsSerializerRaw::getFormatDescription(std::ostream& out) const {
-    writeText(out, kDescription);
+    ValueText::write(out, kDescription);
 }
 
 }  // namespace orbo::Data

@@ -98,19 +98,19 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
 int ChannelSerializerRaw::write(const Channel& channel, std::ostream& out,
                                 std::string& errors) const {
     RawMessages messages(errors);
-    writeText(out, std::string(keyword(kChannelName)) + " " + channel.name() + "\n");
+    ValueText::write(out, std::string(keyword(kChannelName)) + " " + channel.name() + "\n");
     for (const Stream& stream : channel) {
-        writeText(out, std::string(keyword(kStream)) + "\n");
+        ValueText::write(out, std::string(keyword(kStream)) + "\n");
         std::string nested;
         messages.count(StreamSerializerRaw::theFormat().write(stream, out, nested));
         messages.takeOver(nested);
     }
-    writeText(out, std::string(keyword(kEndChannel)) + "\n");
+    ValueText::write(out, std::string(keyword(kEndChannel)) + "\n");
     return messages.finish(" found, Channel may not be written correctly");
 }
 
 void ChannelSerializerRaw::getFormatDescription(std::ostream& out) const {
-    writeText(out, kDescription);
+    ValueText::write(out, kDescription);
 }
 
 }  // namespace orbo::Data

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <istream>
-#include <ostream>
 #include <string>
 
 namespace orbo::Data {
@@ -40,10 +39,5 @@ class RawMessages {
     std::string fText;
     int fCount = 0;
 };
-
-/// Text exactly as it is, whatever width or locale the stream has.
-inline void writeText(std::ostream& out, const std::string& text) {
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-}
 
 }  // namespace orbo::Data

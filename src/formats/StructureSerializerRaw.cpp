@@ -4,7 +4,7 @@
 
 #include "core/Ascii.h"
 #include "core/Layout.h"
-#include "formats/RawMessages.h"
+#include "core/ValueText.h"
 
 #include <data/Structure.h>
 
@@ -223,7 +223,7 @@ int StructureSerializerRaw::write(const Structure& structure, std::ostream& out)
         text += keyword(kEquals);
         text += member.name();
     }
-    writeText(out, text);
+    ValueText::write(out, text);
     return 0;
 }
 
@@ -233,7 +233,7 @@ void StructureSerializerRaw::getFormatDescription(std::ostream& out) const {
         text += type == 0 ? "\n    (" : ", ";
         text += Member::typeName(static_cast<Member::eDataType>(type));
     }
-    writeText(out, text + ")\n\n" + kDescriptionTail);
+    ValueText::write(out, text + ")\n\n" + kDescriptionTail);
 }
 
 }  // namespace orbo::Data
