@@ -17,6 +17,7 @@ namespace {
 constexpr std::size_t kMembersWorthATable = 16;
 
 std::uint64_t roundUp(std::uint64_t value, int alignment) {
+    if (alignment <= 1) return value;
     const auto step = static_cast<std::uint64_t>(alignment);
     return (value + step - 1) / step * step;
 }

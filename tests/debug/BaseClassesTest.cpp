@@ -1,0 +1,95 @@
+// Reference counts and change stamps.
+// SPDX-License-Identifier: Apache-2.0
+#include <debug/Checkpointed.h>
+#include <debug/Print.h>
+#include <debug/RefCounted.h>
+#include <debug/RefPtr.h>
+#include <gtest/gtest.h>
+
+#include <new>
+#include <sstream>
+#include <utility>
+
+namespace orbo {
+namespace {
+
+struct Counted : RefCounted {
+    explicit Counted(int& deaths) : fDeaths(deaths) {}
+    Counted(const Counted& other) : RefCounted(other), fDeaths(other.fDeaths) {}
+    ~Counted() override { ++fDeaths; }
+    int& fDeaths;
+};
+
+struct Stamped : Checkpointed {
+    void change() { objectChanged(); }
+};
+
+TEST(RefCountedTest, TheLastReferenceDeletes) {
+    int deaths = 0;
+    auto* object = new Counted(deaths);
+    EXPECT_EQ(object->refCount(), 0);
+    object->ref();
+    EXPECT_FALSE(object->isShared());
+    object->ref();
+    EXPECT_TRUE(object->isShared());
+
+    RefPtr<Counted> copy(new Counted(*object));
+    EXPECT_EQ(copy->refCount(), 1) << "counts are not copied";
+    object->unref();
+    EXPECT_EQ(deaths, 0);
+    object->unref();
+    EXPECT_EQ(deaths, 1);
+
+    RefPtr<Counted> second = copy;
+    RefPtr<Counted> third = std::move(copy);
+    EXPECT_EQ(third->refCount(), 2);
+    second = third;
+    third = RefPtr<Counted>();
+    EXPECT_EQ(deaths, 1);
+    second = RefPtr<Counted>(second.get());
+    EXPECT_EQ(second->refCount(), 1);
+
+    Counted onStack(deaths);
+    onStack.unref();
+    EXPECT_EQ(onStack.refCount(), -1);
+    EXPECT_EQ(deaths, 1) << "at a count of 0 nothing is deleted";
+}
+
+TEST(CheckpointedTest, EveryChangeTicksTheOneSequence) {
+    const auto ticks = [](auto&& change) {
+        const auto before = Checkpointed::globalCheckpoint();
+        change();
+        EXPECT_EQ(Checkpointed::sClassCheckpoint(), Checkpointed::globalCheckpoint());
+        return Checkpointed::globalCheckpoint() - before;
+    };
+    Stamped a;
+    Stamped b;
+    alignas(Stamped) static char room[sizeof(Stamped)];
+    EXPECT_EQ(ticks([] { new (room) Stamped; }), 1U);
+    EXPECT_EQ(ticks([&] { b = a; }), 1U);
+    EXPECT_EQ(ticks([&] { Stamped copy(a); }), 3U) << "two for the copy, one for its end";
+
+    const auto seen = Checkpointed::globalCheckpoint();
+    EXPECT_FALSE(a.changedSinceCheckpoint(seen));
+    EXPECT_FALSE(a.changedSinceCheckpoint(a.checkpoint()));
+    a.change();
+    EXPECT_TRUE(a.changedSinceCheckpoint(seen));
+    EXPECT_FALSE(b.changedSinceCheckpoint(seen));
+    EXPECT_TRUE(b.classChangedSinceCheckpoint(seen));
+    EXPECT_EQ(a.checkpoint(), b.classCheckpoint());
+}
+
+TEST(CheckpointedTest, DumpsTellObjectOrClass) {
+    std::ostringstream out;
+    Debug::Print print(out);
+    Stamped stamped;
+    Checkpointed::Debug(&stamped, print);
+    Checkpointed::Debug(nullptr, print);
+    EXPECT_TRUE(RefCounted::Debug(nullptr, print));
+    const std::string number = std::to_string(stamped.checkpoint());
+    EXPECT_EQ(out.str(), "Checkpoint : " + number + "\nClass Checkpoint  : " + number +
+                             "\nGlobal Checkpoint : " + number + "\n");
+}
+
+}  // namespace
+}  // namespace orbo
