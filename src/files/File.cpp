@@ -1,0 +1,32 @@
+// What any file offers beyond its few calls, and the choice of file system.
+// SPDX-License-Identifier: Apache-2.0
+#include "files/File.h"
+
+#include "files/PosixFileSystem.h"
+
+namespace orbo::Files {
+
+namespace {
+
+// Plain pointer: a thread-local with a destructor would keep the library from being unloaded.
+thread_local FileSystem* fileSystemOfThisThread = nullptr;
+
+}  // namespace
+
+FileSystem& FileSystem::current() {
+    static PosixFileSystem real;
+    return fileSystemOfThisThread ? *fileSystemOfThisThread : real;
+}
+
+FileSystem::Replacement::Replacement(FileSystem& other) : fPrevious(fileSystemOfThisThread) {
+    fileSystemOfThisThread = &other;
+}
+
+FileSystem::Replacement::~Replacement() { fileSystemOfThisThread = fPrevious; }
+
+bool readExactly(File& file, char* to, std::size_t count) {
+    const std::optional<std::size_t> got = file.read(to, count);
+    return got && *got == count;
+}
+
+}  // namespace orbo::Files

@@ -1,0 +1,36 @@
+// Bytes in memory, read like a file.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string_view>
+
+#include "files/File.h"
+
+namespace orbo::Files {
+
+/// Views the bytes; cannot be written.
+class MemoryFile : public File {
+  public:
+    explicit MemoryFile(std::string_view bytes) : fBytes(bytes) {}
+
+    [[nodiscard]] std::optional<std::uint64_t> size() override { return fBytes.size(); }
+    [[nodiscard]] bool seek(std::uint64_t offset) override {
+        if (offset > fBytes.size()) return false;
+        fPosition = static_cast<std::size_t>(offset);
+        return true;
+    }
+    [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override {
+        const std::size_t got = fBytes.copy(to, count, fPosition);
+        fPosition += got;
+        return got;
+    }
+    [[nodiscard]] bool write(const char*, std::size_t) override { return false; }
+    [[nodiscard]] bool truncate(std::uint64_t) override { return false; }
+    [[nodiscard]] bool sync() override { return false; }
+
+  private:
+    std::string_view fBytes;
+    std::size_t fPosition = 0;
+};
+
+}  // namespace orbo::Files
