@@ -71,7 +71,6 @@ bool AssociationsImpl::makeUnique() {
         if (copy.makeUnique()) detached = true;
         insert(fresh, copy);
     }
-    fresh.markSorted(fRenames);
     fChannels.swap(fresh);
     return detached;
 }

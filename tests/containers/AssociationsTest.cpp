@@ -88,9 +88,12 @@ TEST_F(AssociationsTest, AgreesWithAReferenceUnderRandomAssignments) {
             kept.insert_or_assign(fresh.name(), fresh);
         }
         if (random() % 3) continue;
-        auto expected = kept.begin();
-        for (const Channel& channel : associations) EXPECT_EQ((expected++)->second, channel);
-        EXPECT_EQ(kept.end(), expected);
+        Names order;
+        for (const auto& [key, channel] : kept) {
+            order.push_back(key);
+            EXPECT_EQ(channel, associations.channel(key)) << step;
+        }
+        EXPECT_EQ(order, names(associations)) << step;
     }
 }
 

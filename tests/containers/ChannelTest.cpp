@@ -106,13 +106,24 @@ TEST_F(ChannelTest, RenameTakesTheStreamToItsNewPlace) {
 TEST_F(ChannelTest, ARefusedRenameLosesTheStreamButNotTheObject) {
     auto channel = std::make_unique<Channel>(channelOf({"a", "b"}));
     Stream* stream = channel->findDataStream("a");
+    const unsigned long long alive = Stream::objectsAlive();
     EXPECT_FALSE(channel->renameDataStream("a", "b"));
+    ASSERT_EQ(alive, Stream::objectsAlive());
     EXPECT_EQ((Names{"b"}), names(*channel));
     EXPECT_NE(stream, channel->findDataStream("b"));
     EXPECT_EQ("b", stream->name());
-    const unsigned long long alive = Stream::objectsAlive();
     channel.reset();
     EXPECT_EQ(alive - 2, Stream::objectsAlive());
+}
+
+TEST_F(ChannelTest, KeepsBothStreamsThatCameToShareAName) {
+    Channel channel = channelOf({"a", "b"});
+    Stream* second = channel.findDataStream("b");
+    *second = streams.make("a", 2);
+    EXPECT_EQ(second, channel.setDataStream(*second)) << "it is in the channel";
+    EXPECT_EQ((Names{"a", "a"}), names(channel));
+    EXPECT_TRUE(channel.renameDataStream("a", "b"));
+    EXPECT_EQ((Names{"a", "b"}), names(channel));
 }
 
 TEST_F(ChannelTest, RefusesNullStreams) {
