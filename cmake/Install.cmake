@@ -18,5 +18,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/MetaDataConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/MetaDataConfig.cmake
     ${PROJECT_BINARY_DIR}/MetaDataConfigVersion.cmake DESTINATION ${METADATA_CMAKE_DIR})
 
+# Found from where the file itself lies, so that the installed tree can be moved.
+file(RELATIVE_PATH METADATA_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/MetaData.pc.in ${PROJECT_BINARY_DIR}/MetaData.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/MetaData.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,11 +1,20 @@
 # The sources are compiled once; the library and the tests of its hidden parts use the objects.
 # SPDX-License-Identifier: Apache-2.0
 include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fno-gnu-unique METADATA_HAS_NO_GNU_UNIQUE)
+
+# Symbols that are unique in the whole process would keep a library loaded after dlclose.
+function(metadata_unloadable target)
+    if(METADATA_HAS_NO_GNU_UNIQUE)
+        target_compile_options(${target} PRIVATE -fno-gnu-unique)
+    endif()
+endfunction()
+
 file(GLOB_RECURSE METADATA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp)
 
 # Until the last room is there, what refers to a missing one links all the same.
 set(METADATA_COMPLETE FALSE)
-if(EXISTS ${PROJECT_SOURCE_DIR}/src/Registration.cpp)
+if(EXISTS ${PROJECT_SOURCE_DIR}/src/accessors)
     set(METADATA_COMPLETE TRUE)
 endif()
 if(NOT METADATA_SOURCES)
@@ -18,11 +27,7 @@ set_target_properties(MetaDataObjects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 target_include_directories(MetaDataObjects PUBLIC ${PROJECT_SOURCE_DIR}/include
                            ${PROJECT_SOURCE_DIR}/src)
 metadata_warnings(MetaDataObjects)
-# Symbols that are unique in the whole process would keep the library loaded after dlclose.
-check_cxx_compiler_flag(-fno-gnu-unique METADATA_HAS_NO_GNU_UNIQUE)
-if(METADATA_HAS_NO_GNU_UNIQUE)
-    target_compile_options(MetaDataObjects PRIVATE -fno-gnu-unique)
-endif()
+metadata_unloadable(MetaDataObjects)
 
 add_library(MetaData $<TARGET_OBJECTS:MetaDataObjects>)
 add_library(orbo::MetaData ALIAS MetaData)
