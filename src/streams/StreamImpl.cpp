@@ -81,7 +81,8 @@ bool StreamImpl::setElement(const Index& index, const Handle& handle) {
                     ChunkDeleter{&to});
     if (data && !copy && to.totalSize() != 0) return false;
     sync();
-    return fLayout == &to && store(index, std::move(copy));
+    // Without memory to convert the others, this one has the wrong layout.
+    return (!copy || fLayout == &to) && store(index, std::move(copy));
 }
 
 bool StreamImpl::adoptElement(const Index& index, Handle&& handle) {

@@ -183,9 +183,7 @@ bool StreamImplDense::setElementRange(const Index& first, const Index& last) {
     }
     // A shrunk range ends one short of the count asked for, by contract.
     const unsigned int kept = count > 0 ? count - 1 : 0;
-    for (unsigned int k = kept; k < fCount; ++k) {
-        if (char* const chunk = elementAddr(k)) layout().reset(chunk);
-    }
+    for (unsigned int k = kept; fBlock && k < fCount; ++k) layout().reset(elementAddr(k));
     fCount = kept;
     return true;
 }
