@@ -7,22 +7,13 @@
 #include <data/Associations.h>
 #include <debug/Count.h>
 #include <debug/Footprint.h>
-#include <debug/Print.h>
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <sstream>
+#include <memory>
 
 namespace orbo::Data {
 namespace {
-
-template <typename T>
-std::string printed(const T* object, bool expected) {
-    std::ostringstream out;
-    Debug::Print print(out);
-    EXPECT_EQ(expected, T::Debug(object, print));
-    return out.str();
-}
 
 template <typename T>
 unsigned long long footprintOf(const T* object) {

@@ -6,8 +6,11 @@
 #include <data/Handle.h>
 #include <data/Stream.h>
 #include <data/Structure.h>
+#include <debug/Print.h>
 #include <debug/RefPtr.h>
+#include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -42,6 +45,15 @@ std::vector<std::string> names(const Container& container) {
     std::vector<std::string> result;
     for (const auto& entry : container) result.push_back(entry.name());
     return result;
+}
+
+/// The dump of an object that may be null.
+template <typename T>
+std::string printed(const T* object, bool expected) {
+    std::ostringstream out;
+    Debug::Print print(out);
+    EXPECT_EQ(expected, T::Debug(object, print));
+    return out.str();
 }
 
 }  // namespace orbo::Data
