@@ -32,6 +32,7 @@ class METADATA_API Handle {
     /// no data). The member stays the current one.
     void pointToData(char* data, bool owns);
     /// Replaces a borrowed chunk by a copy of its own; false if the handle owns its chunk already.
+    /// Throws `std::bad_alloc`, still borrowing, when memory runs out.
     bool makeUnique();
     void swap(Handle& other) noexcept;
     [[nodiscard]] bool hasData() const { return fData != nullptr; }

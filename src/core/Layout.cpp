@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "core/DataTypes.h"
+#include "debug/NeverDestroyed.h"
 
 namespace orbo::Data {
 
@@ -39,9 +39,7 @@ Layout::Layout(const Layout& other)
 }
 
 const Layout& Layout::empty() {
-    // Never destroyed: handles in static storage may outlive everything else.
-    alignas(Layout) static char storage[sizeof(Layout)];
-    static const Layout* layout = new (storage) Layout;
+    static const NeverDestroyed<Layout> layout([](void* place) { return new (place) Layout; });
     return *layout;
 }
 

@@ -3,13 +3,13 @@
 #include <data/AssociationsSerializerRaw.h>
 
 #include "core/ValueText.h"
+#include "debug/NeverDestroyed.h"
 #include "formats/RawMessages.h"
 
 #include <data/Associations.h>
 #include <data/ChannelSerializerRaw.h>
 
 #include <memory>
-#include <new>
 
 namespace orbo::Data {
 
@@ -61,10 +61,8 @@ AssociationsSerializerRaw::AssociationsSerializerRaw() { setDefaultFormat(this);
 AssociationsSerializerRaw::~AssociationsSerializerRaw() = default;
 
 const AssociationsSerializerRaw& AssociationsSerializerRaw::theFormat() {
-    // Never destroyed: it is good for whoever still asks while the library unloads.
-    using Format = AssociationsSerializerRaw;
-    alignas(Format) static unsigned char storage[sizeof(Format)];
-    static const Format* const format = new (storage) Format;
+    static const NeverDestroyed<AssociationsSerializerRaw> format(
+        [](void* place) { return new (place) AssociationsSerializerRaw; });
     return *format;
 }
 

@@ -5,13 +5,13 @@
 #include "containers/ChannelAccess.h"
 #include "core/Ascii.h"
 #include "core/ValueText.h"
+#include "debug/NeverDestroyed.h"
 #include "formats/RawMessages.h"
 
 #include <data/Channel.h>
 #include <data/StreamSerializerRaw.h>
 
 #include <memory>
-#include <new>
 
 namespace orbo::Data {
 
@@ -61,9 +61,8 @@ ChannelSerializerRaw::ChannelSerializerRaw() { setDefaultFormat(this); }
 ChannelSerializerRaw::~ChannelSerializerRaw() = default;
 
 const ChannelSerializerRaw& ChannelSerializerRaw::theFormat() {
-    // Never destroyed: it is good for whoever still asks while the library unloads.
-    alignas(ChannelSerializerRaw) static unsigned char storage[sizeof(ChannelSerializerRaw)];
-    static const ChannelSerializerRaw* const format = new (storage) ChannelSerializerRaw;
+    static const NeverDestroyed<ChannelSerializerRaw> format(
+        [](void* place) { return new (place) ChannelSerializerRaw; });
     return *format;
 }
 

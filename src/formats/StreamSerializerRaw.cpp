@@ -8,10 +8,10 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
-#include <new>
 
 #include "core/HandleAccess.h"
 #include "core/ValueText.h"
+#include "debug/NeverDestroyed.h"
 #include "formats/MemberText.h"
 #include "formats/StreamTextReader.h"
 
@@ -50,9 +50,8 @@ StreamSerializerRaw::StreamSerializerRaw() { setDefaultFormat(this); }
 StreamSerializerRaw::~StreamSerializerRaw() = default;
 
 const StreamSerializerRaw& StreamSerializerRaw::theFormat() {
-    // In static storage and never destroyed, so that it outlives everybody who may still use it.
-    alignas(StreamSerializerRaw) static char storage[sizeof(StreamSerializerRaw)];
-    static const auto* format = new (storage) StreamSerializerRaw;
+    static const NeverDestroyed<StreamSerializerRaw> format(
+        [](void* place) { return new (place) StreamSerializerRaw; });
     return *format;
 }
 

@@ -5,6 +5,7 @@
 #include "core/Ascii.h"
 #include "core/Layout.h"
 #include "core/ValueText.h"
+#include "debug/NeverDestroyed.h"
 
 #include <data/Structure.h>
 
@@ -13,7 +14,6 @@
 #include <istream>
 #include <iterator>
 #include <memory>
-#include <new>
 #include <string_view>
 #include <vector>
 
@@ -191,9 +191,8 @@ StructureSerializerRaw::StructureSerializerRaw() { setDefaultFormat(this); }
 StructureSerializerRaw::~StructureSerializerRaw() = default;
 
 const StructureSerializerRaw& StructureSerializerRaw::theFormat() {
-    // Never destroyed: it is good for whoever still asks while the library unloads.
-    alignas(StructureSerializerRaw) static unsigned char storage[sizeof(StructureSerializerRaw)];
-    static const StructureSerializerRaw* const format = new (storage) StructureSerializerRaw;
+    static const NeverDestroyed<StructureSerializerRaw> format(
+        [](void* place) { return new (place) StructureSerializerRaw; });
     return *format;
 }
 

@@ -7,6 +7,7 @@
 #include <debug/Print.h>
 
 #include <memory>
+#include <new>
 
 #include "debug/ObjectCounter.h"
 #include "streams/IndexTypes.h"
@@ -92,7 +93,8 @@ void Stream::setImpl(StreamImpl* impl) {
 bool Stream::makeUnique() {
     if (!fImpl || !fImpl->isShared()) return false;
     std::unique_ptr<StreamImpl> copy = fImpl->clone();
-    if (!copy) return false;
+    // Going on with shared elements would change the other streams behind the caller's back.
+    if (!copy) throw std::bad_alloc();
     setImpl(copy.release());
     return true;
 }
