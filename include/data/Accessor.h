@@ -68,6 +68,9 @@ class METADATA_API Accessor {
   protected:
     Accessor();
 
+    /// False before the first `read` and after one that failed: there is nothing to write then.
+    [[nodiscard]] bool lastReadSucceeded() const;
+
     /// Reads `fileName()`: registers the structures it finds, which are taken over into
     /// `structures()`, and fills `associations()`. Null sets mean all names.
     virtual bool readImplementation(const std::set<std::string>* structureNames,
