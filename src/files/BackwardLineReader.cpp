@@ -14,7 +14,7 @@ bool isLineBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 }  // namespace
 
 BackwardLineReader::BackwardLineReader(File& file, std::uint64_t begin, std::uint64_t end)
-    : fFile(file),
+    : fFile(&file),
       fBegin(begin),
       fPosition(std::max(begin, end)),
       fBlockOffset(fPosition),
@@ -27,8 +27,8 @@ BackwardLineReader::Result BackwardLineReader::loadBlock() {
     const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, kBlockSize));
     std::memmove(fBytes.get() + count, fBytes.get(), LineDescriptor::kHeadSize);
     fBlockOffset -= count;
-    if (!fFile.seek(fBlockOffset)) return Result::kSeekFailed;
-    return readExactly(fFile, fBytes.get(), count) ? Result::kLine : Result::kReadFailed;
+    if (!fFile->seek(fBlockOffset)) return Result::kSeekFailed;
+    return readExactly(*fFile, fBytes.get(), count) ? Result::kLine : Result::kReadFailed;
 }
 
 BackwardLineReader::Result BackwardLineReader::previous(LineDescriptor& line) {

@@ -50,7 +50,7 @@ class BackwardLineReader {
     bool takeFromBlock(LineDescriptor& line);
     void takeHead(LineDescriptor& line) const;
 
-    File& fFile;
+    File* fFile;
     std::uint64_t fBegin;
     std::uint64_t fPosition;     // the lines from here on have been given
     std::uint64_t fBlockOffset;  // of what is in the block, in the file

@@ -1,0 +1,176 @@
+// The two metadata statements of text scenes, taken apart and put together.
+// SPDX-License-Identifier: Apache-2.0
+#include "accessors/TextStatement.h"
+
+#include <data/AccessorQuil.h>
+
+#include <algorithm>
+#include <array>
+
+#include "core/Ascii.h"
+
+namespace orbo::Data::TextStatement {
+
+namespace {
+
+using Kind = SceneRecord::Kind;
+
+// Ends of lines; the line feeds are what separates lines.
+constexpr std::string_view kLineBlanks = " \t\r";
+
+const std::string& command(Kind kind) {
+    return kind == Kind::kStructure ? AccessorQuil::Ascii::getDataStructureCommandName()
+                                    : AccessorQuil::Ascii::getApplyMetadataCommandName();
+}
+
+const std::string& formatFlag(Kind kind) {
+    return kind == Kind::kStructure ? AccessorQuil::Ascii::getDataStructureCommandFormatFlag()
+                                    : AccessorQuil::Ascii::getApplyMetadataCommandFormatFlag();
+}
+
+const std::string& valueFlag(Kind kind) {
+    return kind == Kind::kStructure ? AccessorQuil::Ascii::getDataStructureCommandAsStringFlag()
+                                    : AccessorQuil::Ascii::getApplyMetadataCommandValueFlag();
+}
+
+const std::string& sceneFlag() { return AccessorQuil::Ascii::getApplyMetadataCommandSceneFlag(); }
+
+// One blank between lines; blank lines and comments belong to no statement.
+void joinLines(std::string& text) {
+    std::size_t out = 0;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        const std::string_view line = std::string_view(text).substr(begin, end - begin);
+        const std::size_t length = line.find_last_not_of(kLineBlanks) + 1;
+        if (length > 0 && !isComment(line)) {
+            if (out > 0) text[out++] = ' ';
+            std::copy(line.begin(), line.begin() + length, text.begin() + out);
+            out += length;
+        }
+        begin = end + 1;
+    }
+    text.resize(out);
+}
+
+std::string_view takeWord(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(Ascii::kBlanks), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(Ascii::kBlanks));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+bool hasNoWordBut(std::string_view allowed, std::string_view text) {
+    for (std::string_view word = takeWord(text); !word.empty(); word = takeWord(text)) {
+        if (word != allowed) return false;
+    }
+    return true;
+}
+
+// Where the quotes of the two values are.
+struct Quotes {
+    std::array<std::size_t, 4> at{};
+
+    explicit Quotes(std::string_view text) {
+        at[0] = text.find('"');
+        at[1] = text.find('"', at[0] + 1);
+        at[2] = text.find('"', at[1] + 1);
+        // The last one there is closes the value, so that quotes inside need no care here.
+        at[3] = text.rfind('"');
+    }
+    [[nodiscard]] bool complete() const {
+        return at[0] < at[1] && at[1] < at[2] && at[2] < at[3] && at[3] != std::string_view::npos;
+    }
+    [[nodiscard]] std::string_view between(std::string_view text, int first) const {
+        const auto i = static_cast<std::size_t>(first);
+        return text.substr(at[i] + 1, at[i + 1] - at[i] - 1);
+    }
+};
+
+// A quote inside the value that ends it, so that the rest is something else. Associations escape
+// all of theirs; structures escape none, and there only a ";" behind one tells.
+bool endsEarly(Kind kind, std::string_view value) {
+    for (std::size_t at = 0; at < value.size(); ++at) {
+        if (value[at] == '\\') {
+            ++at;
+        } else if (value[at] == '"') {
+            if (kind == Kind::kAssociations) return true;
+            const std::size_t next = value.find_first_not_of(Ascii::kBlanks, at + 1);
+            if (next != std::string_view::npos && value[next] == ';') return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+std::optional<Kind> kindOf(std::string_view line) {
+    for (const Kind kind : {Kind::kStructure, Kind::kAssociations}) {
+        if (Ascii::startsWith(line, command(kind))) return kind;
+    }
+    return std::nullopt;
+}
+
+bool isComment(std::string_view line) { return Ascii::startsWith(line, "//"); }
+
+const char* unreadableMessage(Kind kind) {
+    return kind == Kind::kStructure ? "Error tokenizing format/value for structure."
+                                    : "Error tokenizing format/value for associations.";
+}
+
+std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& message) {
+    message = unreadableMessage(kind);
+    joinLines(statement);
+    if (statement.empty() || statement.back() != ';') return std::nullopt;
+    statement.pop_back();
+
+    const std::string_view all = statement;
+    const Quotes quotes(all);
+    if (!quotes.complete()) return std::nullopt;
+    std::string_view front = all.substr(0, quotes.at[0]);
+    if (takeWord(front) != command(kind) || !hasNoWordBut(formatFlag(kind), front) ||
+        !hasNoWordBut(valueFlag(kind), quotes.between(all, 1)) ||
+        endsEarly(kind, quotes.between(all, 2))) {
+        return std::nullopt;
+    }
+    std::string_view behind = all.substr(quotes.at[3] + 1);
+    const std::string_view target = takeWord(behind);
+    if (!Ascii::trim(behind).empty() || target.find(';') != std::string_view::npos) {
+        return std::nullopt;
+    }
+    if (kind == Kind::kStructure && !target.empty()) return std::nullopt;
+    if (kind == Kind::kAssociations && target.empty()) {
+        message = "Could not find Associations name.";
+        return std::nullopt;
+    }
+    SceneRecord record{kind,
+                       std::string(quotes.between(all, 0)),
+                       target == sceneFlag() ? std::string() : std::string(target),
+                       {}};
+    statement.resize(quotes.at[3]);
+    statement.erase(0, quotes.at[2] + 1);
+    unescape(statement);
+    record.text = std::move(statement);
+    return record;
+}
+
+void append(std::string& out, const SceneRecord& record) {
+    out += command(record.kind) + ' ' + formatFlag(record.kind) + " \"" + record.format + "\" " +
+           valueFlag(record.kind) + " \"";
+    if (record.kind == Kind::kStructure) {
+        appendEscapedLines(out, record.text);
+        out += "\";\n";
+        return;
+    }
+    appendEscaped(out, record.text);
+    out += "\" \n\t\t" + (record.name.empty() ? sceneFlag() : record.name) + ";\n";
+}
+
+bool canBeTarget(std::string_view nodeName) {
+    if (nodeName.empty()) return true;
+    const bool plain = std::all_of(nodeName.begin(), nodeName.end(), [](char c) {
+        return static_cast<unsigned char>(c) > 32 && c != 127 && c != '"' && c != ';';
+    });
+    return plain && !isComment(nodeName) && nodeName != sceneFlag();
+}
+
+}  // namespace orbo::Data::TextStatement

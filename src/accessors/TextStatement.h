@@ -1,0 +1,38 @@
+// The two metadata statements of text scenes: their texts, read and written.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "accessors/SceneRecord.h"
+
+namespace orbo::Data::TextStatement {
+
+/// Empty when a line begins neither of the statements.
+std::optional<SceneRecord::Kind> kindOf(std::string_view line);
+bool isComment(std::string_view line);
+
+/// Takes a whole statement apart, from its command word to the end of the line that its ";" closes.
+/// What is not exactly a command, its flags, two quoted values and, for associations, one target is
+/// not understood: nothing is returned and `message` says so.
+std::optional<SceneRecord> parse(SceneRecord::Kind kind, std::string statement,
+                                 const char*& message);
+/// The message about a statement without a ";" of its own.
+const char* unreadableMessage(SceneRecord::Kind kind);
+
+/// Appends the statement that `parse` gives the record back for. Format and name contain nothing
+/// that needs quotes; see `canBeTarget`.
+void append(std::string& out, const SceneRecord& record);
+/// False for node names that a statement cannot carry.
+bool canBeTarget(std::string_view nodeName);
+
+/// Undoes both escapes, in place.
+void unescape(std::string& text);
+/// Of structure texts, which is all that other readers undo there.
+void appendEscapedLines(std::string& out, std::string_view text);
+/// Of associations texts.
+void appendEscaped(std::string& out, std::string_view text);
+
+}  // namespace orbo::Data::TextStatement
