@@ -1,0 +1,127 @@
+// Builds the model from the records of a scene file of either kind.
+// SPDX-License-Identifier: Apache-2.0
+#include "accessors/ModelReading.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "accessors/Messages.h"
+#include "accessors/RecordReader.h"
+#include "streams/IndexTypes.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Kind = SceneRecord::Kind;
+
+}  // namespace
+
+/// Structures that associations need but nobody asked for: registered for a while.
+class ModelReading::Helpers {
+  public:
+    Helpers() = default;
+    Helpers(const Helpers&) = delete;
+    Helpers& operator=(const Helpers&) = delete;
+    ~Helpers() {
+        for (const RefPtr<Structure>& helper : fHelpers) Structure::deregisterStructure(*helper);
+    }
+    void add(RefPtr<Structure> structure) {
+        fHelpers.push_back(std::move(structure));
+        Structure::registerStructure(*fHelpers.back());
+    }
+
+  private:
+    std::vector<RefPtr<Structure>> fHelpers;
+};
+
+ModelReading::ModelReading(const std::set<std::string>* structureNames,
+                           const std::set<std::string>* associationNames, Order order)
+    : fStructureNamesGiven(structureNames),
+      fAssociationNamesGiven(associationNames),
+      fOrder(order),
+      fStructureNames(structureNames),
+      fAssociationNames(associationNames) {}
+
+bool ModelReading::wantsMore() const {
+    return !fStructureNames.done() || !fAssociationNames.done() || fHasAssociations;
+}
+
+void ModelReading::add(SceneRecord record) {
+    Item item;
+    if (record.kind == Kind::kStructure) {
+        item.structure = readStructure(record, item.messages);
+        if (item.structure) fStructureNames.found(item.structure->name());
+        record.text.clear();
+    } else {
+        if (!fAssociationNames.wants(record.name)) return;
+        fAssociationNames.found(record.name);
+        fHasAssociations = true;
+    }
+    item.record = std::move(record);
+    fItems.push_back(std::move(item));
+}
+
+void ModelReading::addMessageOnly(std::string message) {
+    fItems.emplace_back();
+    fItems.back().messages = std::move(message);
+}
+
+void ModelReading::discard() {
+    fStructureNames = NameFilter(fStructureNamesGiven);
+    fAssociationNames = NameFilter(fAssociationNamesGiven);
+    fHasAssociations = false;
+    fItems.clear();
+}
+
+void ModelReading::registerStructure(Item& item, TakenNames& taken, Helpers& helpers) {
+    Structure& structure = *item.structure;
+    const std::string name = structure.name();
+    const bool wanted = fStructureNames.wants(name);
+    if (const Structure* earlier = Structure::structureByName(name.c_str())) {
+        if (wanted && *earlier != structure) {
+            addMessage(item.messages,
+                       "Structure '" + name + "' differs from an earlier one of that name");
+        }
+    } else if (wanted) {
+        Structure::registerStructure(structure);
+        taken.structures.insert(name);
+    } else {
+        helpers.add(item.structure);
+    }
+    item.structure = {};
+}
+
+void ModelReading::buildAssociations(Accessor::AssociationsMap& map) {
+    for (Item& item : fItems) {
+        SceneRecord& record = item.record;
+        if (record.kind != Kind::kAssociations) continue;
+        if (map.count(record.name) == 0) {
+            if (const auto associations = readAssociations(record, item.messages)) {
+                map.emplace(record.name, *associations);
+            }
+        }
+        std::string().swap(record.text);
+    }
+}
+
+TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy& policy,
+                               std::string& errors) {
+    if (fOrder == Order::kLastToFirst) std::reverse(fItems.begin(), fItems.end());
+    std::optional<IndexTypes::KeepUnknown> unknownAsText;
+    if (policy.unknownIndexTypesAsText) unknownAsText.emplace();
+
+    TakenNames taken;
+    Helpers helpers;
+    for (Item& item : fItems) {
+        if (item.structure) registerStructure(item, taken, helpers);
+    }
+    buildAssociations(map);
+    for (const auto& entry : map) taken.associations.insert(entry.first);
+    for (const Item& item : fItems) addMessage(errors, item.messages);
+    return taken;
+}
+
+}  // namespace orbo::Data

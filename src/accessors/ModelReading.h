@@ -1,0 +1,73 @@
+// Builds the model from the records of a scene file of either kind.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "accessors/NameFilter.h"
+#include "accessors/SceneRecord.h"
+
+namespace orbo::Data {
+
+/// Names of what a read put into the model. The next write takes the absence of one of these as the
+/// caller's wish that it goes; whatever else the file holds stays.
+struct TakenNames {
+    std::set<std::string> structures;
+    std::set<std::string> associations;
+};
+
+/// Records are added as the file is scanned, until `wantsMore` says no or the file ends; then
+/// `build`. Structures are parsed at once, as only their texts know their names; associations in
+/// the end, with all structures there.
+class ModelReading {
+  public:
+    /// In which the records are added.
+    enum class Order { kFirstToLast, kLastToFirst };
+
+    /// Null sets mean all names. The sets outlive the reading.
+    ModelReading(const std::set<std::string>* structureNames,
+                 const std::set<std::string>* associationNames, Order order);
+
+    /// False once all wanted names have been met. Associations need structures that nobody asked
+    /// for, so with any of them wanted it takes the whole file.
+    [[nodiscard]] bool wantsMore() const;
+    [[nodiscard]] bool wantsAssociations() const { return !fAssociationNames.done(); }
+
+    void add(SceneRecord record);
+    /// In place of a record that was not understood.
+    void addMessageOnly(std::string message);
+    /// Forgets everything that was added.
+    void discard();
+
+    /// Registers the wanted structures in this thread's registry and fills the map. Of several
+    /// records with one name the first in the file that can be read wins. Lets the exceptions of
+    /// formats pass.
+    TakenNames build(Accessor::AssociationsMap& map, const ReadPolicy& policy, std::string& errors);
+
+  private:
+    struct Item {
+        SceneRecord record;
+        RefPtr<Structure> structure;
+        std::string messages;
+    };
+    class Helpers;
+
+    void registerStructure(Item& item, TakenNames& taken, Helpers& helpers);
+    void buildAssociations(Accessor::AssociationsMap& map);
+
+    const std::set<std::string>* fStructureNamesGiven;
+    const std::set<std::string>* fAssociationNamesGiven;
+    Order fOrder;
+    NameFilter fStructureNames;
+    NameFilter fAssociationNames;
+    bool fHasAssociations = false;
+    std::vector<Item> fItems;
+};
+
+}  // namespace orbo::Data

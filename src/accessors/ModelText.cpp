@@ -1,0 +1,68 @@
+// The model's texts, in the format that scene files hold.
+// SPDX-License-Identifier: Apache-2.0
+#include "accessors/ModelText.h"
+
+#include <data/AssociationsSerializerRaw.h>
+#include <data/StructureSerializerRaw.h>
+
+#include <ostream>
+#include <streambuf>
+
+#include "accessors/Messages.h"
+#include "core/ValueText.h"
+
+namespace orbo::Data {
+
+namespace {
+
+/// Appends to a string, which a string stream would give away only as a copy.
+class AppendingBuffer : public std::streambuf {
+  public:
+    explicit AppendingBuffer(std::string& text) : fText(text) {}
+
+  protected:
+    int_type overflow(int_type c) override {
+        if (!traits_type::eq_int_type(c, traits_type::eof())) {
+            fText += traits_type::to_char_type(c);
+        }
+        return traits_type::not_eof(c);
+    }
+    std::streamsize xsputn(const char* text, std::streamsize count) override {
+        fText.append(text, static_cast<std::size_t>(count));
+        return count;
+    }
+
+  private:
+    std::string& fText;
+};
+
+}  // namespace
+
+std::optional<SceneRecord> recordOf(const Structure& structure, std::string& errors) {
+    const StructureSerializerRaw& format = StructureSerializerRaw::theFormat();
+    SceneRecord record{SceneRecord::Kind::kStructure, format.formatType(), structure.name(), {}};
+    AppendingBuffer buffer(record.text);
+    std::ostream out(&buffer);
+    if (format.write(structure, out) != 0 || !out) {
+        addMessage(errors, "Structure '" + record.name + "' may not be written correctly");
+        return std::nullopt;
+    }
+    return record;
+}
+
+std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
+                                    bool exactNumbers, std::string& errors) {
+    const AssociationsSerializerRaw& format = AssociationsSerializerRaw::theFormat();
+    SceneRecord record{SceneRecord::Kind::kAssociations, format.formatType(), node, {}};
+    AppendingBuffer buffer(record.text);
+    std::ostream out(&buffer);
+    ValueText::setExactNumbers(out, exactNumbers);
+    std::string messages;
+    if (format.write(associations, out, messages) != 0 || !out) {
+        addMessage(errors, messages);
+        return std::nullopt;
+    }
+    return record;
+}
+
+}  // namespace orbo::Data
