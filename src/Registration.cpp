@@ -1,7 +1,9 @@
 // All that loading the library registers, in order, and that unloading undoes.
 // SPDX-License-Identifier: Apache-2.0
+#include "accessors/QuilAsciiFileAccessor.h"
 #include "debug/StartUp.h"
 
+#include <data/AccessorFactory.h>
 #include <data/AssociationsSerializerRaw.h>
 #include <data/ChannelSerializerRaw.h>
 #include <data/IndexPair.h>
@@ -45,6 +47,8 @@ const FormatRegistration<StructureSerializerRaw> structureFormat;
 const struct ClassCheckpointAtLoad {
     ClassCheckpointAtLoad() { setClassCheckpointAtLoad(); }
 } classCheckpointAtLoad;
+
+AccessorFactory<QuilAsciiFileAccessor> textScenes("kx");
 
 }  // namespace
 

@@ -37,7 +37,6 @@ class ModelReading {
     /// False once all wanted names have been met. Associations need structures that nobody asked
     /// for, so with any of them wanted it takes the whole file.
     [[nodiscard]] bool wantsMore() const;
-    [[nodiscard]] bool wantsAssociations() const { return !fAssociationNames.done(); }
 
     void add(SceneRecord record);
     /// In place of a record that was not understood.

@@ -14,9 +14,6 @@ namespace {
 using Result = TextSceneScanner::Result;
 
 Result readStatement(Files::File& file, const TextStatementRange& range, ModelReading& reading) {
-    if (range.kind == SceneRecord::Kind::kAssociations && !reading.wantsAssociations()) {
-        return Result::kStatement;
-    }
     const char* message = TextStatement::unreadableMessage(range.kind);
     std::optional<SceneRecord> record;
     if (range.closed) {

@@ -23,15 +23,12 @@ bool isTrailer(std::string_view line) {
     return Ascii::startsWith(line, AccessorQuil::Ascii::getTrailerPrefix());
 }
 
-// The command that the line begins with; empty for none.
-std::string_view sceneCommandOf(std::string_view line) {
+bool beginsWithSceneCommand(std::string_view line) {
     using namespace AccessorQuil::Ascii;
-    for (const auto getter :
-         {getConnectAttrCommandName, getCreateNodeCommandName, getSetAttrCommandName,
-          getRelationshipCommandName, getSelectCommandName}) {
-        if (Ascii::startsWith(line, getter())) return getter();
-    }
-    return {};
+    const auto commands = {getConnectAttrCommandName, getCreateNodeCommandName,
+                           getSetAttrCommandName, getRelationshipCommandName, getSelectCommandName};
+    return std::any_of(commands.begin(), commands.end(),
+                       [&](auto getter) { return Ascii::startsWith(line, getter()); });
 }
 
 }  // namespace
@@ -71,17 +68,6 @@ void TextSceneScanner::noteBeginOfStatement(std::uint64_t at) {
     fClose.reset();
 }
 
-// What begins like a command may be the middle of a statement; the line in front tells. A metadata
-// statement that is still open ends here only if it is the very word: its last line may be the name
-// of a node.
-void TextSceneScanner::noteSceneCommand(const LineDescriptor& line) {
-    const std::string_view command = sceneCommandOf(line.head());
-    fBehindSceneCommand = !command.empty();
-    if (command.empty()) return;
-    const std::string_view rest = line.head().substr(command.size());
-    if (rest.empty() || Ascii::isBlank(rest.front())) noteBeginOfStatement(line.begin);
-}
-
 TextSceneScanner::Result TextSceneScanner::next(TextStatementRange& statement) {
     LineDescriptor line;
     BackwardLineReader::Result result = BackwardLineReader::Result::kLine;
@@ -99,7 +85,8 @@ TextSceneScanner::Result TextSceneScanner::next(TextStatementRange& statement) {
             noteBeginOfStatement(line.begin);
             return Result::kStatement;
         }
-        noteSceneCommand(line);
+        // What begins like a command may be the middle of a statement; the line in front tells.
+        fBehindSceneCommand = beginsWithSceneCommand(line.head());
     }
     if (result == BackwardLineReader::Result::kSeekFailed) return Result::kSeekFailed;
     if (result == BackwardLineReader::Result::kReadFailed) return Result::kReadFailed;

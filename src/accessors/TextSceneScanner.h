@@ -54,7 +54,6 @@ class TextSceneScanner {
     Result foundTrailer(std::uint64_t at);
     /// True when the line is the one that the scan ends at.
     bool endsScan(const Files::LineDescriptor& line) const;
-    void noteSceneCommand(const Files::LineDescriptor& line);
     void noteBeginOfStatement(std::uint64_t at);
 
     Files::File& fFile;
