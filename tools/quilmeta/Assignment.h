@@ -1,0 +1,20 @@
+// MEMBER=VALUE and MEMBER[k]=VALUE.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace orbo::Data {
+class Handle;
+class Structure;
+}  // namespace orbo::Data
+
+namespace orbo::Quilmeta {
+
+/// Stores the value in an element of the structure. Without [k] the text holds all values of the
+/// member, with blanks between; a matrix is one value of sixteen numbers. Strings are taken as they
+/// are, and one at a time. Throws `Trouble` that names the member and the text; the element may
+/// then hold some of the values.
+void assign(const Data::Structure& structure, Data::Handle& element, const std::string& assignment);
+
+}  // namespace orbo::Quilmeta

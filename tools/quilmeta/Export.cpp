@@ -1,0 +1,49 @@
+// quilmeta export: the metadata of a scene, for programs.
+// SPDX-License-Identifier: Apache-2.0
+#include "Commands.h"
+#include "JsonDocument.h"
+#include "NewFile.h"
+#include "Scene.h"
+#include "SceneView.h"
+#include "Trouble.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+struct ExportOptions {
+    std::string file;
+    std::string target;
+};
+
+void exportScene(const ExportOptions& options, Output& output) {
+    const std::unique_ptr<Data::Accessor> scene = openScene(options.file);
+    const SceneView view = select(*scene, {});
+    if (options.target.empty()) return JsonDocument(output).write(view);
+    NewFile file(options.target, options.file);
+    JsonDocument(file.output()).write(view);
+    file.commit();
+}
+
+}  // namespace
+
+void addExport(CLI::App& app, Output& output, int& exitCode) {
+    auto options = std::make_shared<ExportOptions>();
+    CLI::App* command = app.add_subcommand("export", "Write all metadata as a JSON document");
+    command->add_option("FILE", options->file, "Scene file")->required();
+    command->add_option("-o,--output", options->target, "Write to this file")->type_name("OUT");
+    command->footer(
+        "The document is lossless. OUT is replaced when it is complete, never in part.\n"
+        "Example:\n"
+        "  quilmeta export robot.kx -o robot.json");
+    command->callback([options, &output, &exitCode] {
+        exitCode = guarded(options->file, [&] { exportScene(*options, output); });
+    });
+}
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,33 @@
+// Numbers in the fewest digits that read back as the very same value.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <iterator>
+#include <string>
+#include <type_traits>
+
+namespace orbo::Quilmeta {
+
+/// A float takes as many digits as it needs as a float. What is not finite is NaN, Infinity or
+/// -Infinity.
+template <typename Number>
+void appendNumber(std::string& out, Number number) {
+    if constexpr (std::is_floating_point_v<Number>) {
+        if (std::isnan(number))
+            out += "NaN";
+        else if (std::isinf(number))
+            out += number < 0 ? "-Infinity" : "Infinity";
+        else if (number == 0 && std::signbit(number))
+            out += "-0.0";  // many readers take "-0" for an integer and lose the sign
+        else
+            fmt::format_to(std::back_inserter(out), "{}", number);
+    } else {
+        const fmt::format_int digits(number);
+        out.append(digits.data(), digits.size());
+    }
+}
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,37 @@
+// Where results go: bytes to a file descriptor, every failure noticed.
+// SPDX-License-Identifier: Apache-2.0
+#include "Output.h"
+
+#include "Trouble.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace orbo::Quilmeta {
+
+namespace {
+constexpr size_t kPiece = 1 << 16;
+}  // namespace
+
+Output::Output(int descriptor, std::string name)
+    : fDescriptor(descriptor), fName(std::move(name)) {}
+
+void Output::write(std::string_view bytes) {
+    fPending += bytes;
+    if (fPending.size() >= kPiece) flush();
+}
+
+void Output::flush() {
+    std::string_view rest = fPending;
+    while (!rest.empty()) {
+        const ssize_t written = ::write(fDescriptor, rest.data(), rest.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) throw OutputTrouble(fName + ": " + systemMessage(errno));
+        rest.remove_prefix(static_cast<size_t>(written));
+    }
+    fPending.clear();
+}
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,28 @@
+// Where results go: bytes to a file descriptor, every failure noticed.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace orbo::Quilmeta {
+
+/// Collects what is written and hands it on in large pieces. All three throw `OutputTrouble` when
+/// it cannot be delivered. What was not flushed is lost with the object.
+class Output {
+  public:
+    /// Borrows the descriptor. `name` is for messages.
+    Output(int descriptor, std::string name);
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    void write(std::string_view bytes);
+    void flush();
+
+  private:
+    int fDescriptor;
+    std::string fName;
+    std::string fPending;
+};
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,48 @@
+// Opens a scene file the way every command does.
+// SPDX-License-Identifier: Apache-2.0
+#include "Scene.h"
+
+#include "Trouble.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <filesystem>
+
+namespace orbo::Quilmeta {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Opening anything but a regular file may wait for ever.
+void demandRegularFile(const std::string& file) {
+    std::error_code error;
+    const fs::file_status status = fs::status(file, error);
+    if (!fs::exists(status)) throw Trouble(systemMessage(error ? error.value() : ENOENT));
+    if (fs::is_directory(status)) throw Trouble("is a directory");
+    if (!fs::is_regular_file(status)) throw Trouble("is not a regular file");
+    if (fs::file_size(file, error) == 0 && !error) throw Trouble("is an empty file");
+}
+
+std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
+    std::unique_ptr<Data::Accessor> accessor = Data::Accessor::accessorByExtension(file);
+    if (accessor) return accessor;
+    throw Trouble(fmt::format("is no kind of scene that is known by its extension: {}",
+                              fmt::join(Data::Accessor::supportedExtensions(), ", ")));
+}
+
+}  // namespace
+
+std::unique_ptr<Data::Accessor> openScene(const std::string& file) {
+    demandRegularFile(file);
+    std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
+    accessor->setReadPolicy({true});
+    accessor->setWritePolicy(Data::WritePolicy::careful());
+    std::string messages;
+    if (!accessor->read(file, messages)) throw Trouble(messages);
+    complain(file, messages);
+    return accessor;
+}
+
+}  // namespace orbo::Quilmeta

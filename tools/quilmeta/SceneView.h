@@ -1,0 +1,45 @@
+// The part of a scene's metadata that the user asked for.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+#include <data/Channel.h>
+#include <data/Stream.h>
+
+#include <string>
+#include <vector>
+
+namespace orbo::Quilmeta {
+
+/// Names to keep; an empty list keeps all.
+struct Selection {
+    std::vector<std::string> nodes, channels, streams;
+
+    [[nodiscard]] bool everything() const {
+        return nodes.empty() && channels.empty() && streams.empty();
+    }
+};
+
+struct ChannelView {
+    Data::Channel channel;
+    std::vector<Data::Stream> streams;
+};
+
+struct NodeView {
+    std::string name;  ///< empty for the scene itself
+    std::vector<ChannelView> channels;
+};
+
+/// Shares its content with the accessor and must not outlive it. In the library's order.
+struct SceneView {
+    /// Each name once. Of everything: all that the file defines and that streams use. Else those
+    /// that the selected streams use.
+    std::vector<const Data::Structure*> structures;
+    std::vector<NodeView> nodes;
+
+    [[nodiscard]] bool empty() const { return structures.empty() && nodes.empty(); }
+};
+
+SceneView select(const Data::Accessor& accessor, const Selection& selection);
+
+}  // namespace orbo::Quilmeta

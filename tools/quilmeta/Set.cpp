@@ -1,0 +1,118 @@
+// quilmeta set: changes the values of one element.
+// SPDX-License-Identifier: Apache-2.0
+#include "Assignment.h"
+#include "Commands.h"
+#include "NameList.h"
+#include "SafeText.h"
+#include "Scene.h"
+#include "Trouble.h"
+
+#include <data/IndexText.h>
+#include <data/Structure.h>
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+struct SetOptions {
+    std::string file, node, channel, stream, index;
+    std::vector<std::string> assignments;
+};
+
+/// Nobody creates an element of this size by hand: its structure is damaged or hostile.
+constexpr unsigned long long kLargestNewElement = 1ULL << 26;
+
+Data::Associations& findNode(Data::Accessor& scene, const SetOptions& options) {
+    auto& nodes = scene.associations();
+    const auto found = nodes.find(options.node);
+    if (found != nodes.end()) return found->second;
+    const std::string list =
+        nameList("nodes", nodes, [](const auto& entry) { return entry.first; });
+    if (options.node.empty()) throw Trouble("the scene itself has no metadata" + list);
+    throw Trouble(fmt::format("there is no node {}{}", inQuotes(options.node), list));
+}
+
+Data::Channel& findChannel(Data::Associations& associations, const SetOptions& options) {
+    if (Data::Channel* channel = associations.findChannel(options.channel)) return *channel;
+    throw Trouble(fmt::format(
+        "node {} has no channel {}{}", shownNode(options.node), inQuotes(options.channel),
+        nameList("channels", associations, [](const Data::Channel& c) { return c.name(); })));
+}
+
+Data::Stream& findStream(Data::Channel& channel, const SetOptions& options) {
+    if (Data::Stream* stream = channel.findDataStream(options.stream)) return *stream;
+    throw Trouble(fmt::format(
+        "channel {} has no stream {}{}", inQuotes(options.channel), inQuotes(options.stream),
+        nameList("streams", channel, [](const Data::Stream& s) { return s.name(); })));
+}
+
+Data::Index indexOf(const Data::Stream& stream, const std::string& text) {
+    try {
+        return Data::Index::doCreate(stream.indexType(), text);
+    } catch (Data::Index::eCreationErrors error) {
+        if (error == Data::Index::eCreatorNotFound)
+            return Data::Index(Data::IndexText(stream.indexType(), text));
+        throw Trouble(fmt::format("{} is no index of type {}", inQuotes(text),
+                                  shownName(stream.indexType())));
+    }
+}
+
+/// A copy of the element, or a new one. The stream keeps its own until all values are good.
+Data::Handle draftOf(Data::Stream& stream, const Data::Index& index) {
+    Data::Handle draft = stream.element(index);
+    if (!draft.hasData()) {
+        const unsigned long long size = stream.structure().totalSize();
+        if (size > kLargestNewElement)
+            throw Trouble(fmt::format("a new element of structure {} would take {} bytes",
+                                      inQuotes(stream.structure().name()), size));
+        draft = Data::Handle(stream.structure());
+    }
+    draft.makeUnique();
+    return draft;
+}
+
+void setValues(const SetOptions& options) {
+    const std::unique_ptr<Data::Accessor> scene = openScene(options.file);
+    Data::Stream& stream = findStream(findChannel(findNode(*scene, options), options), options);
+    const Data::Index index = indexOf(stream, options.index);
+    Data::Handle draft = draftOf(stream, index);
+    for (const std::string& assignment : options.assignments)
+        assign(stream.structure(), draft, assignment);
+    if (!stream.setElement(index, draft)) throw Trouble("not enough memory");
+    std::string messages;
+    if (!scene->write(messages)) throw Trouble(messages.empty() ? "was not written" : messages);
+    complain(options.file, messages);
+}
+
+}  // namespace
+
+void addSet(CLI::App& app, Output&, int& exitCode) {
+    auto options = std::make_shared<SetOptions>();
+    CLI::App* command = app.add_subcommand("set", "Change values of one element");
+    command->add_option("FILE", options->file, "Scene file, which is rewritten")->required();
+    const auto need = [command](const char* name, std::string& value, const char* description) {
+        command->add_option(name, value, description)->required()->type_name("NAME");
+    };
+    need("--node", options->node, "Node that carries the metadata; '' is the scene");
+    need("--channel", options->channel, "Channel of the node");
+    need("--stream", options->stream, "Stream of the channel");
+    need("--index", options->index, "Element; it is made when there is none");
+    command->add_option("MEMBER=VALUE", options->assignments, "Members and their new values")
+        ->required();
+    command->footer(
+        "A member of several values takes them all, with blanks between, or one by "
+        "MEMBER[k]=VALUE;\n"
+        "a matrix is one value of 16 numbers. Nothing is written unless all values are good.\n"
+        "Example:\n"
+        "  quilmeta set robot.kx --node rig --channel joints --stream pose --index lid side=-1");
+    command->callback(
+        [options, &exitCode] { exitCode = guarded(options->file, [&] { setValues(*options); }); });
+}
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,43 @@
+// What stops a command, and how messages reach the user.
+// SPDX-License-Identifier: Apache-2.0
+#include "Trouble.h"
+
+#include "SafeText.h"
+
+#include <cstdio>
+#include <new>
+#include <system_error>
+
+namespace orbo::Quilmeta {
+
+void complain(std::string_view subject, std::string_view text) {
+    std::string lines;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        const std::string_view line = text.substr(0, end);
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        if (line.empty()) continue;
+        lines += "quilmeta: ";
+        if (!subject.empty()) lines += safeLine(subject) + ": ";
+        lines += safeLine(line) + '\n';
+    }
+    std::fwrite(lines.data(), 1, lines.size(), stderr);
+}
+
+int guarded(const std::string& file, const std::function<void()>& work) {
+    try {
+        work();
+        return kDone;
+    } catch (const OutputTrouble&) {
+        throw;
+    } catch (const std::bad_alloc&) {
+        complain(file, "not enough memory");
+    } catch (const std::exception& trouble) {
+        complain(file, trouble.what());
+    }
+    return kTrouble;
+}
+
+std::string systemMessage(int error) { return std::generic_category().message(error); }
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,79 @@
+// quilmeta: shows and rewrites the metadata of scene files.
+// SPDX-License-Identifier: Apache-2.0
+#include "Commands.h"
+#include "Trouble.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+using namespace orbo::Quilmeta;
+
+/// Were one of the three closed, a scene would be opened in its place and messages written into it.
+/// A result that nobody can take is then an error, as it should be: these are read-only.
+void occupyStandardStreams() {
+    int descriptor = 0;
+    do {
+        descriptor = ::open("/dev/null", O_RDONLY);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO) ::close(descriptor);
+}
+
+void addCommands(CLI::App& app, Output& output, int& exitCode) {
+    app.name("quilmeta");
+    app.set_version_flag("--version", "quilmeta " QUILMETA_VERSION, "Print the version");
+    app.set_help_flag("-h,--help", "Print this help");
+    app.get_formatter()->column_width(24);
+    app.get_formatter()->label("REQUIRED", "");
+    app.require_subcommand(1);
+    app.footer("Example:\n  quilmeta show robot.kx\nMore: quilmeta COMMAND --help");
+    addShow(app, output, exitCode);
+    addExport(app, output, exitCode);
+    addSet(app, output, exitCode);
+}
+
+int refuse(const CLI::App& app, const CLI::ParseError& error) {
+    std::string help = "quilmeta";
+    for (const CLI::App* command : app.get_subcommands()) help += ' ' + command->get_name();
+    complain("", std::string(error.what()) + "\nSee " + help + " --help");
+    return kTrouble;
+}
+
+int run(int argc, char** argv) {
+    Output output(STDOUT_FILENO, "standard output");
+    int exitCode = kDone;
+    CLI::App app("Shows and rewrites the metadata of scene files.");
+    addCommands(app, output, exitCode);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        const auto commands = app.get_subcommands();
+        output.write(commands.empty() ? app.help() : commands.front()->help());
+    } catch (const CLI::CallForVersion& version) {
+        output.write(std::string(version.what()) + '\n');
+    } catch (const CLI::ParseError& error) {
+        return refuse(app, error);
+    }
+    output.flush();
+    return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    occupyStandardStreams();
+    // A reader that goes away is an error of writing like others.
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        complain("", error.what());
+    }
+    return kTrouble;
+}
