@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Assignment.h"
 
-#include "NameList.h"
 #include "ParseValue.h"
 #include "SafeText.h"
 #include "Trouble.h"
 #include "ValueType.h"
+#include "Wording.h"
 
 #include <data/Structure.h>
 #include <fmt/format.h>
@@ -49,8 +49,9 @@ std::optional<Target> findTarget(const Data::Structure& structure, std::string_v
     auto target = findMember(structure, name.substr(0, bracket));
     if (!target) return {};
     if (slot >= target->member->length())
-        throw Trouble(fmt::format("there is no {}: member {} has {} value(s)", inQuotes(name),
-                                  inQuotes(target->name), target->member->length()));
+        throw Trouble(fmt::format("there is no {}: member {} has {}", inQuotes(name),
+                                  inQuotes(target->name),
+                                  counted(target->member->length(), "value")));
     target->slot = slot;
     target->name = name;
     return target;
@@ -118,8 +119,8 @@ void storeValues(Value* parts, const Target& target) {
     const size_t wanted = target.slot ? perValue : partsOf(*target.member);
     const std::vector<std::string_view> values = words(target.text);
     if (values.size() != wanted)
-        throw Trouble(fmt::format("{} takes {} value{}, but {} {} given", inQuotes(target.name),
-                                  wanted, wanted == 1 ? "" : "s", values.size(),
+        throw Trouble(fmt::format("{} takes {}, but {} {} given", inQuotes(target.name),
+                                  counted(wanted, "value"), values.size(),
                                   values.size() == 1 ? "was" : "were"));
     parts += target.slot.value_or(0) * perValue;
     for (size_t i = 0; i < wanted; ++i) store(parts + i, target, values[i]);

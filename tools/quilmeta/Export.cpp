@@ -35,7 +35,7 @@ void exportScene(const ExportOptions& options, Output& output) {
 void addExport(CLI::App& app, Output& output, int& exitCode) {
     auto options = std::make_shared<ExportOptions>();
     CLI::App* command = app.add_subcommand("export", "Write all metadata as a JSON document");
-    command->add_option("FILE", options->file, "Scene file")->required();
+    command->add_option("FILE", options->file, "Scene file")->required()->type_name("");
     command->add_option("-o,--output", options->target, "Write to this file")->type_name("OUT");
     command->footer(
         "The document is lossless. OUT is replaced when it is complete, never in part.\n"

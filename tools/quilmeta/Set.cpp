@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Assignment.h"
 #include "Commands.h"
-#include "NameList.h"
 #include "SafeText.h"
 #include "Scene.h"
 #include "Trouble.h"
+#include "Wording.h"
 
 #include <data/IndexText.h>
 #include <data/Structure.h>
@@ -95,22 +95,26 @@ void setValues(const SetOptions& options) {
 void addSet(CLI::App& app, Output&, int& exitCode) {
     auto options = std::make_shared<SetOptions>();
     CLI::App* command = app.add_subcommand("set", "Change values of one element");
-    command->add_option("FILE", options->file, "Scene file, which is rewritten")->required();
+    command->add_option("FILE", options->file, "Scene file, which is rewritten")
+        ->required()
+        ->type_name("");
     const auto need = [command](const char* name, std::string& value, const char* description) {
         command->add_option(name, value, description)->required()->type_name("NAME");
     };
-    need("--node", options->node, "Node that carries the metadata; '' is the scene");
+    need("--node", options->node, "Node with the metadata; '' is the scene");
     need("--channel", options->channel, "Channel of the node");
     need("--stream", options->stream, "Stream of the channel");
-    need("--index", options->index, "Element; it is made when there is none");
-    command->add_option("MEMBER=VALUE", options->assignments, "Members and their new values")
-        ->required();
+    need("--index", options->index, "Element; made when there is none");
+    command->add_option("MEMBER=VALUE", options->assignments, "Members, new values")
+        ->required()
+        ->type_name("");
     command->footer(
-        "A member of several values takes them all, with blanks between, or one by "
-        "MEMBER[k]=VALUE;\n"
-        "a matrix is one value of 16 numbers. Nothing is written unless all values are good.\n"
+        "A member of several values takes them all, with blanks between, or one by\n"
+        "MEMBER[k]=VALUE; a matrix is one value of 16 numbers. Nothing is written\n"
+        "unless all values are good.\n"
         "Example:\n"
-        "  quilmeta set robot.kx --node rig --channel joints --stream pose --index lid side=-1");
+        "  quilmeta set robot.kx --node rig --channel joints --stream pose \\\n"
+        "      --index lid side=-1 'label=the lid'");
     command->callback(
         [options, &exitCode] { exitCode = guarded(options->file, [&] { setValues(*options); }); });
 }

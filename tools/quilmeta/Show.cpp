@@ -65,13 +65,12 @@ int show(const ShowOptions& options, Output& output) {
 void addShow(CLI::App& app, Output& output, int& exitCode) {
     auto options = std::make_shared<ShowOptions>();
     CLI::App* command = app.add_subcommand("show", "Show the metadata of scenes");
-    command->add_option("FILE", options->files, "Scene files")->required();
+    command->add_option("FILE", options->files, "Scene files")->required()->type_name("");
     command->add_flag("--values", options->values, "Show the elements, too");
     addSelection(*command, options->selection);
-    command->add_flag("--json", options->json, "Print JSON documents instead")
-        ->excludes("--values");
+    command->add_flag("--json", options->json, "Print a JSON document for each file instead");
     command->footer(
-        "A node, channel or stream may be asked for several times; --node '' is the scene.\n"
+        "--node, --channel and --stream may be given several times.\n"
         "Example:\n"
         "  quilmeta show --values --node rig --channel joints robot.kx");
     command->callback([options, &output, &exitCode] { exitCode = show(*options, output); });

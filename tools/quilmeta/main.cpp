@@ -1,6 +1,7 @@
 // quilmeta: shows and rewrites the metadata of scene files.
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
+#include "SafeText.h"
 #include "Trouble.h"
 
 #include <fcntl.h>
@@ -31,17 +32,27 @@ void addCommands(CLI::App& app, Output& output, int& exitCode) {
     app.set_help_flag("-h,--help", "Print this help");
     app.get_formatter()->column_width(24);
     app.get_formatter()->label("REQUIRED", "");
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.get_formatter()->label("SUBCOMMANDS", "COMMANDS");
     app.require_subcommand(1);
     app.footer("Example:\n  quilmeta show robot.kx\nMore: quilmeta COMMAND --help");
     addShow(app, output, exitCode);
     addExport(app, output, exitCode);
     addSet(app, output, exitCode);
+    for (CLI::App* command : app.get_subcommands({})) command->group("Commands");
 }
 
 int refuse(const CLI::App& app, const CLI::ParseError& error) {
-    std::string help = "quilmeta";
-    for (const CLI::App* command : app.get_subcommands()) help += ' ' + command->get_name();
-    complain("", std::string(error.what()) + "\nSee " + help + " --help");
+    std::string message = error.what();
+    std::string help = "see quilmeta";
+    const auto commands = app.get_subcommands();
+    if (!commands.empty())
+        help += ' ' + commands.front()->get_name();
+    else if (const auto words = app.remaining(); !words.empty())
+        message = "there is no command or option " + inQuotes(words.front());
+    else
+        message = "a command is required";
+    complain("", message + '\n' + help + " --help");
     return kTrouble;
 }
 
@@ -54,7 +65,7 @@ int run(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         const auto commands = app.get_subcommands();
-        output.write(commands.empty() ? app.help() : commands.front()->help());
+        output.write(commands.empty() ? app.help() : commands.front()->help("quilmeta"));
     } catch (const CLI::CallForVersion& version) {
         output.write(std::string(version.what()) + '\n');
     } catch (const CLI::ParseError& error) {

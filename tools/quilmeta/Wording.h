@@ -1,4 +1,4 @@
-// What there is, for messages about what there is not.
+// Phrases that messages have in common.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -10,7 +10,13 @@
 
 namespace orbo::Quilmeta {
 
-/// " (members: a, b, c)", shortened when there are many; `name` gives an item's name.
+/// "1 value", "3 values".
+inline std::string counted(size_t count, const char* thing) {
+    return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s");
+}
+
+/// What there is, ahead of what there is not: " (members: a, b, c)", shortened when there are many;
+/// `name` gives an item's name.
 template <typename Items, typename Name>
 std::string nameList(const char* what, const Items& items, Name&& name) {
     constexpr int kMost = 8;
