@@ -71,7 +71,7 @@ Target parseTarget(const Data::Structure& structure, std::string_view assignment
     throw Trouble(fmt::format("structure {} has no member {}{}", inQuotes(structure.name()),
                               inQuotes(assignment.substr(0, first)),
                               nameList("members", structure, [](const Member& member) {
-                                  return std::string(member.name());
+                                  return shownName(member.name());
                               })));
 }
 

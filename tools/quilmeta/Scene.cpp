@@ -40,7 +40,8 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file) {
     accessor->setReadPolicy({true});
     accessor->setWritePolicy(Data::WritePolicy::careful());
     std::string messages;
-    if (!accessor->read(file, messages)) throw Trouble(messages);
+    if (!accessor->read(file, messages))
+        throw Trouble(accessor->isFileSupported(file) ? messages : "is no such scene: " + messages);
     complain(file, messages);
     return accessor;
 }

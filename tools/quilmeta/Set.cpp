@@ -33,7 +33,7 @@ Data::Associations& findNode(Data::Accessor& scene, const SetOptions& options) {
     const auto found = nodes.find(options.node);
     if (found != nodes.end()) return found->second;
     const std::string list =
-        nameList("nodes", nodes, [](const auto& entry) { return entry.first; });
+        nameList("nodes", nodes, [](const auto& entry) { return shownNode(entry.first); });
     if (options.node.empty()) throw Trouble("the scene itself has no metadata" + list);
     throw Trouble(fmt::format("there is no node {}{}", inQuotes(options.node), list));
 }
@@ -42,14 +42,15 @@ Data::Channel& findChannel(Data::Associations& associations, const SetOptions& o
     if (Data::Channel* channel = associations.findChannel(options.channel)) return *channel;
     throw Trouble(fmt::format(
         "node {} has no channel {}{}", shownNode(options.node), inQuotes(options.channel),
-        nameList("channels", associations, [](const Data::Channel& c) { return c.name(); })));
+        nameList("channels", associations,
+                 [](const Data::Channel& c) { return shownName(c.name()); })));
 }
 
 Data::Stream& findStream(Data::Channel& channel, const SetOptions& options) {
     if (Data::Stream* stream = channel.findDataStream(options.stream)) return *stream;
     throw Trouble(fmt::format(
         "channel {} has no stream {}{}", inQuotes(options.channel), inQuotes(options.stream),
-        nameList("streams", channel, [](const Data::Stream& s) { return s.name(); })));
+        nameList("streams", channel, [](const Data::Stream& s) { return shownName(s.name()); })));
 }
 
 Data::Index indexOf(const Data::Stream& stream, const std::string& text) {

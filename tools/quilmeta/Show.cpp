@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,18 +28,21 @@ struct ShowOptions {
 
 /// A misspelt name must not pass for a scene without metadata.
 void demandMatch(const SceneView& view, const Selection& selection) {
-    if (!selection.everything() && view.nodes.empty())
-        throw Trouble("nothing matches --node, --channel and --stream");
+    if (selection.everything() || !view.nodes.empty()) return;
+    std::string message = "nothing matches";
+    for (const std::string& name : selection.nodes) message += " --node " + inQuotes(name);
+    for (const std::string& name : selection.channels) message += " --channel " + inQuotes(name);
+    for (const std::string& name : selection.streams) message += " --stream " + inQuotes(name);
+    throw Trouble(message);
 }
 
-void showFile(const std::string& file, const ShowOptions& options, Output& output) {
+void showFile(const std::string& file, const ShowOptions& options, bool first, Output& output) {
     const std::unique_ptr<Data::Accessor> scene = openScene(file);
     const SceneView view = select(*scene, options.selection);
     demandMatch(view, options.selection);
-    if (options.json)
-        JsonDocument(output).write(view);
-    else
-        TreeWriter(output, options.values).write(file, view);
+    if (options.json) return JsonDocument(output).write(view);
+    if (!first) output.write("\n");
+    TreeWriter(output, options.values).write(file, view);
 }
 
 void addSelection(CLI::App& command, Selection& selection) {
@@ -53,8 +57,11 @@ void addSelection(CLI::App& command, Selection& selection) {
 
 int show(const ShowOptions& options, Output& output) {
     int exitCode = kDone;
+    bool first = true;
     for (const std::string& file : options.files) {
-        exitCode = std::max(exitCode, guarded(file, [&] { showFile(file, options, output); }));
+        const int code = guarded(file, [&] { showFile(file, options, first, output); });
+        first = first && code != kDone;
+        exitCode = std::max(exitCode, code);
         output.flush();
     }
     return exitCode;

@@ -4,6 +4,9 @@
 
 #include "SafeText.h"
 
+#include <data/Index.h>
+#include <fmt/format.h>
+
 #include <cstdio>
 #include <new>
 #include <system_error>
@@ -24,7 +27,8 @@ void complain(std::string_view subject, std::string_view text) {
     std::fwrite(lines.data(), 1, lines.size(), stderr);
 }
 
-int guarded(const std::string& file, const std::function<void()>& work) {
+int guarded(const std::string& name, const std::function<void()>& work) {
+    const std::string file = name.empty() ? "\"\"" : name;
     try {
         work();
         return kDone;
@@ -34,6 +38,8 @@ int guarded(const std::string& file, const std::function<void()>& work) {
         complain(file, "not enough memory");
     } catch (const std::exception& trouble) {
         complain(file, trouble.what());
+    } catch (Data::Index::eCreationErrors error) {
+        complain(file, fmt::format("an index cannot be made (code {})", static_cast<int>(error)));
     }
     return kTrouble;
 }

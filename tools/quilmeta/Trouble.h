@@ -28,7 +28,7 @@ class OutputTrouble : public Trouble {
 void complain(std::string_view subject, std::string_view text);
 
 /// Runs the work on one file. Trouble with that file is reported, and makes the result `kTrouble`.
-int guarded(const std::string& file, const std::function<void()>& work);
+int guarded(const std::string& name, const std::function<void()>& work);
 
 /// "No such file or directory" and the like, for an `errno`.
 std::string systemMessage(int error);

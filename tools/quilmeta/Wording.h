@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "SafeText.h"
-
 #include <fmt/format.h>
 
 #include <string>
@@ -16,7 +14,8 @@ inline std::string counted(size_t count, const char* thing) {
 }
 
 /// What there is, ahead of what there is not: " (members: a, b, c)", shortened when there are many;
-/// `name` gives an item's name.
+/// `name` gives an item's
+/// name as it is to be shown.
 template <typename Items, typename Name>
 std::string nameList(const char* what, const Items& items, Name&& name) {
     constexpr int kMost = 8;
@@ -28,7 +27,7 @@ std::string nameList(const char* what, const Items& items, Name&& name) {
             break;
         }
         if (count++ > 0) list += ", ";
-        list += shownName(name(item));
+        list += name(item);
     }
     return list.empty() ? list : fmt::format(" ({}: {})", what, list);
 }
