@@ -55,10 +55,9 @@ NewFile::NewFile(const std::string& path, const std::string& notOver) : fPath(be
 }
 
 void NewFile::open(unsigned mode) {
-    const std::string folder = fs::path(fPath).parent_path().string();
+    const fs::path folder = fs::path(fPath).parent_path();
     for (unsigned attempt = 0; attempt < 100 && fDescriptor < 0; ++attempt) {
-        const std::string name = fmt::format(".quilmeta-{}-{}.tmp", ::getpid(), attempt);
-        fTemporary = folder.empty() ? name : folder + "/" + name;
+        fTemporary = folder / fmt::format(".quilmeta-{}-{}.tmp", ::getpid(), attempt);
         fDescriptor = ::open(fTemporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (fDescriptor < 0 && errno != EEXIST) break;
     }

@@ -47,6 +47,7 @@ std::vector<const Data::Structure*> structuresOf(const Data::Accessor& accessor,
             for (const Data::Stream& stream : channel.streams)
                 byName.emplace(stream.structure().name(), &stream.structure());
     std::vector<const Data::Structure*> result;
+    result.reserve(byName.size());
     for (const auto& [name, structure] : byName) result.push_back(structure);
     return result;
 }

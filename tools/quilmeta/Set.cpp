@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -64,17 +65,21 @@ Data::Index indexOf(const Data::Stream& stream, const std::string& text) {
     }
 }
 
+Data::Handle newElement(const Data::Structure& structure) {
+    const unsigned long long size = structure.totalSize();
+    if (size > kLargestNewElement)
+        throw Trouble(fmt::format("a new element of structure {} would take {} bytes",
+                                  inQuotes(structure.name()), size));
+    Data::Handle element(structure);
+    if (!element.hasData() && size > 0) throw std::bad_alloc();
+    return element;
+}
+
 /// A copy of the element, or a new one. The stream keeps its own until all values are good.
 Data::Handle draftOf(Data::Stream& stream, const Data::Index& index) {
     Data::Handle draft = stream.element(index);
-    if (!draft.hasData()) {
-        const unsigned long long size = stream.structure().totalSize();
-        if (size > kLargestNewElement)
-            throw Trouble(fmt::format("a new element of structure {} would take {} bytes",
-                                      inQuotes(stream.structure().name()), size));
-        draft = Data::Handle(stream.structure());
-    }
-    draft.makeUnique();
+    if (!draft.hasData()) return newElement(stream.structure());
+    if (!draft.makeUnique()) throw std::bad_alloc();
     return draft;
 }
 
