@@ -8,9 +8,11 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
-#include <cstdio>
+#include <iterator>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -42,6 +44,22 @@ void addCommands(CLI::App& app, Output& output, int& exitCode) {
     for (CLI::App* command : app.get_subcommands({})) command->group("Commands");
 }
 
+/// From last to first, as CLI11 wants them. It would take the next word for the value of "--node=",
+/// which is what a shell makes of --node=''.
+std::vector<std::string> arguments(int argc, char** argv) {
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    const auto end = std::find(words.begin(), words.end(), "--");
+    std::vector<std::string> result(std::make_reverse_iterator(words.end()),
+                                    std::make_reverse_iterator(end));
+    for (auto word = std::make_reverse_iterator(end); word != words.rend(); ++word) {
+        const bool emptyValue = word->size() > 3 && word->compare(0, 2, "--") == 0 &&
+                                word->find('=') == word->size() - 1;
+        if (emptyValue) result.emplace_back();
+        result.push_back(emptyValue ? word->substr(0, word->size() - 1) : *word);
+    }
+    return result;
+}
+
 int refuse(const CLI::App& app, const CLI::ParseError& error) {
     std::string message = error.what();
     std::string help = "see quilmeta";
@@ -62,7 +80,7 @@ int run(int argc, char** argv) {
     CLI::App app("Shows and rewrites the metadata of scene files.");
     addCommands(app, output, exitCode);
     try {
-        app.parse(argc, argv);
+        app.parse(arguments(argc, argv));
     } catch (const CLI::CallForHelp&) {
         const auto commands = app.get_subcommands();
         output.write(commands.empty() ? app.help() : commands.front()->help("quilmeta"));
