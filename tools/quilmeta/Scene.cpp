@@ -28,7 +28,7 @@ void demandRegularFile(const std::string& file) {
 std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
     std::unique_ptr<Data::Accessor> accessor = Data::Accessor::accessorByExtension(file);
     if (accessor) return accessor;
-    throw Trouble(fmt::format("is no kind of scene that is known by its extension: {}",
+    throw Trouble(fmt::format("is no scene by its extension (known: {})",
                               fmt::join(Data::Accessor::supportedExtensions(), ", ")));
 }
 
