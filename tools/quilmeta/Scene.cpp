@@ -41,7 +41,7 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file) {
     accessor->setWritePolicy(Data::WritePolicy::careful());
     std::string messages;
     if (!accessor->read(file, messages))
-        throw Trouble(accessor->isFileSupported(file) ? messages : "is no such scene: " + messages);
+        throw Trouble(accessor->isFileSupported(file) ? messages : "is not a scene: " + messages);
     complain(file, messages);
     return accessor;
 }
