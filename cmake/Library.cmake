@@ -12,16 +12,6 @@ endfunction()
 
 file(GLOB_RECURSE METADATA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp)
 
-# Until the last room is there, what refers to a missing one links all the same.
-set(METADATA_COMPLETE FALSE)
-if(EXISTS ${PROJECT_SOURCE_DIR}/src/accessors)
-    set(METADATA_COMPLETE TRUE)
-endif()
-if(NOT METADATA_SOURCES)
-    file(WRITE ${PROJECT_BINARY_DIR}/empty.cpp "")
-    set(METADATA_SOURCES ${PROJECT_BINARY_DIR}/empty.cpp)
-endif()
-
 add_library(MetaDataObjects OBJECT ${METADATA_SOURCES})
 set_target_properties(MetaDataObjects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 target_include_directories(MetaDataObjects PUBLIC ${PROJECT_SOURCE_DIR}/include
@@ -43,7 +33,7 @@ if(BUILD_SHARED_LIBS)
     target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS})
     set_target_properties(MetaData PROPERTIES LINK_DEPENDS ${METADATA_EXPORTS})
     # The sanitizers' own symbols come from the executable.
-    if(METADATA_COMPLETE AND NOT METADATA_SANITIZE)
+    if(NOT METADATA_SANITIZE)
         target_link_options(MetaData PRIVATE -Wl,--no-undefined)
     endif()
 endif()

@@ -1,6 +1,6 @@
 // The raw format of a family is registered and is its default.
 // SPDX-License-Identifier: Apache-2.0
-#include <data/MetaData.h>
+#include FAMILY_HEADER
 
 int main() {
     const auto* raw = orbo::Data::FAMILY::formatByName("raw");

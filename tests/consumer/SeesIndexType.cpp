@@ -1,6 +1,6 @@
 // An index type is registered: indices come from its name and a text.
 // SPDX-License-Identifier: Apache-2.0
-#include <data/MetaData.h>
+#include <data/Index.h>
 
 int main() {
     try {
