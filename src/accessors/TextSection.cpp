@@ -3,6 +3,7 @@
 #include "accessors/TextSection.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "accessors/Messages.h"
 #include "accessors/TextStatement.h"
@@ -80,11 +81,17 @@ bool TextSection::checkPlace(std::string& errors) const {
     return fSize - *fTrailer <= kTrailerBlock || fail(errors, "Could not find trailer prefix.");
 }
 
+// Unclosed statements right in front are taken in: the first line of the section might close them.
 std::uint64_t TextSection::begin() const {
-    for (const Statement& statement : fStatements) {
-        if (statement.understood) return statement.where.begin;
+    auto first = std::find_if(fStatements.begin(), fStatements.end(),
+                              [](const Statement& statement) { return statement.understood; });
+    if (first == fStatements.end()) return *fTrailer;
+    std::uint64_t begin = first->where.begin;
+    while (first != fStatements.begin() && !std::prev(first)->where.closed &&
+           std::prev(first)->where.end == begin) {
+        begin = (--first)->where.begin;
     }
-    return *fTrailer;
+    return begin;
 }
 
 std::uint64_t TextSection::end() const {

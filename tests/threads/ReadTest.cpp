@@ -1,0 +1,46 @@
+// Two threads read two scenes at once.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+#include "accessors/QuilAsciiFileAccessor.h"
+
+namespace orbo::Data {
+namespace {
+
+TEST(ReadingSideBySide, DoesNotMixUp) {
+    const RefPtr<Structure> callers(Structure::create());
+    ASSERT_TRUE(Structure::registerStructure(*callers));
+    const auto registered = Structure::allStructures();
+    const unsigned long long alive = Structure::objectsAlive();
+    const unsigned long long streams = Stream::objectsAlive();
+
+    const auto readAgainAndAgain = [](const char* name, std::size_t structures,
+                                      std::size_t associations) {
+        for (int i = 0; i < 40; ++i) {
+            QuilAsciiFileAccessor accessor;
+            std::string errors;
+            EXPECT_TRUE(accessor.read(METADATA_SCENES_DIR + std::string(name), errors));
+            EXPECT_EQ(errors, "");
+            EXPECT_EQ(accessor.structures().size(), structures);
+            EXPECT_EQ(accessor.associations().size(), associations);
+        }
+    };
+    std::vector<std::thread> threads;
+    threads.emplace_back(readAgainAndAgain, "/teapot.kx", 5, 3);
+    threads.emplace_back(readAgainAndAgain, "/bare.kx", 0, 0);
+    threads.emplace_back(readAgainAndAgain, "/teapot.kx", 5, 3);
+    for (std::thread& thread : threads) thread.join();
+
+    EXPECT_EQ(Structure::allStructures(), registered);
+    EXPECT_EQ(Structure::objectsAlive(), alive);
+    EXPECT_EQ(Stream::objectsAlive(), streams);
+    Structure::deregisterStructure(*callers);
+}
+
+}  // namespace
+}  // namespace orbo::Data
