@@ -87,15 +87,15 @@ struct Quotes {
 };
 
 // A quote inside the value that ends it, so that the rest is something else. Associations escape
-// all of theirs; structures escape none, and there only a ";" behind one tells.
+// all of theirs; structures escape none, and only what stands behind one tells.
 bool endsEarly(Kind kind, std::string_view value) {
     for (std::size_t at = 0; at < value.size(); ++at) {
         if (value[at] == '\\') {
             ++at;
         } else if (value[at] == '"') {
             if (kind == Kind::kAssociations) return true;
-            const std::size_t next = value.find_first_not_of(Ascii::kBlanks, at + 1);
-            if (next != std::string_view::npos && value[next] == ';') return true;
+            const char next = at + 1 < value.size() ? value[at + 1] : '\0';
+            if (next == ';' || Ascii::isBlank(next)) return true;
         }
     }
     return false;

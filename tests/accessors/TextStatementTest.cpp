@@ -45,7 +45,7 @@ TEST(TextStatement, Parses) {
         {"dataStructure -fmt \"raw\" -as \"a\\nb\\\\n\" ; \t\r\n", "raw||a\nb\\n"},
         {"dataStructure\n-fmt \"raw\"  \r\n\n// note\n  -as\n\"a\n b\"\n;", "raw||a  b"},
         {"dataStructure \"odd\"\"\";", "odd||"},
-        {"dataStructure -fmt \"raw\" -as \"a\"b\" c\";", "raw||a\"b\" c"},
+        {"dataStructure -fmt \"raw\" -as \"a\"b\"\"c\";", "raw||a\"b\"\"c"},
         {"dataStructure -fmt \"raw\" -as \"a\\\";", "raw||a\\"},
         {"applyMetadata -fmt \"raw\" -v \"t\" \n\t\tnode1;\n", "raw|node1|t"},
         {"applyMetadata -fmt \"raw\" -v \"t\" -scn;", "raw||t"},
@@ -75,6 +75,7 @@ TEST(TextStatement, UnderstandsNothingElse) {
         {"dataStructureX -fmt \"raw\" -as \"a\";", kBadStructure},
         {"dataStructure -fmt \"raw\" -as \"a\"; select -ne \"b\";", kBadStructure},
         {"dataStructure -fmt \"raw\" -as \"a\"; // note;", kBadStructure},
+        {"dataStructure -fmt \"raw\" -as \"a\"\nselect -ne \"b\";", kBadStructure},
         {"applyMetadata -fmt \"raw\" -v \"t\";", "Could not find Associations name."},
         {"applyMetadata -fmt \"raw\" -scn -v \"t\" ;", kBadAssociations},
         {"applyMetadata -fmt \"raw\" -v \"t\" -ed n;", kBadAssociations},
@@ -132,7 +133,7 @@ TEST(TextStatement, ReadsBackEveryRecordItWrites) {
         for (auto left = random() % 40; left > 0; --left) {
             const char odd[] = {'\\', '\n', ';', ' ', '/', 'n', '0', static_cast<char>(random())};
             const char c = odd[random() % sizeof odd];
-            record.text += c == '"' && record.kind == Kind::kStructure ? '\'' : c;
+            record.text += c == '"' && record.kind == Kind::kStructure ? 'q' : c;
         }
         std::string statement;
         TextStatement::append(statement, record);
