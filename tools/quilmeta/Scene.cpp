@@ -6,7 +6,9 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 namespace orbo::Quilmeta {
@@ -16,12 +18,13 @@ namespace fs = std::filesystem;
 namespace {
 
 /// Opening anything but a regular file may wait for ever.
-void demandRegularFile(const std::string& file) {
+void demandReadableFile(const std::string& file) {
     std::error_code error;
     const fs::file_status status = fs::status(file, error);
     if (!fs::exists(status)) throw Trouble(systemMessage(error ? error.value() : ENOENT));
     if (fs::is_directory(status)) throw Trouble("is a directory");
     if (!fs::is_regular_file(status)) throw Trouble("is not a regular file");
+    if (::access(file.c_str(), R_OK) != 0) throw Trouble(systemMessage(errno));
     if (fs::file_size(file, error) == 0 && !error) throw Trouble("is an empty file");
 }
 
@@ -35,7 +38,7 @@ std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
 }  // namespace
 
 std::unique_ptr<Data::Accessor> openScene(const std::string& file) {
-    demandRegularFile(file);
+    demandReadableFile(file);
     std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
     accessor->setReadPolicy({true});
     accessor->setWritePolicy(Data::WritePolicy::careful());

@@ -26,9 +26,8 @@ struct ShowOptions {
     bool json = false;
 };
 
-/// A misspelt name must not pass for a scene without metadata.
-void demandMatch(const SceneView& view, const Selection& selection) {
-    if (selection.everything() || !view.nodes.empty()) return;
+/// A misspelt name must not pass for scenes without metadata.
+[[noreturn]] void refuse(const Selection& selection) {
     std::string message = "nothing matches";
     for (const std::string& name : selection.nodes) message += " --node " + inQuotes(name);
     for (const std::string& name : selection.channels) message += " --channel " + inQuotes(name);
@@ -36,13 +35,39 @@ void demandMatch(const SceneView& view, const Selection& selection) {
     throw Trouble(message);
 }
 
-void showFile(const std::string& file, const ShowOptions& options, bool first, Output& output) {
-    const std::unique_ptr<Data::Accessor> scene = openScene(file);
-    const SceneView view = select(*scene, options.selection);
-    demandMatch(view, options.selection);
-    if (options.json) return JsonDocument(output).write(view);
-    if (!first) output.write("\n");
-    TreeWriter(output, options.values).write(file, view);
+/// Shows what was selected of each file, and counts the files that had something.
+class Show {
+  public:
+    Show(const ShowOptions& options, Output& output) : fOptions(options), fOutput(output) {}
+
+    void show(const std::string& file) {
+        const std::unique_ptr<Data::Accessor> scene = openScene(file);
+        const SceneView view = select(*scene, fOptions.selection);
+        if (view.nodes.empty() && !fOptions.selection.everything()) return;
+        if (fOptions.json) {
+            JsonDocument(fOutput).write(view);
+        } else {
+            if (fShown > 0) fOutput.write("\n");
+            TreeWriter(fOutput, fOptions.values).write(file, view);
+        }
+        ++fShown;
+        fOutput.flush();
+    }
+    [[nodiscard]] size_t shown() const { return fShown; }
+
+  private:
+    const ShowOptions& fOptions;
+    Output& fOutput;
+    size_t fShown = 0;
+};
+
+int showAll(const ShowOptions& options, Output& output) {
+    Show show(options, output);
+    int exitCode = kDone;
+    for (const std::string& file : options.files)
+        exitCode = std::max(exitCode, guarded(file, [&] { show.show(file); }));
+    if (show.shown() == 0 && exitCode == kDone) refuse(options.selection);
+    return exitCode;
 }
 
 void addSelection(CLI::App& command, Selection& selection) {
@@ -53,18 +78,6 @@ void addSelection(CLI::App& command, Selection& selection) {
     add("--node", selection.nodes, "Only this node; '' is the scene");
     add("--channel", selection.channels, "Only this channel");
     add("--stream", selection.streams, "Only this stream");
-}
-
-int show(const ShowOptions& options, Output& output) {
-    int exitCode = kDone;
-    bool first = true;
-    for (const std::string& file : options.files) {
-        const int code = guarded(file, [&] { showFile(file, options, first, output); });
-        first = first && code != kDone;
-        exitCode = std::max(exitCode, code);
-        output.flush();
-    }
-    return exitCode;
 }
 
 }  // namespace
@@ -80,7 +93,7 @@ void addShow(CLI::App& app, Output& output, int& exitCode) {
         "--node, --channel and --stream may be given several times.\n"
         "Example:\n"
         "  quilmeta show --values --node rig --channel joints robot.kx");
-    command->callback([options, &output, &exitCode] { exitCode = show(*options, output); });
+    command->callback([options, &output, &exitCode] { exitCode = showAll(*options, output); });
 }
 
 }  // namespace orbo::Quilmeta
