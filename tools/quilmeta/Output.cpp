@@ -28,6 +28,7 @@ void Output::flush() {
     while (!rest.empty()) {
         const ssize_t written = ::write(fDescriptor, rest.data(), rest.size());
         if (written < 0 && errno == EINTR) continue;
+        if (written < 0 && errno == EPIPE) throw ReaderGone();
         if (written < 0) throw OutputTrouble(fName + ": " + systemMessage(errno));
         rest.remove_prefix(static_cast<size_t>(written));
     }

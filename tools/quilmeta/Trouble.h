@@ -23,6 +23,12 @@ class OutputTrouble : public Trouble {
     using Trouble::Trouble;
 };
 
+/// Whoever read our output has seen enough, as `head` does: the command ends, and says nothing.
+class ReaderGone : public OutputTrouble {
+  public:
+    ReaderGone() : OutputTrouble("the reader is gone") {}
+};
+
 /// Each line of `text` to standard error behind "quilmeta: SUBJECT: " (without a subject, behind
 /// "quilmeta: "). What a terminal could take for a command is escaped.
 void complain(std::string_view subject, std::string_view text);

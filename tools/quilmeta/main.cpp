@@ -97,10 +97,12 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     occupyStandardStreams();
-    // A reader that goes away is an error of writing like others.
+    // A reader that goes away shows when writing, and must not kill us in the middle of a file.
     std::signal(SIGPIPE, SIG_IGN);
     try {
         return run(argc, argv);
+    } catch (const ReaderGone&) {
+        // Nobody is interested any more.
     } catch (const std::exception& error) {
         complain("", error.what());
     }
