@@ -116,6 +116,19 @@ TEST_F(TextSceneWrite, Decisions) {
     }
 }
 
+// What is kept beside a written namesake must not get in the way of the check, nor of later reads.
+TEST_F(TextSceneWrite, AKeptNamesakeHidesNothing) {
+    const Names n1 = {"n1"};
+    makeScene(kA + kBadN1 + kN1);
+    ASSERT_TRUE(read());
+    fAccessor.setWritePolicy(WritePolicy::careful());
+    setN1(fAccessor);
+    ASSERT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), kA + node("n1", 9) + kBadN1);
+    ASSERT_TRUE(read(nullptr, &n1));
+    EXPECT_EQ(fAccessor.associations().count("n1"), 1U);
+}
+
 TEST_F(TextSceneWrite, WhatAFilterLeftOutStays) {
     const Names a = {"A"};
     const Names n1 = {"n1"};
