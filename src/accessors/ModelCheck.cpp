@@ -138,11 +138,7 @@ class NodeCheck {
 
 bool checkNode(const WrittenModel::Node& node, std::string& errors) {
     const std::string& name = *node.name;
-    std::set<std::string> channels;
     for (const Channel& channel : *node.associations) {
-        if (!channels.insert(channel.name()).second) {
-            return fail(errors, ModelPlace::of(name, channel) + " is there twice");
-        }
         std::set<std::string> streams;
         for (const Stream& stream : channel) {
             if (!streams.insert(stream.name()).second) {

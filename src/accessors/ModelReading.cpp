@@ -40,13 +40,12 @@ class ModelReading::Helpers {
 ModelReading::ModelReading(const std::set<std::string>* structureNames,
                            const std::set<std::string>* associationNames, Order order)
     : fStructureNamesGiven(structureNames),
-      fAssociationNamesGiven(associationNames),
       fOrder(order),
       fStructureNames(structureNames),
       fAssociationNames(associationNames) {}
 
 bool ModelReading::wantsMore() const {
-    return !fStructureNames.done() || !fAssociationNames.done() || fHasAssociations;
+    return !fStructureNames.done() || !fAssociationNames.done();
 }
 
 void ModelReading::add(SceneRecord record) {
@@ -55,10 +54,8 @@ void ModelReading::add(SceneRecord record) {
         item.structure = readStructure(record, item.messages);
         if (item.structure) fStructureNames.found(item.structure->name());
         record.text.clear();
-    } else {
-        if (!fAssociationNames.wants(record.name)) return;
-        fAssociationNames.found(record.name);
-        fHasAssociations = true;
+    } else if (!fAssociationNames.wants(record.name)) {
+        return;
     }
     item.record = std::move(record);
     fItems.push_back(std::move(item));
@@ -71,8 +68,6 @@ void ModelReading::addMessageOnly(std::string message) {
 
 void ModelReading::discard() {
     fStructureNames = NameFilter(fStructureNamesGiven);
-    fAssociationNames = NameFilter(fAssociationNamesGiven);
-    fHasAssociations = false;
     fItems.clear();
 }
 

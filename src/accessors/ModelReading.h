@@ -34,8 +34,8 @@ class ModelReading {
     ModelReading(const std::set<std::string>* structureNames,
                  const std::set<std::string>* associationNames, Order order);
 
-    /// False once all wanted names have been met. Associations need structures that nobody asked
-    /// for, so with any of them wanted it takes the whole file.
+    /// False once all wanted structures have been met and no associations are wanted: as long as
+    /// any are, structures that nobody asked for may be needed, and it takes the whole file.
     [[nodiscard]] bool wantsMore() const;
 
     void add(SceneRecord record);
@@ -61,11 +61,9 @@ class ModelReading {
     void buildAssociations(Accessor::AssociationsMap& map);
 
     const std::set<std::string>* fStructureNamesGiven;
-    const std::set<std::string>* fAssociationNamesGiven;
     Order fOrder;
     NameFilter fStructureNames;
-    NameFilter fAssociationNames;
-    bool fHasAssociations = false;
+    NameFilter fAssociationNames;  // never struck off
     std::vector<Item> fItems;
 };
 

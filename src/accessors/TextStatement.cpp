@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "core/Ascii.h"
 
@@ -44,7 +45,7 @@ void joinLines(std::string& text) {
         const std::size_t length = line.find_last_not_of(kLineBlanks) + 1;
         if (length > 0 && !isComment(line)) {
             if (out > 0) text[out++] = ' ';
-            std::copy(line.begin(), line.begin() + length, text.begin() + out);
+            std::memmove(&text[out], line.data(), length);
             out += length;
         }
         begin = end + 1;

@@ -95,6 +95,15 @@ TEST_F(TextSceneRead, BuildsTheModel) {
     EXPECT_TRUE(Structure::allStructures().empty());
 }
 
+TEST_F(TextSceneRead, NothingBehindTheTrailerIsMetadata) {
+    for (const std::size_t distance : {1, 70000}) {
+        file() = sceneFront() + kA + kN1 + kTrailer + kB + kOtherA + std::string(distance, '\n');
+        ASSERT_TRUE(read());
+        EXPECT_EQ(fErrors, "");
+        EXPECT_EQ(model(), "A | n1") << distance;
+    }
+}
+
 TEST_F(TextSceneRead, FiltersByName) {
     makeScene(kA + kB + kN1 + kN2 + kSceneOwn);
     struct Row {
@@ -170,11 +179,14 @@ TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
     fAccessor.setReadPolicy(policy);
     ASSERT_TRUE(read());
     EXPECT_TRUE(streamOf(fAccessor, "n3").hasElement(IndexText("odd", "ab")));
-    const std::string before = file();
-    setNumber(fAccessor, "n1", 0, 8);
-    setNumber(fAccessor, "n1", 0, 7);
+    setNumber(fAccessor, "n3", IndexText("odd", "ab"), 5);
     ASSERT_TRUE(write());
-    EXPECT_EQ(file(), before);
+    EXPECT_EQ(section(), kA + kN1 + nodeStatement("n3", oneStream("A", "ab\n5\n", "odd")));
+
+    fAccessor.setReadPolicy(ReadPolicy());
+    fAccessor.setWritePolicy(WritePolicy::careful());
+    EXPECT_FALSE(write());
+    EXPECT_EQ(fErrors, "An index type of the new metadata is not registered.");
 }
 
 TEST_F(TextSceneRead, ExampleScene) {

@@ -15,6 +15,7 @@ const std::string kA = structureStatement("name=A:int32=x");
 const std::string kOtherA = structureStatement("name=A:float=y");
 const std::string kThirdA = structureStatement("name=A:int32=x:int32=z");
 const std::string kBadA = structureStatement("name=A:bogus=x");
+const std::string kLateBadA = structureStatement("bogus=x: name = A");
 const std::string kB = structureStatement("name=B:string=s");
 const std::string kXmlA = "dataStructure -fmt \"xml\" -as \"name=A:int32=x\";\n";
 
@@ -77,6 +78,7 @@ TEST_F(TextSceneWrite, Decisions) {
         {"others, winner removed", kA + kOtherA + kA + kThirdA, removeA, kOtherA + kThirdA},
         {"unreadable structure", kBadA + kB, nothing, kBadA + kB},
         {"unreadable namesake", kBadA + kA + kB + kN1, nothing, kA + kB + kBadA + kN1},
+        {"unreadable, named last", kLateBadA + kA + kN1, nothing, kA + kLateBadA + kN1},
         {"unknown format", kXmlA + kA + kN1, nothing, kA + kXmlA + kN1},
         {"unreadable namesake, removed", kA + kBadA + kB, removeA, kBadA + kB},
 
@@ -198,8 +200,14 @@ TEST_F(TextSceneWrite, RemovesWhatItWroteBefore) {
     makeScene(kA + kN1);
     ASSERT_TRUE(read());
     copyN1ToN2(fAccessor);
+    const RefPtr<Structure> b(Structure::create());
+    b->setName("B");
+    b->addMember(Member::kString, 1, "s");
+    fAccessor.setStructures({*fAccessor.structures().begin(), b.get()});
     ASSERT_TRUE(write());
+    EXPECT_EQ(section(), kA + kB + kN1 + kN2);
     fAccessor.associations().erase("n2");
+    removeStructure(fAccessor, "B");
     ASSERT_TRUE(write());
     EXPECT_EQ(section(), kA + kN1);
 }
