@@ -3,7 +3,6 @@
 #include <data/Channel.h>
 
 #include "Streams.h"
-#include "containers/ChannelImpl.h"
 
 #include <data/IndexPair.h>
 #include <gtest/gtest.h>
@@ -12,7 +11,6 @@
 #include <map>
 #include <memory>
 #include <random>
-#include <stdexcept>
 
 namespace orbo::Data {
 namespace {
@@ -36,8 +34,6 @@ TEST_F(ChannelTest, CopiesShareUntilOneIsMadeUnique) {
     Channel b = a;
     EXPECT_EQ(a, b);
     b.setDataStream(streams.make("t"));
-    EXPECT_EQ(2U, a.size());
-
     EXPECT_TRUE(b.makeUnique());
     EXPECT_NE(a, b);
     EXPECT_EQ(a.name(), b.name());
@@ -45,62 +41,32 @@ TEST_F(ChannelTest, CopiesShareUntilOneIsMadeUnique) {
     b.removeDataStream("t");
     EXPECT_EQ(0, Streams::value(*a.findDataStream("s")));
     EXPECT_EQ((Names{"s", "t"}), names(a));
-    EXPECT_NE(channelOf({}), channelOf({})) << "equality is identity";
 }
 
-TEST_F(ChannelTest, KeepsStreamsInByteOrderAndReplacesByName) {
+TEST_F(ChannelTest, KeepsStreamsInByteOrderAndObjectsInTheirPlace) {
     Channel channel = channelOf({"a", "B", "\xC3\xA4", "", "aa"});
     EXPECT_EQ((Names{"", "B", "a", "aa", "\xC3\xA4"}), names(channel));
-    EXPECT_EQ("B", channel.dataStream(1U)->name());
+    Stream* stored = channel.dataStream(1U);
     EXPECT_EQ(nullptr, channel.dataStream(5U));
-
-    const Stream* stored = channel.setDataStream(streams.make("B", 5));
-    EXPECT_EQ(stored, channel.dataStream("B"));
-    EXPECT_EQ(5, Streams::value(*stored));
     EXPECT_EQ(stored, channel.setDataStream(*stored)) << "the very object stays";
-    EXPECT_EQ(5U, channel.size());
-
+    EXPECT_TRUE(channel.renameDataStream(stored->name(), "x"));
     EXPECT_TRUE(channel.removeDataStream(channel.dataStream(1U)->name()));
-    EXPECT_FALSE(channel.removeDataStream("B"));
-    EXPECT_EQ(4U, channel.dataStreamCount());
-    EXPECT_EQ(nullptr, channel.findDataStream("B"));
-}
-
-TEST_F(ChannelTest, DefaultIsUnnamedAndEmpty) {
-    const Channel channel;
-    EXPECT_EQ("Unnamed", channel.name());
-    EXPECT_TRUE(channel.empty());
-    EXPECT_EQ(nullptr, channel.dataStream(0U));
+    EXPECT_EQ((Names{"", "aa", "x", "\xC3\xA4"}), names(channel));
+    EXPECT_EQ(nullptr, Channel().dataStream(0U));
 }
 
 TEST_F(ChannelTest, ElementsComeAndGoInStreamsOfTheIndexType) {
-    Channel channel = channelOf({"n"});
-    Stream pairs = streams.make("p");
+    Channel channel = channelOf({"n", "p"});
+    Stream& pairs = *channel.findDataStream("p");
     pairs.clear();
     ASSERT_TRUE(pairs.setIndexType("pair"));
-    channel.setDataStream(pairs);
-
-    EXPECT_TRUE(channel.addElement(Index(4)));
-    EXPECT_TRUE(channel.addElement(IndexPair(1, 2)));
-    EXPECT_TRUE(channel.dataStream("n")->hasElement(Index(4)));
+    EXPECT_TRUE(channel.addElement(Index(4)) && channel.addElement(IndexPair(1, 2)));
+    EXPECT_TRUE(pairs.hasElement(IndexPair(1, 2)));
     EXPECT_EQ(2U, channel.dataStream("n")->elementCount());
-    EXPECT_EQ(1U, channel.dataStream("p")->elementCount());
     EXPECT_TRUE(channel.removeElement(IndexPair(1, 2)));
-    EXPECT_EQ(0U, channel.dataStream("p")->elementCount());
+    EXPECT_TRUE(pairs.empty());
     channel.removeDataStream("p");
-    EXPECT_FALSE(channel.addElement(IndexPair(1, 2)));
-    EXPECT_FALSE(channel.removeElement(IndexPair(1, 2)));
-}
-
-TEST_F(ChannelTest, RenameTakesTheStreamToItsNewPlace) {
-    Channel channel = channelOf({"a", "b", "c"});
-    Stream* stream = channel.findDataStream("a");
-    EXPECT_TRUE(channel.renameDataStream(stream->name(), "x"));
-    EXPECT_EQ(stream, channel.findDataStream("x"));
-    EXPECT_EQ((Names{"b", "c", "x"}), names(channel));
-    EXPECT_TRUE(channel.renameDataStream("x", "x"));
-    EXPECT_FALSE(channel.renameDataStream("a", "y"));
-    EXPECT_EQ(3U, channel.size());
+    EXPECT_FALSE(channel.addElement(IndexPair(1, 2)) || channel.removeElement(IndexPair(1, 2)));
 }
 
 TEST_F(ChannelTest, ARefusedRenameLosesTheStreamButNotTheObject) {
@@ -109,7 +75,7 @@ TEST_F(ChannelTest, ARefusedRenameLosesTheStreamButNotTheObject) {
     const unsigned long long alive = Stream::objectsAlive();
     EXPECT_FALSE(channel->renameDataStream("a", "b"));
     ASSERT_EQ(alive, Stream::objectsAlive());
-    EXPECT_EQ((Names{"b"}), names(*channel));
+    EXPECT_EQ(Names{"b"}, names(*channel));
     EXPECT_NE(stream, channel->findDataStream("b"));
     EXPECT_EQ("b", stream->name());
     channel.reset();
@@ -121,25 +87,13 @@ TEST_F(ChannelTest, KeepsBothStreamsThatCameToShareAName) {
     Stream* second = channel.findDataStream("b");
     *second = streams.make("a", 2);
     EXPECT_EQ(second, channel.setDataStream(*second)) << "it is in the channel";
-    EXPECT_EQ((Names{"a", "a"}), names(channel));
     EXPECT_TRUE(channel.renameDataStream("a", "b"));
     EXPECT_EQ((Names{"a", "b"}), names(channel));
 }
 
-TEST_F(ChannelTest, RefusesNullStreams) {
-    ChannelImpl::StreamSet set;
-    try {
-        set.insert(nullptr);
-        FAIL();
-    } catch (const std::invalid_argument& error) {
-        EXPECT_STREQ("Null Stream found in Channel.", error.what());
-    }
-    EXPECT_EQ(0U, set.size());
-}
-
 // A channel as a plain list: which stream object shows which storage, and each storage's name.
 class ReferenceChannel : public ChannelTest {
-  protected:
+  public:
     static constexpr const char* kNames[] = {"a", "b", "c", "d", "e"};
 
     unsigned int below(std::size_t limit) { return static_cast<unsigned int>(random() % limit); }
@@ -206,7 +160,6 @@ class ReferenceChannel : public ChannelTest {
         }
         EXPECT_EQ(shown, found);
         EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
-        EXPECT_EQ(shown.size(), channel.size());
     }
     void checkNames() {
         for (const std::string name : kNames) {
@@ -223,25 +176,12 @@ class ReferenceChannel : public ChannelTest {
 };
 
 TEST_F(ReferenceChannel, AgreesUnderRandomOperationsAndRenames) {
+    constexpr void (ReferenceChannel::*kOperations[])() = {
+        &ReferenceChannel::set, &ReferenceChannel::remove, &ReferenceChannel::rename,
+        &ReferenceChannel::assignBehindItsBack, &ReferenceChannel::renameElsewhere};
     for (int step = 0; step < 20000 && !HasFailure(); ++step) {
         SCOPED_TRACE(step);
-        switch (random() % 5) {
-            case 0:
-                set();
-                break;
-            case 1:
-                remove();
-                break;
-            case 2:
-                rename();
-                break;
-            case 3:
-                assignBehindItsBack();
-                break;
-            default:
-                renameElsewhere();
-                break;
-        }
+        (this->*kOperations[random() % std::size(kOperations)])();
         if (random() % 3 == 0) check();
         if (random() % 3 == 0) checkNames();
     }
