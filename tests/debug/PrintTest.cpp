@@ -38,63 +38,40 @@ TEST_F(PrintTest, SectionsIndentTheirLines) {
     EXPECT_EQ(fPrint.setSectionStyle(Print::kSectionPlain), Print::kSectionBraces);
     EXPECT_EQ(fPrint.setIndentString("\t"), "    ");
     fPrint.beginSection("A");
-    fPrint << "inside\n";
-    fPrint.endSection();
-    EXPECT_EQ(text(), "A\n\tinside\n");
-}
-
-TEST_F(PrintTest, IndentationCanBeSkippedOnceAndBelowZeroThereIsNone) {
-    EXPECT_EQ(fPrint.indent(2), 0);
     EXPECT_FALSE(fPrint.skipNextIndent(true));
-    fPrint << "a\n";
-    fPrint << "b\n";
-    EXPECT_EQ(fPrint.setIndent(-1), 2);
-    fPrint << "c\n";
-    EXPECT_EQ(text(), "a\n        b\nc\n");
+    fPrint << "skipped once\n";
+    fPrint << "inside\n";
+    EXPECT_EQ(fPrint.setIndent(-1), 1);
+    fPrint << "none below zero\n";
+    EXPECT_EQ(text(), "A\nskipped once\n\tinside\nnone below zero\n");
 }
 
 TEST_F(PrintTest, EachKindOfItemHasItsForm) {
     unsigned char bytes[] = {0x0A, 0xFF};
     fPrint.outputHexChars(2, bytes);
-    EXPECT_EQ(text(), "0a ff ");
-    fPrint << 12ULL << '|' << -3LL << '|' << 0.5 << '|' << 2.5F << '|' << 7U;
-    EXPECT_EQ(text(), "12|-3|0.5|2.5|7");
+    fPrint << 12ULL << '|' << -3LL << '|' << 2.5F << '|';
     // The system's own prefix follows the fixed one.
     fPrint << static_cast<const void*>(reinterpret_cast<void*>(0x1f));
-    EXPECT_EQ(text(), "0x0x1f");
+    EXPECT_EQ(text(), "0a ff 12|-3|2.5|0x0x1f");
 }
 
 TEST_F(PrintTest, CopiesHaveFiltersOfTheirOwn) {
     fPrint.addFilter("hex", 3);
     Print copy(fPrint);
     fPrint.removeFilter("hex");
-    fPrint.removeFilter("absent");
     int level = 7;
     EXPECT_FALSE(fPrint.findFilter("hex", level));
     EXPECT_EQ(level, 7);
     EXPECT_TRUE(copy.findFilter("hex", level));
     EXPECT_EQ(level, 3);
-    fPrint = copy;
-    EXPECT_TRUE(fPrint.findFilter("hex", level));
 }
 
 TEST_F(PrintTest, FootprintCountsBytesAndBlocks) {
-    struct MembersOnly : Footprint {
-        MembersOnly() { fMembersOnly = true; }
-    } membersOnly;
-    Footprint all;
-    for (Footprint* footprint : {&all, static_cast<Footprint*>(&membersOnly)}) {
-        footprint->addObject(this, 100);
-        footprint->addMember(this, 7);
-    }
-    Footprint::Debug(&all, fPrint);
-    Footprint::Debug(&membersOnly, fPrint);
-    all.clear();
-    Footprint::Debug(&all, fPrint);
-    EXPECT_EQ(text(),
-              "Footprint : 107 byte(s), 2 memory fragment(s).\n"
-              "Footprint : 7 byte(s), 1 memory fragment(s).\n"
-              "Footprint : 0 byte(s), 0 memory fragment(s).\n");
+    Footprint footprint;
+    footprint.addObject(this, 100);
+    footprint.addMember(this, 7);
+    Footprint::Debug(&footprint, fPrint);
+    EXPECT_EQ(text(), "Footprint : 107 byte(s), 2 memory fragment(s).\n");
 }
 
 TEST(ObjectCounterTest, IsExactFromManyThreads) {
