@@ -1,6 +1,7 @@
 // All that loading the library registers, in order, and that unloading undoes.
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/QuilAsciiFileAccessor.h"
+#include "core/StructureRegistry.h"
 #include "debug/StartUp.h"
 
 #include <data/AccessorFactory.h>
@@ -20,6 +21,14 @@ namespace Data {
 
 // Within this file, what stands first is made first and undone last. Each registry is made by the
 // first of its entries and so outlives them all.
+
+namespace {
+
+const struct StructuresAtUnload {
+    ~StructuresAtUnload() { StructureRegistry::global().clear(); }
+} structuresAtUnload;
+
+}  // namespace
 
 const std::string IndexPair::myTypeName = "pair";
 IndexType::IndexRegistration IndexPair::myRegistration(IndexPair::myTypeName, IndexPair::doCreate);

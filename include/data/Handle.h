@@ -4,6 +4,7 @@
 
 #include <data/Member.h>
 #include <debug/Export.h>
+#include <debug/RefPtr.h>
 
 #include <string>
 
@@ -91,10 +92,11 @@ class METADATA_API Handle {
 
     [[nodiscard]] const Member* current() const;
     [[nodiscard]] const Member& checkedCurrent() const;
+    void followStructure();
     void freeOwnedChunk() noexcept;
 
-    const Structure* fStructure = nullptr;
-    const Layout* fLayout;  // the one that fData was made with; owned by the structure
+    const Structure* fStructure = nullptr;  // one reference
+    RefPtr<const Layout> fLayout;           // the one that fData was made with
     char* fData = nullptr;
     unsigned int fIndex;
     bool fOwnsData = false;

@@ -8,6 +8,7 @@
 #include <string>
 
 namespace orbo::Debug {
+class Count;
 class Footprint;
 class ObjectCounter;
 class Print;
@@ -32,7 +33,7 @@ class METADATA_API Index {
     Index();
     Index(unsigned int number);  // NOLINT(google-explicit-constructor): numbers are indices
     /// A number in decimal with blanks, tabs and carriage returns around it; throws otherwise.
-    explicit Index(const std::string& text);
+    Index(const std::string& text);  // NOLINT(google-explicit-constructor): so is their text
     /// Holds a clone of the value.
     Index(const IndexType& value);  // NOLINT(google-explicit-constructor): so are typed values
     /// Holds a clone of the other's typed value.
@@ -77,6 +78,7 @@ class METADATA_API Index {
     /// Writes the number; nothing for a typed index.
     static bool Debug(const Index* index, Debug::Print& print);
     static bool Debug(const Index* index, Debug::Footprint& footprint);
+    static bool Debug(const Index* index, Debug::Count& count);
     static unsigned long long objectsCreated();
     /// May fall below the number of live indices: those made by `Index()` only count when they die.
     static unsigned long long objectsAlive();

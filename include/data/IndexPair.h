@@ -48,6 +48,7 @@ class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
     /// Prints "3,7".
     static bool Debug(const IndexPair* index, Debug::Print& print);
     static bool Debug(const IndexPair* index, Debug::Footprint& footprint);
+    static bool Debug(const IndexPair* index, Debug::Count& count);
     static unsigned long long objectsCreated();
     static unsigned long long objectsAlive();
 

@@ -45,6 +45,7 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
 
     static bool Debug(const IndexString* index, Debug::Print& print);
     static bool Debug(const IndexString* index, Debug::Footprint& footprint);
+    static bool Debug(const IndexString* index, Debug::Count& count);
     static unsigned long long objectsCreated();
     static unsigned long long objectsAlive();
 

@@ -33,8 +33,8 @@ class METADATA_API Stream {
     bool operator!=(const Stream& other) const { return !(*this == other); }
     ~Stream();
 
-    /// Detaches from streams that share the storage, by a deep copy; false if there are none. Throws
-    /// `std::bad_alloc`, still sharing, when memory runs out.
+    /// Detaches from streams that share the storage, by a deep copy; false if there are none.
+    /// Throws `std::bad_alloc`, still sharing, when memory runs out.
     bool makeUnique();
 
     [[nodiscard]] const std::string& name() const;

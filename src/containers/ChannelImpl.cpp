@@ -72,7 +72,6 @@ bool ChannelImpl::removeDataStream(const std::string& name) {
 }
 
 bool ChannelImpl::renameDataStream(const std::string& oldName, const std::string& newName) {
-    streams();
     const auto found = find(oldName);
     if (found == fStreams.end()) return false;
     if (oldName == newName) return true;
@@ -80,7 +79,8 @@ bool ChannelImpl::renameDataStream(const std::string& oldName, const std::string
     const bool taken = find(newName) != fStreams.end();
     if (taken) fDropped.emplace_back();
     // Streams of one name may share their storage, and are then renamed together.
-    const bool othersStay = !fStreams.hasTwin(found);
+    const bool othersStay =
+        fStreams.isSorted(StreamAccess::nameChanges()) && !fStreams.hasTwin(found);
     StreamAccess::setName(*found->second, newName);
     if (taken) {
         // A refused rename takes the stream out of the channel, as callers expect.

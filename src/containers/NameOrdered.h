@@ -52,8 +52,9 @@ class NameOrdered {
         std::swap(fRenamesSeen, other.fRenamesSeen);
     }
 
+    [[nodiscard]] bool isSorted(std::uint64_t renames) const { return renames == fRenamesSeen; }
     void sort(std::uint64_t renames) {
-        if (renames == fRenamesSeen) return;
+        if (isSorted(renames)) return;
         // An entry may come to lie ahead and be met a second time, then in its place.
         for (iterator next = begin(); next != end();) file(next++);
         fRenamesSeen = renames;

@@ -84,10 +84,12 @@ void Handle::freeOwnedChunk() noexcept {
 }
 
 void Handle::pointToData(char* data, bool owns) {
-    if (data != fData) freeOwnedChunk();
-    fData = data;
+    if (data != fData) {
+        freeOwnedChunk();
+        fData = data;
+        if (fStructure) fLayout = RefPtr<const Layout>(&Layout::of(*fStructure));
+    }
     fOwnsData = owns;
-    if (fStructure) fLayout = &Layout::of(*fStructure);
 }
 
 bool Handle::makeUnique() {
@@ -109,6 +111,12 @@ void Handle::swap(Handle& other) noexcept {
 
 bool Handle::usesStructure(const Structure& structure) const { return fStructure == &structure; }
 
+// Without a chunk there is none to protect from the structure's changes.
+void Handle::followStructure() {
+    if (fData || !fStructure || fLayout.get() == &Layout::of(*fStructure)) return;
+    fLayout = RefPtr<const Layout>(&Layout::of(*fStructure));
+}
+
 const Member* Handle::current() const {
     return fIndex < fLayout->memberCount() ? &fLayout->member(fIndex) : nullptr;
 }
@@ -120,12 +128,14 @@ const Member& Handle::checkedCurrent() const {
 
 bool Handle::setPositionByMemberIndex(unsigned int index) {
     if (index == fIndex) return true;
+    followStructure();
     fIndex = index < fLayout->memberCount() ? index : kEndIndex;
-    return fIndex == index;
+    return fIndex != kEndIndex;
 }
 
 bool Handle::setPositionByMemberName(const char* name) {
     if (!name) return false;
+    followStructure();
     fIndex = fLayout->indexOf(name);
     return fIndex != kEndIndex;
 }
@@ -197,7 +207,7 @@ Handle HandleAccess::own(const Structure& structure, const Layout& layout, char*
 
 void HandleAccess::point(Handle& handle, const Layout& layout, char* data) {
     handle.freeOwnedChunk();
-    handle.fLayout = &layout;
+    if (handle.fLayout.get() != &layout) handle.fLayout = RefPtr<const Layout>(&layout);
     handle.fData = data;
 }
 

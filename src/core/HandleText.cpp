@@ -152,14 +152,14 @@ bool Handle::Debug(const Handle* handle, Debug::Print& print) {
     line += std::to_string(length) + " elements: [ ";
     for (unsigned int k = 0; k < length; ++k) line += handle->str(k) + " ";
     print << (line + "]").c_str();
-    if (!handle->fData || !print.findFilter(kDebugHex, level)) return true;
+    if (!print.findFilter(kDebugHex, level)) return true;
 
     print.skipNextIndent(true);
     print << "(";
     print.skipNextIndent(true);
     print << static_cast<const void*>(handle->fData) << ") ";
     const DataType& type = orbo::Data::dataType(member->type());
-    for (unsigned int k = 0; k < length; ++k) {
+    for (unsigned int k = 0; k < length && handle->fData; ++k) {
         char* value = numberSlot(handle->fData + member->offset(), type, k);
         print.skipNextIndent(true);
         print << ' ';

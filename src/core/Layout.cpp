@@ -30,7 +30,8 @@ std::uint64_t valueBytes(const Member& member) {
 }  // namespace
 
 Layout::Layout(const Layout& other)
-    : fMembers(other.fMembers),
+    : RefCounted(),
+      fMembers(other.fMembers),
       fEnd(other.fEnd),
       fTotalSize(other.fTotalSize),
       fAlignment(other.fAlignment),
@@ -39,7 +40,11 @@ Layout::Layout(const Layout& other)
 }
 
 const Layout& Layout::empty() {
-    static const NeverDestroyed<Layout> layout([](void* place) { return new (place) Layout; });
+    static const NeverDestroyed<Layout> layout([](void* place) {
+        auto* made = new (place) Layout;
+        made->ref();
+        return made;
+    });
     return *layout;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <data/Member.h>
+#include <debug/RefCounted.h>
 
 #include <cstdint>
 #include <string_view>
@@ -15,9 +16,9 @@ namespace orbo::Data {
 class Structure;
 
 /// Chunks are addressed, copied and freed by the layout they were made with, whatever happens to
-/// their structure since. A layout that was handed out never changes again, and lives as long as
-/// its structure: who holds chunks holds a reference on the structure.
-class Layout {
+/// their structure since: who holds chunks holds a reference on their layout, and one that others
+/// refer to never changes again.
+class Layout : public RefCounted {
   public:
     static constexpr unsigned int kNoMember = ~0U;
     /// No chunk can be larger; keeps all arithmetic on sizes from wrapping.
@@ -27,7 +28,8 @@ class Layout {
     Layout(const Layout& other);
     Layout& operator=(const Layout&) = delete;
 
-    /// The structure's present layout.
+    /// The structure's present layout, which is good until the structure changes unless one takes a
+    /// reference.
     static const Layout& of(const Structure& structure);
     /// Of no members.
     static const Layout& empty();
@@ -69,7 +71,7 @@ class Layout {
     /// False when the type stores nothing, the length is 0, the name is null, empty or taken, or
     /// the chunk would pass `kLargestSize`.
     bool canAdd(Member::eDataType type, unsigned int length, const char* name) const;
-    /// Only what `canAdd`, and only to a layout that was not handed out.
+    /// Only what `canAdd`, and only to a layout that nobody else refers to.
     void add(Member::eDataType type, unsigned int length, const char* name);
 
   private:

@@ -17,45 +17,28 @@ constexpr const char* kDefaultName = "structure";
 
 }  // namespace
 
-Structure::Impl::Impl(const char* givenName) : name(givenName ? givenName : kDefaultName) {
-    layouts.push_back(std::make_unique<Layout>());
-}
+Structure::Impl::Impl(const char* givenName)
+    : name(givenName ? givenName : kDefaultName), layout(new Layout) {}
 
 Structure::Impl::~Impl() { dropDefaultBlock(); }
 
 Layout& Structure::Impl::editableLayout() {
-    if (handedOut) replaceLayout(std::make_unique<Layout>(layout()));
-    return *layouts.back();
-}
-
-void Structure::Impl::replaceLayout(std::unique_ptr<Layout> layout) {
-    if (handedOut) {
-        layouts.push_back(std::move(layout));
-    } else {
-        layouts.back() = std::move(layout);
-    }
-    handedOut = false;
+    if (layout->isShared()) layout = RefPtr<Layout>(new Layout(*layout));
+    return *layout;
 }
 
 const Structure::Impl::DefaultBlock* Structure::Impl::makeDefaultBlock(std::uint64_t size) {
     if (const DefaultBlock* block = defaultBlock) return block;
-    char* bytes = size == 0 ? nullptr : static_cast<char*>(std::calloc(1, size));
-    if (!bytes) return nullptr;
+    if (size == 0) return nullptr;
+    auto block = std::make_unique<const DefaultBlock>(size);
     const DefaultBlock* expected = nullptr;
-    const auto* block = new DefaultBlock{size, bytes};
-    if (defaultBlock.compare_exchange_strong(expected, block)) return block;
-    std::free(bytes);
-    delete block;
-    return expected;
+    if (!block->bytes) return nullptr;
+    return defaultBlock.compare_exchange_strong(expected, block.get()) ? block.release() : expected;
 }
 
-void Structure::Impl::dropDefaultBlock() {
-    const DefaultBlock* block = defaultBlock.exchange(nullptr);
-    if (block) std::free(block->bytes);
-    delete block;
-}
+void Structure::Impl::dropDefaultBlock() { delete defaultBlock.exchange(nullptr); }
 
-const Layout& Layout::of(const Structure& structure) { return structure.fImpl->handOutLayout(); }
+const Layout& Layout::of(const Structure& structure) { return *structure.fImpl->layout; }
 
 Debug::ObjectCounter Structure::_objects;
 
@@ -81,13 +64,13 @@ Structure* Structure::create() { return new Structure; }
 
 Structure& Structure::operator=(const Structure& other) {
     if (this == &other) return *this;
-    auto layout = std::make_unique<Layout>(other.fImpl->layout());
+    RefPtr<Layout> layout(new Layout(*other.fImpl->layout));
     std::string newName = other.fImpl->name;
     objectChanged();
     fImpl->isDeleting = other.fImpl->isDeleting;
-    fImpl->replaceLayout(std::move(layout));
+    fImpl->layout = std::move(layout);
     fImpl->name.swap(newName);
-    if (fImpl->registrations != 0) StructureRegistry::noteRename();
+    if (fImpl->registrations != 0) StructureRegistry::noteRename(*this, newName);
     fImpl->dropDefaultBlock();
     const Impl::DefaultBlock* block = other.fImpl->defaultBlock;
     if (block) fImpl->makeDefaultBlock(block->size);
@@ -96,8 +79,8 @@ Structure& Structure::operator=(const Structure& other) {
 
 bool Structure::operator==(const Structure& other) const {
     if (this == &other) return true;
-    const Layout& mine = fImpl->layout();
-    const Layout& theirs = other.fImpl->layout();
+    const Layout& mine = *fImpl->layout;
+    const Layout& theirs = *other.fImpl->layout;
     return fImpl->name == other.fImpl->name && mine.totalSize() == theirs.totalSize() &&
            mine.members() == theirs.members();
 }
@@ -106,20 +89,20 @@ void Structure::setName(const char* name) {
     objectChanged();
     std::string newName = name ? name : kDefaultName;  // a copy first: `name` may lie in ours
     fImpl->name.swap(newName);
-    if (fImpl->registrations != 0) StructureRegistry::noteRename();
+    if (fImpl->registrations != 0) StructureRegistry::noteRename(*this, newName);
 }
 
 const char* Structure::name() const { return fImpl->name.c_str(); }
 
 bool Structure::addMember(Member::eDataType type, unsigned int length, const char* name) {
-    if (!fImpl->layout().canAdd(type, length, name)) return false;
+    if (!fImpl->layout->canAdd(type, length, name)) return false;
     fImpl->editableLayout().add(type, length, name);
     objectChanged();
     return true;
 }
 
-unsigned int Structure::memberCount() const { return fImpl->layout().memberCount(); }
-unsigned long long Structure::totalSize() const { return fImpl->layout().totalSize(); }
+unsigned int Structure::memberCount() const { return fImpl->layout->memberCount(); }
+unsigned long long Structure::totalSize() const { return fImpl->layout->totalSize(); }
 bool Structure::isDeleting() const { return fImpl->isDeleting; }
 
 StructureIterator Structure::begin() const {
@@ -129,20 +112,20 @@ StructureIterator Structure::begin() const {
 StructureIterator Structure::end() const { return {*this, StructureIterator::kEnd}; }
 
 bool Structure::fillWithDefaultChunk(char* chunk) const {
-    fImpl->layout().fillWithDefault(chunk);
+    fImpl->layout->fillWithDefault(chunk);
     return true;
 }
 
 bool Structure::fillWithDuplicateChunk(char* destination, const char* source) const {
-    return fImpl->layout().fillWithDuplicate(destination, source);
+    return fImpl->layout->fillWithDuplicate(destination, source);
 }
 
 char* Structure::duplicateChunk(const char* source) const {
-    return fImpl->layout().duplicate(source);
+    return fImpl->layout->duplicate(source);
 }
 
 bool Structure::destroyChunk(char* chunk) const {
-    if (chunk) fImpl->layout().destroyStrings(chunk);
+    if (chunk) fImpl->layout->destroyStrings(chunk);
     return true;
 }
 
@@ -153,13 +136,13 @@ const char* Structure::defaultData() const {
 
 char* Structure::allocateDefaultChunk() const {
     // The kept block may be older, and smaller, than the members of today.
-    return defaultData() ? fImpl->layout().allocate() : nullptr;
+    return defaultData() ? fImpl->layout->allocate() : nullptr;
 }
 
-bool Structure::chunkIsDefault(const char* chunk) const { return fImpl->layout().isDefault(chunk); }
+bool Structure::chunkIsDefault(const char* chunk) const { return fImpl->layout->isDefault(chunk); }
 
 bool Structure::chunkMemberIsDefault(const char* chunk, const char* memberName) const {
-    return memberName ? fImpl->layout().isDefault(chunk, memberName) : chunkIsDefault(chunk);
+    return memberName ? fImpl->layout->isDefault(chunk, memberName) : chunkIsDefault(chunk);
 }
 
 const std::set<Structure*>& Structure::allStructures() {

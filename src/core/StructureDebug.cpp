@@ -44,10 +44,12 @@ void printDataTypes(Debug::Print& print) {
     print.beginSection("Recognized Data Types");
     for (int i = 0; i < Member::kInvalid; ++i) {
         const DataType& type = dataType(static_cast<Member::eDataType>(i));
-        print << '[' << i << "] = " << type.name << ", size = " << type.size
-              << "bytes, alignment = " << type.alignment << "bytes\n";
+        print << '[' << std::to_string(i) << "] = " << type.name
+              << ", size = " << std::to_string(type.size)
+              << "bytes, alignment = " << std::to_string(type.alignment) << "bytes\n";
     }
-    print << '[' << int{Member::kInvalid} << "] = " << Member::typeName(Member::kInvalid) << '\n';
+    print << '[' << std::to_string(int{Member::kInvalid})
+          << "] = " << Member::typeName(Member::kInvalid) << '\n';
     print.endSection();
 }
 
@@ -85,7 +87,7 @@ bool Structure::Debug(const Structure* structure, Debug::Footprint& footprint) {
     if (!structure) return true;
     const Impl& impl = *structure->fImpl;
     footprint.addObject(structure, sizeof(Structure));
-    for (const Member& member : impl.layout().members()) Member::Debug(&member, footprint);
+    for (const Member& member : impl.layout->members()) Member::Debug(&member, footprint);
     footprint.addMember(impl.name.c_str(), impl.name.size() + 1);
     if (const Impl::DefaultBlock* block = impl.defaultBlock) {
         footprint.addMember(block->bytes, block->size);
@@ -101,11 +103,11 @@ bool Structure::Debug(const Structure* structure, Debug::Print& print) {
     const Impl& impl = *structure->fImpl;
     RefCounted::Debug(structure, print);
     print << "Structure '" << structure->name() << "'\n";
-    print << "Total Size = " << structure->totalSize() << '\n';
+    print << "Total Size = " << std::to_string(structure->totalSize()) << '\n';
     print.beginSection("Member List");
     unsigned int index = 0;
-    for (const Member& member : impl.layout().members()) {
-        print << "Member[" << index++ << "] = ";
+    for (const Member& member : impl.layout->members()) {
+        print << "Member[" << std::to_string(index++) << "] = ";
         print.skipNextIndent(true);
         Member::Debug(&member, print);
     }

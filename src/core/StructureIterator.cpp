@@ -8,6 +8,8 @@
 
 #include <stdexcept>
 
+#include <string>
+
 #include "core/Layout.h"
 
 namespace orbo::Data {
@@ -95,10 +97,10 @@ bool StructureIterator::valid() const { return fIndex != kEndIndex; }
 bool StructureIterator::Debug(const StructureIterator* iterator, Debug::Print& print) {
     if (iterator) {
         print << "Structure Iterator for " << iterator->structure().name() << " at index "
-              << iterator->fIndex << '\n';
+              << std::to_string(iterator->fIndex) << '\n';
     } else {
-        print << "orbo::Data::StructureIterator Static Data, invalid member = " << kEndIndex
-              << '\n';
+        print << "orbo::Data::StructureIterator Static Data, invalid member = "
+              << std::to_string(kEndIndex) << '\n';
     }
     return true;
 }

@@ -3,40 +3,54 @@
 #include "core/StructureRegistry.h"
 
 #include <algorithm>
-#include <atomic>
 #include <utility>
 
 #include "core/StructureImpl.h"
+#include "debug/NeverDestroyed.h"
 
 namespace orbo::Data {
 
 namespace {
 
-constexpr std::uint64_t kTableStale = ~std::uint64_t{0};
-
-std::atomic<std::uint64_t> renames{0};
 // Plain pointer: a thread-local with a destructor would keep the library from being unloaded.
 thread_local StructureRegistry* registryOfThisThread = nullptr;
 
 }  // namespace
 
-StructureRegistry& StructureRegistry::current() {
-    static StructureRegistry global;
-    return registryOfThisThread ? *registryOfThisThread : global;
+StructureRegistry& StructureRegistry::global() {
+    static const NeverDestroyed<StructureRegistry> registry(
+        [](void* place) { return new (place) StructureRegistry; });
+    return *registry;
 }
 
-void StructureRegistry::noteRename() noexcept { ++renames; }
+StructureRegistry& StructureRegistry::current() {
+    return registryOfThisThread ? *registryOfThisThread : global();
+}
 
-// Names of registered structures can change, and everybody's do together with one counter: the
-// table is made again only then.
+void StructureRegistry::noteRename(Structure& structure, const std::string& oldName) {
+    for (StructureRegistry* registry = &current(); registry; registry = registry->fOuter) {
+        if (registry->fStructures.count(&structure) == 0) continue;
+        registry->fTableIsStale = true;
+        registry->unfile(structure, oldName);
+        registry->fByName[structure.name()].insert(&structure);
+        registry->fTableIsStale = false;
+    }
+}
+
 StructureRegistry::NameIndex& StructureRegistry::byName() {
-    const std::uint64_t now = renames;
-    if (fRenamesSeen != now) {
+    if (fTableIsStale) {
         fByName.clear();
         for (Structure* structure : fStructures) fByName[structure->name()].insert(structure);
-        fRenamesSeen = now;
+        fTableIsStale = false;
     }
     return fByName;
+}
+
+void StructureRegistry::unfile(Structure& structure, const std::string& name) {
+    const auto namesakes = fByName.find(name);
+    if (namesakes == fByName.end()) return;
+    namesakes->second.erase(&structure);
+    if (namesakes->second.empty()) fByName.erase(namesakes);
 }
 
 bool StructureRegistry::add(Structure& structure) {
@@ -44,11 +58,10 @@ bool StructureRegistry::add(Structure& structure) {
     const bool known = std::any_of(namesakes.begin(), namesakes.end(),
                                    [&](const Structure* other) { return *other == structure; });
     if (known) return false;
-    // If memory runs out between the two, the table is made again.
-    const std::uint64_t seen = std::exchange(fRenamesSeen, kTableStale);
+    fTableIsStale = true;
     namesakes.insert(&structure);
     fStructures.insert(&structure);
-    fRenamesSeen = seen;
+    fTableIsStale = false;
     structure.ref();
     ++structure.fImpl->registrations;
     return true;
@@ -56,10 +69,8 @@ bool StructureRegistry::add(Structure& structure) {
 
 bool StructureRegistry::remove(Structure& structure) {
     if (fStructures.count(&structure) == 0) return false;
-    NameIndex& index = byName();
-    const auto namesakes = index.find(structure.name());
-    namesakes->second.erase(&structure);
-    if (namesakes->second.empty()) index.erase(namesakes);
+    byName();
+    unfile(structure, structure.name());
     fStructures.erase(&structure);
     --structure.fImpl->registrations;
     structure.unref();
@@ -67,7 +78,7 @@ bool StructureRegistry::remove(Structure& structure) {
 }
 
 void StructureRegistry::clear() {
-    fByName.clear();
+    NameIndex().swap(fByName);
     while (!fStructures.empty()) {
         Structure* first = *fStructures.begin();
         fStructures.erase(fStructures.begin());
@@ -83,13 +94,15 @@ Structure* StructureRegistry::find(const std::string& name) {
                                                                  : *namesakes->second.begin();
 }
 
-StructureRegistry::SetAside::SetAside() : fPrevious(registryOfThisThread) {
+StructureRegistry::SetAside::SetAside() {
+    fOwn.fOuter = &current();
     registryOfThisThread = &fOwn;
 }
 
 StructureRegistry::SetAside::~SetAside() {
     fOwn.clear();
-    registryOfThisThread = fPrevious;
+    StructureRegistry* outer = fOwn.fOuter;
+    registryOfThisThread = outer == &global() ? nullptr : outer;
 }
 
 }  // namespace orbo::Data

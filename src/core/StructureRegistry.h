@@ -4,7 +4,6 @@
 
 #include <data/Structure.h>
 
-#include <cstdint>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -19,6 +18,8 @@ class StructureRegistry {
     StructureRegistry& operator=(const StructureRegistry&) = delete;
     ~StructureRegistry() { clear(); }
 
+    /// Of all threads. Never destroyed; unloading the library clears it.
+    static StructureRegistry& global();
     /// The one that the static operations of `Structure` work on in this thread.
     static StructureRegistry& current();
 
@@ -33,16 +34,19 @@ class StructureRegistry {
     /// structures of a file never meet the caller's. What is left in it is released in the end.
     class SetAside;
 
-    /// A registered structure changed its name.
-    static void noteRename() noexcept;
+    /// A structure that is registered somewhere had another name until now. Looked for in the
+    /// registries of this thread.
+    static void noteRename(Structure& structure, const std::string& oldName);
 
   private:
     using NameIndex = std::unordered_map<std::string, std::set<Structure*>>;
     NameIndex& byName();
+    void unfile(Structure& structure, const std::string& name);
 
     std::set<Structure*> fStructures;
     NameIndex fByName;
-    std::uint64_t fRenamesSeen = 0;
+    bool fTableIsStale = false;           // memory ran out while it was changed
+    StructureRegistry* fOuter = nullptr;  // the one that this one is worked on instead of
 };
 
 class StructureRegistry::SetAside {
@@ -54,7 +58,6 @@ class StructureRegistry::SetAside {
 
   private:
     StructureRegistry fOwn;
-    StructureRegistry* fPrevious;
 };
 
 }  // namespace orbo::Data

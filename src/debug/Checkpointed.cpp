@@ -5,6 +5,7 @@
 #include <debug/Print.h>
 
 #include <atomic>
+#include <string>
 
 #include "debug/StartUp.h"
 
@@ -76,10 +77,10 @@ bool Checkpointed::Debug(const Checkpointed* object, Debug::Footprint& footprint
 
 bool Checkpointed::Debug(const Checkpointed* object, Debug::Print& print) {
     if (object) {
-        print << "Checkpoint : " << object->checkpoint() << '\n';
+        print << "Checkpoint : " << std::to_string(object->checkpoint()) << '\n';
     } else {
-        print << "Class Checkpoint  : " << sClassCheckpoint() << '\n';
-        print << "Global Checkpoint : " << globalCheckpoint() << '\n';
+        print << "Class Checkpoint  : " << std::to_string(sClassCheckpoint()) << '\n';
+        print << "Global Checkpoint : " << std::to_string(globalCheckpoint()) << '\n';
     }
     return true;
 }

@@ -3,6 +3,8 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <string>
+
 namespace orbo::Debug {
 
 Footprint::~Footprint() = default;
@@ -28,8 +30,8 @@ bool Footprint::Debug(const Footprint* object, Footprint& footprint) {
 
 bool Footprint::Debug(const Footprint* object, Print& print) {
     if (object) {
-        print << "Footprint : " << object->totalSize() << " byte(s), " << object->totalFragments()
-              << " memory fragment(s).\n";
+        print << "Footprint : " << std::to_string(object->totalSize()) << " byte(s), "
+              << std::to_string(object->totalFragments()) << " memory fragment(s).\n";
     }
     return true;
 }

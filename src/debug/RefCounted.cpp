@@ -4,6 +4,8 @@
 #include <debug/Print.h>
 #include <debug/RefCounted.h>
 
+#include <string>
+
 namespace orbo {
 
 RefCounted::~RefCounted() = default;
@@ -14,7 +16,7 @@ bool RefCounted::Debug(const RefCounted* object, Debug::Footprint& footprint) {
 }
 
 bool RefCounted::Debug(const RefCounted* object, Debug::Print& print) {
-    if (object) print << "RefCount : " << object->refCount() << '\n';
+    if (object) print << "RefCount : " << std::to_string(object->refCount()) << '\n';
     return true;
 }
 

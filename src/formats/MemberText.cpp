@@ -11,18 +11,13 @@
 #include "core/Ascii.h"
 #include "core/GetArea.h"
 #include "core/ValueText.h"
+#include "formats/RawMessages.h"
 
 namespace orbo::Data {
 
 namespace {
 
 constexpr int kEnd = std::char_traits<char>::eof();
-constexpr std::size_t kMostMessageBytes = 16384;
-
-unsigned int saturated(unsigned long long count) {
-    constexpr unsigned int kMost = std::numeric_limits<unsigned int>::max();
-    return count < kMost ? static_cast<unsigned int>(count) : kMost;
-}
 
 unsigned int bytesPerNumber(const DataType& type) {
     return static_cast<unsigned int>(type.size / type.numbers);
@@ -47,6 +42,7 @@ void writeString(std::ostream& out, std::string_view text) {
 unsigned int MemberTextReader::read(const Member& member, char* values, unsigned int record) {
     fRecord = record;
     fMessages.clear();
+    fStuck = false;
     const DataType& type = dataType(member.type());
     if (!storesData(member.type())) {
         // Reported, but no error.
@@ -98,28 +94,30 @@ unsigned int MemberTextReader::readNumbers(const Member& member, char* values) {
 unsigned int MemberTextReader::readMatrices(const Member& member, char* values) {
     const DataType& type = dataType(member.type());
     const unsigned long long count = 16ULL * member.length();
-    unsigned long long errors = 0;
-    for (unsigned long long i = 0; i < count && fIn.good(); ++i) {
-        char* slot = values + i * bytesPerNumber(type);
-        if (ValueText::readNumber(fIn, member.type(), slot)) continue;
-        badMatrixValue(type, i);
-        ++errors;
-        if (restOfMatrixIsBad()) {
-            for (++i; i < count && fMessages.size() < kMostMessageBytes; ++i, ++errors) {
-                badMatrixValue(type, i);
-            }
-            return saturated(errors + (count - i));
+    unsigned int errors = 0;
+    for (unsigned long long i = 0; i < count; ++i) {
+        // A matrix that was begun is read to its end, also where the text ends before.
+        if (i % 16 == 0 && !fIn.good()) break;
+        if (ValueText::readNumber(fIn, member.type(), values + i * bytesPerNumber(type))) continue;
+        const std::string where = position();
+        fIn.clear();
+        fStuck = restOfMatrixIsBad();
+        const unsigned long long bad = fStuck ? count - i : 1;
+        for (unsigned long long k = 0; k < bad && wantsMessage(); ++k) {
+            reportMatrixValue(type, i + k, where);
         }
+        errors = saturatedSum(errors, bad);
+        if (fStuck) break;
     }
-    return saturated(errors);
+    return errors;
 }
 
-void MemberTextReader::badMatrixValue(const DataType& type, unsigned long long number) {
+void MemberTextReader::reportMatrixValue(const DataType& type, unsigned long long number,
+                                         const std::string& position) {
     const unsigned long long inMatrix = number % 16;
-    report(std::string(type.word) + " on or about character " + position() +
+    report(std::string(type.word) + " on or about character " + position +
            " has invalid value at row " + std::to_string(inMatrix / 4) + ", column " +
            std::to_string(inMatrix % 4));
-    fIn.clear();
 }
 
 // What cannot begin a number is not taken, so every further attempt would fail on it again.
@@ -154,8 +152,12 @@ bool MemberTextReader::readString(char** slot) {
     *slot = copy;
     if (!terminated) {
         report("String element not terminated on or about character " + position());
+        return false;
     }
-    return terminated;
+    if (fText.find('\0') == std::string::npos) return true;
+    // A string value ends there; what is behind must not vanish without a word.
+    report("String element on or about character " + position() + " has a NUL character");
+    return false;
 }
 
 // Takes the text behind the opening quote into fText, and the closing quote.
@@ -179,8 +181,12 @@ bool MemberTextReader::readQuoted() {
     }
 }
 
+bool MemberTextReader::wantsMessage() const {
+    return fMessagesWanted == Messages::kKeep && fMessages.size() < kMostMessageBytes;
+}
+
 void MemberTextReader::report(const std::string& message) {
-    if (fMessages.size() < kMostMessageBytes) fMessages += message + "\n";
+    if (wantsMessage()) fMessages += message + "\n";
 }
 
 std::string MemberTextReader::position() {

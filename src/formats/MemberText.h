@@ -15,13 +15,19 @@ namespace orbo::Data {
 /// Reads all values of members from a text, one member after the other.
 class MemberTextReader {
   public:
-    explicit MemberTextReader(std::istream& in) : fIn(in) {}
+    enum class Messages { kKeep, kCountOnly };
+
+    MemberTextReader(std::istream& in, Messages messages) : fIn(in), fMessagesWanted(messages) {}
 
     /// `values` is the member's first value in its chunk, null where the chunk cannot be reached.
     /// Strings in it are overwritten. Returns the number of errors, the largest number there is
     /// when there are more. Stops where the input is no longer good. `record` numbers the data line
     /// in messages.
     unsigned int read(const Member& member, char* values, unsigned int record);
+
+    /// True after a member in which nothing more could be taken from the text as a number: matrices
+    /// that follow would fail on the same characters.
+    [[nodiscard]] bool stuck() const { return fStuck; }
 
     /// What went wrong with the member read last, a line each. Of very many errors not all are
     /// here.
@@ -34,13 +40,17 @@ class MemberTextReader {
     unsigned int readMatrices(const Member& member, char* values);
     bool readString(char** slot);
     bool readQuoted();
-    void badMatrixValue(const DataType& type, unsigned long long number);
+    void reportMatrixValue(const DataType& type, unsigned long long number,
+                           const std::string& position);
     bool restOfMatrixIsBad();
+    [[nodiscard]] bool wantsMessage() const;
     void report(const std::string& message);
     [[nodiscard]] std::string position();
 
     std::istream& fIn;
     unsigned int fRecord = 0;
+    const Messages fMessagesWanted;
+    bool fStuck = false;
     std::string fMessages;
     std::string fText;  // of the string being read
 };

@@ -13,6 +13,7 @@
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
 #include "formats/MemberText.h"
+#include "formats/RawMessages.h"
 #include "formats/StreamTextReader.h"
 
 namespace orbo::Data {
@@ -68,7 +69,8 @@ unsigned int StreamSerializerRaw::readStructure(const Structure& structure, std:
                                                 std::string& errors) const {
     unsigned int count = 0;
     for (unsigned int i = 0; i < structure.memberCount() && in.good(); ++i) {
-        if (handle.setPositionByMemberIndex(i)) count += readMember(in, record, handle, errors);
+        if (!handle.setPositionByMemberIndex(i)) continue;
+        count = saturatedSum(count, readMember(in, record, handle, errors));
     }
     return count;
 }
@@ -76,7 +78,7 @@ unsigned int StreamSerializerRaw::readStructure(const Structure& structure, std:
 unsigned int StreamSerializerRaw::readMember(std::istream& in, unsigned int record, Handle& handle,
                                              std::string& errors) const {
     const Member& member = HandleAccess::currentMember(handle);
-    MemberTextReader reader(in);
+    MemberTextReader reader(in, MemberTextReader::Messages::kKeep);
     const unsigned int count = reader.read(member, memberValues(handle, member), record);
     errors = reader.messages();
     return count;

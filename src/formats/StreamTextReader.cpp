@@ -10,6 +10,7 @@
 #include "core/Ascii.h"
 #include "core/HandleAccess.h"
 #include "core/ValueText.h"
+#include "formats/RawMessages.h"
 #include "streams/StreamAccess.h"
 
 namespace orbo::Data {
@@ -30,15 +31,24 @@ std::uint64_t shortestText(const Layout& layout) {
     return characters == 0 ? 0 : characters - 1;
 }
 
-unsigned int add(unsigned int count, unsigned int more) {
-    constexpr unsigned int kMost = std::numeric_limits<unsigned int>::max();
-    return more < kMost - count ? count + more : kMost;
+// Numbers of the matrix members from this one on, up to the next member of another kind.
+std::uint64_t numbersInMatrices(const Layout& layout, unsigned int& member) {
+    std::uint64_t numbers = 0;
+    for (; member < layout.memberCount(); ++member) {
+        const DataType& type = dataType(layout.member(member).type());
+        if (type.numbers == 1) break;
+        numbers += static_cast<std::uint64_t>(type.numbers) * layout.member(member).length();
+    }
+    return numbers;
 }
 
 }  // namespace
 
 StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
-    : fIn(in), fWords(words), fMembers(in), fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
+    : fIn(in),
+      fWords(words),
+      fMembers(in, MemberTextReader::Messages::kCountOnly),
+      fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
 
 std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     std::unique_ptr<Stream> stream;
@@ -51,7 +61,7 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     }
     if (stream) readElements(*stream);
     if (fErrorCount == 0) {
-        if (fReadAMember) errors = fMembers.messages();
+        if (fReadAMember) errors.clear();
         return stream;
     }
     errors = fMessages + std::to_string(fErrorCount) + (fErrorCount > 1 ? " errors" : " error") +
@@ -116,7 +126,7 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
     } else if (!fMakeIndex.isNull()) {
         auto stream = std::make_unique<Stream>(*fStructure, fName);
         if (fIndexTypeSeen) stream->setIndexType(fMakeIndex.typeName());
-        fLayout = &Layout::of(*fStructure);
+        fLayout = RefPtr<const Layout>(&Layout::of(*fStructure));
         return stream;
     }
     return nullptr;
@@ -139,25 +149,34 @@ bool StreamTextReader::nextIndexLine() {
     return false;
 }
 
+// Once there are errors no stream will come of it: the rest is read to count them, into one chunk
+// that serves all elements.
 void StreamTextReader::readElement(Stream& stream) {
     const std::optional<Index> index = takeIndex();
     if (!index) return;
-    const bool fits = textCanHoldElement();
-    char* chunk = fits ? fLayout->allocate() : nullptr;
-    Handle element = HandleAccess::own(*fStructure, *fLayout, chunk);
+    const bool counting = fErrorCount != 0;
+    Handle element = HandleAccess::own(*fStructure, *fLayout,
+                                       counting ? HandleAccess::release(fScratch) : newChunk());
+    char* const chunk = HandleAccess::data(element);
     if (chunk || fLayout->totalSize() == 0) {
         readValues(chunk);
-    } else {
+    } else if (!counting) {
         report("Data at record " + std::to_string(fRecord) + " cannot hold the " +
                std::to_string(fLayout->totalSize()) + " bytes of structure '" + fStructure->name() +
                "'");
     }
     fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-    if (!StreamAccess::adoptElement(stream, *index, std::move(element))) {
+    if (fErrorCount != 0) {
+        stream.clear();
+        if (chunk) fLayout->destroyStrings(chunk);
+        fScratch = std::move(element);
+    } else if (!StreamAccess::adoptElement(stream, *index, std::move(element))) {
         // A message, but no error.
         fMessages += "Could not add element at index " + index->asString() + "\n";
     }
 }
+
+char* StreamTextReader::newChunk() { return textCanHoldElement() ? fLayout->allocate() : nullptr; }
 
 std::optional<Index> StreamTextReader::takeIndex() {
     try {
@@ -172,9 +191,11 @@ std::optional<Index> StreamTextReader::takeIndex() {
 }
 
 void StreamTextReader::readValues(char* chunk) {
-    for (const Member& member : fLayout->members()) {
-        if (!fIn.good()) return;
-        fErrorCount = add(fErrorCount, fMembers.read(member, chunk + member.offset(), fRecord));
+    for (unsigned int i = 0; i < fLayout->memberCount() && fIn.good();) {
+        const Member& member = fLayout->member(i++);
+        unsigned long long errors = fMembers.read(member, chunk + member.offset(), fRecord);
+        if (fMembers.stuck()) errors += numbersInMatrices(*fLayout, i);
+        fErrorCount = saturatedSum(fErrorCount, errors);
         fReadAMember = true;
     }
 }
@@ -191,8 +212,8 @@ bool StreamTextReader::textCanHoldElement() {
 }
 
 void StreamTextReader::report(const std::string& message) {
-    fMessages += message + "\n";
-    fErrorCount = add(fErrorCount, 1);
+    if (fMessages.size() < kMostMessageBytes) fMessages += message + "\n";
+    fErrorCount = saturatedSum(fErrorCount, 1);
 }
 
 void StreamTextReader::atRecord(const std::string& what) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <data/Stream.h>
+#include <debug/RefPtr.h>
 
 #include <istream>
 #include <memory>
@@ -47,6 +48,7 @@ class StreamTextReader {
     bool nextIndexLine();
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
+    char* newChunk();
     void readValues(char* chunk);
     bool textCanHoldElement();
     void report(const std::string& message);
@@ -65,7 +67,8 @@ class StreamTextReader {
     IndexTypes::Maker fMakeIndex;
     bool fIndexTypeSeen = false;
     const Structure* fStructure = nullptr;
-    const Layout* fLayout = nullptr;
+    RefPtr<const Layout> fLayout;
+    Handle fScratch;  // owns the chunk that elements are read into when there were errors
 
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;

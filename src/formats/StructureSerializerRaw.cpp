@@ -6,6 +6,7 @@
 #include "core/Layout.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
+#include "formats/RawMessages.h"
 
 #include <data/Structure.h>
 
@@ -162,6 +163,7 @@ class Parser {
     }
 
     void record(const std::string& message) {
+        if (fMessages.size() >= kMostMessageBytes) return;
         if (!fMessages.empty()) fMessages += '\n';
         fMessages += message;
     }

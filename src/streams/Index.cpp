@@ -3,6 +3,7 @@
 
 #include <data/Index.h>
 #include <data/IndexType.h>
+#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -151,6 +152,11 @@ bool Index::Debug(const Index* index, Debug::Print& print) {
 
 bool Index::Debug(const Index* index, Debug::Footprint& footprint) {
     if (index) footprint.addObject(index, sizeof(Index));
+    return true;
+}
+
+bool Index::Debug(const Index*, Debug::Count& count) {
+    count = objectsAlive();
     return true;
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <data/IndexPair.h>
+#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -79,6 +80,11 @@ bool IndexPair::Debug(const IndexPair* index, Debug::Print& print) {
 
 bool IndexPair::Debug(const IndexPair* index, Debug::Footprint& footprint) {
     if (index) footprint.addObject(index, sizeof(IndexPair));
+    return true;
+}
+
+bool IndexPair::Debug(const IndexPair*, Debug::Count& count) {
+    count = objectsAlive();
     return true;
 }
 

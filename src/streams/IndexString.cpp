@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <data/IndexString.h>
+#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -33,6 +34,11 @@ bool IndexString::Debug(const IndexString* index, Debug::Print& print) {
 
 bool IndexString::Debug(const IndexString* index, Debug::Footprint& footprint) {
     if (index) footprint.addObject(index, sizeof(IndexString));
+    return true;
+}
+
+bool IndexString::Debug(const IndexString*, Debug::Count& count) {
+    count = objectsAlive();
     return true;
 }
 

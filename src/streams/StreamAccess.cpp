@@ -31,7 +31,8 @@ bool StreamAccess::adoptElement(Stream& stream, const Index& index, Handle&& han
 
 void StreamAccess::setName(Stream& stream, const std::string& name) {
     stream.impl().setName(name);
-    NameChanges::note();
+    // Nobody else can have storage that is not shared.
+    if (stream.impl().isShared()) NameChanges::note();
 }
 
 std::uint64_t StreamAccess::nameChanges() noexcept { return NameChanges::count(); }

@@ -51,7 +51,7 @@ bool StreamImpl::setStructure(const Structure& structure) {
     if (elementCount() != 0) return false;
     RefPtr<const Structure> next(&structure);
     dropChunks();
-    fLayout = &Layout::of(structure);
+    fLayout = RefPtr<const Layout>(&Layout::of(structure));
     fStructure = std::move(next);
     return true;
 }
@@ -82,7 +82,7 @@ bool StreamImpl::setElement(const Index& index, const Handle& handle) {
     if (data && !copy && to.totalSize() != 0) return false;
     sync();
     // Without memory to convert the others, this one has the wrong layout.
-    return (!copy || fLayout == &to) && store(index, std::move(copy));
+    return (!copy || fLayout.get() == &to) && store(index, std::move(copy));
 }
 
 bool StreamImpl::adoptElement(const Index& index, Handle&& handle) {
@@ -91,9 +91,9 @@ bool StreamImpl::adoptElement(const Index& index, Handle&& handle) {
     OwnedChunk chunk(HandleAccess::release(handle), ChunkDeleter{&from});
     if (!chunk) return setElement(index, handle);
     sync();
-    if (&from == fLayout) return store(index, std::move(chunk));
+    if (&from == fLayout.get()) return store(index, std::move(chunk));
     OwnedChunk converted(LayoutConversion(from, *fLayout).duplicate(chunk.get()),
-                         ChunkDeleter{fLayout});
+                         ChunkDeleter{fLayout.get()});
     if (!converted && fLayout->totalSize() != 0) return false;
     return store(index, std::move(converted));
 }
@@ -109,9 +109,9 @@ bool StreamImpl::mergeStream(StreamImpl& other) {
 
 void StreamImpl::sync() {
     const Layout& now = Layout::of(*fStructure);
-    if (&now == fLayout) return;
+    if (&now == fLayout.get()) return;
     try {
-        if (convert(now)) fLayout = &now;
+        if (convert(now)) fLayout = RefPtr<const Layout>(&now);
     } catch (const std::bad_alloc&) {
         // The chunks stay as they are, and the next operation tries again.
     }

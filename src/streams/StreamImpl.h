@@ -103,7 +103,7 @@ class StreamImpl : public RefCounted,
 
   private:
     RefPtr<const Structure> fStructure;
-    const Layout* fLayout;
+    RefPtr<const Layout> fLayout;
     std::string fName;
     std::string fIndexType;
     bool fUseDefaults = false;

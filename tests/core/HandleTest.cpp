@@ -244,7 +244,7 @@ TEST_F(HandleTest, OddButRequired) {
     EXPECT_EQ(strings.str(1), "second");
 
     // No structure takes such a member; the message is there all the same, and is no error.
-    Layout* odd = new Layout;
+    const RefPtr<Layout> odd(new Layout);
     odd->add(Member::kInvalid, 1, "odd");
     char block[1] = {};
     {
@@ -254,7 +254,6 @@ TEST_F(HandleTest, OddButRequired) {
         EXPECT_EQ(errors, "Invalid type 14 in structure.\n");
         EXPECT_EQ(invalid.str(0), "?");
     }
-    delete odd;
 }
 
 }  // namespace
