@@ -37,50 +37,39 @@ class HandleTest : public testing::Test {
     RefPtr<Structure> fStructure;
 };
 
-struct TextRow {
-    Member::eDataType type;
-    const char* text;
-    std::string expected;
-};
-
 TEST_F(HandleTest, ParsesOneValue) {
-    const std::string booleanHelp = "'. Use 't', 'true', '1', 'f', 'false', '0' only.\n";
-    const std::string yes = "1 | false | Boolean on or about character 0 has invalid value 'yes";
-    const std::string yesBehind =
-        "1 | false | Boolean on or about character 4 has invalid value 'yes";
-    const std::string empty = "1 | false | Boolean on or about character 0 has invalid value '";
-    for (const TextRow& row : {
-             TextRow{Member::kBoolean, "T", "0 | true | "},
-             {Member::kBoolean, " True x", "0 | true | "},
-             {Member::kBoolean, "F", "0 | false | "},
-             {Member::kBoolean, "yes", yes + booleanHelp},
-             {Member::kBoolean, "yes ", yesBehind + booleanHelp},
-             {Member::kBoolean, "", empty + booleanHelp},
-             {Member::kUInt8, "255", "0 | 255 | "},
-             {Member::kUInt8, "300", "1 | 0 | UInt8 value on or about character 0 is invalid\n"},
-             {Member::kUInt8, "-1", "1 | 0 | UInt8 value on or about character 0 is invalid\n"},
-             {Member::kUInt8, "300 ", "1 | 0 | UInt8 value on or about character 4 is invalid\n"},
-             {Member::kInt8, "65", "0 | 65 | "},
-             {Member::kInt8, "-129", "1 | 0 | Int8 value on or about character 0 is invalid\n"},
-             {Member::kInt16, "+32767", "0 | 32767 | "},
-             {Member::kUInt16, "65536 ",
-              "1 | 0 | UInt16 value on or about character 6 is invalid\n"},
-             {Member::kUInt32, "-1", "0 | 4294967295 | "},
-             {Member::kInt32, "12abc", "0 | 12 | "},
-             {Member::kInt32, "0x10", "0 | 0 | "},
-             {Member::kInt32, "2147483648",
-              "1 | 2147483647 | Int32 value on or about character 0 is invalid\n"},
-             {Member::kInt64, " -9223372036854775808", "0 | -9223372036854775808 | "},
-             {Member::kUInt64, "18446744073709551615\n", "0 | 18446744073709551615 | "},
-             {Member::kDouble, "-2e3", "0 | -2000 | "},
-             {Member::kDouble, "1234567", "0 | 1.23457e+06 | "},
-             {Member::kDouble, "inf", "1 | 0 | Double value on or about character 0 is invalid\n"},
-             {Member::kDouble, "abc", "1 | 0 | Double value on or about character 0 is invalid\n"},
-             {Member::kFloat, "1e39",
-              "1 | 3.40282e+38 | Float value on or about character 0 is invalid\n"},
-             {Member::kFloat, "1e-07 ", "0 | 1e-07 | "},
-             {Member::kString, "  \"as it is\"\n", "0 |   \"as it is\"\n | "},
-         }) {
+    const std::string help = "'. Use 't', 'true', '1', 'f', 'false', '0' only.\n";
+    const struct {
+        Member::eDataType type;
+        std::string text;
+        std::string expected;
+    } rows[] = {
+        {Member::kBoolean, " True x", "0 | true | "},
+        {Member::kBoolean, "F", "0 | false | "},
+        {Member::kBoolean, "yes",
+         "1 | false | Boolean on or about character 0 has invalid value 'yes" + help},
+        {Member::kBoolean, "no ",
+         "1 | false | Boolean on or about character 3 has invalid value 'no" + help},
+        {Member::kUInt8, "255", "0 | 255 | "},
+        {Member::kUInt8, "-1", "1 | 0 | UInt8 value on or about character 0 is invalid\n"},
+        {Member::kUInt8, "300 ", "1 | 0 | UInt8 value on or about character 4 is invalid\n"},
+        {Member::kInt8, "-128", "0 | -128 | "},
+        {Member::kInt8, "-129", "1 | 0 | Int8 value on or about character 0 is invalid\n"},
+        {Member::kInt16, "+32767", "0 | 32767 | "},
+        {Member::kUInt16, "65536", "1 | 0 | UInt16 value on or about character 0 is invalid\n"},
+        {Member::kUInt32, "-1", "0 | 4294967295 | "},
+        {Member::kInt32, "12abc", "0 | 12 | "},
+        {Member::kInt32, "2147483648",
+         "1 | 2147483647 | Int32 value on or about character 0 is invalid\n"},
+        {Member::kInt64, " -9223372036854775808", "0 | -9223372036854775808 | "},
+        {Member::kUInt64, "18446744073709551615\n", "0 | 18446744073709551615 | "},
+        {Member::kDouble, "1234567", "0 | 1.23457e+06 | "},
+        {Member::kDouble, "inf", "1 | 0 | Double value on or about character 0 is invalid\n"},
+        {Member::kFloat, "1e39",
+         "1 | 3.40282e+38 | Float value on or about character 0 is invalid\n"},
+        {Member::kString, "  \"as it is\"\n", "0 |   \"as it is\"\n | "},
+    };
+    for (const auto& row : rows) {
         Handle handle = handleOn(row.type);
         EXPECT_EQ(parse(handle, row.text), row.expected)
             << Member::typeName(row.type) << " '" << row.text << "'";
@@ -102,28 +91,24 @@ TEST_F(HandleTest, ParsesMatricesNumberByNumber) {
 }
 
 TEST_F(HandleTest, WithoutDataOrMemberThereIsAnAnswerToo) {
+    std::string texts;
     for (int i = 0; i < Member::kInvalid; ++i) {
-        const auto type = static_cast<Member::eDataType>(i);
-        handleOn(type, 2);
+        handleOn(static_cast<Member::eDataType>(i), 2);
         Handle handle(*fStructure, nullptr);
         std::string errors;
         EXPECT_EQ(handle.fromStr("1", 0, errors), 1U);
         EXPECT_EQ(errors.find("Data not recognized as a "), 0U) << errors;
+        errors.clear();
         EXPECT_EQ(handle.fromStr("1", 2, errors), 1U);
-        EXPECT_NE(errors.find("Trying to parse element 2 when the member m only has dimension 2\n"),
-                  std::string::npos);
+        EXPECT_EQ(errors, "Trying to parse element 2 when the member m only has dimension 2\n");
         EXPECT_EQ(handle.str(2), "");
         EXPECT_FALSE(handle.isDefault());
+        texts += handle.str(0).substr(0, 7) + '|';
     }
-    EXPECT_EQ(Handle(*fStructure, nullptr).str(0), "0");
-    EXPECT_EQ(handleOn(Member::kString).str(0), "");
-    handleOn(Member::kDoubleMatrix4x4);
-    EXPECT_EQ(Handle(*fStructure, nullptr).str(0),
-              "0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0");
+    EXPECT_EQ(texts, "false|0.0|0.0 0.0|0.0|0.0 0.0|0|0|0|0||0|0|0|0|");
 
     Handle none;
     EXPECT_FALSE(none.setPositionByMemberIndex(0));
-    EXPECT_THROW((void)none.dataType(), std::out_of_range);
     EXPECT_THROW((void)none.str(0), std::out_of_range);
     EXPECT_EQ(none.asInt32(), nullptr);
     EXPECT_TRUE(none.makeUnique());
@@ -131,12 +116,10 @@ TEST_F(HandleTest, WithoutDataOrMemberThereIsAnAnswerToo) {
 }
 
 TEST_F(HandleTest, PositionsByNameAndIndex) {
-    Handle handle = handleOn(Member::kInt32);
+    handleOn(Member::kInt32);
     fStructure->addMember(Member::kFloat, 3, "n");
-    handle = Handle(*fStructure);
+    Handle handle(*fStructure);
     EXPECT_TRUE(handle.setPositionByMemberName("n"));
-    EXPECT_EQ(handle.dataType(), Member::kFloat);
-    EXPECT_EQ(handle.dataLength(), 3U);
     EXPECT_EQ(handle.asInt32(), nullptr) << "no conversion";
     EXPECT_FALSE(handle.setPositionByMemberName(nullptr));
     EXPECT_NE(handle.asFloat(), nullptr);
@@ -149,7 +132,11 @@ TEST_F(HandleTest, PositionsByNameAndIndex) {
 TEST_F(HandleTest, CopiesShareAndMovesHandOver) {
     Handle owner = handleOn(Member::kString);
     parse(owner, "text");
+    char* chunk = HandleAccess::data(owner);
+    const auto structures = Structure::objectsCreated();
+    const auto ticks = Checkpointed::globalCheckpoint();
     Handle borrowed(owner);
+    EXPECT_EQ(Structure::objectsCreated() + Checkpointed::globalCheckpoint(), structures + ticks);
     EXPECT_EQ(borrowed.asString(), owner.asString());
     EXPECT_TRUE(borrowed.makeUnique());
     EXPECT_NE(borrowed.asString(), owner.asString());
@@ -161,38 +148,14 @@ TEST_F(HandleTest, CopiesShareAndMovesHandOver) {
     owner = Handle(owner);
     const Handle shares(owner);
     owner = shares;
-    EXPECT_EQ(owner.str(0), "text");
-    char* chunk = HandleAccess::data(owner);
     owner.pointToData(chunk, true);
-    EXPECT_EQ(owner.str(0), "text");
-    EXPECT_FALSE(owner.makeUnique());
-
+    EXPECT_EQ(owner.str(0), "text") << "it never freed its own chunk";
     Handle moved(std::move(owner));
-    EXPECT_EQ(HandleAccess::data(moved), chunk);
-    EXPECT_FALSE(moved.makeUnique());
+    EXPECT_FALSE(moved.makeUnique()) << "it owns the chunk";
     borrowed = std::move(moved);
-    EXPECT_EQ(HandleAccess::data(borrowed), chunk);
     Handle other(*fStructure);
     other.swap(borrowed);
-    EXPECT_EQ(other.str(0), "text");
-}
-
-TEST_F(HandleTest, CopyingMakesNoStructure) {
-    const Handle handle = handleOn(Member::kInt32);
-    const Handle empty;
-    const auto structures = Structure::objectsCreated();
-    const auto ticks = Checkpointed::globalCheckpoint();
-    const auto handles = Handle::objectsAlive();
-    {
-        const Handle a(handle);
-        Handle b(empty);
-        b = a;
-        EXPECT_EQ(Handle::objectsAlive(), handles + 2);
-        EXPECT_EQ(fStructure->refCount(), 4);
-    }
-    EXPECT_EQ(Structure::objectsCreated(), structures);
-    EXPECT_EQ(Checkpointed::globalCheckpoint(), ticks);
-    EXPECT_EQ(Handle::objectsAlive(), handles);
+    EXPECT_EQ(HandleAccess::data(other), chunk);
 }
 
 // A chunk is read and freed by the members it was made with.
@@ -203,36 +166,29 @@ TEST_F(HandleTest, OutlivesChangesOfItsStructure) {
     EXPECT_FALSE(handle.setPositionByMemberName("late"));
     handle.setPositionByMemberName("m");
     EXPECT_EQ(handle.str(0), "kept");
-    Handle unique(handle);
-    EXPECT_TRUE(unique.makeUnique());
     EXPECT_TRUE(Handle(*fStructure).setPositionByMemberName("late"));
-
+    Handle unique(handle);
     const RefPtr<Structure> other(new Structure("other"));
     other->addMember(Member::kInt8, 1, "m");
     *fStructure = *other;
-    EXPECT_EQ(handle.str(0), "kept");
-    EXPECT_EQ(unique.str(0), "kept");
-    EXPECT_EQ(Handle(*fStructure).asInt8()[0], 0);
+    EXPECT_TRUE(unique.makeUnique());
+    EXPECT_EQ(handle.str(0) + unique.str(0), "keptkept");
 }
 
 TEST_F(HandleTest, DumpsItsMember) {
-    const auto dump = [](const Handle& handle, std::initializer_list<const char*> filters) {
-        std::ostringstream out;
-        Debug::Print print(out);
-        print.setIndent(1);
-        for (const char* filter : filters) print.addFilter(filter, 1);
-        EXPECT_TRUE(Handle::Debug(&handle, print));
-        return out.str();
-    };
     Handle handle = handleOn(Member::kInt16, 2);
     handle.asInt16()[1] = 0x0a0b;
-    EXPECT_EQ(dump(handle, {}), "    2 elements: [ 0 2571 ]");
-    EXPECT_EQ(dump(handle, {"type"}), "    int16 2 elements: [ 0 2571 ]");
-    const std::string hex = dump(handle, {"hex"});
-    EXPECT_EQ(hex.find("    2 elements: [ 0 2571 ](0x0x"), 0U);
-    EXPECT_EQ(hex.substr(hex.find(") ")), ")  00 00  0b 0a ");
-    handle.setPositionByMemberIndex(5);
-    EXPECT_EQ(dump(handle, {"type", "hex"}), "    []");
+    std::ostringstream out;
+    Debug::Print print(out);
+    for (const char* filter : {"none", "type", "hex"}) {
+        print.addFilter(filter, 1);
+        EXPECT_TRUE(Handle::Debug(&handle, print));
+        out << '\n';
+    }
+    const std::string values = "2 elements: [ 0 2571 ]";
+    const std::string text = out.str();
+    EXPECT_EQ(text.find(values + "\nint16 " + values + "\nint16 " + values + "(0x0x"), 0U) << text;
+    EXPECT_EQ(text.substr(text.find(") ")), ")  00 00  0b 0a \n");
 }
 
 // Somebody will want to "fix" these: everything here is as users of the formats know it.
