@@ -165,14 +165,13 @@ bool checkNamesAreUnique(const WrittenModel& model, std::string& errors) {
     return true;
 }
 
-bool checkFormatsCanCarry(const WrittenModel& model, std::string& errors) {
-    for (const auto& structure : model.structures()) {
-        if (!checkStructure(*structure, errors)) return false;
-    }
-    for (const WrittenModel::Node& node : model.nodes()) {
-        if (!NodeCheck(model, node, errors).run()) return false;
-    }
-    return true;
+bool checkFormatCanCarry(const Structure& structure, std::string& errors) {
+    return checkStructure(structure, errors);
+}
+
+bool checkFormatCanCarry(const WrittenModel& model, const WrittenModel::Node& node,
+                         std::string& errors) {
+    return NodeCheck(model, node, errors).run();
 }
 
 }  // namespace orbo::Data

@@ -12,8 +12,10 @@ namespace orbo::Data {
 /// a stream or structure was renamed: only one of them could be read back.
 bool checkNamesAreUnique(const WrittenModel& model, std::string& errors);
 
-/// False, with a message that says where, when the text formats cannot carry the model: names,
-/// indices and numbers that would read back as something else.
-bool checkFormatsCanCarry(const WrittenModel& model, std::string& errors);
+/// False, with a message that says where, when the text formats cannot carry it: names, indices and
+/// numbers that would read back as something else.
+bool checkFormatCanCarry(const Structure& structure, std::string& errors);
+bool checkFormatCanCarry(const WrittenModel& model, const WrittenModel::Node& node,
+                         std::string& errors);
 
 }  // namespace orbo::Data

@@ -10,6 +10,9 @@
 
 namespace orbo::Data {
 
+/// The same content, as far as the texts of scene files can tell; see below.
+bool isSame(const Associations& left, const Associations& right);
+
 /// False, with a message that names the first place that differs. Structures are looked up in this
 /// thread's registry; both sides may have more than `model` asks for. Null and the empty string are
 /// the same, empty channels and the kind of storage do not count, numbers are compared bit by bit.

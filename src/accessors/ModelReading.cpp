@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "accessors/Messages.h"
+#include "accessors/ModelText.h"
 #include "accessors/RecordReader.h"
 #include "streams/IndexTypes.h"
 
@@ -82,7 +83,7 @@ void ModelReading::registerStructure(Item& item, TakenNames& taken, Helpers& hel
         }
     } else if (wanted) {
         Structure::registerStructure(structure);
-        taken.structures.insert(name);
+        taken.structures.emplace(name, textOf(structure));
     } else {
         helpers.add(item.structure);
     }

@@ -6,6 +6,7 @@
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -18,7 +19,8 @@ namespace orbo::Data {
 /// Names of what a read put into the model. The next write takes the absence of one of these as the
 /// caller's wish that it goes; whatever else the file holds stays.
 struct TakenNames {
-    std::set<std::string> structures;
+    /// With the text that each had then: the caller may have changed it since.
+    std::map<std::string, std::string> structures;
     std::set<std::string> associations;
 };
 

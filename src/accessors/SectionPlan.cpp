@@ -4,6 +4,8 @@
 
 #include <new>
 
+#include "accessors/ModelCompare.h"
+#include "accessors/ModelText.h"
 #include "accessors/RecordReader.h"
 #include "core/Ascii.h"
 
@@ -45,43 +47,56 @@ SectionPlan::SectionPlan(const WrittenModel& model, const TakenNames& taken,
     if (policy.unknownIndexTypesAsText) fUnknownAsText.emplace();
 }
 
-SectionPlan::Fate SectionPlan::ofStructure(const SceneRecord& record, bool isWritten) {
+SectionPlan::Fate SectionPlan::ofStructure(const SceneRecord& record, std::string& name) {
     std::string messages;  // the last read has given them
     const RefPtr<Structure> structure =
         tryToRead([&](const SceneRecord& r) { return readStructure(r, messages); }, record);
-    const std::string name = structure ? structure->name() : nameFieldOf(record.text);
-    const bool nameIsWritten = fModel.structure(name) != nullptr;
     if (!structure) {
-        if (isWritten) return Fate::kDropped;
-        return nameIsWritten ? Fate::kBehind : Fate::kAhead;
+        return fModel.structure(nameFieldOf(record.text)) ? Fate::kBehind : Fate::kAhead;
     }
+    name = structure->name();
     const auto [entry, first] = fWinners.try_emplace(name);
     Winner& winner = entry->second;
-    if (!first) return isWritten ? Fate::kDropped : ofLoser(*structure, winner);
-    const bool goes = isWritten || nameIsWritten || fTaken.structures.count(name) > 0;
-    winner = {structure, goes ? Fate::kDropped : Fate::kAhead};
+    if (!first) return ofLoser(*structure, winner);
     Structure::registerStructure(*structure);
+    winner = {structure, ofWinner(*structure)};
     return winner.fate;
+}
+
+// What somebody else put in the place of what was read is not the caller's to replace or remove.
+SectionPlan::Fate SectionPlan::ofWinner(const Structure& winner) {
+    const Structure* written = fModel.structure(winner.name());
+    if (written && *written == winner) return Fate::kUnchanged;
+    const auto taken = fTaken.structures.find(winner.name());
+    const bool wasTaken = taken != fTaken.structures.end();
+    if (wasTaken && taken->second != textOf(winner)) {
+        if (!written) return Fate::kAhead;
+        fConflict = winner.name();
+        return Fate::kBehind;
+    }
+    return written || wasTaken ? Fate::kDropped : Fate::kAhead;
 }
 
 // A repetition goes where the winner goes. What differs was never in the model: it stays, but
 // behind a namesake that is written, because the first in the file is the one that counts.
 SectionPlan::Fate SectionPlan::ofLoser(const Structure& loser, const Winner& winner) const {
-    if (loser == *winner.structure) return winner.fate;
     const Structure* written = fModel.structure(loser.name());
-    if (!written) return Fate::kAhead;
-    return loser == *written ? Fate::kDropped : Fate::kBehind;
+    if (written && loser == *written) return Fate::kDropped;
+    if (loser == *winner.structure) return winner.fate;
+    return written ? Fate::kBehind : Fate::kAhead;
 }
 
-SectionPlan::Fate SectionPlan::ofAssociations(const SceneRecord& record, bool isWritten) {
-    const bool nameIsWritten = fModel.hasNode(record.name);
-    if (!nameIsWritten && fTaken.associations.count(record.name) == 0) return Fate::kAhead;
+SectionPlan::Fate SectionPlan::ofAssociations(const SceneRecord& record) {
+    const bool isWritten = fModel.hasNode(record.name);
+    if (!isWritten && fTaken.associations.count(record.name) == 0) return Fate::kAhead;
     std::string messages;
-    if (isWritten ||
-        tryToRead([&](const SceneRecord& r) { return readAssociations(r, messages); }, record)) {
-        return Fate::kDropped;
-    }
-    return nameIsWritten ? Fate::kBehind : Fate::kAhead;
+    const auto read =
+        tryToRead([&](const SceneRecord& r) { return readAssociations(r, messages); }, record);
+    if (!read) return isWritten ? Fate::kBehind : Fate::kAhead;
+    if (!fReadNodes.insert(record.name).second) return Fate::kDropped;
+    const Associations* entry = fModel.entry(record.name);
+    if (!entry || !isSame(*entry, *read)) return Fate::kDropped;
+    return isWritten ? Fate::kUnchanged : Fate::kAhead;
 }
 
 }  // namespace orbo::Data

@@ -7,6 +7,7 @@
 #include <debug/RefPtr.h>
 
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 
@@ -19,8 +20,8 @@
 namespace orbo::Data {
 
 /// Nothing goes that was not understood or that the caller has not seen: a record is dropped only
-/// if it could be read and the model has something of its name to write, or the caller removed what
-/// the last read had found under that name.
+/// if it could be read and the model has something else of its name to write, or the caller removed
+/// what the last read had found under that name.
 ///
 /// Ask for all structures first, in file order, then for the associations: whether these can be
 /// read depends on the structures. While the plan lives, this thread's structure registry is set
@@ -28,17 +29,22 @@ namespace orbo::Data {
 class SectionPlan {
   public:
     enum class Fate {
-        kAhead,   ///< kept, in front of what is written
-        kBehind,  ///< kept, behind the namesake that is written, which must be found first
+        kAhead,      ///< kept, in front of what is written
+        kBehind,     ///< kept, behind the namesake that is written, which must be found first
+        kUnchanged,  ///< what is to be written: its text serves, with all that a reader passes over
         kDropped
     };
 
     /// All three outlive the plan.
     SectionPlan(const WrittenModel& model, const TakenNames& taken, const ReadPolicy& policy);
 
-    /// `isWritten`: the very same bytes are about to be written.
-    Fate ofStructure(const SceneRecord& record, bool isWritten);
-    Fate ofAssociations(const SceneRecord& record, bool isWritten);
+    /// Gives the structure's name; none when the text cannot be read.
+    Fate ofStructure(const SceneRecord& record, std::string& name);
+    Fate ofAssociations(const SceneRecord& record);
+
+    /// Of a structure that is written though the file has another one of the name than the last
+    /// read took; empty when there is none.
+    [[nodiscard]] const std::string& conflict() const { return fConflict; }
 
   private:
     /// The structure that counts, of all in the file with its name.
@@ -47,6 +53,7 @@ class SectionPlan {
         Fate fate = Fate::kAhead;
     };
 
+    Fate ofWinner(const Structure& winner);
     Fate ofLoser(const Structure& loser, const Winner& winner) const;
 
     const StructureRegistry::SetAside fFileStructures;
@@ -54,6 +61,8 @@ class SectionPlan {
     const TakenNames& fTaken;
     std::optional<IndexTypes::KeepUnknown> fUnknownAsText;
     std::unordered_map<std::string, Winner> fWinners;
+    std::set<std::string> fReadNodes;
+    std::string fConflict;
 };
 
 }  // namespace orbo::Data

@@ -31,6 +31,13 @@ bool beginsWithSceneCommand(std::string_view line) {
                        [&](auto getter) { return Ascii::startsWith(line, getter()); });
 }
 
+// Of a search that ended: `kDone` when it came to the beginning.
+TextSceneScanner::Result failureOf(BackwardLineReader::Result result) {
+    using Result = TextSceneScanner::Result;
+    if (result == BackwardLineReader::Result::kSeekFailed) return Result::kSeekFailed;
+    return result == BackwardLineReader::Result::kReadFailed ? Result::kReadFailed : Result::kDone;
+}
+
 }  // namespace
 
 TextSceneScanner::TextSceneScanner(Files::File& file, std::uint64_t begin, std::uint64_t end)
@@ -68,6 +75,16 @@ void TextSceneScanner::noteBeginOfStatement(std::uint64_t at) {
     fClose.reset();
 }
 
+// Without a trailer so far, the scene's own commands may be text behind one.
+TextSceneScanner::Result TextSceneScanner::trailerInFront() {
+    LineDescriptor line;
+    BackwardLineReader::Result result = BackwardLineReader::Result::kLine;
+    while ((result = fLines.previous(line)) == BackwardLineReader::Result::kLine) {
+        if (isTrailer(line.head())) return foundTrailer(line.begin);
+    }
+    return failureOf(result);
+}
+
 TextSceneScanner::Result TextSceneScanner::next(TextStatementRange& statement) {
     LineDescriptor line;
     BackwardLineReader::Result result = BackwardLineReader::Result::kLine;
@@ -77,7 +94,7 @@ TextSceneScanner::Result TextSceneScanner::next(TextStatementRange& statement) {
             if (!fTrailer && isTrailer(line.head())) return foundTrailer(line.begin);
             continue;
         }
-        if (endsScan(line)) return Result::kDone;
+        if (endsScan(line)) return fTrailer ? Result::kDone : trailerInFront();
         if (line.closed) fClose = line.end;
         if (const auto kind = TextStatement::kindOf(line.head())) {
             statement = {*kind, line.begin, fClose.value_or(fNextBegin), fClose.has_value()};
@@ -88,9 +105,7 @@ TextSceneScanner::Result TextSceneScanner::next(TextStatementRange& statement) {
         // What begins like a command may be the middle of a statement; the line in front tells.
         fBehindSceneCommand = beginsWithSceneCommand(line.head());
     }
-    if (result == BackwardLineReader::Result::kSeekFailed) return Result::kSeekFailed;
-    if (result == BackwardLineReader::Result::kReadFailed) return Result::kReadFailed;
-    return Result::kDone;
+    return failureOf(result);
 }
 
 }  // namespace orbo::Data

@@ -52,6 +52,7 @@ class TextSceneScanner {
 
   private:
     Result foundTrailer(std::uint64_t at);
+    Result trailerInFront();
     /// True when the line is the one that the scan ends at.
     bool endsScan(const Files::LineDescriptor& line) const;
     void noteBeginOfStatement(std::uint64_t at);

@@ -55,11 +55,11 @@ TextSceneWriter::TextSceneWriter(const Accessor& accessor, const TakenNames& tak
     : fAccessor(accessor), fTaken(taken), fModel(accessor), fWritten(fModel.names()) {}
 
 bool TextSceneWriter::write(std::string& errors) {
-    if (!openScene(errors) || !checkModel(errors) || !writeStatements(errors)) return false;
+    if (!openScene(errors) || !checkNamesAreUnique(fModel, errors)) return false;
     TextSection section(*fFile, fAccessor.writePolicy().anySize);
-    if (!section.find(errors)) return false;
-    decide(section);
-    if (!section.checkPlace(errors)) return false;
+    if (!section.find(errors) || !decide(section, errors) || !checkChanges(errors)) return false;
+    if (!section.checkPlace(errors) || !writeStatements(errors)) return false;
+    dropRepeated(section);
     compose(section);
     if (fAccessor.writePolicy().verify && !verify(errors)) return false;
     return rewrite(section, errors);
@@ -72,14 +72,21 @@ bool TextSceneWriter::openScene(std::string& errors) {
     return checkTextSceneHeader(*fFile, errors);
 }
 
-bool TextSceneWriter::checkModel(std::string& errors) const {
+// What is as the file has it came from there, and goes back the same way.
+bool TextSceneWriter::checkChanges(std::string& errors) const {
+    const bool careful = fAccessor.writePolicy().verify;
+    for (const auto& structure : fModel.structures()) {
+        if (fUnchangedStructures.count(structure->name()) > 0) continue;
+        if (careful && !checkFormatCanCarry(*structure, errors)) return false;
+    }
     for (const WrittenModel::Node& node : fModel.nodes()) {
+        if (fUnchangedNodes.count(*node.name) > 0) continue;
         if (!TextStatement::canBeTarget(*node.name)) {
             return fail(errors, ModelPlace::of(*node.name) + ": name cannot be written");
         }
+        if (careful && !checkFormatCanCarry(fModel, node, errors)) return false;
     }
-    if (!checkNamesAreUnique(fModel, errors)) return false;
-    return !fAccessor.writePolicy().verify || checkFormatsCanCarry(fModel, errors);
+    return true;
 }
 
 bool TextSceneWriter::writeStatements(std::string& errors) {
@@ -93,10 +100,14 @@ bool TextSceneWriter::writeStatements(std::string& errors) {
 }
 
 bool TextSceneWriter::writeStructureStatement(const Structure& structure, std::string& errors) {
+    std::string& statement = fStructureStatements.emplace_back();
+    if (const auto unchanged = fUnchangedStructures.find(structure.name());
+        unchanged != fUnchangedStructures.end()) {
+        TextStatement::append(statement, unchanged->second);
+        return true;
+    }
     std::string messages;
-    const auto record = recordOf(structure, messages);
-    if (record) {
-        std::string& statement = fStructureStatements.emplace_back();
+    if (const auto record = recordOf(structure, messages)) {
         TextStatement::append(statement, *record);
         // Quotes in names are not escaped, so there are names that end the statement.
         const char* problem = nullptr;
@@ -110,6 +121,12 @@ bool TextSceneWriter::writeStructureStatement(const Structure& structure, std::s
 
 bool TextSceneWriter::writeNodeStatement(const WrittenModel::Node& node, std::string& errors) {
     const bool isScene = node.name->empty();
+    std::string& statement = isScene ? fSceneStatement : fNodeStatements.emplace_back();
+    if (const auto unchanged = fUnchangedNodes.find(*node.name);
+        unchanged != fUnchangedNodes.end()) {
+        TextStatement::append(statement, unchanged->second);
+        return true;
+    }
     std::string messages;
     const auto record =
         recordOf(*node.name, *node.associations, fAccessor.writePolicy().exactNumbers, messages);
@@ -117,28 +134,66 @@ bool TextSceneWriter::writeNodeStatement(const WrittenModel::Node& node, std::st
         addMessage(errors, kPieceFailures[isScene ? kScene : kNodes]);
         return fail(errors, messages);
     }
-    TextStatement::append(isScene ? fSceneStatement : fNodeStatements.emplace_back(), *record);
+    TextStatement::append(statement, *record);
     return true;
 }
 
 // Structures first: what associations mean depends on them.
-void TextSceneWriter::decide(TextSection& section) const {
+bool TextSceneWriter::decide(TextSection& section, std::string& errors) {
+    SectionPlan plan(fModel, fTaken, fAccessor.readPolicy());
+    decide(section, Kind::kStructure, plan);
+    if (fAccessor.writePolicy().verify && !plan.conflict().empty()) {
+        return fail(errors,
+                    "Structure '" + plan.conflict() + "' in the file is another one than was read");
+    }
+    decide(section, Kind::kAssociations, plan);
+    keepStructuresOfKept(section);
+    return true;
+}
+
+void TextSceneWriter::decide(TextSection& section, Kind kind, SectionPlan& plan) {
+    for (TextSection::Statement& statement : section.statements()) {
+        if (statement.where.kind != kind || !statement.where.closed) continue;
+        const char* message = nullptr;
+        auto record = TextStatement::parse(kind, std::string(section.bytesOf(statement)), message);
+        if (!record) continue;
+        statement.understood = true;
+        const bool isStructure = kind == Kind::kStructure;
+        statement.name = record->name;
+        statement.fate =
+            isStructure ? plan.ofStructure(*record, statement.name) : plan.ofAssociations(*record);
+        if (statement.fate != Fate::kUnchanged) continue;
+        // The text goes on in a statement of its own, free of what its lines hold besides.
+        statement.fate = Fate::kDropped;
+        auto& unchanged = isStructure ? fUnchangedStructures : fUnchangedNodes;
+        unchanged.emplace(statement.name, std::move(*record));
+    }
+}
+
+// A structure that the caller removed stays while somebody else's associations need it.
+void TextSceneWriter::keepStructuresOfKept(TextSection& section) const {
+    std::string kept;
+    section.appendKept(kept, Kind::kAssociations, Fate::kAhead);
+    section.appendKept(kept, Kind::kAssociations, Fate::kBehind);
+    if (kept.empty()) return;
+    for (TextSection::Statement& statement : section.statements()) {
+        if (!statement.understood || statement.where.kind != Kind::kStructure) continue;
+        if (statement.fate != Fate::kDropped || fModel.structure(statement.name)) continue;
+        std::string mention;
+        TextStatement::appendEscaped(mention, "\nstructure " + statement.name + "\n");
+        if (kept.find(mention) != std::string::npos) statement.fate = Fate::kAhead;
+    }
+}
+
+// What was written before without what it needs to be read is replaced all the same.
+void TextSceneWriter::dropRepeated(TextSection& section) const {
     std::unordered_set<std::string_view> written(fStructureStatements.begin(),
                                                  fStructureStatements.end());
     written.insert(fNodeStatements.begin(), fNodeStatements.end());
     written.insert(fSceneStatement);
-    SectionPlan plan(fModel, fTaken, fAccessor.readPolicy());
-    for (const Kind kind : {Kind::kStructure, Kind::kAssociations}) {
-        for (TextSection::Statement& statement : section.statements()) {
-            if (statement.where.kind != kind || !statement.where.closed) continue;
-            const std::string_view bytes = section.bytesOf(statement);
-            const char* message = nullptr;
-            const auto record = TextStatement::parse(kind, std::string(bytes), message);
-            if (!record) continue;
-            statement.understood = true;
-            const bool isWritten = written.count(bytes) > 0;
-            statement.fate = kind == Kind::kStructure ? plan.ofStructure(*record, isWritten)
-                                                      : plan.ofAssociations(*record, isWritten);
+    for (TextSection::Statement& statement : section.statements()) {
+        if (statement.understood && written.count(section.bytesOf(statement)) > 0) {
+            statement.fate = Fate::kDropped;
         }
     }
 }

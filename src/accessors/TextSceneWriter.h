@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "accessors/ModelReading.h"
@@ -30,12 +31,15 @@ class TextSceneWriter {
     /// What is written in one go, in the order of the file; each has a message for when it fails.
     enum Piece { kStructures, kNodes, kScene, kRest, kPieces };
 
-    bool checkModel(std::string& errors) const;
+    bool checkChanges(std::string& errors) const;
     bool writeStatements(std::string& errors);
     bool writeStructureStatement(const Structure& structure, std::string& errors);
     bool writeNodeStatement(const WrittenModel::Node& node, std::string& errors);
     bool openScene(std::string& errors);
-    void decide(TextSection& section) const;
+    bool decide(TextSection& section, std::string& errors);
+    void decide(TextSection& section, SceneRecord::Kind kind, SectionPlan& plan);
+    void keepStructuresOfKept(TextSection& section) const;
+    void dropRepeated(TextSection& section) const;
     void compose(const TextSection& section);
     bool verify(std::string& errors) const;
     bool rewrite(const TextSection& section, std::string& errors);
@@ -45,6 +49,9 @@ class TextSceneWriter {
     WrittenModel fModel;
     TakenNames fWritten;
     std::unique_ptr<Files::File> fFile;
+    // What the file holds already, by name.
+    std::unordered_map<std::string, SceneRecord> fUnchangedStructures;
+    std::unordered_map<std::string, SceneRecord> fUnchangedNodes;
     std::vector<std::string> fStructureStatements;
     std::vector<std::string> fNodeStatements;
     std::string fSceneStatement;

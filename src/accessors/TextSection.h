@@ -21,6 +21,7 @@ class TextSection {
     struct Statement {
         TextStatementRange where;
         bool understood = false;
+        std::string name;  // of the node or structure, once it is understood
         SectionPlan::Fate fate = SectionPlan::Fate::kAhead;
     };
 

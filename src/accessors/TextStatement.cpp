@@ -169,7 +169,7 @@ void append(std::string& out, const SceneRecord& record) {
 bool canBeTarget(std::string_view nodeName) {
     if (nodeName.empty()) return true;
     const bool plain = std::all_of(nodeName.begin(), nodeName.end(), [](char c) {
-        return static_cast<unsigned char>(c) > 32 && c != 127 && c != '"' && c != ';';
+        return !Ascii::isBlank(c) && c != '"' && c != ';' && c != '\0';
     });
     return plain && !isComment(nodeName) && nodeName != sceneFlag();
 }

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/WrittenModel.h"
 
+#include "accessors/ModelText.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -15,7 +17,7 @@ bool nameIsLess(const RefPtr<const Structure>& structure, const char* name) {
 
 }  // namespace
 
-WrittenModel::WrittenModel(const Accessor& accessor) {
+WrittenModel::WrittenModel(const Accessor& accessor) : fEntries(accessor.associations()) {
     for (const Structure* structure : accessor.structures()) fStructures.emplace_back(structure);
     // Names may have changed since the set put them in order.
     std::stable_sort(
@@ -47,6 +49,11 @@ const Structure* WrittenModel::structure(const std::string& name) const {
     return place != fStructures.end() && (*place)->name() == name ? place->get() : nullptr;
 }
 
+const Associations* WrittenModel::entry(const std::string& node) const {
+    const auto found = fEntries.find(node);
+    return found == fEntries.end() ? nullptr : &found->second;
+}
+
 bool WrittenModel::hasNode(const std::string& name) const {
     const auto place = std::lower_bound(
         fNodes.begin(), fNodes.end(), name,
@@ -56,7 +63,9 @@ bool WrittenModel::hasNode(const std::string& name) const {
 
 TakenNames WrittenModel::names() const {
     TakenNames names;
-    for (const auto& structure : fStructures) names.structures.insert(structure->name());
+    for (const auto& structure : fStructures) {
+        names.structures.emplace(structure->name(), textOf(*structure));
+    }
     for (const Node& node : fNodes) names.associations.insert(*node.name);
     return names;
 }

@@ -35,11 +35,14 @@ class WrittenModel {
     /// Null when no structure of that name is written.
     [[nodiscard]] const Structure* structure(const std::string& name) const;
     [[nodiscard]] bool hasNode(const std::string& name) const;
+    /// Also when there is nothing in it to write; null when the accessor has no such entry.
+    [[nodiscard]] const Associations* entry(const std::string& node) const;
     [[nodiscard]] TakenNames names() const;
 
   private:
     void addMissingStructures();
 
+    const Accessor::AssociationsMap& fEntries;
     std::vector<RefPtr<const Structure>> fStructures;
     std::vector<Node> fNodes;
 };

@@ -19,15 +19,22 @@ namespace {
 struct ExportOptions {
     std::string file;
     std::string target;
+    bool toFile = false;
 };
 
-void exportScene(const ExportOptions& options, Output& output) {
-    const std::unique_ptr<Data::Accessor> scene = openScene(options.file);
+/// False when the scene has metadata that could not be read and so is not in the document.
+bool exportScene(const ExportOptions& options, Output& output) {
+    bool complete = false;
+    const std::unique_ptr<Data::Accessor> scene = openScene(options.file, &complete);
     const SceneView view = select(*scene, {});
-    if (options.target.empty()) return JsonDocument(output).write(view);
+    if (!options.toFile) {
+        JsonDocument(output).write(view);
+        return complete;
+    }
     NewFile file(options.target, options.file);
     JsonDocument(file.output()).write(view);
     file.commit();
+    return complete;
 }
 
 }  // namespace
@@ -36,13 +43,17 @@ void addExport(CLI::App& app, Output& output, int& exitCode) {
     auto options = std::make_shared<ExportOptions>();
     CLI::App* command = app.add_subcommand("export", "Write all metadata as a JSON document");
     command->add_option("FILE", options->file, "Scene file")->required()->type_name("");
-    command->add_option("-o,--output", options->target, "Write to this file")->type_name("OUT");
+    const CLI::Option* target =
+        command->add_option("-o,--output", options->target, "Write to this file")->type_name("OUT");
     command->footer(
         "The document is lossless. OUT is replaced when it is complete, never in part.\n"
         "Example:\n"
         "  quilmeta export robot.kx -o robot.json");
-    command->callback([options, &output, &exitCode] {
-        exitCode = guarded(options->file, [&] { exportScene(*options, output); });
+    command->callback([options, target, &output, &exitCode] {
+        options->toFile = target->count() > 0;
+        bool complete = false;
+        exitCode = guarded(options->file, [&] { complete = exportScene(*options, output); });
+        if (exitCode == kDone && !complete) exitCode = kFinding;
     });
 }
 

@@ -37,7 +37,7 @@ std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
 
 }  // namespace
 
-std::unique_ptr<Data::Accessor> openScene(const std::string& file) {
+std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete) {
     demandReadableFile(file);
     std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
     accessor->setReadPolicy({true});
@@ -46,6 +46,7 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file) {
     if (!accessor->read(file, messages))
         throw Trouble(accessor->isFileSupported(file) ? messages : "is not a scene: " + messages);
     complain(file, messages);
+    if (complete) *complete = messages.empty();
     return accessor;
 }
 

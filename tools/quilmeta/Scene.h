@@ -10,8 +10,8 @@
 namespace orbo::Quilmeta {
 
 /// Reads the file, with the careful write policy and unknown index types as text. Statements that
-/// could not be used are reported to standard error. Throws `Trouble` when there is nothing to
-/// work on.
-std::unique_ptr<Data::Accessor> openScene(const std::string& file);
+/// could not be used are reported to standard error, and `complete` says that there were none.
+/// Throws `Trouble` when there is nothing to work on.
+std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete = nullptr);
 
 }  // namespace orbo::Quilmeta

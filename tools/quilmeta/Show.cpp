@@ -41,7 +41,9 @@ class Show {
     Show(const ShowOptions& options, Output& output) : fOptions(options), fOutput(output) {}
 
     void show(const std::string& file) {
-        const std::unique_ptr<Data::Accessor> scene = openScene(file);
+        bool complete = false;
+        const std::unique_ptr<Data::Accessor> scene = openScene(file, &complete);
+        fAllComplete = fAllComplete && complete;
         const SceneView view = select(*scene, fOptions.selection);
         if (view.nodes.empty() && !fOptions.selection.everything()) return;
         if (fOptions.json) {
@@ -54,11 +56,14 @@ class Show {
         fOutput.flush();
     }
     [[nodiscard]] size_t shown() const { return fShown; }
+    /// False when there was metadata that could not be read.
+    [[nodiscard]] bool allComplete() const { return fAllComplete; }
 
   private:
     const ShowOptions& fOptions;
     Output& fOutput;
     size_t fShown = 0;
+    bool fAllComplete = true;
 };
 
 int showAll(const ShowOptions& options, Output& output) {
@@ -67,7 +72,7 @@ int showAll(const ShowOptions& options, Output& output) {
     for (const std::string& file : options.files)
         exitCode = std::max(exitCode, guarded(file, [&] { show.show(file); }));
     if (show.shown() == 0 && exitCode == kDone) refuse(options.selection);
-    return exitCode;
+    return exitCode == kDone && !show.allComplete() ? kFinding : exitCode;
 }
 
 void addSelection(CLI::App& command, Selection& selection) {

@@ -99,6 +99,8 @@ int main(int argc, char** argv) {
     occupyStandardStreams();
     // A reader that goes away shows when writing, and must not kill us in the middle of a file.
     std::signal(SIGPIPE, SIG_IGN);
+    // Nor must a limit on the size of files: the write fails, and what was there is put back.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         return run(argc, argv);
     } catch (const ReaderGone&) {
