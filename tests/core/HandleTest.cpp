@@ -164,9 +164,16 @@ TEST_F(HandleTest, OutlivesChangesOfItsStructure) {
     parse(handle, "kept");
     fStructure->addMember(Member::kDoubleMatrix4x4, 4, "late");
     EXPECT_FALSE(handle.setPositionByMemberName("late"));
+    handle.pointToData(HandleAccess::data(handle), true);
+    EXPECT_FALSE(handle.setPositionByMemberIndex(1)) << "the same block, with what it has";
+    handle.setPositionByMemberName("m");
+    EXPECT_FALSE(handle.setPositionByMemberIndex(4294967295U));
     handle.setPositionByMemberName("m");
     EXPECT_EQ(handle.str(0), "kept");
-    EXPECT_TRUE(Handle(*fStructure).setPositionByMemberName("late"));
+    Handle noBlock(*fStructure, nullptr);
+    fStructure->addMember(Member::kInt8, 1, "later");
+    EXPECT_TRUE(noBlock.setPositionByMemberName("later")) << "no block to protect";
+    EXPECT_EQ(Member::objectsAlive(), 1U + 3) << "the old layout and the present one";
     Handle unique(handle);
     const RefPtr<Structure> other(new Structure("other"));
     other->addMember(Member::kInt8, 1, "m");
