@@ -1,44 +1,41 @@
-// The registries of formats, as loading fills them and as plug-ins change them.
+// The registries of formats, as loading fills them and as plug-ins change them; what raw formats
+// share.
 // SPDX-License-Identifier: Apache-2.0
-#include <data/SerializerFamily.h>
-
 #include <data/AssociationsSerializerRaw.h>
 #include <data/ChannelSerializerRaw.h>
-#include <data/Index.h>
 #include <data/SerializerRaw.h>
 #include <data/StreamSerializerRaw.h>
 #include <data/StructureSerializerRaw.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <iterator>
 #include <sstream>
-#include <string>
-#include <vector>
 
 namespace orbo::Data {
 namespace {
 
 template <typename Raw>
-class RawFormatTest : public testing::Test {};
-using RawFormats = testing::Types<AssociationsSerializerRaw, ChannelSerializerRaw,
-                                  StreamSerializerRaw, StructureSerializerRaw>;
-TYPED_TEST_SUITE(RawFormatTest, RawFormats);
-
-TYPED_TEST(RawFormatTest, IsTheDefaultAndFoundByName) {
-    const auto* format = &TypeParam::theFormat();
-    EXPECT_EQ(format, &TypeParam::theFormat());
-    EXPECT_STREQ("raw", format->formatType());
-    EXPECT_EQ(format, TypeParam::defaultFormat());
-    EXPECT_EQ(format, TypeParam::formatByName("raw"));
-    EXPECT_EQ(nullptr, TypeParam::formatByName("Raw"));
-    EXPECT_EQ(nullptr, TypeParam::formatByName(""));
-    EXPECT_EQ(1U, TypeParam::allFormats().size());
+void checkRawFormat(const std::string& descriptionFile) {
+    const auto* format = &Raw::theFormat();
+    EXPECT_STREQ(format->formatType(), "raw");
+    EXPECT_EQ(Raw::defaultFormat(), format);
+    EXPECT_EQ(Raw::formatByName("raw"), format);
+    EXPECT_EQ(Raw::formatByName("Raw"), nullptr);
+    EXPECT_EQ(Raw::allFormats().size(), 1U);
+    std::ostringstream expected;
+    expected << std::ifstream(METADATA_SOURCE_DIR "/tests/formats/data/" + descriptionFile).rdbuf();
+    ASSERT_NE(expected.str(), "") << descriptionFile;
+    std::ostringstream out;
+    out.width(4000);
+    format->getFormatDescription(out);
+    EXPECT_EQ(out.str(), expected.str());
 }
 
-TEST(Registration, KnowsTheIndexTypes) {
-    EXPECT_EQ("pair", Index::doCreate("pair", "3 7").typeName());
-    EXPECT_EQ("string", Index::doCreate("string", "joint").typeName());
+TEST(RawFormats, AreDefaultsFoundByNameAndDescribed) {
+    checkRawFormat<AssociationsSerializerRaw>("associations-description.txt");
+    checkRawFormat<ChannelSerializerRaw>("channel-description.txt");
+    checkRawFormat<StreamSerializerRaw>("stream-description.txt");
+    checkRawFormat<StructureSerializerRaw>("structure-description.txt");
 }
 
 /// What a plug-in brings.
@@ -50,40 +47,23 @@ class OwnFormat : public StructureSerializer {
     void getFormatDescription(std::ostream&) const override {}
 };
 
-class PlugInTest : public testing::Test {
-  protected:
-    PlugInTest() {
-        for (const OwnFormat& format : formats) StructureSerializer::registerFormat(format);
-    }
-    ~PlugInTest() override {
-        for (const OwnFormat& format : formats) StructureSerializer::deregisterFormat(format);
-        StructureSerializer::registerFormat(raw);
-        StructureSerializer::setDefaultFormat(&raw);
-    }
-    const StructureSerializer& raw = StructureSerializerRaw::theFormat();
+TEST(Formats, TheLowestAddressInheritsTheDefault) {
+    using Family = StructureSerializer;
+    const Family& raw = StructureSerializerRaw::theFormat();
     const OwnFormat formats[2];
-};
-
-TEST_F(PlugInTest, RegisteringLeavesTheDefaultAlone) {
-    StructureSerializer::registerFormat(formats[0]);
-    EXPECT_EQ(3U, StructureSerializer::allFormats().size());
-    EXPECT_EQ(&formats[0], StructureSerializer::formatByName("own")) << "the lowest address";
-    EXPECT_EQ(&raw, StructureSerializer::defaultFormat());
-    StructureSerializer::setDefaultFormat(nullptr);
-    EXPECT_EQ(nullptr, StructureSerializer::defaultFormat());
-    EXPECT_EQ(&raw, StructureSerializer::formatByName("raw"));
-}
-
-TEST_F(PlugInTest, TheLowestAddressInheritsTheDefault) {
-    StructureSerializer::setDefaultFormat(&formats[1]);
-    StructureSerializer::deregisterFormat(raw);
-    EXPECT_EQ(&formats[1], StructureSerializer::defaultFormat()) << "it was not the default";
-    StructureSerializer::deregisterFormat(formats[1]);
-    EXPECT_EQ(&formats[0], StructureSerializer::defaultFormat());
-    StructureSerializer::deregisterFormat(formats[0]);
-    EXPECT_EQ(nullptr, StructureSerializer::defaultFormat());
-    StructureSerializer::deregisterFormat(formats[0]);
-    EXPECT_TRUE(StructureSerializer::allFormats().empty());
+    for (int i : {0, 1, 1}) Family::registerFormat(formats[i]);
+    EXPECT_EQ(Family::allFormats().size(), 3U);
+    EXPECT_EQ(Family::formatByName("own"), &formats[0]);
+    EXPECT_EQ(Family::defaultFormat(), &raw) << "registering leaves it alone";
+    Family::setDefaultFormat(&formats[1]);
+    Family::deregisterFormat(raw);
+    EXPECT_EQ(Family::defaultFormat(), &formats[1]) << "it was not the default";
+    Family::deregisterFormat(formats[1]);
+    EXPECT_EQ(Family::defaultFormat(), &formats[0]);
+    Family::deregisterFormat(formats[0]);
+    EXPECT_EQ(Family::defaultFormat(), nullptr);
+    Family::registerFormat(raw);
+    Family::setDefaultFormat(&raw);
 }
 
 struct Helpers : SerializerRaw {
@@ -93,74 +73,23 @@ struct Helpers : SerializerRaw {
     using SerializerRaw::standardizeSeparators;
 };
 
-TEST(SerializerRaw, Keywords) {
-    const char* const words[] = {
-        "=",   "endAssociations", "endChannel", "channel", "name",      "indexType", ":",
-        "raw", "endStream",       "stream",     "name",    "structure", "name",      "????",
-        "????"};
-    int number = 0;
-    for (const char* word : words) {
-        EXPECT_STREQ(word, Helpers::keyword(static_cast<SerializerRaw::eKeyword>(number++)));
-    }
-}
-
 TEST(SerializerRaw, TextHelpersChangeInPlaceAndReturnACopy) {
-    const struct {
-        std::string (*change)(std::string&);
-        const char* text;
-        const char* expected;
-    } cases[] = {
-        {Helpers::collapseWhitespace, "  a  b \n", "a  b"},
-        {Helpers::collapseWhitespace, "\t\v\f\r \n", ""},
-        {Helpers::collapseWhitespace,
-         "\xA0"
-         "a\x85",
-         "\xA0"
-         "a\x85"},
-        {Helpers::standardizeSeparators, "a\n\n:b\nc", "a:b:c"},
-        {Helpers::standardizeSeparators, "\n:a b: \n", ":a b: :"},
-        {Helpers::standardizeSeparators, "", ""},
+    EXPECT_STREQ(Helpers::keyword(static_cast<SerializerRaw::eKeyword>(13)), "????");
+    const std::tuple<std::string (*)(std::string&), std::string, std::string> rows[] = {
+        {Helpers::collapseWhitespace, "\t\v\f\r a  b \n", "a  b"},
+        {Helpers::collapseWhitespace, "\xA0 a\x85", "\xA0 a\x85"},
+        {Helpers::standardizeSeparators, "\na\n\n:b\nc: \n", ":a:b:c: :"},
     };
-    for (const auto& row : cases) {
-        std::string text = row.text;
-        EXPECT_EQ(row.expected, row.change(text)) << row.text;
-        EXPECT_EQ(row.expected, text);
+    for (auto [change, text, expected] : rows) {
+        EXPECT_EQ(change(text), expected);
+        EXPECT_EQ(text, expected);
     }
-}
-
-TEST(SerializerRaw, SplittingAddsNoEmptyLastPiece) {
-    const struct {
-        const char* text;
-        std::vector<std::string> pieces;
-    } cases[] = {
-        {"", {}},
-        {":", {""}},
-        {"a", {"a"}},
-        {"a:b:", {"a", "b"}},
-        {"a::b", {"a", "", "b"}},
-        {":a", {"", "a"}},
-    };
-    for (const auto& row : cases) {
-        std::vector<std::string> pieces = {"kept"};
-        EXPECT_EQ(&pieces, &Helpers::splitString(row.text, ':', pieces));
-        pieces.erase(pieces.begin());
-        EXPECT_EQ(row.pieces, pieces) << row.text;
+    for (const auto& [text, pieces] :
+         std::initializer_list<std::pair<const char*, std::vector<std::string>>>{
+             {"", {}}, {":", {""}}, {"a:b:", {"a", "b"}}, {":a::b", {"", "a", "", "b"}}}) {
+        std::vector<std::string> found;
+        EXPECT_EQ(Helpers::splitString(text, ':', found), pieces) << "no empty last piece";
     }
-}
-
-TEST(FormatDescriptions, AreTheDocumentedOnes) {
-    const auto expect = [](const auto& format, const std::string& file) {
-        std::ifstream in(METADATA_SOURCE_DIR "/tests/formats/data/" + file, std::ios::binary);
-        ASSERT_TRUE(in.is_open()) << file;
-        const std::string expected(std::istreambuf_iterator<char>(in), {});
-        std::ostringstream out;
-        out.width(4000);
-        format.getFormatDescription(out);
-        EXPECT_EQ(expected, out.str()) << file;
-    };
-    expect(AssociationsSerializerRaw::theFormat(), "associations-description.txt");
-    expect(ChannelSerializerRaw::theFormat(), "channel-description.txt");
-    expect(StructureSerializerRaw::theFormat(), "structure-description.txt");
 }
 
 }  // namespace
