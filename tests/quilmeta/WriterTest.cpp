@@ -1,254 +1,128 @@
 // Elements as JSON and as tables, and files that appear complete or not at all.
 // SPDX-License-Identifier: Apache-2.0
-#include "Captured.h"
 #include "JsonDocument.h"
 #include "NewFile.h"
 #include "TableWriter.h"
 #include "Trouble.h"
 
-#include <data/IndexPair.h>
-#include <data/IndexText.h>
+#include <data/StreamSerializerRaw.h>
 #include <data/Structure.h>
+#include <data/StructureSerializerRaw.h>
 #include <debug/RefPtr.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 namespace orbo::Quilmeta {
 namespace {
 
-using Data::Member;
 namespace fs = std::filesystem;
 
-/// A stream whose elements are given as member texts.
-class Model {
-  public:
-    void member(Member::eDataType type, unsigned int length, const char* name) {
-        EXPECT_TRUE(fStructure->addMember(type, length, name));
-    }
-    /// Values in member order, one for each part; a null text leaves the default.
-    void element(const Data::Index& index, std::initializer_list<const char*> texts) {
-        Data::Handle handle(*fStructure);
-        std::string errors;
-        auto text = texts.begin();
-        for (const Member& member : *fStructure) {
-            EXPECT_TRUE(handle.setPositionByMemberName(member.name()));
-            for (unsigned int k = 0; k < member.length() && text != texts.end(); ++k, ++text)
-                if (*text) handle.fromStr(*text, k, errors);
-        }
-        EXPECT_EQ(errors, "");
-        EXPECT_TRUE(fStream.setElement(index, handle));
-    }
-    Data::Stream& stream() { return fStream; }
-    Data::Structure& structure() { return *fStructure; }
-    std::string json() {
-        const SceneView view{{fStructure.get()}, {{"", {{Data::Channel("c"), {fStream}}}}}};
-        return captured([&](Output& output) { JsonDocument(output).write(view); });
-    }
-    std::string table() {
-        return captured([&](Output& output) { TableWriter(output, fStream, 2).write(); });
-    }
-
-  private:
-    RefPtr<Data::Structure> fStructure{new Data::Structure("S")};
-    Data::Stream fStream{*fStructure, "s"};
-};
-
-/// The lines of the elements alone.
-std::string elementLines(const std::string& document) {
-    std::string result;
-    for (size_t at = 0; (at = document.find("{ \"index\"", at)) != std::string::npos;) {
-        const size_t end = document.find('\n', at);
-        result += document.substr(at, end - at) + '\n';
-        at = end;
-    }
-    return result;
-}
-
-TEST(JsonDocument, HasItsKeysInOrder) {
-    Model model;
-    model.member(Member::kInt32, 1, "n");
-    model.element(3u, {"-5"});
-    EXPECT_EQ(model.json(), R"({
-  "quilmeta": 1,
-  "structures": [
-    { "name": "S", "members": [
-      { "name": "n", "type": "int32", "length": 1 }
-    ] }
-  ],
-  "associations": [
-    { "name": "", "channels": [
-      { "name": "c", "streams": [
-        { "name": "s", "structure": "S", "indexType": "numeric", "elements": [
-          { "index": 3, "values": { "n": -5 } }
-        ] }
-      ] }
-    ] }
-  ]
-}
-)");
-}
-
-TEST(JsonDocument, ShapesValuesByTheirLength) {
-    Model model;
-    model.member(Member::kFloat, 2, "two");
-    model.member(Member::kFloatMatrix4x4, 1, "one matrix");
-    model.member(Member::kString, 2, "texts");
-    model.element(0u, {"0.1", "1e30", "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16", "\xFF", nullptr});
-    EXPECT_EQ(elementLines(model.json()),
-              "{ \"index\": 0, \"values\": { \"two\": [0.1, 1e+30], \"one matrix\": "
-              "[1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16], "
-              "\"texts\": [{ \"base64\": \"/w==\" }, null] } }\n");
-
-    Model matrices;
-    matrices.member(Member::kDoubleMatrix4x4, 2, "m");
-    matrices.element(0u, {});
-    EXPECT_EQ(elementLines(matrices.json()),
-              "{ \"index\": 0, \"values\": { \"m\": "
-              "[[0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0], "
-              "[0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0]] } }\n");
-}
-
-/// A key cannot be an object, so the values become a list.
-TEST(JsonDocument, CarriesMemberNamesThatAreNoUtf8) {
-    Model model;
-    model.member(Member::kInt8, 1, "a\xFF");
-    model.member(Member::kBoolean, 1, "b");
-    model.element(0u, {"1", "t"});
-    EXPECT_EQ(elementLines(model.json()), "{ \"index\": 0, \"values\": [ 1, true ] }\n");
-    EXPECT_NE(model.json().find("{ \"name\": { \"base64\": \"Yf8=\" }, \"type\": \"int8\""),
-              std::string::npos);
-}
-
-TEST(JsonDocument, WritesIndicesByTheirType) {
-    Model pairs;
-    ASSERT_TRUE(pairs.stream().setIndexType("pair"));
-    pairs.element(Data::IndexPair(3, 7), {});
-    EXPECT_EQ(elementLines(pairs.json()), "{ \"index\": [3, 7], \"values\": { } }\n");
-
-    Model texts;
-    texts.element(Data::IndexText("uv", "0.5 \"1\""), {});
-    EXPECT_EQ(elementLines(texts.json()), "{ \"index\": \"0.5 \\\"1\\\"\", \"values\": { } }\n");
-}
-
-TEST(TableWriter, AlignsByWhatIsSeen) {
-    Model model;
-    model.member(Member::kFloat, 2, "at");
-    model.member(Member::kString, 1, "label");
-    model.member(Member::kUInt8, 1, "a long title");
-    model.element(5u, {"0.25", "-1", "\xE8\x8C\xB6", "7"});
-    model.element(12345678u, {"100", "2", nullptr, "255"});
-    EXPECT_EQ(model.table(), R"(     index  at       label  a long title
-         5  0.25 -1  "茶"              7
-  12345678   100  2  null            255
-)");
-}
-
-TEST(TableWriter, LetsOneLongTextStickOut) {
-    Model model;
-    model.member(Member::kString, 1, "text");
-    model.member(Member::kInt8, 1, "n");
-    const std::string text(100, 'x');
-    model.element(0u, {text.c_str(), "1"});
-    model.element(1u, {"y", "2"});
-    const std::string gap(37 + 2, ' ');
-    EXPECT_EQ(model.table(), "  index  text" + std::string(36 + 2, ' ') + "n\n      0  \"" + text +
-                                 "\"  1\n      1  \"y\"" + gap + "2\n");
-}
-
-class NewFileTest : public testing::Test {
+class WriterTest : public testing::Test {
   protected:
-    NewFileTest() {
-        std::string pattern = (fs::temp_directory_path() / "quilmetaXXXXXX").string();
+    WriterTest() {
+        std::string pattern = testing::TempDir() + "quilmetaXXXXXX";
         fFolder = ::mkdtemp(pattern.data());
-        write("scene", "the scene");
+        std::ofstream(path("scene")) << "the scene";
     }
-    ~NewFileTest() override { fs::remove_all(fFolder); }
-    std::string path(const std::string& name) const { return (fFolder / name).string(); }
-    void write(const std::string& name, const std::string& text) const {
-        std::ofstream(path(name)) << text;
+    ~WriterTest() override { fs::remove_all(fFolder); }
+
+    std::string path(const char* name) const { return (fFolder / name).string(); }
+    std::string content(const char* name) const {
+        std::ostringstream out;
+        out << std::ifstream(path(name)).rdbuf();
+        return out.str();
     }
-    std::string content(const std::string& name) const {
-        std::ifstream in(path(name));
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
-    size_t fileCount() const {
-        return static_cast<size_t>(std::distance(fs::directory_iterator(fFolder), {}));
-    }
-    void create(const std::string& name, const std::string& text) const {
-        NewFile file(path(name), path("scene"));
-        file.output().write(text);
+    template <typename Write>
+    std::string written(Write&& write) const {
+        NewFile file(path("out"), path("scene"));
+        write(file.output());
         file.commit();
+        return content("out");
     }
-    std::string refusal(const std::string& name) const {
+    std::string create(const char* name) const {
         try {
-            create(name, "new");
+            NewFile file(path(name), path("scene"));
+            file.output().write("new");
+            file.commit();
         } catch (const Trouble& trouble) {
             const std::string what = trouble.what();
             return what.substr(what.find("\" ") + 2);
         }
-        return "was written";
+        return content(name);
     }
 
     fs::path fFolder;
 };
 
-TEST_F(NewFileTest, AppearsWhenItIsComplete) {
-    write("old", "old");
+/// Both in the text format; the text's last element may lack values.
+Data::Stream stream(const std::string& structure, const std::string& elements) {
+    std::istringstream in(structure);
+    std::string errors;
+    const RefPtr<Data::Structure> made(Data::StructureSerializerRaw::theFormat().read(in, errors));
+    Data::Structure::registerStructure(*made);
+    in = std::istringstream(std::string("name s\nstructure ") + made->name() + "\n" + elements);
+    std::unique_ptr<Data::Stream> read(Data::StreamSerializerRaw::theFormat().read(in, errors));
+    Data::Structure::deregisterStructure(*made);
+    EXPECT_TRUE(read) << errors;
+    return *read;
+}
+
+TEST_F(WriterTest, JsonShapesValuesByTheirLength) {
+    const std::string matrix = "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 ";
+    const std::string list = "[1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16]";
+    const Data::Stream named =
+        stream("name=S:flt4x4=one:dbl4x4[2]=m:string=t:float[2]=two:string[2]=n",
+               "0\n" + matrix + matrix + matrix + "\"\xFF\" 0.1 1e30");
+    // A key cannot be an object, so the values of names that are no UTF-8 become a list.
+    const Data::Stream nameless = stream("name=T:int8=a\xFF:bool=b", "0\n1 t\n");
+    const SceneView view{{&nameless.structure()},
+                         {{"", {{Data::Channel("c"), {named, nameless}}}}}};
+    const std::string text = written([&](Output& output) { JsonDocument(output).write(view); });
+    for (const std::string& part :
+         {"{ \"one\": " + list + ", \"m\": [" + list + ", " + list +
+              "], \"t\": { \"base64\": "
+              "\"/w==\" }, \"two\": [0.1, 1e+30], \"n\": [null, null] } }\n",
+          std::string("\"values\": [ 1, true ] }\n"),
+          std::string("{ \"name\": { \"base64\": \"Yf8=\" }, \"type\": \"int8\"")})
+        EXPECT_NE(text.find(part), std::string::npos) << part << text;
+}
+
+TEST_F(WriterTest, TablesAlignWhatIsSeen) {
+    const std::string text(100, 'x');
+    const Data::Stream shown = stream(
+        "name=U:float[2]=at:string=label:uint8=a long title:string=note",
+        "5\n0.25 -1 \"\xE8\x8C\xB6\" 7 \"x\"\n6\n1 1 \"" + text + "\" 1 \"\"\n12345678\n100 2");
+    const std::string gap(38, ' ');
+    // One long text sticks out.
+    EXPECT_EQ(written([&](Output& output) { TableWriter(output, shown, 2).write(); }),
+              "     index  at       label" + gap.substr(1) + "a long title  note\n" +
+                  "         5  0.25 -1  \"\xE8\x8C\xB6\"" + gap + "           7  \"x\"\n" +
+                  "         6     1  1  \"" + text + "\"             1  \"\"\n" +
+                  "  12345678   100  2  null" + gap + "           0  null\n");
+}
+
+TEST_F(WriterTest, NewFilesAppearWhenTheyAreComplete) {
+    const fs::perms mine = fs::perms::owner_read | fs::perms::owner_write;
+    std::ofstream(path("old")) << "old";
+    fs::permissions(path("old"), mine);
     {
         NewFile file(path("old"), path("scene"));
         file.output().write("new");
         file.output().flush();
-        EXPECT_EQ(content("old"), "old");
     }
     EXPECT_EQ(content("old"), "old");
-    EXPECT_EQ(fileCount(), 2u);
-    fs::permissions(path("old"), fs::perms::owner_read | fs::perms::owner_write);
-    create("old", "new");
-    EXPECT_EQ(content("old"), "new");
-    EXPECT_EQ(fs::status(path("old")).permissions(),
-              fs::perms::owner_read | fs::perms::owner_write);
-    EXPECT_EQ(fileCount(), 2u);
-}
+    EXPECT_EQ(create("old"), "new");
+    EXPECT_EQ(fs::status(path("old")).permissions(), mine);
+    EXPECT_EQ(std::distance(fs::directory_iterator(fFolder), {}), 2);
 
-TEST_F(NewFileTest, NeverReplacesTheScene) {
-    fs::create_symlink("scene", path("link"));
     fs::create_hard_link(path("scene"), path("hard"));
-    for (const char* name : {"scene", "link", "hard", "./scene"})
-        EXPECT_EQ(refusal(name), "is the scene itself") << name;
-    EXPECT_EQ(content("scene"), "the scene");
-    EXPECT_EQ(fileCount(), 3u);
-}
-
-TEST_F(NewFileTest, KeepsLinksAndRefusesWhatIsNoFile) {
-    write("target", "old");
-    fs::create_symlink("target", path("link"));
-    create("link", "new");
-    EXPECT_TRUE(fs::is_symlink(path("link")));
-    EXPECT_EQ(content("target"), "new");
-
+    EXPECT_EQ(create("hard"), "is the scene itself");
     fs::create_symlink("nowhere", path("dangling"));
-    fs::create_directory(path("folder"));
-    EXPECT_EQ(refusal("dangling"), "is a symbolic link that leads nowhere");
-    EXPECT_EQ(refusal("folder"), "is not a regular file");
-    EXPECT_THROW(create("absent/file", ""), Trouble);
-    EXPECT_THROW(NewFile("/dev/null", path("scene")), Trouble);
-}
-
-TEST(Output, NoticesAFullDisk) {
-    const int full = ::open("/dev/full", O_WRONLY);
-    Output output(full, "results");
-    output.write("lost");
-    try {
-        output.flush();
-        ADD_FAILURE() << "nobody noticed";
-    } catch (const OutputTrouble& trouble) {
-        EXPECT_STREQ(trouble.what(), "results: No space left on device");
-    }
-    ::close(full);
+    EXPECT_EQ(create("dangling"), "is a symbolic link that leads nowhere");
+    EXPECT_EQ(content("scene"), "the scene");
 }
 
 }  // namespace
