@@ -37,59 +37,58 @@ class ScriptedFileSystem : public FileSystem {
         };
     }
 
-    std::unique_ptr<File> open(const std::string& name, Mode mode) override;
-};
-
-class ScriptedFile : public File {
-  public:
-    ScriptedFile(ScriptedFileSystem& system, std::string& bytes, FileSystem::Mode mode)
-        : fSystem(system), fBytes(bytes), fWritable(mode == FileSystem::Mode::kReadWrite) {}
-
-    std::optional<std::uint64_t> size() override {
-        if (fSystem.fails(Call::kSize)) return std::nullopt;
-        return fBytes.size();
+    std::unique_ptr<File> open(const std::string& name, Mode mode) override {
+        const auto found = files.find(name);
+        if (fails(Call::kOpen) || found == files.end()) return nullptr;
+        return std::make_unique<OpenFile>(*this, found->second, mode);
     }
-    bool seek(std::uint64_t offset) override {
-        fPosition = static_cast<std::size_t>(offset);
-        return !fSystem.fails(Call::kSeek);
-    }
-    std::optional<std::size_t> read(char* to, std::size_t count) override {
-        if (fSystem.fails(Call::kRead)) return std::nullopt;
-        const std::size_t got =
-            fPosition < fBytes.size() ? fBytes.copy(to, count, fPosition) : std::size_t{0};
-        fPosition += got;
-        fSystem.bytesRead += got;
-        fSystem.largestRead = std::max(fSystem.largestRead, got);
-        return got;
-    }
-    bool write(const char* from, std::size_t count) override {
-        const bool failing = fSystem.fails(Call::kWrite) || !fWritable;
-        const std::size_t put = failing ? count / 2 : count;
-        if (fBytes.size() < fPosition + put) fBytes.resize(fPosition + put);
-        fBytes.replace(fPosition, put, from, put);
-        fSystem.lowestWrite = std::min<std::uint64_t>(fSystem.lowestWrite, fPosition);
-        fSystem.bytesWritten += put;
-        fPosition += put;
-        return !failing;
-    }
-    bool truncate(std::uint64_t length) override {
-        if (fSystem.fails(Call::kTruncate) || !fWritable) return false;
-        fBytes.resize(static_cast<std::size_t>(length));
-        return true;
-    }
-    bool sync() override { return !fSystem.fails(Call::kSync); }
 
   private:
-    ScriptedFileSystem& fSystem;
-    std::string& fBytes;
-    bool fWritable;
-    std::size_t fPosition = 0;
-};
+    class OpenFile : public File {
+      public:
+        OpenFile(ScriptedFileSystem& system, std::string& bytes, FileSystem::Mode mode)
+            : fSystem(system), fBytes(bytes), fWritable(mode == FileSystem::Mode::kReadWrite) {}
 
-inline std::unique_ptr<File> ScriptedFileSystem::open(const std::string& name, Mode mode) {
-    const auto found = files.find(name);
-    if (fails(Call::kOpen) || found == files.end()) return nullptr;
-    return std::make_unique<ScriptedFile>(*this, found->second, mode);
-}
+        std::optional<std::uint64_t> size() override {
+            if (fSystem.fails(Call::kSize)) return std::nullopt;
+            return fBytes.size();
+        }
+        bool seek(std::uint64_t offset) override {
+            fPosition = static_cast<std::size_t>(offset);
+            return !fSystem.fails(Call::kSeek);
+        }
+        std::optional<std::size_t> read(char* to, std::size_t count) override {
+            if (fSystem.fails(Call::kRead)) return std::nullopt;
+            const std::size_t got =
+                fPosition < fBytes.size() ? fBytes.copy(to, count, fPosition) : std::size_t{0};
+            fPosition += got;
+            fSystem.bytesRead += got;
+            fSystem.largestRead = std::max(fSystem.largestRead, got);
+            return got;
+        }
+        bool write(const char* from, std::size_t count) override {
+            const bool failing = fSystem.fails(Call::kWrite) || !fWritable;
+            const std::size_t put = failing ? count / 2 : count;
+            if (fBytes.size() < fPosition + put) fBytes.resize(fPosition + put);
+            fBytes.replace(fPosition, put, from, put);
+            fSystem.lowestWrite = std::min<std::uint64_t>(fSystem.lowestWrite, fPosition);
+            fSystem.bytesWritten += put;
+            fPosition += put;
+            return !failing;
+        }
+        bool truncate(std::uint64_t length) override {
+            if (fSystem.fails(Call::kTruncate) || !fWritable) return false;
+            fBytes.resize(static_cast<std::size_t>(length));
+            return true;
+        }
+        bool sync() override { return !fSystem.fails(Call::kSync); }
+
+      private:
+        ScriptedFileSystem& fSystem;
+        std::string& fBytes;
+        bool fWritable;
+        std::size_t fPosition = 0;
+    };
+};
 
 }  // namespace orbo::Files

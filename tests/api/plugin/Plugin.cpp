@@ -1,4 +1,4 @@
-// A plug-in as others would write one: an index type, two formats and an accessor of its own.
+// A plug-in as others would write one: an index type, a format and an accessor of its own.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/MetaData.h>
 
@@ -17,16 +17,14 @@ class IndexTriple : public CRTP_IndexType<IndexTriple> {
 
     explicit IndexTriple(const std::string& text) {
         std::istringstream in(text);
-        if (!(in >> std::get<0>(fNumbers) >> std::get<1>(fNumbers) >> std::get<2>(fNumbers)))
-            throw Index::eMalformedIndex;
+        auto& [x, y, z] = fNumbers;
+        if (!(in >> x >> y >> z)) throw Index::eMalformedIndex;
         if (in >> std::ws; !in.eof()) throw Index::eTrailingData;
     }
 
     [[nodiscard]] std::string asString() const override {
-        std::ostringstream out;
-        out << std::get<0>(fNumbers) << ' ' << std::get<1>(fNumbers) << ' '
-            << std::get<2>(fNumbers);
-        return out.str();
+        const auto& [x, y, z] = fNumbers;
+        return std::to_string(x) + ' ' + std::to_string(y) + ' ' + std::to_string(z);
     }
     [[nodiscard]] bool supportsDenseMode() const override { return false; }
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType&) const override { return 0; }
@@ -51,20 +49,15 @@ class IndexTriple : public CRTP_IndexType<IndexTriple> {
 const std::string IndexTriple::myTypeName = "triple";
 IndexType::IndexRegistration IndexTriple::myRegistration(myTypeName, doCreate);
 
-/// A format that is registered while it lives.
-template <typename Format>
-class Registered : public Format {
-  public:
-    Registered() { Format::registerFormat(*this); }
-    Registered(const Registered&) = delete;
-    Registered& operator=(const Registered&) = delete;
-    ~Registered() override { Format::deregisterFormat(*this); }
-    [[nodiscard]] const char* formatType() const override { return "words"; }
-};
-
 /// Structures as words: a name, then the names of float members.
-class WordsStructures : public Registered<StructureSerializer> {
+class Words : public StructureSerializer {
   public:
+    Words() { registerFormat(*this); }
+    Words(const Words&) = delete;
+    Words& operator=(const Words&) = delete;
+    ~Words() override { deregisterFormat(*this); }
+
+    [[nodiscard]] const char* formatType() const override { return "words"; }
     Structure* read(std::istream& in, std::string& errors) const override {
         std::string word;
         if (!(in >> word)) {
@@ -83,24 +76,7 @@ class WordsStructures : public Registered<StructureSerializer> {
     }
     void getFormatDescription(std::ostream& out) const override { out << "A name, members"; }
 };
-const WordsStructures wordsStructures;
-
-/// Streams as words, for writing only: the name, then the indices.
-class WordsStreams : public Registered<StreamSerializer> {
-  public:
-    Stream* read(std::istream&, std::string& errors) const override {
-        errors += "Words cannot be read back";
-        return nullptr;
-    }
-    int write(const Stream& stream, std::ostream& out, std::string&) const override {
-        out << stream.name();
-        for (auto it = stream.cbegin(); it != stream.cend(); ++it)
-            out << " (" << it.index().asString() << ')';
-        return 0;
-    }
-    void getFormatDescription(std::ostream& out) const override { out << "A name, indices"; }
-};
-const WordsStreams wordsStreams;
+const Words words;
 
 /// Finds an empty channel named after the file in every file.
 class MemoAccessor : public Accessor {
