@@ -140,5 +140,22 @@ TEST_F(StreamText, ReadingOneMemberNamesEachBadValueOfAMatrix) {
     EXPECT_LT(text.looks, 40) << "what stands in the way is looked at once for all";
 }
 
+// Once there are errors, the rest is counted and not kept; text that ends early has errors too.
+TEST_F(StreamText, ErrorsAreCountedWithoutKeepingElements) {
+    define("Frames", {{Member::kFloatMatrix4x4, 2}, {Member::kDoubleMatrix4x4, 1}});
+    const auto alive = Handle::objectsAlive();
+    EXPECT_EQ(read("name S\nstructure Frames\n0\nx\n1\n1 2 x\n2\nx"),
+              "142 errors found, Stream not created");
+    EXPECT_EQ(Handle::objectsAlive(), alive);
+    EXPECT_EQ(read("name S\nstructure Frames\n0\n1 2 3"), "45 errors found, Stream not created");
+    EXPECT_EQ(readValues("Tag", std::string("7 \"ab\0cd\"", 9)),
+              "1 error found, Stream not created");
+    std::string many = "name S\nstructure Byte\n";
+    for (int i = 0; i < 20000; ++i) many += "bad index\n";
+    const std::string errors = read(many);
+    EXPECT_LT(errors.size(), 20000U);
+    EXPECT_NE(errors.find("20000 errors found, Stream not created"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace orbo::Data
