@@ -14,7 +14,9 @@ class NeverDestroyed {
     /// `construct` makes the T at the address it is given; a lambda of the T's own class may call a
     /// private constructor.
     template <typename Construct>
-    explicit NeverDestroyed(Construct construct) : fObject(construct(fStorage)) {}
+    explicit NeverDestroyed(Construct construct) {
+        fObject = construct(fStorage);
+    }
     NeverDestroyed(const NeverDestroyed&) = delete;
     NeverDestroyed& operator=(const NeverDestroyed&) = delete;
 
@@ -22,7 +24,7 @@ class NeverDestroyed {
 
   private:
     alignas(T) unsigned char fStorage[sizeof(T)];
-    T* fObject;
+    T* fObject = nullptr;
 };
 
 }  // namespace orbo
