@@ -2,14 +2,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <data/Handle.h>
+#include <data/IndexPair.h>
+#include <data/IndexString.h>
 #include <data/Stream.h>
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
+#include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace orbo::Data {
 
@@ -59,13 +61,6 @@ inline RefPtr<Structure> bytesStructure(unsigned int size) {
     RefPtr<Structure> structure(new Structure("Bytes"));
     if (size != 0) structure->addMember(Member::kUInt8, size, "bytes");
     return structure;
-}
-
-/// Makes the structure's elements larger than any address space.
-inline void makeGigantic(Structure& structure) {
-    for (int i = 0; i < 1024; ++i) {
-        structure.addMember(Member::kDoubleMatrix4x4, ~0U, ("huge" + std::to_string(i)).c_str());
-    }
 }
 
 }  // namespace orbo::Data

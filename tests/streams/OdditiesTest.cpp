@@ -1,18 +1,17 @@
-// Behaviour that looks wrong and is required: callers have come to rely on it.
+// What callers have come to rely on: behaviour that looks wrong, and dumps, word for word.
 // SPDX-License-Identifier: Apache-2.0
 
-#include <data/IndexPair.h>
-#include <data/IndexString.h>
-#include <data/Stream.h>
-#include <gtest/gtest.h>
+#include <debug/Footprint.h>
 
-#include <string>
-
+#include "debug/Printed.h"
 #include "streams/Elements.h"
+#include "streams/StreamImplDense.h"
 
 namespace orbo::Data {
 
 namespace {
+
+using Debug::printed;
 
 TEST(Oddities, OfIndicesAreKept) {
     const auto created = Index::objectsCreated();
@@ -61,6 +60,46 @@ TEST(Oddities, OfStreamsAreKept) {
     copy.makeUnique();
     stream.useDenseStorage(true);
     EXPECT_FALSE(copy.useDefaults() || stream.useDefaults()) << "copies of storage lose it";
+}
+
+TEST(StreamDebugTest, Mapped) {
+    const RefPtr<Structure> structure = numberAndText();
+    Stream stream(*structure, "items");
+    stream.setElementRange(2, IndexPair(3, 4));
+    stream.setElement(5, item(*structure, 7, "seven"));
+    stream.setElement(IndexPair(1, 2), Handle(*structure, nullptr));
+    EXPECT_EQ(printed(&stream) + printed<Stream>(nullptr),
+              "Data Stream (Mapped)\n{\n"
+              "    Data Stream 'items' uses structure 'Item' with index type 'numeric'\n"
+              "    Lowest valid index = 2\n    Highest valid index = \n"
+              "    Stream Elements\n    {\n        Element count = 2\n"
+              "        Index (5), Handle (1 elements: [ 7 ])\n"
+              "        Index (1 2), Handle (1 elements: [ 0 ])\n    }\n}\n");
+}
+
+TEST(StreamDebugTest, Dense) {
+    const RefPtr<Structure> structure = numberAndText();
+    Stream stream = denseStream(*structure);
+    stream.setElement(1, item(*structure, 7, "seven"));
+    EXPECT_EQ(printed(&stream),
+              "Data Stream\n{\n"
+              "    Data Stream 'dense' uses structure 'Item' with index type 'numeric'\n"
+              "    Highest valid index = 2\n    Number allocated    = 170\n"
+              "    Stream Elements\n    {\n        Element count = 2\n"
+              "        [0] 1 elements: [ 0 ] | 2 elements: [   ]\n"
+              "        [1] 1 elements: [ 7 ] | 2 elements: [   ]\n    }\n}\n");
+    Debug::Footprint footprint;
+    EXPECT_TRUE(Stream::Debug(&stream, footprint));
+    EXPECT_EQ(footprint.totalSize(), sizeof(Stream) + sizeof(StreamImplDense) +
+                                         170 * structure->totalSize() + sizeof "seven");
+    stream.clear();
+    EXPECT_THAT(printed(&stream, Stream::kDebugHex),
+                testing::HasSubstr("\n        [1] PTR: 0x(nil) : 1 elements: [ 0 ](0x(nil)) "));
+    // Numbers are aligned, except behind some powers of ten.
+    stream.setElementRange(1, 101);
+    EXPECT_THAT(printed(&stream), testing::HasSubstr(" [ 0] "));
+    stream.setElementRange(1, 110);
+    EXPECT_THAT(printed(&stream), testing::HasSubstr(" [  0] "));
 }
 
 }  // namespace
