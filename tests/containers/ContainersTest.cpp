@@ -1,28 +1,23 @@
-// The iterators and dumps of both containers, and their odd but required answers.
+// What both containers have in common: order, iterators, dumps, and odd but required answers.
 // SPDX-License-Identifier: Apache-2.0
 #include "Streams.h"
+#include "containers/NameOrdered.h"
+#include "debug/Printed.h"
 
 #include <data/Associations.h>
-#include <gtest/gtest.h>
 
-#include <functional>
 #include <stdexcept>
 
 namespace orbo::Data {
 namespace {
 
-std::string messageOf(const std::function<void()>& dereference) {
-    try {
-        dereference();
-    } catch (const std::out_of_range& error) {
-        return error.what();
-    }
-    return "nothing thrown";
-}
+using testing::ElementsAre;
 
 template <typename Container>
-void walk(const Container& container) {
+void checkIterators(const Container& container, const std::string& kind, const std::string& first) {
+    using Iterator = typename Container::iterator;
     auto iterator = container.begin();
+    EXPECT_EQ(kind + "Iterator positioned at " + first + ".\n", Debug::printed(&iterator));
     const auto before = iterator++;
     EXPECT_EQ("Z a", before->name() + ' ' + (*iterator).name());
     EXPECT_NE(before, iterator);
@@ -32,73 +27,96 @@ void walk(const Container& container) {
     EXPECT_EQ(container.cbegin(), iterator);
     EXPECT_EQ(Container(container).end(), container.end());
     EXPECT_NE(Container().end(), Container().end());
-    EXPECT_NE(Container().end(), typename Container::iterator());
-    EXPECT_EQ(typename Container::iterator(), typename Container::iterator());
-}
+    EXPECT_NE(Container().end(), Iterator());
+    EXPECT_EQ(Iterator(), Iterator());
 
-template <typename Container>
-void dereferenceAndPrint(const Container& container, const std::string& kind,
-                         const std::string& first) {
-    using Iterator = typename Container::iterator;
+    const auto throws = [](const std::string& message) {
+        return testing::ThrowsMessage<std::out_of_range>(message);
+    };
     const std::string record = kind + "Impl::Iterator::operator";
     for (const Iterator& end : {container.end(), Iterator()}) {
         Iterator changeable = end;
         ++changeable;
-        EXPECT_EQ(record + "*", messageOf([&] { (void)*changeable; }));
-        EXPECT_EQ(record + "*", messageOf([&] { (void)*end; }));
-        EXPECT_EQ(record + "->", messageOf([&] { (void)changeable->name(); }));
-        EXPECT_EQ("const " + record + "->", messageOf([&] { (void)end->name(); }));
-        EXPECT_EQ(kind + "Iterator postioned at the end.\n", printed(&end, true));
+        EXPECT_THAT([&] { (void)*changeable; }, throws(record + "*"));
+        EXPECT_THAT([&] { (void)*end; }, throws(record + "*"));
+        EXPECT_THAT([&] { (void)changeable->name(); }, throws(record + "->"));
+        EXPECT_THAT([&] { (void)end->name(); }, throws("const " + record + "->"));
+        EXPECT_EQ(kind + "Iterator postioned at the end.\n", Debug::printed(&end));
     }
-    const Iterator begin = container.begin();
-    EXPECT_EQ(kind + "Iterator positioned at " + first + ".\n", printed(&begin, true));
 }
 
-TEST(IteratorsTest, OfChannels) {
+TEST(ContainersTest, IteratorsWalkAndThrowAndSayWhereTheyAre) {
     Channel channel;
-    for (const char* name : {"a", "Z"}) channel.setDataStream(Streams().make(name));
-    walk(channel);
-    dereferenceAndPrint(channel, "Channel", "Stream Z");
+    Associations associations;
+    for (const char* name : {"a", "Z"}) {
+        channel.setDataStream(Streams().make(name));
+        associations.channel(name);
+    }
+    checkIterators(channel, "Channel", "Stream Z");
+    checkIterators(associations, "Associations", "Channel Z");
     int number = 9;
     for (Stream& stream : channel) stream = Streams().make("n" + std::to_string(number--));
-    EXPECT_EQ((std::vector<std::string>{"n8", "n9"}), names(channel)) << "renamed on the way";
+    EXPECT_THAT(names(channel), ElementsAre("n8", "n9")) << "renamed on the way";
 }
 
-TEST(IteratorsTest, OfAssociations) {
+TEST(ContainersTest, ArePrintedInOrder) {
     Associations associations;
-    for (const char* name : {"a", "Z"}) associations.channel(name);
-    walk(associations);
-    dereferenceAndPrint(associations, "Associations", "Channel Z");
-}
-
-TEST(ContainersDebug, PrintsChannelsAndStreamsInOrder) {
-    Associations associations;
-    EXPECT_EQ("Data Associations\nNo channels\n", printed(&associations, false));
+    EXPECT_EQ("Data Associations\nNo channels\n", Debug::printed(&associations, "none", false));
     associations.channel("b");
     Channel first = associations.channel("a");
     for (const char* name : {"t", "s"}) first.setDataStream(Streams().make(name));
-    const std::string text = printed(&associations, false);
-    EXPECT_EQ(0U, text.find("Data Associations\nChannel a\n{\n    Stream 0\n    {\n"
-                            "        Data Stream (Mapped)\n        {\n"
-                            "            Data Stream 's' uses structure 'Number'"));
+    const std::string text = Debug::printed(&associations, "none", false);
+    EXPECT_THAT(text, testing::StartsWith("Data Associations\nChannel a\n{\n    Stream 0\n    {\n"
+                                          "        Data Stream (Mapped)\n        {\n"
+                                          "            Data Stream 's' uses structure 'Item'"));
     EXPECT_LT(text.find("    Stream 1\n"), text.find("Data Stream 't'"));
-    const std::string end = "    }\n}\nChannel b\n{\n    Empty Channel\n}\n";
-    EXPECT_EQ(end, text.substr(text.size() - end.size()));
+    EXPECT_THAT(text, testing::EndsWith("    }\n}\nChannel b\n{\n    Empty Channel\n}\n"));
 }
 
 // Each of these looks like a mistake and is relied on; that dumps of associations are
 // false is above.
-TEST(ContainersOddities, Stay) {
+TEST(ContainersTest, OdditiesStay) {
     Associations associations;
     associations.channel("old");
     EXPECT_FALSE(associations.renameChannel("old", "new")) << "an existing channel stays";
     EXPECT_FALSE(associations.renameChannel("x", "new")) << "nor one that is not there";
-    EXPECT_EQ(std::vector<std::string>{"old"}, names(associations));
+    EXPECT_THAT(names(associations), ElementsAre("old"));
     Channel empty;
     const Channel sharesEmpty(empty);
     EXPECT_FALSE(empty.makeUnique()) << "it detaches, but says it did not";
     EXPECT_NE(empty, sharesEmpty);
-    EXPECT_EQ("", printed<Associations>(nullptr, false) + printed<Channel>(nullptr, false));
+    EXPECT_EQ("", Debug::printed<Associations>(nullptr, "none", false) +
+                      Debug::printed<Channel>(nullptr, "none", false));
+}
+
+struct NameOf {
+    const std::string& operator()(const std::string* entry) const { return ++calls, *entry; }
+    static inline unsigned long calls = 0;
+};
+
+/// The names looked at while each of `count` entries is renamed by the owner of the set.
+unsigned long stepsOfRenames(unsigned int count) {
+    std::vector<std::string> names;
+    for (unsigned int i = 0; i < count; ++i) names.push_back("name" + std::to_string(i));
+    NameOrdered<const std::string*, NameOf> set;
+    for (const std::string& name : names) set.insert(&name);
+    NameOf::calls = 0;
+    std::uint64_t renames = 0;
+    for (std::string& name : names) {
+        const auto entry = set.find(name, renames);
+        name = "renamed" + name;
+        set.file(entry);
+        set.markSorted(++renames);
+        EXPECT_NE(set.end(), set.find(name, renames));
+    }
+    set.sort(renames);
+    return NameOf::calls;
+}
+
+TEST(NameOrdered, RenamesByTheOwnerTakeAFewStepsEach) {
+    const unsigned long steps = stepsOfRenames(1000);
+    EXPECT_LE(steps, 1000 * 3);
+    EXPECT_EQ(2 * steps, stepsOfRenames(2000));
 }
 
 }  // namespace
