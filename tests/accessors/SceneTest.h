@@ -1,13 +1,17 @@
-// A small language for tests of text scenes: make one of statements, read, edit, write, look.
+// A small language for tests of scenes: make one of words, read, edit, write, look.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <data/Structure.h>
-#include <debug/RefPtr.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <map>
+#include <regex>
 #include <set>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "accessors/QuilAsciiFileAccessor.h"
 #include "files/ScriptedFileSystem.h"
@@ -23,16 +27,19 @@ inline std::string sceneFront() {
     while (front.size() < 1100) front += "createNode transform -n \"node\";\n\tsetAttr \".t\" 1;\n";
     return front + "select -ne :time1;\n\tsetAttr \".o\" 1;\n";
 }
+inline std::string teapot() {
+    std::ostringstream scene;
+    scene << std::ifstream(METADATA_SCENES_DIR "/teapot.kx", std::ios::binary).rdbuf();
+    return scene.str();
+}
 
 /// As the library writes them, for texts that need no escapes but line feeds.
 inline std::string structureStatement(const std::string& text) {
     return "dataStructure -fmt \"raw\" -as \"" + text + "\";\n";
 }
-inline std::string nodeStatement(const std::string& name, std::string text) {
-    for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos;) {
-        text.replace(at, 1, "\\n");
-    }
-    return "applyMetadata -fmt \"raw\" -v \"" + text + "\" \n\t\t" + name + ";\n";
+inline std::string nodeStatement(const std::string& name, const std::string& text) {
+    const std::string escaped = std::regex_replace(text, std::regex("\n"), "\\n");
+    return "applyMetadata -fmt \"raw\" -v \"" + escaped + "\" \n\t\t" + name + ";\n";
 }
 /// Associations with one channel "c" of one stream "s".
 inline std::string oneStream(const std::string& structure, const std::string& elements,
@@ -40,28 +47,66 @@ inline std::string oneStream(const std::string& structure, const std::string& el
     return "channel\nname c\nstream\nname s\nindexType " + indexType + "\nstructure " + structure +
            "\n" + elements + "endStream\nendChannel\nendAssociations\n";
 }
-inline Stream& streamOf(Accessor& accessor, const std::string& node) {
-    return *accessor.associations().at(node).findChannel("c")->findDataStream("s");
+
+inline std::string node(const std::string& name, const std::string& number) {
+    return nodeStatement(name == "own" ? "-scn" : name, oneStream("A", "0\n" + number + "\n"));
 }
-inline void setNumber(Accessor& accessor, const std::string& node, const Index& index, int value) {
-    Stream& stream = streamOf(accessor, node);
-    Handle handle(stream.structure());
-    *handle.asInt32() = value;
-    stream.setElement(index, handle);
+
+/// The one of this word; any other word is a line.
+inline std::string statement(const std::string& word) {
+    static const std::map<std::string, std::string> kWords = {
+        {"A", structureStatement("name=A:int32=x")},
+        {"B", structureStatement("name=B:string=s")},
+        // Other structures of the name, and texts that are none.
+        {"A2", structureStatement("name=A:float=y")},
+        {"A3", structureStatement("name=A:int32=x:int32=z")},
+        {"A!", structureStatement("name=A:bogus=x")},
+        // Both hold more than readers take from them.
+        {"B+", structureStatement("name=B:int32=b:int32[0]=a")},
+        {"n2+", nodeStatement("n2", oneStream("A", "0\n7 and more\n0\n8\n"))},
+        {"n1//", "applyMetadata\n//b\n" + node("n1", "7").substr(13)},
+        {"noTarget", "applyMetadata -fmt \"raw\" -v \"\" \n\t\t;\n"},
+        {"open", "applyMetadata -fmt \"raw\" -v \"\"\n"},
+        {"blank", "\n"},
+        {"end", kTrailer},
+        // An index type that nobody registered.
+        {"odd", nodeStatement("n3", oneStream("A", "ab\n1\n", "odd"))},
+    };
+    // Associations of nodes and of the scene, with one number; "!" are unreadable.
+    static const std::regex kNode("(n\\d|own)(=(\\d+)|!)?");
+    if (const auto found = kWords.find(word); found != kWords.end()) return found->second;
+    std::smatch parts;
+    if (!std::regex_match(word, parts, kNode)) return word + "\n";
+    if (parts[2] == "!") return nodeStatement(parts[1], "nonsense");
+    return node(parts[1], parts[3].matched ? parts[3].str() : "7");
 }
-inline void removeStructure(Accessor& accessor, const std::string& name) {
-    Accessor::StructureSet left;
-    for (const Structure* structure : accessor.structures()) {
-        if (structure->name() != name) left.insert(structure);
-    }
-    accessor.setStructures(left);
+
+inline std::vector<std::string> split(const std::string& text, char separator = ' ') {
+    std::vector<std::string> parts;
+    std::istringstream in(text);
+    for (std::string part; std::getline(in, part, separator);) parts.push_back(part);
+    return parts;
+}
+inline std::string statements(const std::string& words) {
+    std::string all;
+    for (const std::string& word : split(words)) all += statement(word);
+    return all;
 }
 
 class SceneTest : public testing::Test {
   protected:
     using Names = std::set<std::string>;
 
-    void makeScene(const std::string& section) { file() = sceneFront() + section + kTrailer; }
+    static std::string nodeName(const std::string& word) { return word == "own" ? "" : word; }
+    static Names namesOf(const std::string& words) {
+        Names names;
+        for (const std::string& word : split(words)) names.insert(nodeName(word));
+        return names;
+    }
+
+    void makeScene(const std::string& words) {
+        file() = sceneFront() + statements(words) + kTrailer;
+    }
     [[nodiscard]] std::string& file() { return fSystem.files["scene.kx"]; }
     /// What lies between the front and the trailer.
     [[nodiscard]] std::string section() {
@@ -76,21 +121,57 @@ class SceneTest : public testing::Test {
         fErrors.clear();
         return fAccessor.read("scene.kx", structures, associations, fErrors);
     }
+    /// Names as `model()` gives them; "*" means all.
+    bool read(const std::string& filter) {
+        const std::size_t bar = filter.find('|');
+        const Names structures = namesOf(filter.substr(0, bar));
+        const Names associations = namesOf(filter.substr(bar + 1));
+        return read(structures.count("*") > 0 ? nullptr : &structures,
+                    associations.count("*") > 0 ? nullptr : &associations);
+    }
     bool write() {
         fErrors.clear();
         return fAccessor.write(fErrors);
     }
-    /// "A B | n1 n2": structures, then associations, the scene's own as "''".
+    /// "A B|own n1 n2": structures, then associations.
     [[nodiscard]] std::string model() const {
         std::string names;
-        for (const Structure* structure : fAccessor.structures()) {
-            names += structure->name() + std::string(" ");
+        for (const Structure* s : fAccessor.structures()) names += s->name() + std::string(" ");
+        if (!names.empty()) names.pop_back();
+        names += "| ";
+        for (const auto& [node, associations] : fAccessor.associations()) {
+            names += (node.empty() ? "own" : node) + " ";
         }
-        names += "|";
-        for (const auto& entry : fAccessor.associations()) {
-            names += entry.first.empty() ? " ''" : " " + entry.first;
+        names.pop_back();
+        return std::regex_replace(names, std::regex("\\| "), "|");
+    }
+
+    [[nodiscard]] Stream& stream(const std::string& node) {
+        return *fAccessor.associations().at(node).findChannel("c")->findDataStream("s");
+    }
+    void setNumber(const std::string& node, const Index& index, int value) {
+        Handle handle(stream(node).structure());
+        *handle.asInt32() = value;
+        stream(node).setElement(index, handle);
+    }
+    /// In words: "n1=9" sets the number, "n2=n1" copies, "n2" only touches, "-n1" and "-A" remove.
+    void edit(const std::string& words) {
+        Accessor::AssociationsMap& nodes = fAccessor.associations();
+        for (const std::string& word : split(words)) {
+            const std::vector<std::string> sides = split(word, '=');
+            if (sides.size() == 2 && std::isdigit(sides[1][0])) {
+                setNumber(sides[0], 0, std::stoi(sides[1]));
+            } else if (word[0] == '-') {
+                nodes.erase(nodeName(word.substr(1)));
+                Accessor::StructureSet left;
+                for (const Structure* structure : fAccessor.structures()) {
+                    if (structure->name() != word.substr(1)) left.insert(structure);
+                }
+                fAccessor.setStructures(left);
+            } else {
+                nodes[sides[0]] = nodes[sides.back()];
+            }
         }
-        return names;
     }
 
     Files::ScriptedFileSystem fSystem;

@@ -1,41 +1,22 @@
 // Reading the metadata of text scenes.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/IndexText.h>
-#include <data/StructureSerializer.h>
+#include <debug/RefPtr.h>
 #include <gmock/gmock.h>
 
-#include <fstream>
-#include <sstream>
-
 #include "accessors/SceneTest.h"
+#include "files/BackwardLineReader.h"
 
 namespace orbo::Data {
 namespace {
 
-using testing::HasSubstr;
-
-const std::string kA = structureStatement("name=A:int32=x");
-const std::string kOtherA = structureStatement("name=A:float=y");
-const std::string kB = structureStatement("name=B:string=s");
-const std::string kN1 = nodeStatement("n1", oneStream("A", "0\n7\n"));
-const std::string kN2 = nodeStatement("n2", oneStream("B", "0\n\\\"seven\\\"\n"));
-const std::string kSceneOwn = nodeStatement("-scn", oneStream("A", "0\n9\n"));
-
-class TextSceneRead : public SceneTest {
-  protected:
-    int number(const std::string& node) { return *streamOf(fAccessor, node).element(0).asInt32(); }
-};
+class TextSceneRead : public SceneTest {};
 
 TEST_F(TextSceneRead, HeaderTable) {
-    struct Row {
-        std::string line;
-        const char* message;
-    };
-    const Row rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"//Quil ASCII 2016 scene\n", ""},
-        {"//Quil ASCII 2016 scene", ""},
         {"//Quil ASCII 2014 scene\r\n", ""},
-        {"//Quil ASCII 2099 whatever you like scene\n", ""},
+        {"//Quil ASCII 2099 whatever you like scene", ""},
         {"", "Error reading header."},
         {"\n", "Header too small."},
         {"//Quil ASCII 201 scene\r\n", "Header too small."},
@@ -46,36 +27,31 @@ TEST_F(TextSceneRead, HeaderTable) {
         {"//Quil ASCII 2016 scene\r\r\n", "Unexpected header end."},
         {"//Quil ASCII 2013 scene\n", "Unsupported year."},
         {"//Quil ASCII abcd scene\n", "Unsupported year."},
-        {"//Quil ASCII  2016 scene\n", "Unsupported year."},
         {"//Quil ASCII 2016" + std::string(5000, ' ') + " scene\n", "Unexpected header end."},
     };
-    for (const Row& row : rows) {
-        file() = row.line;
-        const bool good = *row.message == '\0';
-        EXPECT_EQ(read(), good) << row.line;
-        EXPECT_EQ(fErrors, row.message) << row.line;
-        EXPECT_EQ(fAccessor.isFileSupported("scene.kx"), good);
+    for (const auto& [line, message] : rows) {
+        file() = line;
+        EXPECT_EQ(read(), message.empty()) << line;
+        EXPECT_EQ(fErrors, message) << line;
+        EXPECT_EQ(fAccessor.isFileSupported("scene.kx"), message.empty()) << line;
     }
-    EXPECT_FALSE(fAccessor.isFileSupported(""));
-    EXPECT_FALSE(fAccessor.isFileSupported("other.kx"));
-}
-
-TEST_F(TextSceneRead, SaysWhyThereIsNoFile) {
-    EXPECT_FALSE(fAccessor.read("", fErrors));
-    EXPECT_FALSE(fAccessor.read("other.kx", fErrors));
+    fErrors.clear();
+    for (const char* missing : {"", "other.kx"}) {
+        EXPECT_FALSE(fAccessor.isFileSupported(missing));
+        EXPECT_FALSE(fAccessor.read(missing, fErrors));
+    }
     EXPECT_EQ(fErrors, "Empty file name.\nCould not open other.kx");
 }
 
 TEST_F(TextSceneRead, FailingCallsAreReported) {
-    makeScene(kA + kN1);
-    std::set<std::string> messages;
+    makeScene("A n1");
+    Names messages;
     int calls = 0;
     for (const bool fromThenOn : {false, true}) {
         for (calls = 0;; ++calls) {
             fSystem.failAt(calls, fromThenOn);
             if (read()) break;
             EXPECT_EQ(model(), "|");
-            EXPECT_FALSE(fErrors.empty());
             messages.insert(fErrors);
         }
     }
@@ -84,90 +60,69 @@ TEST_F(TextSceneRead, FailingCallsAreReported) {
                                "Could not seek previous block.", "Could not read block."}));
 }
 
-TEST_F(TextSceneRead, BuildsTheModel) {
-    makeScene(kN2 + kA + kSceneOwn + kB + kN1);
+TEST_F(TextSceneRead, ModelsAndMessages) {
+    const std::string structure = "dataStructure\n-fmt\n\"raw\"";
+    const std::string associations = "applyMetadata\n-fmt\n\"raw\"";
+    struct Row {
+        std::string scene;
+        std::string model;
+        std::string errors = "";  // as much as there is here
+        std::string filter = "*|*";
+    };
+    const Row rows[] = {
+        {"n2 A own B n1", "A B|own n1 n2"},  // structures may come last
+        {"A n1 end B A2", "A|n1"},           // nothing behind the trailer is metadata
+        {"A n1 end B A2" + std::string(70000, ' '), "A|n1"},
+        {"A end n1 end B", "A|n1"},
+        // A command of the scene's ends the search, wherever nothing is open.
+        {"B connectAttr; A n1", "A|n1"},
+        {"B //x; blank setAttr\na; A n1", "A|n1"},
+        {"A x\nselect; n1 \tsetAttr;\nrequires; B", "A B|n1"},
+        {"open selection; A n1", "A|n1 selection"},
+
+        {"A B n1 n2 own", "A|n2", "", "A|n2"},
+        {"A B n1 n2 own", "|own n1", "", "|own n1"},
+        {"A B n1 n2 own", "B|", "", "B none|none"},
+        {"A B n1 n2 own", "|", "", "|"},
+        {"A B n1 n2 own", "A B|n1", "", "*|n1"},
+        {"A B n1 n2 own", "|own n1 n2", "", "n1|*"},
+
+        {"A " + structure + "; n1", "A|n1", "Error tokenizing format/value for structure."},
+        {associations + "; A n1", "A|n1", "Error tokenizing format/value for associations."},
+        {"noTarget A n1", "A|n1", "Could not find Associations name."},
+        {"dataStructure\n\"xml\"\"\";", "|", "Could not find serializer for format xml"},
+        {"applyMetadata\n\"\"\"\"n;", "|", "Could not find serializer for format "},
+        {structure + "\"name=C\";", "|", "Structures must have a name and at least one member"},
+        {"n1", "|", "Structure 'A' not found\n"},
+        {"A A A2", "A|", "Structure 'A' differs from an earlier one of that name"},
+        {"n1! n1=9 n1=8 A", "A|n1", "Unrecognized keyword 'nonsense'"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.scene.substr(0, 80) + ", read " + row.filter);
+        file() = sceneFront() + statements(row.scene);
+        if (row.scene.find("end") == std::string::npos) file() += kTrailer;
+        ASSERT_TRUE(read(row.filter));
+        EXPECT_THAT(fErrors, testing::StartsWith(row.errors));
+        EXPECT_EQ(fErrors.empty(), row.errors.empty());
+        EXPECT_EQ(model(), row.model);
+        EXPECT_TRUE(Structure::allStructures().empty());
+    }
+    EXPECT_EQ(*stream("n1").element(0).asInt32(), 9) << "the earliest that can be read";
+
+    file() = teapot();
     ASSERT_TRUE(read());
     EXPECT_EQ(fErrors, "");
-    EXPECT_EQ(model(), "A B | '' n1 n2") << "structures may come last";
-    EXPECT_EQ(number("n1"), 7);
-    EXPECT_EQ(number(""), 9);
-    EXPECT_STREQ(*streamOf(fAccessor, "n2").element(0).asString(), "seven");
-    EXPECT_TRUE(Structure::allStructures().empty());
-}
-
-TEST_F(TextSceneRead, NothingBehindTheTrailerIsMetadata) {
-    for (const std::size_t distance : {1, 70000}) {
-        file() = sceneFront() + kA + kN1 + kTrailer + kB + kOtherA + std::string(distance, '\n');
-        ASSERT_TRUE(read());
-        EXPECT_EQ(fErrors, "");
-        EXPECT_EQ(model(), "A | n1") << distance;
-    }
-}
-
-TEST_F(TextSceneRead, FiltersByName) {
-    makeScene(kA + kB + kN1 + kN2 + kSceneOwn);
-    struct Row {
-        Names structures;
-        Names associations;
-        const char* model;
-    };
-    const Row rows[] = {
-        {{"A"}, {"n2"}, "A | n2"},
-        {{}, {"", "n1"}, "| '' n1"},
-        {{"B"}, {}, "B |"},
-        {{"B", "none"}, {"none"}, "B |"},
-        {{}, {}, "|"},
-    };
-    for (const Row& row : rows) {
-        ASSERT_TRUE(read(&row.structures, &row.associations));
-        EXPECT_EQ(fErrors, "");
-        EXPECT_EQ(model(), row.model);
-    }
-    const Names onlyN1 = {"n1"};
-    ASSERT_TRUE(read(nullptr, &onlyN1));
-    EXPECT_EQ(model(), "A B | n1");
-    ASSERT_TRUE(read(&onlyN1, nullptr));
-    EXPECT_EQ(model(), "| '' n1 n2");
-}
-
-TEST_F(TextSceneRead, EarliestOfOneNameCounts) {
-    const std::string again = nodeStatement("n1", oneStream("A", "0\n8\n"));
-    const std::string unreadable = nodeStatement("n1", "nonsense");
-    makeScene(unreadable + kN1 + again + kA + kA + kOtherA);
-    ASSERT_TRUE(read());
-    EXPECT_EQ(model(), "A | n1");
-    EXPECT_EQ(number("n1"), 7);
-    EXPECT_THAT(fErrors, HasSubstr("'nonsense'"));
-    EXPECT_THAT(fErrors, HasSubstr("\nStructure 'A' differs from an earlier one of that name"));
-}
-
-TEST_F(TextSceneRead, StatementsThatCannotBeUsedGetAMessageEach) {
-    struct Row {
-        std::string statement;
-        const char* message;
-    };
-    const Row rows[] = {
-        {"dataStructure -fmt \"raw\";\n", "Error tokenizing format/value for structure."},
-        {"dataStructure -fmt \"raw\" -as \"a\"\n", "Error tokenizing format/value for structure."},
-        {"applyMetadata -fmt \"raw\";\n", "Error tokenizing format/value for associations."},
-        {"applyMetadata -fmt \"raw\" -v \"\";\n", "Could not find Associations name."},
-        {"dataStructure -fmt \"xml\" -as \"\";\n", "Could not find serializer for format xml"},
-        {"applyMetadata -fmt \"\" -v \"\" n;\n", "Could not find serializer for format "},
-        {structureStatement("name=C"), "Structures must have a name and at least one member"},
-        {nodeStatement("n", oneStream("C", "")), "Structure 'C' not found\n"},
-    };
-    for (const Row& row : rows) {
-        makeScene(kA + row.statement + kN1);
-        ASSERT_TRUE(read()) << row.statement;
-        EXPECT_THAT(fErrors, testing::StartsWith(row.message));
-        EXPECT_EQ(model(), "A | n1");
-    }
+    EXPECT_EQ(model(), "Crease Face Tag Joint Vertex externalContentTable|own rig teapotShape");
+    const Stream& joints =
+        *fAccessor.associations().at("rig").findChannel("joints")->dataStream(0U);
+    EXPECT_EQ(joints.name() + " " + joints.indexType(), "bind pose string");
+    EXPECT_EQ(joints.elementCount(), 4U);
 }
 
 TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
     const RefPtr<Structure> callers(Structure::create());
     Structure::registerStructure(*callers);
-    makeScene(kA + kN1 + nodeStatement("n3", oneStream("A", "ab\n1\n", "odd")));
+    makeScene("A n1 odd");
     EXPECT_THROW(read(), Index::eCreationErrors);
     EXPECT_EQ(model(), "|");
     EXPECT_EQ(Structure::allStructures(), std::set<Structure*>({callers.get()}));
@@ -178,10 +133,10 @@ TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
     policy.unknownIndexTypesAsText = true;
     fAccessor.setReadPolicy(policy);
     ASSERT_TRUE(read());
-    EXPECT_TRUE(streamOf(fAccessor, "n3").hasElement(IndexText("odd", "ab")));
-    setNumber(fAccessor, "n3", IndexText("odd", "ab"), 5);
+    setNumber("n3", IndexText("odd", "ab"), 5);
     ASSERT_TRUE(write());
-    EXPECT_EQ(section(), kA + kN1 + nodeStatement("n3", oneStream("A", "ab\n5\n", "odd")));
+    EXPECT_EQ(section(),
+              statements("A n1") + nodeStatement("n3", oneStream("A", "ab\n5\n", "odd")));
 
     fAccessor.setReadPolicy(ReadPolicy());
     fAccessor.setWritePolicy(WritePolicy::careful());
@@ -189,17 +144,29 @@ TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
     EXPECT_EQ(fErrors, "An index type of the new metadata is not registered.");
 }
 
-TEST_F(TextSceneRead, ExampleScene) {
-    std::ostringstream scene;
-    scene << std::ifstream(METADATA_SCENES_DIR "/teapot.kx", std::ios::binary).rdbuf();
-    file() = scene.str();
+// The scene's last statement is read, by its length, to know that it is no metadata.
+TEST_F(TextSceneRead, LongLastStatementCostsItsLengthAndNoMemory) {
+    std::string last = "setAttr \".x\" -type \"doubleArray\"\n";
+    for (int line = 0; line < 1'000'000; ++line) last += "\t0 1 2\n";
+    file() = kHeader + std::string(1'000'000, '\n') + "createNode a;\n" + last + ";\n" + kTrailer;
+    for (const bool writing : {false, true}) {
+        fSystem.bytesRead = 0;
+        ASSERT_TRUE(writing ? write() : read()) << fErrors;
+        EXPECT_LE(fSystem.bytesRead, last.size() + 3 * Files::BackwardLineReader::kBlockSize);
+        EXPECT_LE(fSystem.largestRead, Files::BackwardLineReader::kBlockSize);
+    }
+}
+
+TEST_F(TextSceneRead, StopsAtTheSceneAndOnceEverythingIsFound) {
+    const std::string filler = "//" + std::string(500'000, 'x');
+    file() = kHeader + statements(filler + " createNode; select; A " + filler + " B") + kTrailer;
     ASSERT_TRUE(read());
-    EXPECT_EQ(fErrors, "");
-    EXPECT_EQ(model(), "Crease Face Tag Joint Vertex externalContentTable | '' rig teapotShape");
-    Stream& joints = *fAccessor.associations().at("rig").findChannel("joints")->dataStream(0U);
-    EXPECT_EQ(joints.name(), "bind pose");
-    EXPECT_EQ(joints.indexType(), "string");
-    EXPECT_EQ(joints.elementCount(), 4U);
+    EXPECT_EQ(model(), "A B|");
+    EXPECT_LT(fSystem.bytesRead, 700'000U) << "one filler";
+    fSystem.bytesRead = 0;
+    ASSERT_TRUE(read("B|"));
+    EXPECT_EQ(model(), "B|");
+    EXPECT_LT(fSystem.bytesRead, 200'000U) << "no filler";
 }
 
 }  // namespace
