@@ -10,7 +10,7 @@
 namespace orbo::Data {
 namespace {
 
-class TextSceneRead : public SceneTest {};
+using TextSceneRead = SceneTest;
 
 TEST_F(TextSceneRead, HeaderTable) {
     const std::pair<std::string, std::string> rows[] = {

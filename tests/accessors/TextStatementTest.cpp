@@ -22,31 +22,20 @@ std::string parsed(const std::string& statement) {
 }
 
 TEST(TextStatement, Parses) {
-    // As we write them ourselves.
-    const std::string own[] = {
-        "dataStructure -fmt \"raw\" -as \"name=A\\n\\\\:int32=\"x\"\";\n",
-        "applyMetadata -fmt \"raw\" -v \"say \\\"a\\\\b\\\";\\n\" \n\t\tns:n[1];\n",
-        "applyMetadata -fmt \"\" -v \"\" \n\t\t-scn;\n"};
-    const SceneRecord records[] = {{Kind::kStructure, "raw", "", "name=A\n\\:int32=\"x\""},
-                                   {Kind::kAssociations, "raw", "ns:n[1]", "say \"a\\b\";\n"},
-                                   {Kind::kAssociations, "", "", ""}};
-    for (int i = 0; i < 3; ++i) {
-        std::string written;
-        TextStatement::append(written, records[i]);
-        EXPECT_EQ(written, own[i]);
-        EXPECT_EQ(parsed(own[i]),
-                  records[i].format + "|" + records[i].name + "|" + records[i].text);
-    }
     for (const auto& [statement, expected] :
          Rows{{"dataStructure -fmt \"raw\" -as \"a\\nb\\\\n\" ; \t\r\n", "raw||a\nb\\n"},
               {"dataStructure\n-fmt \"raw\"  \r\n\n// note\n  -as\n\"a\n b\"\n;", "raw||a  b"},
               {"dataStructure \"odd\"\"\";", "odd||"},
               {"dataStructure -fmt \"raw\" -as \"a\"b\"\"c\";", "raw||a\"b\"\"c"},
               {"dataStructure -fmt \"raw\" -as \"a\\\";", "raw||a\\"},
+              {"applyMetadata -fmt \"\" -v \"a;\\\"b\\\";\\nc\" ns:n[1];", "|ns:n[1]|a;\"b\";\nc"},
               {"applyMetadata -fmt \"raw\" -v \"t\";", "Could not find Associations name."},
               {"setAttr \".x\" 1;", "none"},
               {" dataStructure -fmt \"raw\" -as \"a\";", "none"}})
         EXPECT_EQ(parsed(statement), expected) << statement;
+    std::string out;
+    TextStatement::append(out, {Kind::kStructure, "raw", "A", "name=A\n\\:int32=\"x\""});
+    EXPECT_EQ(out, "dataStructure -fmt \"raw\" -as \"name=A\\n\\\\:int32=\"x\"\";\n");
 }
 
 // Whatever is more or less than the two forms could be lost by writing it back.

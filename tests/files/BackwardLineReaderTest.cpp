@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <vector>
 
 #include "files/ScriptedFileSystem.h"
 
@@ -18,61 +17,56 @@ constexpr std::size_t kBlock = BackwardLineReader::kBlockSize;
 std::string describe(std::uint64_t begin, std::uint64_t end, bool blank, bool closed,
                      std::string_view head) {
     return std::to_string(begin) + "-" + std::to_string(end) + (blank ? " blank" : "") +
-           (closed ? " closed '" : " '") + std::string(head) + "'";
+           (closed ? " closed '" : " '") + std::string(head) + "' ";
 }
 
-// Reads the file "scene" down to a line that begins there; `lines` come last first.
-Result walk(ScriptedFileSystem& system, std::uint64_t begin, std::uint64_t end,
-            std::vector<std::string>& lines) {
-    const auto file = system.open("scene", FileSystem::Mode::kRead);
-    BackwardLineReader reader(*file, begin, end);
-    LineDescriptor line;
-    Result result = Result::kLine;
-    while ((result = reader.previous(line)) == Result::kLine)
-        lines.push_back(describe(line.begin, line.end, line.blank, line.closed, line.head()));
-    return result;
-}
-
-// Each byte is read once, in blocks.
-std::vector<std::string> walked(const std::string& text, std::uint64_t begin = 0) {
-    ScriptedFileSystem system;
-    system.files["scene"] = text;
-    std::vector<std::string> lines;
-    EXPECT_EQ(walk(system, begin, text.size(), lines), Result::kAtBegin);
-    EXPECT_EQ(system.bytesRead, text.size() - begin);
-    EXPECT_LE(system.largestRead, kBlock);
-    return lines;
-}
-
-// The obvious way: needs the whole text.
-std::vector<std::string> split(const std::string& text) {
-    std::vector<std::string> lines;
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t feed = std::min(text.find('\n', begin), text.size());
-        const std::size_t end = std::min(feed + 1, text.size());
-        const std::string body = text.substr(begin, feed - begin);
-        const std::size_t last = body.find_last_not_of(" \t\r");
-        const bool blank = last == std::string::npos;
-        lines.push_back(
-            describe(begin, end, blank, !blank && body[last] == ';', body.substr(0, 16)));
-        begin = end;
+class Lines : public testing::Test {
+  protected:
+    /// Of the text from `begin` on, the last line first. Each byte is read once, in blocks.
+    std::string walked(const std::string& text, std::uint64_t begin = 0) {
+        fSystem.files["scene"] = text;
+        fSystem.bytesRead = 0;
+        std::string lines;
+        EXPECT_EQ(walk(begin, text.size(), lines), Result::kAtBegin);
+        EXPECT_EQ(fSystem.bytesRead, text.size() - begin);
+        EXPECT_LE(fSystem.largestRead, kBlock);
+        return lines;
     }
-    return {lines.rbegin(), lines.rend()};
-}
+    Result walk(std::uint64_t begin, std::uint64_t end, std::string& lines) {
+        const auto file = fSystem.open("scene", FileSystem::Mode::kRead);
+        BackwardLineReader reader(*file, begin, end);
+        LineDescriptor line;
+        Result result = Result::kLine;
+        while ((result = reader.previous(line)) == Result::kLine)
+            lines += describe(line.begin, line.end, line.blank, line.closed, line.head());
+        return result;
+    }
+    /// The obvious way: needs the whole text.
+    static std::string split(const std::string& text) {
+        std::string lines;
+        for (std::size_t end = text.size(), begin = 0; end > 0; end = begin) {
+            begin = end > 1 ? text.rfind('\n', end - 2) + 1 : 0;
+            std::string body = text.substr(begin, end - begin);
+            if (body.back() == '\n') body.pop_back();
+            const std::size_t last = body.find_last_not_of(" \t\r");
+            const bool blank = last == std::string::npos;
+            lines += describe(begin, end, blank, !blank && body[last] == ';', body.substr(0, 16));
+        }
+        return lines;
+    }
 
-TEST(BackwardLineReader, DescribesLines) {
-    const std::string text = "first;\n\n \t\r\nlong enough to be cut; \t\r\nx ; y\n;";
-    const std::vector<std::string> expected = {
-        "44-45 closed ';'",   "38-44 'x ; y'", "12-38 closed 'long enough to b'",
-        "8-12 blank ' \t\r'", "7-8 blank ''",  "0-7 closed 'first;'"};
-    EXPECT_EQ(walked(text), expected);
-    EXPECT_EQ(split(text), expected);
-    EXPECT_EQ(walked(text, 38), std::vector<std::string>({expected[0], expected[1]}));
-    EXPECT_TRUE(walked("").empty());
+    ScriptedFileSystem fSystem;
+};
+
+TEST_F(Lines, AreDescribed) {
+    EXPECT_EQ(walked("first;\n\n \t\r\nlong enough to be cut; \t\r\nx ; y\n;", 7),
+              "44-45 closed ';' 38-44 'x ; y' 12-38 closed 'long enough to b' "
+              "8-12 blank ' \t\r' 7-8 blank '' ");
+    EXPECT_EQ(walked(""), "");
 }
 
 // Lines, blank ends and heads that lie across the border of two blocks, at every distance from it.
-TEST(BackwardLineReader, DoesNotSeeBlocks) {
+TEST_F(Lines, AreThoseOfTheTextWhereverBlocksEnd) {
     for (const std::string middle :
          {"\n", ";\n\n", "; \t \r\n", "dataStructure -fmt;\n", "\n;\n   \n"}) {
         for (std::size_t behind = kBlock - 20; behind <= kBlock + 20; ++behind) {
@@ -80,11 +74,6 @@ TEST(BackwardLineReader, DoesNotSeeBlocks) {
             ASSERT_EQ(walked(text), split(text)) << behind;
         }
     }
-    const std::string blanks = "x\n;" + std::string(3 * kBlock, ' ') + "\n";
-    EXPECT_EQ(walked(blanks), split(blanks));
-}
-
-TEST(BackwardLineReader, AgreesWithSplittingRandomText) {
     std::mt19937 random(20);
     for (int round = 0; round < 40; ++round) {
         std::string text;
@@ -96,15 +85,14 @@ TEST(BackwardLineReader, AgreesWithSplittingRandomText) {
     }
 }
 
-TEST(BackwardLineReader, SaysWhichCallFailed) {
-    ScriptedFileSystem system;
-    system.files["scene"] = std::string(100'000, '\n');
-    std::vector<std::string> lines;
-    system.failAt(1, false, Call::kSeek);
-    EXPECT_EQ(walk(system, 0, 100'000, lines), Result::kSeekFailed);
-    system.failAt(1, false, Call::kRead);
-    EXPECT_EQ(walk(system, 0, 100'000, lines), Result::kReadFailed);
-    EXPECT_EQ(walk(system, 0, 100'001, lines), Result::kReadFailed) << "the file became shorter";
+TEST_F(Lines, SayWhichCallFailed) {
+    fSystem.files["scene"] = std::string(100'000, '\n');
+    std::string lines;
+    fSystem.failAt(1, false, Call::kSeek);
+    EXPECT_EQ(walk(0, 100'000, lines), Result::kSeekFailed);
+    fSystem.failAt(1, false, Call::kRead);
+    EXPECT_EQ(walk(0, 100'000, lines), Result::kReadFailed);
+    EXPECT_EQ(walk(0, 100'001, lines), Result::kReadFailed) << "the file became shorter";
 }
 
 }  // namespace

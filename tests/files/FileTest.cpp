@@ -49,48 +49,38 @@ TEST(RealFile, ReadsAndWritesWhereItWasTold) {
     ::rmdir(folder.c_str());
 }
 
-using Step = TailRewrite::Step;
-const std::string kOld = "scene|old tail";
-
-// Rewrites what stands behind "scene|".
-TailRewrite::Outcome rewrite(ScriptedFileSystem& system,
-                             const std::vector<std::string_view>& pieces) {
-    system.files["scene"] = kOld;
-    const auto file = system.open("scene", Mode::kReadWrite);
-    return TailRewrite(*file, 6, "old tail").replaceBy(pieces);
-}
-
 // Whatever call fails, alone, the file is the old one again; when all later calls fail as well,
 // the caller is told that it is not.
 TEST(TailRewrite, SucceedsOrFailsWithoutTrace) {
+    using Step = TailRewrite::Step;
+    const std::string old = "scene|old tail";
     for (const std::vector<std::string_view>& pieces :
          std::initializer_list<std::vector<std::string_view>>{
              {"new, longer", "", " tail"}, {"new"}, {"OLD", " ", "TAIL"}, {}, {"old ", "tail"}}) {
+        ScriptedFileSystem system;
+        std::string& content = system.files["scene"];
+        const auto rewrite = [&](int n, bool fromThenOn) {
+            content = old;
+            system.bytesWritten = 0;
+            system.failAt(n, fromThenOn);
+            const auto file = system.open("scene", Mode::kReadWrite);
+            return TailRewrite(*file, 6, "old tail").replaceBy(pieces);
+        };
         std::string expected = "scene|";
         for (const std::string_view piece : pieces) expected += piece;
-        ScriptedFileSystem system;
-        const std::string& content = system.files["scene"];
-        EXPECT_EQ(rewrite(system, pieces).failed, Step::kDone);
-        EXPECT_EQ(content, expected);
-        EXPECT_GE(system.lowestWrite, 6U) << "the bytes in front are left alone";
-        EXPECT_EQ(system.bytesWritten, expected == kOld ? 0 : expected.size() - 6);
         bool done = false;
         for (int n = 1; n < 20 && !done; ++n) {
-            system.failAt(n, false);
-            const TailRewrite::Outcome outcome = rewrite(system, pieces);
+            const bool restored = rewrite(n, true).restored;
+            const TailRewrite::Outcome outcome = rewrite(n, false);
             done = outcome.failed == Step::kDone;
-            EXPECT_EQ(content, done ? expected : kOld) << n;
+            EXPECT_EQ(content, done ? expected : old) << n;
             EXPECT_TRUE(done || outcome.restored) << n;
-            system.failAt(n, true);
-            EXPECT_EQ(rewrite(system, pieces).restored, done || outcome.failed == Step::kSeek) << n;
+            EXPECT_EQ(restored, done || outcome.failed == Step::kSeek) << n;
         }
         EXPECT_TRUE(done);
+        EXPECT_EQ(system.bytesWritten, expected == old ? 0 : expected.size() - 6);
+        EXPECT_GE(system.lowestWrite, 6U) << "the bytes in front are left alone";
     }
-    ScriptedFileSystem system;
-    system.failAt(1, false, Call::kWrite);
-    const auto outcome = rewrite(system, {"a", "", "b"});
-    EXPECT_EQ(outcome.failed, Step::kWrite);
-    EXPECT_EQ(outcome.piece, 2U) << "of the three";
 }
 
 }  // namespace

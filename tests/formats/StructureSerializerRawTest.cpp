@@ -7,7 +7,15 @@ namespace {
 
 using Raw = StructureSerializerRaw;
 
-TEST(StructureText, IsReadHoweverItIsLaidOut) {
+TEST(StructureText, IsReadHoweverItIsLaidOutOrSaysWhatIsWrong) {
+    const std::string tooShort = "Structures must have a name and at least one member";
+    const std::string noEquals = "Member type and name must be separated by '='";
+    const std::string noName = "Name is missing; member type 'name' is used to set it";
+    // The messages name the bracket that is there.
+    const std::string closes =
+        "' has opening bracket '[' but no closing bracket ']' for dimension specification";
+    const std::string opens =
+        "' has closing bracket ']' but no opening bracket '[' for dimension specification";
     const std::pair<std::string, std::string> rows[] = {
         {" \n name = My Structure \r\n\n : int32[1]\t= ID ::\n \n:float[ +3 ]= Origin \v\n:",
          "name=My Structure:int32=ID:float[3]=Origin"},
@@ -21,20 +29,7 @@ TEST(StructureText, IsReadHoweverItIsLaidOut) {
         {"name=A:string[2x]=g:dbl4x4[007]=h:flt4x4[4294967295]=i",
          "name=A:string[2]=g:dbl4x4[7]=h:flt4x4[4294967295]=i"},
         {"name=A:float[1000]=values", "name=A:float[1000]=values"},
-    };
-    for (const auto& [text, expected] : rows) EXPECT_EQ(reread<Raw>(text), expected);
-}
 
-TEST(StructureText, SaysWhatIsWrongWithEachField) {
-    const std::string tooShort = "Structures must have a name and at least one member";
-    const std::string noEquals = "Member type and name must be separated by '='";
-    const std::string noName = "Name is missing; member type 'name' is used to set it";
-    // The messages name the bracket that is there.
-    const std::string closes =
-        "' has opening bracket '[' but no closing bracket ']' for dimension specification";
-    const std::string opens =
-        "' has closing bracket ']' but no opening bracket '[' for dimension specification";
-    const std::pair<std::string, std::string> rows[] = {
         {":\n : name=A ::\n \n", tooShort},
         {"int32=a\nint32=b", noName},
         {"name=A:Float=a", "Member type 'Float' not recognized"},
@@ -52,17 +47,16 @@ TEST(StructureText, SaysWhatIsWrongWithEachField) {
 }
 
 TEST(StructureText, WhatWasReadBelongsToTheCallerAlone) {
+    const auto alive = Structure::objectsAlive();
     std::istringstream in("name=Fresh:int32=ID");
     std::string errors;
     Structure* structure = Raw::theFormat().read(in, errors);
     EXPECT_EQ(Structure::structureByName("Fresh"), nullptr);
-    const auto alive = Structure::objectsAlive();
     written<Raw>(*structure);
-    EXPECT_EQ(Structure::objectsAlive(), alive) << "writing leaves it alone";
     EXPECT_EQ(structure->refCount(), 0);
     owned(structure);
-    EXPECT_EQ(reread<Raw>("name=A:int=b"), "Member type 'int' not recognized");
-    EXPECT_EQ(Structure::objectsAlive(), alive - 1);
+    reread<Raw>("name=A:int=b");
+    EXPECT_EQ(Structure::objectsAlive(), alive);
 }
 
 TEST(StructureText, ManyFieldsAndLongNames) {

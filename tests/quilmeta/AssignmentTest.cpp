@@ -1,6 +1,7 @@
-// MEMBER=VALUE: what is stored, and how the rest is refused.
+// MEMBER=VALUE: what is stored, and how the rest is refused; texts that are one value.
 // SPDX-License-Identifier: Apache-2.0
 #include "Assignment.h"
+#include "ParseValue.h"
 #include "Trouble.h"
 
 #include <data/Handle.h>
@@ -60,9 +61,6 @@ TEST(Assignment, StoresOrNamesWhatItRefuses) {
         {"position[1]=4", "position[1]", "4"},
         {"position[1]=4", "position", "0|0|0"},
         {"colour=1", "", "structure \"structure\" has no member \"colour\"" + known},
-        {"layer[1]=1", "", "there is no \"layer[1]\": member \"layer\" has 1 value"},
-        {"layer=1 2", "", "\"layer\" takes 1 value, but 2 were given"},
-        {"position[0]=1,5", "", "\"position[0]\": \"1,5\" is no value of type float"},
         {"bind=1", "", "\"bind\" takes 32 values, but 1 was given"},
         {"bind[1]=1", "", "\"bind[1]\" takes 16 values, but 1 was given"},
         {"tags=a b", "", "\"tags\" holds 2 strings: set one at a time, as in \"tags[0]=TEXT\""},
@@ -71,6 +69,46 @@ TEST(Assignment, StoresOrNamesWhatItRefuses) {
     for (const std::string name : {"position[", "position[]", "position[-1]", "[0]", "",
                                    "position[0]x", "position[4294967296]"})
         EXPECT_NE(outcome(name + "=1", "").find("has no member"), std::string::npos) << name;
+}
+
+/// What is refused leaves the value as it was.
+template <typename Value>
+void check(Parsed expected, std::initializer_list<std::pair<std::string, Value>> rows) {
+    for (const auto& [text, result] : rows) {
+        Value value = 1;
+        EXPECT_EQ(parseValue(text, value), expected) << '"' << text << '"';
+        EXPECT_EQ(value, result) << '"' << text << '"';
+    }
+}
+template <typename Value>
+void refuse(Parsed expected, std::initializer_list<std::string> texts) {
+    for (const std::string& text : texts) check<Value>(expected, {{text, 1}});
+}
+
+TEST(ParseValue, TakesWholeIntegersInRange) {
+    check<signed char>(Parsed::kGood, {{"-128", -128}, {"+127", 127}, {"007", 7}, {"-0", 0}});
+    check<unsigned long long>(Parsed::kGood, {{"18446744073709551615", ~0ULL}});
+    refuse<signed char>(Parsed::kOutOfRange, {"128", "-129", "99999999999999999999"});
+    refuse<unsigned long long>(Parsed::kOutOfRange, {"18446744073709551616"});
+    refuse<unsigned long long>(Parsed::kMalformed, {"-18446744073709551615"});
+    refuse<int>(Parsed::kMalformed, {"", " 5", "5 ", "5\n", "12abc", "1,5", "1.0", "1e2", "0x10",
+                                     "+", "-", "+-1", "++1", "1-", std::string("5\0", 2)});
+}
+
+TEST(ParseValue, TakesWholeRealsThatTheTypeCanHold) {
+    check<double>(Parsed::kGood,
+                  {{"-2e3", -2000}, {"+.5", 0.5}, {"1.", 1}, {"0e-999", 0}, {"5e-324", 5e-324}});
+    check<float>(Parsed::kGood, {{"16777217", 16777216.0f}, {"1e-45", 1e-45f}});
+    refuse<double>(Parsed::kOutOfRange, {"1e309", "-1e309", "1e-400"});
+    refuse<float>(Parsed::kOutOfRange, {"1e39", "1e-46"});
+    refuse<double>(Parsed::kMalformed, {"", "1,5", "1.5f", "1.5.5", ".", "e5", "1e", "inf", "nan",
+                                        "0x1p3", "1 2", "+-1", "1'000"});
+}
+
+TEST(ParseValue, TakesTheSpellingsOfBooleansInScenes) {
+    check<bool>(Parsed::kGood, {{"1", true}, {"t", true}, {"T", true}, {"true", true}});
+    check<bool>(Parsed::kGood, {{"0", false}, {"f", false}, {"F", false}, {"False", false}});
+    refuse<bool>(Parsed::kMalformed, {"", "TRUE", "yes", "2", "01", "truet", " 1"});
 }
 
 }  // namespace
