@@ -1,113 +1,47 @@
-// What all accessors share, shown on one that reads no file at all.
+// What all accessors share, and how they are found.
 // SPDX-License-Identifier: Apache-2.0
-#include <data/Accessor.h>
 #include <data/AccessorFactory.h>
-#include <data/Structure.h>
 #include <debug/RefPtr.h>
-#include <gtest/gtest.h>
 
 #include <stdexcept>
+
+#include "accessors/SceneTest.h"
 
 namespace orbo::Data {
 namespace {
 
-RefPtr<Structure> makeStructure(const char* name) {
-    RefPtr<Structure> structure(Structure::create());
-    structure->setName(name);
-    structure->addMember(Member::kInt32, 1, "m");
-    return structure;
-}
-
 /// Does what the file name says.
 class FakeAccessor : public Accessor {
-  public:
-    using Accessor::lastReadSucceeded;
-    std::string seen;
-
   protected:
-    bool readImplementation(const std::set<std::string>* structureNames,
-                            const std::set<std::string>* associationNames,
+    bool readImplementation(const std::set<std::string>*, const std::set<std::string>*,
                             std::string& errors) override {
-        seen = std::string(structureNames ? "some" : "all") + (associationNames ? " some" : " all");
-        EXPECT_TRUE(Structure::allStructures().empty());
-        for (const char* name : {"B", "A", "a"}) {
-            Structure::registerStructure(*makeStructure(name));
-        }
-        associations()["node"];
-        if (fileName() == "throws.fake") throw std::runtime_error("format");
-        if (fileName() != "fails.fake") return true;
+        if (fileName() == "x.fake") return true;
         errors += "It failed.";
         return false;
     }
 };
 
-class AccessorTest : public testing::Test {
-  protected:
-    ~AccessorTest() override { Structure::deleteAllStructures(); }
-
-    [[nodiscard]] std::string structures() const {
-        std::string names;
-        for (const Structure* structure : fAccessor.structures()) names += structure->name();
-        return names;
-    }
-
-    FakeAccessor fAccessor;
-    std::string fErrors;
-};
-
-TEST_F(AccessorTest, ReadTakesAllOrNothingAndLeavesTheCallersAlone) {
-    const RefPtr<Structure> callers = makeStructure("A");
-    ASSERT_TRUE(Structure::registerStructure(*callers));
-    const auto before = Structure::allStructures();
-    for (const std::string name : {"x.fake", "fails.fake", "x.fake", "throws.fake"}) {
-        SCOPED_TRACE(name);
-        const bool good = name == "x.fake";
-        try {
-            EXPECT_EQ(fAccessor.read(name, fErrors), good);
-        } catch (const std::runtime_error&) {
-            EXPECT_EQ(name, "throws.fake");
-        }
-        EXPECT_EQ(fAccessor.fileName(), name);
-        EXPECT_EQ(structures(), good ? "ABa" : "") << "byte by byte";
-        EXPECT_EQ(fAccessor.associations().size(), good ? 1U : 0U);
-        EXPECT_EQ(fAccessor.lastReadSucceeded(), good);
-        EXPECT_EQ(Structure::allStructures(), before);
-        for (const Structure* structure : fAccessor.structures()) {
-            EXPECT_EQ(structure->refCount(), 1);
-        }
-    }
-    EXPECT_FALSE(fAccessor.write(fErrors));
-    EXPECT_EQ(fErrors, std::string("It failed.\n") + typeid(fAccessor).name() +
-                           " does not implement orbo::Data::Accessor::write");
-    EXPECT_TRUE(fAccessor.isFileSupported("anything"));
-    EXPECT_EQ(fAccessor.seen, "all all");
-    const std::set<std::string> none;
-    ASSERT_TRUE(fAccessor.read("x.fake", &none, nullptr, fErrors));
-    ASSERT_TRUE(fAccessor.read(fAccessor.fileName(), &none, nullptr, fErrors));
-    EXPECT_EQ(fAccessor.seen, "some all");
-}
-
-TEST_F(AccessorTest, SetStructuresIsAllOrNothing) {
+TEST(Accessor, SetStructuresIsAllOrNothing) {
     const RefPtr<Structure> a = makeStructure("A");
     const RefPtr<Structure> b = makeStructure("B");
-    fAccessor.setStructures({a.get(), b.get()});
-    fAccessor.setStructures(fAccessor.structures());
+    QuilAsciiFileAccessor accessor;
+    accessor.setStructures({b.get(), a.get()});
+    accessor.setStructures(accessor.structures());
     EXPECT_EQ(a->refCount(), 2);
-    EXPECT_THROW(fAccessor.setStructures({nullptr}), std::invalid_argument) << "never compared";
+    EXPECT_THROW(accessor.setStructures({nullptr}), std::invalid_argument) << "never compared";
     EXPECT_THROW((void)Accessor::StructureSet({a.get(), nullptr}), std::invalid_argument);
-    EXPECT_EQ(structures(), "AB");
-    fAccessor.clear();
-    EXPECT_EQ(structures(), "");
+    EXPECT_EQ(accessor.structures(), Accessor::StructureSet({a.get(), b.get()}));
+    accessor.clear();
+    EXPECT_TRUE(accessor.structures().empty());
     EXPECT_EQ(a->refCount(), 1);
 }
 
-TEST(AccessorFactory, FirstOneKeepsTheExtensionAsLongAsItLives) {
-    std::string errors;
+TEST(Accessor, IsThatOfTheFirstFactoryForItsExtension) {
     const auto serves = [](const char* name) {
         EXPECT_EQ(Accessor::supportedExtensions().count(""), 0U);
         return Accessor::accessorByExtension(name) != nullptr;
     };
-    EXPECT_FALSE(serves("fake"));
+    std::string errors;
     {
         AccessorFactory<FakeAccessor> first("FaKe");
         { AccessorFactory<FakeAccessor> second("FAKE"); }
@@ -117,12 +51,19 @@ TEST(AccessorFactory, FirstOneKeepsTheExtensionAsLongAsItLives) {
         for (const char* name : {"x.fake.", "", "x.fake/y", "x.fak"})
             EXPECT_FALSE(serves(name)) << name;
         EXPECT_EQ(Accessor::supportedExtensions().count("fake"), 1U);
-        EXPECT_TRUE(Accessor::readFile("x.fake", errors));
+
+        const std::unique_ptr<Accessor> read = Accessor::readFile("x.fake", errors);
+        ASSERT_TRUE(read);
+        EXPECT_TRUE(read->isFileSupported("anything"));
         EXPECT_FALSE(Accessor::readFile("fails.fake", errors));
+        EXPECT_FALSE(read->write(errors));
+        const Accessor& accessor = *read;
+        EXPECT_EQ(errors, "It failed.\n" + std::string(typeid(accessor).name()) +
+                              " does not implement orbo::Data::Accessor::write");
     }
-    EXPECT_FALSE(serves("fake"));
-    EXPECT_FALSE(Accessor::readFile("x.fake", errors));
-    EXPECT_EQ(errors, "It failed.\nNo factory registered for type of file \"x.fake\"");
+    errors = "earlier";
+    EXPECT_FALSE(Accessor::readFile("x.fake", errors)) << "no longer than its factory";
+    EXPECT_EQ(errors, "earlier\nNo factory registered for type of file \"x.fake\"");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <data/Structure.h>
+#include <debug/RefPtr.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -31,6 +32,15 @@ inline std::string teapot() {
     std::ostringstream scene;
     scene << std::ifstream(METADATA_SCENES_DIR "/teapot.kx", std::ios::binary).rdbuf();
     return scene.str();
+}
+
+inline RefPtr<Structure> makeStructure(const std::string& name,
+                                       Member::eDataType type = Member::kInt32,
+                                       const std::string& member = "x") {
+    RefPtr<Structure> structure(Structure::create());
+    structure->setName(name.c_str());
+    structure->addMember(type, 2, member.c_str());
+    return structure;
 }
 
 /// As the library writes them, for texts that need no escapes but line feeds.

@@ -1,11 +1,11 @@
 // Reading the metadata of text scenes.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/IndexText.h>
-#include <debug/RefPtr.h>
 #include <gmock/gmock.h>
 
 #include "accessors/SceneTest.h"
-#include "files/BackwardLineReader.h"
+#include "accessors/TextSceneScanner.h"
+#include "files/MemoryFile.h"
 
 namespace orbo::Data {
 namespace {
@@ -80,6 +80,8 @@ TEST_F(TextSceneRead, ModelsAndMessages) {
         {"A x\nselect; n1 \tsetAttr;\nrequires; B", "A B|n1"},
         {"open selection; A n1", "A|n1 selection"},
 
+        {associations + "\n-v\n\"\" end n1;", "|",
+         "Error tokenizing format/value for associations."},  // the trailer closes nothing
         {"A B n1 n2 own", "A|n2", "", "A|n2"},
         {"A B n1 n2 own", "|own n1", "", "|own n1"},
         {"A B n1 n2 own", "B|", "", "B none|none"},
@@ -97,6 +99,9 @@ TEST_F(TextSceneRead, ModelsAndMessages) {
         {"A A A2", "A|", "Structure 'A' differs from an earlier one of that name"},
         {"n1! n1=9 n1=8 A", "A|n1", "Unrecognized keyword 'nonsense'"},
     };
+    const RefPtr<Structure> callers = makeStructure("A");
+    ASSERT_TRUE(Structure::registerStructure(*callers));
+    const auto registered = Structure::allStructures();
     for (const Row& row : rows) {
         SCOPED_TRACE(row.scene.substr(0, 80) + ", read " + row.filter);
         file() = sceneFront() + statements(row.scene);
@@ -105,9 +110,12 @@ TEST_F(TextSceneRead, ModelsAndMessages) {
         EXPECT_THAT(fErrors, testing::StartsWith(row.errors));
         EXPECT_EQ(fErrors.empty(), row.errors.empty());
         EXPECT_EQ(model(), row.model);
-        EXPECT_TRUE(Structure::allStructures().empty());
+        EXPECT_EQ(Structure::allStructures(), registered);
     }
+    Structure::deregisterStructure(*callers);
     EXPECT_EQ(*stream("n1").element(0).asInt32(), 9) << "the earliest that can be read";
+    fAccessor.associations().clear();
+    EXPECT_EQ((*fAccessor.structures().begin())->refCount(), 1);
 
     file() = teapot();
     ASSERT_TRUE(read());
@@ -119,8 +127,20 @@ TEST_F(TextSceneRead, ModelsAndMessages) {
     EXPECT_EQ(joints.elementCount(), 4U);
 }
 
+TEST_F(TextSceneRead, UnclosedStatementsEndInFrontOfTheTrailer) {
+    const std::string text = "dataStructure S\nx\n";
+    const std::string whole = text + kTrailer;
+    Files::MemoryFile scene(whole);
+    TextSceneScanner scanner(scene, 0, whole.size());
+    TextStatementRange range;
+    EXPECT_EQ(scanner.findTrailer(), TextSceneScanner::Result::kTrailer);
+    EXPECT_EQ(scanner.next(range), TextSceneScanner::Result::kStatement);
+    EXPECT_FALSE(range.closed);
+    EXPECT_EQ(range.end, text.size());
+}
+
 TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
-    const RefPtr<Structure> callers(Structure::create());
+    const RefPtr<Structure> callers = makeStructure("A");
     Structure::registerStructure(*callers);
     makeScene("A n1 odd");
     EXPECT_THROW(read(), Index::eCreationErrors);

@@ -1,7 +1,5 @@
 // What a write keeps, replaces and drops in a text scene.
 // SPDX-License-Identifier: Apache-2.0
-#include <debug/RefPtr.h>
-
 #include <random>
 
 #include "accessors/SceneTest.h"
@@ -65,6 +63,7 @@ TEST_F(TextSceneWrite, Decisions) {
         {"malformed at the ends", "noTarget A n1 noTarget", "n1=9", "noTarget A n1=9 noTarget"},
         {"unclosed", "A open B n1; n1", "", "n1; open A B n1"},
         {"only malformed", "noTarget", "", "noTarget"},
+        {"unclosed for all a comment says", "open //x; A foo; n1", "", "foo; open //x; A n1"},
         {"unclosed at the end", "A dataStructure\nx", "", "A dataStructure\nx"},
         {"runs over a command", "dataStructure\nselect\nx; A", "", "dataStructure\nselect\nx; A"},
         {"two trailers", "A end n1", "", "end A n1"},
@@ -129,8 +128,7 @@ TEST_F(TextSceneWrite, EditThenUndoGivesTheOriginalBytes) {
     const Accessor::AssociationsMap whole = fAccessor.associations();
     const Accessor::StructureSet structures = fAccessor.structures();
     const std::vector<RefPtr<const Structure>> keep(structures.begin(), structures.end());
-    const RefPtr<Structure> added(Structure::create());
-    added->addMember(Member::kString, 1, "s");
+    const RefPtr<Structure> added = makeStructure("new");
     for (const char* change : {"-rig", "new=rig", "-Joint", "clear", "add"}) {
         SCOPED_TRACE(change);
         if (change == std::string("clear")) {

@@ -1,7 +1,6 @@
 // What is refused before a scene is touched, by every policy and by the careful one.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/IndexString.h>
-#include <debug/RefPtr.h>
 #include <gmock/gmock.h>
 
 #include <cmath>
@@ -12,14 +11,6 @@
 
 namespace orbo::Data {
 namespace {
-
-RefPtr<Structure> makeStructure(const std::string& name, Member::eDataType type = Member::kInt32,
-                                const std::string& member = "x") {
-    RefPtr<Structure> structure(Structure::create());
-    structure->setName(name.c_str());
-    structure->addMember(type, 2, member.c_str());
-    return structure;
-}
 
 class WritePolicyTest : public SceneTest {
   protected:
@@ -69,6 +60,10 @@ TEST_F(WritePolicyTest, EveryPolicyRefusesWhatCouldNotBeFoundAgain) {
         other.renameDataStream("s2", "s1");
         expectRefusal("Node 'm', channel 'c', stream 's1' is there twice");
     }
+    const RefPtr<Structure> none(Structure::create());
+    start(WritePolicy::careful());
+    addStructure(*none);
+    expectRefusal("Structure 'structure' has no members");
 }
 
 TEST_F(WritePolicyTest, WithoutAGoodReadThereIsNothingToWrite) {
@@ -151,6 +146,8 @@ TEST_F(WritePolicyTest, WhatTheFormatsCannotCarryIsRefused) {
          Member::kInt32,
          asItIs,
          {false, true, false, false}},
+        // By default they are the caller's to add, and the metadata cannot be read without.
+        {"B|x|c|s", i, "", Member::kInt32, asItIs, WritePolicy()},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.names + (" " + row.message));
@@ -169,26 +166,13 @@ TEST_F(WritePolicyTest, WhatTheFormatsCannotCarryIsRefused) {
         }
         EXPECT_TRUE(write()) << fErrors;
         ASSERT_TRUE(read());
-        EXPECT_EQ(fErrors, "");
-        EXPECT_EQ(model(), "A " + names[0] + "|m n1");
+        const bool found = row.policy.addMissingStructures;
+        EXPECT_EQ(model(), found ? "A " + names[0] + "|m n1" : "A|n1");
+        EXPECT_EQ(fErrors.empty(), found);
         if (row.type != Member::kDouble) continue;
         Handle back = this->stream("m").element(row.index);
         EXPECT_EQ(std::memcmp(back.asDouble(), handle.asDouble(), 2 * sizeof(double)), 0);
     }
-}
-
-TEST_F(WritePolicyTest, StructuresThatNobodyAdds) {
-    start(WritePolicy());
-    const RefPtr<Structure> b = makeStructure("B");
-    addStream(*b, "s");
-    ASSERT_TRUE(write());
-    ASSERT_TRUE(read());
-    EXPECT_EQ(model(), "A|n1") << "nobody knows the structure";
-
-    const RefPtr<Structure> none(Structure::create());
-    addStructure(*none);
-    fAccessor.setWritePolicy(WritePolicy::careful());
-    expectRefusal("Structure 'structure' has no members");
 }
 
 }  // namespace
