@@ -1,10 +1,11 @@
 // Reading the metadata of text scenes.
 // SPDX-License-Identifier: Apache-2.0
+#include "accessors/TextSceneScanner.h"
+
 #include <data/IndexText.h>
 #include <gmock/gmock.h>
 
 #include "accessors/SceneTest.h"
-#include "accessors/TextSceneScanner.h"
 #include "files/MemoryFile.h"
 
 namespace orbo::Data {
