@@ -20,7 +20,7 @@
 namespace orbo::Data {
 
 inline const std::string kHeader = "//Quil ASCII 2016 scene\n";
-inline const std::string kTrailer = "// End of scene.kx\n";
+inline const std::string kLastLine = "// End of scene.kx\n";
 
 /// What stands in front of the metadata, large enough for a first section.
 inline std::string sceneFront() {
@@ -78,7 +78,7 @@ inline std::string statement(const std::string& word) {
         {"noTarget", "applyMetadata -fmt \"raw\" -v \"\" \n\t\t;\n"},
         {"open", "applyMetadata -fmt \"raw\" -v \"\"\n"},
         {"blank", "\n"},
-        {"end", kTrailer},
+        {"end", kLastLine},
         // An index type that nobody registered.
         {"odd", nodeStatement("n3", oneStream("A", "ab\n1\n", "odd"))},
     };
@@ -115,15 +115,15 @@ class SceneTest : public testing::Test {
     }
 
     void makeScene(const std::string& words) {
-        file() = sceneFront() + statements(words) + kTrailer;
+        file() = sceneFront() + statements(words) + kLastLine;
     }
     [[nodiscard]] std::string& file() { return fSystem.files["scene.kx"]; }
     /// What lies between the front and the trailer.
     [[nodiscard]] std::string section() {
         const std::string front = sceneFront();
         EXPECT_EQ(file().substr(0, front.size()), front);
-        const std::size_t end = file().size() - kTrailer.size();
-        EXPECT_EQ(file().substr(end), kTrailer);
+        const std::size_t end = file().size() - kLastLine.size();
+        EXPECT_EQ(file().substr(end), kLastLine);
         return file().substr(front.size(), end - front.size());
     }
 

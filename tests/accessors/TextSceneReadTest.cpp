@@ -106,7 +106,7 @@ TEST_F(TextSceneRead, ModelsAndMessages) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.scene.substr(0, 80) + ", read " + row.filter);
         file() = sceneFront() + statements(row.scene);
-        if (row.scene.find("end") == std::string::npos) file() += kTrailer;
+        if (row.scene.find("end") == std::string::npos) file() += kLastLine;
         ASSERT_TRUE(read(row.filter));
         EXPECT_THAT(fErrors, testing::StartsWith(row.errors));
         EXPECT_EQ(fErrors.empty(), row.errors.empty());
@@ -130,7 +130,7 @@ TEST_F(TextSceneRead, ModelsAndMessages) {
 
 TEST_F(TextSceneRead, UnclosedStatementsEndInFrontOfTheTrailer) {
     const std::string text = "dataStructure S\nx\n";
-    const std::string whole = text + kTrailer;
+    const std::string whole = text + kLastLine;
     Files::MemoryFile scene(whole);
     TextSceneScanner scanner(scene, 0, whole.size());
     TextStatementRange range;
@@ -169,7 +169,7 @@ TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
 TEST_F(TextSceneRead, LongLastStatementCostsItsLengthAndNoMemory) {
     std::string last = "setAttr \".x\" -type \"doubleArray\"\n";
     for (int line = 0; line < 1'000'000; ++line) last += "\t0 1 2\n";
-    file() = kHeader + std::string(1'000'000, '\n') + "createNode a;\n" + last + ";\n" + kTrailer;
+    file() = kHeader + std::string(1'000'000, '\n') + "createNode a;\n" + last + ";\n" + kLastLine;
     for (const bool writing : {false, true}) {
         fSystem.bytesRead = 0;
         ASSERT_TRUE(writing ? write() : read()) << fErrors;
@@ -180,7 +180,7 @@ TEST_F(TextSceneRead, LongLastStatementCostsItsLengthAndNoMemory) {
 
 TEST_F(TextSceneRead, StopsAtTheSceneAndOnceEverythingIsFound) {
     const std::string filler = "//" + std::string(500'000, 'x');
-    file() = kHeader + statements(filler + " createNode; select; A " + filler + " B") + kTrailer;
+    file() = kHeader + statements(filler + " createNode; select; A " + filler + " B") + kLastLine;
     ASSERT_TRUE(read());
     EXPECT_EQ(model(), "A B|");
     EXPECT_LT(fSystem.bytesRead, 700'000U) << "one filler";

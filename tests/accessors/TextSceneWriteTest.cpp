@@ -160,13 +160,13 @@ TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
     const std::string small = "Could not seek to trailer start.";
     const std::string none = "Could not find trailer prefix.";
     const std::string lost = "Failed reading line while searching metadata end.";
-    const std::size_t fixed = kHeader.size() + kTrailer.size();
+    const std::size_t fixed = kHeader.size() + kLastLine.size();
     const Row rows[] = {
-        {"usual", front + kTrailer, ""},
-        {"behind the trailer", front + kTrailer + "more;\n" + statement("n1"), ""},
-        {"small", kHeader + std::string(1023 - fixed, '\n') + kTrailer, small},
-        {"1024 bytes", kHeader + std::string(1024 - fixed, '\n') + kTrailer, ""},
-        {"far", front + kTrailer + std::string(1020, '\n'), none},
+        {"usual", front + kLastLine, ""},
+        {"behind the trailer", front + kLastLine + "more;\n" + statement("n1"), ""},
+        {"small", kHeader + std::string(1023 - fixed, '\n') + kLastLine, small},
+        {"1024 bytes", kHeader + std::string(1024 - fixed, '\n') + kLastLine, ""},
+        {"far", front + kLastLine + std::string(1020, '\n'), none},
         {"none", front, none, none},
         {"small, none", kHeader, small, none},
         {"section without", front + statement("A"), lost, lost},
@@ -181,7 +181,7 @@ TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
             const std::string message = anySize ? row.anySize : row.message;
             EXPECT_EQ(write(), message.empty());
             EXPECT_EQ(fErrors, message);
-            if (message.empty()) expected.insert(expected.find(kTrailer), statements("A n1"));
+            if (message.empty()) expected.insert(expected.find(kLastLine), statements("A n1"));
             EXPECT_EQ(file(), expected);
         }
     }
@@ -233,7 +233,7 @@ TEST_F(JunkScenes, LoseNothingThatWasNotUnderstood) {
     for (int round = 0; round < 1000; ++round) {
         fTokens.clear();
         const std::string before = randomSection();
-        file() = sceneFront() + before + kTrailer;
+        file() = sceneFront() + before + kLastLine;
         SCOPED_TRACE("round " + std::to_string(round) + "\n" + before);
         ASSERT_TRUE(read(std::string(anyOf({"*", "*", "*", "A n1"})) + "|" +
                          anyOf({"*", "*", "*", "A n1"})));

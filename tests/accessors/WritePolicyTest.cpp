@@ -69,7 +69,7 @@ TEST_F(WritePolicyTest, EveryPolicyRefusesWhatCouldNotBeFoundAgain) {
 TEST_F(WritePolicyTest, WithoutAGoodReadThereIsNothingToWrite) {
     EXPECT_FALSE(write());
     EXPECT_EQ(fErrors, "Could not open  for writing.");
-    file() = "//Quil ASCII 2013 scene\n" + kTrailer;
+    file() = "//Quil ASCII 2013 scene\n" + kLastLine;
     ASSERT_FALSE(read());
     expectRefusal("Could not write scene.kx: the last read of it failed.");
 
