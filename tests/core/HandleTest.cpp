@@ -39,6 +39,7 @@ TEST_F(HandleTest, ParsesOneValue) {
     const std::string help = "'. Use 't', 'true', '1', 'f', 'false', '0' only.\n";
     const std::tuple<M::eDataType, std::string, std::string> rows[] = {
         {M::kBoolean, " True x", "0 | true | "},
+        {M::kBoolean, "F", "0 | false | "},
         {M::kBoolean, "yes",
          "1 | false | Boolean on or about character 0 has invalid value 'yes" + help},
         {M::kBoolean, "no ",
