@@ -58,8 +58,10 @@ class ReferenceChannel : public testing::Test {
         const std::string to = randomName();
         Stream* stream = channel.findDataStream(from);
         const bool done = stream && (from == to || !has(to));
+        const auto alive = Stream::objectsAlive();
         EXPECT_EQ(done, channel.renameDataStream(from, to));
         EXPECT_TRUE(!stream || stream->name() == to);
+        EXPECT_EQ(alive, Stream::objectsAlive()) << "what the channel lost before lives on, too";
         if (!done) shown.erase(stream);  // refused: the channel loses the stream, which lives on
     }
     void assignBehindItsBack() {
