@@ -100,7 +100,7 @@ class ReferenceChannel : public testing::Test {
     }
 
     static constexpr const char* kNames[] = {"a", "B", "\xC3\xA4", "", "aa"};
-    const Streams streams;
+    Streams streams;
     std::mt19937 random{28};
     Channel channel;
     std::map<Stream*, int> shown;

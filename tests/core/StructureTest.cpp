@@ -179,6 +179,16 @@ TEST_F(RegistryTest, HoldsOneOfEachContentAndFindsByName) {
     EXPECT_EQ(wider->refCount() + equal->refCount(), 2);
 }
 
+// The time limit of a test is what a table rebuilt for each of them would run into.
+TEST_F(RegistryTest, ManyStructuresAreRegisteredAndFound) {
+    for (int i = 0; i < 20000; ++i) {
+        const std::string name = "S" + std::to_string(i);
+        const RefPtr<Structure> structure(new Structure(name.c_str()));
+        ASSERT_TRUE(Structure::registerStructure(*structure));
+        ASSERT_EQ(Structure::structureByName(name.c_str()), structure.get());
+    }
+}
+
 TEST(StructureIteratorTest, WalksAndWrapsAndThrows) {
     const auto structure = make("S", {{M::kInt32, 1}, {M::kFloat, 1}});
     StructureIterator it = structure->begin();
