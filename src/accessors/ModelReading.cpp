@@ -90,13 +90,15 @@ void ModelReading::registerStructure(Item& item, TakenNames& taken, Helpers& hel
     item.structure = {};
 }
 
-void ModelReading::buildAssociations(Accessor::AssociationsMap& map) {
+void ModelReading::buildAssociations(Accessor::AssociationsMap& map, TakenNames& taken) {
     for (Item& item : fItems) {
         SceneRecord& record = item.record;
         if (record.kind != Kind::kAssociations) continue;
         if (map.count(record.name) == 0) {
             if (const auto associations = readAssociations(record, item.messages)) {
                 map.emplace(record.name, *associations);
+            } else {
+                taken.unreadable.add(record);
             }
         }
         std::string().swap(record.text);
@@ -114,7 +116,7 @@ TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy&
     for (Item& item : fItems) {
         if (item.structure) registerStructure(item, taken, helpers);
     }
-    buildAssociations(map);
+    buildAssociations(map, taken);
     for (const auto& entry : map) taken.associations.insert(entry.first);
     for (const Item& item : fItems) addMessage(errors, item.messages);
     return taken;

@@ -16,12 +16,31 @@
 
 namespace orbo::Data {
 
+/// Associations that could not be read when the file was read or written. Structures that come into
+/// the file later may make them readable, but nobody has seen them.
+class UnreadableRecords {
+  public:
+    void add(const SceneRecord& record) { fContents[record.name].emplace(content(record)); }
+    [[nodiscard]] bool has(const SceneRecord& record) const {
+        const auto contents = fContents.find(record.name);
+        return contents != fContents.end() && contents->second.count(content(record)) > 0;
+    }
+
+  private:
+    static std::string content(const SceneRecord& record) {
+        return record.format + '"' + record.text;
+    }
+
+    std::map<std::string, std::set<std::string>> fContents;
+};
+
 /// Names of what a read put into the model. The next write takes the absence of one of these as the
 /// caller's wish that it goes; whatever else the file holds stays.
 struct TakenNames {
     /// With the text that each had then: the caller may have changed it since.
     std::map<std::string, std::string> structures;
     std::set<std::string> associations;
+    UnreadableRecords unreadable;
 };
 
 /// Records are added as the file is scanned, until `wantsMore` says no or the file ends; then
@@ -60,7 +79,7 @@ class ModelReading {
     class Helpers;
 
     void registerStructure(Item& item, TakenNames& taken, Helpers& helpers);
-    void buildAssociations(Accessor::AssociationsMap& map);
+    void buildAssociations(Accessor::AssociationsMap& map, TakenNames& taken);
 
     const std::set<std::string>* fStructureNamesGiven;
     Order fOrder;

@@ -5,10 +5,12 @@
 #include <data/AssociationsSerializerRaw.h>
 #include <data/StructureSerializerRaw.h>
 
+#include <algorithm>
 #include <ostream>
 #include <streambuf>
 
 #include "accessors/Messages.h"
+#include "core/Ascii.h"
 #include "core/ValueText.h"
 
 namespace orbo::Data {
@@ -71,6 +73,20 @@ std::optional<SceneRecord> recordOf(const std::string& node, const Associations&
         return std::nullopt;
     }
     return record;
+}
+
+std::set<std::string> structuresNamedIn(std::string_view text) {
+    constexpr std::string_view kKeyword = "structure";
+    std::set<std::string> names;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        const std::string_view trimmed = Ascii::trim(line);
+        if (Ascii::startsWith(trimmed, kKeyword)) {
+            names.emplace(Ascii::trim(trimmed.substr(kKeyword.size())));
+        }
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return names;
 }
 
 }  // namespace orbo::Data

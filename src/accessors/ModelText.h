@@ -6,7 +6,9 @@
 #include <data/Structure.h>
 
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 
 #include "accessors/SceneRecord.h"
 
@@ -18,5 +20,9 @@ std::optional<SceneRecord> recordOf(const Structure& structure, std::string& err
 std::string textOf(const Structure& structure);
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, std::string& errors);
+
+/// The names of all structures that an associations text needs, and some more where values look
+/// like one.
+std::set<std::string> structuresNamedIn(std::string_view text);
 
 }  // namespace orbo::Data

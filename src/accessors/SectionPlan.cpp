@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/SectionPlan.h"
 
+#include <algorithm>
 #include <new>
 
 #include "accessors/ModelCompare.h"
@@ -60,6 +61,7 @@ SectionPlan::Fate SectionPlan::ofStructure(const SceneRecord& record, std::strin
     if (!first) return ofLoser(*structure, winner);
     Structure::registerStructure(*structure);
     winner = {structure, ofWinner(*structure)};
+    if (winner.fate == Fate::kDropped || winner.fate == Fate::kBehind) fLostStructures.insert(name);
     return winner.fate;
 }
 
@@ -86,17 +88,49 @@ SectionPlan::Fate SectionPlan::ofLoser(const Structure& loser, const Winner& win
     return written ? Fate::kBehind : Fate::kAhead;
 }
 
+// What the last read or write left in the file can be read without the structures that it needs, if
+// the model's streams still have them.
+std::unique_ptr<Associations> SectionPlan::readSeen(const SceneRecord& record, bool& helped) {
+    std::string messages;
+    const auto read = [&](const SceneRecord& r) { return readAssociations(r, messages); };
+    auto associations = tryToRead(read, record);
+    const Associations* entry = fModel.entry(record.name);
+    if (associations || !entry || fTaken.associations.count(record.name) == 0) return associations;
+    if (!fHelpedNodes.insert(record.name).second) return nullptr;
+    helped = true;
+    const StructureRegistry::SetAside streamStructures;
+    forEachStream(*entry, [](const Channel&, const Stream& stream) {
+        const Structure& structure = stream.structure();
+        if (!Structure::structureByName(structure.name())) {
+            Structure::registerStructure(*RefPtr<Structure>(new Structure(structure)));
+        }
+        return true;
+    });
+    return tryToRead(read, record);
+}
+
 SectionPlan::Fate SectionPlan::ofAssociations(const SceneRecord& record) {
     const bool isWritten = fModel.hasNode(record.name);
     if (!isWritten && fTaken.associations.count(record.name) == 0) return Fate::kAhead;
-    std::string messages;
-    const auto read =
-        tryToRead([&](const SceneRecord& r) { return readAssociations(r, messages); }, record);
-    if (!read) return isWritten ? Fate::kBehind : Fate::kAhead;
+    bool helped = false;
+    const auto read = fTaken.unreadable.has(record) ? nullptr : readSeen(record, helped);
+    if (!read) {
+        fUnreadable.add(record);
+        return isWritten ? Fate::kBehind : Fate::kAhead;
+    }
     if (!fReadNodes.insert(record.name).second) return Fate::kDropped;
     const Associations* entry = fModel.entry(record.name);
     if (!entry || !isSame(*entry, *read)) return Fate::kDropped;
-    return isWritten ? Fate::kUnchanged : Fate::kAhead;
+    if (!isWritten) return Fate::kAhead;
+    return helped || needsLost(record) ? Fate::kDropped : Fate::kUnchanged;
+}
+
+// Also for what readers pass over.
+bool SectionPlan::needsLost(const SceneRecord& record) const {
+    if (fLostStructures.empty()) return false;
+    const std::set<std::string> needed = structuresNamedIn(record.text);
+    return std::any_of(needed.begin(), needed.end(),
+                       [this](const std::string& name) { return fLostStructures.count(name) > 0; });
 }
 
 }  // namespace orbo::Data

@@ -6,6 +6,7 @@
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -45,6 +46,8 @@ class SectionPlan {
     /// Of a structure that is written though the file has another one of the name than the last
     /// read took; empty when there is none.
     [[nodiscard]] const std::string& conflict() const { return fConflict; }
+    /// Associations that are kept because they cannot, or could not, be read.
+    UnreadableRecords& unreadable() { return fUnreadable; }
 
   private:
     /// The structure that counts, of all in the file with its name.
@@ -56,13 +59,19 @@ class SectionPlan {
     Fate ofWinner(const Structure& winner);
     Fate ofLoser(const Structure& loser, const Winner& winner) const;
 
+    std::unique_ptr<Associations> readSeen(const SceneRecord& record, bool& helped);
+    bool needsLost(const SceneRecord& record) const;
+
     const StructureRegistry::SetAside fFileStructures;
     const WrittenModel& fModel;
     const TakenNames& fTaken;
     std::optional<IndexTypes::KeepUnknown> fUnknownAsText;
     std::unordered_map<std::string, Winner> fWinners;
+    std::set<std::string> fLostStructures;  // or others in their place
     std::set<std::string> fReadNodes;
+    std::set<std::string> fHelpedNodes;
     std::string fConflict;
+    UnreadableRecords fUnreadable;
 };
 
 }  // namespace orbo::Data

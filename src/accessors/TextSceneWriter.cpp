@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/TextSceneWriter.h"
 
+#include <set>
 #include <unordered_set>
 #include <utility>
 
@@ -103,7 +104,7 @@ bool TextSceneWriter::writeStructureStatement(const Structure& structure, std::s
     std::string& statement = fStructureStatements.emplace_back();
     if (const auto unchanged = fUnchangedStructures.find(structure.name());
         unchanged != fUnchangedStructures.end()) {
-        TextStatement::append(statement, unchanged->second);
+        statement = unchanged->second;
         return true;
     }
     std::string messages;
@@ -124,7 +125,7 @@ bool TextSceneWriter::writeNodeStatement(const WrittenModel::Node& node, std::st
     std::string& statement = isScene ? fSceneStatement : fNodeStatements.emplace_back();
     if (const auto unchanged = fUnchangedNodes.find(*node.name);
         unchanged != fUnchangedNodes.end()) {
-        TextStatement::append(statement, unchanged->second);
+        statement = unchanged->second;
         return true;
     }
     std::string messages;
@@ -147,6 +148,7 @@ bool TextSceneWriter::decide(TextSection& section, std::string& errors) {
                     "Structure '" + plan.conflict() + "' in the file is another one than was read");
     }
     decide(section, Kind::kAssociations, plan);
+    fWritten.unreadable = std::move(plan.unreadable());
     keepStructuresOfKept(section);
     return true;
 }
@@ -166,22 +168,26 @@ void TextSceneWriter::decide(TextSection& section, Kind kind, SectionPlan& plan)
         // The text goes on in a statement of its own, free of what its lines hold besides.
         statement.fate = Fate::kDropped;
         auto& unchanged = isStructure ? fUnchangedStructures : fUnchangedNodes;
-        unchanged.emplace(statement.name, std::move(*record));
+        unchanged.emplace(statement.name,
+                          TextStatement::relaid(kind, std::string(section.bytesOf(statement))));
     }
 }
 
 // A structure that the caller removed stays while somebody else's associations need it.
 void TextSceneWriter::keepStructuresOfKept(TextSection& section) const {
-    std::string kept;
-    section.appendKept(kept, Kind::kAssociations, Fate::kAhead);
-    section.appendKept(kept, Kind::kAssociations, Fate::kBehind);
-    if (kept.empty()) return;
+    std::set<std::string> needed;
+    for (const TextSection::Statement& statement : section.statements()) {
+        if (!statement.understood || statement.where.kind != Kind::kAssociations) continue;
+        if (statement.fate == Fate::kDropped) continue;
+        const char* message = nullptr;
+        const auto record = TextStatement::parse(Kind::kAssociations,
+                                                 std::string(section.bytesOf(statement)), message);
+        if (record) needed.merge(structuresNamedIn(record->text));
+    }
     for (TextSection::Statement& statement : section.statements()) {
         if (!statement.understood || statement.where.kind != Kind::kStructure) continue;
         if (statement.fate != Fate::kDropped || fModel.structure(statement.name)) continue;
-        std::string mention;
-        TextStatement::appendEscaped(mention, "\nstructure " + statement.name + "\n");
-        if (kept.find(mention) != std::string::npos) statement.fate = Fate::kAhead;
+        if (needed.count(statement.name) > 0) statement.fate = Fate::kAhead;
     }
 }
 

@@ -49,9 +49,9 @@ class TextSceneWriter {
     WrittenModel fModel;
     TakenNames fWritten;
     std::unique_ptr<Files::File> fFile;
-    // What the file holds already, by name.
-    std::unordered_map<std::string, SceneRecord> fUnchangedStructures;
-    std::unordered_map<std::string, SceneRecord> fUnchangedNodes;
+    // The statements that the file holds already, by name.
+    std::unordered_map<std::string, std::string> fUnchangedStructures;
+    std::unordered_map<std::string, std::string> fUnchangedNodes;
     std::vector<std::string> fStructureStatements;
     std::vector<std::string> fNodeStatements;
     std::string fSceneStatement;

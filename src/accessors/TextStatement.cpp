@@ -102,23 +102,8 @@ bool endsEarly(Kind kind, std::string_view value) {
     return false;
 }
 
-}  // namespace
-
-std::optional<Kind> kindOf(std::string_view line) {
-    for (const Kind kind : {Kind::kStructure, Kind::kAssociations}) {
-        if (Ascii::startsWith(line, command(kind))) return kind;
-    }
-    return std::nullopt;
-}
-
-bool isComment(std::string_view line) { return Ascii::startsWith(line, "//"); }
-
-const char* unreadableMessage(Kind kind) {
-    return kind == Kind::kStructure ? "Error tokenizing format/value for structure."
-                                    : "Error tokenizing format/value for associations.";
-}
-
-std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& message) {
+// As `parse`, but the text is left as it is escaped.
+std::optional<SceneRecord> takeApart(Kind kind, std::string statement, const char*& message) {
     message = unreadableMessage(kind);
     joinLines(statement);
     if (statement.empty() || statement.back() != ';') return std::nullopt;
@@ -149,21 +134,52 @@ std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& 
                        {}};
     statement.resize(quotes.at[3]);
     statement.erase(0, quotes.at[2] + 1);
-    unescape(statement);
     record.text = std::move(statement);
     return record;
 }
 
-void append(std::string& out, const SceneRecord& record) {
-    out += command(record.kind) + ' ' + formatFlag(record.kind) + " \"" + record.format + "\" " +
+std::string beginOf(const SceneRecord& record) {
+    return command(record.kind) + ' ' + formatFlag(record.kind) + " \"" + record.format + "\" " +
            valueFlag(record.kind) + " \"";
-    if (record.kind == Kind::kStructure) {
-        appendEscapedLines(out, record.text);
-        out += "\";\n";
-        return;
+}
+
+std::string endOf(const SceneRecord& record) {
+    if (record.kind == Kind::kStructure) return "\";\n";
+    return "\" \n\t\t" + (record.name.empty() ? sceneFlag() : record.name) + ";\n";
+}
+
+}  // namespace
+
+std::optional<Kind> kindOf(std::string_view line) {
+    for (const Kind kind : {Kind::kStructure, Kind::kAssociations}) {
+        if (Ascii::startsWith(line, command(kind))) return kind;
     }
-    appendEscaped(out, record.text);
-    out += "\" \n\t\t" + (record.name.empty() ? sceneFlag() : record.name) + ";\n";
+    return std::nullopt;
+}
+
+bool isComment(std::string_view line) { return Ascii::startsWith(line, "//"); }
+
+const char* unreadableMessage(Kind kind) {
+    return kind == Kind::kStructure ? "Error tokenizing format/value for structure."
+                                    : "Error tokenizing format/value for associations.";
+}
+
+std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& message) {
+    auto record = takeApart(kind, std::move(statement), message);
+    if (record) unescape(record->text);
+    return record;
+}
+
+std::string relaid(Kind kind, std::string statement) {
+    const char* message = nullptr;
+    const auto record = takeApart(kind, std::move(statement), message);
+    return record ? beginOf(*record) + record->text + endOf(*record) : std::string();
+}
+
+void append(std::string& out, const SceneRecord& record) {
+    out += beginOf(record);
+    (record.kind == Kind::kStructure ? appendEscapedLines : appendEscaped)(out, record.text);
+    out += endOf(record);
 }
 
 bool canBeTarget(std::string_view nodeName) {

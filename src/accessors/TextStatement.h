@@ -19,6 +19,9 @@ bool isComment(std::string_view line);
 /// not understood: nothing is returned and `message` says so.
 std::optional<SceneRecord> parse(SceneRecord::Kind kind, std::string statement,
                                  const char*& message);
+/// A statement that `parse` understands, laid out as `append` does it but escaped as it is: some of
+/// what readers take, the writer's escapes cannot say.
+std::string relaid(SceneRecord::Kind kind, std::string statement);
 /// The message about a statement without a ";" of its own.
 const char* unreadableMessage(SceneRecord::Kind kind);
 

@@ -251,5 +251,56 @@ TEST_F(JunkScenes, LoseNothingThatWasNotUnderstood) {
     }
 }
 
+// What stays has to read as it did, with the structures that are there then; and stays for good.
+TEST_F(TextSceneWrite, WhatStaysIsReadAsBefore) {
+    const std::string a = statement("A");
+    const std::string n1 = statement("n1");
+    const std::string more = nodeStatement("n1", oneStream("A", "0\n7 and more\n"));
+    const std::string empty = "channel\nname c\nendChannel\nendAssociations\n";
+    const std::string twoC = std::regex_replace(oneStream("A", ""), std::regex("endA.*\n"), empty);
+    const std::string n2 = std::regex_replace(nodeStatement("n2", oneStream(" A ", "0\n7\n")),
+                                              std::regex(R"(\\nstructure)"), R"(\012structure)");
+    const std::string quotes = R"(dataStructure -fmt "raw" -as "name=q\" w:int32=\170";)"
+                               "\n";
+    const std::string xml = "applyMetadata -fmt \"xml\"" + n1.substr(24);
+    struct Row {
+        const char* name;
+        std::string before;
+        const char* edit;
+        std::string after;
+        std::string meanwhile = {};
+    };
+    const Row rows[] = {
+        {"escapes", a + quotes + n1, "n1=9", a + quotes + statement("n1=9")},
+        {"the same in another format", a + n1 + xml, "", a + n1 + xml},
+        {"structure for what is passed over", a + nodeStatement("n1", twoC), "-A",
+         nodeStatement("n1", "endAssociations\n")},
+        {"structure removed", a + more, "-A", n1},
+        {"structure that others need by now", a, "-A", a + n2, a + n2},
+        {"structure gone meanwhile", a + more, "", a + n1, more},
+        {"structure added", n1, "add", a + statement("n1=9") + n1},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        file() = sceneFront() + row.before + kLastLine;
+        ASSERT_TRUE(read());
+        const RefPtr<Structure> added(Structure::create());
+        if (row.edit == std::string("add")) {
+            added->setName("A");
+            added->addMember(Member::kInt32, 1, "x");
+            fAccessor.setStructures({added.get()});
+            fAccessor.associations()["n1"].channel("c").setDataStream(Stream(*added, "s"));
+            setNumber("n1", 0, 9);
+        } else {
+            edit(row.edit);
+        }
+        if (!row.meanwhile.empty()) file() = sceneFront() + row.meanwhile + kLastLine;
+        for (const char* const time : {"first", "second"}) {
+            ASSERT_TRUE(write()) << fErrors;
+            EXPECT_EQ(section(), row.after) << time;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace orbo::Data
