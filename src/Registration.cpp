@@ -1,6 +1,7 @@
 // All that loading the library registers, in order, and that unloading undoes.
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/QuilAsciiFileAccessor.h"
+#include "accessors/QuilBinaryFileAccessor.h"
 #include "core/StructureRegistry.h"
 #include "debug/StartUp.h"
 
@@ -58,6 +59,7 @@ const struct ClassCheckpointAtLoad {
 } classCheckpointAtLoad;
 
 AccessorFactory<QuilAsciiFileAccessor> textScenes("kx");
+AccessorFactory<QuilBinaryFileAccessor> binaryScenes("ky");
 
 }  // namespace
 

@@ -29,4 +29,16 @@ METADATA_API const std::string& getRelationshipCommandName();
 METADATA_API const std::string& getSelectCommandName();
 }  // namespace Ascii
 
+/// Binary scenes: tags of chunks and types of groups, four characters each.
+namespace Binary {
+/// A group of chunks.
+METADATA_API const std::string& getFormChunkName();
+/// The type of the group that is the whole file.
+METADATA_API const std::string& getMainFormChunkType();
+METADATA_API const std::string& getMetaDataStructureChunkName();
+METADATA_API const std::string& getApplyNodeMetaDataChunkName();
+METADATA_API const std::string& getApplySceneMetaDataChunkName();
+METADATA_API const std::string& getBackwardChunkSizeChunkName();
+}  // namespace Binary
+
 }  // namespace orbo::Data::AccessorQuil

@@ -23,6 +23,13 @@ struct Words {
     std::string setAttr = "setAttr";
     std::string relationship = "relationship";
     std::string select = "select";
+
+    std::string formChunk = "FOR8";
+    std::string mainFormType = "Quil";
+    std::string structureChunk = "DATS";
+    std::string nodeChunk = "MTDA";
+    std::string sceneChunk = "SMTD";
+    std::string backwardSizeChunk = "BCSZ";
 };
 
 const Words& words() {
@@ -52,5 +59,16 @@ const std::string& getRelationshipCommandName() { return words().relationship; }
 const std::string& getSelectCommandName() { return words().select; }
 
 }  // namespace Ascii
+
+namespace Binary {
+
+const std::string& getFormChunkName() { return words().formChunk; }
+const std::string& getMainFormChunkType() { return words().mainFormType; }
+const std::string& getMetaDataStructureChunkName() { return words().structureChunk; }
+const std::string& getApplyNodeMetaDataChunkName() { return words().nodeChunk; }
+const std::string& getApplySceneMetaDataChunkName() { return words().sceneChunk; }
+const std::string& getBackwardChunkSizeChunkName() { return words().backwardSizeChunk; }
+
+}  // namespace Binary
 
 }  // namespace orbo::Data::AccessorQuil

@@ -39,15 +39,12 @@ class ModelReading::Helpers {
 };
 
 ModelReading::ModelReading(const std::set<std::string>* structureNames,
-                           const std::set<std::string>* associationNames, Order order)
+                           const std::set<std::string>* associationNames)
     : fStructureNamesGiven(structureNames),
-      fOrder(order),
       fStructureNames(structureNames),
       fAssociationNames(associationNames) {}
 
-bool ModelReading::wantsMore() const {
-    return !fStructureNames.done() || !fAssociationNames.done();
-}
+bool ModelReading::wantsMore() const { return !fStructureNames.done() || wantsAssociations(); }
 
 void ModelReading::add(SceneRecord record) {
     Item item;

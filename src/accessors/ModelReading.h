@@ -53,11 +53,15 @@ class ModelReading {
 
     /// Null sets mean all names. The sets outlive the reading.
     ModelReading(const std::set<std::string>* structureNames,
-                 const std::set<std::string>* associationNames, Order order);
+                 const std::set<std::string>* associationNames);
+
+    /// Said by whoever adds the records; from first to last if nobody does.
+    void setOrder(Order order) { fOrder = order; }
 
     /// False once all wanted structures have been met and no associations are wanted: as long as
     /// any are, structures that nobody asked for may be needed, and it takes the whole file.
     [[nodiscard]] bool wantsMore() const;
+    [[nodiscard]] bool wantsAssociations() const { return !fAssociationNames.done(); }
 
     void add(SceneRecord record);
     /// In place of a record that was not understood.
@@ -82,7 +86,7 @@ class ModelReading {
     void buildAssociations(Accessor::AssociationsMap& map, TakenNames& taken);
 
     const std::set<std::string>* fStructureNamesGiven;
-    Order fOrder;
+    Order fOrder = Order::kFirstToLast;
     NameFilter fStructureNames;
     NameFilter fAssociationNames;  // never struck off
     std::vector<Item> fItems;

@@ -1,11 +1,13 @@
-// One structure or associations object as a scene file holds it.
+// Structures and associations as scene files hold them.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace orbo::Data {
 
+/// The text of one of them.
 struct SceneRecord {
     enum class Kind { kStructure, kAssociations };
 
@@ -15,6 +17,15 @@ struct SceneRecord {
     /// The node, empty for the scene itself. Of a structure only its text knows the name.
     std::string name;
     std::string text;
+};
+
+/// Where a record lies in the file, with all that belongs to it.
+struct SceneRecordRange {
+    SceneRecord::Kind kind = SceneRecord::Kind::kStructure;
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+    /// False for the statement of a text scene that lacks its ";": it ends where the next begins.
+    bool closed = false;
 };
 
 }  // namespace orbo::Data

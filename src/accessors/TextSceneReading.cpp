@@ -13,7 +13,7 @@ namespace {
 
 using Result = TextSceneScanner::Result;
 
-Result readStatement(Files::File& file, const TextStatementRange& range, ModelReading& reading) {
+Result readStatement(Files::File& file, const SceneRecordRange& range, ModelReading& reading) {
     const char* message = TextStatement::unreadableMessage(range.kind);
     std::optional<SceneRecord> record;
     if (range.closed) {
@@ -34,9 +34,10 @@ Result readStatement(Files::File& file, const TextStatementRange& range, ModelRe
 
 bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& reading,
                     std::string& errors) {
+    reading.setOrder(ModelReading::Order::kLastToFirst);
     // Without a known trailer, what was met may yet turn out to lie behind it.
     while (!scanner.trailer() || reading.wantsMore()) {
-        TextStatementRange range;
+        SceneRecordRange range;
         Result result = scanner.next(range);
         if (result == Result::kStatement) result = readStatement(file, range, reading);
         if (result == Result::kTrailer) reading.discard();

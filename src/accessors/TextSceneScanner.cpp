@@ -85,7 +85,7 @@ TextSceneScanner::Result TextSceneScanner::trailerInFront() {
     return failureOf(result);
 }
 
-TextSceneScanner::Result TextSceneScanner::next(TextStatementRange& statement) {
+TextSceneScanner::Result TextSceneScanner::next(SceneRecordRange& statement) {
     LineDescriptor line;
     BackwardLineReader::Result result = BackwardLineReader::Result::kLine;
     while ((result = fLines.previous(line)) == BackwardLineReader::Result::kLine) {

@@ -11,15 +11,6 @@
 
 namespace orbo::Data {
 
-/// Where a statement lies.
-struct TextStatementRange {
-    SceneRecord::Kind kind = SceneRecord::Kind::kStructure;
-    std::uint64_t begin = 0;
-    /// Behind the line that its ";" closes; of a statement without one, where the next begins.
-    std::uint64_t end = 0;
-    bool closed = false;
-};
-
 /// Gives statements from the last to the first and stops at the scene's own commands. Works on
 /// descriptions of lines, so its memory does not grow with the scene: whoever wants a statement
 /// reads its range.
@@ -45,7 +36,7 @@ class TextSceneScanner {
     Result findTrailer();
     /// In place of `findTrailer`: the range ends where the trailer begins.
     void trailerIsAtEnd() { fTrailer = fEnd; }
-    Result next(TextStatementRange& statement);
+    Result next(SceneRecordRange& statement);
 
     /// Where the trailer line begins, as far as it has been met.
     [[nodiscard]] std::optional<std::uint64_t> trailer() const { return fTrailer; }

@@ -6,19 +6,31 @@
 #include <iterator>
 
 #include "accessors/Messages.h"
+#include "accessors/TextSceneHeader.h"
+#include "accessors/TextSceneReading.h"
 #include "accessors/TextStatement.h"
 #include "core/Ascii.h"
+#include "files/MemoryFile.h"
 
 namespace orbo::Data {
 
 namespace {
 
 using Fate = SectionPlan::Fate;
+using Kind = SceneRecord::Kind;
 using Result = TextSceneScanner::Result;
 
 // A first section is only put into scenes of at least this size, in front of a trailer that is no
 // further from the end.
 constexpr std::uint64_t kTrailerBlock = 1024;
+
+// By piece.
+constexpr const char* kPieceFailures[] = {
+    "Could not write structure chunk to file.",
+    "Could not write node associations statement to file.",
+    "Could not write scene associations statement to file.",
+    "Failed to append the file trailer.",
+};
 
 const char* searchFailure(Result result, bool metStatements) {
     if (result == Result::kSeekFailed) {
@@ -32,25 +44,26 @@ const char* searchFailure(Result result, bool metStatements) {
 }  // namespace
 
 bool TextSection::find(std::string& errors) {
-    const auto size = fFile.size();
+    if (!checkTextSceneHeader(*fFile, errors)) return false;
+    const auto size = fFile->size();
     if (!size) return fail(errors, "Could not seek to trailer start.");
     fSize = *size;
     return scan(errors) && checkTrailer(errors) && readTail(errors);
 }
 
 bool TextSection::scan(std::string& errors) {
-    TextSceneScanner scanner(fFile, 0, fSize);
+    TextSceneScanner scanner(*fFile, 0, fSize);
     Result result = scanner.findTrailer();
     if (result == Result::kSeekFailed) return fail(errors, "Could not seek to trailer start.");
     if (result == Result::kReadFailed) return fail(errors, "Could not read trailer.");
     do {
-        Statement statement;
+        Entry statement;
         result = scanner.next(statement.where);
-        if (result == Result::kStatement) fStatements.push_back(statement);
-        if (result == Result::kTrailer) fStatements.clear();
+        if (result == Result::kStatement) fEntries.push_back(statement);
+        if (result == Result::kTrailer) fEntries.clear();
     } while (result == Result::kStatement || result == Result::kTrailer);
-    if (result != Result::kDone) return fail(errors, searchFailure(result, !fStatements.empty()));
-    std::reverse(fStatements.begin(), fStatements.end());
+    if (result != Result::kDone) return fail(errors, searchFailure(result, !fEntries.empty()));
+    std::reverse(fEntries.begin(), fEntries.end());
     fTrailer = scanner.trailer();
     return true;
 }
@@ -58,7 +71,7 @@ bool TextSection::scan(std::string& errors) {
 // A scene without a trailer may have lost its end; nothing is written into it.
 bool TextSection::checkTrailer(std::string& errors) const {
     if (fTrailer) return true;
-    if (!fStatements.empty()) {
+    if (!fEntries.empty()) {
         return fail(errors, "Failed reading line while searching metadata end.");
     }
     return fail(errors, fSize < kTrailerBlock && !fAnySize ? "Could not seek to trailer start."
@@ -66,28 +79,25 @@ bool TextSection::checkTrailer(std::string& errors) const {
 }
 
 bool TextSection::readTail(std::string& errors) {
-    fTailBegin = fStatements.empty() ? *fTrailer : fStatements.front().where.begin;
-    if (!fFile.seek(fTailBegin)) return fail(errors, "Failed to seek to the trailer position.");
+    fTailBegin = fEntries.empty() ? *fTrailer : fEntries.front().where.begin;
+    if (!fFile->seek(fTailBegin)) return fail(errors, "Failed to seek to the trailer position.");
     fTail.resize(static_cast<std::size_t>(fSize - fTailBegin));
-    return Files::readExactly(fFile, fTail.data(), fTail.size()) ||
+    return Files::readExactly(*fFile, fTail.data(), fTail.size()) ||
            fail(errors, "Failed to read the file trailer.");
 }
 
 bool TextSection::checkPlace(std::string& errors) const {
-    const bool isFirst = std::none_of(fStatements.begin(), fStatements.end(),
-                                      [](const Statement& s) { return s.understood; });
-    if (!isFirst || fAnySize) return true;
+    if (fAnySize || firstUnderstood() != fEntries.end()) return true;
     if (fSize < kTrailerBlock) return fail(errors, "Could not seek to trailer start.");
     return fSize - *fTrailer <= kTrailerBlock || fail(errors, "Could not find trailer prefix.");
 }
 
 // Unclosed statements right in front are taken in: the first line of the section might close them.
 std::uint64_t TextSection::begin() const {
-    auto first = std::find_if(fStatements.begin(), fStatements.end(),
-                              [](const Statement& statement) { return statement.understood; });
-    if (first == fStatements.end()) return *fTrailer;
+    auto first = firstUnderstood();
+    if (first == fEntries.end()) return *fTrailer;
     std::uint64_t begin = first->where.begin;
-    while (first != fStatements.begin() && !std::prev(first)->where.closed &&
+    while (first != fEntries.begin() && !std::prev(first)->where.closed &&
            std::prev(first)->where.end == begin) {
         begin = (--first)->where.begin;
     }
@@ -95,15 +105,10 @@ std::uint64_t TextSection::begin() const {
 }
 
 std::uint64_t TextSection::end() const {
-    for (auto statement = fStatements.rbegin(); statement != fStatements.rend(); ++statement) {
+    for (auto statement = fEntries.rbegin(); statement != fEntries.rend(); ++statement) {
         if (statement->understood) return statement->where.end;
     }
     return *fTrailer;
-}
-
-std::string_view TextSection::bytes(std::uint64_t from, std::uint64_t to) const {
-    return std::string_view(fTail).substr(static_cast<std::size_t>(from - fTailBegin),
-                                          static_cast<std::size_t>(to - from));
 }
 
 // Statements without a ";" go last, so that none of the lines that move together with them can
@@ -111,13 +116,13 @@ std::string_view TextSection::bytes(std::uint64_t from, std::uint64_t to) const 
 std::string TextSection::foreignLines() const {
     std::string lines;
     std::string unclosed;
-    auto statement = fStatements.begin();
+    auto statement = fEntries.begin();
     const std::uint64_t last = end();
     for (std::uint64_t at = begin(); at < last;) {
         std::string_view line = bytes(at, last);
         line = line.substr(0, std::min(line.find('\n'), line.size() - 1) + 1);
-        while (statement != fStatements.end() && statement->where.end <= at) ++statement;
-        const bool inside = statement != fStatements.end() && statement->where.begin <= at;
+        while (statement != fEntries.end() && statement->where.end <= at) ++statement;
+        const bool inside = statement != fEntries.end() && statement->where.begin <= at;
         at += line.size();
         if (Ascii::trim(line).empty()) continue;
         if (inside && statement->understood) {
@@ -129,12 +134,67 @@ std::string TextSection::foreignLines() const {
     return lines + unclosed;
 }
 
-void TextSection::appendKept(std::string& out, SceneRecord::Kind kind, Fate fate) const {
-    for (const Statement& statement : fStatements) {
-        if (statement.understood && statement.where.kind == kind && statement.fate == fate) {
-            out += bytesOf(statement);
-        }
+const char* TextSection::failureOf(Part part) const {
+    return kPieceFailures[static_cast<std::size_t>(part)];
+}
+
+std::optional<SceneRecord> TextSection::parse(const Entry& entry) const {
+    if (!entry.where.closed) return std::nullopt;
+    const char* ignored = nullptr;
+    return TextStatement::parse(entry.where.kind, std::string(bytesOf(entry)), ignored);
+}
+
+std::string TextSection::unchanged(const Entry& entry) const {
+    return TextStatement::relaid(entry.where.kind, std::string(bytesOf(entry)));
+}
+
+bool TextSection::append(std::string& out, const SceneRecord& record) const {
+    const bool isStructure = record.kind == Kind::kStructure;
+    if (!isStructure && !TextStatement::canBeTarget(record.name)) return false;
+    TextStatement::append(out, record);
+    if (!isStructure) return true;
+    // Quotes in names are not escaped, so there are names that end the statement.
+    const char* ignored = nullptr;
+    const auto readBack = TextStatement::parse(record.kind, out, ignored);
+    return readBack && readBack->text == record.text;
+}
+
+bool TextSection::compose(const NewRecords& records, std::string&) {
+    fNewTail = foreignLines();
+    appendKept(fNewTail, Kind::kStructure, Fate::kAhead);
+    for (const std::string& statement : records.structures) fNewTail += statement;
+    appendKept(fNewTail, Kind::kStructure, Fate::kBehind);
+    fPieceEnds[kStructures] = fNewTail.size();
+
+    appendKept(fNewTail, Kind::kAssociations, Fate::kAhead);
+    for (const std::string& statement : records.nodes) fNewTail += statement;
+    fPieceEnds[kNodes] = fNewTail.size();
+
+    fNewTail += records.scene;
+    appendKept(fNewTail, Kind::kAssociations, Fate::kBehind);
+    fPieceEnds[kScene] = fNewTail.size();
+
+    fNewTail += bytes(end(), fSize);
+    fPieceEnds[kRest] = fNewTail.size();
+    return true;
+}
+
+bool TextSection::readBack(ModelReading& reading, std::string& errors) const {
+    Files::MemoryFile file(std::string_view(fNewTail).substr(0, fPieceEnds[kScene]));
+    TextSceneScanner scanner(file, 0, fPieceEnds[kScene]);
+    scanner.trailerIsAtEnd();
+    return readStatements(file, scanner, reading, errors);
+}
+
+bool TextSection::rewrite(std::string& errors) {
+    Change tail{begin(), bytes(begin(), fSize), "Could not seek to metadata start.", {}};
+    std::size_t from = 0;
+    for (std::size_t i = 0; i < kPieces; ++i) {
+        const auto piece = std::string_view(fNewTail).substr(from, fPieceEnds[i] - from);
+        tail.pieces.push_back({piece, kPieceFailures[i]});
+        from = fPieceEnds[i];
     }
+    return apply({tail}, errors);
 }
 
 }  // namespace orbo::Data

@@ -10,7 +10,7 @@
 #include <fstream>
 
 #include "files/ScriptedFileSystem.h"
-#include "files/TailRewrite.h"
+#include "files/FileRewrite.h"
 
 namespace orbo::Files {
 namespace {
@@ -51,8 +51,8 @@ TEST(RealFile, ReadsAndWritesWhereItWasTold) {
 
 // Whatever call fails, alone, the file is the old one again; when all later calls fail as well,
 // the caller is told that it is not.
-TEST(TailRewrite, SucceedsOrFailsWithoutTrace) {
-    using Step = TailRewrite::Step;
+TEST(FileRewrite, SucceedsOrFailsWithoutTrace) {
+    using Step = FileRewrite::Step;
     const std::string old = "scene|old tail";
     for (const std::vector<std::string_view>& pieces :
          std::initializer_list<std::vector<std::string_view>>{
@@ -64,14 +64,14 @@ TEST(TailRewrite, SucceedsOrFailsWithoutTrace) {
             system.bytesWritten = 0;
             system.failAt(n, fromThenOn);
             const auto file = system.open("scene", Mode::kReadWrite);
-            return TailRewrite(*file, 6, "old tail").replaceBy(pieces);
+            return FileRewrite(*file, {{6, "old tail", pieces}}).run();
         };
         std::string expected = "scene|";
         for (const std::string_view piece : pieces) expected += piece;
         bool done = false;
         for (int n = 1; n < 20 && !done; ++n) {
             const bool restored = rewrite(n, true).restored;
-            const TailRewrite::Outcome outcome = rewrite(n, false);
+            const FileRewrite::Outcome outcome = rewrite(n, false);
             done = outcome.failed == Step::kDone;
             EXPECT_EQ(content, done ? expected : old) << n;
             EXPECT_TRUE(done || outcome.restored) << n;

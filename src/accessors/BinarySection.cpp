@@ -1,0 +1,160 @@
+// The metadata section of a binary scene as the file holds it now.
+// SPDX-License-Identifier: Apache-2.0
+#include "accessors/BinarySection.h"
+
+#include <data/AccessorQuil.h>
+
+#include <limits>
+
+#include "accessors/Messages.h"
+#include "files/MemoryFile.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Fate = SectionPlan::Fate;
+using Kind = SceneRecord::Kind;
+
+const char* walkFailure(std::optional<Kind> kind) {
+    if (!kind) return "Error reading chunk before metadata.";
+    return *kind == Kind::kStructure ? "Error skipping data structure chunk."
+                                     : "Error skipping existing metadata chunks.";
+}
+
+}  // namespace
+
+bool BinarySection::find(std::string& errors) {
+    return locate(errors) && findChunks(errors) && readTail(errors);
+}
+
+// Stricter than reading needs it: what does not fit together may have been damaged.
+bool BinarySection::locate(std::string& errors) {
+    if (!locateTrailer(*fFile, fTrailer, errors)) return false;
+    const auto size = fFile->size();
+    if (!size) return fail(errors, "Could not seek to trailer start.");
+    fSize = *size;
+    const std::string problem = misplacedEnd(fTrailer, fSize);
+    if (!problem.empty()) return fail(errors, problem);
+    char bytes[8];
+    if (!fFile->seek(fTrailer.sizeAt()) || !Files::readExactly(*fFile, bytes, sizeof bytes)) {
+        return fail(errors, "Could not seek to trailer start.");
+    }
+    return fromBigEndian({bytes, sizeof bytes}) == fTrailer.size() ||
+           fail(errors, "The size of the trailer does not fit the distance to its start.");
+}
+
+bool BinarySection::findChunks(std::string& errors) {
+    using Result = ChunkWalk::Result;
+    ChunkWalk walk(*fFile, fTrailer.begin, fTrailer.end);
+    for (;;) {
+        BinaryChunk chunk;
+        const Result result = walk.next(chunk);
+        if (result == Result::kDone) return true;
+        if (result == Result::kBadHeader) {
+            return fail(errors, "Error reading chunk header before metadata.");
+        }
+        const auto kind = kindOfChunk(chunk.tag);
+        if (result == Result::kBadData) return fail(errors, walkFailure(kind));
+        if (kind) fEntries.push_back({{*kind, chunk.begin, chunk.end(), true}, false, {}, {}});
+    }
+}
+
+bool BinarySection::readTail(std::string& errors) {
+    fTailBegin = fEntries.empty() ? fTrailer.end : fEntries.front().where.begin;
+    fTail.resize(static_cast<std::size_t>(fSize - fTailBegin));
+    if (fFile->seek(fTailBegin) && Files::readExactly(*fFile, fTail.data(), fTail.size())) {
+        return true;
+    }
+    return fail(errors, fEntries.empty() ? "Error skipping backward size chunk."
+                                         : "Error skipping existing metadata chunks.");
+}
+
+const char* BinarySection::failureOf(Part part) const {
+    switch (part) {
+        case Part::kStructures:
+            return "Could not write structure chunk to in-memory trailer.";
+        case Part::kScene:
+            return "Could not write scene associations chunk to in-memory trailer.";
+        case Part::kNodes:
+            break;
+    }
+    return "Could not write node associations chunk to in-memory trailer.";
+}
+
+std::optional<SceneRecord> BinarySection::parse(const Entry& entry) const {
+    const std::string_view chunk = bytesOf(entry);
+    const auto dataSize = static_cast<std::size_t>(fromBigEndian(chunk.substr(8, 8)));
+    return parseChunk(std::string(chunk.substr(0, 4)),
+                      std::string(chunk.substr(BinaryChunk::kHeaderSize, dataSize)));
+}
+
+std::string BinarySection::unchanged(const Entry& entry) const {
+    return std::string(bytesOf(entry));
+}
+
+bool BinarySection::append(std::string& out, const SceneRecord& record) const {
+    return appendChunk(out, record);
+}
+
+std::uint64_t BinarySection::begin() const {
+    const auto first = firstUnderstood();
+    return first == fEntries.end() ? fTrailer.end : first->where.begin;
+}
+
+std::string BinarySection::foreignChunks() const {
+    std::string chunks;
+    std::uint64_t at = begin();
+    for (const Entry& entry : fEntries) {
+        if (!entry.understood) continue;
+        chunks += bytes(at, entry.where.begin);
+        at = entry.where.end;
+    }
+    return chunks.append(bytes(at, fTrailer.end));
+}
+
+bool BinarySection::compose(const NewRecords& records, std::string& errors) {
+    fNewChunks = foreignChunks();
+    appendKept(fNewChunks, Kind::kStructure, Fate::kAhead);
+    for (const std::string& chunk : records.structures) fNewChunks += chunk;
+    appendKept(fNewChunks, Kind::kStructure, Fate::kBehind);
+    appendKept(fNewChunks, Kind::kAssociations, Fate::kAhead);
+    fNewChunks += records.scene;
+    for (const std::string& chunk : records.nodes) fNewChunks += chunk;
+    appendKept(fNewChunks, Kind::kAssociations, Fate::kBehind);
+
+    fNewTrailer = {fTrailer.begin, begin() + fNewChunks.size()};
+    return fNewTrailer.distance() <= std::numeric_limits<std::uint32_t>::max() ||
+           fail(errors, "The trailer would be longer than its 32-bit distance can say.");
+}
+
+bool BinarySection::readBack(ModelReading& reading, std::string& errors) const {
+    Files::MemoryFile file(fNewChunks);
+    return readChunks(file, 0, fNewChunks.size(), reading, errors);
+}
+
+bool BinarySection::rewrite(std::string& errors) {
+    const std::string oldSize = bigEndian(fTrailer.size(), 8);
+    const std::string newSize = bigEndian(fNewTrailer.size(), 8);
+    const std::string oldMainSize = bigEndian(fTrailer.mainSize(), 8);
+    const std::string newMainSize = bigEndian(fNewTrailer.mainSize(), 8);
+    std::string endChunk;
+    BinaryChunk::append(endChunk, AccessorQuil::Binary::getBackwardChunkSizeChunkName(),
+                        bigEndian(fNewTrailer.distance(), 4));
+    return apply({{fTrailer.sizeAt(),
+                   oldSize,
+                   "Failed to seek to the trailer size position.",
+                   {{newSize, "Failed to write the new trailer size."}}},
+                  {BinaryTrailer::kMainSizeAt,
+                   oldMainSize,
+                   "Failed to the main chunk size position.",
+                   {{newMainSize, "Failed to write the new main chunk size."}}},
+                  {begin(),
+                   bytes(begin(), fSize),
+                   "Failed to seek to the trailer data start.",
+                   {{fNewChunks, "Failed to write the new trailer."},
+                    {endChunk, "Failed to write the backward chunk size."}}}},
+                 errors);
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,44 @@
+// The metadata section of a binary scene as the file holds it now.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "accessors/BinaryTrailer.h"
+#include "accessors/SceneSection.h"
+
+namespace orbo::Data {
+
+/// The section runs from the first metadata chunk to the end of the trailer. The application's
+/// chunks in front of it stay where they are; those in between go to its beginning, and so do
+/// metadata chunks that cannot be taken apart.
+class BinarySection : public SceneSection {
+  public:
+    using SceneSection::SceneSection;
+
+    bool find(std::string& errors) override;
+    [[nodiscard]] const char* failureOf(Part part) const override;
+    [[nodiscard]] std::optional<SceneRecord> parse(const Entry& entry) const override;
+    /// The chunk as it is, with what readers pass over.
+    [[nodiscard]] std::string unchanged(const Entry& entry) const override;
+    bool append(std::string& out, const SceneRecord& record) const override;
+    /// Fails when the distance back to the trailer's begin would take more than its 32 bits.
+    bool compose(const NewRecords& records, std::string& errors) override;
+    bool readBack(ModelReading& reading, std::string& errors) const override;
+    bool rewrite(std::string& errors) override;
+
+  private:
+    bool locate(std::string& errors);
+    bool findChunks(std::string& errors);
+    bool readTail(std::string& errors);
+    [[nodiscard]] std::uint64_t begin() const;
+    [[nodiscard]] std::string foreignChunks() const;
+
+    BinaryTrailer fTrailer;
+    BinaryTrailer fNewTrailer;
+    std::string fNewChunks;
+};
+
+}  // namespace orbo::Data

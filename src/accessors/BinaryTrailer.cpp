@@ -1,0 +1,172 @@
+// The end of a binary scene, where its metadata is.
+// SPDX-License-Identifier: Apache-2.0
+#include "accessors/BinaryTrailer.h"
+
+#include <data/AccessorQuil.h>
+
+#include <string_view>
+#include <utility>
+
+#include "accessors/Messages.h"
+
+namespace orbo::Data {
+
+using namespace AccessorQuil::Binary;
+using Kind = SceneRecord::Kind;
+
+namespace {
+
+// Tag, zeros, size and form type of the main group.
+constexpr std::size_t kIdentificationSize = 20;
+// Behind that, the headers of the main and of the trailer group with their form types.
+constexpr std::uint64_t kSmallestBegin = 2 * kIdentificationSize;
+
+bool isScene(std::string_view identification) {
+    return identification.substr(0, 4) == getFormChunkName() &&
+           identification.substr(16, 4) == getMainFormChunkType();
+}
+
+const char* readFailureOf(Kind kind) {
+    return kind == Kind::kStructure ? "Could not read data structure chunk."
+                                    : "Could not read apply metadata chunk.";
+}
+
+// The zero-terminated string at the beginning of what is left, which is shortened by it.
+std::optional<std::string_view> takeString(std::string_view& left) {
+    const std::size_t end = left.find('\0');
+    if (end == std::string_view::npos) return std::nullopt;
+    const std::string_view string = left.substr(0, end);
+    left.remove_prefix(end + 1);
+    return string;
+}
+
+bool isWanted(Kind kind, const ModelReading& reading) {
+    return kind == Kind::kStructure ? reading.wantsMore() : reading.wantsAssociations();
+}
+
+std::optional<SceneRecord> readRecord(Files::File& file, const BinaryChunk& chunk) {
+    std::string data(static_cast<std::size_t>(chunk.dataSize), '\0');
+    if (!file.seek(chunk.dataBegin())) return std::nullopt;
+    if (!Files::readExactly(file, data.data(), data.size())) return std::nullopt;
+    return parseChunk(chunk.tag, std::move(data));
+}
+
+}  // namespace
+
+bool locateTrailer(Files::File& file, BinaryTrailer& trailer, std::string& errors) {
+    char identification[kIdentificationSize];
+    if (!file.seek(0) || !Files::readExactly(file, identification, sizeof identification)) {
+        return fail(errors, "Could not read file identification.");
+    }
+    if (!isScene({identification, sizeof identification})) {
+        return fail(errors, "Not a supported file type.");
+    }
+    const std::uint64_t mainSize = fromBigEndian({identification + BinaryTrailer::kMainSizeAt, 8});
+    trailer.end = mainSize - 8;
+    if (mainSize < 8 || !file.seek(trailer.end)) {
+        return fail(errors, "Error seeking to the end of main chunk.");
+    }
+    BinaryChunk endChunk;
+    if (!readChunkHeader(file, trailer.end, endChunk)) {
+        return fail(errors, "Error reading the trailer-size chunk header.");
+    }
+    if (endChunk.tag != getBackwardChunkSizeChunkName()) {
+        return fail(errors, "File does not end with trailer-size chunk.");
+    }
+    if (endChunk.dataSize != 4) return fail(errors, "Invalid trailer-size chunk.");
+    char bytes[4];
+    if (!Files::readExactly(file, bytes, sizeof bytes)) {
+        return fail(errors, "Could not read trailer backward offset.");
+    }
+    const std::uint64_t distance = fromBigEndian({bytes, sizeof bytes});
+    trailer.begin = trailer.end + BinaryTrailer::kDistanceEnd - distance;
+    const bool isInside = distance >= BinaryTrailer::kDistanceEnd &&
+                          distance <= trailer.end + BinaryTrailer::kDistanceEnd &&
+                          trailer.begin >= kSmallestBegin;
+    return isInside || fail(errors, "Could not seek to start of trailer.");
+}
+
+std::string misplacedEnd(const BinaryTrailer& trailer, std::uint64_t fileSize) {
+    const std::uint64_t end = trailer.fileEnd();
+    if (fileSize > end) {
+        return "The scene ends at byte " + std::to_string(end) + ", but " +
+               std::to_string(fileSize - end) + " more follow.";
+    }
+    if (fileSize < end) {
+        return "The last " + std::to_string(end - fileSize) + " bytes of the scene are missing.";
+    }
+    return {};
+}
+
+std::optional<Kind> kindOfChunk(const std::string& tag) {
+    if (tag == getMetaDataStructureChunkName()) return Kind::kStructure;
+    if (tag == getApplyNodeMetaDataChunkName()) return Kind::kAssociations;
+    if (tag == getApplySceneMetaDataChunkName()) return Kind::kAssociations;
+    return std::nullopt;
+}
+
+// The tag tells whose metadata it is: what stands for the name of the scene is passed over.
+std::optional<SceneRecord> parseChunk(const std::string& tag, std::string data) {
+    SceneRecord record;
+    record.kind = kindOfChunk(tag).value_or(Kind::kStructure);
+    std::string_view left = data;
+    if (record.kind == Kind::kAssociations) {
+        const auto name = takeString(left);
+        if (!name) return std::nullopt;
+        if (tag == getApplyNodeMetaDataChunkName()) record.name = *name;
+    }
+    const auto format = takeString(left);
+    if (!format) return std::nullopt;
+    record.format = *format;
+    const std::size_t textBegin = data.size() - left.size();
+    const auto text = takeString(left);
+    if (!text) return std::nullopt;
+    const std::size_t textSize = text->size();
+    data.erase(textBegin + textSize);
+    data.erase(0, textBegin);
+    record.text = std::move(data);
+    return record;
+}
+
+bool appendChunk(std::string& out, const SceneRecord& record) {
+    const std::string end(1, '\0');
+    if ((record.name + record.format).find('\0') != std::string::npos) return false;
+    if (record.text.find('\0') != std::string::npos) return false;
+    if (record.kind == Kind::kStructure) {
+        BinaryChunk::append(out, getMetaDataStructureChunkName(),
+                            record.format + end + record.text + end);
+        return true;
+    }
+    BinaryChunk::append(
+        out,
+        record.name.empty() ? getApplySceneMetaDataChunkName() : getApplyNodeMetaDataChunkName(),
+        record.name + end + record.format + end + record.text + end);
+    return true;
+}
+
+bool readChunks(Files::File& file, std::uint64_t begin, std::uint64_t end, ModelReading& reading,
+                std::string& errors) {
+    using Result = ChunkWalk::Result;
+    ChunkWalk walk(file, begin, end);
+    for (;;) {
+        BinaryChunk chunk;
+        const Result result = walk.next(chunk);
+        if (result == Result::kDone) return true;
+        if (result == Result::kBadHeader) {
+            return fail(errors, "Error reading chunk header at byte " +
+                                    std::to_string(walk.position()) + ".");
+        }
+        const auto kind = kindOfChunk(chunk.tag);
+        if (!kind || !isWanted(*kind, reading)) {
+            if (result == Result::kChunk) continue;
+            return fail(errors, "The chunk at byte " + std::to_string(chunk.begin) +
+                                    " reaches beyond the end of the trailer.");
+        }
+        std::optional<SceneRecord> record;
+        if (result == Result::kChunk) record = readRecord(file, chunk);
+        if (!record) return fail(errors, readFailureOf(*kind));
+        reading.add(std::move(*record));
+    }
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,20 @@
+// Accessor for binary scenes.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "accessors/SceneFileAccessor.h"
+
+namespace orbo::Data {
+
+/// Scenes are one group of chunks, the last of which is the trailer group with the metadata. It is
+/// found from the end of the file; the scene's own chunks are neither read nor written.
+class QuilBinaryFileAccessor : public SceneFileAccessor {
+  private:
+    [[nodiscard]] std::string openFailure() const override;
+    bool check(Files::File& file, std::string& errors) const override;
+    bool scan(Files::File& file, ModelReading& reading, std::string& errors) const override;
+    [[nodiscard]] std::unique_ptr<SceneSection> section(
+        std::unique_ptr<Files::File> file) const override;
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,100 @@
+// The metadata section of a scene as the file holds it now, and what it gives way to.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "accessors/ModelReading.h"
+#include "accessors/SceneRecord.h"
+#include "accessors/SectionPlan.h"
+#include "files/File.h"
+
+namespace orbo::Data {
+
+/// What differs between the kinds of scene files when one is written; `SceneWriter` does the rest
+/// and calls, in this order, `find`, `parse`, `checkPlace`, `append`, `compose`, `readBack` and
+/// `rewrite`. All functions that take `errors` put a message there when they return false.
+class SceneSection {
+  public:
+    struct Entry {
+        SceneRecordRange where;
+        bool understood = false;  // as a record; its text may still be beyond anybody's reading
+        std::string name;         // of the node or structure, once it is understood
+        SectionPlan::Fate fate = SectionPlan::Fate::kAhead;
+    };
+
+    /// In the order in which they are written.
+    struct NewRecords {
+        std::vector<std::string> structures;
+        std::vector<std::string> nodes;
+        std::string scene;
+    };
+
+    /// Parts of the new section, each with a message for when it cannot be made or written.
+    enum class Part { kStructures, kNodes, kScene };
+
+    explicit SceneSection(std::unique_ptr<Files::File> file) : fFile(std::move(file)) {}
+    SceneSection(const SceneSection&) = delete;
+    SceneSection& operator=(const SceneSection&) = delete;
+    virtual ~SceneSection() = default;
+
+    /// Checks that the file is a scene, finds its records, nothing of which is understood yet, and
+    /// reads it from the first of them to its end.
+    virtual bool find(std::string& errors) = 0;
+    /// Once it is known what was understood.
+    virtual bool checkPlace(std::string& errors) const;
+    [[nodiscard]] virtual const char* failureOf(Part part) const = 0;
+
+    /// In file order.
+    [[nodiscard]] std::vector<Entry>& entries() { return fEntries; }
+    [[nodiscard]] std::string_view bytesOf(const Entry& entry) const {
+        return bytes(entry.where.begin, entry.where.end);
+    }
+    /// Takes an entry apart; empty when it is no record.
+    [[nodiscard]] virtual std::optional<SceneRecord> parse(const Entry& entry) const = 0;
+    /// What the record becomes that is written as it was found.
+    [[nodiscard]] virtual std::string unchanged(const Entry& entry) const = 0;
+    /// False, without a message, when the record cannot be carried for its name.
+    virtual bool append(std::string& out, const SceneRecord& record) const = 0;
+
+    /// Makes the new end of the file, in memory.
+    virtual bool compose(const NewRecords& records, std::string& errors) = 0;
+    /// Feeds the new section to a reading.
+    virtual bool readBack(ModelReading& reading, std::string& errors) const = 0;
+    virtual bool rewrite(std::string& errors) = 0;
+
+  protected:
+    /// New bytes for a range of the file, with the messages for when they cannot be put there.
+    struct Change {
+        struct Piece {
+            std::string_view bytes;
+            const char* failure;
+        };
+        std::uint64_t offset;
+        std::string_view oldBytes;
+        const char* seekFailure;
+        std::vector<Piece> pieces;
+    };
+
+    /// The last change runs to the end of the file. When one fails the file is as it was.
+    bool apply(const std::vector<Change>& changes, std::string& errors);
+    /// The entries of a kind with that fate, byte by byte.
+    void appendKept(std::string& out, SceneRecord::Kind kind, SectionPlan::Fate fate) const;
+    /// The first entry that was understood.
+    [[nodiscard]] std::vector<Entry>::const_iterator firstUnderstood() const;
+    [[nodiscard]] std::string_view bytes(std::uint64_t from, std::uint64_t to) const;
+
+    const std::unique_ptr<Files::File> fFile;
+    std::uint64_t fSize = 0;
+    std::vector<Entry> fEntries;
+    std::uint64_t fTailBegin = 0;
+    std::string fTail;  // what the file holds from there on
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,171 @@
+// Replaces the metadata section of a scene by an accessor's model.
+// SPDX-License-Identifier: Apache-2.0
+#include "accessors/SceneWriter.h"
+
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+#include "accessors/Messages.h"
+#include "accessors/ModelCheck.h"
+#include "accessors/ModelCompare.h"
+#include "accessors/ModelPlace.h"
+#include "accessors/ModelText.h"
+#include "core/StructureRegistry.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Fate = SectionPlan::Fate;
+using Kind = SceneRecord::Kind;
+
+}  // namespace
+
+SceneWriter::SceneWriter(const Accessor& accessor, const TakenNames& taken, SceneSection& section)
+    : fAccessor(accessor),
+      fTaken(taken),
+      fSection(section),
+      fModel(accessor),
+      fWritten(fModel.names()) {}
+
+bool SceneWriter::write(std::string& errors) {
+    if (!checkNamesAreUnique(fModel, errors)) return false;
+    if (!fSection.find(errors) || !decide(errors) || !checkChanges(errors)) return false;
+    if (!fSection.checkPlace(errors) || !writeRecords(errors)) return false;
+    dropRepeated();
+    if (!fSection.compose(fNew, errors)) return false;
+    if (fAccessor.writePolicy().verify && !verify(errors)) return false;
+    return fSection.rewrite(errors);
+}
+
+// Structures first: what associations mean depends on them.
+bool SceneWriter::decide(std::string& errors) {
+    SectionPlan plan(fModel, fTaken, fAccessor.readPolicy());
+    decide(Kind::kStructure, plan);
+    if (fAccessor.writePolicy().verify && !plan.conflict().empty()) {
+        return fail(errors,
+                    "Structure '" + plan.conflict() + "' in the file is another one than was read");
+    }
+    decide(Kind::kAssociations, plan);
+    fWritten.unreadable = std::move(plan.unreadable());
+    keepStructuresOfKept();
+    return true;
+}
+
+void SceneWriter::decide(Kind kind, SectionPlan& plan) {
+    const bool isStructure = kind == Kind::kStructure;
+    auto& unchanged = isStructure ? fUnchangedStructures : fUnchangedNodes;
+    for (Entry& entry : fSection.entries()) {
+        if (entry.where.kind != kind) continue;
+        const auto record = fSection.parse(entry);
+        if (!record) continue;
+        entry.understood = true;
+        entry.name = record->name;
+        entry.fate =
+            isStructure ? plan.ofStructure(*record, entry.name) : plan.ofAssociations(*record);
+        if (entry.fate == Fate::kUnchanged) {
+            // Goes where it would have been written.
+            entry.fate = Fate::kDropped;
+            unchanged.emplace(entry.name, fSection.unchanged(entry));
+        } else if (!isStructure && entry.fate != Fate::kDropped) {
+            fNeededStructures.merge(structuresNamedIn(record->text));
+        }
+    }
+}
+
+// A structure that the caller removed stays while somebody else's associations need it.
+void SceneWriter::keepStructuresOfKept() {
+    for (Entry& entry : fSection.entries()) {
+        if (!entry.understood || entry.where.kind != Kind::kStructure) continue;
+        if (entry.fate != Fate::kDropped || fModel.structure(entry.name)) continue;
+        if (fNeededStructures.count(entry.name) > 0) entry.fate = Fate::kAhead;
+    }
+}
+
+// What is as the file has it came from there, and goes back the same way.
+bool SceneWriter::checkChanges(std::string& errors) const {
+    if (!fAccessor.writePolicy().verify) return true;
+    for (const auto& structure : fModel.structures()) {
+        if (fUnchangedStructures.count(structure->name()) > 0) continue;
+        if (!checkFormatCanCarry(*structure, errors)) return false;
+    }
+    for (const WrittenModel::Node& node : fModel.nodes()) {
+        if (fUnchangedNodes.count(*node.name) > 0) continue;
+        if (!checkFormatCanCarry(fModel, node, errors)) return false;
+    }
+    return true;
+}
+
+bool SceneWriter::writeRecords(std::string& errors) {
+    for (const auto& structure : fModel.structures()) {
+        if (!writeStructure(*structure, errors)) return false;
+    }
+    for (const WrittenModel::Node& node : fModel.nodes()) {
+        if (!writeNode(node, errors)) return false;
+    }
+    return true;
+}
+
+bool SceneWriter::writeStructure(const Structure& structure, std::string& errors) {
+    std::string& bytes = fNew.structures.emplace_back();
+    if (const auto unchanged = fUnchangedStructures.find(structure.name());
+        unchanged != fUnchangedStructures.end()) {
+        bytes = std::move(unchanged->second);
+        return true;
+    }
+    std::string messages;
+    if (const auto record = recordOf(structure, messages)) {
+        if (fSection.append(bytes, *record)) return true;
+        messages = std::string("Structure '") + structure.name() + "': name cannot be written";
+    }
+    addMessage(errors, fSection.failureOf(Part::kStructures));
+    return fail(errors, messages);
+}
+
+bool SceneWriter::writeNode(const WrittenModel::Node& node, std::string& errors) {
+    const bool isScene = node.name->empty();
+    std::string& bytes = isScene ? fNew.scene : fNew.nodes.emplace_back();
+    if (const auto unchanged = fUnchangedNodes.find(*node.name);
+        unchanged != fUnchangedNodes.end()) {
+        bytes = std::move(unchanged->second);
+        return true;
+    }
+    std::string messages;
+    const auto record =
+        recordOf(*node.name, *node.associations, fAccessor.writePolicy().exactNumbers, messages);
+    if (!record) {
+        addMessage(errors, fSection.failureOf(isScene ? Part::kScene : Part::kNodes));
+        return fail(errors, messages);
+    }
+    return fSection.append(bytes, *record) ||
+           fail(errors, ModelPlace::of(*node.name) + ": name cannot be written");
+}
+
+// What was written before without what it needs to be read is replaced all the same.
+void SceneWriter::dropRepeated() {
+    std::unordered_set<std::string_view> written(fNew.structures.begin(), fNew.structures.end());
+    written.insert(fNew.nodes.begin(), fNew.nodes.end());
+    written.insert(fNew.scene);
+    for (Entry& entry : fSection.entries()) {
+        if (entry.understood && written.count(fSection.bytesOf(entry)) > 0) {
+            entry.fate = Fate::kDropped;
+        }
+    }
+}
+
+bool SceneWriter::verify(std::string& errors) const {
+    const StructureRegistry::SetAside fileStructures;
+    ModelReading reading(nullptr, &fWritten.associations);
+    Accessor::AssociationsMap readBack;
+    std::string messages;
+    try {
+        if (!fSection.readBack(reading, messages)) return fail(errors, messages);
+        reading.build(readBack, fAccessor.readPolicy(), messages);
+    } catch (const Index::eCreationErrors&) {
+        return fail(errors, "An index type of the new metadata is not registered.");
+    }
+    return readBackIsSame(fModel, readBack, errors) || fail(errors, messages);
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,54 @@
+// Replaces the metadata section of a scene by an accessor's model.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+
+#include <set>
+#include <string>
+#include <unordered_map>
+
+#include "accessors/ModelReading.h"
+#include "accessors/SceneSection.h"
+#include "accessors/WrittenModel.h"
+
+namespace orbo::Data {
+
+/// Works on the file as it is now, whatever it was when it was read. All new bytes are in memory,
+/// and checked as far as the policy asks for it, before the file is touched.
+class SceneWriter {
+  public:
+    /// `taken` is what the last read found. All outlive the writer.
+    SceneWriter(const Accessor& accessor, const TakenNames& taken, SceneSection& section);
+
+    bool write(std::string& errors);
+    /// What the file holds of the model after a write, in place of what the last read found.
+    TakenNames& written() { return fWritten; }
+
+  private:
+    using Entry = SceneSection::Entry;
+    using Part = SceneSection::Part;
+
+    bool decide(std::string& errors);
+    void decide(SceneRecord::Kind kind, SectionPlan& plan);
+    void keepStructuresOfKept();
+    bool checkChanges(std::string& errors) const;
+    bool writeRecords(std::string& errors);
+    bool writeStructure(const Structure& structure, std::string& errors);
+    bool writeNode(const WrittenModel::Node& node, std::string& errors);
+    void dropRepeated();
+    bool verify(std::string& errors) const;
+
+    const Accessor& fAccessor;
+    const TakenNames& fTaken;
+    SceneSection& fSection;
+    WrittenModel fModel;
+    TakenNames fWritten;
+    // What the file holds already, by name.
+    std::unordered_map<std::string, std::string> fUnchangedStructures;
+    std::unordered_map<std::string, std::string> fUnchangedNodes;
+    std::set<std::string> fNeededStructures;  // by associations that are kept
+    SceneSection::NewRecords fNew;
+};
+
+}  // namespace orbo::Data
