@@ -55,7 +55,7 @@ class ScriptedFileSystem : public FileSystem {
         }
         bool seek(std::uint64_t offset) override {
             fPosition = static_cast<std::size_t>(offset);
-            return !fSystem.fails(Call::kSeek);
+            return !fSystem.fails(Call::kSeek) && offset >> 63 == 0;
         }
         std::optional<std::size_t> read(char* to, std::size_t count) override {
             if (fSystem.fails(Call::kRead)) return std::nullopt;
