@@ -1,0 +1,139 @@
+// What holds for both kinds of scenes, on real ones: nothing is lost, in either direction.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Accessor.h>
+#include <data/AssociationsSerializerRaw.h>
+#include <data/IndexPair.h>
+#include <data/IndexString.h>
+#include <data/StructureSerializerRaw.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <sstream>
+
+#include "files/ScriptedFileSystem.h"
+
+namespace orbo::Data {
+namespace {
+
+class SceneKinds : public testing::Test {
+  protected:
+    SceneKinds() {
+        for (const std::string name : {"teapot.kx", "teapot.ky", "bare.kx", "bare.ky"}) {
+            std::ostringstream bytes;
+            bytes << std::ifstream(METADATA_SCENES_DIR "/" + name, std::ios::binary).rdbuf();
+            fSystem.files[name] = bytes.str();
+        }
+    }
+
+    std::unique_ptr<Accessor> read(const std::string& name) {
+        std::string errors;
+        auto scene = Accessor::readFile(name, errors);
+        EXPECT_TRUE(scene) << errors;
+        EXPECT_EQ(errors, "");
+        return scene;
+    }
+    static void write(const Accessor& scene) {
+        std::string errors;
+        EXPECT_TRUE(scene.write(errors)) << errors;
+    }
+    /// All that the scene's metadata says.
+    static std::string textOf(const Accessor& scene) {
+        std::ostringstream text;
+        std::string errors;
+        for (const Structure* structure : scene.structures()) {
+            StructureSerializerRaw::theFormat().write(*structure, text);
+        }
+        for (const auto& [node, associations] : scene.associations()) {
+            text << "node " << node << '\n';
+            AssociationsSerializerRaw::theFormat().write(associations, text, errors);
+        }
+        return text.str();
+    }
+    static void copy(const Accessor& from, Accessor& to) {
+        to.setStructures(from.structures());
+        to.associations() = from.associations();
+    }
+
+    Files::ScriptedFileSystem fSystem;
+    Files::FileSystem::Replacement fReplaced{fSystem};
+};
+
+// Where the metadata begins; in front of it only the sizes of a binary scene may change.
+std::size_t frontOf(const std::string& bytes, const std::string& name) {
+    return name.back() == 'x' ? bytes.find("\ndataStructure ") : bytes.find("DATS");
+}
+std::string withoutSizes(std::string front, const std::string& name) {
+    if (name.back() == 'x') return front;
+    return front.erase(front.rfind("TRLR") - 8, 8).erase(8, 8);
+}
+
+Stream& stream(Accessor& scene, const char* node, const char* channel, const char* name) {
+    return *scene.associations().at(node).findChannel(channel)->findDataStream(name);
+}
+
+const std::function<void(Accessor&)> kEdits[] = {
+    [](Accessor& scene) {
+        Handle lid = stream(scene, "rig", "joints", "bind pose").element(IndexString("lid"));
+        EXPECT_TRUE(lid.setPositionByMemberName("side"));
+        ++*lid.asInt8();
+    },
+    [](Accessor& scene) {
+        Stream& crease = stream(scene, "teapotShape", "edge", "crease");
+        crease.setElement(IndexPair(123456, 654321), Handle(crease.structure()));
+    },
+    [](Accessor& scene) { stream(scene, "", "externalContentTable", "v1.0").removeElement(3); },
+    [](Accessor& scene) { scene.associations().erase("rig"); },
+    [](Accessor& scene) { scene.associations()["new node"] = scene.associations().at("rig"); },
+    [](Accessor& scene) { scene.associations().clear(); },
+    [](Accessor&) {},
+};
+
+TEST_F(SceneKinds, EditAndUndoGivesTheOriginalBytes) {
+    for (const std::string name : {"teapot.kx", "teapot.ky"}) {
+        const std::string original = fSystem.files[name];
+        for (std::size_t i = 0; i < std::size(kEdits); ++i) {
+            SCOPED_TRACE(name + ", edit " + std::to_string(i));
+            const auto before = read(name);
+            const auto edited = read(name);
+            kEdits[i](*edited);
+            write(*edited);
+            const std::string bytes = fSystem.files[name];
+            EXPECT_EQ(bytes == original, textOf(*edited) == textOf(*before));
+            const std::size_t front = frontOf(original, name);
+            EXPECT_EQ(withoutSizes(bytes.substr(0, front), name),
+                      withoutSizes(original.substr(0, front), name));
+            EXPECT_EQ(textOf(*read(name)), textOf(*edited));
+            write(*edited);
+            EXPECT_EQ(fSystem.files[name], bytes) << "writing twice";
+
+            const auto undone = read(name);
+            undone->associations() = before->associations();
+            write(*undone);
+            EXPECT_EQ(fSystem.files[name], original);
+        }
+    }
+}
+
+TEST_F(SceneKinds, HoldTheSameMetadata) {
+    const auto text = read("teapot.kx");
+    EXPECT_EQ(textOf(*read("teapot.ky")), textOf(*text));
+    const auto binary = read("bare.ky");
+    copy(*text, *binary);
+    write(*binary);
+    const auto back = read("bare.kx");
+    copy(*read("bare.ky"), *back);
+    write(*back);
+    EXPECT_EQ(textOf(*read("bare.kx")), textOf(*text));
+    const std::string& bare = fSystem.files["bare.kx"];
+    const std::string& teapot = fSystem.files["teapot.kx"];
+    const auto section = [](const std::string& bytes) {
+        const std::size_t begin = bytes.find("\ndataStructure ");
+        return bytes.substr(begin, bytes.find("\n// End of") - begin);
+    };
+    EXPECT_EQ(section(bare), section(teapot));
+}
+
+}  // namespace
+}  // namespace orbo::Data
