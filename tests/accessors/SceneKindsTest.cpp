@@ -85,7 +85,7 @@ const std::function<void(Accessor&)> kEdits[] = {
     },
     [](Accessor& scene) { stream(scene, "", "externalContentTable", "v1.0").removeElement(3); },
     [](Accessor& scene) { scene.associations().erase("rig"); },
-    [](Accessor& scene) { scene.associations()["new node"] = scene.associations().at("rig"); },
+    [](Accessor& scene) { scene.associations()["other"] = scene.associations().at("rig"); },
     [](Accessor& scene) { scene.associations().clear(); },
     [](Accessor&) {},
 };
