@@ -33,6 +33,13 @@ std::string node(const std::string& name, int value = 7) {
     return nodeChunk(name, oneStream("A", "0\n" + std::to_string(value) + "\n"));
 }
 
+void setNumber(Accessor& scene, const std::string& node, int value) {
+    Stream& stream = *scene.associations().at(node).findChannel("c")->findDataStream("s");
+    Handle handle(stream.structure());
+    *handle.asInt32() = value;
+    stream.setElement(0, handle);
+}
+
 class BinarySceneTest : public testing::Test {
   protected:
     [[nodiscard]] std::string& file() { return fSystem.files["scene.ky"]; }
@@ -111,7 +118,7 @@ TEST_F(BinarySceneTest, RefusesFilesThatContradictThemselves) {
         SCOPED_TRACE(fault.name);
         makeScene(sound.content);
         ASSERT_TRUE(read()) << fErrors;
-        setNumber(fAccessor, "n", 0, 8);
+        setNumber(fAccessor, "n", 8);
         BinaryScene scene = sound;
         fault.make(scene);
         file() = scene.bytes();
@@ -153,7 +160,7 @@ TEST_F(BinarySceneTest, KeepsMetadataChunksThatCannotBeTakenApart) {
         makeScene(kA + node("n"));
         ASSERT_TRUE(read()) << fErrors;
         makeScene(kA + row.chunk + node("n"));
-        setNumber(fAccessor, "n", 0, 8);
+        setNumber(fAccessor, "n", 8);
         EXPECT_TRUE(write()) << fErrors;
         EXPECT_EQ(file(), scene(row.chunk + kA + node("n", 8)));
         EXPECT_FALSE(read());
@@ -194,7 +201,7 @@ TEST_F(BinarySceneTest, WritesItsChunksBehindTheOthers) {
     const std::string kNonsense = nodeChunk("n1", "nonsense");
     using Edit = std::function<void(Accessor&)>;
     const Edit none = [](Accessor&) {};
-    const Edit more = [](Accessor& a) { setNumber(a, "n1", 0, 1234567); };
+    const Edit more = [](Accessor& a) { setNumber(a, "n1", 1234567); };
     const Edit removal = [](Accessor& a) { a.associations().erase("n1"); };
     const struct {
         const char* name;
@@ -248,7 +255,7 @@ TEST_F(BinarySceneTest, KeepsWhatAFilterLeftOut) {
     ASSERT_TRUE(read(&none, &one)) << fErrors;
     EXPECT_TRUE(fAccessor.structures().empty()) << "needed, but not asked for";
     ASSERT_EQ(fAccessor.associations().size(), 1U);
-    setNumber(fAccessor, "n1", 0, 8);
+    setNumber(fAccessor, "n1", 8);
     ASSERT_TRUE(write()) << fErrors;
     EXPECT_EQ(file(), scene(kApp + kA + kB + kC + node("") + node("n2") + node("n1", 8)));
     // Then the chunks are stepped over.
