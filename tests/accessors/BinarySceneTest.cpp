@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <fstream>
 #include <functional>
+#include <random>
 #include <regex>
 
 #include "accessors/QuilBinaryFileAccessor.h"
@@ -264,6 +265,63 @@ TEST_F(BinarySceneTest, KeepsWhatAFilterLeftOut) {
     ASSERT_TRUE(read(&structures, &none));
     EXPECT_EQ(fAccessor.structures().size(), 1U);
     EXPECT_LT(fSystem.bytesRead, 350U);
+}
+
+// Chunks in any order, each of those that nobody understands with a word of its own.
+TEST_F(BinarySceneTest, LosesNothingThatWasNotUnderstood) {
+    std::mt19937 random{24};
+    const auto pick = [&](unsigned below) { return static_cast<unsigned>(random() % below); };
+    for (int round = 0; round < 500; ++round) {
+        std::string content;
+        std::vector<std::string> words;
+        for (unsigned count = pick(12); count > 0; --count) {
+            const std::string word = "word" + std::to_string(count) + '_';
+            const std::string forms[] = {
+                chunk("REFS", word),
+                chunk("BCSZ", word + number(20, 4)),
+                chunk("DATS", strings("raw", "name=" + word)),
+                chunk("DATS", strings(word, "name=A:int32=x")),
+                nodeChunk(pick(2) == 0 ? "n1" : "", word),
+                chunk("MTDA", strings("n1", word, oneStream("A", ""))),
+                kA,
+                kA,
+                kB,
+                node("n1"),
+                node("n2"),
+                node(""),
+            };
+            const std::size_t form = pick(std::size(forms));
+            content += forms[form];
+            if (form < 6) words.push_back(word);
+        }
+        makeScene(content);
+        const std::set<std::string> some = {"A", "n1"};
+        SCOPED_TRACE(round);
+        ASSERT_TRUE(read(pick(4) == 0 ? &some : nullptr, pick(4) == 0 ? &some : nullptr));
+        switch (pick(4)) {
+            case 0:
+                fAccessor.associations().erase("n1");
+                break;
+            case 1:
+                fAccessor.setStructures({});
+                break;
+            case 2:
+                fAccessor.associations()["n2"] = fAccessor.associations()["n1"];
+                break;
+            default:
+                break;
+        }
+        ASSERT_TRUE(write()) << fErrors;
+        const std::string once = file();
+        for (const std::string& word : words) {
+            const std::size_t at = once.find(word);
+            ASSERT_NE(at, std::string::npos) << word;
+            ASSERT_EQ(once.find(word, at + 1), std::string::npos) << word;
+        }
+        ASSERT_TRUE(write()) << fErrors;
+        ASSERT_EQ(file(), once) << "second write";
+        ASSERT_TRUE(read()) << fErrors;
+    }
 }
 
 // The application's chunks are not read, however long they are: these take no space on the disk.

@@ -9,9 +9,12 @@
 
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <sstream>
 
+#include "accessors/BinaryScene.h"
+#include "accessors/SceneTest.h"
 #include "files/ScriptedFileSystem.h"
 
 namespace orbo::Data {
@@ -86,32 +89,85 @@ const std::function<void(Accessor&)> kEdits[] = {
     [](Accessor& scene) { stream(scene, "", "externalContentTable", "v1.0").removeElement(3); },
     [](Accessor& scene) { scene.associations().erase("rig"); },
     [](Accessor& scene) { scene.associations()["other"] = scene.associations().at("rig"); },
-    [](Accessor& scene) { scene.associations().clear(); },
+    [](Accessor& scene) {
+        Accessor::StructureSet left = scene.structures();
+        left.erase(std::prev(left.end()));  // what only the scene's own table has
+        scene.setStructures(left);
+        scene.associations().erase("");
+    },
+    [](Accessor& scene) { scene.clear(); },
     [](Accessor&) {},
 };
 
 TEST_F(SceneKinds, EditAndUndoGivesTheOriginalBytes) {
     for (const std::string name : {"teapot.kx", "teapot.ky"}) {
-        const std::string original = fSystem.files[name];
+        std::string& bytes = fSystem.files[name];
+        const std::string original = bytes;
+        const std::size_t front = frontOf(original, name);
         for (std::size_t i = 0; i < std::size(kEdits); ++i) {
             SCOPED_TRACE(name + ", edit " + std::to_string(i));
             const auto before = read(name);
             const auto edited = read(name);
             kEdits[i](*edited);
             write(*edited);
-            const std::string bytes = fSystem.files[name];
-            EXPECT_EQ(bytes == original, textOf(*edited) == textOf(*before));
-            const std::size_t front = frontOf(original, name);
-            EXPECT_EQ(withoutSizes(bytes.substr(0, front), name),
+            const std::string once = bytes;
+            EXPECT_EQ(once == original, textOf(*edited) == textOf(*before));
+            EXPECT_EQ(withoutSizes(once.substr(0, front), name),
                       withoutSizes(original.substr(0, front), name));
             EXPECT_EQ(textOf(*read(name)), textOf(*edited));
             write(*edited);
-            EXPECT_EQ(fSystem.files[name], bytes) << "writing twice";
+            EXPECT_EQ(bytes, once) << "writing twice";
 
-            const auto undone = read(name);
-            undone->associations() = before->associations();
-            write(*undone);
-            EXPECT_EQ(fSystem.files[name], original);
+            copy(*before, *edited);
+            write(*edited);
+            EXPECT_EQ(bytes, original);
+        }
+    }
+    fSystem.bytesWritten = 0;
+    write(*read("teapot.kx"));
+    write(*read("teapot.ky"));
+    EXPECT_EQ(fSystem.bytesWritten, 0U) << "nothing to change";
+}
+
+TEST_F(SceneKinds, AFailingCallLeavesTheOldFileOrTheNewOne) {
+    const std::string tag = oneStream("A", "0\n7\n");
+    fSystem.files["small.kx"] = sceneFront() + statements("A n1 n2 own") + kTrailer;
+    fSystem.files["small.ky"] =
+        BinaryScene(chunk("REFS", "") + structureChunk("name=A:int32=x") + nodeChunk("", tag) +
+                    nodeChunk("n1", tag) + nodeChunk("n2", tag))
+            .bytes();
+    const std::function<void(Accessor&)> edits[] = {
+        [](Accessor& scene) { ++*stream(scene, "n1", "c", "s").element(0).asInt32(); },
+        [](Accessor& scene) { *stream(scene, "n1", "c", "s").element(0).asInt32() = 1234567; },
+        [](Accessor& scene) { scene.associations().erase("n1"); },
+        [](Accessor& scene) { scene.clear(); },
+    };
+    for (const std::string name : {"small.kx", "small.ky"}) {
+        std::string& bytes = fSystem.files[name];
+        const std::string original = bytes;
+        for (const auto& edit : edits) {
+            for (const bool fromThenOn : {false, true}) {
+                bool done = false;
+                int n = 0;
+                for (; !done; ++n) {
+                    SCOPED_TRACE(name + ", call " + std::to_string(n));
+                    bytes = original;
+                    const auto scene = read(name);
+                    edit(*scene);
+                    fSystem.failAt(n, fromThenOn);
+                    std::string errors;
+                    done = scene->write(errors);
+                    fSystem.fails = [](Files::Call) { return false; };
+                    EXPECT_EQ(errors.empty(), done);
+                    const bool torn = errors.find("could not be put back") != std::string::npos;
+                    EXPECT_TRUE(fromThenOn || !torn);
+                    if (torn) continue;
+                    EXPECT_EQ(bytes == original, !done);
+                    write(*scene);
+                    EXPECT_EQ(textOf(*read(name)), textOf(*scene)) << "nothing was lost on the way";
+                }
+                EXPECT_GT(n, 10);
+            }
         }
     }
 }

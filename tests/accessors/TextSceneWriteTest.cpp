@@ -118,37 +118,6 @@ TEST_F(TextSceneWrite, AKeptNamesakeHidesNothing) {
     EXPECT_EQ(model(), "A|n1");
 }
 
-TEST_F(TextSceneWrite, EditThenUndoGivesTheOriginalBytes) {
-    const std::string scene = file() = teapot();
-    ASSERT_TRUE(read());
-    ASSERT_TRUE(write()) << fErrors;
-    EXPECT_EQ(fSystem.bytesWritten, 0U) << "the same bytes";
-    const std::size_t front = scene.find("dataStructure");
-
-    const Accessor::AssociationsMap whole = fAccessor.associations();
-    const Accessor::StructureSet structures = fAccessor.structures();
-    const std::vector<RefPtr<const Structure>> keep(structures.begin(), structures.end());
-    const RefPtr<Structure> added = makeStructure("new");
-    for (const char* change : {"-rig", "new=rig", "-Joint", "clear", "add"}) {
-        SCOPED_TRACE(change);
-        if (change == std::string("clear")) {
-            fAccessor.clear();
-        } else if (change == std::string("add")) {
-            fAccessor.setStructures({added.get()});
-        } else {
-            edit(change);
-        }
-        ASSERT_TRUE(write()) << fErrors;
-        EXPECT_NE(file(), scene);
-        EXPECT_EQ(file().compare(0, front, scene, 0, front), 0);
-        EXPECT_GE(fSystem.lowestWrite, front);
-        fAccessor.associations() = whole;
-        fAccessor.setStructures(structures);
-        ASSERT_TRUE(write()) << fErrors;
-        EXPECT_EQ(file(), scene);
-    }
-}
-
 TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
     struct Row {
         const char* name;

@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <fstream>
 
-#include "files/ScriptedFileSystem.h"
 #include "files/FileRewrite.h"
+#include "files/ScriptedFileSystem.h"
 
 namespace orbo::Files {
 namespace {
