@@ -1,13 +1,14 @@
 // Two threads read two scenes at once.
 // SPDX-License-Identifier: Apache-2.0
+#include <data/Accessor.h>
+#include <data/Stream.h>
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 #include <gtest/gtest.h>
 
+#include <string>
 #include <thread>
 #include <vector>
-
-#include "accessors/QuilAsciiFileAccessor.h"
 
 namespace orbo::Data {
 namespace {
@@ -22,18 +23,18 @@ TEST(ReadingSideBySide, DoesNotMixUp) {
     const auto readAgainAndAgain = [](const char* name, std::size_t structures,
                                       std::size_t associations) {
         for (int i = 0; i < 40; ++i) {
-            QuilAsciiFileAccessor accessor;
             std::string errors;
-            EXPECT_TRUE(accessor.read(METADATA_SCENES_DIR + std::string(name), errors));
+            const auto scene = Accessor::readFile(METADATA_SCENES_DIR + std::string(name), errors);
+            ASSERT_TRUE(scene) << errors;
             EXPECT_EQ(errors, "");
-            EXPECT_EQ(accessor.structures().size(), structures);
-            EXPECT_EQ(accessor.associations().size(), associations);
+            EXPECT_EQ(scene->structures().size(), structures);
+            EXPECT_EQ(scene->associations().size(), associations);
         }
     };
     std::vector<std::thread> threads;
     threads.emplace_back(readAgainAndAgain, "/teapot.kx", 5, 3);
     threads.emplace_back(readAgainAndAgain, "/bare.kx", 0, 0);
-    threads.emplace_back(readAgainAndAgain, "/teapot.kx", 5, 3);
+    threads.emplace_back(readAgainAndAgain, "/teapot.ky", 5, 3);
     for (std::thread& thread : threads) thread.join();
 
     EXPECT_EQ(Structure::allStructures(), registered);
