@@ -131,7 +131,7 @@ TEST_F(SceneKinds, EditAndUndoGivesTheOriginalBytes) {
 
 TEST_F(SceneKinds, AFailingCallLeavesTheOldFileOrTheNewOne) {
     const std::string tag = oneStream("A", "0\n7\n");
-    fSystem.files["small.kx"] = sceneFront() + statements("A n1 n2 own") + kTrailer;
+    fSystem.files["small.kx"] = sceneFront() + statements("A n1 n2 own") + kLastLine;
     fSystem.files["small.ky"] =
         BinaryScene(chunk("REFS", "") + structureChunk("name=A:int32=x") + nodeChunk("", tag) +
                     nodeChunk("n1", tag) + nodeChunk("n2", tag))

@@ -133,7 +133,7 @@ TEST_F(TextSceneRead, UnclosedStatementsEndInFrontOfTheTrailer) {
     const std::string whole = text + kLastLine;
     Files::MemoryFile scene(whole);
     TextSceneScanner scanner(scene, 0, whole.size());
-    TextStatementRange range;
+    SceneRecordRange range;
     EXPECT_EQ(scanner.findTrailer(), TextSceneScanner::Result::kTrailer);
     EXPECT_EQ(scanner.next(range), TextSceneScanner::Result::kStatement);
     EXPECT_FALSE(range.closed);
