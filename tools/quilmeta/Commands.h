@@ -15,5 +15,6 @@ namespace orbo::Quilmeta {
 void addShow(CLI::App& app, Output& output, int& exitCode);
 void addExport(CLI::App& app, Output& output, int& exitCode);
 void addSet(CLI::App& app, Output& output, int& exitCode);
+void addCopy(CLI::App& app, Output& output, int& exitCode);
 
 }  // namespace orbo::Quilmeta

@@ -1,8 +1,10 @@
-// Opens a scene file the way every command does.
+// Opens and writes a scene file the way every command does.
 // SPDX-License-Identifier: Apache-2.0
 #include "Scene.h"
 
+#include "SafeText.h"
 #include "Trouble.h"
+#include "Wording.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -35,6 +37,14 @@ std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
                               fmt::join(Data::Accessor::supportedExtensions(), ", ")));
 }
 
+std::string messagesOf(const std::string& file, const std::set<std::string>& nodes) {
+    const std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
+    accessor->setReadPolicy({true});
+    std::string messages;
+    if (!accessor->read(file, nullptr, &nodes, messages)) throw Trouble(messages);
+    return messages;
+}
+
 }  // namespace
 
 std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete) {
@@ -48,6 +58,27 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complet
     complain(file, messages);
     if (complete) *complete = messages.empty();
     return accessor;
+}
+
+bool isReadable(const std::string& file, const std::set<std::string>& nodes) {
+    // Messages do not say which node they are about; those about no node come in any case.
+    return messagesOf(file, nodes) == messagesOf(file, {});
+}
+
+Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
+    auto& nodes = scene.associations();
+    const auto found = nodes.find(name);
+    if (found != nodes.end()) return found->second;
+    const std::string list =
+        nameList("nodes", nodes, [](const auto& entry) { return shownNode(entry.first); });
+    if (name.empty()) throw Trouble("the scene itself has no metadata" + list);
+    throw Trouble(fmt::format("there is no node {}{}", inQuotes(name), list));
+}
+
+void writeScene(const Data::Accessor& scene) {
+    std::string messages;
+    if (!scene.write(messages)) throw Trouble(messages.empty() ? "was not written" : messages);
+    complain(scene.fileName(), messages);
 }
 
 }  // namespace orbo::Quilmeta

@@ -29,16 +29,6 @@ struct SetOptions {
 /// Nobody creates an element of this size by hand: its structure is damaged or hostile.
 constexpr unsigned long long kLargestNewElement = 1ULL << 26;
 
-Data::Associations& findNode(Data::Accessor& scene, const SetOptions& options) {
-    auto& nodes = scene.associations();
-    const auto found = nodes.find(options.node);
-    if (found != nodes.end()) return found->second;
-    const std::string list =
-        nameList("nodes", nodes, [](const auto& entry) { return shownNode(entry.first); });
-    if (options.node.empty()) throw Trouble("the scene itself has no metadata" + list);
-    throw Trouble(fmt::format("there is no node {}{}", inQuotes(options.node), list));
-}
-
 Data::Channel& findChannel(Data::Associations& associations, const SetOptions& options) {
     if (Data::Channel* channel = associations.findChannel(options.channel)) return *channel;
     throw Trouble(fmt::format(
@@ -85,15 +75,14 @@ Data::Handle draftOf(Data::Stream& stream, const Data::Index& index) {
 
 void setValues(const SetOptions& options) {
     const std::unique_ptr<Data::Accessor> scene = openScene(options.file);
-    Data::Stream& stream = findStream(findChannel(findNode(*scene, options), options), options);
+    Data::Stream& stream =
+        findStream(findChannel(findNode(*scene, options.node), options), options);
     const Data::Index index = indexOf(stream, options.index);
     Data::Handle draft = draftOf(stream, index);
     for (const std::string& assignment : options.assignments)
         assign(stream.structure(), draft, assignment);
     if (!stream.setElement(index, draft)) throw Trouble("not enough memory");
-    std::string messages;
-    if (!scene->write(messages)) throw Trouble(messages.empty() ? "was not written" : messages);
-    complain(options.file, messages);
+    writeScene(*scene);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "SafeText.h"
 #include "TableWriter.h"
+#include "ValueType.h"
 
 #include <data/Structure.h>
 #include <fmt/format.h>
@@ -11,15 +12,6 @@
 #include <algorithm>
 
 namespace orbo::Quilmeta {
-
-namespace {
-
-std::string typeText(const Data::Member& member) {
-    const char* name = Data::Member::typeName(member.type());
-    return member.length() == 1 ? name : fmt::format("{}[{}]", name, member.length());
-}
-
-}  // namespace
 
 void TreeWriter::line(size_t depth, const std::string& text) {
     fOutput.write(std::string(2 * depth, ' ') + text + '\n');

@@ -4,8 +4,10 @@
 
 #include <data/Handle.h>
 #include <data/Member.h>
+#include <fmt/format.h>
 
 #include <cstddef>
+#include <string>
 #include <type_traits>
 
 namespace orbo::Quilmeta {
@@ -46,6 +48,12 @@ decltype(auto) withType(Data::Member::eDataType type, Use&& use) {
         default:
             return use(static_cast<Text*>(nullptr));
     }
+}
+
+/// "int8", "float[3]".
+inline std::string typeText(const Data::Member& member) {
+    const char* name = Data::Member::typeName(member.type());
+    return member.length() == 1 ? name : fmt::format("{}[{}]", name, member.length());
 }
 
 /// What each value of the type takes up in a list: 16 for a matrix, else 1.

@@ -13,22 +13,24 @@ inline std::string counted(size_t count, const char* thing) {
     return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s");
 }
 
-/// What there is, ahead of what there is not: " (members: a, b, c)", shortened when there are many;
-/// `name` gives an item's
-/// name as it is to be shown.
-template <typename Items, typename Name>
-std::string nameList(const char* what, const Items& items, Name&& name) {
+/// "a, b, c", cut short when there are many; `text` gives what is to be shown of an item.
+template <typename Items, typename Text>
+std::string shortList(const Items& items, Text&& text) {
     constexpr int kMost = 8;
     std::string list;
     int count = 0;
     for (const auto& item : items) {
-        if (count == kMost) {
-            list += ", ...";
-            break;
-        }
+        if (count == kMost) return list + ", ...";
         if (count++ > 0) list += ", ";
-        list += name(item);
+        list += text(item);
     }
+    return list;
+}
+
+/// What there is, behind what there is not: " (members: a, b, c)"; nothing when there is nothing.
+template <typename Items, typename Text>
+std::string nameList(const char* what, const Items& items, Text&& text) {
+    const std::string list = shortList(items, text);
     return list.empty() ? list : fmt::format(" ({}: {})", what, list);
 }
 

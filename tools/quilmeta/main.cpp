@@ -41,6 +41,7 @@ void addCommands(CLI::App& app, Output& output, int& exitCode) {
     addShow(app, output, exitCode);
     addExport(app, output, exitCode);
     addSet(app, output, exitCode);
+    addCopy(app, output, exitCode);
     for (CLI::App* command : app.get_subcommands({})) command->group("Commands");
 }
 
