@@ -93,11 +93,12 @@ std::vector<std::string> CopyPlan::obstacles(const Data::Accessor& target, bool 
     std::vector<std::string> lines;
     for (const StructureCopy& copy : fStructures) {
         if (copy.fate != Fate::kReplaced) continue;
-        std::string user = userThatStays(target, copy.structure->name());
-        if (user.empty() && !complete) user = "metadata that could not be read, perhaps,";
-        if (user.empty()) continue;
-        lines.push_back(fmt::format("structure {} cannot be replaced ({}): {} uses it",
-                                    inQuotes(copy.structure->name()), copy.difference, user));
+        const std::string user = userThatStays(target, copy.structure->name());
+        if (user.empty() && complete) continue;
+        lines.push_back(fmt::format(
+            "structure {} cannot be replaced ({}): {}", inQuotes(copy.structure->name()),
+            copy.difference,
+            user.empty() ? "metadata that cannot be read may use it" : user + " uses it"));
     }
     return lines;
 }
