@@ -44,7 +44,9 @@ bool isSame(const Text& ours, const Text& theirs) {
 /// Bit by bit: zeros differ in their sign, and what is no number never equals itself.
 template <typename Part>
 bool isSame(const Part& ours, const Part& theirs) {
-    return std::memcmp(&ours, &theirs, sizeof ours) == 0;
+    const void* const ourBytes = &ours;
+    const void* const theirBytes = &theirs;
+    return std::memcmp(ourBytes, theirBytes, sizeof ours) == 0;
 }
 
 /// Of elements with the same structure.
