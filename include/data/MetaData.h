@@ -32,6 +32,7 @@
 #include <data/Structure.h>
 #include <data/StructureIterator.h>
 #include <data/StructureSerializer.h>
+#include <data/StructureSerializerDebug.h>
 #include <data/StructureSerializerRaw.h>
 #include <data/WritePolicy.h>
 #include <debug/CRTP_Debug.h>
