@@ -15,6 +15,7 @@
 #include <data/ChannelIterator.h>
 #include <data/ChannelSerializer.h>
 #include <data/ChannelSerializerRaw.h>
+#include <data/ExternalContent.h>
 #include <data/Handle.h>
 #include <data/Index.h>
 #include <data/IndexPair.h>

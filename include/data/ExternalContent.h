@@ -1,0 +1,66 @@
+// The table of the external files that a scene refers to.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <debug/Export.h>
+
+#include <set>
+#include <string>
+
+namespace orbo::Data {
+
+class Accessor;
+class Associations;
+class Handle;
+class Stream;
+
+/// The table is a stream of the scene's own associations, a row being an element. Applications make
+/// it, of a structure with at least these five members, of any types that text converts to.
+namespace AccessorQuil::ExternalContent {
+
+METADATA_API const std::string& getChannelName();
+METADATA_API const std::string& getStructureName();
+/// The version of the layout.
+METADATA_API const std::string& getStreamName();
+/// The scene node that refers to the file.
+METADATA_API const std::string& getNodeMemberName();
+/// Tells the references of one node apart.
+METADATA_API const std::string& getKeyMemberName();
+/// The path as somebody entered it.
+METADATA_API const std::string& getUnresolvedPathMemberName();
+METADATA_API const std::string& getResolvedPathMemberName();
+METADATA_API const std::string& getRolesMemberName();
+/// Stands between the roles in their member. Within a role "-" is doubled, ";" becomes "-*".
+METADATA_API const std::string& getRolesSeparator();
+
+/// All four throw `std::out_of_range` ("Const Member"), with nothing read or changed and the row at
+/// its end, when the row's structure lacks one of the five members. Else the row is left at the
+/// last member that was used. False without data.
+///
+/// The empty text reads back as no roles at all, so that a lone empty role is lost.
+METADATA_API bool getEntry(Handle& row, std::string& node, std::string& key,
+                           std::string& unresolvedPath, std::string& resolvedPath,
+                           std::set<std::string>& roles);
+/// False, too, when members cannot hold their texts: those keep their values, the others are set.
+/// Texts that are replaced are freed.
+METADATA_API bool setEntry(Handle& row, const std::string& node, const std::string& key,
+                           const std::string& unresolvedPath, const std::string& resolvedPath,
+                           const std::set<std::string>& roles);
+/// Sets both paths, and nothing else, as `setEntry` does.
+METADATA_API bool updateEntry(Handle& row, const std::string& path);
+METADATA_API bool updateEntry(Handle& row, const std::string& unresolvedPath,
+                              const std::string& resolvedPath);
+
+/// Null when there is no table.
+METADATA_API Stream* getStream(Associations& associations);
+METADATA_API const Stream* getStream(const Associations& associations);
+METADATA_API Stream* getStream(Accessor& accessor);
+METADATA_API const Stream* getStream(const Accessor& accessor);
+
+/// Makes `table` the scene's own associations, reading nothing else of the file. False, with
+/// `table` as it was, for a file that cannot be read, and for one without the table's structure.
+METADATA_API bool readTable(const std::string& fileName, Associations& table, std::string& errors);
+
+}  // namespace AccessorQuil::ExternalContent
+
+}  // namespace orbo::Data
