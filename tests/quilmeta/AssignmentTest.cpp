@@ -15,7 +15,7 @@ namespace {
 using Data::Member;
 
 /// What becomes of the member of a new element, or the refusal.
-std::string outcome(const std::string& assignment, const char* member) {
+std::string outcome(const std::vector<std::string>& assignments, const char* member) {
     const RefPtr<Data::Structure> structure(Data::Structure::create());
     structure->addMember(Member::kUInt8, 1, "layer");
     structure->addMember(Member::kFloat, 3, "position");
@@ -25,7 +25,7 @@ std::string outcome(const std::string& assignment, const char* member) {
     structure->addMember(Member::kInt16, 1, "position[1]");
     Data::Handle element(*structure);
     try {
-        assign(*structure, element, assignment);
+        assign(*structure, element, assignments);
     } catch (const Trouble& trouble) {
         return trouble.what();
     }
@@ -65,10 +65,26 @@ TEST(Assignment, StoresOrNamesWhatItRefuses) {
         {"bind[1]=1", "", "\"bind[1]\" takes 16 values, but 1 was given"},
         {"tags=a b", "", "\"tags\" holds 2 strings: set one at a time, as in \"tags[0]=TEXT\""},
     };
-    for (const auto& row : rows) EXPECT_EQ(outcome(row.assignment, row.member), row.expected);
+    for (const auto& row : rows) EXPECT_EQ(outcome({row.assignment}, row.member), row.expected);
     for (const std::string name : {"position[", "position[]", "position[-1]", "[0]", "",
                                    "position[0]x", "position[4294967296]"})
-        EXPECT_NE(outcome(name + "=1", "").find("has no member"), std::string::npos) << name;
+        EXPECT_NE(outcome({name + "=1"}, "").find("has no member"), std::string::npos) << name;
+}
+
+TEST(Assignment, RefusesAValueThatIsGivenTwice) {
+    const struct {
+        std::vector<std::string> assignments;
+        const char* expected;
+    } rows[] = {
+        {{"layer=1", "layer=1"}, "\"layer\" is given twice"},
+        {{"layer=1", "layer[0]=2"}, "\"layer[0]\" is given twice"},
+        {{"position[0]=1", "layer=2", "position=1 2 3"}, "\"position\" is given twice"},
+        {{"tags[1]=a", "tags[0]=b", "tags[01]=c"}, "\"tags[01]\" is given twice"},
+        {{"position[2]=3", "layer=2", "position[0]=1"}, "1|0|3"},
+        // A member of its own.
+        {{"position[0]=1", "position[1]=2"}, "1|0|0"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(outcome(row.assignments, "position"), row.expected);
 }
 
 /// What is refused leaves the value as it was.

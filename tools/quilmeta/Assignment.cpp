@@ -15,7 +15,9 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -126,11 +128,7 @@ void storeValues(Value* parts, const Target& target) {
     for (size_t i = 0; i < wanted; ++i) store(parts + i, target, values[i]);
 }
 
-}  // namespace
-
-void assign(const Data::Structure& structure, Data::Handle& element,
-            const std::string& assignment) {
-    const Target target = parseTarget(structure, assignment);
+void assign(Data::Handle& element, const Target& target) {
     element.setPositionByMemberIndex(target.position);
     withType(target.member->type(), [&](auto* null) {
         using Part = std::remove_pointer_t<decltype(null)>;
@@ -140,6 +138,35 @@ void assign(const Data::Structure& structure, Data::Handle& element,
         else
             storeValues(parts, target);
     });
+}
+
+/// Notes the values that assignments give, to find those that would undo another.
+class GivenValues {
+  public:
+    void add(const Target& target) {
+        const auto first = fSlots.lower_bound({target.position, kWhole});
+        const bool any = first != fSlots.end() && first->first == target.position;
+        const long long slot = target.slot ? static_cast<long long>(*target.slot) : kWhole;
+        const bool twice = any && (slot == kWhole || first->second == kWhole);
+        if (twice || !fSlots.emplace(target.position, slot).second)
+            throw Trouble(fmt::format("{} is given twice", inQuotes(target.name)));
+    }
+
+  private:
+    static constexpr long long kWhole = -1;  // ahead of all slots
+    std::set<std::pair<unsigned int, long long>> fSlots;
+};
+
+}  // namespace
+
+void assign(const Data::Structure& structure, Data::Handle& element,
+            const std::vector<std::string>& assignments) {
+    GivenValues given;
+    for (const std::string& assignment : assignments) {
+        const Target target = parseTarget(structure, assignment);
+        given.add(target);
+        assign(element, target);
+    }
 }
 
 }  // namespace orbo::Quilmeta

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace orbo::Data {
 class Handle;
@@ -11,10 +12,11 @@ class Structure;
 
 namespace orbo::Quilmeta {
 
-/// Stores the value in an element of the structure. Without [k] the text holds all values of the
+/// Stores the values in an element of the structure. Without [k] a text holds all values of its
 /// member, with blanks between; a matrix is one value of sixteen numbers. Strings are taken as they
-/// are, and one at a time. Throws `Trouble` that names the member and the text; the element may
-/// then hold some of the values.
-void assign(const Data::Structure& structure, Data::Handle& element, const std::string& assignment);
+/// are, and one at a time. Throws `Trouble` that names the member and the text, also for a value
+/// that is given twice; the element may then hold some of the values.
+void assign(const Data::Structure& structure, Data::Handle& element,
+            const std::vector<std::string>& assignments);
 
 }  // namespace orbo::Quilmeta

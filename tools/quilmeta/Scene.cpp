@@ -47,13 +47,15 @@ std::string messagesOf(const std::string& file, const std::set<std::string>& nod
 
 }  // namespace
 
-std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete) {
+std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete,
+                                          const SceneNames* names) {
     demandReadableFile(file);
     std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
     accessor->setReadPolicy({true});
     accessor->setWritePolicy(Data::WritePolicy::careful());
     std::string messages;
-    if (!accessor->read(file, messages))
+    if (!accessor->read(file, names ? &names->structures : nullptr, names ? &names->nodes : nullptr,
+                        messages))
         throw Trouble(accessor->isFileSupported(file) ? messages : "is not a scene: " + messages);
     complain(file, messages);
     if (complete) *complete = messages.empty();

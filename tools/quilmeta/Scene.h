@@ -10,10 +10,16 @@
 
 namespace orbo::Quilmeta {
 
+/// What to read of a scene; nodes by name, the scene itself being the empty one.
+struct SceneNames {
+    std::set<std::string> structures, nodes;
+};
+
 /// Reads the file, with the careful write policy and unknown index types as text. Statements that
 /// could not be used are reported to standard error, and `complete` says that there were none.
-/// Throws `Trouble` when there is nothing to work on.
-std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete = nullptr);
+/// Without names all is read. Throws `Trouble` when there is nothing to work on.
+std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete = nullptr,
+                                          const SceneNames* names = nullptr);
 
 /// Whether all that the file says of these nodes can be read. For files where something cannot be:
 /// it reads the file twice.
@@ -22,7 +28,8 @@ bool isReadable(const std::string& file, const std::set<std::string>& nodes);
 /// The empty name is the scene's own. Throws `Trouble` that lists the nodes there are.
 Data::Associations& findNode(Data::Accessor& scene, const std::string& name);
 
-/// Messages go to standard error. Throws `Trouble` when the file was not written.
+/// Writes it back to its file. Throws `Trouble` when that is refused or fails, the file being as it
+/// was.
 void writeScene(const Data::Accessor& scene);
 
 }  // namespace orbo::Quilmeta

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Assignment.h"
 #include "Commands.h"
+#include "Options.h"
 #include "SafeText.h"
 #include "Scene.h"
 #include "Trouble.h"
@@ -79,8 +80,7 @@ void setValues(const SetOptions& options) {
         findStream(findChannel(findNode(*scene, options.node), options), options);
     const Data::Index index = indexOf(stream, options.index);
     Data::Handle draft = draftOf(stream, index);
-    for (const std::string& assignment : options.assignments)
-        assign(stream.structure(), draft, assignment);
+    assign(stream.structure(), draft, options.assignments);
     if (!stream.setElement(index, draft)) throw Trouble("not enough memory");
     writeScene(*scene);
 }
@@ -100,9 +100,7 @@ void addSet(CLI::App& app, Output&, int& exitCode) {
     need("--channel", options->channel, "Channel of the node");
     need("--stream", options->stream, "Stream of the channel");
     need("--index", options->index, "Element; made when there is none");
-    command->add_option("MEMBER=VALUE", options->assignments, "Members, new values")
-        ->required()
-        ->type_name("");
+    addWords(*command, "MEMBER=VALUE", options->assignments, "Members, new values");
     command->footer(
         "A member of several values takes them all, with blanks between, or one by\n"
         "MEMBER[k]=VALUE; a matrix is one value of 16 numbers. Nothing is written\n"

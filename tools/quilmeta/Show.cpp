@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
 #include "JsonDocument.h"
+#include "Options.h"
 #include "SafeText.h"
 #include "Scene.h"
 #include "SceneView.h"
@@ -76,13 +77,9 @@ int showAll(const ShowOptions& options, Output& output) {
 }
 
 void addSelection(CLI::App& command, Selection& selection) {
-    const auto add = [&command](const char* name, std::vector<std::string>& names,
-                                const char* description) {
-        command.add_option(name, names, description)->type_name("NAME")->allow_extra_args(false);
-    };
-    add("--node", selection.nodes, "Only this node; '' is the scene");
-    add("--channel", selection.channels, "Only this channel");
-    add("--stream", selection.streams, "Only this stream");
+    addEach(command, "--node", selection.nodes, "NAME", "Only this node; '' is the scene");
+    addEach(command, "--channel", selection.channels, "NAME", "Only this channel");
+    addEach(command, "--stream", selection.streams, "NAME", "Only this stream");
 }
 
 }  // namespace
@@ -90,7 +87,7 @@ void addSelection(CLI::App& command, Selection& selection) {
 void addShow(CLI::App& app, Output& output, int& exitCode) {
     auto options = std::make_shared<ShowOptions>();
     CLI::App* command = app.add_subcommand("show", "Show the metadata of scenes");
-    command->add_option("FILE", options->files, "Scene files")->required()->type_name("");
+    addWords(*command, "FILE", options->files, "Scene files");
     command->add_flag("--values", options->values, "Show the elements, too");
     addSelection(*command, options->selection);
     command->add_flag("--json", options->json, "Print a JSON document for each file instead");
