@@ -16,5 +16,10 @@ void addShow(CLI::App& app, Output& output, int& exitCode);
 void addExport(CLI::App& app, Output& output, int& exitCode);
 void addSet(CLI::App& app, Output& output, int& exitCode);
 void addCopy(CLI::App& app, Output& output, int& exitCode);
+void addRefs(CLI::App& app, Output& output, int& exitCode);
+
+/// Commands of `refs`, which is their app.
+void addRefsList(CLI::App& app, Output& output, int& exitCode);
+void addRefsRepath(CLI::App& app, Output& output, int& exitCode);
 
 }  // namespace orbo::Quilmeta

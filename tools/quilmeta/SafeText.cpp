@@ -55,10 +55,13 @@ std::string inQuotes(std::string_view text) {
 }
 
 std::string shownName(std::string_view name) {
-    std::string result = inQuotes(name);
-    const bool plain = !name.empty() && result.size() == name.size() + 2 && name.front() != ' ' &&
-                       name.back() != ' ' && name.front() != '(';
-    return plain ? std::string(name) : result;
+    return name.find('\\') == name.npos ? shownPath(name) : inQuotes(name);
+}
+
+std::string shownPath(std::string_view path) {
+    const bool plain = !path.empty() && path.find('"') == path.npos && safeLine(path) == path &&
+                       path.front() != ' ' && path.back() != ' ' && path.front() != '(';
+    return plain ? std::string(path) : inQuotes(path);
 }
 
 std::string shownNode(std::string_view name) { return name.empty() ? "(scene)" : shownName(name); }

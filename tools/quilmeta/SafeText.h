@@ -12,6 +12,8 @@ namespace orbo::Quilmeta {
 std::string inQuotes(std::string_view text);
 /// As it is when nobody could misread it, else `inQuotes`.
 std::string shownName(std::string_view name);
+/// As `shownName`, but with backslashes as they are: outside of quotes they escape nothing.
+std::string shownPath(std::string_view path);
 /// The name of a node; "(scene)" for the scene itself.
 std::string shownNode(std::string_view name);
 /// As it is, but for unprintable characters and bytes that are no UTF-8: for messages.

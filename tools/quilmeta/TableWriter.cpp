@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "TableWriter.h"
 
+#include "AlignedLine.h"
 #include "NumberText.h"
 #include "SafeText.h"
 #include "Utf8.h"
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <utility>
 
 namespace orbo::Quilmeta {
 
@@ -20,27 +20,6 @@ namespace {
 constexpr std::string_view kIndexTitle = "index";
 constexpr size_t kGroupGap = 2;
 constexpr size_t kCellGap = 1;
-/// A longer text sticks out of its column, so that it does not push all other rows to the right.
-constexpr size_t kWidestColumn = 40;
-
-/// Fills one line with cells; no blanks at its end.
-class Line {
-  public:
-    explicit Line(size_t indent) : fText(indent, ' ') {}
-
-    void add(std::string_view text, size_t width, bool rightAligned, size_t gap) {
-        fText.append(fBlanks + gap, ' ');
-        const size_t used = displayWidth(text);
-        fBlanks = width > used ? width - used : 0;
-        if (rightAligned) fText.append(std::exchange(fBlanks, 0), ' ');
-        fText += text;
-    }
-    std::string end() { return std::move(fText) + '\n'; }
-
-  private:
-    std::string fText;
-    size_t fBlanks = 0;  // that the cell before leaves behind it
-};
 
 template <typename Part>
 std::string cell(const Part& part) {
@@ -53,10 +32,6 @@ std::string cell(const Part& part) {
         appendNumber(text, part);
         return text;
     }
-}
-
-void widen(size_t& width, std::string_view text) {
-    width = std::max(width, std::min(displayWidth(text), kWidestColumn));
 }
 
 }  // namespace
@@ -113,7 +88,7 @@ void TableWriter::makeRoomForTitle(Group& group) {
 }
 
 void TableWriter::writeHeader() {
-    Line line(fIndent);
+    AlignedLine line(fIndent);
     line.add(kIndexTitle, fIndexWidth, fNumericIndex, 0);
     for (const Group& group : fGroups) {
         const bool right = group.rightAligned && group.widths.size() == 1;
@@ -123,7 +98,7 @@ void TableWriter::writeHeader() {
 }
 
 void TableWriter::writeElement(Data::StreamIterator& element) {
-    Line line(fIndent);
+    AlignedLine line(fIndent);
     line.add(shownName(element.index().asString()), fIndexWidth, fNumericIndex, 0);
     Data::Handle& handle = *element;
     for (unsigned int i = 0; handle.hasData() && i < fGroups.size(); ++i) {

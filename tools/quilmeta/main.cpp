@@ -42,6 +42,7 @@ void addCommands(CLI::App& app, Output& output, int& exitCode) {
     addExport(app, output, exitCode);
     addSet(app, output, exitCode);
     addCopy(app, output, exitCode);
+    addRefs(app, output, exitCode);
     for (CLI::App* command : app.get_subcommands({})) command->group("Commands");
 }
 
@@ -61,17 +62,31 @@ std::vector<std::string> arguments(int argc, char** argv) {
     return result;
 }
 
+/// The command that was called, which may be one of another command, and the words that call it.
+struct Called {
+    explicit Called(const CLI::App& app) : command(&app) {
+        for (auto next = app.get_subcommands(); !next.empty(); next = command->get_subcommands()) {
+            words += (words.empty() ? "quilmeta" : ' ' + command->get_name());
+            command = next.front();
+        }
+    }
+    [[nodiscard]] std::string help() const { return command->help(words); }
+
+    const CLI::App* command;
+    std::string words;  ///< ahead of the command's own name
+};
+
 int refuse(const CLI::App& app, const CLI::ParseError& error) {
+    const Called called(app);
     std::string message = error.what();
-    std::string help = "see quilmeta";
-    const auto commands = app.get_subcommands();
-    if (!commands.empty())
-        help += ' ' + commands.front()->get_name();
-    else if (const auto words = app.remaining(); !words.empty())
-        message = "there is no command or option " + inQuotes(words.front());
-    else
-        message = "a command is required";
-    complain("", message + '\n' + help + " --help");
+    if (called.command->get_require_subcommand_min() > 0) {
+        const auto words = app.remaining(true);
+        message = words.empty() ? "a command is required"
+                                : "there is no command or option " + inQuotes(words.front());
+    }
+    const std::string name = called.command->get_name();
+    complain("", message + "\nsee " + (called.words.empty() ? name : called.words + ' ' + name) +
+                     " --help");
     return kTrouble;
 }
 
@@ -83,8 +98,7 @@ int run(int argc, char** argv) {
     try {
         app.parse(arguments(argc, argv));
     } catch (const CLI::CallForHelp&) {
-        const auto commands = app.get_subcommands();
-        output.write(commands.empty() ? app.help() : commands.front()->help("quilmeta"));
+        output.write(Called(app).help());
     } catch (const CLI::CallForVersion& version) {
         output.write(std::string(version.what()) + '\n');
     } catch (const CLI::ParseError& error) {

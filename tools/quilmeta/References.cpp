@@ -1,0 +1,62 @@
+// The external files that a scene refers to.
+// SPDX-License-Identifier: Apache-2.0
+#include "References.h"
+
+#include "SafeText.h"
+#include "Scene.h"
+#include "Trouble.h"
+#include "Wording.h"
+
+#include <data/AccessorQuil.h>
+#include <data/ExternalContent.h>
+#include <data/Structure.h>
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace orbo::Quilmeta {
+
+namespace Table = Data::AccessorQuil::ExternalContent;
+
+namespace {
+
+void demandMembers(const Data::Structure& structure) {
+    Data::Handle row(structure, nullptr);
+    for (const std::string& name :
+         {Table::getNodeMemberName(), Table::getKeyMemberName(),
+          Table::getUnresolvedPathMemberName(), Table::getResolvedPathMemberName(),
+          Table::getRolesMemberName()}) {
+        if (row.setPositionByMemberName(name.c_str())) continue;
+        throw Trouble(fmt::format(
+            "the table of external files cannot be used: its structure {} has no member {}{}",
+            inQuotes(structure.name()), inQuotes(name),
+            nameList("members", structure,
+                     [](const Data::Member& member) { return shownName(member.name()); })));
+    }
+}
+
+}  // namespace
+
+SceneReferences openReferences(const std::string& file) {
+    // Structures that nobody asked for serve the reading and stay in the file where they are.
+    const SceneNames names{{}, {Data::AccessorQuil::getSceneAssociationsName()}};
+    bool complete = false;
+    SceneReferences references;
+    references.scene = openScene(file, &complete, &names);
+    Data::WritePolicy policy = references.scene->writePolicy();
+    policy.addMissingStructures = false;
+    references.scene->setWritePolicy(policy);
+    references.table = Table::getStream(*references.scene);
+    references.unreadable = !complete && !references.table;
+    if (references.table) demandMembers(references.table->structure());
+    return references;
+}
+
+Reference referenceOf(Data::Handle& row) {
+    Reference reference;
+    Table::getEntry(row, reference.node, reference.key, reference.path, reference.resolvedPath,
+                    reference.roles);
+    return reference;
+}
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,32 @@
+// The external files that a scene refers to.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+#include <data/Stream.h>
+
+#include <memory>
+#include <set>
+#include <string>
+
+namespace orbo::Quilmeta {
+
+struct Reference {
+    std::string node, key, path, resolvedPath;
+    std::set<std::string> roles;
+};
+
+/// A scene with nothing but its own metadata, and the table in it.
+struct SceneReferences {
+    std::unique_ptr<Data::Accessor> scene;
+    Data::Stream* table = nullptr;  ///< null when there is none
+    /// There is metadata that could not be read, so there may be a table after all.
+    bool unreadable = false;
+};
+
+/// Throws `Trouble`, also for a table that lacks one of the members.
+SceneReferences openReferences(const std::string& file);
+/// Of an element of the table.
+Reference referenceOf(Data::Handle& row);
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,166 @@
+// quilmeta refs repath: gives the external files of scenes new paths.
+// SPDX-License-Identifier: Apache-2.0
+#include "Commands.h"
+#include "Options.h"
+#include "PathMap.h"
+#include "References.h"
+#include "SafeText.h"
+#include "Scene.h"
+#include "Trouble.h"
+
+#include <data/ExternalContent.h>
+#include <fmt/format.h>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <utility>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+struct RepathOptions {
+    std::vector<std::string> files, from, to, maps;
+    bool dryRun = false;
+};
+
+std::string contentOf(const std::string& file) {
+    std::error_code error;
+    if (std::filesystem::is_directory(file, error)) throw Trouble("is a directory");
+    std::ifstream in(file, std::ios_base::binary);
+    if (!in) throw Trouble(systemMessage(errno));
+    std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    if (in.bad()) throw Trouble("cannot be read");
+    return content;
+}
+
+/// Complains and returns false when they are no good.
+bool readPairs(const RepathOptions& options, PathMap& map) {
+    try {
+        if (options.from.size() != options.to.size())
+            throw Trouble("each --from takes a --to, in the same order");
+        for (size_t i = 0; i < options.from.size(); ++i) map.add(options.from[i], options.to[i]);
+    } catch (const Trouble& trouble) {
+        complain("", trouble.what());
+        return false;
+    }
+    int exitCode = kDone;
+    for (const std::string& file : options.maps)
+        exitCode = std::max(exitCode, guarded(file, [&] { map.addCsv(contentOf(file)); }));
+    if (exitCode == kDone && map.empty()) {
+        complain("", "nothing to replace: give --from and --to, or --map");
+        exitCode = kTrouble;
+    }
+    return exitCode == kDone;
+}
+
+/// A path and what becomes of it, if anything.
+struct Change {
+    const char* title;
+    const std::string& before;
+    std::optional<std::string> mapped;
+
+    [[nodiscard]] bool any() const { return mapped && *mapped != before; }
+    [[nodiscard]] const std::string& after() const { return mapped ? *mapped : before; }
+    [[nodiscard]] std::string text() const {
+        if (!any()) return {};
+        return fmt::format("    {:8}  {}\n          ->  {}\n", title, shownPath(before),
+                           shownPath(after()));
+    }
+};
+
+/// Changes scenes one by one, each once, and tells what it changes.
+class Repath {
+  public:
+    Repath(const PathMap& map, bool dryRun, Output& output)
+        : fMap(map), fDryRun(dryRun), fOutput(output) {}
+
+    void repath(const std::string& file) {
+        if (wasSeen(file)) return;
+        const SceneReferences references = openReferences(file);
+        fAllReadable = fAllReadable && !references.unreadable;
+        if (!references.table) return;
+        std::string text;
+        for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
+            text += repath(*row);
+        if (text.empty()) return;
+        if (!fDryRun) writeScene(*references.scene);
+        fOutput.write(safeLine(file) + '\n' + text);
+        fOutput.flush();
+    }
+    /// False when there was metadata that could not be read, where there might be a table.
+    [[nodiscard]] bool allReadable() const { return fAllReadable; }
+
+  private:
+    /// Whatever its name: what has been replaced once must not be matched again.
+    bool wasSeen(const std::string& file) {
+        struct stat status {};
+        if (::stat(file.c_str(), &status) != 0) return false;  // reading it will say why
+        return !fSeen.emplace(status.st_dev, status.st_ino).second;
+    }
+
+    /// What changes in the row; empty when nothing does.
+    std::string repath(Data::Handle& row) const {
+        const Reference before = referenceOf(row);
+        const Change path{"path", before.path, fMap.apply(before.path)};
+        const Change resolved{"resolved", before.resolvedPath, fMap.apply(before.resolvedPath)};
+        const std::string text = path.text() + resolved.text();
+        if (text.empty()) return text;
+        Data::AccessorQuil::ExternalContent::updateEntry(row, path.after(), resolved.after());
+        const Reference after = referenceOf(row);
+        demandHeld(before, path, after.path);
+        demandHeld(before, resolved, after.resolvedPath);
+        return fmt::format("  node {}, key {}\n", shownName(before.node), shownName(before.key)) +
+               text;
+    }
+
+    static void demandHeld(const Reference& row, const Change& change, const std::string& held) {
+        if (held == change.after()) return;
+        throw Trouble(fmt::format("node {}, key {}: the table cannot hold the path {}",
+                                  inQuotes(row.node), inQuotes(row.key), inQuotes(change.after())));
+    }
+
+    const PathMap& fMap;
+    bool fDryRun;
+    Output& fOutput;
+    bool fAllReadable = true;
+    std::set<std::pair<dev_t, ino_t>> fSeen;
+};
+
+int repathAll(const RepathOptions& options, Output& output) {
+    PathMap map;
+    if (!readPairs(options, map)) return kTrouble;
+    Repath repath(map, options.dryRun, output);
+    int exitCode = kDone;
+    for (const std::string& file : options.files)
+        exitCode = std::max(exitCode, guarded(file, [&] { repath.repath(file); }));
+    return exitCode == kDone && !repath.allReadable() ? kFinding : exitCode;
+}
+
+}  // namespace
+
+void addRefsRepath(CLI::App& app, Output& output, int& exitCode) {
+    auto options = std::make_shared<RepathOptions>();
+    CLI::App* command = app.add_subcommand("repath", "Replace prefixes of paths");
+    addWords(*command, "FILE", options->files, "Scene files, which are rewritten");
+    addEach(*command, "--from", options->from, "PREFIX", "Where paths begin now");
+    addEach(*command, "--to", options->to, "PREFIX", "What takes the place of --from");
+    addEach(*command, "--map", options->maps, "CSV", "More pairs, from a table of two columns");
+    command->add_flag("--dry-run", options->dryRun, "Print what would change, and write nothing");
+    command->footer(
+        "A prefix ends where a component of the path ends. Paths as entered and as resolved\n"
+        "are replaced each by its own longest prefix, once. --from and --to may be given\n"
+        "several times. All else in the table and the scene stays.\n"
+        "Example:\n"
+        "  quilmeta refs repath shots/*.kx --from /shows/demo --to /archive/demo --dry-run");
+    command->callback([options, &output, &exitCode] { exitCode = repathAll(*options, output); });
+}
+
+}  // namespace orbo::Quilmeta
