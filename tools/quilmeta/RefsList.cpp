@@ -12,7 +12,9 @@
 #include <array>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace orbo::Quilmeta {
 

@@ -19,8 +19,11 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -111,7 +114,7 @@ class Repath {
         const Reference before = referenceOf(row);
         const Change path{"path", before.path, fMap.apply(before.path)};
         const Change resolved{"resolved", before.resolvedPath, fMap.apply(before.resolvedPath)};
-        const std::string text = path.text() + resolved.text();
+        std::string text = path.text() + resolved.text();
         if (text.empty()) return text;
         Data::AccessorQuil::ExternalContent::updateEntry(row, path.after(), resolved.after());
         const Reference after = referenceOf(row);
