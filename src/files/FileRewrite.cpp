@@ -3,10 +3,13 @@
 #include "files/FileRewrite.h"
 
 #include <algorithm>
+#include <string>
 
 namespace orbo::Files {
 
 namespace {
+
+constexpr std::size_t kBlockSize = 64 * 1024;
 
 bool isThereAlready(const FileRewrite::Range& range) {
     std::string_view left = range.oldBytes;
@@ -62,12 +65,32 @@ FileRewrite::Outcome FileRewrite::write(std::size_t range) {
     return {};
 }
 
-bool FileRewrite::restore() {
+bool FileRewrite::restore() { return (writeOld() || holdsOld()) && fFile.sync(); }
+
+bool FileRewrite::writeOld() {
     for (const Range& range : fRanges) {
         if (!fFile.seek(range.offset)) return false;
         if (!fFile.write(range.oldBytes.data(), range.oldBytes.size())) return false;
     }
-    return fFile.truncate(oldEnd(fRanges.back())) && fFile.sync();
+    return fFile.truncate(oldEnd(fRanges.back()));
+}
+
+// Where nothing can be written, not even what is there, nothing may have been overwritten either.
+bool FileRewrite::holdsOld() {
+    return fFile.size() == oldEnd(fRanges.back()) &&
+           std::all_of(fRanges.begin(), fRanges.end(),
+                       [this](const Range& range) { return holdsOld(range); });
+}
+
+bool FileRewrite::holdsOld(const Range& range) {
+    if (!fFile.seek(range.offset)) return false;
+    std::string block;
+    for (std::string_view left = range.oldBytes; !left.empty(); left.remove_prefix(block.size())) {
+        block.resize(std::min(left.size(), kBlockSize));
+        if (!readExactly(fFile, block.data(), block.size())) return false;
+        if (left.substr(0, block.size()) != block) return false;
+    }
+    return true;
 }
 
 }  // namespace orbo::Files

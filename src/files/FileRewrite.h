@@ -44,6 +44,9 @@ class FileRewrite {
     Outcome tryToRun();
     [[nodiscard]] Outcome write(std::size_t range);
     [[nodiscard]] bool restore();
+    [[nodiscard]] bool writeOld();
+    [[nodiscard]] bool holdsOld();
+    [[nodiscard]] bool holdsOld(const Range& range);
 
     File& fFile;
     std::vector<Range> fRanges;
