@@ -37,9 +37,11 @@ void demandMembers(const Data::Structure& structure) {
 
 }  // namespace
 
-SceneReferences openReferences(const std::string& file) {
+SceneReferences openReferences(const std::string& file, ReferencesFor purpose) {
     // Structures that nobody asked for serve the reading and stay in the file where they are.
-    const SceneNames names{{}, {Data::AccessorQuil::getSceneAssociationsName()}};
+    SceneNames names;
+    if (purpose == ReferencesFor::kReading)
+        names.nodes.emplace({Data::AccessorQuil::getSceneAssociationsName()});
     bool complete = false;
     SceneReferences references;
     references.scene = openScene(file, &complete, &names);

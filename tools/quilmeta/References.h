@@ -16,7 +16,7 @@ struct Reference {
     std::set<std::string> roles;
 };
 
-/// A scene with nothing but its own metadata, and the table in it.
+/// A scene, and the table in it.
 struct SceneReferences {
     std::unique_ptr<Data::Accessor> scene;
     Data::Stream* table = nullptr;  ///< null when there is none
@@ -24,8 +24,11 @@ struct SceneReferences {
     bool unreadable = false;
 };
 
+/// To look at the table, the scene's own metadata is enough. To write it the nodes are read, too,
+/// so that each keeps its place in the file.
+enum class ReferencesFor { kReading, kWriting };
 /// Throws `Trouble`, also for a table that lacks one of the members.
-SceneReferences openReferences(const std::string& file);
+SceneReferences openReferences(const std::string& file, ReferencesFor purpose);
 /// Of an element of the table.
 Reference referenceOf(Data::Handle& row);
 

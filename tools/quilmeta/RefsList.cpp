@@ -104,7 +104,7 @@ void writeJson(Output& output, const std::vector<Line>& lines) {
 
 /// Adds what the file refers to. False when some of it may be unreadable.
 bool collect(const std::string& file, std::vector<Line>& lines) {
-    const SceneReferences references = openReferences(file);
+    const SceneReferences references = openReferences(file, ReferencesFor::kReading);
     if (!references.table) return !references.unreadable;
     for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
         lines.push_back({file, referenceOf(*row)});

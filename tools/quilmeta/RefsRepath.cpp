@@ -87,7 +87,7 @@ class Repath {
 
     void repath(const std::string& file) {
         if (wasSeen(file)) return;
-        const SceneReferences references = openReferences(file);
+        const SceneReferences references = openReferences(file, ReferencesFor::kWriting);
         fAllReadable = fAllReadable && !references.unreadable;
         if (!references.table) return;
         std::string text;

@@ -54,8 +54,8 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complet
     accessor->setReadPolicy({true});
     accessor->setWritePolicy(Data::WritePolicy::careful());
     std::string messages;
-    if (!accessor->read(file, names ? &names->structures : nullptr, names ? &names->nodes : nullptr,
-                        messages))
+    if (!accessor->read(file, names ? &names->structures : nullptr,
+                        names && names->nodes ? &*names->nodes : nullptr, messages))
         throw Trouble(accessor->isFileSupported(file) ? messages : "is not a scene: " + messages);
     complain(file, messages);
     if (complete) *complete = messages.empty();

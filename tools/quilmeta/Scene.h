@@ -5,6 +5,7 @@
 #include <data/Accessor.h>
 
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -12,7 +13,8 @@ namespace orbo::Quilmeta {
 
 /// What to read of a scene; nodes by name, the scene itself being the empty one.
 struct SceneNames {
-    std::set<std::string> structures, nodes;
+    std::set<std::string> structures;
+    std::optional<std::set<std::string>> nodes;  ///< all if there are none
 };
 
 /// Reads the file, with the careful write policy and unknown index types as text. Statements that
