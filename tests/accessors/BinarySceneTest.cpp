@@ -10,7 +10,6 @@
 #include <fstream>
 #include <functional>
 #include <random>
-#include <regex>
 
 #include "accessors/QuilBinaryFileAccessor.h"
 #include "accessors/SceneTest.h"
@@ -123,7 +122,7 @@ TEST_F(BinarySceneTest, RefusesFilesThatContradictThemselves) {
         BinaryScene scene = sound;
         fault.make(scene);
         file() = scene.bytes();
-        const std::string message = std::regex_replace(fault.message, std::regex("@"), end);
+        const std::string message = replaced(fault.message, "@", end);
         EXPECT_FALSE(write());
         EXPECT_EQ(fErrors, fault.whenWriting.empty() ? message : fault.whenWriting);
         EXPECT_FALSE(read());

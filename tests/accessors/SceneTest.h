@@ -6,9 +6,9 @@
 #include <debug/RefPtr.h>
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <fstream>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -43,13 +43,20 @@ inline RefPtr<Structure> makeStructure(const std::string& name,
     return structure;
 }
 
+inline std::string replaced(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
 /// As the library writes them, for texts that need no escapes but line feeds.
 inline std::string structureStatement(const std::string& text) {
     return "dataStructure -fmt \"raw\" -as \"" + text + "\";\n";
 }
 inline std::string nodeStatement(const std::string& name, const std::string& text) {
-    const std::string escaped = std::regex_replace(text, std::regex("\n"), "\\n");
-    return "applyMetadata -fmt \"raw\" -v \"" + escaped + "\" \n\t\t" + name + ";\n";
+    return "applyMetadata -fmt \"raw\" -v \"" + replaced(text, "\n", "\\n") + "\" \n\t\t" + name +
+           ";\n";
 }
 /// Associations with one channel "c" of one stream "s".
 inline std::string oneStream(const std::string& structure, const std::string& elements,
@@ -82,13 +89,16 @@ inline std::string statement(const std::string& word) {
         // An index type that nobody registered.
         {"odd", nodeStatement("n3", oneStream("A", "ab\n1\n", "odd"))},
     };
-    // Associations of nodes and of the scene, with one number; "!" are unreadable.
-    static const std::regex kNode("(n\\d|own)(=(\\d+)|!)?");
     if (const auto found = kWords.find(word); found != kWords.end()) return found->second;
-    std::smatch parts;
-    if (!std::regex_match(word, parts, kNode)) return word + "\n";
-    if (parts[2] == "!") return nodeStatement(parts[1], "nonsense");
-    return node(parts[1], parts[3].matched ? parts[3].str() : "7");
+    // Associations of a node or of the scene, with one number: "n1", "own=9"; "n1!" is unreadable.
+    const std::string name = word.substr(0, word.find_first_of("=!"));
+    const bool isNode =
+        name == "own" || (name.size() == 2 && name[0] == 'n' && std::isdigit(name[1]));
+    const std::string rest = word.substr(name.size());
+    if (!isNode) return word + "\n";
+    if (rest == "!") return nodeStatement(name, "nonsense");
+    return rest.empty() || rest[0] == '=' ? node(name, rest.empty() ? "7" : rest.substr(1))
+                                          : word + "\n";
 }
 
 inline std::vector<std::string> split(const std::string& text, char separator = ' ') {
@@ -153,7 +163,7 @@ class SceneTest : public testing::Test {
             names += (node.empty() ? "own" : node) + " ";
         }
         names.pop_back();
-        return std::regex_replace(names, std::regex("\\| "), "|");
+        return replaced(names, "| ", "|");
     }
 
     [[nodiscard]] Stream& stream(const std::string& node) {

@@ -161,7 +161,7 @@ TEST_F(WritePolicyTest, WhatTheFormatsCannotCarryIsRefused) {
         stream.setElement(row.index, handle);
         if (!row.message.empty()) {
             const std::string place = "Node 'm', channel 'c', stream 's', index ";
-            expectRefusal(std::regex_replace(row.message, std::regex("^@"), place));
+            expectRefusal(replaced(row.message, "@", place));
             continue;
         }
         EXPECT_TRUE(write()) << fErrors;
