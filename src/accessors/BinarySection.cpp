@@ -70,6 +70,13 @@ bool BinarySection::readTail(std::string& errors) {
                                          : "Error skipping existing metadata chunks.");
 }
 
+bool BinarySection::checkPlace(std::string& errors) const {
+    for (const Entry& entry : fEntries) {
+        if (!entry.understood) return fail(errors, readFailureOf(entry.where.kind));
+    }
+    return true;
+}
+
 const char* BinarySection::failureOf(Part part) const {
     switch (part) {
         case Part::kStructures:
@@ -104,9 +111,9 @@ std::uint64_t BinarySection::begin() const {
 
 std::string BinarySection::foreignChunks() const {
     std::string chunks;
+    chunks.reserve(fTail.size());
     std::uint64_t at = begin();
     for (const Entry& entry : fEntries) {
-        if (!entry.understood) continue;
         chunks += bytes(at, entry.where.begin);
         at = entry.where.end;
     }

@@ -12,13 +12,14 @@
 namespace orbo::Data {
 
 /// The section runs from the first metadata chunk to the end of the trailer. The application's
-/// chunks in front of it stay where they are; those in between go to its beginning, and so do
-/// metadata chunks that cannot be taken apart.
+/// chunks in front of it stay where they are; those in between go to its beginning.
 class BinarySection : public SceneSection {
   public:
     using SceneSection::SceneSection;
 
     bool find(std::string& errors) override;
+    /// Refuses a file with a chunk that no read gets past.
+    bool checkPlace(std::string& errors) const override;
     [[nodiscard]] const char* failureOf(Part part) const override;
     [[nodiscard]] std::optional<SceneRecord> parse(const Entry& entry) const override;
     /// The chunk as it is, with what readers pass over.

@@ -26,11 +26,6 @@ bool isScene(std::string_view identification) {
            identification.substr(16, 4) == getMainFormChunkType();
 }
 
-const char* readFailureOf(Kind kind) {
-    return kind == Kind::kStructure ? "Could not read data structure chunk."
-                                    : "Could not read apply metadata chunk.";
-}
-
 // The zero-terminated string at the beginning of what is left, which is shortened by it.
 std::optional<std::string_view> takeString(std::string_view& left) {
     const std::size_t end = left.find('\0');
@@ -126,6 +121,11 @@ std::optional<SceneRecord> parseChunk(const std::string& tag, std::string data) 
     data.erase(0, textBegin);
     record.text = std::move(data);
     return record;
+}
+
+const char* readFailureOf(Kind kind) {
+    return kind == Kind::kStructure ? "Could not read data structure chunk."
+                                    : "Could not read apply metadata chunk.";
 }
 
 bool appendChunk(std::string& out, const SceneRecord& record) {

@@ -36,7 +36,7 @@ std::unique_ptr<Data::Accessor> openSource(const CopyOptions& options) {
     for (const std::string& node : options.nodes) findNode(*source, node);
     if (complete) return source;
     if (options.nodes.empty())
-        throw Trouble("not all of it can be read: name the nodes to copy with --node");
+        throw Trouble("was not read without complaint: name the nodes to copy with --node");
     if (!isReadable(options.source, {options.nodes.begin(), options.nodes.end()}))
         throw Trouble("not all metadata of the nodes to copy can be read");
     return source;
@@ -85,10 +85,17 @@ void report(const CopyPlan& plan, Output& output) {
 /// What a copy would take from the target, or hide behind something else.
 std::vector<std::string> losses(const CopyPlan& plan, const std::string& target, bool complete) {
     std::vector<std::string> lines = plan.differences();
+    if (complete) return lines;
+    // Only by chance would it be the one that these texts were written with.
+    for (const CopyPlan::StructureCopy& copy : plan.structures())
+        if (copy.fate == CopyPlan::Fate::kAdded && lacksStructure(target, copy.structure->name()))
+            lines.push_back(fmt::format(
+                "metadata that cannot be read may need another structure {} than this one",
+                inQuotes(copy.structure->name())));
     std::set<std::string> added;
     for (const CopyPlan::NodeCopy& copy : plan.nodes())
         if (copy.fate == CopyPlan::Fate::kAdded) added.insert(copy.name);
-    if (!complete && !isReadable(target, added))
+    if (!isReadable(target, added))
         lines.emplace_back("metadata of the nodes to copy is there, but cannot be read");
     return lines;
 }

@@ -37,11 +37,11 @@ std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
                               fmt::join(Data::Accessor::supportedExtensions(), ", ")));
 }
 
-std::string messagesOf(const std::string& file, const std::set<std::string>& nodes) {
+std::string messagesOf(const std::string& file, const std::set<std::string>* nodes) {
     const std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
     accessor->setReadPolicy({true});
     std::string messages;
-    if (!accessor->read(file, nullptr, &nodes, messages)) throw Trouble(messages);
+    if (!accessor->read(file, nullptr, nodes, messages)) throw Trouble(messages);
     return messages;
 }
 
@@ -64,7 +64,13 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complet
 
 bool isReadable(const std::string& file, const std::set<std::string>& nodes) {
     // Messages do not say which node they are about; those about no node come in any case.
-    return messagesOf(file, nodes) == messagesOf(file, {});
+    const std::set<std::string> none;
+    return messagesOf(file, &nodes) == messagesOf(file, &none);
+}
+
+bool lacksStructure(const std::string& file, const std::string& name) {
+    const std::string message = fmt::format("Structure '{}' not found", name);
+    return messagesOf(file, nullptr).find(message) != std::string::npos;
 }
 
 Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {

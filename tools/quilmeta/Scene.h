@@ -27,6 +27,10 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complet
 /// it reads the file twice.
 bool isReadable(const std::string& file, const std::set<std::string>& nodes);
 
+/// Whether some of the file's metadata cannot be read for want of this structure. For files where
+/// something cannot be: it reads the file once more.
+bool lacksStructure(const std::string& file, const std::string& name);
+
 /// The empty name is the scene's own. Throws `Trouble` that lists the nodes there are.
 Data::Associations& findNode(Data::Accessor& scene, const std::string& name);
 
