@@ -1,8 +1,7 @@
-// Elements as JSON and as tables, and files that appear complete or not at all.
+// Elements as JSON, and files that appear complete or not at all.
 // SPDX-License-Identifier: Apache-2.0
 #include "JsonDocument.h"
 #include "NewFile.h"
-#include "TableWriter.h"
 #include "Trouble.h"
 
 #include <data/StreamSerializerRaw.h>
@@ -86,20 +85,6 @@ TEST_F(WriterTest, JsonShapesValuesByTheirLength) {
           std::string("\"values\": [ 1, true ] }\n"),
           std::string("{ \"name\": { \"base64\": \"Yf8=\" }, \"type\": \"int8\"")})
         EXPECT_NE(text.find(part), std::string::npos) << part << text;
-}
-
-TEST_F(WriterTest, TablesAlignWhatIsSeen) {
-    const std::string text(100, 'x');
-    const Data::Stream shown = stream(
-        "name=U:float[2]=at:string=label:uint8=a long title:string=note",
-        "5\n0.25 -1 \"\xE8\x8C\xB6\" 7 \"x\"\n6\n1 1 \"" + text + "\" 1 \"\"\n12345678\n100 2");
-    const std::string gap(38, ' ');
-    // One long text sticks out.
-    EXPECT_EQ(create("out", [&](Output& output) { TableWriter(output, shown, 2).write(); }),
-              "     index  at       label" + gap.substr(1) + "a long title  note\n" +
-                  "         5  0.25 -1  \"\xE8\x8C\xB6\"" + gap + "           7  \"x\"\n" +
-                  "         6     1  1  \"" + text + "\"             1  \"\"\n" +
-                  "  12345678   100  2  null" + gap + "           0  null\n");
 }
 
 TEST_F(WriterTest, NewFilesAppearWhenTheyAreComplete) {
