@@ -70,7 +70,7 @@ bool BinarySection::readTail(std::string& errors) {
                                          : "Error skipping existing metadata chunks.");
 }
 
-bool BinarySection::checkPlace(std::string& errors) const {
+bool BinarySection::checkEntries(std::string& errors) const {
     for (const Entry& entry : fEntries) {
         if (!entry.understood) return fail(errors, readFailureOf(entry.where.kind));
     }
@@ -104,15 +104,10 @@ bool BinarySection::append(std::string& out, const SceneRecord& record) const {
     return appendChunk(out, record);
 }
 
-std::uint64_t BinarySection::begin() const {
-    const auto first = firstUnderstood();
-    return first == fEntries.end() ? fTrailer.end : first->where.begin;
-}
-
 std::string BinarySection::foreignChunks() const {
     std::string chunks;
     chunks.reserve(fTail.size());
-    std::uint64_t at = begin();
+    std::uint64_t at = fTailBegin;
     for (const Entry& entry : fEntries) {
         chunks += bytes(at, entry.where.begin);
         at = entry.where.end;
@@ -130,7 +125,7 @@ bool BinarySection::compose(const NewRecords& records, std::string& errors) {
     for (const std::string& chunk : records.nodes) fNewChunks += chunk;
     appendKept(fNewChunks, Kind::kAssociations, Fate::kBehind);
 
-    fNewTrailer = {fTrailer.begin, begin() + fNewChunks.size()};
+    fNewTrailer = {fTrailer.begin, fTailBegin + fNewChunks.size()};
     return fNewTrailer.distance() <= std::numeric_limits<std::uint32_t>::max() ||
            fail(errors, "The trailer would be longer than its 32-bit distance can say.");
 }
@@ -156,8 +151,8 @@ bool BinarySection::rewrite(std::string& errors) {
                    oldMainSize,
                    "Failed to the main chunk size position.",
                    {{newMainSize, "Failed to write the new main chunk size."}}},
-                  {begin(),
-                   bytes(begin(), fSize),
+                  {fTailBegin,
+                   fTail,
                    "Failed to seek to the trailer data start.",
                    {{fNewChunks, "Failed to write the new trailer."},
                     {endChunk, "Failed to write the backward chunk size."}}}},

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -19,7 +18,7 @@ class BinarySection : public SceneSection {
 
     bool find(std::string& errors) override;
     /// Refuses a file with a chunk that no read gets past.
-    bool checkPlace(std::string& errors) const override;
+    bool checkEntries(std::string& errors) const override;
     [[nodiscard]] const char* failureOf(Part part) const override;
     [[nodiscard]] std::optional<SceneRecord> parse(const Entry& entry) const override;
     /// The chunk as it is, with what readers pass over.
@@ -34,7 +33,6 @@ class BinarySection : public SceneSection {
     bool locate(std::string& errors);
     bool findChunks(std::string& errors);
     bool readTail(std::string& errors);
-    [[nodiscard]] std::uint64_t begin() const;
     [[nodiscard]] std::string foreignChunks() const;
 
     BinaryTrailer fTrailer;

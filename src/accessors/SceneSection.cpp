@@ -2,14 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/SceneSection.h"
 
-#include <algorithm>
-
 #include "accessors/Messages.h"
 #include "files/FileRewrite.h"
 
 namespace orbo::Data {
-
-bool SceneSection::checkPlace(std::string&) const { return true; }
 
 bool SceneSection::apply(const std::vector<Change>& changes, std::string& errors) {
     using Step = Files::FileRewrite::Step;
@@ -37,11 +33,6 @@ void SceneSection::appendKept(std::string& out, SceneRecord::Kind kind,
             out += bytesOf(entry);
         }
     }
-}
-
-std::vector<SceneSection::Entry>::const_iterator SceneSection::firstUnderstood() const {
-    return std::find_if(fEntries.begin(), fEntries.end(),
-                        [](const Entry& entry) { return entry.understood; });
 }
 
 std::string_view SceneSection::bytes(std::uint64_t from, std::uint64_t to) const {

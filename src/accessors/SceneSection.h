@@ -18,7 +18,7 @@
 namespace orbo::Data {
 
 /// What differs between the kinds of scene files when one is written; `SceneWriter` does the rest
-/// and calls, in this order, `find`, `parse`, `checkPlace`, `append`, `compose`, `readBack` and
+/// and calls, in this order, `find`, `parse`, `checkEntries`, `append`, `compose`, `readBack` and
 /// `rewrite`. All functions that take `errors` put a message there when they return false.
 class SceneSection {
   public:
@@ -48,7 +48,7 @@ class SceneSection {
     /// reads it from the first of them to its end.
     virtual bool find(std::string& errors) = 0;
     /// Once it is known what was understood.
-    virtual bool checkPlace(std::string& errors) const;
+    virtual bool checkEntries(std::string& errors) const = 0;
     [[nodiscard]] virtual const char* failureOf(Part part) const = 0;
 
     /// In file order.
@@ -86,8 +86,6 @@ class SceneSection {
     bool apply(const std::vector<Change>& changes, std::string& errors);
     /// The entries of a kind with that fate, byte by byte.
     void appendKept(std::string& out, SceneRecord::Kind kind, SectionPlan::Fate fate) const;
-    /// The first entry that was understood.
-    [[nodiscard]] std::vector<Entry>::const_iterator firstUnderstood() const;
     [[nodiscard]] std::string_view bytes(std::uint64_t from, std::uint64_t to) const;
 
     const std::unique_ptr<Files::File> fFile;

@@ -32,7 +32,7 @@ SceneWriter::SceneWriter(const Accessor& accessor, const TakenNames& taken, Scen
 bool SceneWriter::write(std::string& errors) {
     if (!checkNamesAreUnique(fModel, errors)) return false;
     if (!fSection.find(errors) || !decide(errors) || !checkChanges(errors)) return false;
-    if (!fSection.checkPlace(errors) || !writeRecords(errors)) return false;
+    if (!fSection.checkEntries(errors) || !writeRecords(errors)) return false;
     dropRepeated();
     if (!fSection.compose(fNew, errors)) return false;
     if (fAccessor.writePolicy().verify && !verify(errors)) return false;

@@ -86,7 +86,12 @@ bool TextSection::readTail(std::string& errors) {
            fail(errors, "Failed to read the file trailer.");
 }
 
-bool TextSection::checkPlace(std::string& errors) const {
+std::vector<TextSection::Entry>::const_iterator TextSection::firstUnderstood() const {
+    return std::find_if(fEntries.begin(), fEntries.end(),
+                        [](const Entry& entry) { return entry.understood; });
+}
+
+bool TextSection::checkEntries(std::string& errors) const {
     if (fAnySize || firstUnderstood() != fEntries.end()) return true;
     if (fSize < kTrailerBlock) return fail(errors, "Could not seek to trailer start.");
     return fSize - *fTrailer <= kTrailerBlock || fail(errors, "Could not find trailer prefix.");

@@ -23,7 +23,7 @@ class TextSection : public SceneSection {
 
     bool find(std::string& errors) override;
     /// The rule for a first section.
-    bool checkPlace(std::string& errors) const override;
+    bool checkEntries(std::string& errors) const override;
     [[nodiscard]] const char* failureOf(Part part) const override;
     [[nodiscard]] std::optional<SceneRecord> parse(const Entry& entry) const override;
     /// A statement of its own, free of what its lines hold besides.
@@ -40,6 +40,8 @@ class TextSection : public SceneSection {
     bool scan(std::string& errors);
     bool checkTrailer(std::string& errors) const;
     bool readTail(std::string& errors);
+    /// The first entry that was understood.
+    [[nodiscard]] std::vector<Entry>::const_iterator firstUnderstood() const;
     [[nodiscard]] std::uint64_t begin() const;
     [[nodiscard]] std::uint64_t end() const;
     /// The lines in the section that belong to no statement and are not blank.
