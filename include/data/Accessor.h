@@ -7,6 +7,7 @@
 #include <data/WritePolicy.h>
 #include <debug/Export.h>
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <set>
@@ -60,6 +61,13 @@ class METADATA_API Accessor {
     /// Of the last `read`.
     [[nodiscard]] const std::string& fileName() const;
 
+    /// How long to wait for other programs that read or write the file; 10 seconds unless set.
+    [[nodiscard]] std::chrono::milliseconds patience() const;
+    void setPatience(std::chrono::milliseconds patience);
+    /// Whether the last `write` was refused because the file's metadata is no longer what was read.
+    /// Reading it again and repeating the edit is the way out.
+    [[nodiscard]] bool metConflict() const;
+
     [[nodiscard]] const WritePolicy& writePolicy() const;
     void setWritePolicy(const WritePolicy& policy);
     [[nodiscard]] const ReadPolicy& readPolicy() const;
@@ -70,6 +78,8 @@ class METADATA_API Accessor {
 
     /// False before the first `read` and after one that failed: there is nothing to write then.
     [[nodiscard]] bool lastReadSucceeded() const;
+    /// What `metConflict` is to tell.
+    void setMetConflict(bool conflict) const;
 
     /// Reads `fileName()`: registers the structures it finds, which are taken over into
     /// `structures()`, and fills `associations()`. Null sets mean all names.

@@ -14,9 +14,17 @@ struct WritePolicy {
     bool anySize = false;
     /// Also write the structures that streams use but `Accessor::structures()` lacks.
     bool addMissingStructures = false;
+    /// Refuse when the file's metadata is no longer what was read; `Accessor::metConflict()` tells
+    /// this from other failures. A read with this set takes a fingerprint of the metadata; without
+    /// one any change of the file counts, as far as its length and time of change tell.
+    bool detectConflicts = false;
+    /// Survive the end of the process and of the power at any instruction, by a journal beside the
+    /// file; false writes in place, without a journal and without waiting for the disk. Files with
+    /// several hard links, and those in folders that take no journal, are only written so.
+    bool durable = true;
 
     /// For tools that work on files unattended: all of the above.
-    static constexpr WritePolicy careful() { return {true, true, true, true}; }
+    static constexpr WritePolicy careful() { return {true, true, true, true, true, true}; }
 };
 
 }  // namespace orbo::Data

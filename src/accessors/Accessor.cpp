@@ -51,7 +51,9 @@ struct Accessor::Impl {
     AssociationsMap associations;
     WritePolicy writePolicy;
     ReadPolicy readPolicy;
+    std::chrono::milliseconds patience = std::chrono::seconds(10);
     bool lastReadSucceeded = false;
+    bool metConflict = false;
 };
 
 bool Accessor::StructureNameLessThan::operator()(const Structure* left,
@@ -120,6 +122,14 @@ void Accessor::clear() {
 const std::string& Accessor::fileName() const { return fImpl->fileName; }
 
 bool Accessor::lastReadSucceeded() const { return fImpl->lastReadSucceeded; }
+
+void Accessor::setMetConflict(bool conflict) const { fImpl->metConflict = conflict; }
+
+bool Accessor::metConflict() const { return fImpl->metConflict; }
+
+std::chrono::milliseconds Accessor::patience() const { return fImpl->patience; }
+
+void Accessor::setPatience(std::chrono::milliseconds patience) { fImpl->patience = patience; }
 
 const WritePolicy& Accessor::writePolicy() const { return fImpl->writePolicy; }
 

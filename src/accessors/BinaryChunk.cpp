@@ -4,18 +4,6 @@
 
 namespace orbo::Data {
 
-std::string bigEndian(std::uint64_t value, std::size_t bytes) {
-    std::string result(bytes, '\0');
-    for (std::size_t i = bytes; i-- > 0; value >>= 8) result[i] = static_cast<char>(value & 0xFF);
-    return result;
-}
-
-std::uint64_t fromBigEndian(std::string_view bytes) {
-    std::uint64_t value = 0;
-    for (const char byte : bytes) value = value << 8 | static_cast<unsigned char>(byte);
-    return value;
-}
-
 std::string BinaryChunk::header(std::string_view tag, std::uint64_t dataSize) {
     return std::string(tag) + bigEndian(0, 4) + bigEndian(dataSize, 8);
 }
@@ -28,7 +16,7 @@ void BinaryChunk::append(std::string& out, std::string_view tag, std::string_vie
 
 bool readChunkHeader(Files::File& file, std::uint64_t begin, BinaryChunk& chunk) {
     char bytes[BinaryChunk::kHeaderSize];
-    if (!file.seek(begin) || !Files::readExactly(file, bytes, sizeof bytes)) return false;
+    if (!Files::readExactlyAt(file, begin, bytes, sizeof bytes)) return false;
     chunk.tag.assign(bytes, 4);
     chunk.begin = begin;
     chunk.dataSize = fromBigEndian({bytes + 8, 8});

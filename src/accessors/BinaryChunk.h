@@ -7,13 +7,14 @@
 #include <string_view>
 
 #include "accessors/SceneRecord.h"
+#include "files/BigEndian.h"
 #include "files/File.h"
 
 namespace orbo::Data {
 
-/// The bytes of a number in binary scenes, which is big-endian.
-std::string bigEndian(std::uint64_t value, std::size_t bytes);
-std::uint64_t fromBigEndian(std::string_view bytes);
+// As numbers are in binary scenes.
+using Files::bigEndian;
+using Files::fromBigEndian;
 
 /// A chunk is a header of 16 bytes (tag, four zeros, data size), the data, and zeros up to the next
 /// multiple of 8 bytes of data.

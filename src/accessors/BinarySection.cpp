@@ -30,14 +30,14 @@ bool BinarySection::find(std::string& errors) {
 
 // Stricter than reading needs it: what does not fit together may have been damaged.
 bool BinarySection::locate(std::string& errors) {
-    if (!locateTrailer(*fFile, fTrailer, errors)) return false;
-    const auto size = fFile->size();
+    if (!locateTrailer(fFile, fTrailer, errors)) return false;
+    const auto size = fFile.size();
     if (!size) return fail(errors, "Could not seek to trailer start.");
     fSize = *size;
     const std::string problem = misplacedEnd(fTrailer, fSize);
     if (!problem.empty()) return fail(errors, problem);
     char bytes[8];
-    if (!fFile->seek(fTrailer.sizeAt()) || !Files::readExactly(*fFile, bytes, sizeof bytes)) {
+    if (!fFile.seek(fTrailer.sizeAt()) || !Files::readExactly(fFile, bytes, sizeof bytes)) {
         return fail(errors, "Could not seek to trailer start.");
     }
     return fromBigEndian({bytes, sizeof bytes}) == fTrailer.size() ||
@@ -46,7 +46,7 @@ bool BinarySection::locate(std::string& errors) {
 
 bool BinarySection::findChunks(std::string& errors) {
     using Result = ChunkWalk::Result;
-    ChunkWalk walk(*fFile, fTrailer.begin, fTrailer.end);
+    ChunkWalk walk(fFile, fTrailer.begin, fTrailer.end);
     for (;;) {
         BinaryChunk chunk;
         const Result result = walk.next(chunk);
@@ -63,7 +63,7 @@ bool BinarySection::findChunks(std::string& errors) {
 bool BinarySection::readTail(std::string& errors) {
     fTailBegin = fEntries.empty() ? fTrailer.end : fEntries.front().where.begin;
     fTail.resize(static_cast<std::size_t>(fSize - fTailBegin));
-    if (fFile->seek(fTailBegin) && Files::readExactly(*fFile, fTail.data(), fTail.size())) {
+    if (fFile.seek(fTailBegin) && Files::readExactly(fFile, fTail.data(), fTail.size())) {
         return true;
     }
     return fail(errors, fEntries.empty() ? "Error skipping backward size chunk."
@@ -125,9 +125,15 @@ bool BinarySection::compose(const NewRecords& records, std::string& errors) {
     for (const std::string& chunk : records.nodes) fNewChunks += chunk;
     appendKept(fNewChunks, Kind::kAssociations, Fate::kBehind);
 
-    fNewTrailer = {fTrailer.begin, fTailBegin + fNewChunks.size()};
-    return fNewTrailer.distance() <= std::numeric_limits<std::uint32_t>::max() ||
-           fail(errors, "The trailer would be longer than its 32-bit distance can say.");
+    const BinaryTrailer trailer{fTrailer.begin, fTailBegin + fNewChunks.size()};
+    if (trailer.distance() > std::numeric_limits<std::uint32_t>::max()) {
+        return fail(errors, "The trailer would be longer than its 32-bit distance can say.");
+    }
+    fOldSizes = SizeFields(fTrailer);
+    fNewSizes = SizeFields(trailer);
+    BinaryChunk::append(fNewEndChunk, AccessorQuil::Binary::getBackwardChunkSizeChunkName(),
+                        bigEndian(trailer.distance(), 4));
+    return true;
 }
 
 bool BinarySection::readBack(ModelReading& reading, std::string& errors) const {
@@ -135,28 +141,20 @@ bool BinarySection::readBack(ModelReading& reading, std::string& errors) const {
     return readChunks(file, 0, fNewChunks.size(), reading, errors);
 }
 
-bool BinarySection::rewrite(std::string& errors) {
-    const std::string oldSize = bigEndian(fTrailer.size(), 8);
-    const std::string newSize = bigEndian(fNewTrailer.size(), 8);
-    const std::string oldMainSize = bigEndian(fTrailer.mainSize(), 8);
-    const std::string newMainSize = bigEndian(fNewTrailer.mainSize(), 8);
-    std::string endChunk;
-    BinaryChunk::append(endChunk, AccessorQuil::Binary::getBackwardChunkSizeChunkName(),
-                        bigEndian(fNewTrailer.distance(), 4));
-    return apply({{fTrailer.sizeAt(),
-                   oldSize,
-                   "Failed to seek to the trailer size position.",
-                   {{newSize, "Failed to write the new trailer size."}}},
-                  {BinaryTrailer::kMainSizeAt,
-                   oldMainSize,
-                   "Failed to the main chunk size position.",
-                   {{newMainSize, "Failed to write the new main chunk size."}}},
-                  {fTailBegin,
-                   fTail,
-                   "Failed to seek to the trailer data start.",
-                   {{fNewChunks, "Failed to write the new trailer."},
-                    {endChunk, "Failed to write the backward chunk size."}}}},
-                 errors);
+std::vector<BinarySection::Change> BinarySection::changes() const {
+    return {{BinaryTrailer::kMainSizeAt,
+             fOldSizes.main,
+             "Failed to the main chunk size position.",
+             {{fNewSizes.main, "Failed to write the new main chunk size."}}},
+            {fTrailer.sizeAt(),
+             fOldSizes.trailer,
+             "Failed to seek to the trailer size position.",
+             {{fNewSizes.trailer, "Failed to write the new trailer size."}}},
+            {fTailBegin,
+             fTail,
+             "Failed to seek to the trailer data start.",
+             {{fNewChunks, "Failed to write the new trailer."},
+              {fNewEndChunk, "Failed to write the backward chunk size."}}}};
 }
 
 }  // namespace orbo::Data

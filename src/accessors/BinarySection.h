@@ -27,7 +27,7 @@ class BinarySection : public SceneSection {
     /// Fails when the distance back to the trailer's begin would take more than its 32 bits.
     bool compose(const NewRecords& records, std::string& errors) override;
     bool readBack(ModelReading& reading, std::string& errors) const override;
-    bool rewrite(std::string& errors) override;
+    [[nodiscard]] std::vector<Change> changes() const override;
 
   private:
     bool locate(std::string& errors);
@@ -35,9 +35,19 @@ class BinarySection : public SceneSection {
     bool readTail(std::string& errors);
     [[nodiscard]] std::string foreignChunks() const;
 
+    /// As bytes of the file.
+    struct SizeFields {
+        SizeFields() = default;
+        explicit SizeFields(const BinaryTrailer& from)
+            : main(bigEndian(from.mainSize(), 8)), trailer(bigEndian(from.size(), 8)) {}
+        std::string main, trailer;
+    };
+
     BinaryTrailer fTrailer;
-    BinaryTrailer fNewTrailer;
+    SizeFields fOldSizes;
+    SizeFields fNewSizes;
     std::string fNewChunks;
+    std::string fNewEndChunk;
 };
 
 }  // namespace orbo::Data

@@ -6,13 +6,16 @@
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "accessors/NameFilter.h"
 #include "accessors/SceneRecord.h"
+#include "files/File.h"
 
 namespace orbo::Data {
 
@@ -41,6 +44,9 @@ struct TakenNames {
     std::map<std::string, std::string> structures;
     std::set<std::string> associations;
     UnreadableRecords unreadable;
+    /// Tell whether the file holds them still: of the file, and of the section if it was taken.
+    std::optional<Files::FileStatus> status;
+    std::optional<std::uint64_t> fingerprint;
 };
 
 /// Records are added as the file is scanned, until `wantsMore` says no or the file ends; then

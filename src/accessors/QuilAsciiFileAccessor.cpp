@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/QuilAsciiFileAccessor.h"
 
-#include <utility>
-
 #include "accessors/Messages.h"
 #include "accessors/TextSceneHeader.h"
 #include "accessors/TextSceneReading.h"
@@ -31,9 +29,8 @@ bool QuilAsciiFileAccessor::scan(Files::File& file, ModelReading& reading,
     return readStatements(file, scanner, reading, errors);
 }
 
-std::unique_ptr<SceneSection> QuilAsciiFileAccessor::section(
-    std::unique_ptr<Files::File> file) const {
-    return std::make_unique<TextSection>(std::move(file), writePolicy().anySize);
+std::unique_ptr<SceneSection> QuilAsciiFileAccessor::section(Files::File& file) const {
+    return std::make_unique<TextSection>(file, writePolicy().anySize);
 }
 
 }  // namespace orbo::Data

@@ -13,8 +13,7 @@ class QuilAsciiFileAccessor : public SceneFileAccessor {
     [[nodiscard]] std::string openFailure() const override;
     bool check(Files::File& file, std::string& errors) const override;
     bool scan(Files::File& file, ModelReading& reading, std::string& errors) const override;
-    [[nodiscard]] std::unique_ptr<SceneSection> section(
-        std::unique_ptr<Files::File> file) const override;
+    [[nodiscard]] std::unique_ptr<SceneSection> section(Files::File& file) const override;
 };
 
 }  // namespace orbo::Data

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/QuilBinaryFileAccessor.h"
 
-#include <utility>
-
 #include "accessors/BinarySection.h"
 #include "accessors/BinaryTrailer.h"
 #include "accessors/Messages.h"
@@ -25,9 +23,8 @@ bool QuilBinaryFileAccessor::scan(Files::File& file, ModelReading& reading,
     return readChunks(file, trailer.begin, trailer.end, reading, errors);
 }
 
-std::unique_ptr<SceneSection> QuilBinaryFileAccessor::section(
-    std::unique_ptr<Files::File> file) const {
-    return std::make_unique<BinarySection>(std::move(file));
+std::unique_ptr<SceneSection> QuilBinaryFileAccessor::section(Files::File& file) const {
+    return std::make_unique<BinarySection>(file);
 }
 
 }  // namespace orbo::Data

@@ -4,13 +4,15 @@
 
 #include <data/Accessor.h>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
 #include "accessors/ModelReading.h"
 #include "accessors/SceneSection.h"
-#include "files/File.h"
+#include "files/LockedFile.h"
 
 namespace orbo::Data {
 
@@ -31,8 +33,11 @@ class SceneFileAccessor : public Accessor {
     virtual bool check(Files::File& file, std::string& errors) const = 0;
     /// Checks it, too. False, with a message, when the file could not be scanned to its end.
     virtual bool scan(Files::File& file, ModelReading& reading, std::string& errors) const = 0;
-    [[nodiscard]] virtual std::unique_ptr<SceneSection> section(
-        std::unique_ptr<Files::File> file) const = 0;
+    [[nodiscard]] virtual std::unique_ptr<SceneSection> section(Files::File& file) const = 0;
+
+    [[nodiscard]] Files::LockedFile::Opening open(Files::LockedFile::Use use) const;
+    /// What a later write needs to know of the file as it is now.
+    void remember(Files::File& file) const;
 
     mutable TakenNames fTaken;  // a write replaces what is in the file
 };

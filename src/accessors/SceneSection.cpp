@@ -2,29 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/SceneSection.h"
 
-#include "accessors/Messages.h"
-#include "files/FileRewrite.h"
+#include "files/BigEndian.h"
+#include "files/Checksum.h"
 
 namespace orbo::Data {
-
-bool SceneSection::apply(const std::vector<Change>& changes, std::string& errors) {
-    using Step = Files::FileRewrite::Step;
-    std::vector<Files::FileRewrite::Range> ranges;
-    for (const Change& change : changes) {
-        ranges.push_back({change.offset, change.oldBytes, {}});
-        for (const Change::Piece& piece : change.pieces)
-            ranges.back().pieces.push_back(piece.bytes);
-    }
-    const auto outcome = Files::FileRewrite(*fFile, std::move(ranges)).run();
-    if (outcome.failed == Step::kDone) return true;
-    const Change& failed = changes.at(outcome.range);
-    if (outcome.failed == Step::kSeek) addMessage(errors, failed.seekFailure);
-    if (outcome.failed == Step::kWrite) addMessage(errors, failed.pieces.at(outcome.piece).failure);
-    if (outcome.failed == Step::kTruncate) addMessage(errors, "Could not truncate the file.");
-    if (outcome.failed == Step::kSync) addMessage(errors, "Could not sync the file.");
-    if (!outcome.restored) addMessage(errors, "The old content could not be put back.");
-    return false;
-}
 
 void SceneSection::appendKept(std::string& out, SceneRecord::Kind kind,
                               SectionPlan::Fate fate) const {
@@ -38,6 +19,16 @@ void SceneSection::appendKept(std::string& out, SceneRecord::Kind kind,
 std::string_view SceneSection::bytes(std::uint64_t from, std::uint64_t to) const {
     return std::string_view(fTail).substr(static_cast<std::size_t>(from - fTailBegin),
                                           static_cast<std::size_t>(to - from));
+}
+
+std::uint64_t SceneSection::fingerprint() const {
+    Files::Checksum checksum;
+    for (const Entry& entry : fEntries) {
+        const std::string_view record = bytesOf(entry);
+        checksum.add(Files::bigEndian(record.size(), 8));
+        checksum.add(record);
+    }
+    return checksum.value();
 }
 
 }  // namespace orbo::Data

@@ -3,11 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "accessors/ModelReading.h"
@@ -19,7 +17,7 @@ namespace orbo::Data {
 
 /// What differs between the kinds of scene files when one is written; `SceneWriter` does the rest
 /// and calls, in this order, `find`, `parse`, `checkEntries`, `append`, `compose`, `readBack` and
-/// `rewrite`. All functions that take `errors` put a message there when they return false.
+/// `changes`. All functions that take `errors` put a message there when they return false.
 class SceneSection {
   public:
     struct Entry {
@@ -39,7 +37,8 @@ class SceneSection {
     /// Parts of the new section, each with a message for when it cannot be made or written.
     enum class Part { kStructures, kNodes, kScene };
 
-    explicit SceneSection(std::unique_ptr<Files::File> file) : fFile(std::move(file)) {}
+    /// The file outlives the section.
+    explicit SceneSection(Files::File& file) : fFile(file) {}
     SceneSection(const SceneSection&) = delete;
     SceneSection& operator=(const SceneSection&) = delete;
     virtual ~SceneSection() = default;
@@ -67,9 +66,7 @@ class SceneSection {
     virtual bool compose(const NewRecords& records, std::string& errors) = 0;
     /// Feeds the new section to a reading.
     virtual bool readBack(ModelReading& reading, std::string& errors) const = 0;
-    virtual bool rewrite(std::string& errors) = 0;
 
-  protected:
     /// New bytes for a range of the file, with the messages for when they cannot be put there.
     struct Change {
         struct Piece {
@@ -81,14 +78,19 @@ class SceneSection {
         const char* seekFailure;
         std::vector<Piece> pieces;
     };
+    /// What makes the file hold the new section; the last change runs to the end of the file. Views
+    /// into the section.
+    [[nodiscard]] virtual std::vector<Change> changes() const = 0;
 
-    /// The last change runs to the end of the file. When one fails the file is as it was.
-    bool apply(const std::vector<Change>& changes, std::string& errors);
+    /// The same for the same records, wherever they are in the file.
+    [[nodiscard]] std::uint64_t fingerprint() const;
+
+  protected:
     /// The entries of a kind with that fate, byte by byte.
     void appendKept(std::string& out, SceneRecord::Kind kind, SectionPlan::Fate fate) const;
     [[nodiscard]] std::string_view bytes(std::uint64_t from, std::uint64_t to) const;
 
-    const std::unique_ptr<Files::File> fFile;
+    Files::File& fFile;
     std::uint64_t fSize = 0;
     std::vector<Entry> fEntries;
     std::uint64_t fTailBegin = 0;

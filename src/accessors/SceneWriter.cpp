@@ -29,14 +29,30 @@ SceneWriter::SceneWriter(const Accessor& accessor, const TakenNames& taken, Scen
       fModel(accessor),
       fWritten(fModel.names()) {}
 
-bool SceneWriter::write(std::string& errors) {
+RewriteResult SceneWriter::write(Files::LockedFile& file, std::string& errors) {
+    if (!compose(file.file(), errors)) return RewriteResult::kFailed;
+    return rewrite(file, fSection.changes(), fAccessor.writePolicy(), errors);
+}
+
+bool SceneWriter::compose(Files::File& file, std::string& errors) {
     if (!checkNamesAreUnique(fModel, errors)) return false;
-    if (!fSection.find(errors) || !decide(errors) || !checkChanges(errors)) return false;
+    if (!fSection.find(errors) || !checkUnchanged(file, errors)) return false;
+    if (!decide(errors) || !checkChanges(errors)) return false;
     if (!fSection.checkEntries(errors) || !writeRecords(errors)) return false;
     dropRepeated();
     if (!fSection.compose(fNew, errors)) return false;
-    if (fAccessor.writePolicy().verify && !verify(errors)) return false;
-    return fSection.rewrite(errors);
+    return !fAccessor.writePolicy().verify || verify(errors);
+}
+
+bool SceneWriter::checkUnchanged(Files::File& file, std::string& errors) {
+    if (!fAccessor.writePolicy().detectConflicts) return true;
+    if (fTaken.fingerprint) {
+        fMetConflict = fSection.fingerprint() != *fTaken.fingerprint;
+    } else {
+        const auto status = file.status();
+        fMetConflict = !status || !fTaken.status || !status->hasSameBytes(*fTaken.status);
+    }
+    return !fMetConflict || fail(errors, "The metadata in the file is no longer what was read.");
 }
 
 // Structures first: what associations mean depends on them.

@@ -9,6 +9,7 @@
 #include <unordered_map>
 
 #include "accessors/ModelReading.h"
+#include "accessors/SceneRewrite.h"
 #include "accessors/SceneSection.h"
 #include "accessors/WrittenModel.h"
 
@@ -21,7 +22,10 @@ class SceneWriter {
     /// `taken` is what the last read found. All outlive the writer.
     SceneWriter(const Accessor& accessor, const TakenNames& taken, SceneSection& section);
 
-    bool write(std::string& errors);
+    /// Into the file that the section is of.
+    RewriteResult write(Files::LockedFile& file, std::string& errors);
+    /// Whether it failed for the metadata in the file not being what was read.
+    [[nodiscard]] bool metConflict() const { return fMetConflict; }
     /// What the file holds of the model after a write, in place of what the last read found.
     TakenNames& written() { return fWritten; }
 
@@ -29,6 +33,8 @@ class SceneWriter {
     using Entry = SceneSection::Entry;
     using Part = SceneSection::Part;
 
+    bool compose(Files::File& file, std::string& errors);
+    bool checkUnchanged(Files::File& file, std::string& errors);
     bool decide(std::string& errors);
     void decide(SceneRecord::Kind kind, SectionPlan& plan);
     void keepStructuresOfKept();
@@ -49,6 +55,7 @@ class SceneWriter {
     std::unordered_map<std::string, std::string> fUnchangedNodes;
     std::set<std::string> fNeededStructures;  // by associations that are kept
     SceneSection::NewRecords fNew;
+    bool fMetConflict = false;
 };
 
 }  // namespace orbo::Data

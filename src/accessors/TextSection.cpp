@@ -44,15 +44,15 @@ const char* searchFailure(Result result, bool metStatements) {
 }  // namespace
 
 bool TextSection::find(std::string& errors) {
-    if (!checkTextSceneHeader(*fFile, errors)) return false;
-    const auto size = fFile->size();
+    if (!checkTextSceneHeader(fFile, errors)) return false;
+    const auto size = fFile.size();
     if (!size) return fail(errors, "Could not seek to trailer start.");
     fSize = *size;
     return scan(errors) && checkTrailer(errors) && readTail(errors);
 }
 
 bool TextSection::scan(std::string& errors) {
-    TextSceneScanner scanner(*fFile, 0, fSize);
+    TextSceneScanner scanner(fFile, 0, fSize);
     Result result = scanner.findTrailer();
     if (result == Result::kSeekFailed) return fail(errors, "Could not seek to trailer start.");
     if (result == Result::kReadFailed) return fail(errors, "Could not read trailer.");
@@ -80,9 +80,9 @@ bool TextSection::checkTrailer(std::string& errors) const {
 
 bool TextSection::readTail(std::string& errors) {
     fTailBegin = fEntries.empty() ? *fTrailer : fEntries.front().where.begin;
-    if (!fFile->seek(fTailBegin)) return fail(errors, "Failed to seek to the trailer position.");
+    if (!fFile.seek(fTailBegin)) return fail(errors, "Failed to seek to the trailer position.");
     fTail.resize(static_cast<std::size_t>(fSize - fTailBegin));
-    return Files::readExactly(*fFile, fTail.data(), fTail.size()) ||
+    return Files::readExactly(fFile, fTail.data(), fTail.size()) ||
            fail(errors, "Failed to read the file trailer.");
 }
 
@@ -191,7 +191,7 @@ bool TextSection::readBack(ModelReading& reading, std::string& errors) const {
     return readStatements(file, scanner, reading, errors);
 }
 
-bool TextSection::rewrite(std::string& errors) {
+std::vector<TextSection::Change> TextSection::changes() const {
     Change tail{begin(), bytes(begin(), fSize), "Could not seek to metadata start.", {}};
     std::size_t from = 0;
     for (std::size_t i = 0; i < kPieces; ++i) {
@@ -199,7 +199,7 @@ bool TextSection::rewrite(std::string& errors) {
         tail.pieces.push_back({piece, kPieceFailures[i]});
         from = fPieceEnds[i];
     }
-    return apply({tail}, errors);
+    return {tail};
 }
 
 }  // namespace orbo::Data

@@ -18,8 +18,7 @@ namespace orbo::Data {
 /// others between them.
 class TextSection : public SceneSection {
   public:
-    TextSection(std::unique_ptr<Files::File> file, bool anySize)
-        : SceneSection(std::move(file)), fAnySize(anySize) {}
+    TextSection(Files::File& file, bool anySize) : SceneSection(file), fAnySize(anySize) {}
 
     bool find(std::string& errors) override;
     /// The rule for a first section.
@@ -31,7 +30,7 @@ class TextSection : public SceneSection {
     bool append(std::string& out, const SceneRecord& record) const override;
     bool compose(const NewRecords& records, std::string& errors) override;
     bool readBack(ModelReading& reading, std::string& errors) const override;
-    bool rewrite(std::string& errors) override;
+    [[nodiscard]] std::vector<Change> changes() const override;
 
   private:
     /// What is written in one go, in the order of the file; each has a message for when it fails.

@@ -24,9 +24,19 @@ FileSystem::Replacement::Replacement(FileSystem& other) : fPrevious(fileSystemOf
 
 FileSystem::Replacement::~Replacement() { fileSystemOfThisThread = fPrevious; }
 
+std::optional<std::uint64_t> File::size() {
+    const std::optional<FileStatus> found = status();
+    if (!found) return std::nullopt;
+    return found->length;
+}
+
 bool readExactly(File& file, char* to, std::size_t count) {
     const std::optional<std::size_t> got = file.read(to, count);
     return got && *got == count;
+}
+
+bool readExactlyAt(File& file, std::uint64_t offset, char* to, std::size_t count) {
+    return file.seek(offset) && readExactly(file, to, count);
 }
 
 }  // namespace orbo::Files

@@ -1,4 +1,4 @@
-// Bytes on disk: as little of a file as is needed here, so that a test can fail any call.
+// Bytes on disk: as little of a file system as is needed here, so that a test can fail any call.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -7,20 +7,46 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 
 namespace orbo::Files {
 
+/// What tells one file from another, and whose it is.
+struct FileStatus {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t links = 1;  // names that it has
+    std::uint64_t owner = 0;
+    unsigned permissions = 0;  // as for chmod
+    std::uint64_t length = 0;  // in bytes
+    /// Nanoseconds since 1970, of the last change of its bytes. Systems count in steps of up to
+    /// some milliseconds.
+    std::int64_t modified = 0;
+    bool isRegular = true;
+
+    [[nodiscard]] bool isSameFile(const FileStatus& other) const {
+        return device == other.device && inode == other.inode;
+    }
+    /// As far as can be told from outside.
+    [[nodiscard]] bool hasSameBytes(const FileStatus& other) const {
+        return isSameFile(other) && length == other.length && modified == other.modified;
+    }
+};
+
 /// A regular file with one position, which `seek` sets and `read` and `write` move. Nothing throws;
-/// after a failure the position is undefined. Closed when it is destroyed.
+/// after a failure the position is undefined. Closed, and unlocked, when it is destroyed.
 class File {
   public:
+    enum class Lock { kShared, kExclusive };
+    enum class LockResult { kLocked, kBusy, kUnsupported, kFailed };
+
     File() = default;
     File(const File&) = delete;
     File& operator=(const File&) = delete;
     virtual ~File() = default;
 
-    /// In bytes; empty on failure.
-    [[nodiscard]] virtual std::optional<std::uint64_t> size() = 0;
+    /// Empty on failure.
+    [[nodiscard]] virtual std::optional<FileStatus> status() = 0;
     /// From the start of the file.
     [[nodiscard]] virtual bool seek(std::uint64_t offset) = 0;
     /// The bytes read, which are fewer than `count` only at the end of the file; empty on failure.
@@ -30,9 +56,23 @@ class File {
     [[nodiscard]] virtual bool truncate(std::uint64_t length) = 0;
     /// True once everything written has reached the disk.
     [[nodiscard]] virtual bool sync() = 0;
+    /// Finds room on the disk for the bytes from one offset to another without changing the file's
+    /// length. True also where the file system cannot do that.
+    [[nodiscard]] virtual bool reserve(std::uint64_t from, std::uint64_t to) = 0;
+    /// An advisory lock on the whole file, in place of one that is held already. Never waits.
+    [[nodiscard]] virtual LockResult lock(Lock kind) = 0;
+
+    /// In bytes; empty on failure.
+    [[nodiscard]] std::optional<std::uint64_t> size();
+    /// Why the last call failed that did.
+    [[nodiscard]] const std::error_code& error() const { return fError; }
+
+  protected:
+    std::error_code fError;
 };
 
-/// Where files are opened.
+/// Where files are. Paths given to anything but `resolve` are not followed when their last part is
+/// a symbolic link. Functions set `error`, or clear it.
 class FileSystem {
   public:
     enum class Mode { kRead, kReadWrite };
@@ -41,8 +81,26 @@ class FileSystem {
     static FileSystem& current();
 
     virtual ~FileSystem() = default;
+    /// The absolute path of what is there, free of symbolic links.
+    [[nodiscard]] virtual std::string resolve(const std::string& name, std::error_code& error) = 0;
     /// Null when the file is not there, may not be opened or is no regular file. Never waits.
-    [[nodiscard]] virtual std::unique_ptr<File> open(const std::string& name, Mode mode) = 0;
+    [[nodiscard]] virtual std::unique_ptr<File> open(const std::string& path, Mode mode,
+                                                     std::error_code& error) = 0;
+    /// Null when anything has that name already. Readable and writable through what is returned,
+    /// whatever `permissions` say.
+    [[nodiscard]] virtual std::unique_ptr<File> create(const std::string& path,
+                                                       unsigned permissions,
+                                                       std::error_code& error) = 0;
+    /// Empty without an error when there is nothing.
+    [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path,
+                                                           std::error_code& error) = 0;
+    virtual bool remove(const std::string& path, std::error_code& error) = 0;
+    /// May replace what has the new name.
+    virtual bool rename(const std::string& from, const std::string& to, std::error_code& error) = 0;
+    /// True once the names in the folder of this path have reached the disk.
+    virtual bool syncFolderOf(const std::string& path, std::error_code& error) = 0;
+    /// Who owns what `create` makes.
+    [[nodiscard]] virtual std::uint64_t user() = 0;
 
     /// While it lives, this thread opens its files elsewhere.
     class Replacement {
@@ -59,5 +117,7 @@ class FileSystem {
 
 /// False also when the file ends before.
 [[nodiscard]] bool readExactly(File& file, char* to, std::size_t count);
+/// The same, from an offset.
+[[nodiscard]] bool readExactlyAt(File& file, std::uint64_t offset, char* to, std::size_t count);
 
 }  // namespace orbo::Files

@@ -1,9 +1,11 @@
-// Replaces parts of a file so that a failure leaves the file as it was.
+// Replaces parts of a file so that whatever happens it is the old one or the new one.
 // SPDX-License-Identifier: Apache-2.0
 #include "files/FileRewrite.h"
 
 #include <algorithm>
-#include <string>
+#include <string_view>
+
+#include "files/Journal.h"
 
 namespace orbo::Files {
 
@@ -11,7 +13,7 @@ namespace {
 
 constexpr std::size_t kBlockSize = 64 * 1024;
 
-bool isThereAlready(const FileRewrite::Range& range) {
+bool holdsNewAlready(const RewriteRange& range) {
     std::string_view left = range.oldBytes;
     for (const std::string_view piece : range.pieces) {
         if (left.substr(0, piece.size()) != piece) return false;
@@ -20,77 +22,152 @@ bool isThereAlready(const FileRewrite::Range& range) {
     return left.empty();
 }
 
-std::uint64_t newEnd(const FileRewrite::Range& range) {
-    std::uint64_t end = range.offset;
-    for (const std::string_view piece : range.pieces) end += piece.size();
-    return end;
-}
-
-std::uint64_t oldEnd(const FileRewrite::Range& range) {
-    return range.offset + range.oldBytes.size();
+// From where the file is.
+bool holds(File& file, std::string_view bytes) {
+    std::string block;
+    for (; !bytes.empty(); bytes.remove_prefix(block.size())) {
+        block.resize(std::min(bytes.size(), kBlockSize));
+        if (!readExactly(file, block.data(), block.size())) return false;
+        if (bytes.substr(0, block.size()) != block) return false;
+    }
+    return true;
 }
 
 }  // namespace
 
-FileRewrite::Outcome FileRewrite::run() {
-    if (std::all_of(fRanges.begin(), fRanges.end(), isThereAlready)) return {};
-    Outcome outcome = tryToRun();
-    if (outcome.failed != Step::kDone && fTouched) outcome.restored = restore();
+std::string FileRewrite::journalPath() const { return Journal::pathFor(fLocked.path()); }
+
+FileRewrite::Outcome FileRewrite::failed(Step step, const std::error_code& error) const {
+    Outcome outcome;
+    outcome.failed = step;
+    outcome.error = error;
     return outcome;
 }
 
-FileRewrite::Outcome FileRewrite::tryToRun() {
+FileRewrite::Outcome FileRewrite::run() {
+    if (std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready)) return {};
+    if (const Outcome outcome = prepare(); outcome.failed != Step::kDone) return outcome;
+    Outcome outcome = change();
+    if (outcome.failed == Step::kDone) outcome = finish();
+    return outcome.failed == Step::kDone ? commit() : undo(outcome);
+}
+
+// Nothing here changes what the file holds.
+FileRewrite::Outcome FileRewrite::prepare() {
+    if (!fDurable) return {};
+    const auto status = fFile.status();
+    if (!status) return failed(Step::kPrepare, fFile.error());
+    if (status->links > 1) {
+        return failed(Step::kPrepare, std::make_error_code(std::errc::too_many_links));
+    }
+    const std::uint64_t oldEnd = fRanges.back().oldEnd();
+    const std::uint64_t newEnd = fRanges.back().newEnd();
+    if (newEnd > oldEnd && !fFile.reserve(oldEnd, newEnd)) {
+        return failed(Step::kReserve, fFile.error());
+    }
+    std::error_code error;
+    fJournal = fLocked.system().create(journalPath(), status->permissions, error);
+    if (!fJournal) return failed(Step::kJournal, error);
+    const Outcome outcome = writeJournal();
+    // If it cannot be removed either it is short, or tells that the file holds the old bytes.
+    if (outcome.failed != Step::kDone) discardJournal(fLocked.system(), journalPath(), *fJournal);
+    return outcome;
+}
+
+FileRewrite::Outcome FileRewrite::writeJournal() {
+    if (!Journal::write(*fJournal, fLocked.path(), fRanges) || !fJournal->sync()) {
+        return failed(Step::kJournal, fJournal->error());
+    }
+    std::error_code error;
+    if (!fLocked.system().syncFolderOf(journalPath(), error)) return failed(Step::kJournal, error);
+    return {};
+}
+
+FileRewrite::Outcome FileRewrite::change() {
     for (std::size_t i = 0; i < fRanges.size(); ++i) {
         const Outcome outcome = write(i);
         if (outcome.failed != Step::kDone) return outcome;
     }
-    const Range& tail = fRanges.back();
-    if (newEnd(tail) < oldEnd(tail)) {
+    const RewriteRange& tail = fRanges.back();
+    if (tail.newEnd() < tail.oldEnd()) {
         fTouched = true;
-        if (!fFile.truncate(newEnd(tail))) return {Step::kTruncate};
+        if (!fFile.truncate(tail.newEnd())) return failed(Step::kTruncate, fFile.error());
     }
-    if (!fFile.sync()) return {Step::kSync};
     return {};
 }
 
 FileRewrite::Outcome FileRewrite::write(std::size_t range) {
     const std::vector<std::string_view>& pieces = fRanges[range].pieces;
-    if (!fFile.seek(fRanges[range].offset)) return {Step::kSeek, range};
-    for (std::size_t i = 0; i < pieces.size(); ++i) {
+    Outcome outcome;
+    outcome.range = range;
+    if (!fFile.seek(fRanges[range].offset)) outcome.failed = Step::kSeek;
+    for (std::size_t i = 0; i < pieces.size() && outcome.failed == Step::kDone; ++i) {
         if (pieces[i].empty()) continue;
         fTouched = true;
         if (fFile.write(pieces[i].data(), pieces[i].size())) continue;
-        return {Step::kWrite, range, i};
+        outcome.failed = Step::kWrite;
+        outcome.piece = i;
     }
+    if (outcome.failed != Step::kDone) outcome.error = fFile.error();
+    return outcome;
+}
+
+FileRewrite::Outcome FileRewrite::finish() {
+    if (fDurable && !fFile.sync()) return failed(Step::kSync, fFile.error());
+    if (fDurable && !holdsNew()) return failed(Step::kCompare, fFile.error());
+    if (!fLocked.isInPlace()) return failed(Step::kInPlace, {});
     return {};
 }
 
-bool FileRewrite::restore() { return (writeOld() || holdsOld()) && fFile.sync(); }
+FileRewrite::Outcome FileRewrite::commit() {
+    if (!fDurable) return {};
+    std::error_code error;
+    const bool removed = discardJournal(fLocked.system(), journalPath(), *fJournal);
+    if (removed && fLocked.system().syncFolderOf(journalPath(), error)) return {};
+    Outcome outcome = failed(Step::kCommit, error ? error : fJournal->error());
+    outcome.restored = false;
+    outcome.holdsNew = true;
+    return outcome;
+}
+
+FileRewrite::Outcome FileRewrite::undo(Outcome failure) {
+    if (!fTouched) {
+        failure.restored = true;
+    } else if (fDurable) {
+        // What a failed sync leaves on the disk nobody knows: all is written again.
+        failure.restored = writeOld() && fFile.sync() && holdsOld();
+    } else {
+        // Where nothing can be written, nothing may have been overwritten either.
+        failure.restored = writeOld() || holdsOld();
+    }
+    if (fJournal && failure.restored) {
+        discardJournal(fLocked.system(), journalPath(), *fJournal);
+    }
+    return failure;
+}
 
 bool FileRewrite::writeOld() {
-    for (const Range& range : fRanges) {
+    for (const RewriteRange& range : fRanges) {
         if (!fFile.seek(range.offset)) return false;
         if (!fFile.write(range.oldBytes.data(), range.oldBytes.size())) return false;
     }
-    return fFile.truncate(oldEnd(fRanges.back()));
+    return fFile.truncate(fRanges.back().oldEnd());
 }
 
-// Where nothing can be written, not even what is there, nothing may have been overwritten either.
 bool FileRewrite::holdsOld() {
-    return fFile.size() == oldEnd(fRanges.back()) &&
-           std::all_of(fRanges.begin(), fRanges.end(),
-                       [this](const Range& range) { return holdsOld(range); });
+    return fFile.size() == fRanges.back().oldEnd() &&
+           std::all_of(fRanges.begin(), fRanges.end(), [this](const RewriteRange& range) {
+               return fFile.seek(range.offset) && holds(fFile, range.oldBytes);
+           });
 }
 
-bool FileRewrite::holdsOld(const Range& range) {
-    if (!fFile.seek(range.offset)) return false;
-    std::string block;
-    for (std::string_view left = range.oldBytes; !left.empty(); left.remove_prefix(block.size())) {
-        block.resize(std::min(left.size(), kBlockSize));
-        if (!readExactly(fFile, block.data(), block.size())) return false;
-        if (left.substr(0, block.size()) != block) return false;
-    }
-    return true;
+bool FileRewrite::holdsNew() {
+    return fFile.size() == fRanges.back().newEnd() &&
+           std::all_of(fRanges.begin(), fRanges.end(), [this](const RewriteRange& range) {
+               return fFile.seek(range.offset) &&
+                      std::all_of(range.pieces.begin(), range.pieces.end(),
+                                  [this](std::string_view piece) { return holds(fFile, piece); });
+           });
 }
 
 }  // namespace orbo::Files

@@ -1,27 +1,35 @@
-// Replaces parts of a file so that a failure leaves the file as it was.
+// Replaces parts of a file so that whatever happens it is the old one or the new one.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
-#include <string_view>
+#include <memory>
+#include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
-#include "files/File.h"
+#include "files/LockedFile.h"
+#include "files/RewriteRange.h"
 
 namespace orbo::Files {
 
-/// Ranges of a file give way to new bytes. All keep their length but the last, which runs to the
-/// end of the file and makes it longer or shorter.
+/// A durable rewrite survives the end of the process and of the power at any instruction: a journal
+/// with the old bytes is on the disk before the first of them is overwritten. One that is not
+/// leaves the file as it was only after failures that it lives to see.
 class FileRewrite {
   public:
-    enum class Step { kDone, kSeek, kWrite, kTruncate, kSync };
-
-    struct Range {
-        std::uint64_t offset;
-        std::string_view oldBytes;  // what the file holds there
-        /// What it is to hold, one behind the other.
-        std::vector<std::string_view> pieces;
+    enum class Step {
+        kDone,
+        kPrepare,  ///< several hard links: nobody finds the journal by another name
+        kReserve,  ///< no room on the disk
+        kJournal,  ///< the folder takes no journal
+        kSeek,
+        kWrite,
+        kTruncate,
+        kSync,
+        kCompare,  ///< the file does not hold what was written
+        kInPlace,  ///< another program has put a new file in the place of this one
+        kCommit,   ///< the journal cannot be removed, or not for sure
     };
 
     struct Outcome {
@@ -29,28 +37,41 @@ class FileRewrite {
         /// The range that could not be sought or written, and which of its pieces.
         std::size_t range = 0;
         std::size_t piece = 0;
-        /// False when the old bytes could not be put back either: the file is damaged.
+        std::error_code error;
+        /// When it failed: whether the file is as it was. If not, and if it is not `holdsNew`, it
+        /// holds some of both, and after a durable rewrite the next one to open it restores it.
         bool restored = true;
+        bool holdsNew = false;
     };
 
     /// There is at least one range.
-    FileRewrite(File& file, std::vector<Range> ranges) : fFile(file), fRanges(std::move(ranges)) {}
+    FileRewrite(LockedFile& file, std::vector<RewriteRange> ranges, bool durable)
+        : fLocked(file), fFile(file.file()), fRanges(std::move(ranges)), fDurable(durable) {}
 
     /// The file is only made shorter once everything is written. A file that holds the new bytes
     /// already is not touched.
     Outcome run();
+    [[nodiscard]] std::string journalPath() const;
 
   private:
-    Outcome tryToRun();
-    [[nodiscard]] Outcome write(std::size_t range);
-    [[nodiscard]] bool restore();
+    Outcome prepare();
+    Outcome writeJournal();
+    Outcome change();
+    Outcome write(std::size_t range);
+    Outcome finish();
+    Outcome commit();
+    Outcome undo(Outcome failure);
+    [[nodiscard]] Outcome failed(Step step, const std::error_code& error) const;
     [[nodiscard]] bool writeOld();
     [[nodiscard]] bool holdsOld();
-    [[nodiscard]] bool holdsOld(const Range& range);
+    [[nodiscard]] bool holdsNew();
 
+    LockedFile& fLocked;
     File& fFile;
-    std::vector<Range> fRanges;
+    std::vector<RewriteRange> fRanges;
+    bool fDurable;
     bool fTouched = false;
+    std::unique_ptr<File> fJournal;
 };
 
 }  // namespace orbo::Files

@@ -13,7 +13,11 @@ class MemoryFile : public File {
   public:
     explicit MemoryFile(std::string_view bytes) : fBytes(bytes) {}
 
-    [[nodiscard]] std::optional<std::uint64_t> size() override { return fBytes.size(); }
+    [[nodiscard]] std::optional<FileStatus> status() override {
+        FileStatus status;
+        status.length = fBytes.size();
+        return status;
+    }
     [[nodiscard]] bool seek(std::uint64_t offset) override {
         if (offset > fBytes.size()) return false;
         fPosition = static_cast<std::size_t>(offset);
@@ -27,6 +31,8 @@ class MemoryFile : public File {
     [[nodiscard]] bool write(const char*, std::size_t) override { return false; }
     [[nodiscard]] bool truncate(std::uint64_t) override { return false; }
     [[nodiscard]] bool sync() override { return false; }
+    [[nodiscard]] bool reserve(std::uint64_t, std::uint64_t) override { return false; }
+    [[nodiscard]] LockResult lock(Lock) override { return LockResult::kUnsupported; }
 
   private:
     std::string_view fBytes;

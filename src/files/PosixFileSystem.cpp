@@ -7,12 +7,15 @@
 #include "files/PosixFileSystem.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 
 namespace orbo::Files {
@@ -31,8 +34,32 @@ auto untilNotInterrupted(Call call) {
     return result;
 }
 
+std::error_code lastError() { return {errno, std::generic_category()}; }
+
+bool outcome(int result, std::error_code& error) {
+    error = result == 0 ? std::error_code() : lastError();
+    return result == 0;
+}
+
 bool isOffset(std::uint64_t offset) {
     return offset <= static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
+}
+
+bool isAnyOf(int error, std::initializer_list<int> errors) {
+    return std::find(errors.begin(), errors.end(), error) != errors.end();
+}
+
+FileStatus statusOf(const struct stat& found) {
+    FileStatus status;
+    status.device = static_cast<std::uint64_t>(found.st_dev);
+    status.inode = static_cast<std::uint64_t>(found.st_ino);
+    status.links = static_cast<std::uint64_t>(found.st_nlink);
+    status.owner = found.st_uid;
+    status.permissions = found.st_mode & 07777U;
+    status.length = found.st_size < 0 ? 0 : static_cast<std::uint64_t>(found.st_size);
+    status.modified = std::int64_t{found.st_mtim.tv_sec} * 1'000'000'000 + found.st_mtim.tv_nsec;
+    status.isRegular = S_ISREG(found.st_mode);
+    return status;
 }
 
 class PosixFile : public File {
@@ -40,20 +67,16 @@ class PosixFile : public File {
     explicit PosixFile(int descriptor) : fDescriptor(descriptor) {}
     ~PosixFile() override { ::close(fDescriptor); }
 
-    [[nodiscard]] bool isRegular() const {
-        struct stat status = {};
-        return ::fstat(fDescriptor, &status) == 0 && S_ISREG(status.st_mode);
-    }
-
-    std::optional<std::uint64_t> size() override {
-        struct stat status = {};
-        if (::fstat(fDescriptor, &status) != 0 || status.st_size < 0) return std::nullopt;
-        return static_cast<std::uint64_t>(status.st_size);
+    std::optional<FileStatus> status() override {
+        struct stat found = {};
+        if (!succeeded(::fstat(fDescriptor, &found) == 0)) return std::nullopt;
+        return statusOf(found);
     }
 
     bool seek(std::uint64_t offset) override {
-        return isOffset(offset) &&
-               ::lseek(fDescriptor, static_cast<off_t>(offset), SEEK_SET) != off_t{-1};
+        errno = EINVAL;
+        return succeeded(isOffset(offset) &&
+                         ::lseek(fDescriptor, static_cast<off_t>(offset), SEEK_SET) != off_t{-1});
     }
 
     std::optional<std::size_t> read(char* to, std::size_t count) override {
@@ -62,7 +85,7 @@ class PosixFile : public File {
             const std::size_t most = std::min(count - done, kMostPerCall);
             const ssize_t got =
                 untilNotInterrupted([&] { return ::read(fDescriptor, to + done, most); });
-            if (got < 0) return std::nullopt;
+            if (!succeeded(got >= 0)) return std::nullopt;
             if (got == 0) break;
             done += static_cast<std::size_t>(got);
         }
@@ -72,9 +95,10 @@ class PosixFile : public File {
     bool write(const char* from, std::size_t count) override {
         while (count > 0) {
             const std::size_t most = std::min(count, kMostPerCall);
+            errno = EIO;
             const ssize_t put =
                 untilNotInterrupted([&] { return ::write(fDescriptor, from, most); });
-            if (put <= 0) return false;
+            if (!succeeded(put > 0)) return false;
             from += put;
             count -= static_cast<std::size_t>(put);
         }
@@ -82,27 +106,128 @@ class PosixFile : public File {
     }
 
     bool truncate(std::uint64_t length) override {
-        return isOffset(length) && untilNotInterrupted([&] {
-                                       return ::ftruncate(fDescriptor, static_cast<off_t>(length));
-                                   }) == 0;
+        errno = EFBIG;
+        return succeeded(isOffset(length) && untilNotInterrupted([&] {
+                                                 return ::ftruncate(fDescriptor,
+                                                                    static_cast<off_t>(length));
+                                             }) == 0);
     }
 
-    bool sync() override { return ::fsync(fDescriptor) == 0; }
+    bool sync() override { return succeeded(::fsync(fDescriptor) == 0); }
+
+    bool reserve(std::uint64_t from, std::uint64_t to) override {
+#ifdef FALLOC_FL_KEEP_SIZE
+        errno = EFBIG;
+        const bool done = isOffset(to) && untilNotInterrupted([&] {
+                                              return ::fallocate(fDescriptor, FALLOC_FL_KEEP_SIZE,
+                                                                 static_cast<off_t>(from),
+                                                                 static_cast<off_t>(to - from));
+                                          }) == 0;
+        return succeeded(done || isAnyOf(errno, {EOPNOTSUPP, ENOSYS, EINVAL}));
+#else
+        static_cast<void>(from);
+        static_cast<void>(to);
+        return true;
+#endif
+    }
+
+    LockResult lock(Lock kind) override {
+#ifdef F_OFD_SETLK
+        // Unlike the other locks on ranges these do not go when somebody in this process closes
+        // the file.
+        struct flock range = {};
+        range.l_type = kind == Lock::kShared ? F_RDLCK : F_WRLCK;
+        range.l_whence = SEEK_SET;
+        const int result =
+            untilNotInterrupted([&] { return ::fcntl(fDescriptor, F_OFD_SETLK, &range); });
+#else
+        const int result = untilNotInterrupted([&] {
+            return ::flock(fDescriptor, LOCK_NB | (kind == Lock::kShared ? LOCK_SH : LOCK_EX));
+        });
+#endif
+        if (succeeded(result == 0)) return LockResult::kLocked;
+        if (isAnyOf(errno, {EAGAIN, EACCES, EWOULDBLOCK})) return LockResult::kBusy;
+        const bool isUnsupported = isAnyOf(errno, {EINVAL, ENOLCK, ENOSYS, ENOTSUP, EOPNOTSUPP});
+        return isUnsupported ? LockResult::kUnsupported : LockResult::kFailed;
+    }
 
   private:
+    bool succeeded(bool success) {
+        if (!success) fError = lastError();
+        return success;
+    }
+
     int fDescriptor;
 };
 
-}  // namespace
-
-std::unique_ptr<File> PosixFileSystem::open(const std::string& name, Mode mode) {
-    // Without O_NONBLOCK a named pipe would wait here for its other end.
-    const int flags = (mode == Mode::kRead ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    const int descriptor = untilNotInterrupted([&] { return ::open(name.c_str(), flags); });
+/// Null, with an error, for anything but a regular file; takes the descriptor in any case.
+std::unique_ptr<File> regularFile(int descriptor, std::error_code& error) {
+    error = descriptor < 0 ? lastError() : std::error_code();
     if (descriptor < 0) return nullptr;
     auto file = std::make_unique<PosixFile>(descriptor);
-    if (!file->isRegular()) return nullptr;
+    const auto status = file->status();
+    if (status && status->isRegular) return file;
+    error = status ? std::make_error_code(std::errc::operation_not_supported) : file->error();
+    return nullptr;
+}
+
+}  // namespace
+
+std::string PosixFileSystem::resolve(const std::string& name, std::error_code& error) {
+    const std::unique_ptr<char, decltype(&std::free)> path(::realpath(name.c_str(), nullptr),
+                                                           &std::free);
+    outcome(path ? 0 : -1, error);
+    return path ? path.get() : std::string();
+}
+
+std::unique_ptr<File> PosixFileSystem::open(const std::string& path, Mode mode,
+                                            std::error_code& error) {
+    // Without O_NONBLOCK a named pipe would wait here for its other end.
+    const int flags =
+        (mode == Mode::kRead ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW;
+    return regularFile(untilNotInterrupted([&] { return ::open(path.c_str(), flags); }), error);
+}
+
+std::unique_ptr<File> PosixFileSystem::create(const std::string& path, unsigned permissions,
+                                              std::error_code& error) {
+    constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
+    const int descriptor =
+        untilNotInterrupted([&] { return ::open(path.c_str(), kFlags, S_IRUSR | S_IWUSR); });
+    auto file = regularFile(descriptor, error);
+    // The process may have a mask of its own.
+    if (file) ::fchmod(descriptor, static_cast<mode_t>(permissions & 0777U));
     return file;
 }
+
+std::optional<FileStatus> PosixFileSystem::status(const std::string& path, std::error_code& error) {
+    struct stat found = {};
+    if (outcome(::lstat(path.c_str(), &found), error)) return statusOf(found);
+    if (isAnyOf(error.value(), {ENOENT, ENOTDIR})) error.clear();
+    return std::nullopt;
+}
+
+bool PosixFileSystem::remove(const std::string& path, std::error_code& error) {
+    return outcome(::unlink(path.c_str()), error);
+}
+
+bool PosixFileSystem::rename(const std::string& from, const std::string& to,
+                             std::error_code& error) {
+    return outcome(std::rename(from.c_str(), to.c_str()), error);
+}
+
+bool PosixFileSystem::syncFolderOf(const std::string& path, std::error_code& error) {
+    const std::string folder = path.substr(0, path.rfind('/') + 1);
+    const int descriptor = untilNotInterrupted([&] {
+        return ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    });
+    if (descriptor < 0) return outcome(descriptor, error);
+    const bool synced = outcome(::fsync(descriptor), error);
+    ::close(descriptor);
+    // There are file systems that cannot; their names are on the disk at once or never.
+    if (!synced && isAnyOf(error.value(), {EINVAL, ENOTSUP})) error.clear();
+    return !error;
+}
+
+std::uint64_t PosixFileSystem::user() { return ::geteuid(); }
 
 }  // namespace orbo::Files

@@ -8,7 +8,17 @@ namespace orbo::Files {
 
 class PosixFileSystem : public FileSystem {
   public:
-    [[nodiscard]] std::unique_ptr<File> open(const std::string& name, Mode mode) override;
+    [[nodiscard]] std::string resolve(const std::string& name, std::error_code& error) override;
+    [[nodiscard]] std::unique_ptr<File> open(const std::string& path, Mode mode,
+                                             std::error_code& error) override;
+    [[nodiscard]] std::unique_ptr<File> create(const std::string& path, unsigned permissions,
+                                               std::error_code& error) override;
+    [[nodiscard]] std::optional<FileStatus> status(const std::string& path,
+                                                   std::error_code& error) override;
+    bool remove(const std::string& path, std::error_code& error) override;
+    bool rename(const std::string& from, const std::string& to, std::error_code& error) override;
+    bool syncFolderOf(const std::string& path, std::error_code& error) override;
+    [[nodiscard]] std::uint64_t user() override;
 };
 
 }  // namespace orbo::Files

@@ -34,7 +34,7 @@ class SceneKinds : public testing::Test {
         std::string errors;
         auto scene = Accessor::readFile(name, errors);
         EXPECT_TRUE(scene) << errors;
-        EXPECT_EQ(errors, "");
+        EXPECT_TRUE(errors.empty() || errors == "A change that was cut short has been undone");
         return scene;
     }
     static void write(const Accessor& scene) {
@@ -161,12 +161,13 @@ TEST_F(SceneKinds, AFailingCallLeavesTheOldFileOrTheNewOne) {
                     EXPECT_EQ(errors.empty(), done);
                     const bool torn = errors.find("could not be put back") != std::string::npos;
                     EXPECT_TRUE(fromThenOn || !torn);
-                    if (torn) continue;
-                    EXPECT_EQ(bytes == original, !done);
+                    const bool isMade = errors.find("The change is made") == 0;
+                    read(name);
+                    EXPECT_TRUE(torn || (bytes == original) == (!done && !isMade));
                     write(*scene);
                     EXPECT_EQ(textOf(*read(name)), textOf(*scene)) << "nothing was lost on the way";
                 }
-                EXPECT_GT(n, 10);
+                EXPECT_GT(n, 20);
             }
         }
     }

@@ -34,6 +34,12 @@ inline std::string teapot() {
     return scene.str();
 }
 
+inline WritePolicy inPlace() {
+    WritePolicy policy;
+    policy.durable = false;
+    return policy;
+}
+
 inline RefPtr<Structure> makeStructure(const std::string& name,
                                        Member::eDataType type = Member::kInt32,
                                        const std::string& member = "x") {

@@ -33,7 +33,8 @@ class Lines : public testing::Test {
         return lines;
     }
     Result walk(std::uint64_t begin, std::uint64_t end, std::string& lines) {
-        const auto file = fSystem.open("scene", FileSystem::Mode::kRead);
+        std::error_code error;
+        const auto file = fSystem.open("scene", FileSystem::Mode::kRead, error);
         BackwardLineReader reader(*file, begin, end);
         LineDescriptor line;
         Result result = Result::kLine;

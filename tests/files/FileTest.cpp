@@ -1,4 +1,4 @@
-// The files of the operating system, and rewriting their ends.
+// The files of the operating system.
 // SPDX-License-Identifier: Apache-2.0
 #include "files/File.h"
 
@@ -8,9 +8,7 @@
 
 #include <cstdio>
 #include <fstream>
-
-#include "files/FileRewrite.h"
-#include "files/ScriptedFileSystem.h"
+#include <system_error>
 
 namespace orbo::Files {
 namespace {
@@ -22,10 +20,12 @@ TEST(RealFile, ReadsAndWritesWhereItWasTold) {
     std::string folder = testing::TempDir() + "metadata-files-XXXXXX";
     ASSERT_NE(::mkdtemp(folder.data()), nullptr);
     const std::string path = folder + "/file";
-    EXPECT_FALSE(system.open(path, Mode::kRead)) << "not there";
+    std::error_code error;
+    EXPECT_FALSE(system.open(path, Mode::kRead, error)) << "not there";
+    EXPECT_EQ(error, std::errc::no_such_file_or_directory);
     std::ofstream(path) << "0123456789";
 
-    const auto file = system.open(path, Mode::kReadWrite);
+    const auto file = system.open(path, Mode::kReadWrite, error);
     ASSERT_TRUE(file);
     char bytes[11] = {};
     EXPECT_TRUE(file->seek(2) && file->write("ab", 2) && file->truncate(6) && file->sync());
@@ -37,50 +37,16 @@ TEST(RealFile, ReadsAndWritesWhereItWasTold) {
     const std::uint64_t far = std::uint64_t{5} << 32;
     EXPECT_TRUE(file->seek(far) && file->write("x", 1)) << "more than 32 bits can count";
     EXPECT_EQ(file->size(), far + 1);
-    const auto fixed = system.open(path, Mode::kRead);
+    const auto fixed = system.open(path, Mode::kRead, error);
     EXPECT_FALSE(fixed->write("x", 1) || fixed->truncate(0));
 
     // Only regular files are opened; a pipe without a writer would wait.
     std::remove(path.c_str());
     EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
     for (const std::string& other : {path, folder, std::string("/dev/null")})
-        EXPECT_FALSE(system.open(other, Mode::kRead)) << other;
+        EXPECT_FALSE(system.open(other, Mode::kRead, error)) << other;
     std::remove(path.c_str());
     ::rmdir(folder.c_str());
-}
-
-// Whatever call fails, alone, the file is the old one again; when all later calls fail as well,
-// the caller is told that it is not.
-TEST(FileRewrite, SucceedsOrFailsWithoutTrace) {
-    using Step = FileRewrite::Step;
-    const std::string old = "scene|old tail";
-    for (const std::vector<std::string_view>& pieces :
-         std::initializer_list<std::vector<std::string_view>>{
-             {"new, longer", "", " tail"}, {"new"}, {"OLD", " ", "TAIL"}, {}, {"old ", "tail"}}) {
-        ScriptedFileSystem system;
-        std::string& content = system.files["scene"];
-        const auto rewrite = [&](int n, bool fromThenOn) {
-            content = old;
-            system.bytesWritten = 0;
-            system.failAt(n, fromThenOn);
-            const auto file = system.open("scene", Mode::kReadWrite);
-            return FileRewrite(*file, {{6, "old tail", pieces}}).run();
-        };
-        std::string expected = "scene|";
-        for (const std::string_view piece : pieces) expected += piece;
-        bool done = false;
-        for (int n = 1; n < 20 && !done; ++n) {
-            const bool restored = rewrite(n, true).restored;
-            const FileRewrite::Outcome outcome = rewrite(n, false);
-            done = outcome.failed == Step::kDone;
-            EXPECT_EQ(content, done ? expected : old) << n;
-            EXPECT_TRUE(done || outcome.restored) << n;
-            EXPECT_EQ(restored, done || outcome.failed == Step::kSeek) << n;
-        }
-        EXPECT_TRUE(done);
-        EXPECT_EQ(system.bytesWritten, expected == old ? 0 : expected.size() - 6);
-        EXPECT_GE(system.lowestWrite, 6U) << "the bytes in front are left alone";
-    }
 }
 
 }  // namespace

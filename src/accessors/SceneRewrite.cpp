@@ -1,0 +1,77 @@
+// Puts the new section of a scene into its file.
+// SPDX-License-Identifier: Apache-2.0
+#include "accessors/SceneRewrite.h"
+
+#include <utility>
+
+#include "accessors/Messages.h"
+#include "files/FileRewrite.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Files::FileRewrite;
+using Step = FileRewrite::Step;
+
+std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& rewrite,
+                      const std::vector<SceneSection::Change>& changes) {
+    const SceneSection::Change& change = changes.at(outcome.range);
+    const std::string reason = ": " + outcome.error.message();
+    switch (outcome.failed) {
+        case Step::kDone:
+            return {};
+        case Step::kPrepare:
+            return outcome.error == std::errc::too_many_links
+                       ? "The file has several hard links; it is only written if not durable."
+                       : "The file cannot be looked at" + reason;
+        case Step::kReserve:
+            return "There is no room for the change" + reason;
+        case Step::kJournal:
+            return "Could not write the journal " + rewrite.journalPath() + reason +
+                   ". The file is only written without one if not durable.";
+        case Step::kSeek:
+            return change.seekFailure;
+        case Step::kWrite:
+            return change.pieces.at(outcome.piece).failure;
+        case Step::kTruncate:
+            return "Could not truncate the file.";
+        case Step::kSync:
+            return "Could not sync the file.";
+        case Step::kCompare:
+            return "The file does not hold what was written to it.";
+        case Step::kInPlace:
+            return "Another program has put a new file in the place of this one.";
+        case Step::kCommit:
+            return "The change is made, but the removal of the journal " + rewrite.journalPath() +
+                   " is not certain" + reason;
+    }
+    return {};
+}
+
+}  // namespace
+
+RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::Change>& changes,
+                      const WritePolicy& policy, std::string& errors) {
+    std::vector<Files::RewriteRange> ranges;
+    for (const SceneSection::Change& change : changes) {
+        ranges.push_back({change.offset, change.oldBytes, {}});
+        for (const SceneSection::Change::Piece& piece : change.pieces) {
+            ranges.back().pieces.push_back(piece.bytes);
+        }
+    }
+    FileRewrite rewrite(file, std::move(ranges), policy.durable);
+    const FileRewrite::Outcome outcome = rewrite.run();
+    if (outcome.failed == Step::kDone) return RewriteResult::kDone;
+    addMessage(errors, messageOf(outcome, rewrite, changes));
+    if (outcome.holdsNew) return RewriteResult::kUnsure;
+    if (!outcome.restored) {
+        addMessage(errors, "The old content could not be put back.");
+        if (policy.durable) {
+            addMessage(errors, "It is in the journal " + rewrite.journalPath() + ".");
+        }
+    }
+    return RewriteResult::kFailed;
+}
+
+}  // namespace orbo::Data

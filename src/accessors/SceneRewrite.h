@@ -1,0 +1,25 @@
+// Puts the new section of a scene into its file.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/WritePolicy.h>
+
+#include <string>
+#include <vector>
+
+#include "accessors/SceneSection.h"
+#include "files/LockedFile.h"
+
+namespace orbo::Data {
+
+enum class RewriteResult {
+    kDone,
+    kFailed,
+    kUnsure,  ///< the file holds the new section, but not everything that was asked for is done
+};
+
+/// Anything but `kDone` comes with a message.
+RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::Change>& changes,
+                      const WritePolicy& policy, std::string& errors);
+
+}  // namespace orbo::Data

@@ -1,0 +1,21 @@
+// Tells damaged bytes from whole ones.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace orbo::Files {
+
+/// CRC-64/XZ: the reflected ECMA-182 polynomial, all bits inverted before and after. Of
+/// "123456789" it is 0x995DC9BBDF1939FA.
+class Checksum {
+  public:
+    void add(std::string_view bytes);
+    [[nodiscard]] std::uint64_t value() const { return ~fState; }
+
+  private:
+    std::uint64_t fState = ~std::uint64_t{0};
+};
+
+}  // namespace orbo::Files

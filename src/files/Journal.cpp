@@ -1,0 +1,250 @@
+// What a rewrite leaves beside a file until it is finished: the old bytes and the new ones.
+// SPDX-License-Identifier: Apache-2.0
+#include "files/Journal.h"
+
+#include <algorithm>
+#include <random>
+#include <string_view>
+#include <utility>
+
+#include "files/BigEndian.h"
+#include "files/Checksum.h"
+
+namespace orbo::Files {
+
+namespace {
+
+// Title, version, size of the header, a random number, both lengths, how long the name is and how
+// many ranges there are; then the ranges, the name and a checksum end the header.
+constexpr std::string_view kTitle =
+    "A change of the file beside this one was cut short. To mend it: quilmeta recover FILE\n";
+constexpr std::uint64_t kVersion = 1;
+constexpr std::size_t kFixedSize = kTitle.size() + 4 + 4 + 8 + 8 + 8 + 4 + 4;
+constexpr std::size_t kRangeSize = 3 * 8;
+constexpr std::size_t kChecksumSize = 8;
+// No file system has longer names, no rewrite more ranges.
+constexpr std::uint64_t kMostName = 4096;
+constexpr std::uint64_t kMostRanges = 64;
+// No file is larger, and sums of a few stay far from the end of their type.
+constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 62;
+
+constexpr std::size_t kBlockSize = 64 * 1024;
+constexpr std::string_view kSuffix = ".metadata-journal";
+constexpr std::size_t kLongestName = 255;  // in bytes; of the usual file systems
+
+std::string checksumOf(std::string_view bytes) {
+    Checksum checksum;
+    checksum.add(bytes);
+    return bigEndian(checksum.value(), kChecksumSize);
+}
+
+std::uint64_t randomNumber() {
+    try {
+        std::random_device random;
+        return std::uint64_t{random()} << 32 | random();
+    } catch (const std::exception&) {
+        return 0;  // one that repeats still has the checksum
+    }
+}
+
+std::string headerFor(const std::string& name, const std::vector<RewriteRange>& ranges) {
+    const std::size_t size = kFixedSize + ranges.size() * kRangeSize + name.size() + kChecksumSize;
+    std::string header(kTitle);
+    header += bigEndian(kVersion, 4) + bigEndian(size, 4) + bigEndian(randomNumber(), 8);
+    header += bigEndian(ranges.back().oldEnd(), 8) + bigEndian(ranges.back().newEnd(), 8);
+    header += bigEndian(name.size(), 4) + bigEndian(ranges.size(), 4);
+    for (const RewriteRange& range : ranges) {
+        header += bigEndian(range.offset, 8) + bigEndian(range.oldBytes.size(), 8) +
+                  bigEndian(range.newSize(), 8);
+    }
+    header += name;
+    return header + checksumOf(header);
+}
+
+/// Hands bytes on in large pieces and sums them up.
+class SummedOutput {
+  public:
+    explicit SummedOutput(File& file) : fFile(file) {}
+
+    bool write(std::string_view bytes) {
+        fChecksum.add(bytes);
+        return append(bytes);
+    }
+    bool finish() { return append(bigEndian(fChecksum.value(), kChecksumSize)) && flush(); }
+
+  private:
+    bool append(std::string_view bytes) {
+        if (fPending.size() + bytes.size() <= kBlockSize) {
+            fPending += bytes;
+            return true;
+        }
+        return flush() && fFile.write(bytes.data(), bytes.size());
+    }
+    bool flush() {
+        const bool written = fPending.empty() || fFile.write(fPending.data(), fPending.size());
+        fPending.clear();
+        return written;
+    }
+
+    File& fFile;
+    Checksum fChecksum;
+    std::string fPending;
+};
+
+/// Takes numbers off the front of a header.
+class Fields {
+  public:
+    explicit Fields(std::string_view bytes) : fLeft(bytes) {}
+
+    std::uint64_t number(std::size_t size) { return fromBigEndian(text(size)); }
+    std::string_view text(std::size_t size) {
+        const std::string_view taken = fLeft.substr(0, size);
+        fLeft.remove_prefix(taken.size());
+        return taken;
+    }
+
+  private:
+    std::string_view fLeft;
+};
+
+class Reader {
+  public:
+    using Condition = Journal::Condition;
+
+    Reader(File& file, Journal& journal) : fFile(file), fJournal(journal) {}
+
+    Condition read() {
+        const auto length = fFile.size();
+        if (!length) return Condition::kUnreadable;
+        fLength = *length;
+        const Condition header = readHeader();
+        if (header != Condition::kWhole) return header;
+        if (!fitsTogether()) return Condition::kDamaged;
+        if (fLength != fExpected) {
+            return fLength < fExpected ? Condition::kShort : Condition::kDamaged;
+        }
+        return checkSum();
+    }
+
+  private:
+    Condition readHeader() {
+        std::string header(static_cast<std::size_t>(std::min<std::uint64_t>(fLength, kFixedSize)),
+                           '\0');
+        if (!readExactlyAt(fFile, 0, header.data(), header.size())) return Condition::kUnreadable;
+        const std::string_view title = std::string_view(header).substr(0, kTitle.size());
+        if (title != kTitle.substr(0, title.size())) return Condition::kDamaged;
+        if (header.size() < kFixedSize) return Condition::kShort;
+
+        Fields fields(std::string_view(header).substr(kTitle.size()));
+        const std::uint64_t version = fields.number(4);
+        fHeaderSize = fields.number(4);
+        fields.number(8);
+        fJournal.oldLength = fields.number(8);
+        fJournal.newLength = fields.number(8);
+        const std::uint64_t nameSize = fields.number(4);
+        const std::uint64_t ranges = fields.number(4);
+        const bool isSensible =
+            version == kVersion && nameSize <= kMostName && ranges > 0 && ranges <= kMostRanges &&
+            fHeaderSize == kFixedSize + ranges * kRangeSize + nameSize + kChecksumSize;
+        if (!isSensible) return Condition::kDamaged;
+        if (fLength < fHeaderSize) return Condition::kShort;
+        return readLists(header, static_cast<std::size_t>(ranges),
+                         static_cast<std::size_t>(nameSize));
+    }
+
+    Condition readLists(std::string& header, std::size_t ranges, std::size_t nameSize) {
+        header.resize(static_cast<std::size_t>(fHeaderSize));
+        if (!readExactlyAt(fFile, 0, header.data(), header.size())) return Condition::kUnreadable;
+        const std::string_view bytes =
+            std::string_view(header).substr(0, header.size() - kChecksumSize);
+        if (std::string_view(header).substr(bytes.size()) != checksumOf(bytes)) {
+            return Condition::kDamaged;
+        }
+        Fields fields(bytes.substr(kFixedSize));
+        fJournal.ranges.resize(ranges);
+        for (Journal::Range& range : fJournal.ranges) {
+            range.offset = fields.number(8);
+            range.oldSize = fields.number(8);
+            range.newSize = fields.number(8);
+        }
+        fJournal.fileName = fields.text(nameSize);
+        return Condition::kWhole;
+    }
+
+    // A right checksum proves nothing: anybody can make one.
+    bool fitsTogether() {
+        std::uint64_t at = 0;
+        fExpected = fHeaderSize;
+        for (Journal::Range& range : fJournal.ranges) {
+            if (std::max({range.offset, range.oldSize, range.newSize}) > kMostBytes) return false;
+            const bool isLast = &range == &fJournal.ranges.back();
+            if (range.offset < at || (!isLast && range.oldSize != range.newSize)) return false;
+            at = range.offset + range.oldSize;
+            range.oldAt = fExpected;
+            range.newAt = range.oldAt + range.oldSize;
+            fExpected = range.newAt + range.newSize;
+            if (fExpected > kMostBytes) return false;
+        }
+        fExpected += kChecksumSize;
+        const Journal::Range& last = fJournal.ranges.back();
+        return fJournal.oldLength == at && fJournal.newLength == last.offset + last.newSize;
+    }
+
+    Condition checkSum() {
+        Checksum checksum;
+        std::string block;
+        if (!fFile.seek(0)) return Condition::kUnreadable;
+        for (std::uint64_t left = fLength - kChecksumSize; left > 0; left -= block.size()) {
+            block.resize(static_cast<std::size_t>(std::min<std::uint64_t>(left, kBlockSize)));
+            if (!readExactly(fFile, block.data(), block.size())) return Condition::kUnreadable;
+            checksum.add(block);
+        }
+        block.resize(kChecksumSize);
+        if (!readExactly(fFile, block.data(), block.size())) return Condition::kUnreadable;
+        return fromBigEndian(block) == checksum.value() ? Condition::kWhole : Condition::kDamaged;
+    }
+
+    File& fFile;
+    Journal& fJournal;
+    std::uint64_t fLength = 0;
+    std::uint64_t fHeaderSize = 0;
+    std::uint64_t fExpected = 0;
+};
+
+}  // namespace
+
+std::string Journal::nameOf(const std::string& filePath) {
+    return filePath.substr(filePath.rfind('/') + 1);
+}
+
+std::string Journal::pathFor(const std::string& filePath) {
+    const std::string name = nameOf(filePath);
+    if (name.size() + kSuffix.size() <= kLongestName) return filePath + std::string(kSuffix);
+    // Names with the same beginning must not share a journal.
+    Checksum checksum;
+    checksum.add(name);
+    std::string digits;
+    for (int shift = 60; shift >= 0; shift -= 4) {
+        digits += "0123456789abcdef"[checksum.value() >> shift & 0xF];
+    }
+    const std::string folder = filePath.substr(0, filePath.size() - name.size());
+    return folder + name.substr(0, kLongestName - kSuffix.size() - digits.size() - 1) + '-' +
+           digits + std::string(kSuffix);
+}
+
+bool Journal::write(File& journal, const std::string& filePath,
+                    const std::vector<RewriteRange>& ranges) {
+    SummedOutput out(journal);
+    if (!out.write(headerFor(nameOf(filePath), ranges))) return false;
+    for (const RewriteRange& range : ranges) {
+        if (!out.write(range.oldBytes)) return false;
+        for (const std::string_view piece : range.pieces) {
+            if (!out.write(piece)) return false;
+        }
+    }
+    return out.finish();
+}
+
+Journal::Condition Journal::read(File& journal) { return Reader(journal, *this).read(); }
+
+}  // namespace orbo::Files

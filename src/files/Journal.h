@@ -1,0 +1,49 @@
+// What a rewrite leaves beside a file until it is finished: the old bytes and the new ones.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "files/File.h"
+#include "files/RewriteRange.h"
+
+namespace orbo::Files {
+
+/// A journal as it was found: where in it the bytes of each range are. The bytes themselves stay on
+/// the disk.
+struct Journal {
+    enum class Condition {
+        kWhole,
+        kShort,       ///< ends before it should: it was never finished, and nothing was done yet
+        kDamaged,     ///< as long as it should be, or of unknown length, but with other bytes
+        kUnreadable,  ///< the system says no
+    };
+
+    struct Range {
+        std::uint64_t offset = 0;  // in the file
+        std::uint64_t oldSize = 0;
+        std::uint64_t newSize = 0;
+        std::uint64_t oldAt = 0;  // in the journal
+        std::uint64_t newAt = 0;
+    };
+
+    std::string fileName;  // the last part of the path of the file
+    std::uint64_t oldLength = 0;
+    std::uint64_t newLength = 0;
+    std::vector<Range> ranges;
+
+    /// In the folder of the file, by a name that the file system takes.
+    static std::string pathFor(const std::string& filePath);
+    /// The last part of a path.
+    static std::string nameOf(const std::string& filePath);
+
+    /// Into a new file; false on failure. There is at least one range.
+    static bool write(File& journal, const std::string& filePath,
+                      const std::vector<RewriteRange>& ranges);
+    /// Takes nothing in it for granted. Reads it all, a block at a time.
+    Condition read(File& journal);
+};
+
+}  // namespace orbo::Files

@@ -1,0 +1,76 @@
+// Brings a file whose rewrite was cut short back to its old bytes, or to its new ones.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "files/File.h"
+#include "files/Journal.h"
+
+namespace orbo::Files {
+
+/// Whoever meets a journal decides by this one class what it means, and acts only once it holds a
+/// lock on the file: the writer of the journal had one, too, so it is gone.
+class JournalRecovery {
+  public:
+    enum class Verdict {
+        kNothing,      ///< there is no journal
+        kNotBegun,     ///< the journal was not finished: the file is as it was
+        kRestoreOld,   ///< the file may hold some new bytes
+        kKeepNew,      ///< the file holds all new bytes, though perhaps not on the disk yet
+        kDamaged,      ///< the journal is none, or other bytes than were written
+        kUnexplained,  ///< the journal is whole, but the file holds what is not in it
+        kForeign,      ///< somebody left it there who may not change the file
+        kUnreadable,   ///< the journal, or the file, cannot be looked at
+    };
+
+    /// The path is free of links. File and file system outlive the recovery.
+    JournalRecovery(FileSystem& system, std::string filePath, File& file);
+
+    /// Reads only.
+    Verdict look();
+    /// Acts on what `look` found; the file is writable. False when the journal is still there, and
+    /// with it the need to recover, or to be told what to do; `message` says why.
+    bool run();
+    /// Shows the old bytes of the file in place of those that it holds, after the verdict that they
+    /// are to be restored. Takes the file, which must be the one that was looked at.
+    std::unique_ptr<File> oldBytesOver(std::unique_ptr<File> file);
+
+    [[nodiscard]] const std::string& journalPath() const { return fJournalPath; }
+    /// About what was found or done, for people; empty when nobody needs to know.
+    [[nodiscard]] const std::string& message() const { return fMessage; }
+
+  private:
+    struct Match {
+        bool explained = true;  // by old bytes, new ones, and zeros where the file had grown
+        bool isOld = true;
+        bool isNew = true;
+    };
+    struct Block;
+
+    Verdict openJournal();
+    Verdict judge();
+    [[nodiscard]] bool match(Match& match);
+    bool rewrite();
+    [[nodiscard]] bool writeChosen();
+    bool removeJournal();
+    bool setAside();
+    Verdict unreadable(const std::error_code& error);
+    bool fail(const std::string& message);
+
+    FileSystem& fSystem;
+    std::string fFilePath;
+    std::string fJournalPath;
+    File& fFile;
+    std::unique_ptr<File> fJournalFile;
+    Journal fJournal;
+    Verdict fVerdict = Verdict::kNothing;
+    std::string fMessage;
+};
+
+/// Removes a journal, or empties it where names cannot be removed: both end a rewrite. False when
+/// neither can be done.
+bool discardJournal(FileSystem& system, const std::string& journalPath, File& journal);
+
+}  // namespace orbo::Files

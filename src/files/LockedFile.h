@@ -1,0 +1,66 @@
+// A file that is open and locked, with no interrupted rewrite left to deal with.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "files/File.h"
+#include "files/JournalRecovery.h"
+
+namespace orbo::Files {
+
+/// Locked for others that lock, until it is destroyed: exclusively to be written, shared to be
+/// read.
+class LockedFile {
+  public:
+    enum class Use {
+        kRead,
+        kWrite,
+        /// As to be written, by somebody who knows that nobody else is at work: also where the file
+        /// system has no locks.
+        kRecover,
+    };
+
+    struct Opening {
+        std::unique_ptr<LockedFile> file;  // null when it failed
+        /// Why the system did not open it; none when there is a problem instead.
+        std::error_code error;
+        /// Why it is not to be used, for people.
+        std::string problem;
+        /// What its user should know, a line each.
+        std::string notes;
+        /// About the journal, before anything was done about it.
+        JournalRecovery::Verdict verdict = JournalRecovery::Verdict::kNothing;
+    };
+
+    /// Follows links. When others hold a lock, waits for up to `patience`. Recovers what a journal
+    /// asks for; a reader that may not write sees the right bytes all the same.
+    static Opening open(const std::string& name, Use use, std::chrono::milliseconds patience);
+    /// Tells what a journal asks for, in the verdict and the notes, and does nothing about it: the
+    /// file shows what it holds.
+    static Opening inspect(const std::string& name, std::chrono::milliseconds patience);
+
+    [[nodiscard]] File& file() { return *fFile; }
+    [[nodiscard]] FileSystem& system() { return fSystem; }
+    /// Absolute and free of links.
+    [[nodiscard]] const std::string& path() const { return fPath; }
+    /// Whether its path still leads to this file: other programs save by putting a new file in the
+    /// place of the old one.
+    [[nodiscard]] bool isInPlace();
+
+  private:
+    friend class FileOpener;
+
+    LockedFile(FileSystem& system, std::string path, std::unique_ptr<File> file)
+        : fSystem(system), fPath(std::move(path)), fFile(std::move(file)) {}
+
+    FileSystem& fSystem;
+    std::string fPath;
+    std::unique_ptr<File> fFile;
+};
+
+}  // namespace orbo::Files

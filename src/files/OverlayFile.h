@@ -1,0 +1,43 @@
+// A file with the old bytes of a journal in the place of those that it holds.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "files/File.h"
+#include "files/Journal.h"
+
+namespace orbo::Files {
+
+/// Cannot be written. A lock is one on the file itself.
+class OverlayFile : public File {
+  public:
+    /// The journal has been read from `journalFile`.
+    OverlayFile(std::unique_ptr<File> file, std::unique_ptr<File> journalFile, Journal journal);
+
+    [[nodiscard]] std::optional<FileStatus> status() override;
+    [[nodiscard]] bool seek(std::uint64_t offset) override;
+    [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override;
+    [[nodiscard]] bool write(const char* from, std::size_t count) override;
+    [[nodiscard]] bool truncate(std::uint64_t length) override;
+    [[nodiscard]] bool sync() override;
+    [[nodiscard]] bool reserve(std::uint64_t from, std::uint64_t to) override;
+    [[nodiscard]] LockResult lock(Lock kind) override;
+
+  private:
+    /// A stretch of bytes that lie together in one of the two files.
+    struct Stretch {
+        File* file;
+        std::uint64_t at;
+        std::uint64_t size;
+    };
+    [[nodiscard]] Stretch stretchAt(std::uint64_t position) const;
+    bool refuse();
+
+    std::unique_ptr<File> fFile;
+    std::unique_ptr<File> fJournalFile;
+    Journal fJournal;
+    std::uint64_t fPosition = 0;
+};
+
+}  // namespace orbo::Files
