@@ -24,6 +24,7 @@
 #include <data/IndexType.h>
 #include <data/Member.h>
 #include <data/ReadPolicy.h>
+#include <data/Recovery.h>
 #include <data/SerializerFamily.h>
 #include <data/SerializerRaw.h>
 #include <data/Stream.h>

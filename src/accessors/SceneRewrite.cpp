@@ -14,6 +14,9 @@ namespace {
 using Files::FileRewrite;
 using Step = FileRewrite::Step;
 
+constexpr const char* kWayOut =
+    " Without one it can be written: WritePolicy::durable off, or quilmeta --no-journal.";
+
 std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& rewrite,
                       const std::vector<SceneSection::Change>& changes) {
     const SceneSection::Change& change = changes.at(outcome.range);
@@ -23,13 +26,13 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
             return {};
         case Step::kPrepare:
             return outcome.error == std::errc::too_many_links
-                       ? "The file has several hard links; it is only written if not durable."
+                       ? "The file has several hard links, which share no journal." +
+                             std::string(kWayOut)
                        : "The file cannot be looked at" + reason;
         case Step::kReserve:
             return "There is no room for the change" + reason;
         case Step::kJournal:
-            return "Could not write the journal " + rewrite.journalPath() + reason +
-                   ". The file is only written without one if not durable.";
+            return "Could not write the journal " + rewrite.journalPath() + reason + '.' + kWayOut;
         case Step::kSeek:
             return change.seekFailure;
         case Step::kWrite:

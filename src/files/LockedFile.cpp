@@ -38,6 +38,7 @@ class FileOpener {
     FileOpener(const std::string& name, std::chrono::milliseconds patience)
         : fSystem(FileSystem::current()), fEnd(Clock::now() + patience), fName(name) {
         fPath = fSystem.resolve(name, fOpening.error);
+        if (!fPath.empty()) fOpening.journalPath = Journal::pathFor(fPath);
     }
 
     LockedFile::Opening toWrite(bool evenWithoutLocks) {

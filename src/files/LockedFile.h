@@ -33,6 +33,8 @@ class LockedFile {
         std::string problem;
         /// What its user should know, a line each.
         std::string notes;
+        /// Where a journal is, or would be; empty when there is no such file.
+        std::string journalPath;
         /// About the journal, before anything was done about it.
         JournalRecovery::Verdict verdict = JournalRecovery::Verdict::kNothing;
     };

@@ -17,6 +17,7 @@ void addExport(CLI::App& app, Output& output, int& exitCode);
 void addSet(CLI::App& app, Output& output, int& exitCode);
 void addCopy(CLI::App& app, Output& output, int& exitCode);
 void addRefs(CLI::App& app, Output& output, int& exitCode);
+void addRecover(CLI::App& app, Output& output, int& exitCode);
 
 /// Commands of `refs`, which is their app.
 void addRefsList(CLI::App& app, Output& output, int& exitCode);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
 #include "CopyPlan.h"
+#include "Options.h"
 #include "SafeText.h"
 #include "Scene.h"
 #include "Trouble.h"
@@ -28,11 +29,12 @@ struct CopyOptions {
     std::string source, target;
     std::vector<std::string> nodes;
     bool replace = false;
+    SceneAccess access;
 };
 
 std::unique_ptr<Data::Accessor> openSource(const CopyOptions& options) {
     bool complete = false;
-    std::unique_ptr<Data::Accessor> source = openScene(options.source, &complete);
+    std::unique_ptr<Data::Accessor> source = openScene(options.source, options.access, &complete);
     for (const std::string& node : options.nodes) findNode(*source, node);
     if (complete) return source;
     if (options.nodes.empty())
@@ -46,7 +48,7 @@ std::unique_ptr<Data::Accessor> openTarget(const CopyOptions& options, bool& com
     std::error_code ignored;
     if (fs::equivalent(options.source, options.target, ignored))
         throw Trouble("is the scene to copy from as well");
-    return openScene(options.target, &complete);
+    return openScene(options.target, options.access, &complete);
 }
 
 [[noreturn]] void refuse(const std::vector<std::string>& reasons, const char* advice) {
@@ -122,7 +124,9 @@ int copy(const CopyOptions& options, Output& output) {
     std::unique_ptr<Data::Accessor> source;
     const int exitCode = guarded(options.source, [&] { source = openSource(options); });
     if (exitCode != kDone) return exitCode;
-    return guarded(options.target, [&] { copyInto(*source, options, output); });
+    return guarded(options.target, [&] {
+        repeatAfterConflict(options.access, [&] { copyInto(*source, options, output); });
+    });
 }
 
 }  // namespace
@@ -140,6 +144,7 @@ void addCopy(CLI::App& app, Output& output, int& exitCode) {
         ->type_name("NAME")
         ->allow_extra_args(false);
     command->add_flag("--replace", options->replace, "Replace what differs in TARGET");
+    addWriting(*command, options->access);
     command->footer(
         "Copies all metadata, or with --node, which may be given several times, that\n"
         "of these nodes and the structures it uses. What else TARGET has stays.\n"

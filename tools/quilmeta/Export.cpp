@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "JsonDocument.h"
 #include "NewFile.h"
+#include "Options.h"
 #include "Scene.h"
 #include "SceneView.h"
 #include "Trouble.h"
@@ -20,12 +21,14 @@ struct ExportOptions {
     std::string file;
     std::string target;
     bool toFile = false;
+    SceneAccess access;
 };
 
 /// False when the scene has metadata that could not be read and so is not in the document.
 bool exportScene(const ExportOptions& options, Output& output) {
     bool complete = false;
-    const std::unique_ptr<Data::Accessor> scene = openScene(options.file, &complete);
+    const std::unique_ptr<Data::Accessor> scene =
+        openScene(options.file, options.access, &complete);
     const SceneView view = select(*scene, {});
     if (!options.toFile) {
         JsonDocument(output).write(view);
@@ -45,6 +48,7 @@ void addExport(CLI::App& app, Output& output, int& exitCode) {
     command->add_option("FILE", options->file, "Scene file")->required()->type_name("");
     const CLI::Option* target =
         command->add_option("-o,--output", options->target, "Write to this file")->type_name("OUT");
+    addWait(*command, options->access);
     command->footer(
         "The document is lossless. OUT is replaced when it is complete, never in part.\n"
         "Example:\n"

@@ -4,10 +4,45 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
 namespace orbo::Quilmeta {
+
+/// How to get at scenes that others may have in use.
+struct SceneAccess {
+    double wait = 10;  ///< in seconds
+    bool noJournal = false;
+
+    [[nodiscard]] std::chrono::milliseconds patience() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::duration<double>(wait));
+    }
+};
+
+inline void addWait(CLI::App& command, SceneAccess& access) {
+    const auto check = [](const std::string& text) {
+        constexpr double kLongest = 24 * 60 * 60;
+        double seconds = -1;
+        const bool isNumber = CLI::detail::lexical_cast(text, seconds);
+        return isNumber && seconds >= 0 && seconds <= kLongest
+                   ? std::string()
+                   : '"' + text + "\" is no number of seconds from 0 to 86400";
+    };
+    command
+        .add_option("--wait", access.wait,
+                    "How long to wait for others that use a scene; 10 unless given")
+        ->type_name("SECONDS")
+        ->check(check);
+}
+
+/// For commands that write scenes.
+inline void addWriting(CLI::App& command, SceneAccess& access) {
+    addWait(command, access);
+    command.add_flag("--no-journal", access.noJournal,
+                     "Write in place; a kill in the middle damages the scene");
+}
 
 /// The words of a command line behind its options, at least one, as they are.
 inline CLI::Option* addWords(CLI::App& command, const char* name, std::vector<std::string>& words,

@@ -37,14 +37,15 @@ void demandMembers(const Data::Structure& structure) {
 
 }  // namespace
 
-SceneReferences openReferences(const std::string& file, ReferencesFor purpose) {
+SceneReferences openReferences(const std::string& file, const SceneAccess& access,
+                               ReferencesFor purpose) {
     // Structures that nobody asked for serve the reading and stay in the file where they are.
     SceneNames names;
     if (purpose == ReferencesFor::kReading)
         names.nodes.emplace({Data::AccessorQuil::getSceneAssociationsName()});
     bool complete = false;
     SceneReferences references;
-    references.scene = openScene(file, &complete, &names);
+    references.scene = openScene(file, access, &complete, &names);
     Data::WritePolicy policy = references.scene->writePolicy();
     policy.addMissingStructures = false;
     references.scene->setWritePolicy(policy);

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Options.h"
+
 #include <data/Accessor.h>
 #include <data/Stream.h>
 
@@ -28,7 +30,8 @@ struct SceneReferences {
 /// so that each keeps its place in the file.
 enum class ReferencesFor { kReading, kWriting };
 /// Throws `Trouble`, also for a table that lacks one of the members.
-SceneReferences openReferences(const std::string& file, ReferencesFor purpose);
+SceneReferences openReferences(const std::string& file, const SceneAccess& access,
+                               ReferencesFor purpose);
 /// Of an element of the table.
 Reference referenceOf(Data::Handle& row);
 

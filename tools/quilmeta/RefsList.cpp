@@ -26,6 +26,7 @@ struct ListOptions {
     std::vector<std::string> files;
     bool missing = false;
     bool json = false;
+    SceneAccess access;
 };
 
 /// A row of the result.
@@ -103,8 +104,8 @@ void writeJson(Output& output, const std::vector<Line>& lines) {
 }
 
 /// Adds what the file refers to. False when some of it may be unreadable.
-bool collect(const std::string& file, std::vector<Line>& lines) {
-    const SceneReferences references = openReferences(file, ReferencesFor::kReading);
+bool collect(const std::string& file, const SceneAccess& access, std::vector<Line>& lines) {
+    const SceneReferences references = openReferences(file, access, ReferencesFor::kReading);
     if (!references.table) return !references.unreadable;
     for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
         lines.push_back({file, referenceOf(*row)});
@@ -116,8 +117,9 @@ int list(const ListOptions& options, Output& output) {
     int exitCode = kDone;
     bool complete = true;
     for (const std::string& file : options.files)
-        exitCode =
-            std::max(exitCode, guarded(file, [&] { complete = collect(file, lines) && complete; }));
+        exitCode = std::max(exitCode, guarded(file, [&] {
+                                complete = collect(file, options.access, lines) && complete;
+                            }));
     if (options.missing)
         lines.erase(std::remove_if(lines.begin(), lines.end(),
                                    [](const Line& line) { return !isMissing(line); }),
@@ -137,6 +139,7 @@ void addRefsList(CLI::App& app, Output& output, int& exitCode) {
         "--missing", options->missing,
         "Only those whose resolved path does not exist; exit code 1 if there are any");
     command->add_flag("--json", options->json, "Print a JSON list instead of a table");
+    addWait(*command, options->access);
     command->footer(
         "A relative resolved path is looked up in the folder of its scene, and an empty\n"
         "one counts as missing.\n"

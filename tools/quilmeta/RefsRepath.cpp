@@ -32,6 +32,7 @@ namespace {
 struct RepathOptions {
     std::vector<std::string> files, from, to, maps;
     bool dryRun = false;
+    SceneAccess access;
 };
 
 std::string contentOf(const std::string& file) {
@@ -82,26 +83,30 @@ struct Change {
 /// Changes scenes one by one, each once, and tells what it changes.
 class Repath {
   public:
-    Repath(const PathMap& map, bool dryRun, Output& output)
-        : fMap(map), fDryRun(dryRun), fOutput(output) {}
+    Repath(const PathMap& map, const RepathOptions& options, Output& output)
+        : fMap(map), fOptions(options), fOutput(output) {}
 
     void repath(const std::string& file) {
         if (wasSeen(file)) return;
-        const SceneReferences references = openReferences(file, ReferencesFor::kWriting);
+        repeatAfterConflict(fOptions.access, [&] { repathOnce(file); });
+    }
+    /// False when there was metadata that could not be read, where there might be a table.
+    [[nodiscard]] bool allReadable() const { return fAllReadable; }
+
+  private:
+    void repathOnce(const std::string& file) {
+        const SceneReferences references =
+            openReferences(file, fOptions.access, ReferencesFor::kWriting);
         fAllReadable = fAllReadable && !references.unreadable;
         if (!references.table) return;
         std::string text;
         for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
             text += repath(*row);
         if (text.empty()) return;
-        if (!fDryRun) writeScene(*references.scene);
+        if (!fOptions.dryRun) writeScene(*references.scene);
         fOutput.write(safeLine(file) + '\n' + text);
         fOutput.flush();
     }
-    /// False when there was metadata that could not be read, where there might be a table.
-    [[nodiscard]] bool allReadable() const { return fAllReadable; }
-
-  private:
     /// Whatever its name: what has been replaced once must not be matched again.
     bool wasSeen(const std::string& file) {
         struct stat status {};
@@ -131,7 +136,7 @@ class Repath {
     }
 
     const PathMap& fMap;
-    bool fDryRun;
+    const RepathOptions& fOptions;
     Output& fOutput;
     bool fAllReadable = true;
     std::set<std::pair<dev_t, ino_t>> fSeen;
@@ -140,7 +145,7 @@ class Repath {
 int repathAll(const RepathOptions& options, Output& output) {
     PathMap map;
     if (!readPairs(options, map)) return kTrouble;
-    Repath repath(map, options.dryRun, output);
+    Repath repath(map, options, output);
     int exitCode = kDone;
     for (const std::string& file : options.files)
         exitCode = std::max(exitCode, guarded(file, [&] { repath.repath(file); }));
@@ -157,6 +162,7 @@ void addRefsRepath(CLI::App& app, Output& output, int& exitCode) {
     addEach(*command, "--to", options->to, "PREFIX", "What takes the place of --from");
     addEach(*command, "--map", options->maps, "CSV", "More pairs, from a table of two columns");
     command->add_flag("--dry-run", options->dryRun, "Print what would change, and write nothing");
+    addWriting(*command, options->access);
     command->footer(
         "A prefix ends where a component of the path ends. Paths as entered and as resolved\n"
         "are replaced each by its own longest prefix, once. --from and --to may be given\n"

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 
 namespace orbo::Quilmeta {
@@ -47,12 +48,15 @@ std::string messagesOf(const std::string& file, const std::set<std::string>* nod
 
 }  // namespace
 
-std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete,
-                                          const SceneNames* names) {
+std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAccess& access,
+                                          bool* complete, const SceneNames* names) {
     demandReadableFile(file);
     std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
     accessor->setReadPolicy({true});
-    accessor->setWritePolicy(Data::WritePolicy::careful());
+    Data::WritePolicy policy = Data::WritePolicy::careful();
+    policy.durable = !access.noJournal;
+    accessor->setWritePolicy(policy);
+    accessor->setPatience(access.patience());
     std::string messages;
     if (!accessor->read(file, names ? &names->structures : nullptr,
                         names && names->nodes ? &*names->nodes : nullptr, messages))
@@ -85,8 +89,24 @@ Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
 
 void writeScene(const Data::Accessor& scene) {
     std::string messages;
-    if (!scene.write(messages)) throw Trouble(messages.empty() ? "was not written" : messages);
+    const bool written = scene.write(messages);
+    if (scene.metConflict())
+        throw Conflict("somebody else keeps changing the metadata: " + messages);
+    if (!written) throw Trouble(messages.empty() ? "was not written" : messages);
     complain(scene.fileName(), messages);
+}
+
+void repeatAfterConflict(const SceneAccess& access, const std::function<void()>& edit) {
+    using Clock = std::chrono::steady_clock;
+    constexpr int kFewest = 5;
+    const Clock::time_point end = Clock::now() + access.patience();
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return edit();
+        } catch (const Conflict&) {
+            if (attempt >= kFewest && Clock::now() >= end) throw;
+        }
+    }
 }
 
 }  // namespace orbo::Quilmeta

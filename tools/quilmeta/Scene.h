@@ -2,8 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "Options.h"
+#include "Trouble.h"
+
 #include <data/Accessor.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -20,7 +24,8 @@ struct SceneNames {
 /// Reads the file, with the careful write policy and unknown index types as text. Statements that
 /// could not be used are reported to standard error, and `complete` says that there were none.
 /// Without names all is read. Throws `Trouble` when there is nothing to work on.
-std::unique_ptr<Data::Accessor> openScene(const std::string& file, bool* complete = nullptr,
+std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAccess& access,
+                                          bool* complete = nullptr,
                                           const SceneNames* names = nullptr);
 
 /// Whether all that the file says of these nodes can be read. For files where something cannot be:
@@ -35,7 +40,17 @@ bool lacksStructure(const std::string& file, const std::string& name);
 Data::Associations& findNode(Data::Accessor& scene, const std::string& name);
 
 /// Writes it back to its file. Throws `Trouble` when that is refused or fails, the file being as it
-/// was.
+/// was, and `Conflict` when it is refused because somebody else changed the metadata since the
+/// read.
 void writeScene(const Data::Accessor& scene);
+
+class Conflict : public Trouble {
+  public:
+    using Trouble::Trouble;
+};
+
+/// Calls `edit`, which reads, changes and writes a scene, again after a conflict: a few times, and
+/// for as long as the access has patience.
+void repeatAfterConflict(const SceneAccess& access, const std::function<void()>& edit);
 
 }  // namespace orbo::Quilmeta

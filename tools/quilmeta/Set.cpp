@@ -25,6 +25,7 @@ namespace {
 struct SetOptions {
     std::string file, node, channel, stream, index;
     std::vector<std::string> assignments;
+    SceneAccess access;
 };
 
 /// Nobody creates an element of this size by hand: its structure is damaged or hostile.
@@ -75,7 +76,7 @@ Data::Handle draftOf(Data::Stream& stream, const Data::Index& index) {
 }
 
 void setValues(const SetOptions& options) {
-    const std::unique_ptr<Data::Accessor> scene = openScene(options.file);
+    const std::unique_ptr<Data::Accessor> scene = openScene(options.file, options.access);
     Data::Stream& stream =
         findStream(findChannel(findNode(*scene, options.node), options), options);
     const Data::Index index = indexOf(stream, options.index);
@@ -100,6 +101,7 @@ void addSet(CLI::App& app, Output&, int& exitCode) {
     need("--channel", options->channel, "Channel of the node");
     need("--stream", options->stream, "Stream of the channel");
     need("--index", options->index, "Element; made when there is none");
+    addWriting(*command, options->access);
     addWords(*command, "MEMBER=VALUE", options->assignments, "Members, new values");
     command->footer(
         "A member of several values takes them all, with blanks between, or one by\n"
@@ -108,8 +110,11 @@ void addSet(CLI::App& app, Output&, int& exitCode) {
         "Example:\n"
         "  quilmeta set robot.kx --node rig --channel joints --stream pose \\\n"
         "      --index lid side=-1 'label=the lid'");
-    command->callback(
-        [options, &exitCode] { exitCode = guarded(options->file, [&] { setValues(*options); }); });
+    command->callback([options, &exitCode] {
+        exitCode = guarded(options->file, [&] {
+            repeatAfterConflict(options->access, [&] { setValues(*options); });
+        });
+    });
 }
 
 }  // namespace orbo::Quilmeta

@@ -25,6 +25,7 @@ struct ShowOptions {
     Selection selection;
     bool values = false;
     bool json = false;
+    SceneAccess access;
 };
 
 /// A misspelt name must not pass for scenes without metadata.
@@ -43,7 +44,7 @@ class Show {
 
     void show(const std::string& file) {
         bool complete = false;
-        const std::unique_ptr<Data::Accessor> scene = openScene(file, &complete);
+        const std::unique_ptr<Data::Accessor> scene = openScene(file, fOptions.access, &complete);
         fAllComplete = fAllComplete && complete;
         const SceneView view = select(*scene, fOptions.selection);
         if (view.nodes.empty() && !fOptions.selection.everything()) return;
@@ -91,6 +92,7 @@ void addShow(CLI::App& app, Output& output, int& exitCode) {
     command->add_flag("--values", options->values, "Show the elements, too");
     addSelection(*command, options->selection);
     command->add_flag("--json", options->json, "Print a JSON document for each file instead");
+    addWait(*command, options->access);
     command->footer(
         "--node, --channel and --stream may be given several times.\n"
         "Example:\n"

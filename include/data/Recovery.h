@@ -1,0 +1,40 @@
+// What an interrupted write left beside a file, and doing something about it.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <debug/Export.h>
+
+#include <chrono>
+#include <string>
+
+namespace orbo::Data {
+
+/// Accessors recover a file by themselves before they read or write it. This is for looking first,
+/// and for file systems without locks, where nobody but the user knows that no writer is at work.
+struct METADATA_API Recovery {
+    enum class State {
+        kNothing,   ///< no journal: the last write came to its end
+        kUnused,    ///< a journal that was not finished; the file is as it was
+        kUndo,      ///< the file may hold a part of a change, and gets its old bytes back
+        kFinish,    ///< the file holds the whole change, which may have to be written again
+        kOrphaned,  ///< the journal does not fit the file, or is damaged: it is set aside
+        kRefused,   ///< the journal, or the file, cannot be read, or trusted: nothing is done
+    };
+
+    State state = State::kNothing;  // before anything is done
+    /// Nothing is left to be done.
+    bool done = false;
+    /// Path of the journal, whether there is one or not; empty when the file was not found.
+    std::string journal;
+    /// What else is to be known, a line each; why it was not done.
+    std::string message;
+
+    /// Changes nothing. Both wait that long for others that have the file in use.
+    static Recovery inspect(const std::string& fileName,
+                            std::chrono::milliseconds patience = std::chrono::seconds(10));
+    /// No writer is at work on the file, as far as there are no locks to tell.
+    static Recovery run(const std::string& fileName,
+                        std::chrono::milliseconds patience = std::chrono::seconds(10));
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,65 @@
+// What an interrupted write left beside a file, and doing something about it.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Recovery.h>
+
+#include "accessors/Messages.h"
+#include "files/LockedFile.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Files::LockedFile;
+using Verdict = Files::JournalRecovery::Verdict;
+
+Recovery::State stateOf(Verdict verdict) {
+    switch (verdict) {
+        case Verdict::kNothing:
+            return Recovery::State::kNothing;
+        case Verdict::kNotBegun:
+            return Recovery::State::kUnused;
+        case Verdict::kRestoreOld:
+            return Recovery::State::kUndo;
+        case Verdict::kKeepNew:
+            return Recovery::State::kFinish;
+        case Verdict::kDamaged:
+        case Verdict::kUnexplained:
+            return Recovery::State::kOrphaned;
+        case Verdict::kForeign:
+        case Verdict::kUnreadable:
+            break;
+    }
+    return Recovery::State::kRefused;
+}
+
+Recovery recoveryOf(const LockedFile::Opening& opening) {
+    Recovery recovery;
+    recovery.state = stateOf(opening.verdict);
+    recovery.journal = opening.journalPath;
+    addMessage(recovery.message, opening.notes);
+    addMessage(recovery.message, opening.problem);
+    if (opening.error) addMessage(recovery.message, opening.error.message());
+    return recovery;
+}
+
+}  // namespace
+
+Recovery Recovery::inspect(const std::string& fileName, std::chrono::milliseconds patience) {
+    const auto opening = LockedFile::inspect(fileName, patience);
+    Recovery recovery = recoveryOf(opening);
+    if (!opening.file) recovery.state = State::kRefused;
+    recovery.done = opening.file && recovery.state == State::kNothing;
+    return recovery;
+}
+
+Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds patience) {
+    // Who may not write the file has nothing to do either, as a rule.
+    if (const Recovery found = inspect(fileName, patience); found.done) return found;
+    const auto opening = LockedFile::open(fileName, LockedFile::Use::kRecover, patience);
+    Recovery recovery = recoveryOf(opening);
+    if (!opening.file && recovery.state == State::kNothing) recovery.state = State::kRefused;
+    recovery.done = opening.file != nullptr;
+    return recovery;
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,168 @@
+// What becomes of a file and of a journal that is found beside it.
+// SPDX-License-Identifier: Apache-2.0
+#include "files/JournalRecovery.h"
+
+#include <gtest/gtest.h>
+
+#include "files/Checksum.h"
+#include "files/LockedFile.h"
+#include "files/ScriptedFileSystem.h"
+
+namespace orbo::Files {
+namespace {
+
+using Use = LockedFile::Use;
+using Verdict = JournalRecovery::Verdict;
+
+const std::string kPath = "/folder/scene";
+const std::string kJournal = kPath + ".metadata-journal";
+const std::string kSetAside = kJournal + ".set-aside-1";
+
+class JournalRecoveryTest : public testing::Test {
+  protected:
+    static constexpr std::string_view kOld = "scene 12 and its old tail";
+    static constexpr std::string_view kNew = "scene 34 and its newer, longer tail";
+
+    JournalRecoveryTest() {
+        fSystem.files[kPath] = kOld;
+        std::error_code error;
+        const auto file = fSystem.create(kJournal, 0, error);
+        const std::vector<RewriteRange> ranges{{6, "12", {"34"}},
+                                               {17, kOld.substr(17), {kNew.substr(17)}}};
+        EXPECT_TRUE(Journal::write(*file, kPath, ranges));
+        fWhole = fSystem.files[kJournal];
+    }
+
+    /// Opens the file, content and journal being as given.
+    LockedFile::Opening open(std::string_view content, const std::string& journal, Use use) {
+        fSystem.files = {{kPath, std::string(content)}, {kJournal, journal}};
+        return LockedFile::open(kPath, use, {});
+    }
+    static std::string contentOf(const LockedFile::Opening& opening) {
+        if (!opening.file) return "";
+        std::string bytes(100, '\0');
+        EXPECT_TRUE(opening.file->file().seek(0));
+        bytes.resize(opening.file->file().read(bytes.data(), bytes.size()).value_or(0));
+        return bytes;
+    }
+
+    ScriptedFileSystem fSystem;
+    FileSystem::Replacement fReplaced{fSystem};
+    std::string fWhole;
+};
+
+TEST(ChecksumTest, IsTheOneItSays) {
+    for (std::size_t split = 0; split < 10; ++split) {
+        const std::string_view digits = "123456789";
+        Checksum checksum;
+        checksum.add(digits.substr(0, split));
+        checksum.add(digits.substr(split));
+        EXPECT_EQ(checksum.value(), 0x995DC9BBDF1939FA);
+    }
+}
+
+TEST_F(JournalRecoveryTest, OldBytesNewOnesAndZerosWhereItGrewAreExplained) {
+    const std::string grown(kNew.size() - kOld.size(), '\0');
+    const std::string mixed = "scene 32" + std::string(kOld.substr(8));
+    const std::string foreign = "scene 13" + std::string(kOld.substr(8));
+    const struct {
+        std::string content;
+        Verdict verdict;
+        std::string_view after;
+    } rows[] = {
+        {std::string(kOld), Verdict::kRestoreOld, kOld},
+        {std::string(kNew), Verdict::kKeepNew, kNew},
+        {mixed, Verdict::kRestoreOld, kOld},
+        {std::string(kOld) + grown, Verdict::kRestoreOld, kOld},
+        {mixed + grown.substr(1), Verdict::kRestoreOld, kOld},
+        {std::string(kNew.substr(0, kNew.size() - 1)), Verdict::kRestoreOld, kOld},
+        {foreign, Verdict::kUnexplained, foreign},
+        {std::string(kNew) + "x", Verdict::kUnexplained, {}},
+        {std::string(kOld.substr(1)), Verdict::kUnexplained, {}},
+        {std::string(kOld) + std::string(grown.size(), 'x'), Verdict::kUnexplained, {}},
+        {"", Verdict::kUnexplained, {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.content);
+        const std::string after(row.after.empty() ? row.content : row.after);
+        for (const Use use : {Use::kRead, Use::kWrite, Use::kRecover}) {
+            const auto opening = open(row.content, fWhole, use);
+            EXPECT_EQ(opening.verdict, row.verdict);
+            EXPECT_EQ(contentOf(opening), after);
+            EXPECT_EQ(fSystem.files[kPath], after);
+            EXPECT_EQ(fSystem.files.count(kJournal), 0U);
+            EXPECT_EQ(fSystem.files.count(kSetAside), row.verdict == Verdict::kUnexplained);
+        }
+        // Who may not write sees the same.
+        fSystem.readOnly = {kPath, kJournal};
+        EXPECT_EQ(contentOf(open(row.content, fWhole, Use::kRead)), after);
+        EXPECT_EQ(fSystem.files[kPath], row.content);
+        EXPECT_EQ(fSystem.files[kJournal], fWhole);
+        fSystem.readOnly.clear();
+    }
+}
+
+TEST_F(JournalRecoveryTest, ADamagedJournalChangesNothing) {
+    const std::string mixed = "scene 32" + std::string(kOld.substr(8));
+    for (std::size_t i = 0; i < fWhole.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(open(mixed, fWhole.substr(0, i), Use::kWrite).verdict, Verdict::kNotBegun);
+        EXPECT_EQ(fSystem.files[kPath], mixed);
+        EXPECT_EQ(fSystem.files.count(kSetAside) + fSystem.files.count(kJournal), 0U);
+
+        std::string damaged = fWhole;
+        damaged[i] ^= 0x20;
+        const auto opening = open(mixed, damaged, i % 2 == 0 ? Use::kRead : Use::kWrite);
+        EXPECT_EQ(opening.verdict, Verdict::kDamaged);
+        EXPECT_EQ(contentOf(opening), mixed);
+        EXPECT_EQ(fSystem.files[kSetAside], damaged);
+    }
+    EXPECT_EQ(open(mixed, fWhole + "x", Use::kWrite).verdict, Verdict::kDamaged);
+    // Of another file.
+    fSystem.files = {{"/folder/copy", mixed}, {"/folder/copy.metadata-journal", fWhole}};
+    EXPECT_EQ(LockedFile::open("/folder/copy", Use::kWrite, {}).verdict, Verdict::kUnexplained);
+    EXPECT_EQ(fSystem.files["/folder/copy"], mixed);
+}
+
+TEST_F(JournalRecoveryTest, WhatCannotBeTrustedIsNeitherAppliedNorIgnored) {
+    const std::function<void()> troubles[] = {
+        [this] { fSystem.statuses[kJournal].owner = 7; },
+        [this] { fSystem.statuses[kJournal].isRegular = false; },
+        [this] { fSystem.failAt(1, true, Call::kNameStatus); },
+        [this] { fSystem.hasLocks = false; },
+    };
+    for (const auto& trouble : troubles) {
+        fSystem.statuses.clear();
+        fSystem.failAt(-1, false);
+        trouble();
+        for (const Use use : {Use::kRead, Use::kWrite}) {
+            const auto opening = open(kOld, fWhole, use);
+            EXPECT_FALSE(opening.file);
+            EXPECT_TRUE(!opening.problem.empty() || opening.error);
+            EXPECT_EQ(fSystem.files[kJournal], fWhole);
+        }
+    }
+    // Somebody knows that nobody is at work.
+    EXPECT_EQ(open(kOld.substr(0, 17), fWhole, Use::kRecover).verdict, Verdict::kUnexplained);
+    EXPECT_EQ(contentOf(open("scene 32" + std::string(kOld.substr(8)), fWhole, Use::kRecover)),
+              kOld);
+}
+
+TEST_F(JournalRecoveryTest, ALockKeepsOthersOut) {
+    fSystem.files.erase(kJournal);
+    const auto reader = LockedFile::open(kPath, Use::kRead, {});
+    EXPECT_TRUE(LockedFile::open(kPath, Use::kRead, {}).file);
+    EXPECT_EQ(LockedFile::open(kPath, Use::kWrite, std::chrono::milliseconds(5)).problem,
+              kPath + " is in use by another program");
+}
+
+TEST(JournalPath, FitsIntoTheFolder) {
+    const std::string longName(255, 'n');
+    const std::string path = Journal::pathFor("/folder/" + longName);
+    EXPECT_EQ(Journal::nameOf(path).size(), 255U);
+    EXPECT_NE(path, Journal::pathFor("/folder/" + longName.substr(1) + "m"));
+    EXPECT_EQ(Journal::pathFor("scene"), "scene.metadata-journal");
+}
+
+}  // namespace
+}  // namespace orbo::Files

@@ -1,0 +1,114 @@
+// quilmeta recover: deals with what an interrupted write left beside files.
+// SPDX-License-Identifier: Apache-2.0
+#include "Commands.h"
+#include "Options.h"
+#include "SafeText.h"
+#include "Trouble.h"
+
+#include <data/Recovery.h>
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+using Data::Recovery;
+using State = Recovery::State;
+
+struct RecoverOptions {
+    std::vector<std::string> files;
+    SceneAccess access;
+    bool list = false;
+};
+
+const char* pending(State state) {
+    switch (state) {
+        case State::kNothing:
+            return "nothing to recover";
+        case State::kUnused:
+            return "a change was cut short before it began; the journal is to be removed";
+        case State::kUndo:
+            return "a change was cut short; it is to be undone";
+        case State::kFinish:
+            return "a change was cut short at its end; it is to be finished";
+        case State::kOrphaned:
+            return "a journal that does not fit the file; it is to be set aside";
+        case State::kRefused:
+            break;
+    }
+    return "a journal that cannot be used";
+}
+
+const char* done(State state) {
+    switch (state) {
+        case State::kUnused:
+            return "a change was cut short before it began; the journal has been removed";
+        case State::kUndo:
+            return "a change was cut short; it has been undone";
+        case State::kFinish:
+            return "a change was cut short at its end; it has been finished";
+        case State::kOrphaned:
+            return "a journal that does not fit the file has been set aside";
+        case State::kNothing:
+        case State::kRefused:
+            break;
+    }
+    return "nothing to recover";
+}
+
+int list(const std::string& file, const RecoverOptions& options, Output& output) {
+    const Recovery recovery = Recovery::inspect(file, options.access.patience());
+    if (recovery.state == State::kRefused) throw Trouble(recovery.message);
+    if (recovery.state == State::kNothing) return kDone;
+    output.write(safeLine(file) + ": " + pending(recovery.state) + '\n');
+    complain(file, recovery.message);
+    return kFinding;
+}
+
+void recover(const std::string& file, const RecoverOptions& options, Output& output) {
+    const Recovery recovery = Recovery::run(file, options.access.patience());
+    if (!recovery.done) throw Trouble(recovery.message);
+    output.write(safeLine(file) + ": " + done(recovery.state) + '\n');
+    if (recovery.state == State::kOrphaned) complain(file, recovery.message);
+}
+
+int recoverAll(const RecoverOptions& options, Output& output) {
+    int exitCode = kDone;
+    for (const std::string& file : options.files) {
+        int found = kDone;
+        const int trouble = guarded(file, [&] {
+            if (options.list) {
+                found = list(file, options, output);
+            } else {
+                recover(file, options, output);
+            }
+        });
+        exitCode = std::max({exitCode, found, trouble});
+    }
+    return exitCode;
+}
+
+}  // namespace
+
+void addRecover(CLI::App& app, Output& output, int& exitCode) {
+    auto options = std::make_shared<RecoverOptions>();
+    CLI::App* command = app.add_subcommand("recover", "Finish or undo what was cut short");
+    addWords(*command, "FILE", options->files, "Scene files");
+    command->add_flag("--list", options->list,
+                      "Only say what is to be done; exit code 1 if there is anything");
+    addWait(*command, options->access);
+    command->footer(
+        "A write that is killed, or meets the end of the power, leaves a journal beside the\n"
+        "scene. All commands deal with it by themselves, except where the file system has no\n"
+        "locks: there make sure that nobody is writing the scene, and use this one.\n"
+        "Example:\n"
+        "  quilmeta recover --list shots/*.kx");
+    command->callback([options, &output, &exitCode] { exitCode = recoverAll(*options, output); });
+}
+
+}  // namespace orbo::Quilmeta
