@@ -61,6 +61,20 @@ std::string headerFor(const std::string& name, const std::vector<RewriteRange>& 
     return header + checksumOf(header);
 }
 
+std::string besideFile(const std::string& filePath, const std::string& suffix) {
+    const std::string name = Journal::nameOf(filePath);
+    if (name.size() + suffix.size() <= kLongestName) return filePath + suffix;
+    // Names with the same beginning must not share a journal.
+    Checksum checksum;
+    checksum.add(name);
+    std::string digits = "-";
+    for (int shift = 60; shift >= 0; shift -= 4) {
+        digits += "0123456789abcdef"[checksum.value() >> shift & 0xF];
+    }
+    const std::string folder = filePath.substr(0, filePath.size() - name.size());
+    return folder + name.substr(0, kLongestName - suffix.size() - digits.size()) + digits + suffix;
+}
+
 /// Hands bytes on in large pieces and sums them up.
 class SummedOutput {
   public:
@@ -218,18 +232,11 @@ std::string Journal::nameOf(const std::string& filePath) {
 }
 
 std::string Journal::pathFor(const std::string& filePath) {
-    const std::string name = nameOf(filePath);
-    if (name.size() + kSuffix.size() <= kLongestName) return filePath + std::string(kSuffix);
-    // Names with the same beginning must not share a journal.
-    Checksum checksum;
-    checksum.add(name);
-    std::string digits;
-    for (int shift = 60; shift >= 0; shift -= 4) {
-        digits += "0123456789abcdef"[checksum.value() >> shift & 0xF];
-    }
-    const std::string folder = filePath.substr(0, filePath.size() - name.size());
-    return folder + name.substr(0, kLongestName - kSuffix.size() - digits.size() - 1) + '-' +
-           digits + std::string(kSuffix);
+    return besideFile(filePath, std::string(kSuffix));
+}
+
+std::string Journal::pathSetAside(const std::string& filePath, int n) {
+    return besideFile(filePath, std::string(kSuffix) + ".set-aside-" + std::to_string(n));
 }
 
 bool Journal::write(File& journal, const std::string& filePath,

@@ -36,6 +36,8 @@ struct Journal {
 
     /// In the folder of the file, by a name that the file system takes.
     static std::string pathFor(const std::string& filePath);
+    /// Where the `n`-th journal goes that is no longer one.
+    static std::string pathSetAside(const std::string& filePath, int n);
     /// The last part of a path.
     static std::string nameOf(const std::string& filePath);
 

@@ -211,7 +211,7 @@ bool JournalRecovery::removeJournal() {
 
 bool JournalRecovery::setAside() {
     for (int i = 1; i <= kMostSetAside; ++i) {
-        const std::string path = fJournalPath + ".set-aside-" + std::to_string(i);
+        const std::string path = Journal::pathSetAside(fFilePath, i);
         std::error_code error;
         const bool taken = fSystem.status(path, error).has_value();
         if (taken) continue;

@@ -160,6 +160,7 @@ TEST(JournalPath, FitsIntoTheFolder) {
     const std::string longName(255, 'n');
     const std::string path = Journal::pathFor("/folder/" + longName);
     EXPECT_EQ(Journal::nameOf(path).size(), 255U);
+    EXPECT_EQ(Journal::nameOf(Journal::pathSetAside("/folder/" + longName, 12)).size(), 255U);
     EXPECT_NE(path, Journal::pathFor("/folder/" + longName.substr(1) + "m"));
     EXPECT_EQ(Journal::pathFor("scene"), "scene.metadata-journal");
 }
