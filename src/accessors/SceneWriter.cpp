@@ -90,12 +90,13 @@ void SceneWriter::decide(Kind kind, SectionPlan& plan) {
     }
 }
 
-// A structure that the caller removed stays while somebody else's associations need it.
+// A structure that the caller removed stays while somebody else's associations need it; once, for
+// repetitions are nobody's.
 void SceneWriter::keepStructuresOfKept() {
     for (Entry& entry : fSection.entries()) {
         if (!entry.understood || entry.where.kind != Kind::kStructure) continue;
         if (entry.fate != Fate::kDropped || fModel.structure(entry.name)) continue;
-        if (fNeededStructures.count(entry.name) > 0) entry.fate = Fate::kAhead;
+        if (fNeededStructures.erase(entry.name) > 0) entry.fate = Fate::kAhead;
     }
 }
 

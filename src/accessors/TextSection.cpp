@@ -129,7 +129,8 @@ std::string TextSection::foreignLines() const {
         while (statement != fEntries.end() && statement->where.end <= at) ++statement;
         const bool inside = statement != fEntries.end() && statement->where.begin <= at;
         at += line.size();
-        if (Ascii::trim(line).empty()) continue;
+        // Who knows what a blank line means in a statement that was not understood.
+        if (Ascii::trim(line).empty() && !(inside && !statement->understood)) continue;
         if (inside && statement->understood) {
             // A comment outlives the statement that it was put into.
             if (statement->fate != Fate::kDropped || !TextStatement::isComment(line)) continue;

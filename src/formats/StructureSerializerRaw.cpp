@@ -90,6 +90,8 @@ class Parser {
         std::string_view right;
         if (!splitInTwo(field, left, right)) {
             record(std::string("Member type and name must be separated by '") + fEquals + "'");
+        } else if (right.find('\0') != std::string_view::npos) {
+            record("Names cannot hold a zero byte");  // they would end there
         } else if (left == fNameKey) {
             fStructure->setName(std::string(right).c_str());
             fNameSeen = true;

@@ -37,6 +37,7 @@ TEST(StructureText, IsReadHoweverItIsLaidOutOrSaysWhatIsWrong) {
         {"name=A:float [3]=a", "Member type 'float ' not recognized"},
         {"name=:int32=a", noEquals + "\n" + noName},
         {"name=A:int32=a=b", noEquals},
+        {std::string("name=A:int32=a \0b", 17), "Names cannot hold a zero byte"},
         {"name=A: float3] = a", "Member 'float3]" + closes},
         {"name=A:[3=a", "Member '[3' needs name before dimension specifier"},
         {"int=a:x:float[=b:bool=c", "Member type 'int' not recognized\n" + noEquals +

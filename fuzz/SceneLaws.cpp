@@ -1,0 +1,221 @@
+// What holds for every scene file that is read, edited and written, of either kind.
+// SPDX-License-Identifier: Apache-2.0
+#include "SceneLaws.h"
+
+#include <data/Accessor.h>
+#include <data/Channel.h>
+#include <data/Handle.h>
+#include <data/Index.h>
+#include <data/Stream.h>
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+
+#include "Law.h"
+#include "accessors/ModelText.h"
+#include "files/ScriptedFileSystem.h"
+
+namespace orbo::Fuzz {
+
+using namespace orbo::Data;
+
+namespace {
+
+enum Edit : unsigned {
+    kNothing,
+    kAddElement,
+    kRemoveNode,
+    kRemoveAll,
+    kAddNode,
+    kRemoveStructure,
+    kCopyNode,
+    kAddText
+};
+
+// By what they are and their name. Numbers as the policy writes them, so that what it leaves out
+// makes no difference.
+using Texts = std::map<std::string, std::string>;
+
+Texts textsOf(const Accessor& accessor, bool exactNumbers) {
+    Texts texts;
+    std::string ignored;
+    for (const Structure* structure : accessor.structures()) {
+        texts[std::string("structure ") + structure->name()] = Data::textOf(*structure);
+    }
+    for (const auto& [node, associations] : accessor.associations()) {
+        const auto record = recordOf(node, associations, exactNumbers, ignored);
+        // Channels without streams are not written.
+        if (record && record->text != "endAssociations\n") texts["node " + node] = record->text;
+    }
+    return texts;
+}
+
+Stream* firstStream(Accessor& accessor) {
+    for (auto& entry : accessor.associations()) {
+        for (const Channel& channel : entry.second) {
+            for (const Stream& stream : channel) {
+                return entry.second.findChannel(channel.name())->findDataStream(stream.name());
+            }
+        }
+    }
+    return nullptr;
+}
+
+// A structure may claim any size, and an element of it would really have it.
+void addElement(Accessor& accessor) {
+    Stream* stream = firstStream(accessor);
+    if (!stream || stream->structure().totalSize() > 4096) return;
+    try {
+        const bool isPair = stream->indexType() == "pair";
+        const Index index = Index::doCreate(stream->indexType(), isPair ? "7 7" : "7");
+        stream->setElement(index, Handle(stream->structure()));
+    } catch (const Index::eCreationErrors&) {  // of a type that is kept as text
+    }
+}
+
+void addNode(Accessor& accessor, const std::string& text) {
+    const RefPtr<Structure> structure(Structure::create());
+    structure->setName("Added");
+    structure->addMember(Member::kString, 1, "text");
+    structure->addMember(Member::kFloat, 2, "number");
+    Handle handle(*structure);
+    *handle.asString() = ::strdup(text.c_str());
+    Stream stream(*structure, "added");
+    stream.setElement(Index(3), handle);
+    accessor.associations()["added"].channel("c").setDataStream(stream);
+    Accessor::StructureSet structures = accessor.structures();
+    structures.insert(structure.get());
+    accessor.setStructures(structures);
+}
+
+// `text` is any text.
+void edit(Accessor& accessor, unsigned edit, const std::string& text) {
+    auto& nodes = accessor.associations();
+    Accessor::StructureSet structures = accessor.structures();
+    switch (edit) {
+        case kAddElement:
+            return addElement(accessor);
+        case kRemoveAll:
+            accessor.setStructures({});
+            return nodes.clear();
+        case kRemoveNode:
+            if (!nodes.empty()) nodes.erase(nodes.begin());
+            return;
+        case kRemoveStructure:
+            if (!structures.empty()) structures.erase(structures.begin());
+            return accessor.setStructures(structures);
+        case kCopyNode:
+            if (!nodes.empty()) nodes[text] = nodes.begin()->second;
+            return;
+        case kAddNode:
+        case kAddText:
+            return addNode(accessor, edit == kAddText ? text : "plain");
+        default:
+            return;
+    }
+}
+
+/// One scene in memory and what is done to it.
+class SceneRun {
+  public:
+    SceneRun(const std::string& name, const std::string& scene, const Plan& plan)
+        : fName(name), fScene(scene), fPlan(plan) {
+        file() = scene;
+    }
+
+    void run(IsUntouched isUntouched) {
+        const auto accessor = read();
+        if (!accessor) return;
+        const std::size_t tail = fScene.size() - std::min<std::size_t>(fScene.size(), 8);
+        // Only careful writes say what the formats cannot carry.
+        edit(*accessor, fPlan.edit, fScene.substr(tail).c_str());
+        fWanted = textsOf(*accessor, fPlan.careful);
+        if (!accessor->write(fErrors)) {
+            demand(!fErrors.empty(), "a refusal has a message");
+            return demand(file() == fScene, "a refusal leaves the file alone", fScene, file());
+        }
+        demand(isUntouched(fScene, file()), "a write leaves the scene alone", fScene, file());
+        checkResult(*accessor);
+    }
+
+  private:
+    std::string& file() { return fSystem.files[fName]; }
+
+    // Null when that is refused.
+    std::unique_ptr<Accessor> read() {
+        auto accessor = Accessor::accessorByExtension(fName);
+        accessor->setReadPolicy({fPlan.unknownAsText});
+        if (fPlan.careful) accessor->setWritePolicy(WritePolicy::careful());
+        bool done = false;
+        try {
+            done = accessor->read(fName, fErrors);
+            demand(done || !fErrors.empty(), "a refusal has a message");
+        } catch (const Index::eCreationErrors&) {
+        }
+        if (!done) {
+            demand(!accessor->write(fErrors), "what could not be read is not written");
+            demand(file() == fScene, "a read leaves the file alone");
+            return nullptr;
+        }
+        fUnderstoodAll = fErrors.empty();
+        fErrors.clear();
+        return accessor;
+    }
+
+    void checkResult(const Accessor& accessor) {
+        const std::string before = fScene;
+        fScene = file();
+        const auto readBack = read();
+        demand(readBack != nullptr, "what was written can be read", before, fScene);
+        checkModel(*readBack, before);
+        if (!fPlan.rereads) return writeAgain(accessor);
+        // What was removed but stays, because unreadable metadata needs it, is read back, and what
+        // is unreadable may change its place for that. Once.
+        if (fPlan.edit == kNothing && fUnderstoodAll) return writeAgain(*readBack);
+        if (!readBack->write(fErrors)) return;
+        fScene = file();
+        if (const auto next = read()) writeAgain(*next);
+    }
+
+    // Only a careful write puts a first section into a small scene, and none may be left.
+    void writeAgain(const Accessor& accessor) {
+        const bool done = accessor.write(fErrors);
+        demand(done || !fPlan.careful, "it can be written again", fScene, fErrors);
+        demand(file() == fScene, "writing again changes nothing", fScene, file());
+    }
+
+    // The file may hold more: what could not be read before may be readable now. Without its
+    // structure a node is written, but nobody can read it; a careful write adds the structure.
+    void checkModel(const Accessor& readBack, const std::string& before) {
+        if (fPlan.edit == kRemoveStructure && !fPlan.careful) return;
+        const Texts got = textsOf(readBack, fPlan.careful);
+        for (const auto& [what, text] : fWanted) {
+            const auto found = got.find(what);
+            demand(found != got.end(), "nothing is lost", what + "\n" + before, fScene);
+            demand(found->second == text, "nothing changes", text + "\n" + before, found->second);
+        }
+    }
+
+    Files::ScriptedFileSystem fSystem;
+    Files::FileSystem::Replacement fReplaced{fSystem};
+    const std::string fName;
+    std::string fScene;
+    const Plan fPlan;
+    std::string fErrors;
+    bool fUnderstoodAll = false;  ///< by the last read
+    Texts fWanted;
+};
+
+}  // namespace
+
+void checkScene(const std::string& name, const std::string& scene, const Plan& plan,
+                IsUntouched isUntouched) {
+    SceneRun(name, scene, plan).run(isUntouched);
+}
+
+}  // namespace orbo::Fuzz

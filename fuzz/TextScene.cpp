@@ -1,0 +1,74 @@
+// Text scenes: the lines that are no metadata outlive every write.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "Law.h"
+#include "SceneLaws.h"
+#include "core/Ascii.h"
+
+namespace {
+
+using orbo::Data::Ascii::startsWith;
+using orbo::Data::Ascii::trim;
+
+struct Outline {
+    std::size_t front = std::string::npos;    ///< where the first command or the trailer begins
+    std::size_t trailer = std::string::npos;  ///< where the last line begins that is one
+    bool unclosed = false;                    ///< some statement has no ";" of its own
+    // Lines with anything on them, sorted.
+    std::vector<std::string_view> all;
+    std::vector<std::string_view> foreign;  ///< of no statement
+};
+
+void addLine(Outline& outline, std::string_view line, bool begins, bool& inside) {
+    const bool comment = startsWith(line, "//");
+    outline.unclosed = outline.unclosed || (inside && begins);
+    inside = inside || begins;
+    if (trim(line).empty()) return;
+    outline.all.push_back(line);
+    if (comment || !inside) outline.foreign.push_back(line);
+    if (!comment && trim(line).back() == ';') inside = false;
+}
+
+// Reads forwards, which the library never does.
+Outline outlineOf(std::string_view scene) {
+    Outline outline;
+    bool inside = false;
+    for (std::size_t at = 0; at < scene.size();) {
+        const std::string_view line = scene.substr(at, scene.find('\n', at) - at);
+        if (startsWith(line, "// End of")) outline.trailer = at;
+        const bool isCommand =
+            startsWith(line, "dataStructure") || startsWith(line, "applyMetadata");
+        if (isCommand || startsWith(line, "// End of")) outline.front = std::min(outline.front, at);
+        addLine(outline, line, isCommand, inside);
+        at += line.size() + 1;
+    }
+    outline.unclosed = outline.unclosed || inside;
+    std::sort(outline.all.begin(), outline.all.end());
+    std::sort(outline.foreign.begin(), outline.foreign.end());
+    return outline;
+}
+
+// A statement without a ";" takes the next foreign line in when what was between them goes.
+bool isUntouched(const std::string& before, const std::string& after) {
+    const Outline old = outlineOf(before);
+    const Outline now = outlineOf(after);
+    return before.compare(0, old.front, after, 0, old.front) == 0 &&
+           old.trailer != std::string::npos && now.trailer != std::string::npos &&
+           before.substr(old.trailer) == after.substr(now.trailer) &&
+           std::includes(now.all.begin(), now.all.end(), old.foreign.begin(), old.foreign.end()) &&
+           (old.unclosed || old.foreign == now.foreign);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) return 0;
+    const orbo::Fuzz::Plan plan(data[0]);
+    std::string scene(orbo::Fuzz::textOf(data + 1, size - 1));
+    if (plan.framed) scene = "//Quil ASCII 2016 scene\n" + scene + "\n// End of scene.kx\n";
+    orbo::Fuzz::checkScene("scene.kx", scene, plan, isUntouched);
+    return 0;
+}
