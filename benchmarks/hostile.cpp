@@ -169,11 +169,11 @@ bool checkSparseScenes(const std::string& folder) {
     const std::string end = "FOR8" + number(0, 4) + number(chunks.size() + 28, 8) + "TRLR" +
                             chunks + "BCSZ" + number(0, 4) + number(4, 8) +
                             number(chunks.size() + 20, 4) + number(0, 4);
-    const bool textIsGood =
-        checkSparse(folder + "/scene.kx", "//Quil ASCII 2016 scene\n",
-                    ";\nselect -ne a;\ndataStructure -fmt \"raw\" -as \"name=S:int8=x\";\n"
-                    "applyMetadata -fmt \"raw\" -v \"" +
-                        escaped + "\" \n\t\tn;\n// End of scene.kx\n");
+    const bool textIsGood = checkSparse(
+        folder + "/scene.kx", "//Quil ASCII 2016 scene\n",
+        ";\nselect -ne a;\nselect -ne b;\ndataStructure -fmt \"raw\" -as \"name=S:int8=x\";\n"
+        "applyMetadata -fmt \"raw\" -v \"" +
+            escaped + "\" \n\t\tn;\n// End of scene.kx\n");
     const bool binaryIsGood =
         checkSparse(folder + "/scene.ky",
                     "FOR8" + number(0, 4) + number(kSize + end.size() - 16, 8) + "Quil", end);
