@@ -3,6 +3,7 @@
 #pragma once
 
 #include <data/Associations.h>
+#include <data/Finding.h>
 #include <data/ReadPolicy.h>
 #include <data/WritePolicy.h>
 #include <debug/Export.h>
@@ -12,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace orbo::Data {
 
@@ -48,6 +50,8 @@ class METADATA_API Accessor {
               const std::set<std::string>* associationNames, std::string& errors);
     /// Writes `structures()` and `associations()` into `fileName()`.
     virtual bool write(std::string& errors) const;
+    /// What the last `read` or `write` had to say, also when it failed, in file order.
+    [[nodiscard]] const std::vector<Finding>& findings() const;
     [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
 
     /// By node name; the scene's own under the empty name. Edits are what `write` stores.
@@ -80,6 +84,9 @@ class METADATA_API Accessor {
     [[nodiscard]] bool lastReadSucceeded() const;
     /// What `metConflict` is to tell.
     void setMetConflict(bool conflict) const;
+    /// For implementations of reading and writing. An implementation that leaves none has one made
+    /// of what it added to `errors`.
+    void setFindings(std::vector<Finding> findings) const;
 
     /// Reads `fileName()`: registers the structures it finds, which are taken over into
     /// `structures()`, and fills `associations()`. Null sets mean all names.

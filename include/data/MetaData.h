@@ -16,6 +16,7 @@
 #include <data/ChannelSerializer.h>
 #include <data/ChannelSerializerRaw.h>
 #include <data/ExternalContent.h>
+#include <data/Finding.h>
 #include <data/Handle.h>
 #include <data/Index.h>
 #include <data/IndexPair.h>

@@ -3,12 +3,15 @@
 #include <data/Accessor.h>
 #include <data/Structure.h>
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 #include <typeinfo>
 #include <utility>
 
 #include "accessors/Messages.h"
+#include "core/Ascii.h"
 #include "core/StructureRegistry.h"
 
 namespace orbo::Data {
@@ -46,6 +49,12 @@ const char* nameOf(const Structure& structure) { return structure.name() ? struc
 }  // namespace
 
 struct Accessor::Impl {
+    void addFinding(std::string_view message) {
+        message = Ascii::trim(message);
+        if (!message.empty())
+            findings.push_back({Finding::Code::kOther, {}, {}, {}, {}, std::string(message)});
+    }
+
     std::string fileName;
     HeldStructures structures;
     AssociationsMap associations;
@@ -54,6 +63,7 @@ struct Accessor::Impl {
     std::chrono::milliseconds patience = std::chrono::seconds(10);
     bool lastReadSucceeded = false;
     bool metConflict = false;
+    std::vector<Finding> findings;
 };
 
 bool Accessor::StructureNameLessThan::operator()(const Structure* left,
@@ -85,8 +95,13 @@ bool Accessor::read(const std::string& fileName, const std::set<std::string>* st
     };
     const Guard guard(*this);
     fImpl->fileName = fileName;
+    fImpl->findings.clear();
     clear();
-    if (!readImplementation(structureNames, associationNames, errors)) return false;
+    const std::size_t before = errors.size();
+    const bool done = readImplementation(structureNames, associationNames, errors);
+    if (fImpl->findings.empty())
+        fImpl->addFinding(std::string_view(errors).substr(std::min(before, errors.size())));
+    if (!done) return false;
     const std::set<Structure*>& found = Structure::allStructures();
     HeldStructures(StructureSet(found.begin(), found.end())).swap(fImpl->structures);
     fImpl->lastReadSucceeded = true;
@@ -120,6 +135,12 @@ void Accessor::clear() {
 }
 
 const std::string& Accessor::fileName() const { return fImpl->fileName; }
+
+const std::vector<Finding>& Accessor::findings() const { return fImpl->findings; }
+
+void Accessor::setFindings(std::vector<Finding> findings) const {
+    fImpl->findings = std::move(findings);
+}
 
 bool Accessor::lastReadSucceeded() const { return fImpl->lastReadSucceeded; }
 

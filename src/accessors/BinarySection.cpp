@@ -30,7 +30,8 @@ bool BinarySection::find(std::string& errors) {
 
 // Stricter than reading needs it: what does not fit together may have been damaged.
 bool BinarySection::locate(std::string& errors) {
-    if (!locateTrailer(fFile, fTrailer, errors)) return false;
+    Findings findings;
+    if (!locateTrailer(fFile, fTrailer, findings)) return fail(errors, findings);
     const auto size = fFile.size();
     if (!size) return fail(errors, "Could not seek to trailer start.");
     fSize = *size;
@@ -136,9 +137,9 @@ bool BinarySection::compose(const NewRecords& records, std::string& errors) {
     return true;
 }
 
-bool BinarySection::readBack(ModelReading& reading, std::string& errors) const {
+bool BinarySection::readBack(ModelReading& reading, Findings& findings) const {
     Files::MemoryFile file(fNewChunks);
-    return readChunks(file, 0, fNewChunks.size(), reading, errors);
+    return readChunks(file, 0, fNewChunks.size(), reading, findings);
 }
 
 std::vector<BinarySection::Change> BinarySection::changes() const {

@@ -26,7 +26,7 @@ class BinarySection : public SceneSection {
     bool append(std::string& out, const SceneRecord& record) const override;
     /// Fails when the distance back to the trailer's begin would take more than its 32 bits.
     bool compose(const NewRecords& records, std::string& errors) override;
-    bool readBack(ModelReading& reading, std::string& errors) const override;
+    bool readBack(ModelReading& reading, Findings& findings) const override;
     [[nodiscard]] std::vector<Change> changes() const override;
 
   private:

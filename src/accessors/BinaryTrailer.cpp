@@ -7,11 +7,10 @@
 #include <string_view>
 #include <utility>
 
-#include "accessors/Messages.h"
-
 namespace orbo::Data {
 
 using namespace AccessorQuil::Binary;
+using Code = Finding::Code;
 using Kind = SceneRecord::Kind;
 
 namespace {
@@ -35,6 +34,8 @@ std::optional<std::string_view> takeString(std::string_view& left) {
     return string;
 }
 
+FilePlace placeOf(const BinaryChunk& chunk) { return {chunk.begin, chunk.tag}; }
+
 bool isWanted(Kind kind, const ModelReading& reading) {
     return kind == Kind::kStructure ? reading.wantsMore() : reading.wantsAssociations();
 }
@@ -48,37 +49,42 @@ std::optional<SceneRecord> readRecord(Files::File& file, const BinaryChunk& chun
 
 }  // namespace
 
-bool locateTrailer(Files::File& file, BinaryTrailer& trailer, std::string& errors) {
+bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Findings& findings) {
     char identification[kIdentificationSize];
     if (!file.seek(0) || !Files::readExactly(file, identification, sizeof identification)) {
-        return fail(errors, "Could not read file identification.");
+        return findings.fail(Code::kNotAScene, "Could not read file identification.");
     }
     if (!isScene({identification, sizeof identification})) {
-        return fail(errors, "Not a supported file type.");
+        return findings.fail(Code::kNotAScene, "Not a supported file type.");
     }
     const std::uint64_t mainSize = fromBigEndian({identification + BinaryTrailer::kMainSizeAt, 8});
     trailer.end = mainSize - 8;
     if (mainSize < 8 || !file.seek(trailer.end)) {
-        return fail(errors, "Error seeking to the end of main chunk.");
+        return findings.fail(Code::kChunkDamaged, "Error seeking to the end of main chunk.",
+                             {0, getFormChunkName()});
     }
     BinaryChunk endChunk;
     if (!readChunkHeader(file, trailer.end, endChunk)) {
-        return fail(errors, "Error reading the trailer-size chunk header.");
+        return findings.fail(Code::kChunkDamaged, "Error reading the trailer-size chunk header.",
+                             {trailer.end});
     }
+    const auto failAtEnd = [&](const char* message) {
+        return findings.fail(Code::kChunkDamaged, message, placeOf(endChunk));
+    };
     if (endChunk.tag != getBackwardChunkSizeChunkName()) {
-        return fail(errors, "File does not end with trailer-size chunk.");
+        return failAtEnd("File does not end with trailer-size chunk.");
     }
-    if (endChunk.dataSize != 4) return fail(errors, "Invalid trailer-size chunk.");
+    if (endChunk.dataSize != 4) return failAtEnd("Invalid trailer-size chunk.");
     char bytes[4];
     if (!Files::readExactly(file, bytes, sizeof bytes)) {
-        return fail(errors, "Could not read trailer backward offset.");
+        return failAtEnd("Could not read trailer backward offset.");
     }
     const std::uint64_t distance = fromBigEndian({bytes, sizeof bytes});
     trailer.begin = trailer.end + BinaryTrailer::kDistanceEnd - distance;
     const bool isInside = distance >= BinaryTrailer::kDistanceEnd &&
                           distance <= trailer.end + BinaryTrailer::kDistanceEnd &&
                           trailer.begin >= kSmallestBegin;
-    return isInside || fail(errors, "Could not seek to start of trailer.");
+    return isInside || failAtEnd("Could not seek to start of trailer.");
 }
 
 std::string misplacedEnd(const BinaryTrailer& trailer, std::uint64_t fileSize) {
@@ -145,7 +151,7 @@ bool appendChunk(std::string& out, const SceneRecord& record) {
 }
 
 bool readChunks(Files::File& file, std::uint64_t begin, std::uint64_t end, ModelReading& reading,
-                std::string& errors) {
+                Findings& findings) {
     using Result = ChunkWalk::Result;
     ChunkWalk walk(file, begin, end);
     for (;;) {
@@ -153,18 +159,25 @@ bool readChunks(Files::File& file, std::uint64_t begin, std::uint64_t end, Model
         const Result result = walk.next(chunk);
         if (result == Result::kDone) return true;
         if (result == Result::kBadHeader) {
-            return fail(errors, "Error reading chunk header at byte " +
-                                    std::to_string(walk.position()) + ".");
+            return findings.fail(
+                Code::kChunkDamaged,
+                "Error reading chunk header at byte " + std::to_string(walk.position()) + ".",
+                {walk.position()});
         }
         const auto kind = kindOfChunk(chunk.tag);
         if (!kind || !isWanted(*kind, reading)) {
             if (result == Result::kChunk) continue;
-            return fail(errors, "The chunk at byte " + std::to_string(chunk.begin) +
-                                    " reaches beyond the end of the trailer.");
+            return findings.fail(Code::kChunkDamaged,
+                                 "The chunk at byte " + std::to_string(chunk.begin) +
+                                     " reaches beyond the end of the trailer.",
+                                 placeOf(chunk));
         }
         std::optional<SceneRecord> record;
         if (result == Result::kChunk) record = readRecord(file, chunk);
-        if (!record) return fail(errors, readFailureOf(*kind));
+        if (!record) {
+            return findings.fail(Code::kChunkDamaged, readFailureOf(*kind), placeOf(chunk));
+        }
+        record->place = placeOf(chunk);
         reading.add(std::move(*record));
     }
 }

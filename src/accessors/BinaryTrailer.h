@@ -7,6 +7,7 @@
 #include <string>
 
 #include "accessors/BinaryChunk.h"
+#include "accessors/Findings.h"
 #include "accessors/ModelReading.h"
 #include "accessors/SceneRecord.h"
 #include "files/File.h"
@@ -35,9 +36,9 @@ struct BinaryTrailer {
     [[nodiscard]] std::uint64_t distance() const { return end - begin + kDistanceEnd; }
 };
 
-/// Follows the sizes in the file, none of which is believed. False, with a message, when the file
+/// Follows the sizes in the file, none of which is believed. False, with a finding, when the file
 /// is no binary scene or damaged.
-bool locateTrailer(Files::File& file, BinaryTrailer& trailer, std::string& errors);
+bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Findings& findings);
 /// What is wrong when the file does not end where the trailer does; empty when it does.
 std::string misplacedEnd(const BinaryTrailer& trailer, std::uint64_t fileSize);
 
@@ -50,9 +51,9 @@ const char* readFailureOf(SceneRecord::Kind kind);
 /// False for names and texts that cannot end with a zero byte, for they have one inside.
 bool appendChunk(std::string& out, const SceneRecord& record);
 
-/// Feeds the metadata chunks in a range of a file to a reading. False, with a message, when a chunk
+/// Feeds the metadata chunks in a range of a file to a reading. False, with a finding, when a chunk
 /// is damaged or cannot be read.
 bool readChunks(Files::File& file, std::uint64_t begin, std::uint64_t end, ModelReading& reading,
-                std::string& errors);
+                Findings& findings);
 
 }  // namespace orbo::Data

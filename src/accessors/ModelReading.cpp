@@ -7,7 +7,6 @@
 #include <optional>
 #include <utility>
 
-#include "accessors/Messages.h"
 #include "accessors/ModelText.h"
 #include "accessors/RecordReader.h"
 #include "streams/IndexTypes.h"
@@ -49,7 +48,7 @@ bool ModelReading::wantsMore() const { return !fStructureNames.done() || wantsAs
 void ModelReading::add(SceneRecord record) {
     Item item;
     if (record.kind == Kind::kStructure) {
-        item.structure = readStructure(record, item.messages);
+        item.structure = readStructure(record, item.findings);
         if (item.structure) fStructureNames.found(item.structure->name());
         record.text.clear();
     } else if (!fAssociationNames.wants(record.name)) {
@@ -59,9 +58,9 @@ void ModelReading::add(SceneRecord record) {
     fItems.push_back(std::move(item));
 }
 
-void ModelReading::addMessageOnly(std::string message) {
+void ModelReading::add(Finding::Code code, std::string message, const FilePlace& place) {
     fItems.emplace_back();
-    fItems.back().messages = std::move(message);
+    fItems.back().findings.add(code, std::move(message), place);
 }
 
 void ModelReading::discard() {
@@ -75,8 +74,9 @@ void ModelReading::registerStructure(Item& item, TakenNames& taken, Helpers& hel
     const bool wanted = fStructureNames.wants(name);
     if (const Structure* earlier = Structure::structureByName(name.c_str())) {
         if (wanted && *earlier != structure) {
-            addMessage(item.messages,
-                       "Structure '" + name + "' differs from an earlier one of that name");
+            item.findings.add(Finding::Code::kStructureDiffers,
+                              "Structure '" + name + "' differs from an earlier one of that name",
+                              item.record);
         }
     } else if (wanted) {
         Structure::registerStructure(structure);
@@ -92,7 +92,7 @@ void ModelReading::buildAssociations(Accessor::AssociationsMap& map, TakenNames&
         SceneRecord& record = item.record;
         if (record.kind != Kind::kAssociations) continue;
         if (map.count(record.name) == 0) {
-            if (const auto associations = readAssociations(record, item.messages)) {
+            if (const auto associations = readAssociations(record, item.findings)) {
                 map.emplace(record.name, *associations);
             } else {
                 taken.unreadable.add(record);
@@ -103,7 +103,7 @@ void ModelReading::buildAssociations(Accessor::AssociationsMap& map, TakenNames&
 }
 
 TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy& policy,
-                               std::string& errors) {
+                               Findings& findings) {
     if (fOrder == Order::kLastToFirst) std::reverse(fItems.begin(), fItems.end());
     std::optional<IndexTypes::KeepUnknown> unknownAsText;
     if (policy.unknownIndexTypesAsText) unknownAsText.emplace();
@@ -115,7 +115,7 @@ TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy&
     }
     buildAssociations(map, taken);
     for (const auto& entry : map) taken.associations.insert(entry.first);
-    for (const Item& item : fItems) addMessage(errors, item.messages);
+    for (Item& item : fItems) findings.add(std::move(item.findings));
     return taken;
 }
 

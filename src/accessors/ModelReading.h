@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "accessors/Findings.h"
 #include "accessors/NameFilter.h"
 #include "accessors/SceneRecord.h"
 #include "files/File.h"
@@ -71,20 +72,20 @@ class ModelReading {
 
     void add(SceneRecord record);
     /// In place of a record that was not understood.
-    void addMessageOnly(std::string message);
+    void add(Finding::Code code, std::string message, const FilePlace& place);
     /// Forgets everything that was added.
     void discard();
 
     /// Registers the wanted structures in this thread's registry and fills the map. Of several
     /// records with one name the first in the file that can be read wins. Lets the exceptions of
     /// formats pass.
-    TakenNames build(Accessor::AssociationsMap& map, const ReadPolicy& policy, std::string& errors);
+    TakenNames build(Accessor::AssociationsMap& map, const ReadPolicy& policy, Findings& findings);
 
   private:
     struct Item {
         SceneRecord record;
         RefPtr<Structure> structure;
-        std::string messages;
+        Findings findings;
     };
     class Helpers;
 

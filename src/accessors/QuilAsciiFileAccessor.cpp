@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/QuilAsciiFileAccessor.h"
 
-#include "accessors/Messages.h"
 #include "accessors/TextSceneHeader.h"
 #include "accessors/TextSceneReading.h"
 #include "accessors/TextSection.h"
@@ -13,20 +12,22 @@ using Result = TextSceneScanner::Result;
 
 std::string QuilAsciiFileAccessor::openFailure() const { return "Could not open " + fileName(); }
 
-bool QuilAsciiFileAccessor::check(Files::File& file, std::string& errors) const {
-    return checkTextSceneHeader(file, errors);
+bool QuilAsciiFileAccessor::check(Files::File& file, Findings& findings) const {
+    return checkTextSceneHeader(file, findings);
 }
 
 bool QuilAsciiFileAccessor::scan(Files::File& file, ModelReading& reading,
-                                 std::string& errors) const {
-    if (!check(file, errors)) return false;
+                                 Findings& findings) const {
+    if (!check(file, findings)) return false;
     const auto size = file.size();
-    if (!size) return fail(errors, "Could not seek previous block.");
+    if (!size) return !isFailure(Result::kSeekFailed, findings);
     TextSceneScanner scanner(file, 0, *size);
-    const Result result = scanner.findTrailer();
-    if (result == Result::kSeekFailed) return fail(errors, "Could not seek previous block.");
-    if (result == Result::kReadFailed) return fail(errors, "Could not read block.");
-    return readStatements(file, scanner, reading, errors);
+    return !isFailure(scanner.findTrailer(), findings) &&
+           readStatements(file, scanner, reading, findings);
+}
+
+void QuilAsciiFileAccessor::addLines(Files::File& file, std::vector<Finding>& findings) const {
+    countLines(file, findings);
 }
 
 std::unique_ptr<SceneSection> QuilAsciiFileAccessor::section(Files::File& file) const {

@@ -11,8 +11,9 @@ namespace orbo::Data {
 class QuilAsciiFileAccessor : public SceneFileAccessor {
   private:
     [[nodiscard]] std::string openFailure() const override;
-    bool check(Files::File& file, std::string& errors) const override;
-    bool scan(Files::File& file, ModelReading& reading, std::string& errors) const override;
+    bool check(Files::File& file, Findings& findings) const override;
+    bool scan(Files::File& file, ModelReading& reading, Findings& findings) const override;
+    void addLines(Files::File& file, std::vector<Finding>& findings) const override;
     [[nodiscard]] std::unique_ptr<SceneSection> section(Files::File& file) const override;
 };
 

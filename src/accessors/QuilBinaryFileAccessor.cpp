@@ -2,25 +2,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/QuilBinaryFileAccessor.h"
 
+#include <algorithm>
+
 #include "accessors/BinarySection.h"
 #include "accessors/BinaryTrailer.h"
-#include "accessors/Messages.h"
 
 namespace orbo::Data {
 
 std::string QuilBinaryFileAccessor::openFailure() const { return "File not valid."; }
 
-bool QuilBinaryFileAccessor::check(Files::File& file, std::string& errors) const {
+bool QuilBinaryFileAccessor::check(Files::File& file, Findings& findings) const {
     BinaryTrailer trailer;
-    return locateTrailer(file, trailer, errors);
+    return locateTrailer(file, trailer, findings);
 }
 
 bool QuilBinaryFileAccessor::scan(Files::File& file, ModelReading& reading,
-                                  std::string& errors) const {
+                                  Findings& findings) const {
     BinaryTrailer trailer;
-    if (!locateTrailer(file, trailer, errors)) return false;
-    if (const auto size = file.size()) addMessage(errors, misplacedEnd(trailer, *size));
-    return readChunks(file, trailer.begin, trailer.end, reading, errors);
+    if (!locateTrailer(file, trailer, findings)) return false;
+    if (const auto size = file.size()) {
+        const FilePlace end{std::min(*size, trailer.fileEnd())};
+        findings.add(Finding::Code::kEndMisplaced, misplacedEnd(trailer, *size), end);
+    }
+    return readChunks(file, trailer.begin, trailer.end, reading, findings);
 }
 
 std::unique_ptr<SceneSection> QuilBinaryFileAccessor::section(Files::File& file) const {

@@ -11,8 +11,8 @@ namespace orbo::Data {
 class QuilBinaryFileAccessor : public SceneFileAccessor {
   private:
     [[nodiscard]] std::string openFailure() const override;
-    bool check(Files::File& file, std::string& errors) const override;
-    bool scan(Files::File& file, ModelReading& reading, std::string& errors) const override;
+    bool check(Files::File& file, Findings& findings) const override;
+    bool scan(Files::File& file, ModelReading& reading, Findings& findings) const override;
     [[nodiscard]] std::unique_ptr<SceneSection> section(Files::File& file) const override;
 };
 

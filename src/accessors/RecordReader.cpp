@@ -5,8 +5,9 @@
 #include <data/AssociationsSerializer.h>
 #include <data/StructureSerializer.h>
 
+#include <utility>
+
 #include "accessors/MemoryStream.h"
-#include "accessors/Messages.h"
 
 namespace orbo::Data {
 
@@ -14,30 +15,32 @@ namespace {
 
 // Formats may take their error string for their own, so each call gets a new one.
 template <typename Format, typename Owner>
-Owner readBy(const SceneRecord& record, const char* failure, std::string& errors) {
+Owner readBy(const SceneRecord& record, const char* failure, Findings& findings) {
     const Format* format = Format::formatByName(record.format);
     if (!format) {
-        addMessage(errors, "Could not find serializer for format " + record.format);
+        findings.add(Finding::Code::kFormatUnknown,
+                     "Could not find serializer for format " + record.format, record);
         return Owner();
     }
     MemoryStream in(record.text);
     std::string messages;
     Owner object(format->read(in, messages));
     if (!object && messages.empty()) messages = failure;
-    addMessage(errors, messages);
+    findings.add(object ? Finding::Code::kTextRemark : Finding::Code::kTextUnreadable,
+                 std::move(messages), record);
     return object;
 }
 
 }  // namespace
 
-RefPtr<Structure> readStructure(const SceneRecord& record, std::string& errors) {
+RefPtr<Structure> readStructure(const SceneRecord& record, Findings& findings) {
     return readBy<StructureSerializer, RefPtr<Structure>>(record, "Could not read structure.",
-                                                          errors);
+                                                          findings);
 }
 
-std::unique_ptr<Associations> readAssociations(const SceneRecord& record, std::string& errors) {
+std::unique_ptr<Associations> readAssociations(const SceneRecord& record, Findings& findings) {
     return readBy<AssociationsSerializer, std::unique_ptr<Associations>>(
-        record, "Could not read associations.", errors);
+        record, "Could not read associations.", findings);
 }
 
 }  // namespace orbo::Data

@@ -7,16 +7,16 @@
 #include <debug/RefPtr.h>
 
 #include <memory>
-#include <string>
 
+#include "accessors/Findings.h"
 #include "accessors/SceneRecord.h"
 
 namespace orbo::Data {
 
-/// Both give null, and always a message with it, for a format nobody registered and for text that
+/// Both give null, and always a finding with it, for a format nobody registered and for text that
 /// it cannot read. They let the exceptions of formats pass.
-RefPtr<Structure> readStructure(const SceneRecord& record, std::string& errors);
+RefPtr<Structure> readStructure(const SceneRecord& record, Findings& findings);
 /// Looks the structures up in the registry.
-std::unique_ptr<Associations> readAssociations(const SceneRecord& record, std::string& errors);
+std::unique_ptr<Associations> readAssociations(const SceneRecord& record, Findings& findings);
 
 }  // namespace orbo::Data

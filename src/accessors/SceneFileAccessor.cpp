@@ -19,7 +19,7 @@ LockedFile::Opening SceneFileAccessor::open(Use use) const {
 bool SceneFileAccessor::isFileSupported(const std::string& fileName) const {
     if (fileName.empty()) return false;
     const auto opening = LockedFile::open(fileName, Use::kRead, patience());
-    std::string ignored;
+    Findings ignored;
     return opening.file && check(opening.file->file(), ignored);
 }
 
@@ -27,18 +27,45 @@ bool SceneFileAccessor::readImplementation(const std::set<std::string>* structur
                                            const std::set<std::string>* associationNames,
                                            std::string& errors) {
     fTaken = TakenNames();
-    if (fileName().empty()) return fail(errors, "Empty file name.");
-    const auto opening = open(Use::kRead);
-    addMessage(errors, opening.notes);
+    Findings findings;
+    bool done = false;
+    try {
+        done = openAndRead(structureNames, associationNames, findings);
+    } catch (...) {
+        findings.appendTo(errors);
+        throw;
+    }
+    findings.appendTo(errors);
+    return done;
+}
+
+void SceneFileAccessor::publish(const Findings& findings, Files::File& file) const {
+    std::vector<Finding> found = findings.inFileOrder();
+    addLines(file, found);
+    setFindings(std::move(found));
+}
+
+bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
+                                    const std::set<std::string>* associationNames,
+                                    Findings& findings) {
+    using Code = Finding::Code;
+    const auto opening = fileName().empty() ? LockedFile::Opening() : open(Use::kRead);
+    findings.add(Code::kFileNote, opening.notes);
     if (!opening.file) {
-        return fail(errors, opening.problem.empty() ? openFailure() : opening.problem);
+        const std::string problem = opening.problem.empty() ? openFailure() : opening.problem;
+        findings.add(Code::kFileUnreadable, fileName().empty() ? "Empty file name." : problem);
+        setFindings(findings.inFileOrder());
+        return false;
     }
     Files::File& file = opening.file->file();
     ModelReading reading(structureNames, associationNames);
-    if (!scan(file, reading, errors)) return false;
-    fTaken = reading.build(associations(), readPolicy(), errors);
-    remember(file);
-    return true;
+    const bool done = scan(file, reading, findings);
+    if (done) {
+        fTaken = reading.build(associations(), readPolicy(), findings);
+        remember(file);
+    }
+    publish(findings, file);
+    return done;
 }
 
 void SceneFileAccessor::remember(Files::File& file) const {
@@ -50,6 +77,17 @@ void SceneFileAccessor::remember(Files::File& file) const {
 }
 
 bool SceneFileAccessor::write(std::string& errors) const {
+    std::string messages;
+    const bool done = writeScene(messages);
+    Findings findings;
+    findings.add(done ? Finding::Code::kFileNote : Finding::Code::kWriteFailed,
+                 std::move(messages));
+    findings.appendTo(errors);
+    setFindings(findings.inFileOrder());
+    return done;
+}
+
+bool SceneFileAccessor::writeScene(std::string& errors) const {
     setMetConflict(false);
     if (!lastReadSucceeded() && !fileName().empty()) {
         return fail(errors, "Could not write " + fileName() + ": the last read of it failed.");

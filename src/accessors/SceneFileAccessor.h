@@ -9,7 +9,9 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
+#include "accessors/Findings.h"
 #include "accessors/ModelReading.h"
 #include "accessors/SceneSection.h"
 #include "files/LockedFile.h"
@@ -27,12 +29,18 @@ class SceneFileAccessor : public Accessor {
                             std::string& errors) override;
 
   private:
+    bool openAndRead(const std::set<std::string>* structureNames,
+                     const std::set<std::string>* associationNames, Findings& findings);
+    void publish(const Findings& findings, Files::File& file) const;
+    bool writeScene(std::string& errors) const;
     /// For a file that cannot be opened to be read.
     [[nodiscard]] virtual std::string openFailure() const = 0;
-    /// Whether the file is a scene of this kind; a message says why not.
-    virtual bool check(Files::File& file, std::string& errors) const = 0;
-    /// Checks it, too. False, with a message, when the file could not be scanned to its end.
-    virtual bool scan(Files::File& file, ModelReading& reading, std::string& errors) const = 0;
+    /// Whether the file is a scene of this kind; a finding says why not.
+    virtual bool check(Files::File& file, Findings& findings) const = 0;
+    /// Checks it, too. False, with a finding, when the file could not be scanned to its end.
+    virtual bool scan(Files::File& file, ModelReading& reading, Findings& findings) const = 0;
+    /// To findings in file order, for files that have lines.
+    virtual void addLines(Files::File&, std::vector<Finding>&) const {}
     [[nodiscard]] virtual std::unique_ptr<SceneSection> section(Files::File& file) const = 0;
 
     [[nodiscard]] Files::LockedFile::Opening open(Files::LockedFile::Use use) const;

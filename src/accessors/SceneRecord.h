@@ -3,9 +3,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace orbo::Data {
+
+/// Where in a file something lies, as far as it is known.
+struct FilePlace {
+    std::optional<std::uint64_t> offset = {};
+    std::string tag = {};  // of the chunk in a binary scene
+};
 
 /// The text of one of them.
 struct SceneRecord {
@@ -17,6 +24,7 @@ struct SceneRecord {
     /// The node, empty for the scene itself. Of a structure only its text knows the name.
     std::string name;
     std::string text;
+    FilePlace place = {};
 };
 
 /// Where a record lies in the file, with all that belongs to it.

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "accessors/Findings.h"
 #include "accessors/ModelReading.h"
 #include "accessors/SceneRecord.h"
 #include "accessors/SectionPlan.h"
@@ -65,7 +66,7 @@ class SceneSection {
     /// Makes the new end of the file, in memory.
     virtual bool compose(const NewRecords& records, std::string& errors) = 0;
     /// Feeds the new section to a reading.
-    virtual bool readBack(ModelReading& reading, std::string& errors) const = 0;
+    virtual bool readBack(ModelReading& reading, Findings& findings) const = 0;
 
     /// New bytes for a range of the file, with the messages for when they cannot be put there.
     struct Change {

@@ -175,10 +175,13 @@ bool SceneWriter::verify(std::string& errors) const {
     const StructureRegistry::SetAside fileStructures;
     ModelReading reading(nullptr, &fWritten.associations);
     Accessor::AssociationsMap readBack;
+    Findings findings;
     std::string messages;
     try {
-        if (!fSection.readBack(reading, messages)) return fail(errors, messages);
-        reading.build(readBack, fAccessor.readPolicy(), messages);
+        const bool done = fSection.readBack(reading, findings);
+        if (done) reading.build(readBack, fAccessor.readPolicy(), findings);
+        findings.appendTo(messages);
+        if (!done) return fail(errors, messages);
     } catch (const Index::eCreationErrors&) {
         return fail(errors, "An index type of the new metadata is not registered.");
     }

@@ -49,9 +49,9 @@ SectionPlan::SectionPlan(const WrittenModel& model, const TakenNames& taken,
 }
 
 SectionPlan::Fate SectionPlan::ofStructure(const SceneRecord& record, std::string& name) {
-    std::string messages;  // the last read has given them
+    Findings known;  // from the last read
     const RefPtr<Structure> structure =
-        tryToRead([&](const SceneRecord& r) { return readStructure(r, messages); }, record);
+        tryToRead([&](const SceneRecord& r) { return readStructure(r, known); }, record);
     if (!structure) {
         return fModel.structure(nameFieldOf(record.text)) ? Fate::kBehind : Fate::kAhead;
     }
@@ -91,8 +91,8 @@ SectionPlan::Fate SectionPlan::ofLoser(const Structure& loser, const Winner& win
 // What the last read or write left in the file can be read without the structures that it needs, if
 // the model's streams still have them.
 std::unique_ptr<Associations> SectionPlan::readSeen(const SceneRecord& record, bool& helped) {
-    std::string messages;
-    const auto read = [&](const SceneRecord& r) { return readAssociations(r, messages); };
+    Findings ignored;
+    const auto read = [&](const SceneRecord& r) { return readAssociations(r, ignored); };
     auto associations = tryToRead(read, record);
     const Associations* entry = fModel.entry(record.name);
     if (associations || !entry || fTaken.associations.count(record.name) == 0) return associations;

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 
-#include "accessors/Messages.h"
 #include "core/Ascii.h"
 
 namespace orbo::Data {
@@ -37,15 +36,19 @@ const char* problemOf(std::string_view line, bool cutOff) {
 
 }  // namespace
 
-bool checkTextSceneHeader(Files::File& file, std::string& errors) {
+bool checkTextSceneHeader(Files::File& file, Findings& findings) {
+    using Code = Finding::Code;
     std::string bytes(kLongestHeader, '\0');
     const auto got = file.seek(0) ? file.read(bytes.data(), bytes.size()) : std::nullopt;
-    if (!got || *got == 0) return fail(errors, "Error reading header.");
+    if (!got || *got == 0) {
+        return findings.fail(got ? Code::kNotAScene : Code::kFileUnreadable,
+                             "Error reading header.");
+    }
     const std::string_view text = std::string_view(bytes).substr(0, *got);
     const std::size_t feed = text.find('\n');
     const bool cutOff = feed == std::string_view::npos && *got == kLongestHeader;
     const char* const problem = problemOf(text.substr(0, feed), cutOff);
-    return !problem || fail(errors, problem);
+    return !problem || findings.fail(Code::kNotAScene, problem, {0});
 }
 
 }  // namespace orbo::Data

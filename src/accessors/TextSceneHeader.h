@@ -2,13 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <string>
-
+#include "accessors/Findings.h"
 #include "files/File.h"
 
 namespace orbo::Data {
 
-/// False, with a message, when the file does not begin like a text scene.
-bool checkTextSceneHeader(Files::File& file, std::string& errors);
+/// False, with a finding, when the file does not begin like a text scene.
+bool checkTextSceneHeader(Files::File& file, Findings& findings);
 
 }  // namespace orbo::Data

@@ -4,7 +4,6 @@
 
 #include <utility>
 
-#include "accessors/Messages.h"
 #include "accessors/TextStatement.h"
 
 namespace orbo::Data {
@@ -23,17 +22,28 @@ Result readStatement(Files::File& file, const SceneRecordRange& range, ModelRead
         record = TextStatement::parse(range.kind, std::move(bytes), message);
     }
     if (record) {
+        record->place.offset = range.begin;
         reading.add(std::move(*record));
     } else {
-        reading.addMessageOnly(message);
+        using Code = Finding::Code;
+        reading.add(range.closed ? Code::kStatementUnreadable : Code::kStatementUnclosed, message,
+                    {range.begin});
     }
     return Result::kStatement;
 }
 
 }  // namespace
 
+bool isFailure(Result result, Findings& findings) {
+    const bool seekFailed = result == Result::kSeekFailed;
+    if (!seekFailed && result != Result::kReadFailed) return false;
+    findings.add(Finding::Code::kFileUnreadable,
+                 seekFailed ? "Could not seek previous block." : "Could not read block.");
+    return true;
+}
+
 bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& reading,
-                    std::string& errors) {
+                    Findings& findings) {
     reading.setOrder(ModelReading::Order::kLastToFirst);
     // Without a known trailer, what was met may yet turn out to lie behind it.
     while (!scanner.trailer() || reading.wantsMore()) {
@@ -41,9 +51,8 @@ bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& 
         Result result = scanner.next(range);
         if (result == Result::kStatement) result = readStatement(file, range, reading);
         if (result == Result::kTrailer) reading.discard();
-        if (result == Result::kSeekFailed) return fail(errors, "Could not seek previous block.");
-        if (result == Result::kReadFailed) return fail(errors, "Could not read block.");
         if (result == Result::kDone) break;
+        if (isFailure(result, findings)) return false;
     }
     return true;
 }

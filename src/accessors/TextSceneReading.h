@@ -2,16 +2,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <string>
-
+#include "accessors/Findings.h"
 #include "accessors/ModelReading.h"
 #include "accessors/TextSceneScanner.h"
 #include "files/File.h"
 
 namespace orbo::Data {
 
-/// Scans until the reading wants no more. False, with a message, when the file cannot be read.
+/// True, with a finding, when the file could not be read.
+bool isFailure(TextSceneScanner::Result result, Findings& findings);
+
+/// Scans until the reading wants no more. False, with a finding, when the file cannot be read.
 bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& reading,
-                    std::string& errors);
+                    Findings& findings);
 
 }  // namespace orbo::Data

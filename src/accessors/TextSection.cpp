@@ -44,7 +44,8 @@ const char* searchFailure(Result result, bool metStatements) {
 }  // namespace
 
 bool TextSection::find(std::string& errors) {
-    if (!checkTextSceneHeader(fFile, errors)) return false;
+    Findings findings;
+    if (!checkTextSceneHeader(fFile, findings)) return fail(errors, findings);
     const auto size = fFile.size();
     if (!size) return fail(errors, "Could not seek to trailer start.");
     fSize = *size;
@@ -185,11 +186,11 @@ bool TextSection::compose(const NewRecords& records, std::string&) {
     return true;
 }
 
-bool TextSection::readBack(ModelReading& reading, std::string& errors) const {
+bool TextSection::readBack(ModelReading& reading, Findings& findings) const {
     Files::MemoryFile file(std::string_view(fNewTail).substr(0, fPieceEnds[kScene]));
     TextSceneScanner scanner(file, 0, fPieceEnds[kScene]);
     scanner.trailerIsAtEnd();
-    return readStatements(file, scanner, reading, errors);
+    return readStatements(file, scanner, reading, findings);
 }
 
 std::vector<TextSection::Change> TextSection::changes() const {

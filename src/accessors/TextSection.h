@@ -29,7 +29,7 @@ class TextSection : public SceneSection {
     [[nodiscard]] std::string unchanged(const Entry& entry) const override;
     bool append(std::string& out, const SceneRecord& record) const override;
     bool compose(const NewRecords& records, std::string& errors) override;
-    bool readBack(ModelReading& reading, std::string& errors) const override;
+    bool readBack(ModelReading& reading, Findings& findings) const override;
     [[nodiscard]] std::vector<Change> changes() const override;
 
   private:

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Scene.h"
 
+#include "FindingText.h"
 #include "SafeText.h"
 #include "Trouble.h"
 #include "Wording.h"
@@ -10,9 +11,11 @@
 #include <fmt/ranges.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -38,12 +41,14 @@ std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
                               fmt::join(Data::Accessor::supportedExtensions(), ", ")));
 }
 
-std::string messagesOf(const std::string& file, const std::set<std::string>* nodes) {
+std::vector<Data::Finding> findingsOf(const std::string& file,
+                                      const std::set<std::string>* nodes = nullptr) {
     const std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
     accessor->setReadPolicy({true});
-    std::string messages;
-    if (!accessor->read(file, nullptr, nodes, messages)) throw Trouble(messages);
-    return messages;
+    std::string ignored;
+    if (!accessor->read(file, nullptr, nodes, ignored))
+        throw Trouble(messagesOf(accessor->findings()));
+    return accessor->findings();
 }
 
 }  // namespace
@@ -60,21 +65,29 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAc
     std::string messages;
     if (!accessor->read(file, names ? &names->structures : nullptr,
                         names && names->nodes ? &*names->nodes : nullptr, messages))
-        throw Trouble(accessor->isFileSupported(file) ? messages : "is not a scene: " + messages);
-    complain(file, messages);
-    if (complete) *complete = messages.empty();
+        throw Trouble(messagesOf(accessor->findings()));
+    complain(file, messagesOf(accessor->findings()));
+    const auto isNote = [](const Data::Finding& finding) {
+        return finding.code == Data::Finding::Code::kFileNote;
+    };
+    const auto& findings = accessor->findings();
+    if (complete) *complete = std::all_of(findings.begin(), findings.end(), isNote);
     return accessor;
 }
 
 bool isReadable(const std::string& file, const std::set<std::string>& nodes) {
-    // Messages do not say which node they are about; those about no node come in any case.
-    const std::set<std::string> none;
-    return messagesOf(file, &nodes) == messagesOf(file, &none);
+    const auto found = findingsOf(file, &nodes);
+    return std::none_of(found.begin(), found.end(), [&](const auto& finding) {
+        return finding.node && nodes.count(*finding.node) > 0;
+    });
 }
 
 bool lacksStructure(const std::string& file, const std::string& name) {
     const std::string message = fmt::format("Structure '{}' not found", name);
-    return messagesOf(file, nullptr).find(message) != std::string::npos;
+    const auto found = findingsOf(file);
+    return std::any_of(found.begin(), found.end(), [&](const auto& finding) {
+        return finding.message.find(message) != std::string::npos;
+    });
 }
 
 Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
@@ -92,6 +105,9 @@ void writeScene(const Data::Accessor& scene) {
     const bool written = scene.write(messages);
     if (scene.metConflict())
         throw Conflict("somebody else keeps changing the metadata: " + messages);
+    Data::Finding finding;
+    finding.message = messages;
+    if (!messages.empty()) messages = messagesOf({finding});
     if (!written) throw Trouble(messages.empty() ? "was not written" : messages);
     complain(scene.fileName(), messages);
 }

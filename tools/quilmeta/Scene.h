@@ -29,7 +29,7 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAc
                                           const SceneNames* names = nullptr);
 
 /// Whether all that the file says of these nodes can be read. For files where something cannot be:
-/// it reads the file twice.
+/// it reads the file once more.
 bool isReadable(const std::string& file, const std::set<std::string>& nodes);
 
 /// Whether some of the file's metadata cannot be read for want of this structure. For files where

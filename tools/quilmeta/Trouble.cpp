@@ -20,8 +20,10 @@ void complain(std::string_view subject, std::string_view text) {
         const std::string_view line = text.substr(0, end);
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
         if (line.empty()) continue;
-        lines += "quilmeta: ";
-        if (!subject.empty()) lines += safeLine(subject) + ": ";
+        if (lines.empty() || line.front() != ' ') {
+            lines += "quilmeta: ";
+            if (!subject.empty()) lines += safeLine(subject) + ": ";
+        }
         lines += safeLine(line) + '\n';
     }
     std::fwrite(lines.data(), 1, lines.size(), stderr);

@@ -30,7 +30,8 @@ class ReaderGone : public OutputTrouble {
 };
 
 /// Each line of `text` to standard error behind "quilmeta: SUBJECT: " (without a subject, behind
-/// "quilmeta: "). What a terminal could take for a command is escaped.
+/// "quilmeta: "); a line that begins with a blank goes on with the one ahead. What a terminal could
+/// take for a command is escaped.
 void complain(std::string_view subject, std::string_view text);
 
 /// Runs the work on one file. Trouble with that file is reported, and makes the result `kTrouble`.

@@ -1,0 +1,47 @@
+// What is wrong, or remarkable, in a scene file.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <debug/Export.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace orbo::Data {
+
+/// Its message is the sentence of the error texts; here it has its place in the file.
+struct METADATA_API Finding {
+    enum class Code {
+        kOther,
+        kFileNote,
+        kFileUnreadable,
+        kNotAScene,
+        kChunkDamaged,
+        kEndMisplaced,
+        kStatementUnreadable,
+        kStatementUnclosed,
+        kFormatUnknown,
+        kTextUnreadable,
+        kTextRemark,
+        kStructureDiffers,
+        kWriteFailed
+    };
+
+    /// "text-unreadable" and the like, which stay the same from version to version.
+    static const char* nameOf(Code code);
+
+    Code code = Code::kOther;
+    /// Of a text scene: the first line of the statement, counted from 1.
+    std::optional<std::uint64_t> line = {};
+    /// Of the first byte of the statement or chunk.
+    std::optional<std::uint64_t> offset = {};
+    /// Of the chunk in a binary scene, where there is one.
+    std::string tag = {};
+    /// Whose metadata it is about, where that is known; empty for the scene itself.
+    std::optional<std::string> node = {};
+    /// Without a line feed behind it; a format's may have several lines.
+    std::string message = {};
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,53 @@
+// Collects what is found in a scene file, with its places.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Finding.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "accessors/SceneRecord.h"
+#include "files/File.h"
+
+namespace orbo::Data {
+
+/// The caller's error text and the accessor's findings are both made of one list, so that neither
+/// can know more than the other.
+class Findings {
+  public:
+    using Code = Finding::Code;
+
+    /// Nothing without a message.
+    void add(Code code, std::string message, const FilePlace& place = {});
+    /// About a record, with the node that it belongs to.
+    void add(Code code, std::string message, const SceneRecord& record);
+    void add(Findings others);
+    /// For `return findings.fail(...)`.
+    bool fail(Code code, std::string message, const FilePlace& place = {}) {
+        add(code, std::move(message), place);
+        return false;
+    }
+
+    [[nodiscard]] bool empty() const { return fFindings.empty(); }
+    /// The messages in the order in which they came.
+    void appendTo(std::string& errors) const;
+    /// In file order, behind those without a place.
+    [[nodiscard]] std::vector<Finding> inFileOrder() const;
+
+  private:
+    std::vector<Finding> fFindings;
+};
+
+/// For a caller that wants their text alone.
+inline bool fail(std::string& errors, const Findings& findings) {
+    findings.appendTo(errors);
+    return false;
+}
+
+/// Gives the findings with an offset, which are in file order, their lines. Reads the file once, up
+/// to the last of them; where it cannot be read they stay without.
+void countLines(Files::File& file, std::vector<Finding>& findings);
+
+}  // namespace orbo::Data

@@ -1,0 +1,105 @@
+// What a read found, with its places.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
+#include "accessors/BinaryScene.h"
+#include "accessors/Messages.h"
+#include "accessors/QuilBinaryFileAccessor.h"
+#include "accessors/SceneTest.h"
+
+namespace orbo::Data {
+namespace {
+
+std::uint64_t lines(const std::string& text) {
+    return static_cast<std::uint64_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+/// "+2 text-unreadable n1": lines and bytes count from the first of the metadata.
+std::string shown(const Finding& finding, const std::string& front) {
+    std::string text = finding.tag;
+    if (finding.line) {
+        text += '+' + std::to_string(*finding.line - lines(front));
+    } else if (finding.offset) {
+        text += '@' + std::to_string(*finding.offset - front.size());
+    }
+    text += std::string(" ") + Finding::nameOf(finding.code);
+    return finding.node ? text + ' ' + (finding.node->empty() ? "own" : *finding.node) : text;
+}
+
+std::string shown(const Accessor& scene, const std::string& front) {
+    std::string all;
+    for (const Finding& finding : scene.findings()) {
+        all += (all.empty() ? "" : ", ") + shown(finding, front);
+    }
+    return all;
+}
+
+class FindingsTest : public SceneTest {};
+
+TEST_F(FindingsTest, OfATextSceneHaveLines) {
+    struct Row {
+        std::string words, found;
+    };
+    const std::vector<Row> table = {
+        {"A n1", ""},
+        {"A n1 noTarget A2", "+4 statement-unreadable, +6 structure-differs"},
+        {"n1 blank A! open blank n2! own!",
+         "+1 text-unreadable n1, +4 text-unreadable, +5 statement-unclosed, "
+         "+7 text-unreadable n2, +9 text-unreadable own"},
+        {"applyMetadata -fmt \"odd\" -v \"\" n1;", "+1 format-unknown n1"},
+    };
+    for (const std::size_t longer : {0, 65535, 65536, 200000}) {
+        for (const Row& row : table) {
+            const std::string front = replaced(sceneFront(), "\tsetAttr \".o\" 1;\n",
+                                               std::string(longer, '\n') + "\tsetAttr \".o\" 1;\n");
+            file() = front + statements(row.words) + kLastLine;
+            ASSERT_TRUE(read());
+            EXPECT_EQ(shown(fAccessor, front), row.found) << row.words << longer;
+            std::string messages;
+            for (const Finding& finding : fAccessor.findings())
+                addMessage(messages, finding.message);
+            EXPECT_EQ(replaced(fErrors + "\n", "\n\n", "\n"), messages + "\n") << row.words;
+        }
+    }
+}
+
+TEST_F(FindingsTest, AreThoseOfTheLastCall) {
+    makeScene("A n1!");
+    EXPECT_TRUE(read());
+    EXPECT_EQ(fAccessor.findings().size(), 1);
+    EXPECT_TRUE(write());
+    EXPECT_TRUE(fAccessor.findings().empty());
+    file().erase(2, 1);
+    EXPECT_FALSE(write());
+    EXPECT_EQ(shown(fAccessor, ""), " write-failed");
+    EXPECT_FALSE(read());
+    EXPECT_EQ(shown(fAccessor, ""), "+1 not-a-scene");
+    EXPECT_FALSE(fAccessor.read("absent.kx", fErrors));
+    EXPECT_EQ(shown(fAccessor, ""), " file-unreadable");
+}
+
+TEST_F(FindingsTest, OfABinarySceneHaveChunks) {
+    const std::string good = structureChunk("name=A:int32=x");
+    struct Row {
+        std::string content, behind, found;
+    };
+    const std::vector<Row> table = {
+        {good, "", ""},
+        {good + nodeChunk("n1", "!") + structureChunk("?"), "xy",
+         "MTDA@40 text-unreadable n1, DATS@72 text-unreadable, @120 end-misplaced"},
+        {good + chunk("MTDA", "n1"), "", "MTDA@40 chunk-damaged"},
+        {good + chunk("REFS", "12345678", 9), "", "REFS@40 chunk-damaged"},
+        {good + "REFS", "", "@40 chunk-damaged"},
+    };
+    for (const Row& row : table) {
+        BinaryScene scene(row.content);
+        scene.behind = row.behind;
+        fSystem.files["scene.ky"] = scene.bytes();
+        QuilBinaryFileAccessor accessor;
+        accessor.read("scene.ky", fErrors);
+        EXPECT_EQ(shown(accessor, scene.front()), row.found);
+    }
+}
+
+}  // namespace
+}  // namespace orbo::Data
