@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <data/AssociationsSerializerRaw.h>
 
+#include "core/Ascii.h"
+#include "core/GetArea.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
 #include "formats/RawMessages.h"
+#include "formats/ReaderRemarks.h"
 
 #include <data/Associations.h>
 #include <data/ChannelSerializerRaw.h>
@@ -14,6 +17,8 @@
 namespace orbo::Data {
 
 namespace {
+
+using Kind = ReaderRemarks::Kind;
 
 constexpr const char* kDescription =
     R"(The raw format consists of a list of channels and a marker
@@ -48,10 +53,22 @@ void readChannel(std::istream& in, Associations& associations, RawMessages& mess
     const std::unique_ptr<Channel> channel(ChannelSerializerRaw::theFormat().read(in, nested));
     messages.takeOver(nested);
     if (channel) {
+        if (ReaderRemarks::wanted() && associations.findChannel(channel->name())) {
+            ReaderRemarks::add(Kind::kPassedOver, "There are several channels of one name",
+                               "'" + channel->name() + "'");
+        }
         associations.setChannel(*channel);
     } else {
         messages.count(1);
     }
+}
+
+void remarkOnRest(std::istream& in) {
+    if (!ReaderRemarks::wanted()) return;
+    const std::string_view left = Ascii::trim(GetArea::of(*in.rdbuf()));
+    if (left.empty()) return;
+    ReaderRemarks::add(Kind::kPassedOver, "There is text behind the end of the associations",
+                       std::to_string(left.size()) + " bytes");
 }
 
 }  // namespace
@@ -77,7 +94,10 @@ Associations* AssociationsSerializerRaw::read(std::istream& in, std::string& err
             messages.add("Missing Associations keyword", in);
             break;
         }
-        if (word == keyword(kEndAssociations)) break;
+        if (word == keyword(kEndAssociations)) {
+            remarkOnRest(in);
+            break;
+        }
         if (word != keyword(kChannel)) {
             messages.add("Unrecognized keyword '" + word + "'", in);
             break;

@@ -7,6 +7,7 @@
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
 #include "formats/RawMessages.h"
+#include "formats/ReaderRemarks.h"
 
 #include <data/Channel.h>
 #include <data/StreamSerializerRaw.h>
@@ -48,6 +49,11 @@ void readStream(std::istream& in, Channel& channel, RawMessages& messages) {
     const std::unique_ptr<Stream> stream(StreamSerializerRaw::theFormat().read(in, nested));
     messages.takeOver(nested);
     if (stream) {
+        if (ReaderRemarks::wanted() && channel.findDataStream(stream->name())) {
+            ReaderRemarks::add(ReaderRemarks::Kind::kPassedOver,
+                               "Channel '" + channel.name() + "' has several streams of one name",
+                               "'" + stream->name() + "'");
+        }
         channel.setDataStream(*stream);
     } else {
         messages.count(1);

@@ -8,9 +8,11 @@
 #include <limits>
 
 #include "core/Ascii.h"
+#include "core/GetArea.h"
 #include "core/HandleAccess.h"
 #include "core/ValueText.h"
 #include "formats/RawMessages.h"
+#include "formats/ReaderRemarks.h"
 #include "streams/StreamAccess.h"
 
 namespace orbo::Data {
@@ -159,12 +161,13 @@ void StreamTextReader::readElement(Stream& stream) {
                                        counting ? HandleAccess::release(fScratch) : newChunk());
     char* const chunk = HandleAccess::data(element);
     if (chunk || fLayout->totalSize() == 0) {
-        readValues(chunk);
+        readValues(chunk, *index);
     } else if (!counting) {
         report("Data at record " + std::to_string(fRecord) + " cannot hold the " +
                std::to_string(fLayout->totalSize()) + " bytes of structure '" + fStructure->name() +
                "'");
     }
+    if (ReaderRemarks::wanted() && fErrorCount == 0) remarkOn(stream, *index);
     fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
     if (fErrorCount != 0) {
         stream.clear();
@@ -174,6 +177,31 @@ void StreamTextReader::readElement(Stream& stream) {
         // A message, but no error.
         fMessages += "Could not add element at index " + index->asString() + "\n";
     }
+}
+
+void StreamTextReader::remarkOn(const Stream& stream, const Index& index) {
+    using Kind = ReaderRemarks::Kind;
+    const std::string place = "index " + index.asString();
+    if (stream.hasElement(index)) {
+        ReaderRemarks::add(Kind::kPassedOver,
+                           "Stream '" + fName + "' has several elements of one index", place);
+    }
+    const std::string_view left = GetArea::of(*fIn.rdbuf());
+    if (Ascii::trim(left.substr(0, left.find('\n'))).empty()) return;
+    ReaderRemarks::add(Kind::kPassedOver,
+                       "Stream '" + fName + "' has text behind the values of an element", place);
+}
+
+// Reading stops in front of "nan" or "inf", behind a sign. Some writers print "1.#INF".
+void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& index) {
+    if (!ReaderRemarks::wanted()) return;
+    const std::string_view left = GetArea::of(*fIn.rdbuf());
+    const std::string word = Ascii::lower(std::string(left.substr(0, 3)));
+    if (word != "nan" && word != "inf" && !Ascii::startsWith(word, "#")) return;
+    ReaderRemarks::add(
+        ReaderRemarks::Kind::kNotFinite,
+        "Stream '" + fName + "', member '" + member.name() + "' has a number that is not finite",
+        "index " + index.asString());
 }
 
 char* StreamTextReader::newChunk() { return textCanHoldElement() ? fLayout->allocate() : nullptr; }
@@ -190,10 +218,11 @@ std::optional<Index> StreamTextReader::takeIndex() {
     }
 }
 
-void StreamTextReader::readValues(char* chunk) {
+void StreamTextReader::readValues(char* chunk, const Index& index) {
     for (unsigned int i = 0; i < fLayout->memberCount() && fIn.good();) {
         const Member& member = fLayout->member(i++);
         unsigned long long errors = fMembers.read(member, chunk + member.offset(), fRecord);
+        if (errors != 0 && fErrorCount == 0) remarkOnNotFinite(member, index);
         if (fMembers.stuck()) errors += numbersInMatrices(*fLayout, i);
         fErrorCount = saturatedSum(fErrorCount, errors);
         fReadAMember = true;

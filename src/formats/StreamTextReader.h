@@ -48,8 +48,10 @@ class StreamTextReader {
     bool nextIndexLine();
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
+    void remarkOn(const Stream& stream, const Index& index);
+    void remarkOnNotFinite(const Member& member, const Index& index);
     char* newChunk();
-    void readValues(char* chunk);
+    void readValues(char* chunk, const Index& index);
     bool textCanHoldElement();
     void report(const std::string& message);
     void atRecord(const std::string& what);

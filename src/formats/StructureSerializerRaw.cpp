@@ -7,6 +7,7 @@
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
 #include "formats/RawMessages.h"
+#include "formats/ReaderRemarks.h"
 
 #include <data/Structure.h>
 
@@ -156,8 +157,15 @@ class Parser {
             record("Member type '" + typeName + "' not recognized");
         } else {
             // A refusal, of a repeated name or a dimension of 0, is no error: files rely on it.
-            fStructure->addMember(type, dimension, name.c_str());
+            const bool added = fStructure->addMember(type, dimension, name.c_str());
+            if (!added && ReaderRemarks::wanted()) remarkOnRefused(name);
         }
+    }
+
+    static void remarkOnRefused(const std::string& name) {
+        ReaderRemarks::add(ReaderRemarks::Kind::kPassedOver,
+                           "A member without values, or of a name that is taken, is left out",
+                           "'" + name + "'");
     }
 
     void recordMember(std::string_view left, const char* problem) {

@@ -1,0 +1,39 @@
+// What readers of the raw formats accept without a word, for whoever wants to hear of it.
+// SPDX-License-Identifier: Apache-2.0
+#include "formats/ReaderRemarks.h"
+
+namespace orbo::Data {
+
+namespace {
+
+thread_local ReaderRemarks::Collector* collector = nullptr;
+
+// The last few are about the stream being read, so this is where the same thing is found.
+constexpr std::size_t kLooksBack = 4;
+
+}  // namespace
+
+std::string ReaderRemarks::Remark::message() const {
+    std::string text = what + ": " + first;
+    if (count > 1) text += " and " + std::to_string(count - 1) + " more";
+    return text;
+}
+
+ReaderRemarks::Collector::Collector() : fOuter(collector) { collector = this; }
+
+ReaderRemarks::Collector::~Collector() { collector = fOuter; }
+
+bool ReaderRemarks::wanted() { return collector != nullptr; }
+
+void ReaderRemarks::add(Kind kind, const std::string& what, const std::string& where) {
+    std::vector<Remark>& remarks = collector->fRemarks;
+    std::size_t looks = kLooksBack;
+    for (auto remark = remarks.rbegin(); remark != remarks.rend() && looks > 0; ++remark, --looks) {
+        if (remark->kind != kind || remark->what != what) continue;
+        ++remark->count;
+        return;
+    }
+    remarks.push_back({kind, what, where, 1});
+}
+
+}  // namespace orbo::Data
