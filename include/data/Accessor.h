@@ -48,9 +48,13 @@ class METADATA_API Accessor {
     /// when a format throws, the accessor is empty. The caller's structure registry is as before.
     bool read(const std::string& fileName, const std::set<std::string>* structureNames,
               const std::set<std::string>* associationNames, std::string& errors);
+    /// Reads all of the file, with index types that nobody registered as text, and looks for
+    /// everything that stands in the way of reading and rewriting it, down to what is merely
+    /// unusual. Changes no file. Gives `findings()`; the accessor holds what was read.
+    virtual std::vector<Finding> check(const std::string& fileName);
     /// Writes `structures()` and `associations()` into `fileName()`.
     virtual bool write(std::string& errors) const;
-    /// What the last `read` or `write` had to say, also when it failed, in file order.
+    /// What the last `read`, `write` or `check` had to say, also when it failed, in file order.
     [[nodiscard]] const std::vector<Finding>& findings() const;
     [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace orbo::Data {
 
@@ -15,21 +16,33 @@ struct METADATA_API Finding {
     enum class Code {
         kOther,
         kFileNote,
+        kJournalPending,
+        kJournalOrphaned,
         kFileUnreadable,
         kNotAScene,
         kChunkDamaged,
         kEndMisplaced,
+        kTrailerMissing,
+        kLeftoverBytes,
         kStatementUnreadable,
         kStatementUnclosed,
         kFormatUnknown,
         kTextUnreadable,
         kTextRemark,
+        kTextPassedOver,
         kStructureDiffers,
+        kNodeRepeated,
+        kIndexTypeUnknown,
+        kNumberNotFinite,
+        kNumberBeyondSixDigits,
+        kRewriteRefused,
         kWriteFailed
     };
 
     /// "text-unreadable" and the like, which stay the same from version to version.
     static const char* nameOf(Code code);
+    /// Empty when no code has that name.
+    static std::optional<Code> codeOf(std::string_view name);
 
     Code code = Code::kOther;
     /// Of a text scene: the first line of the statement, counted from 1.

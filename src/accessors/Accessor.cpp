@@ -108,6 +108,12 @@ bool Accessor::read(const std::string& fileName, const std::set<std::string>* st
     return true;
 }
 
+std::vector<Finding> Accessor::check(const std::string& fileName) {
+    std::string ignored;
+    read(fileName, ignored);
+    return findings();
+}
+
 bool Accessor::write(std::string& errors) const {
     return fail(errors, typeid(*this).name() +
                             std::string(" does not implement orbo::Data::Accessor::write"));

@@ -114,7 +114,11 @@ std::optional<SceneRecord> parseChunk(const std::string& tag, std::string data) 
     if (record.kind == Kind::kAssociations) {
         const auto name = takeString(left);
         if (!name) return std::nullopt;
-        if (tag == getApplyNodeMetaDataChunkName()) record.name = *name;
+        if (tag == getApplyNodeMetaDataChunkName()) {
+            record.name = *name;
+        } else {
+            record.leftover = name->size();
+        }
     }
     const auto format = takeString(left);
     if (!format) return std::nullopt;
@@ -123,6 +127,7 @@ std::optional<SceneRecord> parseChunk(const std::string& tag, std::string data) 
     const auto text = takeString(left);
     if (!text) return std::nullopt;
     const std::size_t textSize = text->size();
+    record.leftover += left.size();
     data.erase(textBegin + textSize);
     data.erase(0, textBegin);
     record.text = std::move(data);

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "accessors/SceneRecord.h"
@@ -19,6 +20,9 @@ class Findings {
   public:
     using Code = Finding::Code;
 
+    Findings() = default;
+    explicit Findings(std::vector<Finding> findings) : fFindings(std::move(findings)) {}
+
     /// Nothing without a message.
     void add(Code code, std::string message, const FilePlace& place = {});
     /// About a record, with the node that it belongs to.
@@ -30,7 +34,7 @@ class Findings {
         return false;
     }
 
-    [[nodiscard]] bool empty() const { return fFindings.empty(); }
+    [[nodiscard]] const std::vector<Finding>& all() const { return fFindings; }
     /// The messages in the order in which they came.
     void appendTo(std::string& errors) const;
     /// In file order, behind those without a place.

@@ -9,6 +9,7 @@
 
 #include "accessors/ModelText.h"
 #include "accessors/RecordReader.h"
+#include "formats/ReaderRemarks.h"
 #include "streams/IndexTypes.h"
 
 namespace orbo::Data {
@@ -45,16 +46,45 @@ ModelReading::ModelReading(const std::set<std::string>* structureNames,
 
 bool ModelReading::wantsMore() const { return !fStructureNames.done() || wantsAssociations(); }
 
+template <typename Read>
+auto ModelReading::read(const Read& reader, Item& item) const {
+    if (!fThorough) return reader(item.record, item.findings);
+    using Kind = ReaderRemarks::Kind;
+    using Code = Finding::Code;
+    const ReaderRemarks::Collector collector;
+    auto object = reader(item.record, item.findings);
+    for (const ReaderRemarks::Remark& remark : collector.remarks()) {
+        const bool isNumber = remark.kind == Kind::kNotFinite;
+        item.findings.add(isNumber ? Code::kNumberNotFinite : Code::kTextPassedOver,
+                          remark.message(), item.record);
+    }
+    if (item.record.leftover > 0) {
+        item.findings.add(
+            Code::kLeftoverBytes,
+            "Of the chunk " + std::to_string(item.record.leftover) + " bytes are not read.",
+            item.record);
+    }
+    return object;
+}
+
+void ModelReading::readRepeated(Item& item) const {
+    item.findings.add(Finding::Code::kNodeRepeated, "An earlier record of this node counts.",
+                      item.record);
+    read(readAssociations, item);
+}
+
 void ModelReading::add(SceneRecord record) {
     Item item;
     if (record.kind == Kind::kStructure) {
-        item.structure = readStructure(record, item.findings);
+        item.record = std::move(record);
+        item.structure = read(readStructure, item);
         if (item.structure) fStructureNames.found(item.structure->name());
-        record.text.clear();
+        item.record.text.clear();
     } else if (!fAssociationNames.wants(record.name)) {
         return;
+    } else {
+        item.record = std::move(record);
     }
-    item.record = std::move(record);
     fItems.push_back(std::move(item));
 }
 
@@ -81,6 +111,7 @@ void ModelReading::registerStructure(Item& item, TakenNames& taken, Helpers& hel
     } else if (wanted) {
         Structure::registerStructure(structure);
         taken.structures.emplace(name, textOf(structure));
+        if (fThorough) taken.structurePlaces.emplace(name, item.record.place);
     } else {
         helpers.add(item.structure);
     }
@@ -91,9 +122,12 @@ void ModelReading::buildAssociations(Accessor::AssociationsMap& map, TakenNames&
     for (Item& item : fItems) {
         SceneRecord& record = item.record;
         if (record.kind != Kind::kAssociations) continue;
-        if (map.count(record.name) == 0) {
-            if (const auto associations = readAssociations(record, item.findings)) {
+        if (map.count(record.name) > 0) {
+            if (fThorough) readRepeated(item);
+        } else {
+            if (const auto associations = read(readAssociations, item)) {
                 map.emplace(record.name, *associations);
+                if (fThorough) taken.associationPlaces.emplace(record.name, record.place);
             } else {
                 taken.unreadable.add(record);
             }

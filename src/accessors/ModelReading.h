@@ -48,6 +48,9 @@ struct TakenNames {
     /// Tell whether the file holds them still: of the file, and of the section if it was taken.
     std::optional<Files::FileStatus> status;
     std::optional<std::uint64_t> fingerprint;
+    /// Where the records of the structures and associations are that were read.
+    std::map<std::string, FilePlace> structurePlaces;
+    std::map<std::string, FilePlace> associationPlaces;
 };
 
 /// Records are added as the file is scanned, until `wantsMore` says no or the file ends; then
@@ -64,6 +67,10 @@ class ModelReading {
 
     /// Said by whoever adds the records; from first to last if nobody does.
     void setOrder(Order order) { fOrder = order; }
+
+    /// Also finds what readers accept without a word, and reads what no model needs.
+    void setThorough() { fThorough = true; }
+    [[nodiscard]] bool isThorough() const { return fThorough; }
 
     /// False once all wanted structures have been met and no associations are wanted: as long as
     /// any are, structures that nobody asked for may be needed, and it takes the whole file.
@@ -89,11 +96,16 @@ class ModelReading {
     };
     class Helpers;
 
+    template <typename Read>
+    auto read(const Read& reader, Item& item) const;
+    void readRepeated(Item& item) const;
+
     void registerStructure(Item& item, TakenNames& taken, Helpers& helpers);
     void buildAssociations(Accessor::AssociationsMap& map, TakenNames& taken);
 
     const std::set<std::string>* fStructureNamesGiven;
     Order fOrder = Order::kFirstToLast;
+    bool fThorough = false;
     NameFilter fStructureNames;
     NameFilter fAssociationNames;  // never struck off
     std::vector<Item> fItems;

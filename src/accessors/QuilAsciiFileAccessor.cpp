@@ -12,18 +12,20 @@ using Result = TextSceneScanner::Result;
 
 std::string QuilAsciiFileAccessor::openFailure() const { return "Could not open " + fileName(); }
 
-bool QuilAsciiFileAccessor::check(Files::File& file, Findings& findings) const {
+bool QuilAsciiFileAccessor::isScene(Files::File& file, Findings& findings) const {
     return checkTextSceneHeader(file, findings);
 }
 
 bool QuilAsciiFileAccessor::scan(Files::File& file, ModelReading& reading,
                                  Findings& findings) const {
-    if (!check(file, findings)) return false;
+    if (!isScene(file, findings)) return false;
     const auto size = file.size();
     if (!size) return !isFailure(Result::kSeekFailed, findings);
     TextSceneScanner scanner(file, 0, *size);
-    return !isFailure(scanner.findTrailer(), findings) &&
-           readStatements(file, scanner, reading, findings);
+    if (isFailure(scanner.findTrailer(), findings)) return false;
+    if (!readStatements(file, scanner, reading, findings)) return false;
+    if (reading.isThorough()) checkTextSceneTrailer(file, scanner.trailer(), *size, findings);
+    return true;
 }
 
 void QuilAsciiFileAccessor::addLines(Files::File& file, std::vector<Finding>& findings) const {

@@ -11,7 +11,7 @@ namespace orbo::Data {
 
 std::string QuilBinaryFileAccessor::openFailure() const { return "File not valid."; }
 
-bool QuilBinaryFileAccessor::check(Files::File& file, Findings& findings) const {
+bool QuilBinaryFileAccessor::isScene(Files::File& file, Findings& findings) const {
     BinaryTrailer trailer;
     return locateTrailer(file, trailer, findings);
 }

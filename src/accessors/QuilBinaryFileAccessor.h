@@ -11,7 +11,7 @@ namespace orbo::Data {
 class QuilBinaryFileAccessor : public SceneFileAccessor {
   private:
     [[nodiscard]] std::string openFailure() const override;
-    bool check(Files::File& file, Findings& findings) const override;
+    bool isScene(Files::File& file, Findings& findings) const override;
     bool scan(Files::File& file, ModelReading& reading, Findings& findings) const override;
     [[nodiscard]] std::unique_ptr<SceneSection> section(Files::File& file) const override;
 };

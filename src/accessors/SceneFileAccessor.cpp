@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/SceneFileAccessor.h"
 
+#include <data/Recovery.h>
+
 #include <utility>
 
 #include "accessors/Messages.h"
+#include "accessors/SceneChecker.h"
 #include "accessors/SceneWriter.h"
 
 namespace orbo::Data {
@@ -20,7 +23,7 @@ bool SceneFileAccessor::isFileSupported(const std::string& fileName) const {
     if (fileName.empty()) return false;
     const auto opening = LockedFile::open(fileName, Use::kRead, patience());
     Findings ignored;
-    return opening.file && check(opening.file->file(), ignored);
+    return opening.file && isScene(opening.file->file(), ignored);
 }
 
 bool SceneFileAccessor::readImplementation(const std::set<std::string>* structureNames,
@@ -59,6 +62,7 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
     }
     Files::File& file = opening.file->file();
     ModelReading reading(structureNames, associationNames);
+    if (fThorough) reading.setThorough();
     const bool done = scan(file, reading, findings);
     if (done) {
         fTaken = reading.build(associations(), readPolicy(), findings);
@@ -108,6 +112,70 @@ bool SceneFileAccessor::writeScene(std::string& errors) const {
     std::swap(fTaken, writer.written());
     remember(file);
     return result == RewriteResult::kDone;
+}
+
+// False when reading would first do something about a journal: a check changes nothing.
+bool SceneFileAccessor::findJournal(const std::string& fileName, Findings& findings) const {
+    using Code = Finding::Code;
+    using State = Recovery::State;
+    switch (Recovery::inspect(fileName, patience()).state) {
+        case State::kUnused:
+            findings.add(Code::kJournalPending,
+                         "A journal is there, of a change that was cut short before it began.");
+            break;
+        case State::kUndo:
+        case State::kFinish:
+            return findings.fail(Code::kJournalPending,
+                                 "A change was cut short; nothing else was looked at.");
+        case State::kOrphaned:
+            return findings.fail(Code::kJournalOrphaned,
+                                 "A journal does not fit the file; nothing else was looked at.");
+        case State::kNothing:
+        case State::kRefused:  // which reading reports
+            break;
+    }
+    return true;
+}
+
+std::vector<Finding> SceneFileAccessor::check(const std::string& fileName) {
+    struct Guard {
+        explicit Guard(SceneFileAccessor& checking)
+            : accessor(checking),
+              readPolicy(checking.readPolicy()),
+              writePolicy(checking.writePolicy()) {
+            accessor.fThorough = true;
+            accessor.setReadPolicy({true});
+            accessor.setWritePolicy(WritePolicy::careful());
+        }
+        ~Guard() {
+            accessor.fThorough = false;
+            accessor.setReadPolicy(readPolicy);
+            accessor.setWritePolicy(writePolicy);
+        }
+        SceneFileAccessor& accessor;
+        const ReadPolicy readPolicy;
+        const WritePolicy writePolicy;
+    };
+    const Guard guard(*this);
+    Findings findings;
+    if (!findJournal(fileName, findings)) {
+        setFindings(findings.inFileOrder());
+        return this->findings();
+    }
+    std::string ignored;
+    const bool done = read(fileName, ignored);
+    findings.add(Findings(this->findings()));
+    const auto opening = done ? open(Use::kRead) : LockedFile::Opening();
+    if (!opening.file) {
+        setFindings(findings.inFileOrder());
+        return this->findings();
+    }
+    Files::File& file = opening.file->file();
+    const std::unique_ptr<SceneSection> metadata = section(file);
+    checkModel(*this, fTaken, findings);
+    checkRewrite(*this, fTaken, *metadata, file, findings);
+    publish(findings, file);
+    return this->findings();
 }
 
 }  // namespace orbo::Data

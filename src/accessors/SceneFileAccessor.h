@@ -21,6 +21,7 @@ namespace orbo::Data {
 class SceneFileAccessor : public Accessor {
   public:
     bool write(std::string& errors) const override;
+    std::vector<Finding> check(const std::string& fileName) override;
     [[nodiscard]] bool isFileSupported(const std::string& fileName) const override;
 
   protected:
@@ -32,11 +33,12 @@ class SceneFileAccessor : public Accessor {
     bool openAndRead(const std::set<std::string>* structureNames,
                      const std::set<std::string>* associationNames, Findings& findings);
     void publish(const Findings& findings, Files::File& file) const;
+    bool findJournal(const std::string& fileName, Findings& findings) const;
     bool writeScene(std::string& errors) const;
     /// For a file that cannot be opened to be read.
     [[nodiscard]] virtual std::string openFailure() const = 0;
     /// Whether the file is a scene of this kind; a finding says why not.
-    virtual bool check(Files::File& file, Findings& findings) const = 0;
+    virtual bool isScene(Files::File& file, Findings& findings) const = 0;
     /// Checks it, too. False, with a finding, when the file could not be scanned to its end.
     virtual bool scan(Files::File& file, ModelReading& reading, Findings& findings) const = 0;
     /// To findings in file order, for files that have lines.
@@ -47,6 +49,7 @@ class SceneFileAccessor : public Accessor {
     /// What a later write needs to know of the file as it is now.
     void remember(Files::File& file) const;
 
+    bool fThorough = false;     // of the read that a check begins with
     mutable TakenNames fTaken;  // a write replaces what is in the file
 };
 

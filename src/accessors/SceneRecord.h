@@ -25,6 +25,8 @@ struct SceneRecord {
     std::string name;
     std::string text;
     FilePlace place = {};
+    /// Bytes that belong to it and that nobody reads.
+    std::uint64_t leftover = 0;
 };
 
 /// Where a record lies in the file, with all that belongs to it.

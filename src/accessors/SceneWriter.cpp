@@ -34,6 +34,11 @@ RewriteResult SceneWriter::write(Files::LockedFile& file, std::string& errors) {
     return rewrite(file, fSection.changes(), fAccessor.writePolicy(), errors);
 }
 
+bool SceneWriter::rehearse(Files::File& file, std::string& errors) {
+    fRehearses = true;
+    return compose(file, errors);
+}
+
 bool SceneWriter::compose(Files::File& file, std::string& errors) {
     if (!checkNamesAreUnique(fModel, errors)) return false;
     if (!fSection.find(errors) || !checkUnchanged(file, errors)) return false;
@@ -83,7 +88,7 @@ void SceneWriter::decide(Kind kind, SectionPlan& plan) {
         if (entry.fate == Fate::kUnchanged) {
             // Goes where it would have been written.
             entry.fate = Fate::kDropped;
-            unchanged.emplace(entry.name, fSection.unchanged(entry));
+            if (!fRehearses) unchanged.emplace(entry.name, fSection.unchanged(entry));
         } else if (!isStructure && entry.fate != Fate::kDropped) {
             fNeededStructures.merge(structuresNamedIn(record->text));
         }

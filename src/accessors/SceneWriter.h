@@ -24,6 +24,9 @@ class SceneWriter {
 
     /// Into the file that the section is of.
     RewriteResult write(Files::LockedFile& file, std::string& errors);
+    /// Does all of a write but the writing, and writes anew also what is as the file has it: so the
+    /// verification looks at all of the model. False, with a message, when it would be refused.
+    bool rehearse(Files::File& file, std::string& errors);
     /// Whether it failed for the metadata in the file not being what was read.
     [[nodiscard]] bool metConflict() const { return fMetConflict; }
     /// What the file holds of the model after a write, in place of what the last read found.
@@ -56,6 +59,7 @@ class SceneWriter {
     std::set<std::string> fNeededStructures;  // by associations that are kept
     SceneSection::NewRecords fNew;
     bool fMetConflict = false;
+    bool fRehearses = false;
 };
 
 }  // namespace orbo::Data

@@ -2,15 +2,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/TextSceneReading.h"
 
+#include <algorithm>
+#include <string>
 #include <utility>
 
 #include "accessors/TextStatement.h"
+#include "core/Ascii.h"
 
 namespace orbo::Data {
 
 namespace {
 
 using Result = TextSceneScanner::Result;
+
+// As far as something behind the trailer's line is looked for.
+constexpr std::uint64_t kMostOfTrailer = 64 * 1024;
 
 Result readStatement(Files::File& file, const SceneRecordRange& range, ModelReading& reading) {
     const char* message = TextStatement::unreadableMessage(range.kind);
@@ -55,6 +61,28 @@ bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& 
         if (isFailure(result, findings)) return false;
     }
     return true;
+}
+
+void checkTextSceneTrailer(Files::File& file, std::optional<std::uint64_t> trailer,
+                           std::uint64_t fileSize, Findings& findings) {
+    using Code = Finding::Code;
+    if (!trailer) {
+        findings.add(Code::kTrailerMissing,
+                     "There is no line \"// End of\" at the end: the scene may have lost its end.",
+                     {fileSize});
+        return;
+    }
+    std::string text(
+        static_cast<std::size_t>(std::min<std::uint64_t>(fileSize - *trailer, kMostOfTrailer)),
+        '\0');
+    if (!file.seek(*trailer) || !Files::readExactly(file, text.data(), text.size())) return;
+    const std::size_t lineEnd = std::min(text.find('\n'), text.size());
+    const std::size_t begin = text.find_first_not_of(Ascii::kBlanks, lineEnd);
+    if (begin == std::string::npos) return;
+    findings.add(
+        Code::kLeftoverBytes,
+        std::to_string(fileSize - *trailer - begin) + " bytes follow the last line of the scene.",
+        {*trailer + begin});
 }
 
 }  // namespace orbo::Data

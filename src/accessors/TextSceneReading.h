@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
 #include "accessors/Findings.h"
 #include "accessors/ModelReading.h"
 #include "accessors/TextSceneScanner.h"
@@ -15,5 +18,9 @@ bool isFailure(TextSceneScanner::Result result, Findings& findings);
 /// Scans until the reading wants no more. False, with a finding, when the file cannot be read.
 bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& reading,
                     Findings& findings);
+
+/// Finds a trailer that is missing, and text behind its line.
+void checkTextSceneTrailer(Files::File& file, std::optional<std::uint64_t> trailer,
+                           std::uint64_t fileSize, Findings& findings);
 
 }  // namespace orbo::Data

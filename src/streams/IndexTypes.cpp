@@ -33,6 +33,10 @@ IndexTypes::Maker IndexTypes::maker(const std::string& typeName) {
     return maker;
 }
 
+bool IndexTypes::isKnown(const std::string& typeName) {
+    return Index::creators().count(typeName) > 0;
+}
+
 IndexTypes::KeepUnknown::KeepUnknown() { ++keepersOfUnknown; }
 
 IndexTypes::KeepUnknown::~KeepUnknown() { --keepersOfUnknown; }

@@ -29,6 +29,8 @@ class IndexTypes {
     /// Throws `Index::eCreatorNotFound` for a type nobody registered, unless `KeepUnknown` is in
     /// force.
     static Maker maker(const std::string& typeName);
+    /// Whether somebody registered it.
+    static bool isKnown(const std::string& typeName);
 
     /// While it lives, this thread takes unknown types as `IndexText`.
     class KeepUnknown {

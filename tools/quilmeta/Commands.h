@@ -15,6 +15,7 @@ namespace orbo::Quilmeta {
 void addShow(CLI::App& app, Output& output, int& exitCode);
 void addExport(CLI::App& app, Output& output, int& exitCode);
 void addSet(CLI::App& app, Output& output, int& exitCode);
+void addCheck(CLI::App& app, Output& output, int& exitCode);
 void addCopy(CLI::App& app, Output& output, int& exitCode);
 void addRefs(CLI::App& app, Output& output, int& exitCode);
 void addRecover(CLI::App& app, Output& output, int& exitCode);

@@ -31,6 +31,10 @@ void demandReadableFile(const std::string& file) {
     if (fs::is_directory(status)) throw Trouble("is a directory");
     if (!fs::is_regular_file(status)) throw Trouble("is not a regular file");
     if (::access(file.c_str(), R_OK) != 0) throw Trouble(systemMessage(errno));
+}
+
+void demandContent(const std::string& file) {
+    std::error_code error;
     if (fs::file_size(file, error) == 0 && !error) throw Trouble("is an empty file");
 }
 
@@ -56,6 +60,7 @@ std::vector<Data::Finding> findingsOf(const std::string& file,
 std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAccess& access,
                                           bool* complete, const SceneNames* names) {
     demandReadableFile(file);
+    demandContent(file);
     std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
     accessor->setReadPolicy({true});
     Data::WritePolicy policy = Data::WritePolicy::careful();
@@ -73,6 +78,17 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAc
     const auto& findings = accessor->findings();
     if (complete) *complete = std::all_of(findings.begin(), findings.end(), isNote);
     return accessor;
+}
+
+std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess& access) {
+    demandReadableFile(file);
+    const std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
+    accessor->setPatience(access.patience());
+    std::vector<Data::Finding> findings = accessor->check(file);
+    for (const Data::Finding& finding : findings) {
+        if (finding.code == Data::Finding::Code::kFileUnreadable) throw Trouble(finding.message);
+    }
+    return findings;
 }
 
 bool isReadable(const std::string& file, const std::set<std::string>& nodes) {

@@ -12,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -27,6 +28,10 @@ struct SceneNames {
 std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAccess& access,
                                           bool* complete = nullptr,
                                           const SceneNames* names = nullptr);
+
+/// All there is to find in a file. Throws `Trouble` when it cannot be read, or is no scene by its
+/// extension.
+std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess& access);
 
 /// Whether all that the file says of these nodes can be read. For files where something cannot be:
 /// it reads the file once more.

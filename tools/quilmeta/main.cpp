@@ -43,6 +43,7 @@ void addCommands(CLI::App& app, Output& output, int& exitCode) {
     addSet(app, output, exitCode);
     addCopy(app, output, exitCode);
     addRefs(app, output, exitCode);
+    addCheck(app, output, exitCode);
     addRecover(app, output, exitCode);
     for (CLI::App* command : app.get_subcommands({})) command->group("Commands");
 }

@@ -1,0 +1,137 @@
+// quilmeta check: what is wrong with the metadata of scenes, or unusual.
+// SPDX-License-Identifier: Apache-2.0
+#include "Commands.h"
+#include "FindingText.h"
+#include "JsonText.h"
+#include "Options.h"
+#include "Output.h"
+#include "SafeText.h"
+#include "Scene.h"
+#include "Trouble.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+using Data::Finding;
+
+struct CheckOptions {
+    std::vector<std::string> files;
+    std::vector<std::string> ignored;
+    SceneAccess access;
+    bool json = false;
+};
+
+/// A row of the result.
+struct Line {
+    std::string file;
+    Finding finding;
+};
+
+std::set<Finding::Code> codesOf(const std::vector<std::string>& names) {
+    std::set<Finding::Code> codes;
+    for (const std::string& name : names) {
+        const auto code = Finding::codeOf(name);
+        if (!code) throw Trouble("there is no code " + inQuotes(name));
+        codes.insert(*code);
+    }
+    return codes;
+}
+
+/// "robot.kx: line 12: node arm: text-unreadable: ..."
+std::string text(const Line& line) {
+    const Finding& finding = line.finding;
+    std::string text = safeLine(line.file) + ": ";
+    const std::string place = placeOf(finding);
+    if (!place.empty()) text += safeLine(place) + ": ";
+    if (finding.node) text += "node " + shownNode(*finding.node) + ": ";
+    text += std::string(Finding::nameOf(finding.code)) + ": ";
+    std::string message;
+    for (const char c : finding.message) {
+        if (c == '\n') message += ';';
+        message += c == '\n' ? ' ' : c;
+    }
+    return text + safeLine(message) + '\n';
+}
+
+std::string json(const Line& line) {
+    const Finding& finding = line.finding;
+    std::string text = "{ \"file\": ";
+    const auto add = [&](const char* key, const auto& value) {
+        text += std::string(", \"") + key + "\": ";
+        appendJson(text, value);
+    };
+    appendJson(text, std::string_view(line.file));
+    if (finding.line) add("line", *finding.line);
+    if (finding.offset) add("offset", *finding.offset);
+    if (!finding.tag.empty()) add("chunk", std::string_view(finding.tag));
+    if (finding.node) add("node", std::string_view(*finding.node));
+    add("code", Finding::nameOf(finding.code));
+    add("message", std::string_view(finding.message));
+    return text + " }";
+}
+
+void write(Output& output, const std::vector<Line>& lines, bool asJson) {
+    if (!asJson) {
+        for (const Line& line : lines) output.write(text(line));
+        return;
+    }
+    output.write("[");
+    const char* gap = "\n  ";
+    for (const Line& line : lines) {
+        output.write(std::exchange(gap, ",\n  "));
+        output.write(json(line));
+    }
+    output.write(lines.empty() ? "]\n" : "\n]\n");
+}
+
+void check(const std::string& file, const SceneAccess& access,
+           const std::set<Finding::Code>& ignored, std::vector<Line>& lines) {
+    std::vector<Finding> findings = checkScene(file, access);
+    for (Finding& finding : findings) {
+        if (finding.code == Finding::Code::kFileNote) {
+            complain(file, messagesOf({finding}));
+        } else if (ignored.count(finding.code) == 0) {
+            lines.push_back({file, std::move(finding)});
+        }
+    }
+}
+
+int checkAll(const CheckOptions& options, Output& output) {
+    const std::set<Finding::Code> ignored = codesOf(options.ignored);
+    std::vector<Line> lines;
+    int exitCode = kDone;
+    for (const std::string& file : options.files)
+        exitCode =
+            std::max(exitCode, guarded(file, [&] { check(file, options.access, ignored, lines); }));
+    write(output, lines, options.json);
+    return lines.empty() ? exitCode : std::max<int>(exitCode, kFinding);
+}
+
+}  // namespace
+
+void addCheck(CLI::App& app, Output& output, int& exitCode) {
+    auto options = std::make_shared<CheckOptions>();
+    CLI::App* command = app.add_subcommand("check", "Look for damage in the metadata of scenes");
+    addWords(*command, "FILE", options->files, "Scene files, which are not changed");
+    addEach(*command, "--ignore", options->ignored, "CODE", "Leave out findings of this code");
+    command->add_flag("--json", options->json, "Print a JSON list instead of lines");
+    addWait(*command, options->access);
+    command->footer(
+        "Prints a line for each finding and exits with 1 if there are any. --ignore may\n"
+        "be given several times.\n"
+        "Example:\n"
+        "  quilmeta check --ignore number-beyond-six-digits shots/*.kx");
+    command->callback([options, &output, &exitCode] { exitCode = checkAll(*options, output); });
+}
+
+}  // namespace orbo::Quilmeta
