@@ -36,7 +36,8 @@ struct METADATA_API Finding {
         kNumberNotFinite,
         kNumberBeyondSixDigits,
         kRewriteRefused,
-        kWriteFailed
+        kWriteFailed,
+        kMore
     };
 
     /// "text-unreadable" and the like, which stay the same from version to version.

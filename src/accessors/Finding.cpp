@@ -34,8 +34,9 @@ constexpr const char* kNames[] = {
     "number-beyond-six-digits",
     "rewrite-refused",
     "write-failed",
+    "more",
 };
-static_assert(std::size(kNames) == static_cast<std::size_t>(Finding::Code::kWriteFailed) + 1);
+static_assert(std::size(kNames) == static_cast<std::size_t>(Finding::Code::kMore) + 1);
 
 }  // namespace
 

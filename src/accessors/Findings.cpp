@@ -3,7 +3,6 @@
 #include "accessors/Findings.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "accessors/Messages.h"
@@ -11,22 +10,37 @@
 namespace orbo::Data {
 
 void Findings::add(Code code, std::string message, const FilePlace& place) {
-    if (message.empty()) return;
+    if (message.empty() || !hasRoom()) return;
     fFindings.push_back({code, {}, place.offset, place.tag, {}, std::move(message)});
 }
 
 void Findings::add(Code code, std::string message, const SceneRecord& record) {
-    if (message.empty()) return;
-    add(code, std::move(message), record.place);
+    if (message.empty() || !hasRoom()) return;
+    fFindings.push_back({code, {}, record.place.offset, record.place.tag, {}, std::move(message)});
     if (record.kind == SceneRecord::Kind::kAssociations) fFindings.back().node = record.name;
 }
 
 void Findings::add(Findings others) {
-    std::move(others.fFindings.begin(), others.fFindings.end(), std::back_inserter(fFindings));
+    for (Finding& finding : others.fFindings) {
+        if (hasRoom()) fFindings.push_back(std::move(finding));
+    }
+    fLeftOut += others.fLeftOut;
+}
+
+bool Findings::hasRoom() {
+    if (fFindings.size() < kMost) return true;
+    ++fLeftOut;
+    return false;
+}
+
+std::string Findings::leftOut() const {
+    if (fLeftOut == 0) return {};
+    return std::to_string(fLeftOut) + " more are not listed.";
 }
 
 void Findings::appendTo(std::string& errors) const {
     for (const Finding& finding : fFindings) addMessage(errors, finding.message);
+    addMessage(errors, leftOut());
 }
 
 std::vector<Finding> Findings::inFileOrder() const {
@@ -36,6 +50,7 @@ std::vector<Finding> Findings::inFileOrder() const {
     }
     std::stable_sort(findings.begin(), findings.end(),
                      [](const Finding& a, const Finding& b) { return a.offset < b.offset; });
+    if (fLeftOut > 0) findings.push_back({Code::kMore, {}, {}, {}, {}, leftOut()});
     return findings;
 }
 
@@ -43,17 +58,18 @@ void countLines(Files::File& file, std::vector<Finding>& findings) {
     constexpr std::size_t kBlockSize = 64 * 1024;
     const auto hasPlace = [](const Finding& finding) { return finding.offset.has_value(); };
     auto next = std::find_if(findings.begin(), findings.end(), hasPlace);
-    if (next == findings.end() || !file.seek(0)) return;
+    const auto last = std::find_if_not(next, findings.end(), hasPlace);
+    if (next == last || !file.seek(0)) return;
     std::string block(kBlockSize, '\0');
     std::uint64_t begin = 0;
     std::uint64_t line = 1;
-    while (next != findings.end()) {
+    while (next != last) {
         const auto got = file.read(block.data(), block.size());
         if (!got) return;
         const auto end = block.begin() + static_cast<std::ptrdiff_t>(*got);
         auto counted = block.begin();
         // At the file's end stand those that lie there or, in a file made shorter, beyond.
-        while (next != findings.end() && (*next->offset - begin < *got || *got < kBlockSize)) {
+        while (next != last && (*next->offset - begin < *got || *got < kBlockSize)) {
             const std::uint64_t inside = std::min<std::uint64_t>(*next->offset - begin, *got);
             const auto at = block.begin() + static_cast<std::ptrdiff_t>(inside);
             line += static_cast<std::uint64_t>(std::count(counted, at, '\n'));

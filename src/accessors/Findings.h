@@ -4,6 +4,7 @@
 
 #include <data/Finding.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <utility>
@@ -20,6 +21,9 @@ class Findings {
   public:
     using Code = Finding::Code;
 
+    /// Of more than these only the number is kept: a file can be nothing but mistakes.
+    static constexpr std::size_t kMost = 1000;
+
     Findings() = default;
     explicit Findings(std::vector<Finding> findings) : fFindings(std::move(findings)) {}
 
@@ -28,6 +32,8 @@ class Findings {
     /// About a record, with the node that it belongs to.
     void add(Code code, std::string message, const SceneRecord& record);
     void add(Findings others);
+    /// Found, but not kept.
+    void addLeftOut(std::uint64_t count) { fLeftOut += count; }
     /// For `return findings.fail(...)`.
     bool fail(Code code, std::string message, const FilePlace& place = {}) {
         add(code, std::move(message), place);
@@ -41,7 +47,11 @@ class Findings {
     [[nodiscard]] std::vector<Finding> inFileOrder() const;
 
   private:
+    [[nodiscard]] bool hasRoom();
+    [[nodiscard]] std::string leftOut() const;
+
     std::vector<Finding> fFindings;
+    std::uint64_t fLeftOut = 0;
 };
 
 /// For a caller that wants their text alone.

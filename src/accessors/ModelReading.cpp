@@ -49,12 +49,11 @@ bool ModelReading::wantsMore() const { return !fStructureNames.done() || wantsAs
 template <typename Read>
 auto ModelReading::read(const Read& reader, Item& item) const {
     if (!fThorough) return reader(item.record, item.findings);
-    using Kind = ReaderRemarks::Kind;
     using Code = Finding::Code;
     const ReaderRemarks::Collector collector;
     auto object = reader(item.record, item.findings);
     for (const ReaderRemarks::Remark& remark : collector.remarks()) {
-        const bool isNumber = remark.kind == Kind::kNotFinite;
+        const bool isNumber = remark.kind == ReaderRemarks::Kind::kNotFinite;
         item.findings.add(isNumber ? Code::kNumberNotFinite : Code::kTextPassedOver,
                           remark.message(), item.record);
     }
@@ -89,6 +88,7 @@ void ModelReading::add(SceneRecord record) {
 }
 
 void ModelReading::add(Finding::Code code, std::string message, const FilePlace& place) {
+    if (++fMessages > Findings::kMost) return;
     fItems.emplace_back();
     fItems.back().findings.add(code, std::move(message), place);
 }
@@ -96,6 +96,7 @@ void ModelReading::add(Finding::Code code, std::string message, const FilePlace&
 void ModelReading::discard() {
     fStructureNames = NameFilter(fStructureNamesGiven);
     fItems.clear();
+    fMessages = 0;
 }
 
 void ModelReading::registerStructure(Item& item, TakenNames& taken, Helpers& helpers) {
@@ -150,6 +151,7 @@ TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy&
     buildAssociations(map, taken);
     for (const auto& entry : map) taken.associations.insert(entry.first);
     for (Item& item : fItems) findings.add(std::move(item.findings));
+    findings.addLeftOut(fMessages - std::min(fMessages, Findings::kMost));
     return taken;
 }
 

@@ -109,6 +109,7 @@ class ModelReading {
     NameFilter fStructureNames;
     NameFilter fAssociationNames;  // never struck off
     std::vector<Item> fItems;
+    std::size_t fMessages = 0;  // that are no record's
 };
 
 }  // namespace orbo::Data

@@ -81,6 +81,18 @@ TEST_F(FindingsTest, AreThoseOfTheLastCall) {
     EXPECT_EQ(shown(fAccessor, ""), " file-unreadable");
 }
 
+TEST_F(FindingsTest, OfVeryManyOnlyTheNumberIsKept) {
+    std::string words = "A";
+    for (int i = 0; i < 3000; ++i) words += i % 3 == 0 ? " n1!" : " open";
+    makeScene(words);
+    EXPECT_TRUE(read());
+    const auto& found = fAccessor.findings();
+    ASSERT_EQ(found.size(), 1001U);
+    EXPECT_EQ(found.back().code, Finding::Code::kMore);
+    EXPECT_EQ(found.back().message, "2000 more are not listed.");
+    EXPECT_EQ(fErrors.substr(fErrors.rfind('\n') + 1), found.back().message);
+}
+
 TEST_F(FindingsTest, OfABinarySceneHaveChunks) {
     const std::string good = structureChunk("name=A:int32=x");
     struct Row {

@@ -55,6 +55,9 @@ std::vector<Data::Finding> findingsOf(const std::string& file,
     return accessor->findings();
 }
 
+// Stands for findings about anything.
+bool isOfMore(const Data::Finding& finding) { return finding.code == Data::Finding::Code::kMore; }
+
 }  // namespace
 
 std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAccess& access,
@@ -94,7 +97,7 @@ std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess
 bool isReadable(const std::string& file, const std::set<std::string>& nodes) {
     const auto found = findingsOf(file, &nodes);
     return std::none_of(found.begin(), found.end(), [&](const auto& finding) {
-        return finding.node && nodes.count(*finding.node) > 0;
+        return isOfMore(finding) || (finding.node && nodes.count(*finding.node) > 0);
     });
 }
 
@@ -102,7 +105,7 @@ bool lacksStructure(const std::string& file, const std::string& name) {
     const std::string message = fmt::format("Structure '{}' not found", name);
     const auto found = findingsOf(file);
     return std::any_of(found.begin(), found.end(), [&](const auto& finding) {
-        return finding.message.find(message) != std::string::npos;
+        return isOfMore(finding) || finding.message.find(message) != std::string::npos;
     });
 }
 
