@@ -36,7 +36,7 @@ void addNote(std::string& notes, const std::string& note) {
 class FileOpener {
   public:
     FileOpener(const std::string& name, std::chrono::milliseconds patience)
-        : fSystem(FileSystem::current()), fEnd(Clock::now() + patience), fName(name) {
+        : fSystem(FileSystem::current()), fEnd(Clock::now() + patience) {
         fPath = fSystem.resolve(name, fOpening.error);
         if (!fPath.empty()) fOpening.journalPath = Journal::pathFor(fPath);
     }
@@ -96,8 +96,8 @@ class FileOpener {
             if (!isBusy && isInPlace(fSystem, fPath, *file, fOpening.error)) return file;
             if (fOpening.error) return nullptr;
             if (Clock::now() >= fEnd) {
-                fOpening.problem = fName + (isBusy ? " is in use by another program"
-                                                   : " is being replaced by another program");
+                fOpening.problem = isBusy ? "The file is in use by another program"
+                                          : "The file is being replaced by another program";
                 return nullptr;
             }
             file.reset();
@@ -111,7 +111,7 @@ class FileOpener {
         JournalRecovery recovery(fSystem, fPath, file);
         fOpening.verdict = recovery.look();
         if (fOpening.verdict == Verdict::kNothing) return true;
-        fOpening.problem = fName + " is in use by another program, or was when that ended: " +
+        fOpening.problem = "The file is in use by another program, or was when that ended: " +
                            recovery.journalPath() + " is there, and the file system has no locks";
         return false;
     }
@@ -170,7 +170,6 @@ class FileOpener {
     FileSystem& fSystem;
     Clock::time_point fEnd;
     std::chrono::milliseconds fPause = kShortestPause;
-    std::string fName;
     std::string fPath;
     bool fHasLocks = true;
     LockedFile::Opening fOpening;

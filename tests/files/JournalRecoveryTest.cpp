@@ -153,7 +153,7 @@ TEST_F(JournalRecoveryTest, ALockKeepsOthersOut) {
     const auto reader = LockedFile::open(kPath, Use::kRead, {});
     EXPECT_TRUE(LockedFile::open(kPath, Use::kRead, {}).file);
     EXPECT_EQ(LockedFile::open(kPath, Use::kWrite, std::chrono::milliseconds(5)).problem,
-              kPath + " is in use by another program");
+              "The file is in use by another program");
 }
 
 TEST(JournalPath, FitsIntoTheFolder) {
