@@ -26,11 +26,13 @@ static_assert(sizeof(off_t) >= 8, "offsets in scenes need 64 bits");
 
 // Systems differ in how much they move in one call; all take this much.
 constexpr std::size_t kMostPerCall = std::size_t{1} << 30;
+// Far more than signals come; a file system that never does anything else must not hang us.
+constexpr int kMostInterruptions = 1000;
 
 template <typename Call>
 auto untilNotInterrupted(Call call) {
     auto result = call();
-    while (result == -1 && errno == EINTR) result = call();
+    for (int i = 0; i < kMostInterruptions && result == -1 && errno == EINTR; ++i) result = call();
     return result;
 }
 
