@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace orbo::Files {
 
@@ -64,10 +65,24 @@ FileStatus statusOf(const struct stat& found) {
     return status;
 }
 
+/// Closes it unless nothing was opened.
+class Descriptor {
+  public:
+    explicit Descriptor(int number) : fNumber(number) {}
+    Descriptor(Descriptor&& other) noexcept : fNumber(std::exchange(other.fNumber, -1)) {}
+    Descriptor& operator=(Descriptor&&) = delete;
+    ~Descriptor() {
+        if (fNumber >= 0) ::close(fNumber);
+    }
+    operator int() const { return fNumber; }
+
+  private:
+    int fNumber;
+};
+
 class PosixFile : public File {
   public:
-    explicit PosixFile(int descriptor) : fDescriptor(descriptor) {}
-    ~PosixFile() override { ::close(fDescriptor); }
+    explicit PosixFile(Descriptor&& descriptor) : fDescriptor(std::move(descriptor)) {}
 
     std::optional<FileStatus> status() override {
         struct stat found = {};
@@ -159,14 +174,14 @@ class PosixFile : public File {
         return success;
     }
 
-    int fDescriptor;
+    Descriptor fDescriptor;
 };
 
-/// Null, with an error, for anything but a regular file; takes the descriptor in any case.
-std::unique_ptr<File> regularFile(int descriptor, std::error_code& error) {
+/// Null, with an error, for anything but a regular file.
+std::unique_ptr<File> regularFile(Descriptor descriptor, std::error_code& error) {
     error = descriptor < 0 ? lastError() : std::error_code();
     if (descriptor < 0) return nullptr;
-    auto file = std::make_unique<PosixFile>(descriptor);
+    auto file = std::make_unique<PosixFile>(std::move(descriptor));
     const auto status = file->status();
     if (status && status->isRegular) return file;
     error = status ? std::make_error_code(std::errc::operation_not_supported) : file->error();
@@ -187,7 +202,8 @@ std::unique_ptr<File> PosixFileSystem::open(const std::string& path, Mode mode,
     // Without O_NONBLOCK a named pipe would wait here for its other end.
     const int flags =
         (mode == Mode::kRead ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW;
-    return regularFile(untilNotInterrupted([&] { return ::open(path.c_str(), flags); }), error);
+    return regularFile(Descriptor(untilNotInterrupted([&] { return ::open(path.c_str(), flags); })),
+                       error);
 }
 
 std::unique_ptr<File> PosixFileSystem::create(const std::string& path, unsigned permissions,
@@ -195,7 +211,7 @@ std::unique_ptr<File> PosixFileSystem::create(const std::string& path, unsigned 
     constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
     const int descriptor =
         untilNotInterrupted([&] { return ::open(path.c_str(), kFlags, S_IRUSR | S_IWUSR); });
-    auto file = regularFile(descriptor, error);
+    auto file = regularFile(Descriptor(descriptor), error);
     // The process may have a mask of its own.
     if (file) ::fchmod(descriptor, static_cast<mode_t>(permissions & 0777U));
     return file;
@@ -219,12 +235,11 @@ bool PosixFileSystem::rename(const std::string& from, const std::string& to,
 
 bool PosixFileSystem::syncFolderOf(const std::string& path, std::error_code& error) {
     const std::string folder = path.substr(0, path.rfind('/') + 1);
-    const int descriptor = untilNotInterrupted([&] {
+    const Descriptor descriptor(untilNotInterrupted([&] {
         return ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    });
+    }));
     if (descriptor < 0) return outcome(descriptor, error);
     const bool synced = outcome(::fsync(descriptor), error);
-    ::close(descriptor);
     // There are file systems that cannot; their names are on the disk at once or never.
     if (!synced && isAnyOf(error.value(), {EINVAL, ENOTSUP})) error.clear();
     return !error;
