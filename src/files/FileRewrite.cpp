@@ -45,7 +45,10 @@ FileRewrite::Outcome FileRewrite::failed(Step step, const std::error_code& error
 }
 
 FileRewrite::Outcome FileRewrite::run() {
-    if (std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready)) return {};
+    if (std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready)) {
+        // Whoever wrote it may not have made sure.
+        return fDurable && !fFile.sync() ? failed(Step::kSync, fFile.error()) : Outcome();
+    }
     if (const Outcome outcome = prepare(); outcome.failed != Step::kDone) return outcome;
     Outcome outcome = change();
     if (outcome.failed == Step::kDone) outcome = finish();

@@ -49,7 +49,7 @@ class FileRewrite {
         : fLocked(file), fFile(file.file()), fRanges(std::move(ranges)), fDurable(durable) {}
 
     /// The file is only made shorter once everything is written. A file that holds the new bytes
-    /// already is not touched.
+    /// already is only synced.
     Outcome run();
     [[nodiscard]] std::string journalPath() const;
 

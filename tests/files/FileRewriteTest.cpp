@@ -101,6 +101,10 @@ TEST_F(FileRewriteTest, TouchesNothingElse) {
     EXPECT_EQ(FileRewrite(*opening.file, {{17, "old tail", {"old ", "tail"}}}, true).run().failed,
               Step::kDone);
     EXPECT_EQ(fSystem.bytesWritten, 0U) << "the same bytes";
+    fSystem.failAt(0, false, Call::kSync);
+    EXPECT_EQ(FileRewrite(*opening.file, {{17, "old tail", {"old tail"}}}, true).run().failed,
+              Step::kSync)
+        << "they may not have reached the disk";
 }
 
 }  // namespace
