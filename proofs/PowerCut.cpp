@@ -271,8 +271,7 @@ class SceneEditor {
         : fPath(path), fAccessor(Data::Accessor::accessorByExtension(path)) {
         fStructure->setName("A");
         fStructure->addMember(Data::Member::kInt32, 1, "x");
-        Data::WritePolicy policy = Data::WritePolicy::careful();
-        fAccessor->setWritePolicy(policy);
+        fAccessor->setWritePolicy(Data::WritePolicy::careful());
     }
 
     Saved save(DiskSystem& system, int elements, int value) {
