@@ -38,10 +38,13 @@ Outline outlineOf(std::string_view scene) {
     bool inside = false;
     for (std::size_t at = 0; at < scene.size();) {
         const std::string_view line = scene.substr(at, scene.find('\n', at) - at);
-        if (startsWith(line, "// End of")) outline.trailer = at;
+        const bool isTrailer = startsWith(line, "// End of");
+        if (isTrailer) outline.trailer = at;
+        // What stands behind closes no statement in front.
+        outline.unclosed = outline.unclosed || (isTrailer && inside);
         const bool isCommand =
             startsWith(line, "dataStructure") || startsWith(line, "applyMetadata");
-        if (isCommand || startsWith(line, "// End of")) outline.front = std::min(outline.front, at);
+        if (isCommand || isTrailer) outline.front = std::min(outline.front, at);
         addLine(outline, line, isCommand, inside);
         at += line.size() + 1;
     }
