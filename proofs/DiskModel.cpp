@@ -207,6 +207,7 @@ class DiskSystem::OpenFile : public File {
     }
     bool reserve(std::uint64_t, std::uint64_t) override { return true; }
     LockResult lock(Lock) override { return LockResult::kLocked; }
+    void unlock() override {}
 
   private:
     std::string nameForSyncs() {
@@ -263,7 +264,7 @@ std::unique_ptr<File> DiskSystem::open(const std::string& path, Mode mode, std::
     return std::make_unique<OpenFile>(*this, inode);
 }
 
-std::unique_ptr<File> DiskSystem::create(const std::string& path, unsigned,
+std::unique_ptr<File> DiskSystem::create(const std::string& path, const FileStatus&,
                                          std::error_code& error) {
     if (!outcome(!fails() && !fDisk.has(path), error)) return nullptr;
     const std::size_t inode = fDisk.inodes.size();

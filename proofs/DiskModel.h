@@ -122,7 +122,7 @@ class DiskSystem : public Files::FileSystem {
     std::string resolve(const std::string& name, std::error_code& error) override;
     std::unique_ptr<Files::File> open(const std::string& path, Mode mode,
                                       std::error_code& error) override;
-    std::unique_ptr<Files::File> create(const std::string& path, unsigned permissions,
+    std::unique_ptr<Files::File> create(const std::string& path, const Files::FileStatus& like,
                                         std::error_code& error) override;
     std::optional<Files::FileStatus> status(const std::string& path,
                                             std::error_code& error) override;

@@ -56,6 +56,8 @@ std::vector<Finding> Findings::inFileOrder() const {
 
 void countLines(Files::File& file, std::vector<Finding>& findings) {
     constexpr std::size_t kBlockSize = 64 * 1024;
+    // Behind so much of a scene nobody looks for a line, and it would take long to count.
+    constexpr std::uint64_t kMostCounted = std::uint64_t{1} << 30;
     const auto hasPlace = [](const Finding& finding) { return finding.offset.has_value(); };
     auto next = std::find_if(findings.begin(), findings.end(), hasPlace);
     const auto last = std::find_if_not(next, findings.end(), hasPlace);
@@ -63,7 +65,7 @@ void countLines(Files::File& file, std::vector<Finding>& findings) {
     std::string block(kBlockSize, '\0');
     std::uint64_t begin = 0;
     std::uint64_t line = 1;
-    while (next != last) {
+    while (next != last && *next->offset <= kMostCounted) {
         const auto got = file.read(block.data(), block.size());
         if (!got) return;
         const auto end = block.begin() + static_cast<std::ptrdiff_t>(*got);

@@ -61,7 +61,7 @@ inline bool fail(std::string& errors, const Findings& findings) {
 }
 
 /// Gives the findings with an offset, which are in file order, their lines. Reads the file once, up
-/// to the last of them; where it cannot be read they stay without.
+/// to the last of them; where it cannot be read, and behind the first GiB, they stay without.
 void countLines(Files::File& file, std::vector<Finding>& findings);
 
 }  // namespace orbo::Data

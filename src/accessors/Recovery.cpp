@@ -54,7 +54,8 @@ Recovery Recovery::inspect(const std::string& fileName, std::chrono::millisecond
 
 Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds patience) {
     // Who may not write the file has nothing to do either, as a rule.
-    if (const Recovery found = inspect(fileName, patience); found.done) return found;
+    const Recovery found = inspect(fileName, patience);
+    if (found.done || found.state == State::kRefused) return found;
     const auto opening = LockedFile::open(fileName, LockedFile::Use::kRecover, patience);
     Recovery recovery = recoveryOf(opening);
     if (!opening.file && recovery.state == State::kNothing) recovery.state = State::kRefused;

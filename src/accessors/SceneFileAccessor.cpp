@@ -4,6 +4,7 @@
 
 #include <data/Recovery.h>
 
+#include <new>
 #include <utility>
 
 #include "accessors/Messages.h"
@@ -68,6 +69,8 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
         fTaken = reading.build(associations(), readPolicy(), findings);
         remember(file);
     }
+    // Counting lines may take long, and changes nothing.
+    file.unlock();
     publish(findings, file);
     return done;
 }
@@ -107,10 +110,15 @@ bool SceneFileAccessor::writeScene(std::string& errors) const {
     const std::unique_ptr<SceneSection> metadata = section(file);
     SceneWriter writer(*this, fTaken, *metadata);
     const RewriteResult result = writer.write(*opening.file, errors);
-    setMetConflict(writer.metConflict());
-    if (result == RewriteResult::kFailed) return false;
+    setMetConflict(writer.metConflict() || result == RewriteResult::kConflict);
+    if (result == RewriteResult::kFailed || result == RewriteResult::kConflict) return false;
     std::swap(fTaken, writer.written());
-    remember(file);
+    try {
+        remember(file);
+    } catch (const std::bad_alloc&) {
+        // The change is made all the same; the next write takes the file as it finds it.
+        fTaken.fingerprint.reset();
+    }
     return result == RewriteResult::kDone;
 }
 
@@ -118,7 +126,8 @@ bool SceneFileAccessor::writeScene(std::string& errors) const {
 bool SceneFileAccessor::findJournal(const std::string& fileName, Findings& findings) const {
     using Code = Finding::Code;
     using State = Recovery::State;
-    switch (Recovery::inspect(fileName, patience()).state) {
+    const Recovery recovery = Recovery::inspect(fileName, patience());
+    switch (recovery.state) {
         case State::kUnused:
             findings.add(Code::kJournalPending,
                          "A journal is there, of a change that was cut short before it began.");
@@ -130,8 +139,9 @@ bool SceneFileAccessor::findJournal(const std::string& fileName, Findings& findi
         case State::kOrphaned:
             return findings.fail(Code::kJournalOrphaned,
                                  "A journal does not fit the file; nothing else was looked at.");
+        case State::kRefused:
+            return findings.fail(Code::kFileUnreadable, recovery.message);
         case State::kNothing:
-        case State::kRefused:  // which reading reports
             break;
     }
     return true;

@@ -17,6 +17,12 @@ using Step = FileRewrite::Step;
 constexpr const char* kWayOut =
     " Without one it can be written: WritePolicy::durable off, or quilmeta --no-journal.";
 
+// A full disk is no reason to write without one.
+bool isForbidden(const std::error_code& error) {
+    return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
+           error == std::errc::read_only_file_system || error == std::errc::filename_too_long;
+}
+
 std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& rewrite,
                       const std::vector<SceneSection::Change>& changes) {
     const SceneSection::Change& change = changes.at(outcome.range);
@@ -32,7 +38,8 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
         case Step::kReserve:
             return "There is no room for the change" + reason;
         case Step::kJournal:
-            return "Could not write the journal " + rewrite.journalPath() + reason + '.' + kWayOut;
+            return "Could not write the journal " + rewrite.journalPath() + reason + '.' +
+                   (isForbidden(outcome.error) ? kWayOut : "");
         case Step::kSeek:
             return change.seekFailure;
         case Step::kWrite:
@@ -43,8 +50,10 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
             return "Could not sync the file.";
         case Step::kCompare:
             return "The file does not hold what was written to it.";
+        case Step::kChanged:
+            return "Another program has changed the file meanwhile.";
         case Step::kInPlace:
-            return "Another program has put a new file in the place of this one.";
+            return "Another program has removed the file, or put a new one in its place.";
         case Step::kCommit:
             return "The change is made, but the removal of the journal " + rewrite.journalPath() +
                    " is not certain" + reason;
@@ -67,6 +76,7 @@ RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::C
     const FileRewrite::Outcome outcome = rewrite.run();
     if (outcome.failed == Step::kDone) return RewriteResult::kDone;
     addMessage(errors, messageOf(outcome, rewrite, changes));
+    if (outcome.failed == Step::kChanged) return RewriteResult::kConflict;
     if (outcome.holdsNew) return RewriteResult::kUnsure;
     if (!outcome.restored) {
         addMessage(errors, "The old content could not be put back.");

@@ -15,7 +15,8 @@ namespace orbo::Data {
 enum class RewriteResult {
     kDone,
     kFailed,
-    kUnsure,  ///< the file holds the new section, but not everything that was asked for is done
+    kConflict,  ///< somebody else has written the file since it was opened
+    kUnsure,    ///< the file holds the new section, but not everything that was asked for is done
 };
 
 /// Anything but `kDone` comes with a message.

@@ -17,6 +17,7 @@ struct FileStatus {
     std::uint64_t inode = 0;
     std::uint64_t links = 1;  // names that it has
     std::uint64_t owner = 0;
+    std::uint64_t group = 0;
     unsigned permissions = 0;  // as for chmod
     std::uint64_t length = 0;  // in bytes
     /// Nanoseconds since 1970, of the last change of its bytes. Systems count in steps of up to
@@ -61,6 +62,7 @@ class File {
     [[nodiscard]] virtual bool reserve(std::uint64_t from, std::uint64_t to) = 0;
     /// An advisory lock on the whole file, in place of one that is held already. Never waits.
     [[nodiscard]] virtual LockResult lock(Lock kind) = 0;
+    virtual void unlock() = 0;
 
     /// In bytes; empty on failure.
     [[nodiscard]] std::optional<std::uint64_t> size();
@@ -86,10 +88,10 @@ class FileSystem {
     /// Null when the file is not there, may not be opened or is no regular file. Never waits.
     [[nodiscard]] virtual std::unique_ptr<File> open(const std::string& path, Mode mode,
                                                      std::error_code& error) = 0;
-    /// Null when anything has that name already. Readable and writable through what is returned,
-    /// whatever `permissions` say.
+    /// Null when anything has that name already. For the same people as `like`, as far as that can
+    /// be had, and never for more; readable and writable through what is returned in any case.
     [[nodiscard]] virtual std::unique_ptr<File> create(const std::string& path,
-                                                       unsigned permissions,
+                                                       const FileStatus& like,
                                                        std::error_code& error) = 0;
     /// Empty without an error when there is nothing.
     [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path,

@@ -3,15 +3,13 @@
 #include "files/FileRewrite.h"
 
 #include <algorithm>
+#include <array>
+#include <new>
 #include <string_view>
-
-#include "files/Journal.h"
 
 namespace orbo::Files {
 
 namespace {
-
-constexpr std::size_t kBlockSize = 64 * 1024;
 
 bool holdsNewAlready(const RewriteRange& range) {
     std::string_view left = range.oldBytes;
@@ -22,20 +20,19 @@ bool holdsNewAlready(const RewriteRange& range) {
     return left.empty();
 }
 
-// From where the file is.
+// From where the file is. Must not run out of memory.
 bool holds(File& file, std::string_view bytes) {
-    std::string block;
-    for (; !bytes.empty(); bytes.remove_prefix(block.size())) {
-        block.resize(std::min(bytes.size(), kBlockSize));
-        if (!readExactly(file, block.data(), block.size())) return false;
-        if (bytes.substr(0, block.size()) != block) return false;
+    std::array<char, 4096> block;
+    while (!bytes.empty()) {
+        const std::string_view expected = bytes.substr(0, block.size());
+        if (!readExactly(file, block.data(), expected.size())) return false;
+        if (expected != std::string_view(block.data(), expected.size())) return false;
+        bytes.remove_prefix(expected.size());
     }
     return true;
 }
 
 }  // namespace
-
-std::string FileRewrite::journalPath() const { return Journal::pathFor(fLocked.path()); }
 
 FileRewrite::Outcome FileRewrite::failed(Step step, const std::error_code& error) const {
     Outcome outcome;
@@ -45,10 +42,8 @@ FileRewrite::Outcome FileRewrite::failed(Step step, const std::error_code& error
 }
 
 FileRewrite::Outcome FileRewrite::run() {
-    if (std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready)) {
-        // Whoever wrote it may not have made sure.
-        return fDurable && !fFile.sync() ? failed(Step::kSync, fFile.error()) : Outcome();
-    }
+    // Whoever wrote it may not have made sure.
+    if (std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready)) return finish();
     if (const Outcome outcome = prepare(); outcome.failed != Step::kDone) return outcome;
     Outcome outcome = change();
     if (outcome.failed == Step::kDone) outcome = finish();
@@ -63,18 +58,33 @@ FileRewrite::Outcome FileRewrite::prepare() {
     if (status->links > 1) {
         return failed(Step::kPrepare, std::make_error_code(std::errc::too_many_links));
     }
-    const std::uint64_t oldEnd = fRanges.back().oldEnd();
-    const std::uint64_t newEnd = fRanges.back().newEnd();
-    if (newEnd > oldEnd && !fFile.reserve(oldEnd, newEnd)) {
-        return failed(Step::kReserve, fFile.error());
+    Outcome outcome = createJournal(*status);
+    if (!fJournal) return outcome;
+    try {
+        outcome = writeJournal();
+    } catch (...) {
+        discardJournal(fLocked.system(), fJournalPath, *fJournal);
+        throw;
     }
-    std::error_code error;
-    fJournal = fLocked.system().create(journalPath(), status->permissions, error);
-    if (!fJournal) return failed(Step::kJournal, error);
-    const Outcome outcome = writeJournal();
     // If it cannot be removed either it is short, or tells that the file holds the old bytes.
-    if (outcome.failed != Step::kDone) discardJournal(fLocked.system(), journalPath(), *fJournal);
+    if (outcome.failed != Step::kDone) discardJournal(fLocked.system(), fJournalPath, *fJournal);
     return outcome;
+}
+
+FileRewrite::Outcome FileRewrite::createJournal(const FileStatus& like) {
+    FileSystem& system = fLocked.system();
+    std::error_code error;
+    fJournal = system.create(fJournalPath, like, error);
+    if (fJournal) return {};
+    if (error == std::errc::file_exists) {
+        // An empty one is what is left where names cannot be removed.
+        std::error_code ignored;
+        const auto found = system.status(fJournalPath, ignored);
+        if (found && found->isRegular && found->length == 0) {
+            fJournal = system.open(fJournalPath, FileSystem::Mode::kReadWrite, error);
+        }
+    }
+    return fJournal ? Outcome() : failed(Step::kJournal, error);
 }
 
 FileRewrite::Outcome FileRewrite::writeJournal() {
@@ -82,8 +92,14 @@ FileRewrite::Outcome FileRewrite::writeJournal() {
         return failed(Step::kJournal, fJournal->error());
     }
     std::error_code error;
-    if (!fLocked.system().syncFolderOf(journalPath(), error)) return failed(Step::kJournal, error);
-    return {};
+    if (!fLocked.system().syncFolderOf(fJournalPath, error)) return failed(Step::kJournal, error);
+    const std::uint64_t oldEnd = fRanges.back().oldEnd();
+    const std::uint64_t newEnd = fRanges.back().newEnd();
+    if (newEnd > oldEnd && !fFile.reserve(oldEnd, newEnd)) {
+        return failed(Step::kReserve, fFile.error());
+    }
+    // There are programs, and file systems, without locks.
+    return holdsOld() ? Outcome() : failed(Step::kChanged, {});
 }
 
 FileRewrite::Outcome FileRewrite::change() {
@@ -125,8 +141,12 @@ FileRewrite::Outcome FileRewrite::finish() {
 FileRewrite::Outcome FileRewrite::commit() {
     if (!fDurable) return {};
     std::error_code error;
-    const bool removed = discardJournal(fLocked.system(), journalPath(), *fJournal);
-    if (removed && fLocked.system().syncFolderOf(journalPath(), error)) return {};
+    const bool removed = discardJournal(fLocked.system(), fJournalPath, *fJournal);
+    try {
+        if (removed && fLocked.system().syncFolderOf(fJournalPath, error)) return {};
+    } catch (const std::bad_alloc&) {
+        error = std::make_error_code(std::errc::not_enough_memory);
+    }
     Outcome outcome = failed(Step::kCommit, error ? error : fJournal->error());
     outcome.restored = false;
     outcome.holdsNew = true;
@@ -144,7 +164,7 @@ FileRewrite::Outcome FileRewrite::undo(Outcome failure) {
         failure.restored = writeOld() || holdsOld();
     }
     if (fJournal && failure.restored) {
-        discardJournal(fLocked.system(), journalPath(), *fJournal);
+        discardJournal(fLocked.system(), fJournalPath, *fJournal);
     }
     return failure;
 }

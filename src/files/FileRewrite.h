@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "files/Journal.h"
 #include "files/LockedFile.h"
 #include "files/RewriteRange.h"
 
@@ -28,7 +29,8 @@ class FileRewrite {
         kTruncate,
         kSync,
         kCompare,  ///< the file does not hold what was written
-        kInPlace,  ///< another program has put a new file in the place of this one
+        kChanged,  ///< another program has written the file since it was read
+        kInPlace,  ///< another program has put a new file in its place, or removed it
         kCommit,   ///< the journal cannot be removed, or not for sure
     };
 
@@ -46,15 +48,20 @@ class FileRewrite {
 
     /// There is at least one range.
     FileRewrite(LockedFile& file, std::vector<RewriteRange> ranges, bool durable)
-        : fLocked(file), fFile(file.file()), fRanges(std::move(ranges)), fDurable(durable) {}
+        : fLocked(file),
+          fFile(file.file()),
+          fRanges(std::move(ranges)),
+          fDurable(durable),
+          fJournalPath(Journal::pathFor(file.path())) {}
 
     /// The file is only made shorter once everything is written. A file that holds the new bytes
     /// already is only synced.
     Outcome run();
-    [[nodiscard]] std::string journalPath() const;
+    [[nodiscard]] const std::string& journalPath() const { return fJournalPath; }
 
   private:
     Outcome prepare();
+    Outcome createJournal(const FileStatus& like);
     Outcome writeJournal();
     Outcome change();
     Outcome write(std::size_t range);
@@ -70,6 +77,7 @@ class FileRewrite {
     File& fFile;
     std::vector<RewriteRange> fRanges;
     bool fDurable;
+    std::string fJournalPath;
     bool fTouched = false;
     std::unique_ptr<File> fJournal;
 };

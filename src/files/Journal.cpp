@@ -25,6 +25,8 @@ constexpr std::size_t kChecksumSize = 8;
 // No file system has longer names, no rewrite more ranges.
 constexpr std::uint64_t kMostName = 4096;
 constexpr std::uint64_t kMostRanges = 64;
+constexpr std::uint64_t kLargestHeader =
+    kFixedSize + kMostRanges * kRangeSize + kMostName + kChecksumSize;
 // No file is larger, and sums of a few stay far from the end of their type.
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 62;
 
@@ -157,24 +159,35 @@ class Reader {
         fJournal.newLength = fields.number(8);
         const std::uint64_t nameSize = fields.number(4);
         const std::uint64_t ranges = fields.number(4);
+        const bool isOurs = version == kVersion;
         const bool isSensible =
-            version == kVersion && nameSize <= kMostName && ranges > 0 && ranges <= kMostRanges &&
+            nameSize <= kMostName && ranges > 0 && ranges <= kMostRanges &&
             fHeaderSize == kFixedSize + ranges * kRangeSize + nameSize + kChecksumSize;
-        if (!isSensible) return Condition::kDamaged;
-        if (fLength < fHeaderSize) return Condition::kShort;
-        return readLists(header, static_cast<std::size_t>(ranges),
-                         static_cast<std::size_t>(nameSize));
+        if (isOurs && !isSensible) return Condition::kDamaged;
+        if (isOurs && fLength < fHeaderSize) return Condition::kShort;
+        const Condition read = readLists(header);
+        if (read != Condition::kWhole) return read;
+        return isOurs ? takeLists(header, static_cast<std::size_t>(ranges),
+                                  static_cast<std::size_t>(nameSize))
+                      : Condition::kOtherVersion;
     }
 
-    Condition readLists(std::string& header, std::size_t ranges, std::size_t nameSize) {
+    // What the size of the header and the checksum at its end are, all versions agree on.
+    Condition readLists(std::string& header) {
+        const bool isPossible = fHeaderSize >= kFixedSize + kChecksumSize &&
+                                fHeaderSize <= kLargestHeader && fHeaderSize <= fLength;
+        if (!isPossible) return Condition::kDamaged;
         header.resize(static_cast<std::size_t>(fHeaderSize));
         if (!readExactlyAt(fFile, 0, header.data(), header.size())) return Condition::kUnreadable;
         const std::string_view bytes =
             std::string_view(header).substr(0, header.size() - kChecksumSize);
-        if (std::string_view(header).substr(bytes.size()) != checksumOf(bytes)) {
-            return Condition::kDamaged;
-        }
-        Fields fields(bytes.substr(kFixedSize));
+        return std::string_view(header).substr(bytes.size()) == checksumOf(bytes)
+                   ? Condition::kWhole
+                   : Condition::kDamaged;
+    }
+
+    Condition takeLists(std::string_view header, std::size_t ranges, std::size_t nameSize) {
+        Fields fields(header.substr(kFixedSize));
         fJournal.ranges.resize(ranges);
         for (Journal::Range& range : fJournal.ranges) {
             range.offset = fields.number(8);

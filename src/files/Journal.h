@@ -16,9 +16,10 @@ namespace orbo::Files {
 struct Journal {
     enum class Condition {
         kWhole,
-        kShort,       ///< ends before it should: it was never finished, and nothing was done yet
-        kDamaged,     ///< as long as it should be, or of unknown length, but with other bytes
-        kUnreadable,  ///< the system says no
+        kShort,         ///< ends before it should: it was never finished, and nothing was done yet
+        kDamaged,       ///< as long as it should be, or of unknown length, but with other bytes
+        kOtherVersion,  ///< of a program that knows more
+        kUnreadable,    ///< the system says no
     };
 
     struct Range {

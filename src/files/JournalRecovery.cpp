@@ -78,7 +78,8 @@ JournalRecovery::Verdict JournalRecovery::openJournal() {
     if (status->owner != 0 && status->owner != fileStatus->owner &&
         status->owner != fSystem.user()) {
         fMessage = "The journal " + fJournalPath +
-                   " belongs neither to the owner of the file nor to you; it was not applied";
+                   " belongs neither to the owner of the file nor to you; it was not applied. Who "
+                   "owns it, or root, can recover the file";
         return Verdict::kForeign;
     }
     fJournalFile = fSystem.open(fJournalPath, FileSystem::Mode::kRead, error);
@@ -99,6 +100,10 @@ JournalRecovery::Verdict JournalRecovery::judge() {
         case Journal::Condition::kDamaged:
             fMessage = "The journal " + fJournalPath + " is damaged; it was not applied";
             return Verdict::kDamaged;
+        case Journal::Condition::kOtherVersion:
+            fMessage = "The journal " + fJournalPath +
+                       " is of another version of the program, which can recover the file";
+            return Verdict::kUnreadable;
         case Journal::Condition::kUnreadable:
             return unreadable(fJournalFile->error());
         case Journal::Condition::kWhole:
@@ -156,7 +161,7 @@ bool JournalRecovery::run() {
             return removeJournal();
         case Verdict::kRestoreOld:
         case Verdict::kKeepNew:
-            return rewrite() && removeJournal();
+            return rewrite() && removeJournal();  // which looks once more where the file is
         case Verdict::kDamaged:
         case Verdict::kUnexplained:
             return setAside();
@@ -171,8 +176,9 @@ bool JournalRecovery::run() {
 bool JournalRecovery::rewrite() {
     const bool toOld = fVerdict == Verdict::kRestoreOld;
     if (!writeChosen()) {
+        const std::error_code& error = fFile.error() ? fFile.error() : fJournalFile->error();
         return fail("A change that was cut short could not be " +
-                    std::string(toOld ? "undone" : "finished") + ": " + fFile.error().message());
+                    std::string(toOld ? "undone" : "finished") + ": " + error.message());
     }
     Match found;
     if (!match(found) || !(toOld ? found.isOld : found.isNew)) {
@@ -198,15 +204,32 @@ bool JournalRecovery::writeChosen() {
     return fFile.truncate(length) && fFile.sync();
 }
 
+// While this waited for its turn, another program may have put a new file there, and somebody else
+// a journal for it.
+bool JournalRecovery::isInPlace() {
+    std::error_code error;
+    const auto named = fSystem.status(fFilePath, error);
+    const auto own = fFile.status();
+    return named && own && named->isSameFile(*own);
+}
+
 bool JournalRecovery::removeJournal() {
     std::error_code error;
+    const auto named = fSystem.status(fJournalPath, error);
+    const auto own = fJournalFile->status();
+    const bool isOurs = named && own && named->isSameFile(*own);
+    if (!isOurs || !isInPlace()) {
+        return fail("Another program has put a new file in the place of this one");
+    }
+    // Only what is writable can be emptied.
     const auto writable = fSystem.open(fJournalPath, FileSystem::Mode::kReadWrite, error);
-    const bool removed = writable ? discardJournal(fSystem, fJournalPath, *writable)
-                                  : fSystem.remove(fJournalPath, error);
-    if (!removed || !fSystem.syncFolderOf(fJournalPath, error)) {
+    File& journal = writable ? *writable : *fJournalFile;
+    if (!discardJournal(fSystem, fJournalPath, journal)) {
         return fail("The journal " + fJournalPath + " could not be removed");
     }
-    return true;
+    return fSystem.syncFolderOf(fJournalPath, error) ||
+           fail("The journal " + fJournalPath +
+                " was removed, but not for sure: " + error.message());
 }
 
 bool JournalRecovery::setAside() {
@@ -215,6 +238,7 @@ bool JournalRecovery::setAside() {
         std::error_code error;
         const bool taken = fSystem.status(path, error).has_value();
         if (taken) continue;
+        if (!isInPlace()) return fail("The file has been replaced by another program");
         if (error || !fSystem.rename(fJournalPath, path, error) ||
             !fSystem.syncFolderOf(path, error)) {
             return fail(fMessage + ", and could not be set aside: " + error.message());

@@ -54,6 +54,7 @@ class JournalRecovery {
     [[nodiscard]] bool match(Match& match);
     bool rewrite();
     [[nodiscard]] bool writeChosen();
+    [[nodiscard]] bool isInPlace();
     bool removeJournal();
     bool setAside();
     Verdict unreadable(const std::error_code& error);
@@ -70,7 +71,7 @@ class JournalRecovery {
 };
 
 /// Removes a journal, or empties it where names cannot be removed: both end a rewrite. False when
-/// neither can be done.
+/// neither can be done. When something else has its name, that is left alone. Allocates nothing.
 bool discardJournal(FileSystem& system, const std::string& journalPath, File& journal);
 
 }  // namespace orbo::Files

@@ -15,6 +15,8 @@ using Verdict = JournalRecovery::Verdict;
 
 constexpr std::chrono::milliseconds kShortestPause{1};
 constexpr std::chrono::milliseconds kLongestPause{32};
+// Far from where sums of times wrap.
+constexpr std::chrono::milliseconds kMostPatience = std::chrono::hours(24 * 365);
 
 bool isInPlace(FileSystem& system, const std::string& path, File& file, std::error_code& error) {
     const auto named = system.status(path, error);
@@ -36,7 +38,7 @@ void addNote(std::string& notes, const std::string& note) {
 class FileOpener {
   public:
     FileOpener(const std::string& name, std::chrono::milliseconds patience)
-        : fSystem(FileSystem::current()), fEnd(Clock::now() + patience) {
+        : fSystem(FileSystem::current()), fEnd(Clock::now() + std::min(patience, kMostPatience)) {
         fPath = fSystem.resolve(name, fOpening.error);
         if (!fPath.empty()) fOpening.journalPath = Journal::pathFor(fPath);
     }

@@ -33,6 +33,7 @@ class MemoryFile : public File {
     [[nodiscard]] bool sync() override { return false; }
     [[nodiscard]] bool reserve(std::uint64_t, std::uint64_t) override { return false; }
     [[nodiscard]] LockResult lock(Lock) override { return LockResult::kUnsupported; }
+    void unlock() override {}
 
   private:
     std::string_view fBytes;

@@ -61,5 +61,6 @@ bool OverlayFile::truncate(std::uint64_t) { return refuse(); }
 bool OverlayFile::sync() { return refuse(); }
 bool OverlayFile::reserve(std::uint64_t, std::uint64_t) { return refuse(); }
 File::LockResult OverlayFile::lock(Lock kind) { return fFile->lock(kind); }
+void OverlayFile::unlock() { fFile->unlock(); }
 
 }  // namespace orbo::Files

@@ -23,6 +23,7 @@ class OverlayFile : public File {
     [[nodiscard]] bool sync() override;
     [[nodiscard]] bool reserve(std::uint64_t from, std::uint64_t to) override;
     [[nodiscard]] LockResult lock(Lock kind) override;
+    void unlock() override;
 
   private:
     /// A stretch of bytes that lie together in one of the two files.

@@ -58,6 +58,7 @@ FileStatus statusOf(const struct stat& found) {
     status.inode = static_cast<std::uint64_t>(found.st_ino);
     status.links = static_cast<std::uint64_t>(found.st_nlink);
     status.owner = found.st_uid;
+    status.group = found.st_gid;
     status.permissions = found.st_mode & 07777U;
     status.length = found.st_size < 0 ? 0 : static_cast<std::uint64_t>(found.st_size);
     status.modified = std::int64_t{found.st_mtim.tv_sec} * 1'000'000'000 + found.st_mtim.tv_nsec;
@@ -168,6 +169,17 @@ class PosixFile : public File {
         return isUnsupported ? LockResult::kUnsupported : LockResult::kFailed;
     }
 
+    void unlock() override {
+#ifdef F_OFD_SETLK
+        struct flock range = {};
+        range.l_type = F_UNLCK;
+        range.l_whence = SEEK_SET;
+        ::fcntl(fDescriptor, F_OFD_SETLK, &range);
+#else
+        ::flock(fDescriptor, LOCK_UN);
+#endif
+    }
+
   private:
     bool succeeded(bool success) {
         if (!success) fError = lastError();
@@ -206,21 +218,28 @@ std::unique_ptr<File> PosixFileSystem::open(const std::string& path, Mode mode,
                        error);
 }
 
-std::unique_ptr<File> PosixFileSystem::create(const std::string& path, unsigned permissions,
+std::unique_ptr<File> PosixFileSystem::create(const std::string& path, const FileStatus& like,
                                               std::error_code& error) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
     const int descriptor =
         untilNotInterrupted([&] { return ::open(path.c_str(), kFlags, S_IRUSR | S_IWUSR); });
     auto file = regularFile(Descriptor(descriptor), error);
+    if (!file) return nullptr;
+    // Only root gives files away; a group that is another one must not read what it could not.
+    const auto group = static_cast<gid_t>(like.group);
+    const bool isTheirs = ::fchown(descriptor, static_cast<uid_t>(like.owner), group) == 0 ||
+                          ::fchown(descriptor, static_cast<uid_t>(-1), group) == 0;
+    const unsigned mode = isTheirs ? 0777U : 0700U;
     // The process may have a mask of its own.
-    if (file) ::fchmod(descriptor, static_cast<mode_t>(permissions & 0777U));
+    ::fchmod(descriptor, static_cast<mode_t>(like.permissions & mode));
     return file;
 }
 
 std::optional<FileStatus> PosixFileSystem::status(const std::string& path, std::error_code& error) {
     struct stat found = {};
     if (outcome(::lstat(path.c_str(), &found), error)) return statusOf(found);
-    if (isAnyOf(error.value(), {ENOENT, ENOTDIR})) error.clear();
+    // A name that no file can have is nobody's.
+    if (isAnyOf(error.value(), {ENOENT, ENOTDIR, ENAMETOOLONG})) error.clear();
     return std::nullopt;
 }
 

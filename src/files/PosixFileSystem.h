@@ -11,7 +11,7 @@ class PosixFileSystem : public FileSystem {
     [[nodiscard]] std::string resolve(const std::string& name, std::error_code& error) override;
     [[nodiscard]] std::unique_ptr<File> open(const std::string& path, Mode mode,
                                              std::error_code& error) override;
-    [[nodiscard]] std::unique_ptr<File> create(const std::string& path, unsigned permissions,
+    [[nodiscard]] std::unique_ptr<File> create(const std::string& path, const FileStatus& like,
                                                std::error_code& error) override;
     [[nodiscard]] std::optional<FileStatus> status(const std::string& path,
                                                    std::error_code& error) override;

@@ -70,9 +70,7 @@ TEST_F(WriteFaults, HaveAMessageForEachStep) {
 TEST_F(WriteFaults, HaveAMessageForEachStepBesideAJournal) {
     const std::string ioError = ": " + std::make_error_code(std::errc::io_error).message();
     const std::string journal = "scene.kx.metadata-journal";
-    const std::string noJournal = "Could not write the journal " + journal + ioError +
-                                  ". Without one it can be written: WritePolicy::durable off, or "
-                                  "quilmeta --no-journal.";
+    const std::string noJournal = "Could not write the journal " + journal + ioError + ".";
     const struct {
         Call kind;
         int n;
@@ -87,8 +85,10 @@ TEST_F(WriteFaults, HaveAMessageForEachStepBesideAJournal) {
         {Call::kSyncFolder, 0, noJournal},
         {Call::kWrite, 1, "Could not write structure chunk to file."},
         {Call::kSync, 1, "Could not sync the file."},
-        {Call::kRead, 4, "The file does not hold what was written to it."},
-        {Call::kNameStatus, 2, "Another program has put a new file in the place of this one."},
+        {Call::kRead, 5, "The file does not hold what was written to it."},
+        {Call::kNameStatus, 2,
+         "Another program has removed the file, or put a new one in its place."},
+        {Call::kRead, 4, "Another program has changed the file meanwhile."},
         {Call::kSync, 1,
          "Could not sync the file.\nThe old content could not be put back.\n"
          "It is in the journal " +

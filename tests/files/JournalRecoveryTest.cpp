@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "files/BigEndian.h"
 #include "files/Checksum.h"
 #include "files/LockedFile.h"
 #include "files/ScriptedFileSystem.h"
@@ -26,7 +27,7 @@ class JournalRecoveryTest : public testing::Test {
     JournalRecoveryTest() {
         fSystem.files[kPath] = kOld;
         std::error_code error;
-        const auto file = fSystem.create(kJournal, 0, error);
+        const auto file = fSystem.create(kJournal, {}, error);
         const std::vector<RewriteRange> ranges{{6, "12", {"34"}},
                                                {17, kOld.substr(17), {kNew.substr(17)}}};
         EXPECT_TRUE(Journal::write(*file, kPath, ranges));
@@ -122,6 +123,36 @@ TEST_F(JournalRecoveryTest, ADamagedJournalChangesNothing) {
     fSystem.files = {{"/folder/copy", mixed}, {"/folder/copy.metadata-journal", fWhole}};
     EXPECT_EQ(LockedFile::open("/folder/copy", Use::kWrite, {}).verdict, Verdict::kUnexplained);
     EXPECT_EQ(fSystem.files["/folder/copy"], mixed);
+}
+
+TEST_F(JournalRecoveryTest, AJournalOfALaterVersionIsLeftToIt) {
+    constexpr std::size_t kVersionAt = 86;
+    constexpr std::size_t kHeaderSizeAt = 90;
+    std::string later = fWhole;
+    later[kVersionAt + 3] = 2;
+    const std::size_t checksumAt = static_cast<unsigned char>(later[kHeaderSizeAt + 3]) - 8U;
+    Checksum checksum;
+    checksum.add(std::string_view(later).substr(0, checksumAt));
+    later.replace(checksumAt, 8, bigEndian(checksum.value(), 8));
+    const auto opening = open(kNew, later, Use::kRead);
+    EXPECT_FALSE(opening.file);
+    EXPECT_EQ(opening.verdict, Verdict::kUnreadable);
+    EXPECT_EQ(fSystem.files[kJournal], later);
+}
+
+// An editor puts a new file there while the recovery waits, and somebody else starts to write that.
+TEST_F(JournalRecoveryTest, AJournalForANewFileInThePlaceIsNotTouched) {
+    fSystem.files[kPath] = kNew;
+    fSystem.fails = [this](Call call) {
+        if (call == Call::kSync) {
+            fSystem.statuses[kPath].inode = 77;
+            fSystem.statuses[kJournal].inode = 78;
+        }
+        return false;
+    };
+    fSystem.inodesAreKept = true;
+    EXPECT_FALSE(LockedFile::open(kPath, Use::kWrite, {}).file);
+    EXPECT_EQ(fSystem.files[kJournal], fWhole);
 }
 
 TEST_F(JournalRecoveryTest, WhatCannotBeTrustedIsNeitherAppliedNorIgnored) {

@@ -44,6 +44,7 @@ class ScriptedFileSystem : public FileSystem {
     std::set<std::string> readOnly;
     std::map<std::string, FileStatus> statuses;
     bool hasLocks = true;
+    bool inodesAreKept = false;  ///< of open files, whatever `statuses` say of the name later
 
     std::uint64_t bytesRead = 0;
     std::uint64_t bytesWritten = 0;
@@ -68,9 +69,12 @@ class ScriptedFileSystem : public FileSystem {
         if (!succeeds(Call::kOpen, files.count(path) > 0 && allowed, error)) return nullptr;
         return std::make_unique<OpenFile>(*this, path, mode);
     }
-    std::unique_ptr<File> create(const std::string& path, unsigned,
+    std::unique_ptr<File> create(const std::string& path, const FileStatus&,
                                  std::error_code& error) override {
-        if (!succeeds(Call::kCreate, files.count(path) == 0, error)) return nullptr;
+        if (!succeeds(Call::kCreate, files.count(path) == 0, error)) {
+            if (files.count(path) > 0) error = std::make_error_code(std::errc::file_exists);
+            return nullptr;
+        }
         files[path].clear();
         return std::make_unique<OpenFile>(*this, path, Mode::kReadWrite);
     }
@@ -117,7 +121,9 @@ class ScriptedFileSystem : public FileSystem {
 
         std::optional<FileStatus> status() override {
             if (!succeeds(Call::kStatus)) return std::nullopt;
-            return fSystem.statusOf(fPath);
+            FileStatus status = fSystem.statusOf(fPath);
+            if (fSystem.inodesAreKept) status.inode = fInode;
+            return status;
         }
         bool seek(std::uint64_t offset) override {
             fPosition = static_cast<std::size_t>(offset);
@@ -159,6 +165,7 @@ class ScriptedFileSystem : public FileSystem {
             holders += fHeld;
             return LockResult::kLocked;
         }
+        void unlock() override { release(); }
 
       private:
         bool succeeds(Call call) {
@@ -178,6 +185,7 @@ class ScriptedFileSystem : public FileSystem {
         ScriptedFileSystem& fSystem;
         std::string fPath;
         std::string fNameless;
+        std::uint64_t fInode;
         bool fWritable;
         std::size_t fPosition = 0;
         int fHeld = 0;

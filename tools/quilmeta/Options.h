@@ -14,6 +14,7 @@ namespace orbo::Quilmeta {
 struct SceneAccess {
     double wait = 10;  ///< in seconds
     bool noJournal = false;
+    bool writes = false;  ///< so that somebody else's changes matter
 
     [[nodiscard]] std::chrono::milliseconds patience() const {
         return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -40,6 +41,7 @@ inline void addWait(CLI::App& command, SceneAccess& access) {
 /// For commands that write scenes.
 inline void addWriting(CLI::App& command, SceneAccess& access) {
     addWait(command, access);
+    access.writes = true;
     command.add_flag("--no-journal", access.noJournal,
                      "Write in place; a kill in the middle damages the scene");
 }

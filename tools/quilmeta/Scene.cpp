@@ -48,6 +48,7 @@ std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
 std::vector<Data::Finding> findingsOf(const std::string& file,
                                       const std::set<std::string>* nodes = nullptr) {
     const std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
+    accessor->setPatience(std::chrono::seconds(1));  // it has just been read
     accessor->setReadPolicy({true});
     std::string ignored;
     if (!accessor->read(file, nullptr, nodes, ignored))
@@ -68,6 +69,7 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAc
     accessor->setReadPolicy({true});
     Data::WritePolicy policy = Data::WritePolicy::careful();
     policy.durable = !access.noJournal;
+    policy.detectConflicts = access.writes;
     accessor->setWritePolicy(policy);
     accessor->setPatience(access.patience());
     std::string messages;
