@@ -107,6 +107,8 @@ class Proof {
                 moments[i].allowed = {before, expected};
             }
             moments.push_back({system.disk(), {before, expected}, result == Result::kNew});
+            // Nothing failed, so it must have worked.
+            if (scenario.failing < 0 && result != Result::kNew) ++fTally.other;
             if (result == Result::kEither) continue;
             moments.back().allowed = {result == Result::kNew ? expected : before};
             judge(moments.back(), system.disk().content(fPath));

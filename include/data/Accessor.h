@@ -56,6 +56,7 @@ class METADATA_API Accessor {
     virtual bool write(std::string& errors) const;
     /// What the last `read`, `write` or `check` had to say, also when it failed, in file order.
     [[nodiscard]] const std::vector<Finding>& findings() const;
+    /// By what the file begins with; deals with an interrupted write first, as reading does.
     [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
 
     /// By node name; the scene's own under the empty name. Edits are what `write` stores.

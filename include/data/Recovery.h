@@ -26,6 +26,8 @@ struct METADATA_API Recovery {
     bool done = false;
     /// Path of the journal, whether there is one or not; empty when the file was not found.
     std::string journal;
+    /// Of a journal that was set aside earlier; empty without one.
+    std::string setAside;
     /// What else is to be known, a line each; why it was not done.
     std::string message;
 

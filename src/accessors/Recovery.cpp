@@ -48,6 +48,7 @@ Recovery Recovery::inspect(const std::string& fileName, std::chrono::millisecond
     const auto opening = LockedFile::inspect(fileName, patience);
     Recovery recovery = recoveryOf(opening);
     if (!opening.file) recovery.state = State::kRefused;
+    if (opening.file) recovery.setAside = opening.file->journalSetAside();
     recovery.done = opening.file && recovery.state == State::kNothing;
     return recovery;
 }

@@ -127,6 +127,10 @@ bool SceneFileAccessor::findJournal(const std::string& fileName, Findings& findi
     using Code = Finding::Code;
     using State = Recovery::State;
     const Recovery recovery = Recovery::inspect(fileName, patience());
+    if (!recovery.setAside.empty()) {
+        findings.add(Code::kJournalOrphaned,
+                     "A journal that did not fit was set aside as " + recovery.setAside + ".");
+    }
     switch (recovery.state) {
         case State::kUnused:
             findings.add(Code::kJournalPending,

@@ -188,6 +188,12 @@ LockedFile::Opening LockedFile::inspect(const std::string& name,
     return FileOpener(name, patience).toInspect();
 }
 
+std::string LockedFile::journalSetAside() {
+    std::error_code ignored;
+    std::string path = Journal::pathSetAside(fPath, 1);
+    return fSystem.status(path, ignored) ? path : std::string();
+}
+
 bool LockedFile::isInPlace() {
     std::error_code ignored;
     return Files::isInPlace(fSystem, fPath, *fFile, ignored);

@@ -53,6 +53,8 @@ class LockedFile {
     /// Whether its path still leads to this file: other programs save by putting a new file in the
     /// place of the old one.
     [[nodiscard]] bool isInPlace();
+    /// Path of the first journal of this file that was set aside; empty without one.
+    [[nodiscard]] std::string journalSetAside();
 
   private:
     friend class FileOpener;
