@@ -10,19 +10,11 @@
 
 namespace orbo::Data::ModelPlace {
 
-inline std::string of(const std::string& node) {
-    return node.empty() ? "Scene" : "Node '" + node + "'";
-}
-inline std::string of(const std::string& node, const Channel& channel) {
-    return of(node) + ", channel '" + channel.name() + "'";
-}
-inline std::string of(const std::string& node, const Channel& channel, const Stream& stream) {
-    return of(node, channel) + ", stream '" + stream.name() + "'";
-}
+std::string of(const std::string& node);
+std::string of(const std::string& node, const Channel& channel);
+std::string of(const std::string& node, const Channel& channel, const Stream& stream);
 /// "Node 'x', channel 'c', stream 's', index 7".
-inline std::string of(const std::string& node, const Channel& channel, const Stream& stream,
-                      const Index& index) {
-    return of(node, channel, stream) + ", index " + index.asString();
-}
+std::string of(const std::string& node, const Channel& channel, const Stream& stream,
+               const Index& index);
 
 }  // namespace orbo::Data::ModelPlace

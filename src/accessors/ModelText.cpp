@@ -23,12 +23,6 @@ class AppendingBuffer : public std::streambuf {
     explicit AppendingBuffer(std::string& text) : fText(text) {}
 
   protected:
-    int_type overflow(int_type c) override {
-        if (!traits_type::eq_int_type(c, traits_type::eof())) {
-            fText += traits_type::to_char_type(c);
-        }
-        return traits_type::not_eof(c);
-    }
     std::streamsize xsputn(const char* text, std::streamsize count) override {
         fText.append(text, static_cast<std::size_t>(count));
         return count;

@@ -172,8 +172,8 @@ std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& 
 
 std::string relaid(Kind kind, std::string statement) {
     const char* message = nullptr;
-    const auto record = takeApart(kind, std::move(statement), message);
-    return record ? beginOf(*record) + record->text + endOf(*record) : std::string();
+    const SceneRecord record = takeApart(kind, std::move(statement), message).value();
+    return beginOf(record) + record.text + endOf(record);
 }
 
 void append(std::string& out, const SceneRecord& record) {

@@ -55,6 +55,7 @@ TEST(Accessor, IsThatOfTheFirstFactoryForItsExtension) {
         const std::unique_ptr<Accessor> read = Accessor::readFile("x.fake", errors);
         ASSERT_TRUE(read);
         EXPECT_TRUE(read->isFileSupported("anything"));
+        EXPECT_TRUE(read->check("x.fake").empty()) << "it finds nothing unless it says how";
         EXPECT_FALSE(Accessor::readFile("fails.fake", errors));
         EXPECT_FALSE(read->write(errors));
         const Accessor& accessor = *read;

@@ -135,6 +135,15 @@ TEST_F(FindingsTest, OfACheckAreAlsoWhatReadersPassOver) {
         {statements("A A n1"), ""},
         {statements("A odd"), "+2 index-type-unknown n3"},
         {statements("A n2+"), "+2 text-passed-over n2, +2 text-passed-over n2"},
+        {a + nodeStatement("n1", oneStream("A", "0\n7 more\n1\n8 more\n")),
+         "+2 text-passed-over n1"},
+        {a + nodeStatement("n1", replaced(oneStream("A", ""), "endChannel\n",
+                                          "stream\nname s\nstructure A\nendStream\nendChannel\n")),
+         "+2 text-passed-over n1"},
+        {a + nodeStatement("n1", replaced(oneStream("A", ""), "channel\n",
+                                          "channel\nname c\nstream\nname t\nstructure A\n"
+                                          "endStream\nendChannel\nchannel\n")),
+         "+2 text-passed-over n1"},
         {statements("B+"), "+1 text-passed-over"},
         {structureStatement("name=E:int32[0]=x"), "+1 text-passed-over, +1 rewrite-refused"},
         {floatNode("0\n0.1 0.1\n1\n0.1234567 1e300\n3\n0.12345678 -0\n"),
@@ -188,6 +197,14 @@ TEST_F(FindingsTest, OfACheckBeginWithTheJournalAndLeaveItAlone) {
         EXPECT_EQ(shown(fAccessor, sceneFront()), found);
         EXPECT_EQ(fSystem.files, before);
     }
+    fSystem.files.erase(journal);
+    ASSERT_TRUE(read());
+    edit("-n1 -A");
+    fSystem.failAt(1, true, Files::Call::kSync);
+    EXPECT_FALSE(write());
+    fSystem.fails = [](Files::Call) { return false; };
+    fAccessor.check("scene.kx");
+    EXPECT_EQ(shown(fAccessor, sceneFront()), " journal-pending");
 }
 
 TEST_F(FindingsTest, OfACheckReachTheEndsOfChunks) {

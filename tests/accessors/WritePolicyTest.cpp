@@ -4,10 +4,16 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <utility>
 
+#include "accessors/ModelCompare.h"
+#include "accessors/ModelText.h"
+#include "accessors/RecordReader.h"
 #include "accessors/SceneTest.h"
+#include "core/StructureRegistry.h"
 
 namespace orbo::Data {
 namespace {
@@ -64,6 +70,65 @@ TEST_F(WritePolicyTest, EveryPolicyRefusesWhatCouldNotBeFoundAgain) {
     start(WritePolicy::careful());
     addStructure(*none);
     expectRefusal("Structure 'structure' has no members");
+}
+
+TEST_F(WritePolicyTest, TheCarefulOneRefusesStructuresThatChangedInTheFile) {
+    start(WritePolicy::careful());
+    edit("n1=8");
+    file() = replaced(file(), "int32=x", "int32=y");
+    expectRefusal("Structure 'A' in the file is another one than was read");
+}
+
+// Whatever it was that came back otherwise.
+TEST_F(WritePolicyTest, WhatDoesNotReadBackIsNamed) {
+    const StructureRegistry::SetAside ownRegistry;
+    const auto record = [](const std::string& text) {
+        return SceneRecord{SceneRecord::Kind::kAssociations, "raw", "m", text, {}};
+    };
+    Findings none;
+    for (const char* text : {"name=T:bool[2]=flags:string[2]=words:int8=x", "name=U:int8=x"}) {
+        const RefPtr<Structure> read = readStructure(record(text), none);
+        Structure::registerStructure(*read);
+    }
+    const std::string text = oneStream("T", "0\ntrue false \"a\" \"\" 5\n1\n0 0 \"\" \"\" 6\n");
+    auto& ours = fAccessor.associations()["m"];
+    ours = *readAssociations(record(text), none);
+    Handle second = ours.findChannel("c")->findDataStream("s")->element(1);
+    EXPECT_TRUE(second.setPositionByMemberName("words"));
+    std::free(std::exchange(second.asString()[0], nullptr));
+    const std::string channel = "Node 'm', channel 'c'";
+    const std::string stream = channel + ", stream 's'";
+    const std::string more = "stream\nname t\nstructure U\nendStream\n";
+    const struct {
+        std::string from, to, place;
+    } rows[] = {
+        {"\"\"", "\"\"", ""},
+        {"true", "false", stream + ", index 0: member 'flags' "},
+        {"\"a\"", "\"b\"", stream + ", index 0: member 'words' "},
+        {" 6", " 7", stream + ", index 1: member 'x' "},
+        {"\n1\n", "\n2\n", stream + ", index 1: "},
+        {"1\n0 0 \"\" \"\" 6\n", "", stream + ": "},
+        {"indexType numeric", "indexType string", stream + ": "},
+        {"name s", "name t", stream + ": "},
+        {"endChannel", more + "endChannel", channel + ": "},
+        {"name c", "name d", channel + ": "},
+        {"endA", "channel\nname d\n" + more + "endChannel\nendA", "Node 'm': "},
+        // Empty channels do not count.
+        {"endA", "channel\nname d\nendChannel\nendA", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.to);
+        const auto theirs = readAssociations(record(replaced(text, row.from, row.to)), none);
+        ASSERT_TRUE(theirs);
+        fErrors.clear();
+        EXPECT_EQ(readBackIsSame(WrittenModel(fAccessor), {{"m", *theirs}}, fErrors),
+                  row.place.empty());
+        EXPECT_EQ(fErrors, row.place.empty() ? "" : row.place + "would not read back as it is");
+        EXPECT_EQ(isSame(ours, *theirs), row.place.empty());
+    }
+    fErrors.clear();
+    EXPECT_FALSE(readBackIsSame(WrittenModel(fAccessor), {}, fErrors));
+    EXPECT_EQ(fErrors, "Node 'm' would not read back");
 }
 
 TEST_F(WritePolicyTest, WithoutAGoodReadThereIsNothingToWrite) {

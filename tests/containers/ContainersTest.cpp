@@ -1,10 +1,17 @@
 // What both containers have in common: order, iterators, dumps, and odd but required answers.
 // SPDX-License-Identifier: Apache-2.0
 #include "Streams.h"
+#include "containers/AssociationsImpl.h"
+#include "containers/ChannelImpl.h"
 #include "containers/NameOrdered.h"
 #include "debug/Printed.h"
+#include "streams/StreamImplDense.h"
+#include "streams/StreamImplMapped.h"
 
 #include <data/Associations.h>
+#include <data/IndexPair.h>
+#include <data/IndexString.h>
+#include <debug/Footprint.h>
 
 #include <stdexcept>
 
@@ -71,6 +78,48 @@ TEST(ContainersTest, ArePrintedInOrder) {
                                           "            Data Stream 's' uses structure 'Item'"));
     EXPECT_LT(text.find("    Stream 1\n"), text.find("Data Stream 't'"));
     EXPECT_THAT(text, testing::EndsWith("    }\n}\nChannel b\n{\n    Empty Channel\n}\n"));
+}
+
+template <typename... T>
+unsigned long long bytesOf(const T*... objects) {
+    Debug::Footprint footprint;
+    EXPECT_TRUE((T::Debug(objects, footprint) && ...));
+    return footprint.totalSize();
+}
+
+template <typename... T>
+void expectNullIsNothing() {
+    EXPECT_EQ(0U, bytesOf<T...>(static_cast<const T*>(nullptr)...));
+    EXPECT_EQ("", (Debug::printed<T>(nullptr) + ...));
+}
+
+TEST(ContainersTest, AreMeasuredWithAllThatIsInThem) {
+    const Streams streams;
+    Channel channel("c");
+    Stream& stream = *channel.setDataStream(streams.make("s"));
+    stream.setElement(Index(7), item(*streams.structure, 7, "seven"));
+    stream.setElement(Index(8), Handle(*streams.structure, nullptr));
+    Associations associations;
+    associations.setChannel(channel);
+    const auto streamBytes = sizeof(Stream) + sizeof(StreamImplMapped) +
+                             2 * streams.structure->totalSize() + sizeof "seven";
+    const auto channelBytes = sizeof(Channel) + sizeof(ChannelImpl) + streamBytes;
+    EXPECT_EQ(streamBytes, bytesOf(&stream));
+    EXPECT_EQ(channelBytes, bytesOf(&channel));
+    EXPECT_EQ(sizeof(Associations) + sizeof(AssociationsImpl) + channelBytes,
+              bytesOf(&associations));
+
+    const Handle handle;
+    const IndexPair pair(3, 7);
+    const IndexString text("text");
+    EXPECT_EQ(sizeof handle + sizeof pair + sizeof text, bytesOf(&handle, &pair, &text));
+    EXPECT_EQ("[]3,7text", Debug::printed(&handle) + Debug::printed(&pair) + Debug::printed(&text));
+
+    expectNullIsNothing<RefCounted, Debug::Footprint, Handle, Index, IndexPair, IndexString, Stream,
+                        StreamImpl, StreamImplMapped, StreamImplDense, ChannelIterator,
+                        AssociationsIterator>();
+    EXPECT_EQ(0U, (bytesOf<Structure, StructureIterator, Channel, Associations>(nullptr, nullptr,
+                                                                                nullptr, nullptr)));
 }
 
 // Each of these looks like a mistake and is relied on; that dumps of associations are

@@ -179,6 +179,21 @@ TEST_F(RegistryTest, HoldsOneOfEachContentAndFindsByName) {
     EXPECT_EQ(wider->refCount() + equal->refCount(), 2);
 }
 
+TEST_F(RegistryTest, IsDumpedBehindTheTypesThatThereAre) {
+    using testing::EndsWith;
+    const auto dump = [] { return Debug::printed<Structure>(nullptr); };
+    EXPECT_THAT(dump(), testing::HasSubstr("[0] = bool, size = 1bytes, alignment = 1bytes\n"));
+    EXPECT_THAT(dump(), EndsWith("[14] = invalid\n    }\n    No registered structures\n}\n"));
+    const auto item = make("Item", {{M::kInt32, 2}});
+    Structure::registerStructure(*item);
+    EXPECT_THAT(dump(), EndsWith("    Registered Structures\n    {\n        Structure[0]\n        "
+                                 "{\n            RefCount : 2\n            Structure 'Item'\n"
+                                 "            Total Size = 8\n            Member List\n"
+                                 "            {\n                Member[0] = 'a' int32[2] +0\n"
+                                 "            }\n            No default values provided\n"
+                                 "        }\n    }\n}\n"));
+}
+
 // The time limit of a test is what a table rebuilt for each of them would run into.
 TEST_F(RegistryTest, ManyStructuresAreRegisteredAndFound) {
     for (int i = 0; i < 20000; ++i) {
@@ -206,6 +221,10 @@ TEST(StructureIteratorTest, WalksAndWrapsAndThrows) {
     EXPECT_FALSE(ofItsOwn == another);
     EXPECT_TRUE(StructureIterator(ofItsOwn) == ofItsOwn);
     EXPECT_FALSE((++another).valid());
+    another = first;
+    EXPECT_EQ(Debug::printed(&another), "Structure Iterator for S at index 0\n");
+    EXPECT_EQ(Debug::printed<StructureIterator>(nullptr),
+              "orbo::Data::StructureIterator Static Data, invalid member = 4294967295\n");
 }
 
 TEST(MemberTest, TypesAndNullAnswers) {
@@ -218,6 +237,7 @@ TEST(MemberTest, TypesAndNullAnswers) {
         EXPECT_EQ(M::typeSize(none) + M::typeAlignment(none), 0);
     }
     EXPECT_TRUE(M::offset(nullptr) == ~0ULL && M::offset(nullptr, 3) == 0);
+    EXPECT_TRUE(M::type(nullptr) == M::kInvalid && M::length(nullptr) == 0 && !M::name(nullptr));
     const auto structure = make("S", {{M::kUInt8, 1}, {M::kDoubleMatrix4x4, 4}});
     Member member = *++structure->begin();
     const Member copy(member);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "debug/ObjectCounter.h"
+#include "debug/Printed.h"
 
 namespace orbo::Debug {
 namespace {
@@ -57,6 +58,19 @@ TEST(CheckpointedTest, EveryChangeTicksTheOneSequence) {
     EXPECT_EQ(Checkpointed::sClassCheckpoint(), seen + 4) << "two for the copy, one for its end";
     b = a;
     EXPECT_EQ(Checkpointed::globalCheckpoint(), seen + 5);
+}
+
+TEST(CheckpointedTest, IsDumpedAndMeasuredAndSoAreTheCountersOfAll) {
+    const Stamped stamped;
+    const std::string stamp = std::to_string(stamped.checkpoint()) + '\n';
+    EXPECT_EQ(printed<Checkpointed>(&stamped), "Checkpoint : " + stamp);
+    EXPECT_EQ(printed<Checkpointed>(nullptr),
+              "Class Checkpoint  : " + stamp + "Global Checkpoint : " + stamp);
+    Footprint footprint;
+    EXPECT_TRUE(Checkpointed::Debug(&stamped, footprint));
+    EXPECT_EQ(footprint.totalSize(), sizeof(Checkpointed));
+    EXPECT_TRUE(Checkpointed::Debug(nullptr, footprint));
+    EXPECT_EQ(footprint.totalSize(), sizeof(Checkpointed) + 2 * sizeof(unsigned long long));
 }
 
 TEST(PrintTest, SectionsIndentTheirLinesItemsHaveTheirFormAndCopiesFiltersOfTheirOwn) {

@@ -39,6 +39,15 @@ TEST(RealFile, ReadsAndWritesWhereItWasTold) {
     EXPECT_EQ(file->size(), far + 1);
     const auto fixed = system.open(path, Mode::kRead, error);
     EXPECT_FALSE(fixed->write("x", 1) || fixed->truncate(0));
+    EXPECT_FALSE(file->reserve(0, ~std::uint64_t{0}));
+    EXPECT_EQ(file->error(), std::errc::file_too_large);
+    EXPECT_EQ(fixed->lock(File::Lock::kExclusive), File::LockResult::kFailed);
+    EXPECT_EQ(fixed->error(), std::errc::bad_file_descriptor);
+
+    EXPECT_TRUE(system.syncFolderOf(path, error));
+    EXPECT_FALSE(system.syncFolderOf(path + "/file", error));
+    EXPECT_EQ(error, std::errc::not_a_directory);
+    EXPECT_TRUE(system.syncFolderOf("/proc/file", error)) << "which has no disk";
 
     // Only regular files are opened; a pipe without a writer would wait.
     std::remove(path.c_str());

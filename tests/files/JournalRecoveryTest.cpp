@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 #include "files/BigEndian.h"
 #include "files/Checksum.h"
 #include "files/LockedFile.h"
@@ -39,6 +42,10 @@ class JournalRecoveryTest : public testing::Test {
         fSystem.files = {{kPath, std::string(content)}, {kJournal, journal}};
         return LockedFile::open(kPath, use, {});
     }
+    static LockedFile::Opening again(LockedFile::Opening closed) {
+        closed.file.reset();
+        return LockedFile::open(kPath, Use::kRecover, {});
+    }
     static std::string contentOf(const LockedFile::Opening& opening) {
         if (!opening.file) return "";
         std::string bytes(100, '\0');
@@ -51,6 +58,12 @@ class JournalRecoveryTest : public testing::Test {
     FileSystem::Replacement fReplaced{fSystem};
     std::string fWhole;
 };
+
+std::string checksumOf(std::string_view bytes) {
+    Checksum checksum;
+    checksum.add(bytes);
+    return bigEndian(checksum.value(), 8);
+}
 
 TEST(ChecksumTest, IsTheOneItSays) {
     for (std::size_t split = 0; split < 10; ++split) {
@@ -131,9 +144,7 @@ TEST_F(JournalRecoveryTest, AJournalOfALaterVersionIsLeftToIt) {
     std::string later = fWhole;
     later[kVersionAt + 3] = 2;
     const std::size_t checksumAt = static_cast<unsigned char>(later[kHeaderSizeAt + 3]) - 8U;
-    Checksum checksum;
-    checksum.add(std::string_view(later).substr(0, checksumAt));
-    later.replace(checksumAt, 8, bigEndian(checksum.value(), 8));
+    later.replace(checksumAt, 8, checksumOf(std::string_view(later).substr(0, checksumAt)));
     const auto opening = open(kNew, later, Use::kRead);
     EXPECT_FALSE(opening.file);
     EXPECT_EQ(opening.verdict, Verdict::kUnreadable);
@@ -155,11 +166,67 @@ TEST_F(JournalRecoveryTest, AJournalForANewFileInThePlaceIsNotTouched) {
     EXPECT_EQ(fSystem.files[kJournal], fWhole);
 }
 
+// Whoever wants to harm can make a checksum.
+TEST_F(JournalRecoveryTest, WhatContradictsItselfIsDamagedThoughItsChecksumsAreRight) {
+    const std::size_t title = fWhole.find('\n') + 1;
+    const std::size_t header =
+        static_cast<std::size_t>(fromBigEndian(std::string_view(fWhole).substr(title + 4, 4)));
+    const auto isNonce = [title](std::size_t i) { return i >= title + 8 && i < title + 16; };
+    for (std::size_t i = title; i < header - 8; ++i) {
+        for (const int flip : {0x01, 0x10, 0x80}) {
+            std::string journal = fWhole;
+            journal[i] = static_cast<char>(journal[i] ^ flip);
+            journal.replace(header - 8, 8,
+                            checksumOf(std::string_view(journal).substr(0, header - 8)));
+            journal.resize(journal.size() - 8);
+            journal += checksumOf(journal);
+            const auto opening = open(kOld, journal, Use::kWrite);
+            EXPECT_EQ(opening.verdict == Verdict::kRestoreOld, isNonce(i)) << i;
+            EXPECT_EQ(fSystem.files[kPath], kOld) << i;
+        }
+    }
+}
+
+TEST_F(JournalRecoveryTest, AFailingCallLeavesItToTheNext) {
+    const std::string mixed = "scene 32" + std::string(kOld.substr(8));
+    const struct {
+        std::string content, journal, after;
+    } rows[] = {{mixed, fWhole, std::string(kOld)},
+                {std::string(kNew), fWhole, std::string(kNew)},
+                {mixed, fWhole.substr(1), mixed},
+                {mixed, fWhole.substr(0, 99), mixed}};
+    for (const auto& row : rows) {
+        for (int n = 0, options = 0; options < 12; ++n) {
+            SCOPED_TRACE(row.content + std::to_string(n) + ' ' + std::to_string(options));
+            const Use use = options % 3 == 0   ? Use::kRead
+                            : options % 3 == 1 ? Use::kWrite
+                                               : Use::kRecover;
+            fSystem.readOnly.clear();
+            if (options >= 6) fSystem.readOnly = {kJournal};
+            int calls = 0;
+            fSystem.fails = [&](Call) { return calls++ == n || (options % 2 == 0 && calls > n); };
+            auto opening = open(row.content, row.journal, use);
+            fSystem.fails = [](Call) { return false; };
+            const bool opened = opening.file != nullptr;
+            EXPECT_EQ(contentOf(opening), opened ? row.after : "");
+            EXPECT_TRUE(opened || opening.error || !opening.problem.empty());
+            EXPECT_EQ(contentOf(again(std::move(opening))), row.after);
+            if (calls <= n) ++options, n = -1;
+        }
+    }
+}
+
 TEST_F(JournalRecoveryTest, WhatCannotBeTrustedIsNeitherAppliedNorIgnored) {
     const std::function<void()> troubles[] = {
         [this] { fSystem.statuses[kJournal].owner = 7; },
         [this] { fSystem.statuses[kJournal].isRegular = false; },
         [this] { fSystem.failAt(1, true, Call::kNameStatus); },
+        [this] {  // somebody puts another one there
+            fSystem.fails = [this, opened = 0](Call call) mutable {
+                if (call == Call::kOpen) fSystem.statuses[kJournal].inode = ++opened;
+                return false;
+            };
+        },
         [this] { fSystem.hasLocks = false; },
     };
     for (const auto& trouble : troubles) {
@@ -179,11 +246,40 @@ TEST_F(JournalRecoveryTest, WhatCannotBeTrustedIsNeitherAppliedNorIgnored) {
               kOld);
 }
 
+TEST_F(JournalRecoveryTest, FailuresOfWhatIsInItsPlaceAreTold) {
+    fSystem.readOnly = {kPath, kJournal};
+    {
+        const auto overlaid = open("scene 32" + std::string(kOld.substr(8)), fWhole, Use::kRead);
+        fSystem.failAt(0, true);
+        char byte = 0;
+        EXPECT_FALSE(overlaid.file->file().status() || overlaid.file->file().read(&byte, 1));
+        EXPECT_EQ(overlaid.file->file().error(), std::errc::io_error);
+    }
+    const std::string large(100000, 'x');
+    for (int n = 0; n <= 5; ++n) {
+        fSystem.failAt(n, false, Call::kWrite);
+        std::error_code error;
+        fSystem.files.clear();
+        const auto file = fSystem.create(kJournal, {}, error);
+        EXPECT_EQ(Journal::write(*file, kPath, {{0, large, {"y", large}}}), n == 5) << n;
+    }
+    fSystem.failAt(-1, false);
+    fSystem.readOnly.clear();
+    fSystem.files = {{kPath, "foreign"}, {kJournal, fWhole}};
+    for (int i = 1; i <= 1000; ++i) fSystem.files[Journal::pathSetAside(kPath, i)];
+    const auto opening = LockedFile::open(kPath, Use::kWrite, {});
+    EXPECT_NE(opening.problem.find("too many of them set aside already"), std::string::npos);
+    EXPECT_EQ(fSystem.files[kJournal], fWhole);
+}
+
 TEST_F(JournalRecoveryTest, ALockKeepsOthersOut) {
     fSystem.files.erase(kJournal);
     const auto reader = LockedFile::open(kPath, Use::kRead, {});
     EXPECT_TRUE(LockedFile::open(kPath, Use::kRead, {}).file);
     EXPECT_EQ(LockedFile::open(kPath, Use::kWrite, std::chrono::milliseconds(5)).problem,
+              "The file is in use by another program");
+    fSystem.files[kJournal] = fWhole;
+    EXPECT_EQ(LockedFile::open(kPath, Use::kRead, {}).problem,
               "The file is in use by another program");
 }
 

@@ -1,5 +1,6 @@
 // The text format of streams.
 // SPDX-License-Identifier: Apache-2.0
+#include <data/IndexType.h>
 #include <data/Stream.h>
 #include <data/StreamSerializerRaw.h>
 
@@ -72,12 +73,15 @@ TEST_F(StreamText, WholeTexts) {
          "Value '1 2 3' on or about character 43 is not a legal index (code 2) of type pair\n"
          "1 error" +
              none},
+        {"name S\nindexType odd\nstructure Byte\nendStream\n",
+         "Creator for index type 'odd' not found\n" + noStructure + "2\n2 errors" + none},
         // Messages of members are counted, not kept.
         {"name S\nstructure Byte\n0\n300\n1\n-129\nendStream\n", "2 errors" + none},
         // What cannot begin a number stands in the way of all that follow; so does the text's end.
         {"name S\nstructure Frames\n0\nx\n1\n1 2 x\n2\nx", "142 errors" + none},
         {"name S\nstructure Frames\n0\n1 2 3", "45 errors" + none},
     };
+    const IndexType::IndexRegistration odd("odd", nullptr);
     for (const auto& [text, expected] : rows) EXPECT_EQ(reread<Raw>(text), expected);
 }
 
@@ -110,6 +114,24 @@ TEST_F(StreamText, ValuesReadAsTheirTypes) {
     };
     for (const auto& [structure, text, expected] : rows)
         EXPECT_EQ(values(structure, text), expected) << text.substr(0, 80);
+}
+
+TEST_F(StreamText, ReadingValuesIntoAHandle) {
+    const Structure& tag = *Structure::structureByName("Tag");
+    const std::string noData = "Member at record 3 not recognized as a ";
+    const std::tuple<Handle, std::string, unsigned int, std::string> rows[] = {
+        {Handle(tag), "7 \"x\"", 0, ""},
+        {Handle(tag), "7", 0, ""},
+        {Handle(tag), "x \"x", 1, "Int32 value in record 3 on or about character -1 is invalid\n"},
+        {Handle(tag, nullptr), "7 \"x\"", 2, noData + "String\n"},
+    };
+    for (const auto& [element, text, count, messages] : rows) {
+        std::istringstream in(text);
+        std::string errors;
+        Handle handle = element;
+        EXPECT_EQ(Raw::theFormat().readStructure(tag, in, 3, handle, errors), count) << text;
+        EXPECT_EQ(errors, messages) << text;
+    }
 }
 
 /// Counts how often somebody looks at the next character.
