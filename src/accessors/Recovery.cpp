@@ -55,7 +55,7 @@ Recovery Recovery::inspect(const std::string& fileName, std::chrono::millisecond
 
 Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds patience) {
     // Who may not write the file has nothing to do either, as a rule.
-    const Recovery found = inspect(fileName, patience);
+    Recovery found = inspect(fileName, patience);
     if (found.done || found.state == State::kRefused) return found;
     const auto opening = LockedFile::open(fileName, LockedFile::Use::kRecover, patience);
     Recovery recovery = recoveryOf(opening);

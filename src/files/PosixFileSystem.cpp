@@ -75,6 +75,7 @@ class Descriptor {
     ~Descriptor() {
         if (fNumber >= 0) ::close(fNumber);
     }
+    // NOLINTNEXTLINE(google-explicit-constructor): it is the number wherever one is wanted
     operator int() const { return fNumber; }
 
   private:
