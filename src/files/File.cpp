@@ -30,6 +30,14 @@ std::optional<std::uint64_t> File::size() {
     return found->length;
 }
 
+bool isNamed(FileSystem& system, const std::string& path, File& file, std::error_code& error) {
+    const auto named = system.status(path, error);
+    if (error) return false;
+    const auto opened = file.status();
+    if (!opened) error = file.error();
+    return named && opened && named->isSameFile(*opened);
+}
+
 bool readExactly(File& file, char* to, std::size_t count) {
     const std::optional<std::size_t> got = file.read(to, count);
     return got && *got == count;

@@ -117,6 +117,10 @@ class FileSystem {
     };
 };
 
+/// Whether the path leads to this open file. False also on failure, with an error then.
+[[nodiscard]] bool isNamed(FileSystem& system, const std::string& path, File& file,
+                           std::error_code& error);
+
 /// False also when the file ends before.
 [[nodiscard]] bool readExactly(File& file, char* to, std::size_t count);
 /// The same, from an offset.

@@ -207,17 +207,13 @@ bool JournalRecovery::writeChosen() {
 // While this waited for its turn, another program may have put a new file there, and somebody else
 // a journal for it.
 bool JournalRecovery::isInPlace() {
-    std::error_code error;
-    const auto named = fSystem.status(fFilePath, error);
-    const auto own = fFile.status();
-    return named && own && named->isSameFile(*own);
+    std::error_code ignored;
+    return isNamed(fSystem, fFilePath, fFile, ignored);
 }
 
 bool JournalRecovery::removeJournal() {
     std::error_code error;
-    const auto named = fSystem.status(fJournalPath, error);
-    const auto own = fJournalFile->status();
-    const bool isOurs = named && own && named->isSameFile(*own);
+    const bool isOurs = isNamed(fSystem, fJournalPath, *fJournalFile, error);
     if (!isOurs || !isInPlace()) {
         return fail("Another program has put a new file in the place of this one");
     }
@@ -256,10 +252,8 @@ std::unique_ptr<File> JournalRecovery::oldBytesOver(std::unique_ptr<File> file) 
 bool discardJournal(FileSystem& system, const std::string& journalPath, File& journal) {
     std::error_code ignored;
     // Whoever took another file for ours may have set the journal aside, and left another there.
-    const auto named = system.status(journalPath, ignored);
-    const auto own = journal.status();
-    const bool isNamed = named && own && named->isSameFile(*own);
-    return (isNamed && system.remove(journalPath, ignored)) ||
+    return (isNamed(system, journalPath, journal, ignored) &&
+            system.remove(journalPath, ignored)) ||
            (journal.truncate(0) && journal.sync());
 }
 

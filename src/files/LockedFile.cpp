@@ -18,14 +18,6 @@ constexpr std::chrono::milliseconds kLongestPause{32};
 // Far from where sums of times wrap.
 constexpr std::chrono::milliseconds kMostPatience = std::chrono::hours(24 * 365);
 
-bool isInPlace(FileSystem& system, const std::string& path, File& file, std::error_code& error) {
-    const auto named = system.status(path, error);
-    if (error) return false;
-    const auto opened = file.status();
-    if (!opened) error = file.error();
-    return named && opened && named->isSameFile(*opened);
-}
-
 void addNote(std::string& notes, const std::string& note) {
     if (note.empty()) return;
     if (!notes.empty()) notes += '\n';
@@ -95,7 +87,7 @@ class FileOpener {
             }
             fHasLocks = result != File::LockResult::kUnsupported;
             const bool isBusy = result == File::LockResult::kBusy;
-            if (!isBusy && isInPlace(fSystem, fPath, *file, fOpening.error)) return file;
+            if (!isBusy && isNamed(fSystem, fPath, *file, fOpening.error)) return file;
             if (fOpening.error) return nullptr;
             if (Clock::now() >= fEnd) {
                 fOpening.problem = isBusy ? "The file is in use by another program"
@@ -196,7 +188,7 @@ std::string LockedFile::journalSetAside() {
 
 bool LockedFile::isInPlace() {
     std::error_code ignored;
-    return Files::isInPlace(fSystem, fPath, *fFile, ignored);
+    return isNamed(fSystem, fPath, *fFile, ignored);
 }
 
 }  // namespace orbo::Files

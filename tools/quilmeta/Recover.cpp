@@ -26,46 +26,38 @@ struct RecoverOptions {
     bool list = false;
 };
 
-const char* pending(State state) {
-    switch (state) {
-        case State::kNothing:
-            return "nothing to recover";
-        case State::kUnused:
-            return "a change was cut short before it began; the journal is to be removed";
-        case State::kUndo:
-            return "a change was cut short; it is to be undone";
-        case State::kFinish:
-            return "a change was cut short at its end; it is to be finished";
-        case State::kOrphaned:
-            return "a journal that does not fit the file; it is to be set aside";
-        case State::kRefused:
-            break;
-    }
-    return "a journal that cannot be used";
-}
+struct Words {
+    const char* found;
+    const char* toDo;
+    const char* done;
+};
 
-const char* done(State state) {
+Words wordsFor(State state) {
     switch (state) {
         case State::kUnused:
-            return "a change was cut short before it began; the journal has been removed";
+            return {"a change was cut short before it began; the journal ", "is to be removed",
+                    "has been removed"};
         case State::kUndo:
-            return "a change was cut short; it has been undone";
+            return {"a change was cut short; it ", "is to be undone", "has been undone"};
         case State::kFinish:
-            return "a change was cut short at its end; it has been finished";
+            return {"a change was cut short at its end; it ", "is to be finished",
+                    "has been finished"};
         case State::kOrphaned:
-            return "a journal that does not fit the file has been set aside";
+            return {"a journal that does not fit the file ", "is to be set aside",
+                    "has been set aside"};
         case State::kNothing:
         case State::kRefused:
             break;
     }
-    return "nothing to recover";
+    return {"nothing to recover", "", ""};
 }
 
 int list(const std::string& file, const RecoverOptions& options, Output& output) {
     const Recovery recovery = Recovery::inspect(file, options.access.patience());
     if (recovery.state == State::kRefused) throw Trouble(recovery.message);
     if (recovery.state == State::kNothing) return kDone;
-    output.write(safeLine(file) + ": " + pending(recovery.state) + '\n');
+    const Words words = wordsFor(recovery.state);
+    output.write(safeLine(file) + ": " + words.found + words.toDo + '\n');
     complain(file, recovery.message);
     return kFinding;
 }
@@ -73,7 +65,8 @@ int list(const std::string& file, const RecoverOptions& options, Output& output)
 void recover(const std::string& file, const RecoverOptions& options, Output& output) {
     const Recovery recovery = Recovery::run(file, options.access.patience());
     if (!recovery.done) throw Trouble(recovery.message);
-    output.write(safeLine(file) + ": " + done(recovery.state) + '\n');
+    const Words words = wordsFor(recovery.state);
+    output.write(safeLine(file) + ": " + words.found + words.done + '\n');
     if (recovery.state == State::kOrphaned) complain(file, recovery.message);
 }
 
