@@ -1,13 +1,11 @@
 // A journal of any content changes nothing but what it explains.
 // SPDX-License-Identifier: Apache-2.0
-#include <algorithm>
 #include <string>
 #include <string_view>
 
 #include "Law.h"
-#include "files/BigEndian.h"
-#include "files/Checksum.h"
 #include "files/Journal.h"
+#include "files/JournalBytes.h"
 #include "files/LockedFile.h"
 #include "files/ScriptedFileSystem.h"
 
@@ -20,24 +18,6 @@ using Verdict = JournalRecovery::Verdict;
 
 const std::string kFile = "/scene";
 const std::string kJournal = Journal::pathFor(kFile);
-
-std::string checksumOf(std::string_view bytes) {
-    Checksum checksum;
-    checksum.add(bytes);
-    return bigEndian(checksum.value(), 8);
-}
-
-// Chance does not find the checksum of the header, nor that of all.
-void mend(std::string& journal) {
-    constexpr std::size_t kHeaderSizeAt = 90;
-    if (journal.size() < kHeaderSizeAt + 4) return;
-    const std::uint64_t header = fromBigEndian(std::string_view(journal).substr(kHeaderSizeAt, 4));
-    if (header < 8 || header + 8 > journal.size()) return;
-    const auto checksumAt = static_cast<std::size_t>(header - 8);
-    journal.replace(checksumAt, 8, checksumOf(std::string_view(journal).substr(0, checksumAt)));
-    const std::size_t body = journal.size() - 8;
-    journal.replace(body, 8, checksumOf(std::string_view(journal).substr(0, body)));
-}
 
 std::string contentOf(LockedFile& locked) {
     File& file = locked.file();
@@ -101,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     input.remove_prefix(1);
     const std::string content(orbo::Fuzz::takePart(input));
     std::string journal(input);
-    if ((options & 1) == 0) mend(journal);
+    if ((options & 1) == 0) mendChecksums(journal);
     const bool readOnly = (options & 2) != 0;
     check(content, journal, readOnly || (options & 4) != 0 ? Use::kRead : Use::kWrite, readOnly);
     return 0;

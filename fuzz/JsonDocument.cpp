@@ -53,15 +53,12 @@ std::string fromBase64(const std::string& digits) {
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     demand(digits.size() % 4 == 0, "base64 comes in fours", digits);
     std::string bytes;
-    unsigned bits = 0;
-    int count = 0;
+    std::size_t bits = 0;
+    int count = 0;  // of bits that are no byte yet
     for (const char digit : digits.substr(0, digits.find('='))) {
-        demand(all.find(digit) != std::string::npos, "base64 has 64 digits", digits);
-        bits = bits << 6 | static_cast<unsigned>(all.find(digit));
-        count += 6;
-        if (count < 8) continue;
-        count -= 8;
-        bytes += static_cast<char>(bits >> count & 0xFFu);
+        bits = bits << 6 | all.find(digit);
+        count = (count + 6) % 8;
+        if (count < 6) bytes += static_cast<char>(bits >> count & 0xFFu);
     }
     return bytes;
 }

@@ -56,11 +56,9 @@ Texts textsOf(const Accessor& accessor, bool exactNumbers) {
 }
 
 Stream* firstStream(Accessor& accessor) {
-    for (auto& entry : accessor.associations()) {
-        for (const Channel& channel : entry.second) {
-            for (const Stream& stream : channel) {
-                return entry.second.findChannel(channel.name())->findDataStream(stream.name());
-            }
+    for (auto& [name, node] : accessor.associations()) {
+        for (const Channel& channel : node) {
+            if (Stream* stream = node.findChannel(channel.name())->dataStream(0U)) return stream;
         }
     }
     return nullptr;
@@ -79,8 +77,7 @@ void addElement(Accessor& accessor) {
 }
 
 void addNode(Accessor& accessor, const std::string& text) {
-    const RefPtr<Structure> structure(Structure::create());
-    structure->setName("Added");
+    const RefPtr<Structure> structure(new Structure("Added"));
     structure->addMember(Member::kString, 1, "text");
     structure->addMember(Member::kFloat, 2, "number");
     Handle handle(*structure);

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <data/ExternalContent.h>
 
-#include <random>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 #include "accessors/SceneTest.h"
@@ -26,47 +26,32 @@ RefPtr<Structure> rowStructure(Member::eDataType keyType = Member::kString) {
     return structure;
 }
 
-/// A row with its texts, the raw one of its roles included.
-class Row {
-  public:
-    explicit Row(Handle handle) : fHandle(std::move(handle)) {}
-    explicit Row(Member::eDataType keyType = Member::kString) : fHandle(*rowStructure(keyType)) {}
+/// A row and its texts.
+struct Row {
+    explicit Row(Handle row) : handle(std::move(row)) {}
+    explicit Row(Member::eDataType keyType = Member::kString) : handle(*rowStructure(keyType)) {}
 
-    Handle& handle() { return fHandle; }
-    void setRaw(const char* roles) {
-        fHandle.setPositionByMemberName("roles");
-        std::free(*fHandle.asString());
-        *fHandle.asString() = ::strdup(roles);
+    /// The one text of all roles.
+    char*& raw() {
+        handle.setPositionByMemberName("roles");
+        return *handle.asString();
     }
-    std::string raw() {
-        fHandle.setPositionByMemberName("roles");
-        return fHandle.str(0);
-    }
-    Roles roles() {
-        std::string ignored;
-        Roles result{"left", "over"};
-        EXPECT_TRUE(getEntry(fHandle, ignored, ignored, ignored, ignored, result));
-        return result;
+    bool set(const std::string& key, const Roles& given, const std::string& node = "n") {
+        return setEntry(handle, node, key, "u", "r", given);
     }
     std::string entry() {
         std::string node, key, upath, rpath;
-        Roles result;
-        EXPECT_TRUE(getEntry(fHandle, node, key, upath, rpath, result));
-        std::string text = node + "|" + key + "|" + upath + "|" + rpath;
-        for (const std::string& role : result) text += "|" + role;
-        return text;
+        roles = {"left", "over"};
+        EXPECT_TRUE(getEntry(handle, node, key, upath, rpath, roles));
+        return node + "|" + key + "|" + upath + "|" + rpath;
     }
 
-  private:
-    Handle fHandle;
+    Handle handle;
+    Roles roles;  ///< of the last entry
 };
 
 TEST(ExternalContentRow, RolesAreReadAndWrittenAsOneText) {
-    const struct {
-        const char* raw;
-        Roles roles;
-        const char* rewritten;
-    } rows[] = {
+    const std::tuple<const char*, Roles, const char*> rows[] = {
         {"", {}, ""},
         {"a-*b;c--d", {"a;b", "c-d"}, "a-*b;c--d"},
         {"--*", {"-*"}, "--*"},
@@ -77,67 +62,61 @@ TEST(ExternalContentRow, RolesAreReadAndWrittenAsOneText) {
         {";", {""}, ""},
         {"a;", {"", "a"}, ";a"},
     };
-    for (const auto& row : rows) {
-        Row table;
-        table.setRaw(row.raw);
-        EXPECT_EQ(table.roles(), row.roles) << row.raw;
-        EXPECT_TRUE(setEntry(table.handle(), "n", "k", "u", "r", row.roles));
-        EXPECT_EQ(table.raw(), row.rewritten);
+    for (const auto& [raw, roles, rewritten] : rows) {
+        Row row;
+        row.raw() = ::strdup(raw);
+        row.entry();
+        EXPECT_EQ(row.roles, roles) << raw;
+        EXPECT_TRUE(row.set("k", roles));
+        EXPECT_STREQ(row.raw(), rewritten);
     }
-}
-
-TEST(ExternalContentRow, AnyRolesSurvive) {
-    std::mt19937 random(7);
+    // Any roles survive, but for the documented loss.
+    Picks picks;
     Row row;
     for (int i = 0; i < 5000; ++i) {
-        Roles roles;
-        for (auto count = random() % 4; count > 0; --count) {
+        Roles any;
+        for (auto count = picks.below(4); count > 0; --count) {
             std::string role;
-            for (auto length = random() % 6; length > 0; --length) role += "-;*a"[random() % 4];
-            roles.insert(role);
+            for (auto length = picks.below(6); length > 0; --length)
+                role += picks.anyOf({'-', ';', '*', 'a'});
+            any.insert(role);
         }
-        if (roles == Roles{""}) roles.clear();  // the documented loss
-        ASSERT_TRUE(setEntry(row.handle(), "n", "k", "u", "r", roles));
-        ASSERT_EQ(row.roles(), roles) << row.raw();
+        if (any == Roles{""}) any.clear();
+        ASSERT_TRUE(row.set("k", any));
+        row.entry();
+        ASSERT_EQ(row.roles, any) << row.raw();
     }
 }
 
 TEST(ExternalContentRow, EditsLeaveTheOtherMembersAlone) {
     Row row;
-    *row.handle().asDouble() = 0.1;
-    EXPECT_TRUE(setEntry(row.handle(), "file1", "name", "u", "r", {"b", "a"}));
-    EXPECT_TRUE(setEntry(row.handle(), "file1", "name", "u", "r2", {"b", "a"}));
-    EXPECT_EQ(row.entry(), "file1|name|u|r2|a|b");
-    EXPECT_TRUE(updateEntry(row.handle(), "p"));
-    EXPECT_EQ(row.entry(), "file1|name|p|p|a|b");
-    EXPECT_TRUE(updateEntry(row.handle(), "p", "q"));
-    EXPECT_EQ(row.entry(), "file1|name|p|q|a|b");
-    EXPECT_FALSE(updateEntry(row.handle(), std::string("cut\0off", 7), "r")) << "NUL";
-    EXPECT_EQ(row.entry(), "file1|name|p|r|a|b");
-    row.handle().setPositionByMemberIndex(0);
-    EXPECT_EQ(*row.handle().asDouble(), 0.1);
+    *row.handle.asDouble() = 0.1;
+    EXPECT_TRUE(row.set("name", {"b", "a"}) && row.set("name", {"b", "a"}));
+    EXPECT_EQ(row.entry(), "n|name|u|r");
+    EXPECT_TRUE(updateEntry(row.handle, "p"));
+    EXPECT_EQ(row.entry(), "n|name|p|p");
+    EXPECT_TRUE(updateEntry(row.handle, "p", "q"));
+    EXPECT_EQ(row.entry(), "n|name|p|q");
+    EXPECT_FALSE(updateEntry(row.handle, std::string("cut\0off", 7), "r")) << "NUL";
+    EXPECT_EQ(row.entry(), "n|name|p|r");
+    EXPECT_EQ(row.roles, Roles({"a", "b"}));
+    row.handle.setPositionByMemberIndex(0);
+    EXPECT_EQ(*row.handle.asDouble(), 0.1);
 }
 
 TEST(ExternalContentRow, MembersMayBeOfAnyType) {
-    const struct {
-        Member::eDataType type;
-        bool fits;
-        const char* key;
-        const char* expected;
-    } rows[] = {
+    const std::tuple<Member::eDataType, bool, const char*, const char*> rows[] = {
         {Member::kInt32, true, "-12", "-12"}, {Member::kInt32, false, "first", "7"},
         {Member::kUInt8, false, "300", "7"},  {Member::kDouble, true, "0.5", "0.5"},
         {Member::kInt64, false, "", "7"},     {Member::kFloatMatrix4x4, false, "1 x", nullptr},
     };
-    for (const auto& row : rows) {
-        Row table(row.type);
-        EXPECT_EQ(setEntry(table.handle(), "m", "7", "u", "r", {}), row.expected != nullptr);
-        const std::string before = table.entry();
-        EXPECT_EQ(setEntry(table.handle(), "n", row.key, "u", "r", {}), row.fits) << row.key;
-        if (row.expected)
-            EXPECT_EQ(table.entry(), std::string("n|") + row.expected + "|u|r");
-        else
-            EXPECT_EQ(table.entry(), "n" + before.substr(1)) << "the member as it was";
+    for (const auto& [type, fits, key, expected] : rows) {
+        Row row(type);
+        EXPECT_EQ(row.set("7", {}, "m"), expected != nullptr);
+        const std::string before = row.entry();
+        EXPECT_EQ(row.set(key, {}), fits) << key;
+        const std::string after = std::string("n|") + (expected ? expected : "") + "|u|r";
+        EXPECT_EQ(row.entry(), expected ? after : "n" + before.substr(1)) << "or as it was";
     }
 }
 
@@ -173,65 +152,54 @@ const std::string kEnd = "endAssociations\n";
 
 class ExternalContentTest : public SceneTest {};
 
-TEST_F(ExternalContentTest, IsReadAloneFromAScene) {
-    const std::string broken = structureStatement("name=Broken");
-    const struct {
-        const char* what;
-        std::string section;
-        bool found;
-    } rows[] = {
-        {"the table alone", kStructure + nodeStatement("-scn", kTable + kEnd), true},
-        {"other channels, of a structure behind",
-         kStructure + nodeStatement("-scn", kOther + kTable + kEnd) +
-             structureStatement("name=Other:int32=x"),
+TEST_F(ExternalContentTest, IsReadAloneFromASceneOrSaysWhyNot) {
+    const std::string ofScene = nodeStatement("-scn", kTable + kEnd);
+    const std::string other = structureStatement("name=Other:int32=x");
+    const std::pair<std::string, bool> rows[] = {
+        {kStructure + ofScene, true},
+        // Other channels, of a structure behind; other nodes, and damage.
+        {kStructure + nodeStatement("-scn", kOther + kTable + kEnd) + other, true},
+        {structureStatement("name=Broken") + nodeStatement("n", "channel") + kStructure + ofScene +
+             nodeStatement("m", "stream"),
          true},
-        {"other nodes and damage",
-         broken + nodeStatement("n", "channel") + kStructure +
-             nodeStatement("-scn", kTable + kEnd) + nodeStatement("m", "stream"),
-         true},
-        {"no metadata", "", false},
-        {"another structure", structureStatement("name=Other:int32=x"), false},
-        {"nothing of the scene", kStructure + nodeStatement("n", kTable + kEnd), false},
-        {"without its structure", nodeStatement("-scn", kTable + kEnd), false},
+        {"", false},
+        {other, false},
+        {kStructure + nodeStatement("n", kTable + kEnd), false},
+        {ofScene, false},
     };
-    for (const auto& row : rows) {
-        makeScene(row.section);
-        Associations table;
-        table.channel("before");
-        std::string errors;
-        EXPECT_EQ(readTable("scene.kx", table, errors), row.found) << row.what << errors;
-        EXPECT_EQ(table.findChannel("before") == nullptr, row.found) << row.what;
-        Stream* const stream = getStream(table);
-        ASSERT_EQ(stream != nullptr, row.found) << row.what;
-        if (!stream) continue;
-        EXPECT_EQ(Row(stream->element(0)).entry(), "file1|name|u|r|a;b");
-    }
-}
-
-TEST_F(ExternalContentTest, SaysWhyItCouldNotBeRead) {
     Associations table;
-    std::string errors = "earlier";
-    EXPECT_FALSE(readTable("scene.unknown", table, errors));
-    EXPECT_EQ(errors, "earlier\nNo accessor found for type of file \"scene.unknown\"");
-    errors.clear();
-    EXPECT_FALSE(readTable("absent.kx", table, errors));
-    EXPECT_EQ(errors, "Could not open absent.kx");
-    EXPECT_TRUE(table.empty());
+    for (const auto& [section, found] : rows) {
+        makeScene(section);
+        table = Associations();
+        table.channel("before");
+        EXPECT_EQ(readTable(fName, table, fErrors), found) << section << fErrors;
+        EXPECT_EQ(table.findChannel("before") == nullptr, found) << section;
+        Stream* const stream = getStream(table);
+        ASSERT_EQ(stream != nullptr, found) << section;
+        if (!stream) continue;
+        Row row(stream->element(0));
+        EXPECT_EQ(row.entry(), "file1|name|u|r");
+        EXPECT_EQ(row.roles, Roles{"a;b"});
+    }
+    for (const auto& [name, why] : std::map<std::string, std::string>{
+             {"scene.unknown", "No accessor found for type of file \"scene.unknown\""},
+             {"absent.kx", "Could not open absent.kx"}}) {
+        std::string errors = "earlier";
+        EXPECT_FALSE(readTable(name, table, errors));
+        EXPECT_EQ(errors, "earlier\n" + why);
+    }
 }
 
 TEST_F(ExternalContentTest, IsFoundInTheSceneItselfOnly) {
     makeScene(kStructure + nodeStatement("n", kTable + kEnd));
     ASSERT_TRUE(read()) << fErrors;
     const Accessor& accessor = fAccessor;
-    EXPECT_NE(getStream(fAccessor.associations().at("n")), nullptr);
-    EXPECT_EQ(getStream(fAccessor), nullptr);
-    EXPECT_EQ(getStream(accessor), nullptr);
-    EXPECT_EQ(fAccessor.associations().count(""), 0U) << "looking does not make one";
-    fAccessor.associations()[""].channel(getChannelName());
-    EXPECT_EQ(getStream(fAccessor), nullptr);
-    EXPECT_EQ(getStream(accessor), nullptr);
-
-    fAccessor.associations()[""] = fAccessor.associations().at("n");
+    auto& nodes = fAccessor.associations();
+    EXPECT_TRUE(getStream(nodes.at("n")) && !getStream(fAccessor) && !getStream(accessor));
+    EXPECT_EQ(nodes.count(""), 0U) << "looking does not make one";
+    nodes[""].channel(getChannelName());
+    EXPECT_TRUE(!getStream(fAccessor) && !getStream(accessor));
+    nodes[""] = nodes.at("n");
     ASSERT_NE(getStream(fAccessor), nullptr);
     EXPECT_EQ(getStream(fAccessor), getStream(accessor));
     EXPECT_EQ(theChannel, "externalContentTable/v1.0");

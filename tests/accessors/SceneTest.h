@@ -7,14 +7,17 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
-#include <fstream>
+#include <initializer_list>
 #include <map>
+#include <random>
 #include <set>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "accessors/QuilAsciiFileAccessor.h"
+#include "accessors/QuilBinaryFileAccessor.h"
 #include "files/ScriptedFileSystem.h"
 
 namespace orbo::Data {
@@ -28,12 +31,6 @@ inline std::string sceneFront() {
     while (front.size() < 1100) front += "createNode transform -n \"node\";\n\tsetAttr \".t\" 1;\n";
     return front + "select -ne :time1;\n\tsetAttr \".o\" 1;\n";
 }
-inline std::string teapot() {
-    std::ostringstream scene;
-    scene << std::ifstream(METADATA_SCENES_DIR "/teapot.kx", std::ios::binary).rdbuf();
-    return scene.str();
-}
-
 inline WritePolicy inPlace() {
     WritePolicy policy;
     policy.durable = false;
@@ -119,7 +116,22 @@ inline std::string statements(const std::string& words) {
     return all;
 }
 
-class SceneTest : public testing::Test {
+/// Random picks, the same in every run.
+class Picks {
+  public:
+    unsigned int below(std::size_t limit) { return static_cast<unsigned int>(fBits() % limit); }
+    template <typename Choice>
+    Choice anyOf(std::initializer_list<Choice> choices) {
+        return choices.begin()[below(choices.size())];
+    }
+
+  private:
+    std::mt19937 fBits{24};
+};
+
+/// One scene in memory, "scene.kx" or "scene.ky", and an accessor for it.
+template <typename SceneAccessor>
+class SceneTestOf : public testing::Test {
   protected:
     using Names = std::set<std::string>;
 
@@ -130,35 +142,41 @@ class SceneTest : public testing::Test {
         return names;
     }
 
-    void makeScene(const std::string& words) {
-        file() = sceneFront() + statements(words) + kLastLine;
-    }
-    [[nodiscard]] std::string& file() { return fSystem.files["scene.kx"]; }
-    /// What lies between the front and the trailer.
-    [[nodiscard]] std::string section() {
-        const std::string front = sceneFront();
-        EXPECT_EQ(file().substr(0, front.size()), front);
-        const std::size_t end = file().size() - kLastLine.size();
-        EXPECT_EQ(file().substr(end), kLastLine);
-        return file().substr(front.size(), end - front.size());
-    }
+    [[nodiscard]] std::string& file() { return fSystem.files[fName]; }
 
-    bool read(const Names* structures = nullptr, const Names* associations = nullptr) {
-        fErrors.clear();
-        return fAccessor.read("scene.kx", structures, associations, fErrors);
-    }
     /// Names as `model()` gives them; "*" means all.
-    bool read(const std::string& filter) {
+    bool read(const std::string& filter = "*|*") {
+        fErrors.clear();
         const std::size_t bar = filter.find('|');
         const Names structures = namesOf(filter.substr(0, bar));
         const Names associations = namesOf(filter.substr(bar + 1));
-        return read(structures.count("*") > 0 ? nullptr : &structures,
-                    associations.count("*") > 0 ? nullptr : &associations);
+        return fAccessor.read(fName, structures.count("*") > 0 ? nullptr : &structures,
+                              associations.count("*") > 0 ? nullptr : &associations, fErrors);
     }
     bool write() {
         fErrors.clear();
         return fAccessor.write(fErrors);
     }
+    /// Nothing but the messages that begin so.
+    void expectRefusal(const std::string& message) {
+        const std::string before = file();
+        EXPECT_FALSE(write());
+        EXPECT_EQ(fErrors.substr(0, message.size()), message);
+        EXPECT_EQ(file(), before);
+    }
+    /// Each of the tokens is there once, however often one writes.
+    void writeKeeping(const std::vector<std::string>& tokens) {
+        ASSERT_TRUE(write()) << fErrors;
+        const std::string once = file();
+        for (const std::string& token : tokens) {
+            const std::size_t at = once.find(token);
+            ASSERT_NE(at, std::string::npos) << token << " is lost in\n" << once;
+            ASSERT_EQ(once.find(token, at + 1), std::string::npos) << token << " twice in " << once;
+        }
+        ASSERT_TRUE(write()) << fErrors;
+        ASSERT_EQ(file(), once) << "second write";
+    }
+    void setPolicy(const WritePolicy& policy) { fAccessor.setWritePolicy(policy); }
     /// "A B|own n1 n2": structures, then associations.
     [[nodiscard]] std::string model() const {
         std::string names;
@@ -200,10 +218,27 @@ class SceneTest : public testing::Test {
         }
     }
 
+    static constexpr bool kIsText = std::is_same_v<SceneAccessor, QuilAsciiFileAccessor>;
+    const std::string fName = kIsText ? "scene.kx" : "scene.ky";
     Files::ScriptedFileSystem fSystem;
     Files::FileSystem::Replacement fReplaced{fSystem};
-    QuilAsciiFileAccessor fAccessor;
+    SceneAccessor fAccessor;
     std::string fErrors;
+};
+
+class SceneTest : public SceneTestOf<QuilAsciiFileAccessor> {
+  protected:
+    void makeScene(const std::string& words) {
+        file() = sceneFront() + statements(words) + kLastLine;
+    }
+    /// What lies between the front and the trailer.
+    [[nodiscard]] std::string section() {
+        const std::string front = sceneFront();
+        EXPECT_EQ(file().substr(0, front.size()), front);
+        const std::size_t end = file().size() - kLastLine.size();
+        EXPECT_EQ(file().substr(end), kLastLine);
+        return file().substr(front.size(), end - front.size());
+    }
 };
 
 }  // namespace orbo::Data

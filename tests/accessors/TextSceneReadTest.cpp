@@ -1,12 +1,11 @@
 // Reading the metadata of text scenes.
 // SPDX-License-Identifier: Apache-2.0
-#include "accessors/TextSceneScanner.h"
-
 #include <data/IndexText.h>
 #include <gmock/gmock.h>
 
 #include "accessors/SceneTest.h"
-#include "files/MemoryFile.h"
+#include "files/BackwardLineReader.h"
+#include "support/Cases.h"
 
 namespace orbo::Data {
 namespace {
@@ -14,27 +13,14 @@ namespace {
 using TextSceneRead = SceneTest;
 
 TEST_F(TextSceneRead, HeaderTable) {
-    const std::pair<std::string, std::string> rows[] = {
-        {"//Quil ASCII 2016 scene\n", ""},
-        {"//Quil ASCII 2014 scene\r\n", ""},
-        {"//Quil ASCII 2099 whatever you like scene", ""},
-        {"", "Error reading header."},
-        {"\n", "Header too small."},
-        {"//Quil ASCII 201 scene\r\n", "Header too small."},
-        {"// Quil ASCII 2016 scene\n", "Unexpected header start."},
-        {"//Quil ASCII_2016 scene\n", "Unexpected header start."},
-        {"//Quil ASCII 2016 scenes\n", "Unexpected header end."},
-        {"//Quil ASCII 2016 scene \n", "Unexpected header end."},
-        {"//Quil ASCII 2016 scene\r\r\n", "Unexpected header end."},
-        {"//Quil ASCII 2013 scene\n", "Unsupported year."},
-        {"//Quil ASCII abcd scene\n", "Unsupported year."},
-        {"//Quil ASCII 2016" + std::string(5000, ' ') + " scene\n", "Unexpected header end."},
-    };
-    for (const auto& [line, message] : rows) {
-        file() = line;
-        EXPECT_EQ(read(), message.empty()) << line;
-        EXPECT_EQ(fErrors, message) << line;
-        EXPECT_EQ(fAccessor.isFileSupported("scene.kx"), message.empty()) << line;
+    std::vector<std::vector<std::string>> rows = rowsOf("accessors/data/headers.txt");
+    rows.push_back(
+        {"//Quil ASCII 2016" + std::string(5000, ' ') + " scene\n", "Unexpected header end."});
+    for (const auto& row : rows) {
+        file() = row.at(0);
+        EXPECT_EQ(read(), row.at(1).empty()) << row[0];
+        EXPECT_EQ(fErrors, row[1]) << row[0];
+        EXPECT_EQ(fAccessor.isFileSupported(fName), row[1].empty()) << row[0];
     }
     fErrors.clear();
     for (const char* missing : {"", "other.kx"}) {
@@ -62,55 +48,18 @@ TEST_F(TextSceneRead, FailingCallsAreReported) {
 }
 
 TEST_F(TextSceneRead, ModelsAndMessages) {
-    const std::string structure = "dataStructure\n-fmt\n\"raw\"";
-    const std::string associations = "applyMetadata\n-fmt\n\"raw\"";
-    struct Row {
-        std::string scene;
-        std::string model;
-        std::string errors = "";  // as much as there is here
-        std::string filter = "*|*";
-    };
-    const Row rows[] = {
-        {"n2 A own B n1", "A B|own n1 n2"},  // structures may come last
-        {"A n1 end B A2", "A|n1"},           // nothing behind the trailer is metadata
-        {"A n1 end B A2" + std::string(70000, ' '), "A|n1"},
-        {"A end n1 end B", "A|n1"},
-        // A command of the scene's ends the search, wherever nothing is open.
-        {"B connectAttr; A n1", "A|n1"},
-        {"B //x; blank setAttr\na; A n1", "A|n1"},
-        {"A x\nselect; n1 \tsetAttr;\nrequires; B", "A B|n1"},
-        {"open selection; A n1", "A|n1 selection"},
-
-        {associations + "\n-v\n\"\" end n1;", "|",
-         "Error tokenizing format/value for associations."},  // the trailer closes nothing
-        {"A B n1 n2 own", "A|n2", "", "A|n2"},
-        {"A B n1 n2 own", "|own n1", "", "|own n1"},
-        {"A B n1 n2 own", "B|", "", "B none|none"},
-        {"A B n1 n2 own", "|", "", "|"},
-        {"A B n1 n2 own", "A B|n1", "", "*|n1"},
-        {"A B n1 n2 own", "|own n1 n2", "", "n1|*"},
-
-        {"A " + structure + "; n1", "A|n1", "Error tokenizing format/value for structure."},
-        {associations + "; A n1", "A|n1", "Error tokenizing format/value for associations."},
-        {"noTarget A n1", "A|n1", "Could not find Associations name."},
-        {"dataStructure\n\"xml\"\"\";", "|", "Could not find serializer for format xml"},
-        {"applyMetadata\n\"\"\"\"n;", "|", "Could not find serializer for format "},
-        {structure + "\"name=C\";", "|", "Structures must have a name and at least one member"},
-        {"n1", "|", "Structure 'A' not found\n"},
-        {"A A A2", "A|", "Structure 'A' differs from an earlier one of that name"},
-        {"n1! n1=9 n1=8 A", "A|n1", "Unrecognized keyword 'nonsense'"},
-    };
     const RefPtr<Structure> callers = makeStructure("A");
     ASSERT_TRUE(Structure::registerStructure(*callers));
     const auto registered = Structure::allStructures();
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.scene.substr(0, 80) + ", read " + row.filter);
-        file() = sceneFront() + statements(row.scene);
-        if (row.scene.find("end") == std::string::npos) file() += kLastLine;
-        ASSERT_TRUE(read(row.filter));
-        EXPECT_THAT(fErrors, testing::StartsWith(row.errors));
-        EXPECT_EQ(fErrors.empty(), row.errors.empty());
-        EXPECT_EQ(model(), row.model);
+    for (std::vector<std::string> row : rowsOf("accessors/data/models.txt")) {
+        SCOPED_TRACE(row.at(0));
+        row.resize(4);
+        file() = sceneFront() + statements(row[0]);
+        if (row[0].find("end") == std::string::npos) file() += kLastLine;
+        ASSERT_TRUE(read(row[3].empty() ? "*|*" : row[3]));
+        EXPECT_THAT(fErrors, testing::StartsWith(row[2]));
+        EXPECT_EQ(fErrors.empty(), row[2].empty());
+        EXPECT_EQ(model(), row[1]);
         EXPECT_EQ(Structure::allStructures(), registered);
     }
     Structure::deregisterStructure(*callers);
@@ -118,26 +67,9 @@ TEST_F(TextSceneRead, ModelsAndMessages) {
     fAccessor.associations().clear();
     EXPECT_EQ((*fAccessor.structures().begin())->refCount(), 1);
 
-    file() = teapot();
+    file() = sceneFront() + statements("A n1 end B A2") + std::string(70000, ' ');
     ASSERT_TRUE(read());
-    EXPECT_EQ(fErrors, "");
-    EXPECT_EQ(model(), "Crease Face Tag Joint Vertex externalContentTable|own rig teapotShape");
-    const Stream& joints =
-        *fAccessor.associations().at("rig").findChannel("joints")->dataStream(0U);
-    EXPECT_EQ(joints.name() + " " + joints.indexType(), "bind pose string");
-    EXPECT_EQ(joints.elementCount(), 4U);
-}
-
-TEST_F(TextSceneRead, UnclosedStatementsEndInFrontOfTheTrailer) {
-    const std::string text = "dataStructure S\nx\n";
-    const std::string whole = text + kLastLine;
-    Files::MemoryFile scene(whole);
-    TextSceneScanner scanner(scene, 0, whole.size());
-    SceneRecordRange range;
-    EXPECT_EQ(scanner.findTrailer(), TextSceneScanner::Result::kTrailer);
-    EXPECT_EQ(scanner.next(range), TextSceneScanner::Result::kStatement);
-    EXPECT_FALSE(range.closed);
-    EXPECT_EQ(range.end, text.size());
+    EXPECT_EQ(model(), "A|n1") << "nothing far behind the trailer is metadata, either";
 }
 
 TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
@@ -160,7 +92,7 @@ TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
               statements("A n1") + nodeStatement("n3", oneStream("A", "ab\n5\n", "odd")));
 
     fAccessor.setReadPolicy(ReadPolicy());
-    fAccessor.setWritePolicy(WritePolicy::careful());
+    setPolicy(WritePolicy::careful());
     EXPECT_FALSE(write());
     EXPECT_EQ(fErrors, "An index type of the new metadata is not registered.");
 }

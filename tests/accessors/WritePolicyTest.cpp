@@ -14,23 +14,22 @@
 #include "accessors/RecordReader.h"
 #include "accessors/SceneTest.h"
 #include "core/StructureRegistry.h"
+#include "support/Cases.h"
 
 namespace orbo::Data {
 namespace {
+
+void thirds(Handle& h) { h.asDouble()[0] = -0.0, h.asDouble()[1] = 1.0 / 3; }
+void ends(Handle& h) { h.asDouble()[0] = 5e-324, h.asDouble()[1] = 1.79769e308; }
+void asItIs(Handle&) {}
+void noData(Handle& h) { h.pointToData(nullptr, false); }
 
 class WritePolicyTest : public SceneTest {
   protected:
     void start(const WritePolicy& policy) {
         makeScene("A n1");
         ASSERT_TRUE(read());
-        fAccessor.setWritePolicy(policy);
-    }
-    /// The file stays as it is; the message begins so.
-    void expectRefusal(const std::string& message) {
-        const std::string before = file();
-        EXPECT_FALSE(write());
-        EXPECT_THAT(fErrors, testing::StartsWith(message));
-        EXPECT_EQ(file(), before);
+        setPolicy(policy);
     }
     /// Under node "m".
     Stream& addStream(const Structure& structure, const std::string& name,
@@ -96,35 +95,15 @@ TEST_F(WritePolicyTest, WhatDoesNotReadBackIsNamed) {
     Handle second = ours.findChannel("c")->findDataStream("s")->element(1);
     EXPECT_TRUE(second.setPositionByMemberName("words"));
     std::free(std::exchange(second.asString()[0], nullptr));
-    const std::string channel = "Node 'm', channel 'c'";
-    const std::string stream = channel + ", stream 's'";
-    const std::string more = "stream\nname t\nstructure U\nendStream\n";
-    const struct {
-        std::string from, to, place;
-    } rows[] = {
-        {"\"\"", "\"\"", ""},
-        {"true", "false", stream + ", index 0: member 'flags' "},
-        {"\"a\"", "\"b\"", stream + ", index 0: member 'words' "},
-        {" 6", " 7", stream + ", index 1: member 'x' "},
-        {"\n1\n", "\n2\n", stream + ", index 1: "},
-        {"1\n0 0 \"\" \"\" 6\n", "", stream + ": "},
-        {"indexType numeric", "indexType string", stream + ": "},
-        {"name s", "name t", stream + ": "},
-        {"endChannel", more + "endChannel", channel + ": "},
-        {"name c", "name d", channel + ": "},
-        {"endA", "channel\nname d\n" + more + "endChannel\nendA", "Node 'm': "},
-        // Empty channels do not count.
-        {"endA", "channel\nname d\nendChannel\nendA", ""},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.to);
-        const auto theirs = readAssociations(record(replaced(text, row.from, row.to)), none);
+    for (const auto& row : rowsOf("accessors/data/differences.txt")) {
+        SCOPED_TRACE(row.at(1));
+        const auto theirs = readAssociations(record(replaced(text, row[0], row[1])), none);
         ASSERT_TRUE(theirs);
         fErrors.clear();
-        EXPECT_EQ(readBackIsSame(WrittenModel(fAccessor), {{"m", *theirs}}, fErrors),
-                  row.place.empty());
-        EXPECT_EQ(fErrors, row.place.empty() ? "" : row.place + "would not read back as it is");
-        EXPECT_EQ(isSame(ours, *theirs), row.place.empty());
+        const bool same = row.at(2).empty();
+        EXPECT_EQ(readBackIsSame(WrittenModel(fAccessor), {{"m", *theirs}}, fErrors), same);
+        EXPECT_EQ(fErrors, same ? "" : row[2] + " would not read back as it is");
+        EXPECT_EQ(isSame(ours, *theirs), same);
     }
     fErrors.clear();
     EXPECT_FALSE(readBackIsSame(WrittenModel(fAccessor), {}, fErrors));
@@ -146,98 +125,77 @@ TEST_F(WritePolicyTest, WithoutAGoodReadThereIsNothingToWrite) {
     EXPECT_EQ(fErrors, "Could not open scene.kx for writing.");
 }
 
-TEST_F(WritePolicyTest, WhatTheFormatsCannotCarryIsRefused) {
-    struct Row {
-        const char* names;  // structure|member|channel|stream
-        Index index;
-        std::string message;  // "@" is the place of the element; empty when it reads back
-        Member::eDataType type = Member::kInt32;
-        std::function<void(Handle&)> set = [](Handle&) {};
-        WritePolicy policy = WritePolicy::careful();
-    };
-    const IndexString i("i");
-    const std::string cannot = " cannot be written";
-    const std::string infinite = "@i: member 'x' is not a finite number";
-    const std::string blanks = ": index with a line feed or blanks at its ends";
-    const auto thirds = [](Handle& h) { h.asDouble()[0] = -0.0, h.asDouble()[1] = 1.0 / 3; };
-    const auto ends = [](Handle& h) { h.asDouble()[0] = 5e-324, h.asDouble()[1] = 1.79769e308; };
-    const auto asItIs = [](Handle&) {};
-    const auto noData = [](Handle& h) { h.pointToData(nullptr, false); };
-    const Row rows[] = {
-        {"B|x|c|s", IndexString(""), "@: empty index"},
-        {"B|x|c|s", IndexString("endStream"), "@endStream: index reads as the end of the stream"},
-        {"B|x|c|s", IndexString(" a"), "@ a" + blanks},
-        {"B|x|c|s", IndexString("a\nb"), "@a\nb" + blanks},
-        {"B|x|c|s", 7, "@7: index of another type than the stream's"},
-        {"B|x|c|s ", i, "Node 'm', channel 'c', stream 's ': stream name" + cannot},
-        {"B|x|c\nd|s", i, "Node 'm', channel 'c\nd': channel name" + cannot},
-        {"B:C|x|c|s", i, "Structure 'B:C': name" + cannot},
-        {"B|x=y|c|s", i, "Structure 'B': member name 'x=y'" + cannot},
-        {"B| x|c|s", i, "Structure 'B': member name ' x'" + cannot},
-        {"A|x|c|s", i,
-         "Node 'm', channel 'c', stream 's': structure 'A' differs from the one of that name that "
-         "is written"},
-        {"B b|\\\"x|name|endChannel", IndexString("a b; \"\\"), ""},
-        {"B|x||", i, ""},
+struct Carried {
+    std::string names;  // structure|member|channel|stream
+    Index index;
+    std::string message;  // "@" is the place of the element; empty when it reads back
+    Member::eDataType type = Member::kInt32;
+    std::function<void(Handle&)> set = [](Handle&) {};
+    WritePolicy policy = WritePolicy::careful();
+};
 
-        {"B|x|c|s", i, infinite, Member::kDouble, [](Handle& h) { h.asDouble()[1] = -HUGE_VAL; }},
-        {"B|x|c|s", i, infinite, Member::kFloat, [](Handle& h) { *h.asFloat() = NAN; }},
-        {"B|x|c|s", i, infinite, Member::kDoubleMatrix4x4,
-         [](Handle& h) { h.asDoubleMatrix4x4()[31] = HUGE_VAL; }},
-        {"B|x|c|s", i, infinite, Member::kFloatMatrix4x4,
-         [](Handle& h) { h.asFloatMatrix4x4()[16] = NAN; }},
-        {"B|x|c|s", i, "", Member::kUInt64, [](Handle& h) { h.asUInt64()[1] = ~0ULL; }},
-        {"B|x|c|s", i, "", Member::kString, [](Handle& h) { *h.asString() = nullptr; }},
-        {"B|x|c|s", i, "", Member::kBoolean, [](Handle& h) { h.asBoolean()[1] = true; }},
-        // The very same numbers, or none.
-        {"B|x|c|s", i, "", Member::kDouble, ends},
-        {"B|x|c|s", i, "", Member::kDouble, thirds},
-        {"B|x|c|s", i, "", Member::kDouble, thirds, {true, false, false, true}},
-        {"B|x|c|s",
-         i,
-         "@i: member 'x' would not read back as it is",
-         Member::kDouble,
-         thirds,
-         {false, true, false, true}},
-
-        {"B|x|c|s", i, "@i: element without data", Member::kInt32, noData},
-        {"B|x|c|s", i,
-         "Could not write node associations statement to file.\n"
-         "Member at record 1 not recognized as a Int32",
-         Member::kInt32, noData, WritePolicy()},
-        {"B|x|c|s",
-         i,
-         "Node 'm' would not read back\nStructure 'B' not found\n",
-         Member::kInt32,
-         asItIs,
-         {false, true, false, false}},
-        // By default they are the caller's to add, and the metadata cannot be read without.
-        {"B|x|c|s", i, "", Member::kInt32, asItIs, WritePolicy()},
-    };
-    for (const Row& row : rows) {
+class CarriedTest : public WritePolicyTest {
+  protected:
+    void check(const Carried& row) {
         SCOPED_TRACE(row.names + (" " + row.message));
         start(row.policy);
-        const std::vector<std::string> names = split(row.names + std::string("|"), '|');
-        const RefPtr<Structure> b = makeStructure(names[0], row.type, names[1]);
-        Handle handle(*b);
+        const std::vector<std::string> names = split(row.names + "|", '|');
+        const RefPtr<Structure> structure = makeStructure(names[0], row.type, names[1]);
+        Handle handle(*structure);
         row.set(handle);
-        Stream& stream = addStream(*b, names[3], names[2]);
+        Stream& stream = addStream(*structure, names[3], names[2]);
         stream.setIndexType("string");
         stream.setElement(row.index, handle);
-        if (!row.message.empty()) {
-            const std::string place = "Node 'm', channel 'c', stream 's', index ";
-            expectRefusal(replaced(row.message, "@", place));
-            continue;
-        }
+        if (!row.message.empty())
+            return expectRefusal(
+                replaced(row.message, "@", "Node 'm', channel 'c', stream 's', index "));
         EXPECT_TRUE(write()) << fErrors;
         ASSERT_TRUE(read());
         const bool found = row.policy.addMissingStructures;
         EXPECT_EQ(model(), found ? "A " + names[0] + "|m n1" : "A|n1");
         EXPECT_EQ(fErrors.empty(), found);
-        if (row.type != Member::kDouble) continue;
+        if (row.type != Member::kDouble) return;
         Handle back = this->stream("m").element(row.index);
         EXPECT_EQ(std::memcmp(back.asDouble(), handle.asDouble(), 2 * sizeof(double)), 0);
     }
+};
+
+TEST_F(CarriedTest, NamesAndIndicesAreOrAreRefused) {
+    for (const auto& row : rowsOf("accessors/data/names.txt"))
+        check({row.at(0), IndexString(row.at(1)), row.at(2)});
+    check({"B|x|c|s", 7, "@7: index of another type than the stream's"});
+}
+
+TEST_F(CarriedTest, ValuesAreOrAreRefused) {
+    using M = Member;
+    const WritePolicy exact{true, false, false, true};
+    const WritePolicy sixDigits{false, true, false, true};
+    const WritePolicy nothingAdded{false, true, false, false};
+    const auto check = [this](const std::string& message, M::eDataType type,
+                              std::function<void(Handle&)> set,
+                              const WritePolicy& policy = WritePolicy::careful()) {
+        CarriedTest::check({"B|x|c|s", IndexString("i"), message, type, std::move(set), policy});
+    };
+    const std::string infinite = "@i: member 'x' is not a finite number";
+    check(infinite, M::kDouble, [](Handle& h) { h.asDouble()[1] = -HUGE_VAL; });
+    check(infinite, M::kFloat, [](Handle& h) { *h.asFloat() = NAN; });
+    check(infinite, M::kDoubleMatrix4x4, [](Handle& h) { h.asDoubleMatrix4x4()[31] = HUGE_VAL; });
+    check(infinite, M::kFloatMatrix4x4, [](Handle& h) { h.asFloatMatrix4x4()[16] = NAN; });
+    check("", M::kUInt64, [](Handle& h) { h.asUInt64()[1] = ~0ULL; });
+    check("", M::kString, [](Handle& h) { *h.asString() = nullptr; });
+    check("", M::kBoolean, [](Handle& h) { h.asBoolean()[1] = true; });
+    // The very same numbers, or none.
+    check("", M::kDouble, ends);
+    check("", M::kDouble, thirds);
+    check("", M::kDouble, thirds, exact);
+    check("@i: member 'x' would not read back as it is", M::kDouble, thirds, sixDigits);
+    check("@i: element without data", M::kInt32, noData);
+    check("Could not write node associations statement to file.\nMember at record 1 not recognized",
+          M::kInt32, noData, WritePolicy());
+    check("Node 'm' would not read back\nStructure 'B' not found\n", M::kInt32, asItIs,
+          nothingAdded);
+    // By default they are the caller's to add, and the metadata cannot be read without.
+    check("", M::kInt32, asItIs, WritePolicy());
 }
 
 }  // namespace

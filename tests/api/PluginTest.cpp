@@ -47,8 +47,7 @@ std::string registered() {
     return out.str();
 }
 
-class PluginTest : public testing::Test {
-  protected:
+struct PluginTest : testing::Test {
     void TearDown() override { EXPECT_EQ(registered(), fBefore); }
 
     const std::string fBefore = registered();
@@ -66,8 +65,7 @@ TEST_F(PluginTest, ComesAndGoesAnyNumberOfTimes) {
 
 TEST_F(PluginTest, IndexTypeAddressesElements) {
     const Plugin plugin;
-    orbo::RefPtr<Structure> structure(Structure::create());
-    structure->setName("Voxel");
+    const orbo::RefPtr<Structure> structure(new Structure("Voxel"));
     structure->addMember(Member::kFloat, 1, "density");
     Structure::registerStructure(*structure);
     const std::string head = "name fog\nindexType triple\nstructure Voxel\n";
@@ -100,17 +98,13 @@ TEST_F(PluginTest, FormatReadsAStatementOfAScene) {
     EXPECT_EQ(point.memberCount(), 3u);
 }
 
-TEST_F(PluginTest, AccessorServesItsExtension) {
+TEST_F(PluginTest, AccessorServesItsExtensionAndTheDefaultFormatGoesWithIt) {
     const Plugin plugin;
+    StructureSerializer::setDefaultFormat(StructureSerializer::formatByName("words"));
     const std::unique_ptr<Accessor> accessor = Accessor::readFile("note.MEMO", fErrors);
     ASSERT_TRUE(accessor) << fErrors;
     EXPECT_TRUE(accessor->associations()[""].findChannel("note.MEMO"));
     EXPECT_FALSE(accessor->write(fErrors));
-}
-
-TEST_F(PluginTest, DefaultFormatFallsBackWhenItsPluginGoes) {
-    const Plugin plugin;
-    StructureSerializer::setDefaultFormat(StructureSerializer::formatByName("words"));
 }
 
 }  // namespace

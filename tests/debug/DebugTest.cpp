@@ -67,9 +67,8 @@ TEST(CheckpointedTest, IsDumpedAndMeasuredAndSoAreTheCountersOfAll) {
     EXPECT_EQ(printed<Checkpointed>(nullptr),
               "Class Checkpoint  : " + stamp + "Global Checkpoint : " + stamp);
     Footprint footprint;
-    EXPECT_TRUE(Checkpointed::Debug(&stamped, footprint));
-    EXPECT_EQ(footprint.totalSize(), sizeof(Checkpointed));
-    EXPECT_TRUE(Checkpointed::Debug(nullptr, footprint));
+    EXPECT_TRUE(Checkpointed::Debug(&stamped, footprint) &&
+                Checkpointed::Debug(nullptr, footprint));
     EXPECT_EQ(footprint.totalSize(), sizeof(Checkpointed) + 2 * sizeof(unsigned long long));
 }
 

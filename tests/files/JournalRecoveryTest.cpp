@@ -4,11 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <utility>
 
-#include "files/BigEndian.h"
 #include "files/Checksum.h"
+#include "files/JournalBytes.h"
 #include "files/LockedFile.h"
 #include "files/ScriptedFileSystem.h"
 
@@ -21,12 +22,12 @@ using Verdict = JournalRecovery::Verdict;
 const std::string kPath = "/folder/scene";
 const std::string kJournal = kPath + ".metadata-journal";
 const std::string kSetAside = kJournal + ".set-aside-1";
+constexpr std::string_view kOld = "scene 12 and its old tail";
+constexpr std::string_view kNew = "scene 34 and its newer, longer tail";
+const std::string kMixed = "scene 32" + std::string(kOld.substr(8));
 
 class JournalRecoveryTest : public testing::Test {
   protected:
-    static constexpr std::string_view kOld = "scene 12 and its old tail";
-    static constexpr std::string_view kNew = "scene 34 and its newer, longer tail";
-
     JournalRecoveryTest() {
         fSystem.files[kPath] = kOld;
         std::error_code error;
@@ -59,42 +60,34 @@ class JournalRecoveryTest : public testing::Test {
     std::string fWhole;
 };
 
-std::string checksumOf(std::string_view bytes) {
-    Checksum checksum;
-    checksum.add(bytes);
-    return bigEndian(checksum.value(), 8);
-}
-
 TEST(ChecksumTest, IsTheOneItSays) {
     for (std::size_t split = 0; split < 10; ++split) {
-        const std::string_view digits = "123456789";
         Checksum checksum;
-        checksum.add(digits.substr(0, split));
-        checksum.add(digits.substr(split));
+        checksum.add(std::string_view("123456789").substr(0, split));
+        checksum.add(std::string_view("123456789").substr(split));
         EXPECT_EQ(checksum.value(), 0x995DC9BBDF1939FA);
     }
 }
 
 TEST_F(JournalRecoveryTest, OldBytesNewOnesAndZerosWhereItGrewAreExplained) {
     const std::string grown(kNew.size() - kOld.size(), '\0');
-    const std::string mixed = "scene 32" + std::string(kOld.substr(8));
     const std::string foreign = "scene 13" + std::string(kOld.substr(8));
     const struct {
         std::string content;
         Verdict verdict;
-        std::string_view after;
+        std::string_view after = {};
     } rows[] = {
         {std::string(kOld), Verdict::kRestoreOld, kOld},
         {std::string(kNew), Verdict::kKeepNew, kNew},
-        {mixed, Verdict::kRestoreOld, kOld},
+        {kMixed, Verdict::kRestoreOld, kOld},
         {std::string(kOld) + grown, Verdict::kRestoreOld, kOld},
-        {mixed + grown.substr(1), Verdict::kRestoreOld, kOld},
+        {kMixed + grown.substr(1), Verdict::kRestoreOld, kOld},
         {std::string(kNew.substr(0, kNew.size() - 1)), Verdict::kRestoreOld, kOld},
         {foreign, Verdict::kUnexplained, foreign},
-        {std::string(kNew) + "x", Verdict::kUnexplained, {}},
-        {std::string(kOld.substr(1)), Verdict::kUnexplained, {}},
-        {std::string(kOld) + std::string(grown.size(), 'x'), Verdict::kUnexplained, {}},
-        {"", Verdict::kUnexplained, {}},
+        {std::string(kNew) + "x", Verdict::kUnexplained},
+        {std::string(kOld.substr(1)), Verdict::kUnexplained},
+        {std::string(kOld) + std::string(grown.size(), 'x'), Verdict::kUnexplained},
+        {"", Verdict::kUnexplained},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.content);
@@ -117,34 +110,31 @@ TEST_F(JournalRecoveryTest, OldBytesNewOnesAndZerosWhereItGrewAreExplained) {
 }
 
 TEST_F(JournalRecoveryTest, ADamagedJournalChangesNothing) {
-    const std::string mixed = "scene 32" + std::string(kOld.substr(8));
     for (std::size_t i = 0; i < fWhole.size(); ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(open(mixed, fWhole.substr(0, i), Use::kWrite).verdict, Verdict::kNotBegun);
-        EXPECT_EQ(fSystem.files[kPath], mixed);
+        EXPECT_EQ(open(kMixed, fWhole.substr(0, i), Use::kWrite).verdict, Verdict::kNotBegun);
+        EXPECT_EQ(fSystem.files[kPath], kMixed);
         EXPECT_EQ(fSystem.files.count(kSetAside) + fSystem.files.count(kJournal), 0U);
 
         std::string damaged = fWhole;
         damaged[i] ^= 0x20;
-        const auto opening = open(mixed, damaged, i % 2 == 0 ? Use::kRead : Use::kWrite);
+        const auto opening = open(kMixed, damaged, i % 2 == 0 ? Use::kRead : Use::kWrite);
         EXPECT_EQ(opening.verdict, Verdict::kDamaged);
-        EXPECT_EQ(contentOf(opening), mixed);
+        EXPECT_EQ(contentOf(opening), kMixed);
         EXPECT_EQ(fSystem.files[kSetAside], damaged);
     }
-    EXPECT_EQ(open(mixed, fWhole + "x", Use::kWrite).verdict, Verdict::kDamaged);
+    EXPECT_EQ(open(kMixed, fWhole + "x", Use::kWrite).verdict, Verdict::kDamaged);
     // Of another file.
-    fSystem.files = {{"/folder/copy", mixed}, {"/folder/copy.metadata-journal", fWhole}};
+    fSystem.files = {{"/folder/copy", kMixed}, {"/folder/copy.metadata-journal", fWhole}};
     EXPECT_EQ(LockedFile::open("/folder/copy", Use::kWrite, {}).verdict, Verdict::kUnexplained);
-    EXPECT_EQ(fSystem.files["/folder/copy"], mixed);
+    EXPECT_EQ(fSystem.files["/folder/copy"], kMixed);
 }
 
 TEST_F(JournalRecoveryTest, AJournalOfALaterVersionIsLeftToIt) {
     constexpr std::size_t kVersionAt = 86;
-    constexpr std::size_t kHeaderSizeAt = 90;
     std::string later = fWhole;
     later[kVersionAt + 3] = 2;
-    const std::size_t checksumAt = static_cast<unsigned char>(later[kHeaderSizeAt + 3]) - 8U;
-    later.replace(checksumAt, 8, checksumOf(std::string_view(later).substr(0, checksumAt)));
+    mendChecksums(later);
     const auto opening = open(kNew, later, Use::kRead);
     EXPECT_FALSE(opening.file);
     EXPECT_EQ(opening.verdict, Verdict::kUnreadable);
@@ -169,17 +159,13 @@ TEST_F(JournalRecoveryTest, AJournalForANewFileInThePlaceIsNotTouched) {
 // Whoever wants to harm can make a checksum.
 TEST_F(JournalRecoveryTest, WhatContradictsItselfIsDamagedThoughItsChecksumsAreRight) {
     const std::size_t title = fWhole.find('\n') + 1;
-    const std::size_t header =
-        static_cast<std::size_t>(fromBigEndian(std::string_view(fWhole).substr(title + 4, 4)));
+    const std::size_t header = headerSize(fWhole);
     const auto isNonce = [title](std::size_t i) { return i >= title + 8 && i < title + 16; };
     for (std::size_t i = title; i < header - 8; ++i) {
         for (const int flip : {0x01, 0x10, 0x80}) {
             std::string journal = fWhole;
             journal[i] = static_cast<char>(journal[i] ^ flip);
-            journal.replace(header - 8, 8,
-                            checksumOf(std::string_view(journal).substr(0, header - 8)));
-            journal.resize(journal.size() - 8);
-            journal += checksumOf(journal);
+            mendChecksums(journal);
             const auto opening = open(kOld, journal, Use::kWrite);
             EXPECT_EQ(opening.verdict == Verdict::kRestoreOld, isNonce(i)) << i;
             EXPECT_EQ(fSystem.files[kPath], kOld) << i;
@@ -188,19 +174,16 @@ TEST_F(JournalRecoveryTest, WhatContradictsItselfIsDamagedThoughItsChecksumsAreR
 }
 
 TEST_F(JournalRecoveryTest, AFailingCallLeavesItToTheNext) {
-    const std::string mixed = "scene 32" + std::string(kOld.substr(8));
     const struct {
         std::string content, journal, after;
-    } rows[] = {{mixed, fWhole, std::string(kOld)},
+    } rows[] = {{kMixed, fWhole, std::string(kOld)},
                 {std::string(kNew), fWhole, std::string(kNew)},
-                {mixed, fWhole.substr(1), mixed},
-                {mixed, fWhole.substr(0, 99), mixed}};
+                {kMixed, fWhole.substr(1), kMixed},
+                {kMixed, fWhole.substr(0, 99), kMixed}};
     for (const auto& row : rows) {
         for (int n = 0, options = 0; options < 12; ++n) {
             SCOPED_TRACE(row.content + std::to_string(n) + ' ' + std::to_string(options));
-            const Use use = options % 3 == 0   ? Use::kRead
-                            : options % 3 == 1 ? Use::kWrite
-                                               : Use::kRecover;
+            const Use use = std::array{Use::kRead, Use::kWrite, Use::kRecover}[options % 3];
             fSystem.readOnly.clear();
             if (options >= 6) fSystem.readOnly = {kJournal};
             int calls = 0;
@@ -242,14 +225,13 @@ TEST_F(JournalRecoveryTest, WhatCannotBeTrustedIsNeitherAppliedNorIgnored) {
     }
     // Somebody knows that nobody is at work.
     EXPECT_EQ(open(kOld.substr(0, 17), fWhole, Use::kRecover).verdict, Verdict::kUnexplained);
-    EXPECT_EQ(contentOf(open("scene 32" + std::string(kOld.substr(8)), fWhole, Use::kRecover)),
-              kOld);
+    EXPECT_EQ(contentOf(open(kMixed, fWhole, Use::kRecover)), kOld);
 }
 
 TEST_F(JournalRecoveryTest, FailuresOfWhatIsInItsPlaceAreTold) {
     fSystem.readOnly = {kPath, kJournal};
     {
-        const auto overlaid = open("scene 32" + std::string(kOld.substr(8)), fWhole, Use::kRead);
+        const auto overlaid = open(kMixed, fWhole, Use::kRead);
         fSystem.failAt(0, true);
         char byte = 0;
         EXPECT_FALSE(overlaid.file->file().status() || overlaid.file->file().read(&byte, 1));
@@ -276,19 +258,18 @@ TEST_F(JournalRecoveryTest, ALockKeepsOthersOut) {
     fSystem.files.erase(kJournal);
     const auto reader = LockedFile::open(kPath, Use::kRead, {});
     EXPECT_TRUE(LockedFile::open(kPath, Use::kRead, {}).file);
-    EXPECT_EQ(LockedFile::open(kPath, Use::kWrite, std::chrono::milliseconds(5)).problem,
-              "The file is in use by another program");
+    const std::string inUse = "The file is in use by another program";
+    EXPECT_EQ(LockedFile::open(kPath, Use::kWrite, std::chrono::milliseconds(5)).problem, inUse);
     fSystem.files[kJournal] = fWhole;
-    EXPECT_EQ(LockedFile::open(kPath, Use::kRead, {}).problem,
-              "The file is in use by another program");
+    EXPECT_EQ(LockedFile::open(kPath, Use::kRead, {}).problem, inUse);
 }
 
 TEST(JournalPath, FitsIntoTheFolder) {
     const std::string longName(255, 'n');
-    const std::string path = Journal::pathFor("/folder/" + longName);
+    const std::string path = Journal::pathFor("/f/" + longName);
     EXPECT_EQ(Journal::nameOf(path).size(), 255U);
-    EXPECT_EQ(Journal::nameOf(Journal::pathSetAside("/folder/" + longName, 12)).size(), 255U);
-    EXPECT_NE(path, Journal::pathFor("/folder/" + longName.substr(1) + "m"));
+    EXPECT_EQ(Journal::nameOf(Journal::pathSetAside("/f/" + longName, 12)).size(), 255U);
+    EXPECT_NE(path, Journal::pathFor("/f/" + longName.substr(1) + "m"));
     EXPECT_EQ(Journal::pathFor("scene"), "scene.metadata-journal");
 }
 

@@ -49,7 +49,6 @@ class ScriptedFileSystem : public FileSystem {
     std::uint64_t bytesRead = 0;
     std::uint64_t bytesWritten = 0;
     std::size_t largestRead = 0;
-    std::uint64_t lowestWrite = ~std::uint64_t{0};
 
     /// The `n`-th call (from 0) fails, of any kind or of one; and all later ones of those, too.
     void failAt(int n, bool fromThenOn, std::optional<Call> kind = std::nullopt) {
@@ -79,9 +78,7 @@ class ScriptedFileSystem : public FileSystem {
         return std::make_unique<OpenFile>(*this, path, Mode::kReadWrite);
     }
     std::optional<FileStatus> status(const std::string& path, std::error_code& error) override {
-        if (!succeeds(Call::kNameStatus, true, error) || files.count(path) == 0) {
-            return std::nullopt;
-        }
+        if (!succeeds(Call::kNameStatus, true, error) || files.count(path) == 0) return {};
         return statusOf(path);
     }
     bool remove(const std::string& path, std::error_code& error) override {
@@ -108,8 +105,7 @@ class ScriptedFileSystem : public FileSystem {
         FileStatus status = told == statuses.end() ? FileStatus() : told->second;
         if (status.owner == 0) status.owner = user();
         if (status.inode == 0) status.inode = std::hash<std::string>()(path);
-        const auto named = files.find(path);
-        status.length = named == files.end() ? 0 : named->second.size();
+        status.length = files.count(path) > 0 ? files[path].size() : 0;
         return status;
     }
 
@@ -143,7 +139,6 @@ class ScriptedFileSystem : public FileSystem {
             const std::size_t put = failing ? count / 2 : count;
             if (bytes().size() < fPosition + put) bytes().resize(fPosition + put);
             bytes().replace(fPosition, put, from, put);
-            fSystem.lowestWrite = std::min<std::uint64_t>(fSystem.lowestWrite, fPosition);
             fSystem.bytesWritten += put;
             fPosition += put;
             return !failing;

@@ -5,11 +5,16 @@
 #include <data/ChannelSerializerRaw.h>
 #include <data/SerializerRaw.h>
 #include <data/StreamSerializerRaw.h>
+#include <data/Structure.h>
+#include <data/StructureSerializerDebug.h>
 #include <data/StructureSerializerRaw.h>
-#include <gtest/gtest.h>
+#include <debug/RefPtr.h>
 
 #include <fstream>
 #include <sstream>
+#include <tuple>
+
+#include "debug/Printed.h"
 
 namespace orbo::Data {
 namespace {
@@ -64,6 +69,34 @@ TEST(Formats, TheLowestAddressInheritsTheDefault) {
     EXPECT_EQ(Family::defaultFormat(), nullptr);
     Family::registerFormat(raw);
     Family::setDefaultFormat(&raw);
+}
+
+using Format = StructureSerializerDebug;
+
+TEST(StructureSerializerDebug, IsFoundOnceRegisteredWritesTheDumpAndReadsNothing) {
+    EXPECT_STREQ(Format::theFormat().formatType(), "debug");
+    EXPECT_EQ(Format::formatByName("debug"), nullptr);
+    const StructureSerializer* const before = Format::defaultFormat();
+    Format::registerFormat(Format::theFormat());
+    EXPECT_EQ(Format::formatByName("debug"), &Format::theFormat());
+    EXPECT_EQ(Format::defaultFormat(), before);
+    Format::deregisterFormat(Format::theFormat());
+
+    const RefPtr<Structure> structure(new Structure("Tag"));
+    structure->addMember(Member::kInt16, 1, "member");
+    std::stringstream dump;
+    EXPECT_EQ(Format::theFormat().write(*structure, dump), 0);
+    EXPECT_EQ(structure->refCount(), 1) << "writing leaves it alone";
+    EXPECT_EQ(dump.str(), Debug::printed(structure.get()));
+    std::string errors = "earlier";
+    EXPECT_EQ(Format::theFormat().read(dump, errors), nullptr);
+    EXPECT_EQ(errors, "Cannot read the debug format");
+    EXPECT_EQ(dump.tellg(), 0);
+    std::ostringstream description;
+    Format::theFormat().getFormatDescription(description);
+    EXPECT_EQ(description.str(),
+              "\nThe Debug format will be self-explanatory\nas it dumps all of the  information "
+              "about\nthe structure in a verbose format.");
 }
 
 struct Helpers : SerializerRaw {

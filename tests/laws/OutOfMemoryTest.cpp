@@ -111,9 +111,10 @@ void edit(Associations& associations) {
     associations.setChannel(Channel("empty"));
 }
 
-// Runs once for every allocation the scenario makes; `check` sees what was left each time.
-template <typename Scenario, typename Check>
-void failEachAllocation(Scenario scenario, Check check) {
+// Runs once for every allocation the scenario makes, in what `prepare` made without failures;
+// `check` sees what was left each time.
+template <typename Prepare, typename Scenario, typename Check>
+void failEachAllocation(Prepare prepare, Scenario scenario, Check check) {
     for (const bool forGood : {false, true}) {
         unsigned long n = 1;
         for (bool reached = true; reached; ++n) {
@@ -122,6 +123,7 @@ void failEachAllocation(Scenario scenario, Check check) {
             failsForGood = forGood;
             {
                 StructureRegistry::SetAside aside;
+                prepare();
                 allocationsUntilFailure = n;
                 try {
                     scenario();
@@ -142,32 +144,14 @@ void failEachAllocation(Scenario scenario, Check check) {
     }
 }
 
-TEST(OutOfMemory, ReadingGivesAllOrNothing) {
-    std::unique_ptr<Associations> read;
-    failEachAllocation(
-        [&] {
-            read.reset();
-            defineStructure();
-            read = readText();
-        },
-        [&] {
-            if (read && !read->empty()) {
-                EXPECT_EQ(written(*read).size(), written(*readText()).size());
-            }
-            read.reset();
-        });
-}
-
 TEST(OutOfMemory, EditingLeavesSoundElements) {
     std::unique_ptr<Associations> edited;
+    const auto prepare = [&] {
+        defineStructure();
+        edited = readText();
+    };
     failEachAllocation(
-        [&] {
-            const auto pause = std::exchange(allocationsUntilFailure, 0UL);
-            defineStructure();
-            edited = readText();
-            allocationsUntilFailure = pause;
-            edit(*edited);
-        },
+        prepare, [&] { edit(*edited); },
         [&] {
             // Each element can be read and freed, whatever was cut short.
             EXPECT_NE(written(*edited).find("endAssociations"), std::string::npos);
@@ -241,55 +225,51 @@ TEST_F(OutOfMemoryOnDisk, WritingLeavesTheOldSceneOrTheNewOne) {
     std::unique_ptr<Accessor> accessor;
     bool done = false;
     const std::ptrdiff_t open = openFiles();
+    const auto prepare = [&] {
+        put(fScene, fOld);
+        accessor = edited(true);
+        done = false;
+    };
+    const auto check = [&] {
+        EXPECT_EQ(openFiles(), open);
+        EXPECT_TRUE(Structure::allStructures().empty());
+        EXPECT_TRUE(edited(false)->read(fScene.string(), fErrors)) << fErrors;
+        const std::string found = get(fScene);
+        EXPECT_TRUE(found == (done ? fNew : fOld) ||
+                    fErrors.find("The change is made") != std::string::npos);
+        accessor->setWritePolicy({});
+        EXPECT_TRUE(accessor->write(fErrors)) << fErrors;
+        EXPECT_EQ(get(fScene), fNew);
+        EXPECT_FALSE(std::filesystem::exists(fJournal));
+        accessor.reset();
+    };
     failEachAllocation(
-        [&] {
-            const auto pause = std::exchange(allocationsUntilFailure, 0UL);
-            put(fScene, fOld);
-            accessor = edited(true);
-            done = false;
-            allocationsUntilFailure = pause;
-            done = accessor->write(fErrors);
-        },
-        [&] {
-            EXPECT_EQ(openFiles(), open);
-            EXPECT_TRUE(Structure::allStructures().empty());
-            EXPECT_TRUE(edited(false)->read(fScene.string(), fErrors)) << fErrors;
-            const std::string found = get(fScene);
-            EXPECT_TRUE(found == (done ? fNew : fOld) ||
-                        fErrors.find("The change is made") != std::string::npos);
-            accessor->setWritePolicy({});
-            EXPECT_TRUE(accessor->write(fErrors)) << fErrors;
-            EXPECT_EQ(get(fScene), fNew);
-            EXPECT_FALSE(std::filesystem::exists(fJournal));
-            accessor.reset();
-        });
+        prepare, [&] { done = accessor->write(fErrors); }, check);
 }
 
 TEST_F(OutOfMemoryOnDisk, RecoveringIsDoneOrIsLeftToTheNext) {
     std::unique_ptr<Accessor> accessor;
     bool done = false;
     const std::ptrdiff_t open = openFiles();
+    const auto prepare = [&] {
+        interrupt();
+        accessor = Accessor::accessorByExtension(fScene.string());
+        done = false;
+        fErrors.clear();
+    };
+    const auto check = [&] {
+        EXPECT_EQ(openFiles(), open);
+        EXPECT_TRUE(Structure::allStructures().empty());
+        const bool isWhole = accessor->associations().size() == 1;
+        EXPECT_TRUE(!done || isWhole || fErrors.find("not created") != std::string::npos)
+            << fErrors;
+        accessor.reset();
+        edited(false);
+        EXPECT_EQ(get(fScene), fOld);
+        EXPECT_FALSE(std::filesystem::exists(fJournal));
+    };
     failEachAllocation(
-        [&] {
-            const auto pause = std::exchange(allocationsUntilFailure, 0UL);
-            interrupt();
-            accessor = Accessor::accessorByExtension(fScene.string());
-            done = false;
-            allocationsUntilFailure = pause;
-            fErrors.clear();
-            done = accessor->read(fScene.string(), fErrors);
-        },
-        [&] {
-            EXPECT_EQ(openFiles(), open);
-            EXPECT_TRUE(Structure::allStructures().empty());
-            const bool isWhole = accessor->associations().size() == 1;
-            EXPECT_TRUE(!done || isWhole || fErrors.find("not created") != std::string::npos)
-                << fErrors;
-            accessor.reset();
-            edited(false);
-            EXPECT_EQ(get(fScene), fOld);
-            EXPECT_FALSE(std::filesystem::exists(fJournal));
-        });
+        prepare, [&] { done = accessor->read(fScene.string(), fErrors); }, check);
 }
 
 }  // namespace

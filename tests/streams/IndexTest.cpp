@@ -8,10 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "streams/IndexTypes.h"
+#include "support/Cases.h"
 
 namespace orbo::Data {
 
@@ -29,24 +29,8 @@ std::string made(const std::string& type, const std::string& text) {
 }
 
 TEST(IndexTest, CreatesFromText) {
-    const std::tuple<const char*, std::vector<std::string>, const char*> rows[] = {
-        {"numeric", {"17", " \t17\r", "0017"}, "numeric:17"},
-        {"numeric", {"4294967295"}, "numeric:4294967295"},
-        {"numeric", {"4294967296", "99999999999999999999 3", "", " ", "-1", "1.5"}, "error 1"},
-        // The characters are judged before the numbers.
-        {"numeric", {"17\n", "17 x", "17 18x", std::string("17\0", 3)}, "error 1"},
-        {"numeric", {"17 18"}, "error 2"},
-        {"pair", {"3 7", " 3\t7\r "}, "pair:3 7"},
-        {"pair", {"5", "5 4294967296", "3,7"}, "error 1"},
-        {"pair", {"5 6 7"}, "error 2"},
-        {"string", {" a b\n"}, "string: a b\n"},
-        {"Numeric", {"1"}, "error 0"},
-    };
-    for (const auto& [type, texts, result] : rows) {
-        for (const std::string& text : texts) {
-            EXPECT_EQ(made(type, text), result) << type << " '" << text << "'";
-        }
-    }
+    for (const auto& row : rowsOf("streams/data/indices.txt"))
+        EXPECT_EQ(made(row.at(0), row.at(1)), row.at(2)) << row[0] << " '" << row[1] << "'";
 }
 
 TEST(IndexTest, OrdersNumbersBeforeTypedValuesAndTypesByName) {

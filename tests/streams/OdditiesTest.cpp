@@ -62,21 +62,6 @@ TEST(Oddities, OfStreamsAreKept) {
     EXPECT_FALSE(copy.useDefaults() || stream.useDefaults()) << "copies of storage lose it";
 }
 
-TEST(StreamDebugTest, Mapped) {
-    const RefPtr<Structure> structure = numberAndText();
-    Stream stream(*structure, "items");
-    stream.setElementRange(2, IndexPair(3, 4));
-    stream.setElement(5, item(*structure, 7, "seven"));
-    stream.setElement(IndexPair(1, 2), Handle(*structure, nullptr));
-    EXPECT_EQ(printed(&stream) + printed<Stream>(nullptr),
-              "Data Stream (Mapped)\n{\n"
-              "    Data Stream 'items' uses structure 'Item' with index type 'numeric'\n"
-              "    Lowest valid index = 2\n    Highest valid index = \n"
-              "    Stream Elements\n    {\n        Element count = 2\n"
-              "        Index (5), Handle (1 elements: [ 7 ])\n"
-              "        Index (1 2), Handle (1 elements: [ 0 ])\n    }\n}\n");
-}
-
 TEST(StreamDebugTest, Dense) {
     const RefPtr<Structure> structure = numberAndText();
     Stream stream = denseStream(*structure);

@@ -70,8 +70,7 @@ TEST(DenseStorageTest, EveryElementIsAligned) {
     EXPECT_EQ(storage.elementAddr(2) - storage.elementAddr(0), 48);
 }
 
-class MappedStreamTest : public testing::Test {
-  protected:
+struct MappedStreamTest : testing::Test {
     void set(const Index& index, int number) {
         ASSERT_TRUE(stream.setElement(index, item(*structure, number, nullptr)));
     }
