@@ -156,6 +156,11 @@ class FileOpener {
                         "A change was cut short and cannot be undone from here; "
                         "what was read is the state before it");
                 return recovery.oldBytesOver(std::move(file));
+            case Verdict::kKeepNew:
+                addNote(fOpening.notes,
+                        "A change was cut short at its end and cannot be finished from here; "
+                        "what was read is the state after it");
+                return file;
             default:
                 return file;
         }
