@@ -2,40 +2,52 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <map>
-#include <memory>
-#include <optional>
 #include <random>
 #include <set>
 #include <string>
-#include <system_error>
+#include <string_view>
 #include <utility>
 #include <vector>
-
-#include "files/File.h"
 
 namespace orbo::Proofs {
 
 /// Makes choices: random ones, or in turn every combination that there is.
 class Chooser {
   public:
-    explicit Chooser(std::uint64_t seed) : fRandom(seed) {}
-
-    /// To see all combinations: start, then choose, then go on while there is a next one.
-    void startAll();
-    bool next();
-    /// To see one at random. Some lean to the first choices or to the last ones.
-    void startRandom();
-    std::size_t below(std::size_t count);
+    /// Looks once for each combination of the choices made meanwhile.
+    template <typename Look>
+    void forAll(Look look) {
+        fAll = true;
+        do {
+            fAt = 0;
+            look();
+            while (!fDigits.empty() && ++fDigits.back().value == fDigits.back().count) {
+                fDigits.pop_back();
+            }
+        } while (!fDigits.empty());
+        fAll = false;
+    }
+    /// Random ones lean to the first choices or to the last ones until the next call, or to none.
+    void lean() { fLeaning = anyBelow(3); }
+    std::size_t below(std::size_t count) {
+        if (fAll) {
+            if (fAt == fDigits.size()) fDigits.push_back({0, count});
+            return fDigits[fAt++].value;
+        }
+        const bool leans = fLeaning > 0 && anyBelow(8) > 0;
+        return leans ? (fLeaning == 1 ? 0 : count - 1) : anyBelow(count);
+    }
+    /// A random one in any case.
     std::size_t anyBelow(std::size_t count) { return fRandom() % count; }
 
   private:
     struct Digit {
         std::size_t value, count;
     };
-    std::mt19937_64 fRandom;
+    std::mt19937_64 fRandom{1};
     bool fAll = false;
     std::size_t fLeaning = 0;
     std::vector<Digit> fDigits;
@@ -46,24 +58,78 @@ class Chooser {
 /// disk in any order, at any time, or not at all before the next sync; a length by itself.
 class Inode {
   public:
-    Inode(std::string content, std::size_t sector);
+    Inode(const std::string& content, std::size_t sector)
+        : fSector(sector), fNow(content), fDurable(content), fLengths{content.size()} {}
 
     [[nodiscard]] const std::string& now() const { return fNow; }
     [[nodiscard]] int changes() const { return fChanges; }
-    void write(std::size_t at, const char* from, std::size_t count);
-    void truncate(std::size_t length);
-    void sync();
+
+    void write(std::size_t at, std::string_view bytes) {
+        fNow.resize(std::max(fNow.size(), at + bytes.size()));
+        fNow.replace(at, bytes.size(), bytes);
+        changed(at, at + bytes.size());
+    }
+    void truncate(std::size_t length) {
+        const auto [from, to] = std::minmax({fNow.size(), length});
+        fNow.resize(length);
+        if (from != to) changed(from, to);
+    }
+    void sync() {
+        for (const std::size_t i : fDirty) {
+            put(fDurable, i * fSector, sector(fNow, i));
+            fVersions.erase(i);
+        }
+        fDirty.clear();
+        fLengths = {fNow.size()};
+    }
     /// The system forgets what it could not write, but for the length: a later sync says nothing
     /// about it.
-    void failToSync();
+    void failToSync() { fDirty.clear(); }
 
-    [[nodiscard]] double states() const;
-    [[nodiscard]] Inode afterCut(Chooser& choose) const;
+    [[nodiscard]] double states() const {
+        auto count = static_cast<double>(fLengths.size());
+        for (const auto& [number, versions] : fVersions) {
+            count *= static_cast<double>(versions.size() * versions.size());
+        }
+        return count;
+    }
+    [[nodiscard]] Inode afterCut(Chooser& choose) const {
+        std::string bytes = fDurable;
+        const std::size_t torn = fSector / 2;
+        for (const auto& [number, versions] : fVersions) {
+            // A sector that is not torn has its head and its tail from the same version.
+            const std::size_t choice = choose.below(versions.size() * versions.size());
+            put(bytes, number * fSector, versions[choice / versions.size()].substr(0, torn));
+            put(bytes, number * fSector + torn, versions[choice % versions.size()].substr(torn));
+        }
+        bytes.resize(fLengths[choose.below(fLengths.size())]);
+        return {bytes, fSector};
+    }
 
   private:
-    [[nodiscard]] std::string sector(const std::string& bytes, std::size_t number) const;
-    void touch(std::size_t from, std::size_t to);
-    void setLength(std::size_t length);
+    [[nodiscard]] std::string sector(const std::string& bytes, std::size_t number) const {
+        std::string result = bytes.substr(std::min(number * fSector, bytes.size()), fSector);
+        result.resize(fSector);
+        return result;
+    }
+    static void put(std::string& bytes, std::size_t at, const std::string& piece) {
+        bytes.resize(std::max(bytes.size(), at + piece.size()));
+        bytes.replace(at, piece.size(), piece);
+    }
+    void changed(std::size_t from, std::size_t to) {
+        for (std::size_t i = from / fSector; i * fSector < to; ++i) {
+            std::vector<std::string>& versions = fVersions[i];
+            if (versions.empty()) versions.push_back(sector(fDurable, i));
+            versions.push_back(sector(fNow, i));
+            fDirty.insert(i);
+        }
+        // A file that grows does so in steps.
+        for (std::size_t i = fLengths.back() / fSector + 1; i * fSector < fNow.size(); ++i) {
+            fLengths.push_back(i * fSector);
+        }
+        if (fLengths.back() != fNow.size()) fLengths.push_back(fNow.size());
+        ++fChanges;
+    }
 
     std::size_t fSector;
     std::string fNow;
@@ -72,74 +138,64 @@ class Inode {
     /// The same of sectors, of those that have changed since.
     std::map<std::size_t, std::vector<std::string>> fVersions;
     std::set<std::size_t> fDirty;
-    bool fLengthIsDirty = false;
     int fChanges = 0;
 };
 
 /// One folder and its files. Changes of the folder are lost and kept one by one as well.
 struct Disk {
+    using Names = std::map<std::string, std::size_t>;
     struct NameChange {
         std::string removed, added;
         std::size_t inode;
+
+        void applyTo(Names& names) const {
+            names.erase(removed);
+            if (!added.empty()) names[added] = inode;
+        }
     };
     std::size_t sector = 16;
     std::vector<Inode> inodes;
-    std::map<std::string, std::size_t> names;
-    std::map<std::string, std::size_t> durableNames;
+    Names names, durableNames;
     std::vector<NameChange> changes;
 
-    void add(const std::string& name, const std::string& content);
-    void change(NameChange change);
-    void syncNames();
+    void add(const std::string& name, const std::string& content) {
+        names[name] = durableNames[name] = inodes.size();
+        inodes.emplace_back(content, sector);
+    }
+    void change(const NameChange& change) {
+        change.applyTo(names);
+        changes.push_back(change);
+    }
+    void syncNames() {
+        durableNames = names;
+        changes.clear();
+    }
     [[nodiscard]] bool has(const std::string& name) const { return names.count(name) > 0; }
-    [[nodiscard]] const std::string& content(const std::string& name) const;
+    [[nodiscard]] const std::string& content(const std::string& name) const {
+        return inodes[names.at(name)].now();
+    }
 
     /// How many there are after a cut, in which every sector may be torn in the middle, too.
-    [[nodiscard]] double states() const;
-    [[nodiscard]] Disk afterCut(Chooser& choose) const;
-};
-
-/// The library's way to a disk.
-class DiskSystem : public Files::FileSystem {
-  public:
-    explicit DiskSystem(Disk disk) : fDisk(std::move(disk)) {}
-
-    [[nodiscard]] const Disk& disk() const { return fDisk; }
-    /// Called after each change and each sync.
-    std::function<void()> onChange = [] {};
-    /// What is going on, for the names of syncs.
-    std::string phase;
-    /// A sync of this name says that it was done, and is not.
-    std::string omitted;
-    /// The names of all syncs so far.
-    std::set<std::string> syncs;
-    /// The change or sync, from 0, that fails; a write leaves half behind.
-    int failing = -1;
-    int changes = 0;
-    bool takesWrites = true;
-    bool takesRemovals = true;
-
-    std::string resolve(const std::string& name, std::error_code& error) override;
-    std::unique_ptr<Files::File> open(const std::string& path, Mode mode,
-                                      std::error_code& error) override;
-    std::unique_ptr<Files::File> create(const std::string& path, const Files::FileStatus& like,
-                                        std::error_code& error) override;
-    std::optional<Files::FileStatus> status(const std::string& path,
-                                            std::error_code& error) override;
-    bool remove(const std::string& path, std::error_code& error) override;
-    bool rename(const std::string& from, const std::string& to, std::error_code& error) override;
-    bool syncFolderOf(const std::string& path, std::error_code& error) override;
-    std::uint64_t user() override { return 1; }
-
-  private:
-    class OpenFile;
-    [[nodiscard]] Files::FileStatus statusOf(std::size_t inode) const;
-    bool fails() { return changes++ == failing; }
-    bool isOmitted(const std::string& sync);
-
-    Disk fDisk;
-    std::set<std::size_t> fJournals;
-    std::string fLastNameChange;
+    [[nodiscard]] double states() const {
+        double count = 1;
+        for (std::size_t i = 0; i < changes.size(); ++i) count *= 2;
+        for (const Inode& inode : inodes) count *= inode.states();
+        return count;
+    }
+    [[nodiscard]] Disk afterCut(Chooser& choose) const {
+        Names left = durableNames;
+        for (const NameChange& change : changes) {
+            if (choose.below(2) == 1) change.applyTo(left);
+        }
+        Disk after;
+        after.sector = sector;
+        for (const auto& [name, inode] : left) {
+            after.names[name] = after.inodes.size();
+            after.inodes.push_back(inodes[inode].afterCut(choose));
+        }
+        after.durableNames = after.names;
+        return after;
+    }
 };
 
 }  // namespace orbo::Proofs

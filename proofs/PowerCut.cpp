@@ -4,21 +4,21 @@
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 
-#include "DiskModel.h"
+#include "DiskSystem.h"
 #include "files/FileRewrite.h"
 
 namespace orbo::Proofs {
 namespace {
 
 using Files::FileRewrite;
-using Files::FileSystem;
 using Files::LockedFile;
+using Replacement = Files::FileSystem::Replacement;
+using Step = FileRewrite::Step;
 using Use = LockedFile::Use;
 using Verdict = Files::JournalRecovery::Verdict;
 
@@ -54,11 +54,16 @@ struct Tally {
     [[nodiscard]] std::size_t wrong() const { return mixed + lost + pending + other; }
 };
 
-std::string journalOf(const std::string& path) { return Files::Journal::pathFor(path); }
+const std::string kOther = "/other";
+const std::string kLeftAlone = "left alone";
+const std::string kNotOpened = "not opened";
 
-std::string bytesOf(LockedFile& file) {
-    std::string bytes(static_cast<std::size_t>(file.file().size().value_or(0)), '\0');
-    return Files::readExactlyAt(file.file(), 0, bytes.data(), bytes.size()) ? bytes : "unreadable";
+std::string open(const std::string& path, Use use) {
+    const auto opening = LockedFile::open(path, use, {});
+    if (!opening.file) return kNotOpened;
+    Files::File& file = opening.file->file();
+    std::string bytes(static_cast<std::size_t>(file.size().value_or(0)), '\0');
+    return Files::readExactlyAt(file, 0, bytes.data(), bytes.size()) ? bytes : "unreadable";
 }
 
 class Proof {
@@ -72,79 +77,79 @@ class Proof {
         for (const Moment& moment : record(scenario)) {
             ++fTally.moments;
             if (moment.disk.states() <= static_cast<double>(fMost)) {
-                fChooser.startAll();
-                do {
-                    check(moment, moment.disk.afterCut(fChooser), 0);
-                } while (fChooser.next());
-                continue;
-            }
-            for (std::size_t i = 0; i < fMost; ++i) {
-                fChooser.startRandom();
-                check(moment, moment.disk.afterCut(fChooser), 2);
+                fChooser.forAll([&] { check(moment, moment.disk.afterCut(fChooser), 0); });
+            } else {
+                for (std::size_t i = 0; i < fMost; ++i) checkOne(moment, 2);
             }
         }
     }
     [[nodiscard]] const Tally& tally() const { return fTally; }
 
   private:
+    DiskSystem systemOn(const Disk& disk) const {
+        DiskSystem system(disk);
+        system.omitted = fOmitted;
+        system.takesRemovals = fTakesRemovals;
+        return system;
+    }
+
     std::vector<Moment> record(const Scenario& scenario) {
         Disk disk;
         disk.sector = scenario.sector;
         disk.add(fPath, scenario.content);
-        disk.add(kOther, "left alone");
-        DiskSystem system(disk);
-        system.omitted = fOmitted;
+        disk.add(kOther, kLeftAlone);
+        DiskSystem system = systemOn(disk);
         system.failing = scenario.failing;
-        system.takesRemovals = scenario.takesRemovals;
-        const FileSystem::Replacement replaced(system);
+        const Replacement replaced(system);
         std::vector<Moment> moments;
-        system.onChange = [&] { moments.push_back({system.disk(), {}, false}); };
+        system.onChange = [&] { moments.push_back({system.disk, {}, false}); };
         for (const auto& save : scenario.saves) {
-            const std::string before = system.disk().content(fPath);
+            const std::string before = system.disk.content(fPath);
             const std::size_t first = moments.size();
             const auto [result, expected] = save(system);
+            moments.push_back({system.disk, {}, result == Result::kNew});
             for (std::size_t i = first; i < moments.size(); ++i) {
                 moments[i].allowed = {before, expected};
             }
-            moments.push_back({system.disk(), {before, expected}, result == Result::kNew});
             // Nothing failed, so it must have worked.
             if (scenario.failing < 0 && result != Result::kNew) ++fTally.other;
             if (result == Result::kEither) continue;
             moments.back().allowed = {result == Result::kNew ? expected : before};
-            judge(moments.back(), system.disk().content(fPath));
+            judge(moments.back(), system.disk.content(fPath));
         }
         fTally.syncs.merge(system.syncs);
         return moments;
     }
 
+    void checkOne(const Moment& moment, int cutsToCome) {
+        fChooser.lean();
+        check(moment, moment.disk.afterCut(fChooser), cutsToCome);
+    }
+
     void check(const Moment& moment, const Disk& disk, int cutsToCome) {
         ++fTally.states;
-        DiskSystem system(disk);
-        system.phase = "recovery";
-        system.omitted = fOmitted;
-        system.takesRemovals = fTakesRemovals;
-        const FileSystem::Replacement replaced(system);
+        DiskSystem system = systemOn(disk);
+        const Replacement replaced(system);
         if (moment.isFinished && isPending()) ++fTally.pending;
 
         std::optional<Disk> during;
         std::size_t changes = 0;
         system.onChange = [&] {
             ++changes;
-            if (cutsToCome > 0 && fChooser.anyBelow(changes) == 0) during = system.disk();
+            if (cutsToCome > 0 && fChooser.anyBelow(changes) == 0) during = system.disk;
         };
         const std::size_t who = fChooser.anyBelow(4);
         const std::string content = recover(system, who);
         judge(moment, content);
-        checkFolder(system.disk());
+        checkFolder(system.disk);
         fTally.syncs.merge(system.syncs);
         system.onChange = [] {};
         if (cutsToCome > 0) {
             const bool isOver = !during || fChooser.anyBelow(3) == 0;
-            const Moment next = isOver ? Moment{system.disk(), {content}, who != 1}
-                                       : Moment{std::move(*during), moment.allowed, false};
-            fChooser.startRandom();
-            check(next, next.disk.afterCut(fChooser), cutsToCome - 1);
-        } else if (fTakesRemovals && fChooser.anyBelow(8) == 0 && !save(system)) {
+            checkOne(isOver ? Moment{system.disk, {content}, who != 1}
+                            : Moment{std::move(*during), moment.allowed, false},
+                     cutsToCome - 1);
+        } else if (fTakesRemovals && fChooser.anyBelow(8) == 0 && !canSave(system)) {
             ++fTally.other;
         }
     }
@@ -158,20 +163,14 @@ class Proof {
     /// one whose calls fail.
     std::string recover(DiskSystem& system, std::size_t who) {
         const Use use = who % 2 == 0 ? Use::kRead : Use::kWrite;
-        std::string seen = kNotOpened;
         system.takesWrites = who != 0;
         if (who == 1) system.failing = static_cast<int>(fChooser.anyBelow(8));
-        if (who < 2) seen = open(use);
+        const std::string seen = who < 2 ? open(fPath, use) : kNotOpened;
         system.takesWrites = true;
         system.failing = -1;
-        const std::string content = open(use);
+        const std::string content = open(fPath, use);
         if (seen != kNotOpened && seen != content) ++fTally.other;
         return content;
-    }
-
-    std::string open(Use use) const {
-        const auto opening = LockedFile::open(fPath, use, {});
-        return opening.file ? bytesOf(*opening.file) : kNotOpened;
     }
 
     void judge(const Moment& moment, const std::string& content) {
@@ -181,30 +180,28 @@ class Proof {
 
     // Journals that were damaged lie beside the file; one that was never begun may, too.
     void checkFolder(const Disk& disk) {
-        const std::string journal = journalOf(fPath);
+        const std::string journal = Files::Journal::pathFor(fPath);
         for (const auto& [name, inode] : disk.names) {
             const bool isJournal = name.compare(0, journal.size(), journal) == 0;
             if (name != fPath && name != kOther && !isJournal) ++fTally.other;
         }
-        if (!disk.has(kOther) || disk.content(kOther) != "left alone") ++fTally.other;
+        if (!disk.has(kOther) || disk.content(kOther) != kLeftAlone) ++fTally.other;
     }
 
-    bool save(DiskSystem& system) const {
-        const std::string before = system.disk().content(fPath);
+    [[nodiscard]] bool canSave(DiskSystem& system) const {
+        const std::string before = system.disk.content(fPath);
         const auto opening = LockedFile::open(fPath, Use::kWrite, {});
-        if (!opening.file) return false;
-        FileRewrite rewrite(*opening.file, {{0, before, {"something else"}}}, true);
-        return rewrite.run().failed == FileRewrite::Step::kDone &&
-               system.disk().content(fPath) == "something else";
+        return opening.file &&
+               FileRewrite(*opening.file, {{0, before, {kOther}}}, true).run().failed ==
+                   Step::kDone &&
+               system.disk.content(fPath) == kOther;
     }
 
-    const std::string kOther = "/other";
-    const std::string kNotOpened = "not opened";
     std::size_t fMost;
     std::string fOmitted;
     std::string fPath;
     bool fTakesRemovals = true;
-    Chooser fChooser{1};
+    Chooser fChooser;
     Tally fTally;
 };
 
@@ -218,112 +215,94 @@ std::string text(std::size_t size, char first) {
 }
 
 /// A number near the beginning, and all from `kTail` on.
-constexpr std::size_t kNumber = 10;
-constexpr std::size_t kTail = 40;
+constexpr std::size_t kNumber = 10, kNumberSize = 8, kTail = 40;
 
-std::function<Saved(DiskSystem&)> rewriting(std::size_t size, char first) {
-    return [size, first](DiskSystem& system) -> Saved {
-        const std::string before = system.disk().content("/scene");
-        const std::string number = text(8, first);
-        const std::string tail = text(size, first);
-        const std::string after = before.substr(0, kNumber) + number +
-                                  before.substr(kNumber + 8, kTail - kNumber - 8) + tail;
-        const auto opening = LockedFile::open("/scene", Use::kWrite, {});
-        if (!opening.file) return {Result::kOld, after};
-        const std::string oldNumber = before.substr(kNumber, 8);
-        const std::string oldTail = before.substr(kTail);
-        const std::string_view tailView = tail;
-        FileRewrite rewrite(
-            *opening.file,
-            {{kNumber, oldNumber, {number}},
-             {kTail, oldTail, {tailView.substr(0, size / 2), tailView.substr(size / 2)}}},
-            true);
-        system.phase = "save";
-        const auto outcome = rewrite.run();
-        if (outcome.failed == FileRewrite::Step::kDone) return {Result::kNew, after};
-        // It holds the new bytes, but perhaps a journal says so as well.
-        if (outcome.holdsNew) return {Result::kEither, after};
-        return {outcome.restored ? Result::kOld : Result::kEither, after};
-    };
+Saved rewrite(DiskSystem& system, std::size_t size, char first) {
+    const std::string before = system.disk.content("/scene");
+    const std::string oldNumber = before.substr(kNumber, kNumberSize);
+    const std::string oldTail = before.substr(kTail);
+    const std::string number = text(kNumberSize, first);
+    const std::string tail = text(size, first);
+    const std::string after = std::string(before, 0, kTail).replace(kNumber, kNumberSize, number);
+    const auto opening = LockedFile::open("/scene", Use::kWrite, {});
+    if (!opening.file) return {Result::kOld, after + tail};
+    const std::string_view half = std::string_view(tail).substr(0, size / 2);
+    const std::string_view rest = std::string_view(tail).substr(size / 2);
+    FileRewrite rewrite(*opening.file,
+                        {{kNumber, oldNumber, {number}}, {kTail, oldTail, {half, rest}}}, true);
+    system.phase = "save";
+    const auto outcome = rewrite.run();
+    if (outcome.failed == Step::kDone) return {Result::kNew, after + tail};
+    // It may hold the new bytes, but perhaps a journal says so as well.
+    const bool isOld = outcome.restored && !outcome.holdsNew;
+    return {isOld ? Result::kOld : Result::kEither, after + tail};
 }
 
-std::vector<Scenario> plainScenarios() {
+void runPlainScenarios(Proof& proof) {
     // The sizes of the tail: first block, larger, same size, smaller, last block removed.
     const std::vector<std::size_t> sizes = {0, 30, 75, 75, 9, 0};
-    std::vector<Scenario> all;
     for (std::size_t i = 0; i + 1 < sizes.size(); ++i) {
+        const auto to = [&](std::size_t at, char first) {
+            return [size = sizes[at % sizes.size()], first](DiskSystem& system) {
+                return rewrite(system, size, first);
+            };
+        };
         const std::string content = text(kTail, 'a') + text(sizes[i], 'h');
-        const auto second = sizes[(i + 2) % sizes.size()];
-        all.push_back(
-            {"/scene", content, 16, {rewriting(sizes[i + 1], 'o'), rewriting(second, 'A')}});
-        Scenario single = {"/scene", content, 64, {rewriting(sizes[i + 1], 'o')}};
-        all.push_back(single);
+        proof.run({"/scene", content, 16, {to(i + 1, 'o'), to(i + 2, 'A')}});
+        Scenario single = {"/scene", content, 64, {to(i + 1, 'o')}};
+        proof.run(single);
         single.takesRemovals = false;
-        all.push_back(single);
+        proof.run(single);
         single.takesRemovals = true;
-        for (single.failing = 0; single.failing < 16; ++single.failing) all.push_back(single);
+        for (single.failing = 0; single.failing < 16; ++single.failing) proof.run(single);
     }
-    return all;
 }
 
-/// An accessor that gives the node "n" so many elements; none means no node.
-class SceneEditor {
-  public:
-    explicit SceneEditor(const std::string& path)
-        : fPath(path), fAccessor(Data::Accessor::accessorByExtension(path)) {
-        fStructure->setName("A");
-        fStructure->addMember(Data::Member::kInt32, 1, "x");
-        fAccessor->setWritePolicy(Data::WritePolicy::careful());
+/// Gives the node "n" so many elements; none means no node.
+Saved edit(DiskSystem& system, Data::Accessor& accessor, const std::string& path, int elements,
+           int value) {
+    const RefPtr<Data::Structure> structure{Data::Structure::create()};
+    structure->setName("A");
+    structure->addMember(Data::Member::kInt32, 1, "x");
+    std::string errors;
+    system.phase = "recovery";
+    if (!accessor.read(path, errors)) return {Result::kOld, errors};
+    auto& nodes = accessor.associations();
+    nodes.erase("n");
+    auto structures = accessor.structures();
+    if (elements > 0) structures.insert(structure.get());
+    Data::Stream stream(*structure, "s");
+    for (int i = 0; i < elements; ++i) {
+        Data::Handle handle(*structure);
+        *handle.asInt32() = value + i;
+        stream.setElement(i, handle);
     }
+    if (elements > 0) nodes["n"].channel("c").setDataStream(stream);
+    accessor.setStructures(structures);
+    system.phase = "save";
+    if (!accessor.write(errors)) return {Result::kOld, errors};
+    return {Result::kNew, system.disk.content(path)};
+}
 
-    Saved save(DiskSystem& system, int elements, int value) {
-        std::string errors;
-        system.phase = "recovery";
-        if (!fAccessor->read(fPath, errors)) return {Result::kOld, errors};
-        Data::Accessor::StructureSet structures = fAccessor->structures();
-        auto& nodes = fAccessor->associations();
-        nodes.erase("n");
-        if (elements > 0) {
-            structures.insert(fStructure.get());
-            Data::Stream stream(*fStructure, "s");
-            for (int i = 0; i < elements; ++i) {
-                Data::Handle handle(*fStructure);
-                *handle.asInt32() = value + i;
-                stream.setElement(i, handle);
-            }
-            nodes["n"].channel("c").setDataStream(stream);
-        }
-        fAccessor->setStructures(structures);
-        system.phase = "save";
-        if (!fAccessor->write(errors)) return {Result::kOld, errors};
-        return {Result::kNew, system.disk().content(fPath)};
-    }
-
-  private:
-    std::string fPath;
-    std::unique_ptr<Data::Accessor> fAccessor;
-    RefPtr<Data::Structure> fStructure{Data::Structure::create()};
-};
-
-Scenario sceneScenario(const std::string& name) {
+void runScene(Proof& proof, const std::string& name) {
     std::ostringstream content;
-    content << std::ifstream(METADATA_SCENES_DIR "/" + name, std::ios::binary).rdbuf();
-    Scenario scenario = {"/" + name, content.str(), 512, {}};
-    const auto editor = std::make_shared<SceneEditor>("/" + name);
-    const std::array<std::pair<int, int>, 5> edits = {
-        {{40, 1000}, {200, 1000}, {200, 2000}, {3, 2000}, {0, 0}}};
-    for (const auto& [elements, value] : edits) {
-        scenario.saves.push_back([editor, elements = elements, value = value](DiskSystem& system) {
-            return editor->save(system, elements, value);
+    content << std::ifstream(METADATA_SCENES_DIR + name, std::ios::binary).rdbuf();
+    const auto accessor = Data::Accessor::accessorByExtension(name);
+    accessor->setWritePolicy(Data::WritePolicy::careful());
+    Scenario scenario = {name, content.str(), 512, {}};
+    for (const auto& [elements, value] : std::vector<std::pair<int, int>>{
+             {40, 1000}, {200, 1000}, {200, 2000}, {3, 2000}, {0, 0}}) {
+        scenario.saves.push_back([&, elements = elements, value = value](DiskSystem& system) {
+            return edit(system, *accessor, name, elements, value);
         });
     }
-    return scenario;
+    proof.run(scenario);
 }
 
 Tally prove(std::size_t most, const std::string& omitted) {
     Proof proof(most, omitted);
-    for (const Scenario& scenario : plainScenarios()) proof.run(scenario);
-    for (const char* name : {"bare.kx", "bare.ky"}) proof.run(sceneScenario(name));
+    runPlainScenarios(proof);
+    for (const char* name : {"/bare.kx", "/bare.ky"}) runScene(proof, name);
     return proof.tally();
 }
 
