@@ -3,8 +3,8 @@
 //
 // Only files below FAULTS_FOLDER count. FAULTS_LOG names a file that gets the name of each call.
 // FAULTS_AT is the number, from 0, of the call that is met; with FAULTS_LASTING all later ones are,
-// too. FAULTS_KIND says by what: "kill" kills at entry, "half-kill" after half of a read or write,
-// "short" does half of one, and a number is the error that the call fails with.
+// too. FAULTS_KIND says by what: "kill" kills at entry, "half-kill" after half of a write, "short"
+// does half of a read or write, and a number is the error that the call fails with.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -12,36 +12,16 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
+#include <random>
+#include <set>
 #include <string>
-#include <utility>
 
 namespace {
 
 enum class Met { kNothing, kFailure, kHalf };
-
-struct Faults {
-    static std::string text(const char* name) {
-        const char* value = std::getenv(name);
-        return value ? value : "";
-    }
-    std::string folder = text("FAULTS_FOLDER");
-    std::string log = text("FAULTS_LOG");
-    std::string kind = text("FAULTS_KIND");
-    long at = std::atol(text("FAULTS_AT").c_str());
-    bool lasting = !text("FAULTS_LASTING").empty();
-    long calls = 0;
-    std::array<bool, 1024> isOurs{};
-};
-
-// Outlives the destructors of everything else.
-Faults& faults() {
-    static Faults* const all = new Faults;
-    return *all;
-}
 
 template <typename Result, typename... Arguments>
 Result real(const char* name, Arguments... arguments) {
@@ -50,83 +30,82 @@ Result real(const char* name, Arguments... arguments) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name))(arguments...);
 }
 
-void log(const char* name) {
-    const int file = real<int, const char*, int, mode_t>("open", faults().log.c_str(),
-                                                         O_WRONLY | O_CREAT | O_APPEND, 0644);
-    const std::string line = std::string(name) + "\n";
-    real<ssize_t, int, const void*, std::size_t>("write", file, line.data(), line.size());
-    real<int, int>("close", file);
-}
-
-Met meet(const char* name) {
-    Faults& all = faults();
-    if (!all.log.empty()) log(name);
-    const long number = all.calls++;
-    if (all.kind.empty() || number < all.at || (number > all.at && !all.lasting)) {
-        return Met::kNothing;
+class Faults {
+  public:
+    // Outlives the destructors of everything else.
+    static Faults& all() {
+        static Faults* const all = new Faults;
+        return *all;
     }
-    if (all.kind == "kill") ::kill(::getpid(), SIGKILL);
-    if (all.kind == "short" || all.kind == "half-kill") return Met::kHalf;
-    errno = std::atoi(all.kind.c_str());
-    return Met::kFailure;
-}
+    Met meet(const char* name) {
+        const std::string line = std::string(name) + "\n";
+        if (fLog >= 0) real<ssize_t, int, const void*>("write", fLog, line.data(), line.size());
+        const long number = fCalls++;
+        if (kind.empty() || number < fAt || (number > fAt && !fLasting)) return Met::kNothing;
+        if (kind == "kill") ::kill(::getpid(), SIGKILL);
+        if (kind == "short" || kind == "half-kill") return Met::kHalf;
+        errno = std::atoi(kind.c_str());
+        return Met::kFailure;
+    }
+    [[nodiscard]] bool isOurs(int file) const { return fOurs.count(file) > 0; }
+    [[nodiscard]] bool isOurs(const std::string& path) const {
+        return !fFolder.empty() && path.compare(0, fFolder.size(), fFolder) == 0;
+    }
+    void remember(int file) { fOurs.insert(file); }
+    void forget(int file) { fOurs.erase(file); }
 
-bool isOurs(int file) {
-    return file >= 0 && static_cast<std::size_t>(file) < faults().isOurs.size() &&
-           faults().isOurs[static_cast<std::size_t>(file)];
-}
-bool isOurs(const char* path) {
-    const std::string& folder = faults().folder;
-    return !folder.empty() && std::string(path).compare(0, folder.size(), folder) == 0;
-}
+    const std::string kind = text("FAULTS_KIND");
+
+  private:
+    static std::string text(const char* name) {
+        const char* value = std::getenv(name);
+        return value ? value : "";
+    }
+
+    const std::string fFolder = text("FAULTS_FOLDER");
+    const int fLog = real<int, const char*, int, mode_t>("open64", text("FAULTS_LOG").c_str(),
+                                                         O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    const long fAt = std::atol(text("FAULTS_AT").c_str());
+    const bool fLasting = !text("FAULTS_LASTING").empty();
+    long fCalls = 0;
+    std::set<int> fOurs;
+};
 
 template <typename Result, typename File, typename... Arguments>
 Result meetOrCall(const char* name, Result failure, File file, Arguments... arguments) {
-    if (isOurs(file) && meet(name) == Met::kFailure) return failure;
+    Faults& all = Faults::all();
+    if (all.isOurs(file) && all.meet(name) == Met::kFailure) return failure;
     return real<Result, File, Arguments...>(name, file, arguments...);
 }
 
 // A half is never nothing.
 template <typename Bytes>
 ssize_t transfer(const char* name, int file, Bytes bytes, std::size_t count) {
-    const Met met = isOurs(file) ? meet(name) : Met::kNothing;
+    Faults& all = Faults::all();
+    const Met met = all.isOurs(file) ? all.meet(name) : Met::kNothing;
     if (met == Met::kFailure) return -1;
-    if (met == Met::kHalf && count > 1) count = (count + 1) / 2;
+    if (met == Met::kHalf) count = (count + 1) / 2;
     const ssize_t done = real<ssize_t, int, Bytes, std::size_t>(name, file, bytes, count);
-    if (met == Met::kHalf && faults().kind == "half-kill") ::kill(::getpid(), SIGKILL);
+    if (met == Met::kHalf && all.kind == "half-kill") ::kill(::getpid(), SIGKILL);
     return done;
-}
-
-int openFile(const char* path, int flags, mode_t mode) {
-    const bool ours = isOurs(path);
-    if (ours && meet("open") == Met::kFailure) return -1;
-    const int file = real<int, const char*, int, mode_t>("open", path, flags, mode);
-    if (file >= 0 && static_cast<std::size_t>(file) < faults().isOurs.size()) {
-        faults().isOurs[static_cast<std::size_t>(file)] = ours;
-    }
-    return file;
-}
-
-mode_t modeOf(int flags, va_list arguments) {
-    return (flags & O_CREAT) != 0 ? static_cast<mode_t>(va_arg(arguments, int)) : mode_t{0};
 }
 
 }  // namespace
 
+#ifdef __GLIBCXX__
+// Equal saves make equal journals, so that it can be told which states have been seen.
+std::random_device::result_type std::random_device::_M_getval() { return 4; }
+#endif
+
 extern "C" {
-int open(const char* path, int flags, ...) {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
-    va_end(arguments);
-    return openFile(path, flags, mode);
-}
 int open64(const char* path, int flags, ...) {
     va_list arguments;
     va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return openFile(path, flags, mode);
+    const int file = meetOrCall("open64", -1, path, flags, mode);
+    if (file >= 0 && Faults::all().isOurs(path)) Faults::all().remember(file);
+    return file;
 }
 int fcntl64(int file, int command, ...) {
     va_list arguments;
@@ -150,6 +129,9 @@ int fallocate64(int file, int mode, off64_t offset, off64_t length) {
 }
 int fsync(int file) { return meetOrCall("fsync", -1, file); }
 int fchmod(int file, mode_t mode) noexcept { return meetOrCall("fchmod", -1, file, mode); }
+int fchown(int file, uid_t user, gid_t group) noexcept {
+    return meetOrCall("fchown", -1, file, user, group);
+}
 int fstat64(int file, struct stat64* to) noexcept { return meetOrCall("fstat64", -1, file, to); }
 int lstat64(const char* path, struct stat64* to) noexcept {
     return meetOrCall("lstat64", -1, path, to);
@@ -161,7 +143,7 @@ char* realpath(const char* path, char* to) noexcept {
 }
 int close(int file) {
     const int result = meetOrCall("close", -1, file);
-    if (isOurs(file)) faults().isOurs[static_cast<std::size_t>(file)] = false;
+    Faults::all().forget(file);
     return result;
 }
 }
