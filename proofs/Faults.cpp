@@ -44,7 +44,7 @@ class Faults {
         if (kind.empty() || number < fAt || (number > fAt && !fLasting)) return Met::kNothing;
         if (kind == "kill") ::kill(::getpid(), SIGKILL);
         if (kind == "short" || kind == "half-kill") return Met::kHalf;
-        errno = std::atoi(kind.c_str());
+        errno = static_cast<int>(std::strtol(kind.c_str(), nullptr, 10));
         return Met::kFailure;
     }
     [[nodiscard]] bool isOurs(int file) const { return fOurs.count(file) > 0; }
@@ -65,7 +65,7 @@ class Faults {
     const std::string fFolder = text("FAULTS_FOLDER");
     const int fLog = real<int, const char*, int, mode_t>("open64", text("FAULTS_LOG").c_str(),
                                                          O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    const long fAt = std::atol(text("FAULTS_AT").c_str());
+    const long fAt = std::strtol(text("FAULTS_AT").c_str(), nullptr, 10);
     const bool fLasting = !text("FAULTS_LASTING").empty();
     long fCalls = 0;
     std::set<int> fOurs;

@@ -168,7 +168,7 @@ class Proof {
         const std::string seen = who < 2 ? open(fPath, use) : kNotOpened;
         system.takesWrites = true;
         system.failing = -1;
-        const std::string content = open(fPath, use);
+        std::string content = open(fPath, use);
         if (seen != kNotOpened && seen != content) ++fTally.other;
         return content;
     }
