@@ -41,18 +41,17 @@ TEST_F(TextSceneWrite, AKeptNamesakeHidesNothing) {
 }
 
 TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
-    struct Row {
-        const char* name;
-        std::string scene;
-        std::string message;  // by default
-        std::string anySize = "";
-    };
     const std::string front = sceneFront();
     const std::string small = "Could not seek to trailer start.";
     const std::string none = "Could not find trailer prefix.";
     const std::string lost = "Failed reading line while searching metadata end.";
     const std::size_t fixed = kHeader.size() + kLastLine.size();
-    const Row rows[] = {
+    const struct {
+        const char* name;
+        std::string scene;
+        std::string message;  // by default
+        std::string anySize = "";
+    } rows[] = {
         {"usual", front + kLastLine, ""},
         {"behind the trailer", front + kLastLine + "more;\n" + statement("n1"), ""},
         {"small", kHeader + std::string(1023 - fixed, '\n') + kLastLine, small},
@@ -62,7 +61,7 @@ TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
         {"small, none", kHeader, small, none},
         {"section without", front + statement("A"), lost, lost},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         for (const bool anySize : {false, true}) {
             SCOPED_TRACE(std::string(row.name) + (anySize ? ", any size" : ""));
             makeScene("A n1");
@@ -145,14 +144,13 @@ TEST_F(TextSceneWrite, WhatStaysIsReadAsBefore) {
     const std::string quotes = R"(dataStructure -fmt "raw" -as "name=q\" w:int32=\170";)"
                                "\n";
     const std::string xml = "applyMetadata -fmt \"xml\"" + n1.substr(24);
-    struct Row {
+    const struct {
         const char* name;
         std::string before;
         const char* edit;
         std::string after;
         std::string meanwhile = {};
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"escapes", a + quotes + n1, "n1=9", a + quotes + statement("n1=9")},
         {"the same in another format", a + n1 + xml, "", a + n1 + xml},
         {"structure for what is passed over", a + nodeStatement("n1", twoC), "-A",
@@ -161,7 +159,7 @@ TEST_F(TextSceneWrite, WhatStaysIsReadAsBefore) {
         {"structure that others need by now", a, "-A", a + n2, a + n2},
         {"structure gone meanwhile", a + more, "", a + n1, more},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         file() = sceneFront() + row.before + kLastLine;
         ASSERT_TRUE(read());

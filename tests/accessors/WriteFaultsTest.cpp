@@ -29,8 +29,7 @@ TEST_F(WriteFaults, HaveAMessageForEachStep) {
         fSystem.failAt(step.n, step.fromThenOn, step.kind);
         EXPECT_FALSE(write());
         EXPECT_EQ(fErrors, step.message);
-        const bool lost = fErrors.find("could not be put back") != std::string::npos;
-        EXPECT_EQ(file() != fBefore, lost);
+        EXPECT_EQ(file() != fBefore, fErrors.find("could not be put back") != fErrors.npos);
     }
 }
 
