@@ -66,8 +66,7 @@ TEST_F(FindingsTest, AreThoseOfTheLastCall) {
     makeScene("A n1!");
     EXPECT_TRUE(read());
     EXPECT_EQ(fAccessor.findings().size(), 1);
-    EXPECT_TRUE(write());
-    EXPECT_TRUE(fAccessor.findings().empty());
+    EXPECT_TRUE(write() && fAccessor.findings().empty());
     file().erase(2, 1);
     EXPECT_FALSE(write());
     EXPECT_EQ(shown(fAccessor, ""), " write-failed");
@@ -109,6 +108,18 @@ TEST_F(FindingsTest, OfABinarySceneHaveChunks) {
         accessor.read("scene.ky", fErrors);
         EXPECT_EQ(shown(accessor, scene.front()), row.found);
     }
+}
+
+TEST_F(FindingsTest, OfACheckSayThatAChangeIsPendingAndLeaveItToOthers) {
+    makeScene("A n1");
+    ASSERT_TRUE(read());
+    edit("-n1 -A");
+    fSystem.failAt(1, true, Files::Call::kSync);
+    EXPECT_FALSE(write());
+    fSystem.fails = [](Files::Call) { return false; };
+    const auto before = fSystem.files;
+    fAccessor.check(fName);
+    EXPECT_TRUE(shown(fAccessor, sceneFront()) == " journal-pending" && fSystem.files == before);
 }
 
 TEST_F(FindingsTest, OfACheckReachTheEndsOfChunks) {
