@@ -12,6 +12,7 @@
 
 #include "core/Ascii.h"
 #include "core/GetArea.h"
+#include "core/SixDigits.h"
 
 namespace orbo::Data::ValueText {
 
@@ -111,11 +112,15 @@ int exactNumbersSlot() {
 }
 
 constexpr std::size_t kRoom = 128;  // for any number of up to kMostDigits digits
+static_assert(kRoom >= kSixDigitsRoom);
 constexpr int kMostDigits = 64;
 
 template <typename T>
 std::to_chars_result format(const std::ostream& out, bool exact, char* first, char* last, T value) {
     if (exact) return std::to_chars(first, last, value, std::chars_format::general);
+    if (out.precision() == 6) {
+        if (char* end = writeSixDigits(first, value)) return {end, std::errc()};
+    }
     return std::to_chars(first, last, value, std::chars_format::general,
                          static_cast<int>(out.precision()));
 }

@@ -138,6 +138,24 @@ TEST_F(NumberTextOut, MillionsOfValuesComeOutAsFromStreamsAndExactOnesReadBack) 
     }
 }
 
+// Short decimals, halves of the sixth digit and the neighbours of both.
+TEST_F(NumberTextOut, EverydayNumbersComeOutAsFromStreams) {
+    std::mt19937_64 random(13);
+    for (int i = 0; i < 300000; ++i) {
+        const auto number =
+            static_cast<double>(static_cast<int>(random() % 20'000'001) - 10'000'000);
+        double value = i % 2 == 0 ? number / std::pow(10, random() % 14)
+                                  : std::ldexp(number, static_cast<int>(random() % 60) - 40);
+        if (i % 5 == 0) value = std::nextafter(value, random() % 2 == 0 ? 0 : 1e300);
+        std::ostringstream ours;
+        std::ostringstream theirs;
+        theirs.imbue(std::locale::classic());
+        ValueText::write(ours, Member::kDouble, &value);
+        theirs << value;
+        ASSERT_EQ(ours.str(), theirs.str());
+    }
+}
+
 TEST_F(NumberTextOut, FloatFlagsAndPrecisionAreTheStreams) {
     using Out = std::ios_base;
     for (const auto flags : {Out::dec, Out::hex | Out::showbase, Out::showpos, Out::uppercase,
