@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -12,6 +13,7 @@
 
 #include "core/Ascii.h"
 #include "core/GetArea.h"
+#include "core/PutArea.h"
 #include "core/SixDigits.h"
 
 namespace orbo::Data::ValueText {
@@ -132,13 +134,23 @@ bool hasDefaultFormat(const std::ostream& out) {
            out.precision() <= kMostDigits;
 }
 
+// `format` writes at most kRoom characters from where it is told to, and returns their end.
+template <typename Format>
+void writeFormatted(std::ostream& out, Format format) {
+    if (!out.good()) return;
+    if (char* const to = PutArea::of(*out.rdbuf(), kRoom)) {
+        return PutArea::put(*out.rdbuf(), static_cast<std::size_t>(format(to) - to));
+    }
+    char text[kRoom];
+    write(out, std::string_view(text, static_cast<std::size_t>(format(text) - text)));
+}
+
 template <typename T>
 void writeFloating(std::ostream& out, T value) {
     const bool exact = out.iword(exactNumbersSlot()) != 0;
-    char text[kRoom];
     if (exact || hasDefaultFormat(out)) {
-        const auto end = format(out, exact, text, text + sizeof text, value).ptr;
-        return write(out, std::string_view(text, static_cast<std::size_t>(end - text)));
+        return writeFormatted(
+            out, [&](char* to) { return format(out, exact, to, to + kRoom, value).ptr; });
     }
     std::ostringstream classic;
     classic.imbue(std::locale::classic());
@@ -150,9 +162,7 @@ void writeFloating(std::ostream& out, T value) {
 
 template <typename T>
 void writeInteger(std::ostream& out, T value) {
-    char text[kRoom];
-    const auto end = std::to_chars(text, text + sizeof text, value).ptr;
-    write(out, std::string_view(text, static_cast<std::size_t>(end - text)));
+    writeFormatted(out, [&](char* to) { return std::to_chars(to, to + kRoom, value).ptr; });
 }
 
 template <typename T>
@@ -233,6 +243,10 @@ bool readBoolean(std::string_view word, bool& value) {
 
 void write(std::ostream& out, std::string_view text) {
     if (!out.good()) return;
+    if (char* const to = PutArea::of(*out.rdbuf(), text.size())) {
+        std::memcpy(to, text.data(), text.size());
+        return PutArea::put(*out.rdbuf(), text.size());
+    }
     const auto size = static_cast<std::streamsize>(text.size());
     if (out.rdbuf()->sputn(text.data(), size) != size) out.setstate(std::ios_base::badbit);
 }

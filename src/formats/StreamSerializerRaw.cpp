@@ -12,6 +12,7 @@
 #include "core/HandleAccess.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
+#include "formats/LumpedOutput.h"
 #include "formats/MemberText.h"
 #include "formats/RawMessages.h"
 #include "formats/StreamTextReader.h"
@@ -34,7 +35,8 @@ unsigned int writeElement(const StreamSerializerRaw& format, StreamIterator& ele
                           unsigned int record, std::ostream& out, std::string& errors) {
     Handle& handle = *element;
     const unsigned int members = HandleAccess::layout(handle).memberCount();
-    ValueText::write(out, element.index().asString() + "\n");
+    ValueText::write(out, element.index().asString());
+    ValueText::write(out, "\n");
     unsigned int count = 0;
     for (unsigned int i = 0; i < members; ++i) {
         if (i != 0) ValueText::write(out, " ");
@@ -103,9 +105,11 @@ int StreamSerializerRaw::write(const Stream& stream, std::ostream& out, std::str
                               keyword(kStructure) + " " + stream.structure().name() + "\n");
     unsigned int count = 0;
     unsigned int record = 0;
+    LumpedOutput lumps(out);
     const StreamIterator end = stream.cend();
     for (StreamIterator element = stream.cbegin(); element != end; ++element) {
-        count += writeElement(*this, element, ++record, out, errors);
+        count += writeElement(*this, element, ++record, lumps.stream(), errors);
+        lumps.handOn();
     }
     ValueText::write(out, keyword(kEndStream) + std::string("\n"));
     std::string own;

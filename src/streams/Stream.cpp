@@ -32,9 +32,7 @@ bool carryElements(StreamImpl& from, StreamImpl& to) {
 std::unique_ptr<StreamImpl> denseStorage(StreamImplMapped& mapped) {
     auto dense = std::make_unique<StreamImplDense>(mapped.structure(), mapped.name());
     if (mapped.elementCount() == 0) return dense;
-    // Numbers sort first: when the last one is a number, all are.
-    const Index& last = mapped.elements().rbegin()->first;
-    if (last.complexIndex() || !dense->reserve(last.index())) return nullptr;
+    if (!mapped.typed().empty() || !dense->reserve(mapped.numbered().highest())) return nullptr;
     if (!carryElements(mapped, *dense)) return nullptr;
     return dense;
 }

@@ -33,16 +33,53 @@ StreamImplMapped::~StreamImplMapped() {
     _objects.objectDestroyed();
 }
 
+template <typename Visit>
+void StreamImplMapped::forEach(const Visit& visit) {
+    fNumbered.forEach([&](unsigned int number, char*& chunk) { visit(Index(number), chunk); });
+    for (auto& [index, chunk] : fTyped) visit(index, chunk);
+}
+
+char** StreamImplMapped::find(const Index& index) {
+    if (!index.complexIndex()) {
+        NumberedElements::Entry* entry = fNumbered.find(index.index());
+        return entry ? &entry->chunk : nullptr;
+    }
+    const auto entry = fTyped.find(index);
+    return entry == fTyped.end() ? nullptr : &entry->second;
+}
+
+char*& StreamImplMapped::insert(const Index& index) {
+    if (!index.complexIndex()) return fNumbered.insert(index.index()).chunk;
+    // The hint makes storing in index order take constant time.
+    return fTyped.try_emplace(fTyped.end(), index, nullptr)->second;
+}
+
+void StreamImplMapped::erase(const Index& index) {
+    if (index.complexIndex()) {
+        fTyped.erase(index);
+    } else {
+        fNumbered.erase(index.index());
+    }
+}
+
+void StreamImplMapped::free(char* chunk) {
+    if (!chunk) return;
+    layout().destroyStrings(chunk);
+    fPool.giveBack(layout(), chunk);
+}
+
 std::unique_ptr<StreamImpl> StreamImplMapped::clone() {
     sync();
     auto copy = std::make_unique<StreamImplMapped>(static_cast<const StreamImpl&>(*this));
     copy->fLowest = fLowest;
     copy->fHighest = fHighest;
-    for (const auto& [index, chunk] : fElements) {
+    bool copied = true;
+    forEach([&](const Index& index, const char* chunk) {
+        if (!copied) return;
         OwnedChunk duplicate(layout().duplicate(chunk), ChunkDeleter{&layout()});
-        if (chunk && !duplicate) return nullptr;
-        copy->store(index, std::move(duplicate));
-    }
+        copied = (!chunk || duplicate) && copy->store(index, std::move(duplicate));
+    });
+    if (!copied) return nullptr;
     return copy;
 }
 
@@ -55,52 +92,62 @@ std::unique_ptr<StreamIteratorImpl> StreamImplMapped::end() {
 }
 
 unsigned int StreamImplMapped::elementCount() const {
-    return static_cast<unsigned int>(fElements.size());
+    return static_cast<unsigned int>(fNumbered.size() + fTyped.size());
 }
 
 bool StreamImplMapped::hasElement(const Index& index) const {
-    return fElements.find(index) != fElements.end();
+    return index.complexIndex() ? fTyped.count(index) > 0 : fNumbered.has(index.index());
 }
 
 char* StreamImplMapped::chunkAt(const Index& index) {
-    const auto entry = fElements.find(index);
-    return entry == fElements.end() ? nullptr : entry->second;
+    char** const place = find(index);
+    return place ? *place : nullptr;
 }
 
 bool StreamImplMapped::store(const Index& index, OwnedChunk&& chunk) {
-    // The hint makes storing in index order take constant time.
-    char*& slot = fElements.try_emplace(fElements.end(), index, nullptr)->second;
-    if (slot && chunk) {
-        replace(slot, std::move(chunk));
-    } else {
-        layout().free(std::exchange(slot, chunk.release()));
+    char** const place = find(index);
+    if (place && *place && chunk) {
+        replace(*place, std::move(chunk));
+        return true;
+    }
+    char* stored = nullptr;
+    if (chunk) {
+        stored = fPool.adopt(layout(), chunk.get());
+        if (!stored) return false;
+        static_cast<void>(chunk.release());
+    }
+    try {
+        free(std::exchange(place ? *place : insert(index), stored));
+    } catch (...) {
+        free(stored);
+        throw;
     }
     return true;
 }
 
 bool StreamImplMapped::removeElement(const Index& index) {
-    const auto entry = fElements.find(index);
-    if (entry == fElements.end()) return true;
-    layout().free(entry->second);
-    fElements.erase(entry);
+    char** const place = find(index);
+    if (!place) return true;
+    free(*place);
+    erase(index);
     return true;
 }
 
 bool StreamImplMapped::reindexElement(const Index& from, const Index& to) {
-    const auto source = fElements.find(from);
-    if (source == fElements.end()) return false;
-    const auto target = fElements.try_emplace(to, nullptr).first;
-    if (source == target) return true;
-    layout().free(std::exchange(target->second, source->second));
-    fElements.erase(source);
+    if (!find(from)) return false;
+    if (from == to) return true;
+    insert(to);
+    char*& source = *find(from);
+    free(std::exchange(*find(to), std::exchange(source, nullptr)));
+    erase(from);
     return true;
 }
 
 bool StreamImplMapped::swapElements(const Index& first, const Index& second) {
-    const auto one = fElements.find(first);
-    const auto other = fElements.find(second);
-    if (one == fElements.end() || other == fElements.end()) return false;
-    std::swap(one->second, other->second);
+    char** const one = find(first);
+    char** const other = find(second);
+    if (!one || !other) return false;
+    std::swap(*one, *other);
     return true;
 }
 
@@ -111,8 +158,10 @@ bool StreamImplMapped::setElementRange(const Index& first, const Index& last) {
 }
 
 bool StreamImplMapped::clear() {
-    for (const auto& entry : fElements) layout().free(entry.second);
-    fElements.clear();
+    forEach([this](const Index&, char* chunk) { free(chunk); });
+    fNumbered.clear();
+    fTyped.clear();
+    fPool.clear();
     return true;
 }
 
@@ -120,19 +169,28 @@ bool StreamImplMapped::convert(const Layout& to) {
     const LayoutConversion conversion(layout(), to);
     // Elements of an empty structure have no chunk and still are elements with data.
     const bool allHaveData = layout().totalSize() == 0;
-    std::vector<OwnedChunk> chunks;
-    chunks.reserve(fElements.size());
-    for (const auto& entry : fElements) {
-        const bool needed = to.totalSize() != 0 && (entry.second || allHaveData);
-        chunks.emplace_back(needed ? to.allocate() : nullptr, ChunkDeleter{&to});
-        if (needed && !chunks.back()) return false;
+    ChunkPool pool;
+    std::vector<char*> chunks;
+    chunks.reserve(elementCount());
+    bool enough = true;
+    forEach([&](const Index&, const char* chunk) {
+        const bool needed = enough && to.totalSize() != 0 && (chunk || allHaveData);
+        chunks.push_back(needed ? pool.take(to) : nullptr);
+        enough = enough && (!needed || chunks.back());
+        if (chunks.back()) to.fillWithDefault(chunks.back());
+    });
+    if (!enough) {
+        for (char* chunk : chunks) {
+            if (chunk) pool.giveBack(to, chunk);
+        }
+        return false;
     }
     auto next = chunks.begin();
-    for (auto& entry : fElements) {
-        OwnedChunk& chunk = *next++;
-        if (chunk && entry.second) conversion.move(chunk.get(), entry.second);
-        layout().free(std::exchange(entry.second, chunk.release()));
-    }
+    forEach([&](const Index&, char*& chunk) {
+        if (*next && chunk) conversion.move(*next, chunk);
+        free(std::exchange(chunk, *next++));
+    });
+    fPool.swap(pool);
     return true;
 }
 
@@ -140,10 +198,10 @@ bool StreamImplMapped::Debug(const StreamImplMapped* storage, Debug::Footprint& 
     if (!storage) return true;
     const Layout& layout = storage->layout();
     footprint.addObject(storage, sizeof(StreamImplMapped));
-    for (const auto& entry : storage->fElements) {
-        if (entry.second) footprint.addMember(entry.second, layout.totalSize());
-        addStrings(layout, entry.second, footprint);
-    }
+    const_cast<StreamImplMapped*>(storage)->forEach([&](const Index&, const char* chunk) {
+        if (chunk) footprint.addMember(chunk, layout.totalSize());
+        addStrings(layout, chunk, footprint);
+    });
     return true;
 }
 
@@ -161,15 +219,15 @@ bool StreamImplMapped::Debug(const StreamImplMapped* storage, Debug::Print& prin
     printRange("Lowest valid index = ", storage->fLowest);
     printRange("Highest valid index = ", storage->fHighest);
     print.beginSection("Stream Elements");
-    print.doIndent() << "Element count = " << std::to_string(storage->fElements.size()) << '\n';
-    for (const auto& [index, chunk] : storage->fElements) {
+    print.doIndent() << "Element count = " << std::to_string(storage->elementCount()) << '\n';
+    const_cast<StreamImplMapped*>(storage)->forEach([&](const Index& index, char* chunk) {
         const Handle handle = HandleAccess::borrow(storage->structure(), storage->layout(), chunk);
         print.doIndent() << "Index (" << index.asString() << "), Handle (";
         print.skipNextIndent(true);
         Handle::Debug(&handle, print);
         print.skipNextIndent(true);
         print << ")\n";
-    }
+    });
     print.endSection();
     print.endSection();
     return true;

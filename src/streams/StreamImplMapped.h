@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "streams/ChunkPool.h"
+#include "streams/NumberedElements.h"
 #include "streams/StreamImpl.h"
 
 namespace orbo::Data {
@@ -14,9 +16,9 @@ class StreamImplMapped : public StreamImpl,
                          public Debug::CRTP_Debug<StreamImplMapped, Debug::Print>,
                          public Debug::CRTP_Debug<StreamImplMapped, Debug::Footprint> {
   public:
-    /// The chunks, null for elements without data. Keys are never assigned, because assigned
-    /// indices share their typed values.
-    using Elements = std::map<Index, char*>;
+    /// Chunks, null for elements without data. Keys are never assigned, because assigned indices
+    /// share their typed values.
+    using TypedElements = std::map<Index, char*>;
 
     StreamImplMapped();
     StreamImplMapped(const Structure& structure, const std::string& name);
@@ -39,7 +41,9 @@ class StreamImplMapped : public StreamImpl,
     bool setElementRange(const Index& first, const Index& last) override;
     bool clear() override;
 
-    [[nodiscard]] Elements& elements() { return fElements; }
+    /// In order, these come first.
+    [[nodiscard]] NumberedElements& numbered() { return fNumbered; }
+    [[nodiscard]] TypedElements& typed() { return fTyped; }
 
     bool debug(Debug::Print& print) const override { return Debug(this, print); }
     bool debug(Debug::Footprint& footprint) const override { return Debug(this, footprint); }
@@ -55,7 +59,18 @@ class StreamImplMapped : public StreamImpl,
     bool convert(const Layout& to) override;
 
   private:
-    Elements fElements;
+    /// Calls `visit(index, chunk)` for each in order; it may change the chunk.
+    template <typename Visit>
+    void forEach(const Visit& visit);
+    /// The element's place; null without one.
+    [[nodiscard]] char** find(const Index& index);
+    char*& insert(const Index& index);
+    void erase(const Index& index);
+    void free(char* chunk);
+
+    NumberedElements fNumbered;
+    TypedElements fTyped;
+    ChunkPool fPool;
     Index fLowest;
     Index fHighest;
 

@@ -3,37 +3,57 @@
 
 #include "streams/StreamMappedIteratorImpl.h"
 
-#include <iterator>
-
 namespace orbo::Data {
 
 StreamMappedIteratorImpl::StreamMappedIteratorImpl(StreamImplMapped& storage, bool begin)
-    : fStorage(&storage) {
-    moveTo(begin ? storage.elements().begin() : storage.elements().end());
+    : fStorage(&storage), fTyped(storage.typed().end()) {
+    fAtEnd = !begin;
+    if (begin) {
+        fNumbered = NumberedElements::Cursor(storage.numbered());
+        fTyped = storage.typed().begin();
+    }
+    show();
 }
 
 StreamMappedIteratorImpl::StreamMappedIteratorImpl(const StreamMappedIteratorImpl& other)
-    : StreamIteratorImpl(other), fStorage(other.fStorage) {
-    if (fStorage) moveTo(fAtEnd ? fStorage->elements().end() : other.fCursor);
+    : StreamIteratorImpl(other),
+      fStorage(other.fStorage),
+      fNumbered(other.fNumbered),
+      fTyped(other.fTyped) {
+    if (fStorage) show();
 }
 
 std::unique_ptr<StreamIteratorImpl> StreamMappedIteratorImpl::clone() const {
     return std::make_unique<StreamMappedIteratorImpl>(*this);
 }
 
-Index StreamMappedIteratorImpl::index() const { return fAtEnd ? Index() : fCursor->first; }
-
-void StreamMappedIteratorImpl::step() { moveTo(std::next(fCursor)); }
-
-void StreamMappedIteratorImpl::moveTo(StreamImplMapped::Elements::iterator cursor) {
-    fStorage->sync();
-    fCursor = cursor;
-    fAtEnd = cursor == fStorage->elements().end();
-    pointAt(*fStorage, fAtEnd ? nullptr : cursor->second);
+Index StreamMappedIteratorImpl::index() const {
+    if (fAtEnd) return Index();
+    return fNumbered.atEnd() ? fTyped->first : Index(fNumbered.number());
 }
 
-bool StreamMappedIteratorImpl::samePlace(const StreamIteratorImpl& other) const {
-    return fCursor == static_cast<const StreamMappedIteratorImpl&>(other).fCursor;
+void StreamMappedIteratorImpl::step() {
+    if (fNumbered.atEnd()) {
+        ++fTyped;
+    } else {
+        fNumbered.advance();
+        if (fNumbered.atEnd()) fTyped = fStorage->typed().begin();
+    }
+    show();
+}
+
+void StreamMappedIteratorImpl::show() {
+    fStorage->sync();
+    fAtEnd = fAtEnd || (fNumbered.atEnd() && fTyped == fStorage->typed().end());
+    char* const chunk = fAtEnd ? nullptr : fNumbered.atEnd() ? fTyped->second : fNumbered.chunk();
+    pointAt(*fStorage, chunk);
+}
+
+bool StreamMappedIteratorImpl::samePlace(const StreamIteratorImpl& base) const {
+    const auto& other = static_cast<const StreamMappedIteratorImpl&>(base);
+    if (fNumbered.atEnd() != other.fNumbered.atEnd()) return false;
+    return fNumbered.atEnd() ? fTyped == other.fTyped
+                             : fNumbered.number() == other.fNumbered.number();
 }
 
 }  // namespace orbo::Data

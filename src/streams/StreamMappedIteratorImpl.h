@@ -22,13 +22,15 @@ class StreamMappedIteratorImpl : public StreamIteratorImpl {
   protected:
     void step() override;
     [[nodiscard]] const StreamImpl* storage() const override { return fStorage; }
-    [[nodiscard]] bool samePlace(const StreamIteratorImpl& other) const override;
+    [[nodiscard]] bool samePlace(const StreamIteratorImpl& base) const override;
 
   private:
-    void moveTo(StreamImplMapped::Elements::iterator cursor);
+    void show();
 
     StreamImplMapped* fStorage = nullptr;
-    StreamImplMapped::Elements::iterator fCursor;  // not looked at where fAtEnd is set
+    // Not looked at where fAtEnd is set; the typed elements are what comes behind the numbered.
+    NumberedElements::Cursor fNumbered;
+    StreamImplMapped::TypedElements::iterator fTyped;
 };
 
 }  // namespace orbo::Data

@@ -1,0 +1,71 @@
+// Memory for the chunks of one layout, many to a block.
+// SPDX-License-Identifier: Apache-2.0
+#include "streams/ChunkPool.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace orbo::Data {
+
+void ChunkPool::Free::operator()(char* block) const { std::free(block); }
+
+char* ChunkPool::take(const Layout& layout) {
+    if (isLarge(layout)) return layout.allocate();
+    if (layout.totalSize() == 0) return nullptr;
+    if (fReturned) {
+        char* chunk = fReturned;
+        std::memcpy(&fReturned, chunk, sizeof fReturned);
+        return chunk;
+    }
+    const std::size_t stride = strideOf(layout);
+    if (fLeft < stride && !addBlock(stride)) return nullptr;
+    fLeft -= stride;
+    return std::exchange(fNext, fNext + stride);
+}
+
+// Each twice as large as the one before, so that few elements take little.
+bool ChunkPool::addBlock(std::size_t stride) {
+    const std::size_t wanted = fBlocks.empty() ? kFirstBlock : 2 * fBlockSize;
+    const std::size_t size = std::max(std::min(wanted, kLargestBlock), stride) / stride * stride;
+    fBlocks.reserve(fBlocks.size() + 1);
+    std::unique_ptr<char, Free> block(static_cast<char*>(std::malloc(size)));
+    if (!block) return false;
+    fNext = block.get();
+    fLeft = fBlockSize = size;
+    fBlocks.push_back(std::move(block));
+    return true;
+}
+
+char* ChunkPool::adopt(const Layout& layout, char* block) {
+    if (isLarge(layout)) return block;
+    char* chunk = take(layout);
+    if (!chunk) return nullptr;
+    std::memcpy(chunk, block, static_cast<std::size_t>(layout.totalSize()));
+    std::free(block);
+    return chunk;
+}
+
+void ChunkPool::giveBack(const Layout& layout, char* chunk) {
+    if (isLarge(layout)) return std::free(chunk);
+    std::memcpy(chunk, &fReturned, sizeof fReturned);
+    fReturned = chunk;
+}
+
+// Room for the address that a chunk begins with once it was given back.
+std::size_t ChunkPool::strideOf(const Layout& layout) {
+    return std::max(static_cast<std::size_t>(layout.stride()), sizeof(char*));
+}
+
+void ChunkPool::swap(ChunkPool& other) noexcept {
+    fBlocks.swap(other.fBlocks);
+    std::swap(fBlockSize, other.fBlockSize);
+    std::swap(fNext, other.fNext);
+    std::swap(fLeft, other.fLeft);
+    std::swap(fReturned, other.fReturned);
+}
+
+void ChunkPool::clear() { ChunkPool().swap(*this); }
+
+}  // namespace orbo::Data

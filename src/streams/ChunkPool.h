@@ -1,0 +1,51 @@
+// Memory for the chunks of one layout, many to a block.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "core/Layout.h"
+
+namespace orbo::Data {
+
+/// Chunks stay where they are until they are given back. Large ones have blocks of their own, from
+/// `Layout::allocate` and given back to `free`.
+class ChunkPool {
+  public:
+    ChunkPool() = default;
+    ChunkPool(const ChunkPool&) = delete;
+    ChunkPool& operator=(const ChunkPool&) = delete;
+    void swap(ChunkPool& other) noexcept;
+
+    /// A chunk of any content; null for a size of 0 and when memory runs out. All that are there at
+    /// a time are of one layout.
+    [[nodiscard]] char* take(const Layout& layout);
+    /// The same, of a heap block with its content, which is gone afterwards; only if not null.
+    [[nodiscard]] char* adopt(const Layout& layout, char* block);
+    /// Its strings are nobody's any more.
+    void giveBack(const Layout& layout, char* chunk);
+    /// All chunks but large ones are gone.
+    void clear();
+
+  private:
+    static bool isLarge(const Layout& layout) { return layout.totalSize() > kLargestPooled; }
+    static std::size_t strideOf(const Layout& layout);
+    [[nodiscard]] bool addBlock(std::size_t stride);
+
+    static constexpr std::size_t kLargestPooled = 4096;
+    static constexpr std::size_t kFirstBlock = 256;
+    static constexpr std::size_t kLargestBlock = 64 * 1024;
+
+    struct Free {
+        void operator()(char* block) const;
+    };
+    std::vector<std::unique_ptr<char, Free>> fBlocks;
+    std::size_t fBlockSize = 0;  // of the last one
+    char* fNext = nullptr;       // what is left of it
+    std::size_t fLeft = 0;       // in bytes
+    char* fReturned = nullptr;   // begins with the address of the next
+};
+
+}  // namespace orbo::Data
