@@ -13,6 +13,7 @@
 
 #include "core/Ascii.h"
 #include "core/GetArea.h"
+#include "core/PlainNumber.h"
 #include "core/PutArea.h"
 #include "core/SixDigits.h"
 
@@ -27,6 +28,9 @@ constexpr int kEnd = std::char_traits<char>::eof();
 template <typename T>
 const char* parsePlain(std::string_view text, T& value) {
     const char* last = text.data() + text.size();
+    if (const char* end = PlainNumber<T>::read(text.data(), last, value)) {
+        return end == last || Ascii::isBlank(*end) ? end : nullptr;
+    }
     if (std::is_unsigned_v<T> && !text.empty() && text.front() == '-') return nullptr;
     if constexpr (std::is_floating_point_v<T>) {
         // Not "inf", "nan" and their like.
@@ -226,9 +230,14 @@ bool readNumber(std::istream& in, Member::eDataType type, void* slot) {
     return readAs(type, slot, [&](auto& value) { return extract(in, value); });
 }
 
-bool readPlainNumber(std::string_view text, Member::eDataType type, void* slot) {
+const char* readPlainNumber(std::string_view text, Member::eDataType type, void* slot) {
     text.remove_prefix(std::min(text.find_first_not_of(Ascii::kBlanks), text.size()));
-    return readAs(type, slot, [&](auto& value) { return parsePlain(text, value) != nullptr; });
+    const char* end = nullptr;
+    const bool read = readAs(type, slot, [&](auto& value) {
+        end = parsePlain(text, value);
+        return end != nullptr;
+    });
+    return read ? end : nullptr;
 }
 
 bool readBoolean(std::string_view word, bool& value) {

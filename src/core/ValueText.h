@@ -27,8 +27,9 @@ void skipBlanks(std::istream& in);
 /// Reads one number of a value of `type` (a matrix has 16) into `slot`. False when the text is no
 /// such number, an infinity included; the slot may then have been written all the same.
 bool readNumber(std::istream& in, Member::eDataType type, void* slot);
-/// The short way alone: true when `text` begins with an ordinary number of the type.
-bool readPlainNumber(std::string_view text, Member::eDataType type, void* slot);
+/// The short way alone: behind the ordinary number of the type that `text` begins with, or null.
+/// The slot may be written in any case.
+const char* readPlainNumber(std::string_view text, Member::eDataType type, void* slot);
 /// The value of one of the ten spellings of a boolean.
 bool readBoolean(std::string_view word, bool& value);
 

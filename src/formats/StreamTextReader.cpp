@@ -10,7 +10,9 @@
 #include "core/Ascii.h"
 #include "core/GetArea.h"
 #include "core/HandleAccess.h"
+#include "core/PlainNumber.h"
 #include "core/ValueText.h"
+#include "formats/PlainElement.h"
 #include "formats/RawMessages.h"
 #include "formats/ReaderRemarks.h"
 #include "streams/StreamAccess.h"
@@ -135,11 +137,37 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
 }
 
 void StreamTextReader::readElements(Stream& stream) {
+    const bool mayBePlain = !ReaderRemarks::wanted() && fLayout->totalSize() <= kSmallElement &&
+                            fMakeIndex.typeName() == Index::theTypeName();
     while (fHasIndexLine || nextIndexLine()) {
         fHasIndexLine = false;
         if (fTrimmed == fWords.end) return;
         readElement(stream);
+        while (mayBePlain && fErrorCount == 0 && readPlain(stream)) continue;
     }
+}
+
+// The ordinary case: a number on a line, and a line of values, both in sight. Takes nothing when it
+// is another case.
+bool StreamTextReader::readPlain(Stream& stream) {
+    if (!fIn.good()) return false;
+    const std::string_view ready = GetArea::of(*fIn.rdbuf());
+    const std::size_t indexEnd = ready.find('\n');
+    if (indexEnd == std::string_view::npos || indexEnd == 0) return false;
+    unsigned int number = 0;
+    const char* const end = ready.data() + indexEnd;
+    if (PlainNumber<unsigned int>::read(ready.data(), end, number) != end) return false;
+    std::string_view line = ready.substr(indexEnd + 1);
+    const std::size_t lineEnd = line.find('\n');
+    if (lineEnd == std::string_view::npos) return false;
+    char* const chunk = StreamAccess::place(stream, number, *fLayout);
+    if (!chunk || !readPlainElement(*fLayout, line.substr(0, lineEnd), chunk)) {
+        return false;
+    }
+    GetArea::take(*fIn.rdbuf(), indexEnd + 1 + lineEnd + 1);
+    ++fRecord;
+    fReadAMember = true;
+    return true;
 }
 
 bool StreamTextReader::nextIndexLine() {

@@ -46,6 +46,7 @@ class StreamTextReader {
     std::unique_ptr<Stream> makeStream();
     void readElements(Stream& stream);
     bool nextIndexLine();
+    bool readPlain(Stream& stream);
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
     void remarkOn(const Stream& stream, const Index& index);

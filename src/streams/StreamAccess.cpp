@@ -29,6 +29,12 @@ bool StreamAccess::adoptElement(Stream& stream, const Index& index, Handle&& han
     return stream.impl().adoptElement(index, std::move(handle));
 }
 
+char* StreamAccess::place(Stream& stream, const Index& index, const Layout& layout) {
+    StreamImpl& storage = stream.impl();
+    storage.sync();
+    return &storage.layout() == &layout ? storage.place(index) : nullptr;
+}
+
 void StreamAccess::setName(Stream& stream, const std::string& name) {
     stream.impl().setName(name);
     // Nobody else can have storage that is not shared.

@@ -4,6 +4,8 @@
 
 #include <data/Stream.h>
 
+#include "core/Layout.h"
+
 #include <cstdint>
 #include <string>
 
@@ -18,6 +20,9 @@ class StreamAccess {
     /// takes constant time in mapped storage. Afterwards the handle must not be used for access,
     /// also when the result is false.
     static bool adoptElement(Stream& stream, const Index& index, Handle&& handle);
+    /// Where the element's values go, which are default ones now: of mapped storage, whose chunks
+    /// have this layout. Null for all others and when memory runs out.
+    static char* place(Stream& stream, const Index& index, const Layout& layout);
     static void setName(Stream& stream, const std::string& name);
     /// Grows whenever any stream object comes to have another name than it had.
     static std::uint64_t nameChanges() noexcept;

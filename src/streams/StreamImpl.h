@@ -56,6 +56,8 @@ class StreamImpl : public RefCounted,
     bool setElement(const Index& index, const Handle& handle);
     /// Takes the handle's chunk over when the handle owns it, else copies it.
     bool adoptElement(const Index& index, Handle&& handle);
+    /// A default chunk that is the element's from now on; null where storage cannot give one.
+    [[nodiscard]] virtual char* place(const Index&) { return nullptr; }
     virtual bool removeElement(const Index& index) = 0;
     virtual bool reindexElement(const Index& from, const Index& to) = 0;
     virtual bool swapElements(const Index& first, const Index& second) = 0;

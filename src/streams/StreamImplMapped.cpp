@@ -125,6 +125,16 @@ bool StreamImplMapped::store(const Index& index, OwnedChunk&& chunk) {
     return true;
 }
 
+char* StreamImplMapped::place(const Index& index) {
+    char*& chunk = insert(index);
+    if (chunk) {
+        layout().reset(chunk);
+    } else if ((chunk = fPool.take(layout()))) {
+        layout().fillWithDefault(chunk);
+    }
+    return chunk;
+}
+
 bool StreamImplMapped::removeElement(const Index& index) {
     char** const place = find(index);
     if (!place) return true;
