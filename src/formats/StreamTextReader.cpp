@@ -64,6 +64,8 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
         atRecord("Stream name");
     }
     if (stream) readElements(*stream);
+    // Of lines that did not fit into memory, too, the stream only says so.
+    if (fIn.bad()) report("Error in stream while reading.");
     if (fErrorCount == 0) {
         if (fReadAMember) errors.clear();
         return stream;
