@@ -38,6 +38,8 @@ class METADATA_API Index {
     Index(const IndexType& value);  // NOLINT(google-explicit-constructor): so are typed values
     /// Holds a clone of the other's typed value.
     Index(const Index& other);
+    /// Takes over the other's typed value; the other becomes a number.
+    Index(Index&& other) noexcept;
     ~Index();
 
     /// Shares the other's typed value, where construction clones it. An index that is assigned to
@@ -92,6 +94,7 @@ class METADATA_API Index {
     static bool registerType(const std::string& typeName, IndexCreator creator);
     static void deregisterType(const std::string& typeName);
     static Index TypeCreator(const std::string& text);
+    static Index take(IndexType* fresh);
 
     unsigned int fNumber = 0;
     IndexType* fType = nullptr;  // one reference

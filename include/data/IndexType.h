@@ -7,6 +7,7 @@
 #include <debug/RefCounted.h>
 
 #include <string>
+#include <typeinfo>
 
 namespace orbo::Data {
 
@@ -49,6 +50,9 @@ class METADATA_API IndexType : public RefCounted {
 
   protected:
     friend class Index;
+    /// An index of a value without references, which it owns.
+    static Index take(IndexType* fresh) { return Index::take(fresh); }
+
     IndexType() = default;
     IndexType(const IndexType&) = default;
     IndexType& operator=(const IndexType&) = default;
@@ -63,35 +67,40 @@ class CRTP_IndexType : public IndexType {
     [[nodiscard]] IndexType* clone() const override { return new T(self()); }
     [[nodiscard]] std::string typeName() const override { return T::myTypeName; }
     static std::string theTypeName() { return T::myTypeName; }
-    static Index doCreate(const std::string& text) { return Index(T(text)); }
+    static Index doCreate(const std::string& text) { return take(new T(text)); }
 
     bool operator==(const IndexType& other) const override {
-        const T* same = dynamic_cast<const T*>(&other);
+        const T* same = asOwnType(other);
         return same && self() == *same;
     }
     bool operator!=(const IndexType& other) const override {
-        const T* same = dynamic_cast<const T*>(&other);
+        const T* same = asOwnType(other);
         return !same || self() != *same;
     }
     bool operator<(const IndexType& other) const override {
-        const T* same = dynamic_cast<const T*>(&other);
+        const T* same = asOwnType(other);
         return same ? self() < *same : typeName() < other.typeName();
     }
     bool operator<=(const IndexType& other) const override {
-        const T* same = dynamic_cast<const T*>(&other);
+        const T* same = asOwnType(other);
         return same ? self() <= *same : typeName() < other.typeName();
     }
     bool operator>(const IndexType& other) const override {
-        const T* same = dynamic_cast<const T*>(&other);
+        const T* same = asOwnType(other);
         return same ? self() > *same : other.typeName() < typeName();
     }
     bool operator>=(const IndexType& other) const override {
-        const T* same = dynamic_cast<const T*>(&other);
+        const T* same = asOwnType(other);
         return same ? self() >= *same : other.typeName() < typeName();
     }
 
   private:
     [[nodiscard]] const T& self() const { return static_cast<const T&>(*this); }
+    // Nearly all that are compared are of one type, which takes no search through its bases.
+    static const T* asOwnType(const IndexType& other) {
+        return typeid(other) == typeid(T) ? static_cast<const T*>(&other)
+                                          : dynamic_cast<const T*>(&other);
+    }
 };
 
 }  // namespace orbo::Data

@@ -8,6 +8,7 @@
 
 #include "accessors/Messages.h"
 #include "files/MemoryFile.h"
+#include "files/ReadAhead.h"
 
 namespace orbo::Data {
 
@@ -47,7 +48,8 @@ bool BinarySection::locate(std::string& errors) {
 
 bool BinarySection::findChunks(std::string& errors) {
     using Result = ChunkWalk::Result;
-    ChunkWalk walk(fFile, fTrailer.begin, fTrailer.end);
+    Files::ReadAhead ahead(fFile);
+    ChunkWalk walk(ahead, fTrailer.begin, fTrailer.end);
     for (;;) {
         BinaryChunk chunk;
         const Result result = walk.next(chunk);

@@ -77,8 +77,9 @@ void ModelReading::add(SceneRecord record) {
     if (record.kind == Kind::kStructure) {
         item.record = std::move(record);
         item.structure = read(readStructure, item);
-        if (item.structure) fStructureNames.found(item.structure->name());
-        item.record.text.clear();
+        std::string().swap(item.record.text);
+        if (!item.structure) return addMistake(std::move(item));
+        fStructureNames.found(item.structure->name());
     } else if (!fAssociationNames.wants(record.name)) {
         return;
     } else {
@@ -88,15 +89,20 @@ void ModelReading::add(SceneRecord record) {
 }
 
 void ModelReading::add(Finding::Code code, std::string message, const FilePlace& place) {
-    if (++fMessages > Findings::kMost) return;
-    fItems.emplace_back();
-    fItems.back().findings.add(code, std::move(message), place);
+    Item item;
+    item.findings.add(code, std::move(message), place);
+    addMistake(std::move(item));
+}
+
+// As many as can be told of.
+void ModelReading::addMistake(Item item) {
+    if (++fMistakes <= Findings::kMost) fItems.push_back(std::move(item));
 }
 
 void ModelReading::discard() {
     fStructureNames = NameFilter(fStructureNamesGiven);
     fItems.clear();
-    fMessages = 0;
+    fMistakes = 0;
 }
 
 void ModelReading::registerStructure(Item& item, TakenNames& taken, Helpers& helpers) {
@@ -151,7 +157,7 @@ TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy&
     buildAssociations(map, taken);
     for (const auto& entry : map) taken.associations.insert(entry.first);
     for (Item& item : fItems) findings.add(std::move(item.findings));
-    findings.addLeftOut(fMessages - std::min(fMessages, Findings::kMost));
+    findings.addLeftOut(fMistakes - std::min(fMistakes, Findings::kMost));
     return taken;
 }
 

@@ -7,11 +7,11 @@
 #include <debug/RefPtr.h>
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "accessors/Findings.h"
 #include "accessors/NameFilter.h"
@@ -99,6 +99,7 @@ class ModelReading {
     template <typename Read>
     auto read(const Read& reader, Item& item) const;
     void readRepeated(Item& item) const;
+    void addMistake(Item item);
 
     void registerStructure(Item& item, TakenNames& taken, Helpers& helpers);
     void buildAssociations(Accessor::AssociationsMap& map, TakenNames& taken);
@@ -108,8 +109,8 @@ class ModelReading {
     bool fThorough = false;
     NameFilter fStructureNames;
     NameFilter fAssociationNames;  // never struck off
-    std::vector<Item> fItems;
-    std::size_t fMessages = 0;  // that are no record's
+    std::deque<Item> fItems;
+    std::size_t fMistakes = 0;  // items that are nothing but findings, also those not kept
 };
 
 }  // namespace orbo::Data

@@ -10,6 +10,7 @@
 #include "accessors/Messages.h"
 #include "accessors/SceneChecker.h"
 #include "accessors/SceneWriter.h"
+#include "files/ReadAhead.h"
 
 namespace orbo::Data {
 
@@ -64,7 +65,8 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
     Files::File& file = opening.file->file();
     ModelReading reading(structureNames, associationNames);
     if (fThorough) reading.setThorough();
-    const bool done = scan(file, reading, findings);
+    Files::ReadAhead ahead(file);
+    const bool done = scan(ahead, reading, findings);
     if (done) {
         fTaken = reading.build(associations(), readPolicy(), findings);
         remember(file);

@@ -3,6 +3,7 @@
 #include "core/StructureRegistry.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "core/StructureImpl.h"
@@ -32,7 +33,7 @@ void StructureRegistry::noteRename(Structure& structure, const std::string& oldN
         if (registry->fStructures.count(&structure) == 0) continue;
         registry->fTableIsStale = true;
         registry->unfile(structure, oldName);
-        registry->fByName[structure.name()].insert(&structure);
+        registry->fByName.emplace(structure.name(), &structure);
         registry->fTableIsStale = false;
     }
 }
@@ -40,26 +41,27 @@ void StructureRegistry::noteRename(Structure& structure, const std::string& oldN
 StructureRegistry::NameIndex& StructureRegistry::byName() {
     if (fTableIsStale) {
         fByName.clear();
-        for (Structure* structure : fStructures) fByName[structure->name()].insert(structure);
+        for (Structure* structure : fStructures) fByName.emplace(structure->name(), structure);
         fTableIsStale = false;
     }
     return fByName;
 }
 
-void StructureRegistry::unfile(Structure& structure, const std::string& name) {
-    const auto namesakes = fByName.find(name);
-    if (namesakes == fByName.end()) return;
-    namesakes->second.erase(&structure);
-    if (namesakes->second.empty()) fByName.erase(namesakes);
+void StructureRegistry::unfile(const Structure& structure, const std::string& name) {
+    const auto [first, last] = fByName.equal_range(name);
+    const auto entry = std::find_if(
+        first, last, [&](const NameIndex::value_type& other) { return other.second == &structure; });
+    if (entry != last) fByName.erase(entry);
 }
 
 bool StructureRegistry::add(Structure& structure) {
-    auto& namesakes = byName()[structure.name()];
-    const bool known = std::any_of(namesakes.begin(), namesakes.end(),
-                                   [&](const Structure* other) { return *other == structure; });
+    const auto [first, last] = byName().equal_range(structure.name());
+    const bool known = std::any_of(first, last, [&](const NameIndex::value_type& other) {
+        return *other.second == structure;
+    });
     if (known) return false;
     fTableIsStale = true;
-    namesakes.insert(&structure);
+    fByName.emplace(structure.name(), &structure);
     fStructures.insert(&structure);
     fTableIsStale = false;
     structure.ref();
@@ -88,10 +90,12 @@ void StructureRegistry::clear() {
 }
 
 Structure* StructureRegistry::find(const std::string& name) {
-    const NameIndex& index = byName();
-    const auto namesakes = index.find(name);
-    return namesakes == index.end() || namesakes->second.empty() ? nullptr
-                                                                 : *namesakes->second.begin();
+    const auto [first, last] = byName().equal_range(name);
+    Structure* found = nullptr;
+    for (auto entry = first; entry != last; ++entry) {
+        if (!found || std::less<>()(entry->second, found)) found = entry->second;
+    }
+    return found;
 }
 
 StructureRegistry::SetAside::SetAside() {

@@ -39,9 +39,9 @@ class StructureRegistry {
     static void noteRename(Structure& structure, const std::string& oldName);
 
   private:
-    using NameIndex = std::unordered_map<std::string, std::set<Structure*>>;
+    using NameIndex = std::unordered_multimap<std::string, Structure*>;
     NameIndex& byName();
-    void unfile(Structure& structure, const std::string& name);
+    void unfile(const Structure& structure, const std::string& name);
 
     std::set<Structure*> fStructures;
     NameIndex fByName;

@@ -4,12 +4,12 @@
 
 #include <string_view>
 
-#include "files/File.h"
+#include "files/ReadOnlyFile.h"
 
 namespace orbo::Files {
 
-/// Views the bytes; cannot be written.
-class MemoryFile : public File {
+/// Views the bytes.
+class MemoryFile : public ReadOnlyFile {
   public:
     explicit MemoryFile(std::string_view bytes) : fBytes(bytes) {}
 
@@ -28,10 +28,6 @@ class MemoryFile : public File {
         fPosition += got;
         return got;
     }
-    [[nodiscard]] bool write(const char*, std::size_t) override { return false; }
-    [[nodiscard]] bool truncate(std::uint64_t) override { return false; }
-    [[nodiscard]] bool sync() override { return false; }
-    [[nodiscard]] bool reserve(std::uint64_t, std::uint64_t) override { return false; }
     [[nodiscard]] LockResult lock(Lock) override { return LockResult::kUnsupported; }
     void unlock() override {}
 

@@ -51,15 +51,6 @@ std::optional<std::size_t> OverlayFile::read(char* to, std::size_t count) {
     return done;
 }
 
-bool OverlayFile::refuse() {
-    fError = std::make_error_code(std::errc::bad_file_descriptor);
-    return false;
-}
-
-bool OverlayFile::write(const char*, std::size_t) { return refuse(); }
-bool OverlayFile::truncate(std::uint64_t) { return refuse(); }
-bool OverlayFile::sync() { return refuse(); }
-bool OverlayFile::reserve(std::uint64_t, std::uint64_t) { return refuse(); }
 File::LockResult OverlayFile::lock(Lock kind) { return fFile->lock(kind); }
 void OverlayFile::unlock() { fFile->unlock(); }
 

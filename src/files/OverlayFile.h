@@ -4,13 +4,13 @@
 
 #include <memory>
 
-#include "files/File.h"
 #include "files/Journal.h"
+#include "files/ReadOnlyFile.h"
 
 namespace orbo::Files {
 
-/// Cannot be written. A lock is one on the file itself.
-class OverlayFile : public File {
+/// A lock is one on the file itself.
+class OverlayFile : public ReadOnlyFile {
   public:
     /// The journal has been read from `journalFile`.
     OverlayFile(std::unique_ptr<File> file, std::unique_ptr<File> journalFile, Journal journal);
@@ -18,10 +18,6 @@ class OverlayFile : public File {
     [[nodiscard]] std::optional<FileStatus> status() override;
     [[nodiscard]] bool seek(std::uint64_t offset) override;
     [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override;
-    [[nodiscard]] bool write(const char* from, std::size_t count) override;
-    [[nodiscard]] bool truncate(std::uint64_t length) override;
-    [[nodiscard]] bool sync() override;
-    [[nodiscard]] bool reserve(std::uint64_t from, std::uint64_t to) override;
     [[nodiscard]] LockResult lock(Lock kind) override;
     void unlock() override;
 
@@ -33,7 +29,6 @@ class OverlayFile : public File {
         std::uint64_t size;
     };
     [[nodiscard]] Stretch stretchAt(std::uint64_t position) const;
-    bool refuse();
 
     std::unique_ptr<File> fFile;
     std::unique_ptr<File> fJournalFile;

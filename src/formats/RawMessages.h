@@ -27,14 +27,17 @@ class RawMessages {
     void count(int errors) { fCount = saturatedSum(fCount, static_cast<unsigned int>(errors)); }
     /// What a nested reader or writer left in a text of its own. Its message may lack the line end.
     void takeOver(const std::string& nested) {
+        if (nested.empty() || fTakenOver >= kMostMessageBytes) return;
         fErrors += nested;
-        if (!nested.empty() && nested.back() != '\n') fErrors += '\n';
+        if (nested.back() != '\n') fErrors += '\n';
+        fTakenOver += nested.size();
     }
     /// "... on or about character " and where the text could not be read on, one error.
     void add(const std::string& problem, std::istream& in) {
+        count(1);
+        if (fText.size() >= kMostMessageBytes) return;
         const auto position = static_cast<std::streamoff>(in.tellg());
         fText += problem + " on or about character " + std::to_string(position) + "\n";
-        count(1);
     }
     /// Hands the messages over with the number of errors, which it returns, in front of `outcome`.
     int finish(const std::string& outcome) {
@@ -49,6 +52,7 @@ class RawMessages {
   private:
     std::string& fErrors;
     std::string fText;
+    std::size_t fTakenOver = 0;  // bytes
     unsigned int fCount = 0;
 };
 

@@ -184,7 +184,7 @@ bool StreamTextReader::nextIndexLine() {
 // Once there are errors no stream will come of it: the rest is read to count them, into one chunk
 // that serves all elements.
 void StreamTextReader::readElement(Stream& stream) {
-    const std::optional<Index> index = takeIndex();
+    std::optional<Index> index = takeIndex();
     if (!index) return;
     const bool counting = fErrorCount != 0;
     Handle element = HandleAccess::own(*fStructure, *fLayout,
@@ -203,7 +203,7 @@ void StreamTextReader::readElement(Stream& stream) {
         stream.clear();
         if (chunk) fLayout->destroyStrings(chunk);
         fScratch = std::move(element);
-    } else if (!StreamAccess::adoptElement(stream, *index, std::move(element))) {
+    } else if (!StreamAccess::adoptElement(stream, std::move(*index), std::move(element))) {
         // A message, but no error.
         fMessages += "Could not add element at index " + index->asString() + "\n";
     }

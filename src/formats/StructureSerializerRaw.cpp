@@ -17,7 +17,6 @@
 #include <iterator>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 namespace orbo::Data {
 
@@ -185,15 +184,14 @@ class Parser {
     std::string fMessages;
 };
 
-/// Views of the pieces that are more than blanks.
-std::vector<std::string_view> fieldsOf(std::string_view text, char separator) {
-    std::vector<std::string_view> fields;
+/// Calls `visit` for each piece that is more than blanks, until it returns false.
+template <typename Visit>
+void forEachField(std::string_view text, char separator, Visit visit) {
     while (!text.empty()) {
         const std::string_view field = text.substr(0, text.find(separator));
-        if (!Ascii::trim(field).empty()) fields.push_back(field);
+        if (!Ascii::trim(field).empty() && !visit(field)) return;
         text.remove_prefix(std::min(field.size() + 1, text.size()));
     }
-    return fields;
 }
 
 }  // namespace
@@ -214,13 +212,18 @@ Structure* StructureSerializerRaw::read(std::istream& in, std::string& errors) c
     std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     collapseWhitespace(text);
     standardizeSeparators(text);
-    const auto fields = fieldsOf(text, *keyword(kSeparator));
-    if (fields.size() < 2) {
+    const char separator = *keyword(kSeparator);
+    int fields = 0;
+    forEachField(text, separator, [&](std::string_view) { return ++fields < 2; });
+    if (fields < 2) {
         errors += "Structures must have a name and at least one member";
         return nullptr;
     }
     Parser parser(keyword(kEquals), keyword(kStructureName));
-    for (const std::string_view field : fields) parser.parseField(field);
+    forEachField(text, separator, [&](std::string_view field) {
+        parser.parseField(field);
+        return true;
+    });
     return parser.finish(errors);
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace orbo::Data {
@@ -41,7 +42,7 @@ bool ChunkPool::addBlock(std::size_t stride) {
 char* ChunkPool::adopt(const Layout& layout, char* block) {
     if (isLarge(layout)) return block;
     char* chunk = take(layout);
-    if (!chunk) return nullptr;
+    if (!chunk) throw std::bad_alloc();
     std::memcpy(chunk, block, static_cast<std::size_t>(layout.totalSize()));
     std::free(block);
     return chunk;

@@ -22,7 +22,8 @@ class ChunkPool {
     /// A chunk of any content; null for a size of 0 and when memory runs out. All that are there at
     /// a time are of one layout.
     [[nodiscard]] char* take(const Layout& layout);
-    /// The same, of a heap block with its content, which is gone afterwards; only if not null.
+    /// The same, of a heap block with its content, which is gone afterwards. Throws
+    /// `std::bad_alloc`, and leaves the block.
     [[nodiscard]] char* adopt(const Layout& layout, char* block);
     /// Its strings are nobody's any more.
     void giveBack(const Layout& layout, char* chunk);

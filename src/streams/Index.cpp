@@ -7,6 +7,8 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <utility>
+
 #include "debug/ObjectCounter.h"
 #include "debug/StartUp.h"
 #include "streams/IndexNumbers.h"
@@ -45,6 +47,18 @@ Index::Index(const IndexType& value) : fType(referencedClone(&value)) { _objects
 
 Index::Index(const Index& other) : fNumber(other.fNumber), fType(referencedClone(other.fType)) {
     _objects.objectCreated();
+}
+
+Index::Index(Index&& other) noexcept
+    : fNumber(other.fNumber), fType(std::exchange(other.fType, nullptr)) {
+    _objects.objectCreated();
+}
+
+Index Index::take(IndexType* fresh) {
+    Index index(0U);
+    fresh->ref();
+    index.fType = fresh;
+    return index;
 }
 
 Index::~Index() {

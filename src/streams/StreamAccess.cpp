@@ -25,8 +25,8 @@ std::uint64_t NameChanges::count() noexcept {
 
 Stream StreamAccess::unnamed() { return Stream(); }
 
-bool StreamAccess::adoptElement(Stream& stream, const Index& index, Handle&& handle) {
-    return stream.impl().adoptElement(index, std::move(handle));
+bool StreamAccess::adoptElement(Stream& stream, Index&& index, Handle&& handle) {
+    return stream.impl().adoptElement(std::move(index), std::move(handle));
 }
 
 char* StreamAccess::place(Stream& stream, const Index& index, const Layout& layout) {

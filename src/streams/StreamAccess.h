@@ -16,10 +16,10 @@ class StreamAccess {
     /// A stream without storage, which makes itself an empty one when first used: named "Stream",
     /// mapped, numeric, with an empty structure that no other stream has.
     static Stream unnamed();
-    /// `setElement` with the chunk that the handle owns moved in, not copied. In index order this
-    /// takes constant time in mapped storage. Afterwards the handle must not be used for access,
-    /// also when the result is false.
-    static bool adoptElement(Stream& stream, const Index& index, Handle&& handle);
+    /// `setElement` with the chunk that the handle owns and the index moved in, not copied. In
+    /// index order this takes constant time in mapped storage. Afterwards the handle must not be
+    /// used for access, also when the result is false; the index is as it was then.
+    static bool adoptElement(Stream& stream, Index&& index, Handle&& handle);
     /// Where the element's values go, which are default ones now: of mapped storage, whose chunks
     /// have this layout. Null for all others and when memory runs out.
     static char* place(Stream& stream, const Index& index, const Layout& layout);

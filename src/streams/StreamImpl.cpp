@@ -82,20 +82,20 @@ bool StreamImpl::setElement(const Index& index, const Handle& handle) {
     if (data && !copy && to.totalSize() != 0) return false;
     sync();
     // Without memory to convert the others, this one has the wrong layout.
-    return (!copy || fLayout.get() == &to) && store(index, std::move(copy));
+    return (!copy || fLayout.get() == &to) && store(Index(index), std::move(copy));
 }
 
-bool StreamImpl::adoptElement(const Index& index, Handle&& handle) {
+bool StreamImpl::adoptElement(Index&& index, Handle&& handle) {
     if (!handle.usesStructure(*fStructure)) return false;
     const Layout& from = HandleAccess::layout(handle);
     OwnedChunk chunk(HandleAccess::release(handle), ChunkDeleter{&from});
     if (!chunk) return setElement(index, handle);
     sync();
-    if (&from == fLayout.get()) return store(index, std::move(chunk));
+    if (&from == fLayout.get()) return store(std::move(index), std::move(chunk));
     OwnedChunk converted(LayoutConversion(from, *fLayout).duplicate(chunk.get()),
                          ChunkDeleter{fLayout.get()});
     if (!converted && fLayout->totalSize() != 0) return false;
-    return store(index, std::move(converted));
+    return store(std::move(index), std::move(converted));
 }
 
 bool StreamImpl::mergeStream(StreamImpl& other) {

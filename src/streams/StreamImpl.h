@@ -55,7 +55,7 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] Handle element(const Index& index);
     bool setElement(const Index& index, const Handle& handle);
     /// Takes the handle's chunk over when the handle owns it, else copies it.
-    bool adoptElement(const Index& index, Handle&& handle);
+    bool adoptElement(Index&& index, Handle&& handle);
     /// A default chunk that is the element's from now on; null where storage cannot give one.
     [[nodiscard]] virtual char* place(const Index&) { return nullptr; }
     virtual bool removeElement(const Index& index) = 0;
@@ -90,8 +90,9 @@ class StreamImpl : public RefCounted,
     /// The element's chunk, null without one.
     [[nodiscard]] virtual char* chunkAt(const Index& index) = 0;
     /// Stores a chunk of `layout()`, or an element without data. Takes the chunk when the result is
-    /// true. An element that is there keeps its address and gets the new content.
-    virtual bool store(const Index& index, OwnedChunk&& chunk) = 0;
+    /// true, and of the index what it needs. An element that is there keeps its address and gets
+    /// the new content.
+    virtual bool store(Index&& index, OwnedChunk&& chunk) = 0;
     /// Forgets all elements, and whatever was allocated for them.
     virtual void dropChunks() = 0;
     /// All chunks from `layout()` to another; false with nothing changed without memory.

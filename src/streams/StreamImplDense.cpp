@@ -133,7 +133,7 @@ bool StreamImplDense::reserve(unsigned int position) {
     return position >= fAllocated && position != kNoPosition && allocate(position + 1);
 }
 
-bool StreamImplDense::store(const Index& index, OwnedChunk&& chunk) {
+bool StreamImplDense::store(Index&& index, OwnedChunk&& chunk) {
     const unsigned int position = index.index();
     if (!chunk && layout().totalSize() != 0) return false;
     if (!ensureSpaceForElement(position)) return false;

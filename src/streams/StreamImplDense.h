@@ -58,7 +58,7 @@ class StreamImplDense : public StreamImpl,
 
   protected:
     [[nodiscard]] char* chunkAt(const Index& index) override;
-    bool store(const Index& index, OwnedChunk&& chunk) override;
+    bool store(Index&& index, OwnedChunk&& chunk) override;
     void dropChunks() override;
     bool convert(const Layout& to) override;
 

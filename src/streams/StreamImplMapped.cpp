@@ -6,6 +6,7 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -44,14 +45,23 @@ char** StreamImplMapped::find(const Index& index) {
         NumberedElements::Entry* entry = fNumbered.find(index.index());
         return entry ? &entry->chunk : nullptr;
     }
-    const auto entry = fTyped.find(index);
-    return entry == fTyped.end() ? nullptr : &entry->second;
+    return chunkIn(placeOf(index), index);
+}
+
+// At the place of an index is its element or the one behind it.
+char** StreamImplMapped::chunkIn(TypedElements::iterator place, const Index& index) {
+    return place == fTyped.end() || index < place->first ? nullptr : &place->second;
+}
+
+// The first that is not less. Most are stored in order.
+StreamImplMapped::TypedElements::iterator StreamImplMapped::placeOf(const Index& index) {
+    if (fTyped.empty() || std::prev(fTyped.end())->first < index) return fTyped.end();
+    return fTyped.lower_bound(index);
 }
 
 char*& StreamImplMapped::insert(const Index& index) {
     if (!index.complexIndex()) return fNumbered.insert(index.index()).chunk;
-    // The hint makes storing in index order take constant time.
-    return fTyped.try_emplace(fTyped.end(), index, nullptr)->second;
+    return fTyped.try_emplace(placeOf(index), index, nullptr)->second;
 }
 
 void StreamImplMapped::erase(const Index& index) {
@@ -77,7 +87,7 @@ std::unique_ptr<StreamImpl> StreamImplMapped::clone() {
     forEach([&](const Index& index, const char* chunk) {
         if (!copied) return;
         OwnedChunk duplicate(layout().duplicate(chunk), ChunkDeleter{&layout()});
-        copied = (!chunk || duplicate) && copy->store(index, std::move(duplicate));
+        copied = (!chunk || duplicate) && copy->store(Index(index), std::move(duplicate));
     });
     if (!copied) return nullptr;
     return copy;
@@ -104,20 +114,27 @@ char* StreamImplMapped::chunkAt(const Index& index) {
     return place ? *place : nullptr;
 }
 
-bool StreamImplMapped::store(const Index& index, OwnedChunk&& chunk) {
-    char** const place = find(index);
+char* StreamImplMapped::adopt(OwnedChunk&& chunk) {
+    if (!chunk) return nullptr;
+    char* const adopted = fPool.adopt(layout(), chunk.get());
+    static_cast<void>(chunk.release());
+    return adopted;
+}
+
+bool StreamImplMapped::store(Index&& index, OwnedChunk&& chunk) {
+    const auto typed = index.complexIndex() ? placeOf(index) : fTyped.end();
+    char** place = index.complexIndex() ? chunkIn(typed, index) : find(index);
     if (place && *place && chunk) {
         replace(*place, std::move(chunk));
         return true;
     }
-    char* stored = nullptr;
-    if (chunk) {
-        stored = fPool.adopt(layout(), chunk.get());
-        if (!stored) return false;
-        static_cast<void>(chunk.release());
-    }
+    char* const stored = adopt(std::move(chunk));
     try {
-        free(std::exchange(place ? *place : insert(index), stored));
+        if (index.complexIndex() && !place) {
+            fTyped.try_emplace(typed, std::move(index), stored);
+        } else {
+            free(std::exchange(place ? *place : insert(index), stored));
+        }
     } catch (...) {
         free(stored);
         throw;

@@ -55,7 +55,7 @@ class StreamImplMapped : public StreamImpl,
 
   protected:
     [[nodiscard]] char* chunkAt(const Index& index) override;
-    bool store(const Index& index, OwnedChunk&& chunk) override;
+    bool store(Index&& index, OwnedChunk&& chunk) override;
     void dropChunks() override { clear(); }
     bool convert(const Layout& to) override;
 
@@ -65,9 +65,12 @@ class StreamImplMapped : public StreamImpl,
     void forEach(const Visit& visit);
     /// The element's place; null without one.
     [[nodiscard]] char** find(const Index& index);
+    [[nodiscard]] TypedElements::iterator placeOf(const Index& index);
+    [[nodiscard]] char** chunkIn(TypedElements::iterator place, const Index& index);
     char*& insert(const Index& index);
     void erase(const Index& index);
     void free(char* chunk);
+    [[nodiscard]] char* adopt(OwnedChunk&& chunk);
 
     NumberedElements fNumbered;
     TypedElements fTyped;
