@@ -8,7 +8,6 @@
 
 #include "accessors/Messages.h"
 #include "files/MemoryFile.h"
-#include "files/ReadAhead.h"
 
 namespace orbo::Data {
 
@@ -48,8 +47,7 @@ bool BinarySection::locate(std::string& errors) {
 
 bool BinarySection::findChunks(std::string& errors) {
     using Result = ChunkWalk::Result;
-    Files::ReadAhead ahead(fFile);
-    ChunkWalk walk(ahead, fTrailer.begin, fTrailer.end);
+    ChunkWalk walk(fFile, fTrailer.begin, fTrailer.end);
     for (;;) {
         BinaryChunk chunk;
         const Result result = walk.next(chunk);

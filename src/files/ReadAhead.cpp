@@ -10,34 +10,47 @@ namespace orbo::Files {
 // Outside of the window the file itself says whether it can.
 bool ReadAhead::seek(std::uint64_t offset) {
     fPosition = offset;
-    return inWindow(offset, 0) || noting(fFile.seek(offset));
+    return fLoaded.contains({offset, offset}) || noting(fFile.seek(offset));
 }
 
-bool ReadAhead::load(std::size_t count) {
-    std::uint64_t begin = fPosition;
-    const bool isBackward = fSize > 0 && fPosition < fBegin && fBegin - fPosition <= kWindowSize;
-    if (isBackward) begin = std::max<std::uint64_t>(begin + count, kWindowSize) - kWindowSize;
-    fSize = 0;
-    if (!fFile.seek(begin)) return noting(false);
-    const auto got = noting(fFile.read(fWindow.get(), kWindowSize));
-    if (!got) return false;
-    fBegin = begin;
-    fSize = *got;
-    return true;
+ReadAhead::Range ReadAhead::windowFor(const Range& wanted) const {
+    constexpr std::uint64_t kNear = 4096;  // a disk would read that anyway
+    const auto isNear = [](std::uint64_t from, std::uint64_t to) {
+        return from <= to && to - from <= kNear;
+    };
+    if (wanted.size() >= kWindowSize || fLast.end == 0) return {};
+    if (isNear(fLast.end, wanted.begin)) return {wanted.begin, wanted.begin + kWindowSize};
+    if (!isNear(wanted.end, fLast.begin)) return {};
+    const std::uint64_t begin = std::max<std::uint64_t>(wanted.end, kWindowSize) - kWindowSize;
+    return {begin, wanted.end};
+}
+
+std::optional<std::size_t> ReadAhead::readFrom(std::uint64_t begin, char* to, std::size_t count) {
+    if (!fFile.seek(begin)) return noting(std::optional<std::size_t>());
+    return noting(fFile.read(to, count));
+}
+
+bool ReadAhead::load(const Range& window) {
+    fLoaded = {};
+    const auto got = readFrom(window.begin, fWindow.get(), window.size());
+    if (got) fLoaded = {window.begin, window.begin + *got};
+    return got.has_value();
 }
 
 std::optional<std::size_t> ReadAhead::read(char* to, std::size_t count) {
-    if (count >= kWindowSize) {
-        if (!fFile.seek(fPosition)) return noting(std::optional<std::size_t>());
-        const auto got = noting(fFile.read(to, count));
-        if (got) fPosition += *got;
-        return got;
+    const Range wanted{fPosition, fPosition + count};
+    const Range window = fLoaded.contains(wanted) ? fLoaded : windowFor(wanted);
+    fLast = wanted;
+    std::optional<std::size_t> got;
+    if (window.size() == 0) {
+        got = readFrom(fPosition, to, count);
+    } else if (fLoaded.contains(wanted) || load(window)) {
+        // The file may end inside of them.
+        const std::uint64_t end = std::min(wanted.end, fLoaded.end);
+        got = static_cast<std::size_t>(std::max(end, fPosition) - fPosition);
+        std::memcpy(to, fWindow.get() + (fPosition - fLoaded.begin), *got);
     }
-    if (!inWindow(fPosition, count) && !load(count)) return std::nullopt;
-    const auto skipped = static_cast<std::size_t>(fPosition - fBegin);
-    const std::size_t got = std::min(count, fSize - std::min(fSize, skipped));
-    std::memcpy(to, fWindow.get() + skipped, got);
-    fPosition += got;
+    if (got) fPosition += *got;
     return got;
 }
 

@@ -8,11 +8,11 @@
 
 namespace orbo::Files {
 
-/// Reads more than it is asked for, in the direction in which it is being read, and keeps it: not
-/// for files that change meanwhile.
+/// Once reads follow each other, forwards or backwards, reads more than it is asked for and keeps
+/// it: not for files that change meanwhile.
 class ReadAhead : public ReadOnlyFile {
   public:
-    static constexpr std::size_t kWindowSize = 128 * 1024;
+    static constexpr std::size_t kWindowSize = 64 * 1024;
 
     /// The file outlives it.
     explicit ReadAhead(File& file) : fFile(file), fWindow(new char[kWindowSize]) {}
@@ -24,23 +24,31 @@ class ReadAhead : public ReadOnlyFile {
     void unlock() override { fFile.unlock(); }
 
   private:
+    struct Range {
+        std::uint64_t begin = 0;
+        std::uint64_t end = 0;
+        [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(end - begin); }
+        [[nodiscard]] bool contains(const Range& other) const {
+            return begin <= other.begin && other.end <= end;
+        }
+    };
+
     template <typename Result>
     Result noting(Result result) {
         if (!result) fError = fFile.error();
         return result;
     }
-    [[nodiscard]] bool inWindow(std::uint64_t position, std::size_t count) const {
-        return position >= fBegin && position - fBegin <= fSize &&
-               count <= fSize - (position - fBegin);
-    }
-    /// Has the window hold what it can of these bytes.
-    [[nodiscard]] bool load(std::size_t count);
+    /// Where the window is to lie for these bytes; empty when they should be read alone.
+    [[nodiscard]] Range windowFor(const Range& wanted) const;
+    [[nodiscard]] std::optional<std::size_t> readFrom(std::uint64_t begin, char* to,
+                                                      std::size_t count);
+    [[nodiscard]] bool load(const Range& window);
 
     File& fFile;
     std::unique_ptr<char[]> fWindow;
+    Range fLoaded;  // what the window holds of the file
+    Range fLast;    // what was asked for last
     std::uint64_t fPosition = 0;
-    std::uint64_t fBegin = 0;  // of the window, in the file
-    std::size_t fSize = 0;
 };
 
 }  // namespace orbo::Files
