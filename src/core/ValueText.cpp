@@ -14,7 +14,6 @@
 #include "core/Ascii.h"
 #include "core/GetArea.h"
 #include "core/PlainNumber.h"
-#include "core/PutArea.h"
 #include "core/SixDigits.h"
 
 namespace orbo::Data::ValueText {
@@ -117,56 +116,36 @@ int exactNumbersSlot() {
     return slot;
 }
 
-constexpr std::size_t kRoom = 128;  // for any number of up to kMostDigits digits
-static_assert(kRoom >= kSixDigitsRoom);
+static_assert(kNumberRoom >= kSixDigitsRoom);
 constexpr int kMostDigits = 64;
 
 template <typename T>
-std::to_chars_result format(const std::ostream& out, bool exact, char* first, char* last, T value) {
-    if (exact) return std::to_chars(first, last, value, std::chars_format::general);
-    if (out.precision() == 6) {
-        if (char* end = writeSixDigits(first, value)) return {end, std::errc()};
+char* putFloating(char* to, const NumberFormat& format, T value) {
+    char* const end = to + kNumberRoom;
+    if (format.isExact) return std::to_chars(to, end, value, std::chars_format::general).ptr;
+    if (format.precision == 6) {
+        if (char* const written = writeSixDigits(to, value)) return written;
     }
-    return std::to_chars(first, last, value, std::chars_format::general,
-                         static_cast<int>(out.precision()));
+    return std::to_chars(to, end, value, std::chars_format::general, format.precision).ptr;
 }
 
-bool hasDefaultFormat(const std::ostream& out) {
-    constexpr auto kDecisive = std::ios_base::floatfield | std::ios_base::showpoint |
-                               std::ios_base::showpos | std::ios_base::uppercase;
-    return (out.flags() & kDecisive) == std::ios_base::fmtflags{} && out.precision() >= 0 &&
-           out.precision() <= kMostDigits;
-}
-
-// `format` writes at most kRoom characters from where it is told to, and returns their end.
-template <typename Format>
-void writeFormatted(std::ostream& out, Format format) {
-    if (!out.good()) return;
-    if (char* const to = PutArea::of(*out.rdbuf(), kRoom)) {
-        return PutArea::put(*out.rdbuf(), static_cast<std::size_t>(format(to) - to));
-    }
-    char text[kRoom];
-    write(out, std::string_view(text, static_cast<std::size_t>(format(text) - text)));
+template <typename T>
+void writeNumber(std::ostream& out, const NumberFormat& format, T value) {
+    char text[kNumberRoom];
+    const char* const end = put(text, format, value);
+    write(out, std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
 template <typename T>
 void writeFloating(std::ostream& out, T value) {
-    const bool exact = out.iword(exactNumbersSlot()) != 0;
-    if (exact || hasDefaultFormat(out)) {
-        return writeFormatted(
-            out, [&](char* to) { return format(out, exact, to, to + kRoom, value).ptr; });
-    }
+    const NumberFormat format(out);
+    if (format.isUsual) return writeNumber(out, format, value);
     std::ostringstream classic;
     classic.imbue(std::locale::classic());
     classic.flags(out.flags());
     classic.precision(out.precision());
     classic << value;
     write(out, classic.str());
-}
-
-template <typename T>
-void writeInteger(std::ostream& out, T value) {
-    writeFormatted(out, [&](char* to) { return std::to_chars(to, to + kRoom, value).ptr; });
 }
 
 template <typename T>
@@ -252,15 +231,12 @@ bool readBoolean(std::string_view word, bool& value) {
 
 void write(std::ostream& out, std::string_view text) {
     if (!out.good()) return;
-    if (char* const to = PutArea::of(*out.rdbuf(), text.size())) {
-        std::memcpy(to, text.data(), text.size());
-        return PutArea::put(*out.rdbuf(), text.size());
-    }
     const auto size = static_cast<std::streamsize>(text.size());
     if (out.rdbuf()->sputn(text.data(), size) != size) out.setstate(std::ios_base::badbit);
 }
 
 void write(std::ostream& out, Member::eDataType type, const void* slot) {
+    const NumberFormat format(out);
     switch (type) {
         case Member::kBoolean:
             return write(out, as<unsigned char>(slot) != 0 ? "true" : "false");
@@ -271,24 +247,41 @@ void write(std::ostream& out, Member::eDataType type, const void* slot) {
         case Member::kFloatMatrix4x4:
             return writeFloating(out, as<float>(slot));
         case Member::kInt8:
-            return writeInteger(out, int{as<signed char>(slot)});
+            return writeNumber(out, format, as<signed char>(slot));
         case Member::kInt16:
-            return writeInteger(out, as<short>(slot));
+            return writeNumber(out, format, as<short>(slot));
         case Member::kInt32:
-            return writeInteger(out, as<int>(slot));
+            return writeNumber(out, format, as<int>(slot));
         case Member::kInt64:
-            return writeInteger(out, as<long long>(slot));
+            return writeNumber(out, format, as<long long>(slot));
         case Member::kUInt8:
-            return writeInteger(out, unsigned{as<unsigned char>(slot)});
+            return writeNumber(out, format, as<unsigned char>(slot));
         case Member::kUInt16:
-            return writeInteger(out, as<unsigned short>(slot));
+            return writeNumber(out, format, as<unsigned short>(slot));
         case Member::kUInt32:
-            return writeInteger(out, as<unsigned int>(slot));
+            return writeNumber(out, format, as<unsigned int>(slot));
         case Member::kUInt64:
-            return writeInteger(out, as<unsigned long long>(slot));
+            return writeNumber(out, format, as<unsigned long long>(slot));
         default:
             return;
     }
+}
+
+NumberFormat::NumberFormat(std::ios_base& stream)
+    : isExact(stream.iword(exactNumbersSlot()) != 0),
+      precision(static_cast<int>(stream.precision())) {
+    constexpr auto kDecisive = std::ios_base::floatfield | std::ios_base::showpoint |
+                               std::ios_base::showpos | std::ios_base::uppercase;
+    const bool isPlain = (stream.flags() & kDecisive) == std::ios_base::fmtflags{};
+    isUsual = isExact || (isPlain && stream.precision() >= 0 && stream.precision() <= kMostDigits);
+}
+
+char* put(char* to, const NumberFormat& format, float value) {
+    return putFloating(to, format, value);
+}
+
+char* put(char* to, const NumberFormat& format, double value) {
+    return putFloating(to, format, value);
 }
 
 void setExactNumbers(std::ios_base& stream, bool exact) {

@@ -4,10 +4,13 @@
 
 #include <data/Member.h>
 
+#include <charconv>
+#include <cstddef>
 #include <istream>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 /// Numbers are read and written exactly as the standard streams do with default flags and the
 /// classic locale, whatever locale the process or the stream has. Ordinary decimal numbers take a
@@ -37,6 +40,27 @@ bool readBoolean(std::string_view word, bool& value);
 /// follow the stream's precision and float flags.
 void write(std::ostream& out, Member::eDataType type, const void* slot);
 void write(std::ostream& out, std::string_view text);
+
+/// Room that the text of any number needs which `put` writes.
+inline constexpr std::size_t kNumberRoom = 128;
+
+/// How a stream wants float and double.
+struct NumberFormat {
+    explicit NumberFormat(std::ios_base& stream);
+
+    bool isUsual;  // no sign for positive numbers, no fixed point and the like: `put` can do it
+    bool isExact;
+    int precision;
+};
+
+/// Writes a number as `write` does to a stream with that format; returns the end.
+char* put(char* to, const NumberFormat& format, float value);
+char* put(char* to, const NumberFormat& format, double value);
+template <typename T>
+char* put(char* to, const NumberFormat&, T value) {
+    using Wide = std::conditional_t<sizeof(T) == 1, int, T>;
+    return std::to_chars(to, to + kNumberRoom, Wide{value}).ptr;
+}
 
 /// Makes float and double come out with the shortest digits that read back as the same value.
 void setExactNumbers(std::ios_base& stream, bool exact);

@@ -2,45 +2,57 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <ostream>
 #include <streambuf>
+#include <string_view>
 
 namespace orbo::Data {
 
-/// Collects in memory what is written to `stream()`, which formats like the stream that gets it.
-class LumpedOutput : private std::streambuf {
+/// Collects characters in memory: a stream takes a few thousand in the time that it takes for one
+/// of them. What was not handed on is lost with it.
+class LumpedOutput {
   public:
-    /// `out` outlives it. What was not handed on is lost with it.
-    explicit LumpedOutput(std::ostream& out) : fOut(out), fStream(this) {
-        fStream.copyfmt(out);
-        fStream.exceptions(std::ios_base::goodbit);
-        start();
-    }
+    static constexpr std::size_t kRoom = 4096;
 
-    [[nodiscard]] std::ostream& stream() { return fStream; }
+    /// The stream outlives it.
+    explicit LumpedOutput(std::ostream& out) : fOut(out) {}
+    LumpedOutput(const LumpedOutput&) = delete;
+    LumpedOutput& operator=(const LumpedOutput&) = delete;
+
+    /// Where the next `size` characters go, which are at most `kRoom`.
+    [[nodiscard]] char* room(std::size_t size) {
+        if (static_cast<std::size_t>(fRoom.data() + kRoom - fNext) < size) handOn();
+        return fNext;
+    }
+    /// Takes those that were put there, up to `end`.
+    void take(char* end) { fNext = end; }
+
+    void write(char c) {
+        *room(1) = c;
+        ++fNext;
+    }
+    void write(std::string_view text) {
+        while (!text.empty()) {
+            const std::size_t size = std::min(text.size(), kRoom);
+            fNext = std::copy_n(text.data(), size, room(size));
+            text.remove_prefix(size);
+        }
+    }
     void handOn() {
-        const std::streamsize size = pptr() - pbase();
-        start();
-        if (fOut.good() && fOut.rdbuf()->sputn(pbase(), size) != size) {
+        const std::streamsize size = fNext - fRoom.data();
+        fNext = fRoom.data();
+        if (fOut.good() && fOut.rdbuf()->sputn(fRoom.data(), size) != size) {
             fOut.setstate(std::ios_base::badbit);
         }
     }
 
-  protected:
-    int_type overflow(int_type c) override {
-        handOn();
-        return traits_type::eq_int_type(c, traits_type::eof())
-                   ? traits_type::not_eof(c)
-                   : sputc(traits_type::to_char_type(c));
-    }
-
   private:
-    void start() { setp(fRoom.data(), fRoom.data() + fRoom.size()); }
-
     std::ostream& fOut;
-    std::ostream fStream;
-    std::array<char, 4096> fRoom;
+    std::array<char, kRoom> fRoom;
+    char* fNext = fRoom.data();
 };
 
 }  // namespace orbo::Data

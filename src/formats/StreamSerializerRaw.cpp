@@ -12,10 +12,12 @@
 #include "core/HandleAccess.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
+#include "formats/ElementText.h"
 #include "formats/LumpedOutput.h"
 #include "formats/MemberText.h"
 #include "formats/RawMessages.h"
 #include "formats/StreamTextReader.h"
+#include "streams/StreamAccess.h"
 
 namespace orbo::Data {
 
@@ -30,22 +32,66 @@ char* memberValues(Handle& handle, const Member& member) {
     return static_cast<char*>(handle.asType(member.type()));
 }
 
-// An index line and a data line.
-unsigned int writeElement(const StreamSerializerRaw& format, StreamIterator& element,
-                          unsigned int record, std::ostream& out, std::string& errors) {
-    Handle& handle = *element;
-    const unsigned int members = HandleAccess::layout(handle).memberCount();
-    ValueText::write(out, element.index().asString());
-    ValueText::write(out, "\n");
-    unsigned int count = 0;
-    for (unsigned int i = 0; i < members; ++i) {
-        if (i != 0) ValueText::write(out, " ");
-        handle.setPositionByMemberIndex(i);
-        count += static_cast<unsigned int>(format.writeMember(handle, record, out, errors));
+/// Writes an index line and a data line for each element.
+class ElementWriter : public ElementVisitor {
+  public:
+    ElementWriter(const StreamSerializerRaw& format, const Stream& stream, std::ostream& out,
+                  std::string& errors)
+        : fSerializer(format),
+          fStructure(stream.structure()),
+          fLayout(StreamAccess::layoutOf(stream)),
+          fText(fLayout),
+          fFormat(out),
+          fOut(out),
+          fErrors(errors),
+          fLumps(out) {}
+
+    void visit(unsigned int number, char* chunk) override {
+        fLumps.take(ValueText::put(fLumps.room(ValueText::kNumberRoom), fFormat, number));
+        writeValues(chunk);
     }
-    ValueText::write(out, "\n");
-    return count;
-}
+    void visit(const Index& index, char* chunk) override {
+        fLumps.write(index.asString());
+        writeValues(chunk);
+    }
+    [[nodiscard]] unsigned int errorCount() const { return fErrorCount; }
+
+  private:
+    void writeValues(char* chunk) {
+        fLumps.write('\n');
+        ++fRecord;
+        if (fFormat.isUsual && (chunk || fLayout.totalSize() == 0)) {
+            fText.write(fLumps, fFormat, chunk);
+        } else {
+            fLumps.handOn();
+            writeMembers(chunk);
+        }
+        fLumps.handOn();
+    }
+
+    void writeMembers(char* chunk) {
+        Handle handle = HandleAccess::borrow(fStructure, fLayout, chunk);
+        for (unsigned int i = 0; i < fLayout.memberCount(); ++i) {
+            if (i != 0) fLumps.write(' ');
+            fLumps.handOn();
+            handle.setPositionByMemberIndex(i);
+            const int errors = fSerializer.writeMember(handle, fRecord, fOut, fErrors);
+            fErrorCount += static_cast<unsigned int>(errors);
+        }
+        fLumps.write('\n');
+    }
+
+    const StreamSerializerRaw& fSerializer;
+    const Structure& fStructure;
+    const Layout& fLayout;
+    const ElementText fText;
+    const ValueText::NumberFormat fFormat;
+    std::ostream& fOut;
+    std::string& fErrors;
+    LumpedOutput fLumps;
+    unsigned int fRecord = 0;
+    unsigned int fErrorCount = 0;
+};
 
 }  // namespace
 
@@ -103,14 +149,9 @@ int StreamSerializerRaw::write(const Stream& stream, std::ostream& out, std::str
     ValueText::write(out, keyword(kStreamName) + (" " + stream.name()) + "\n" +
                               keyword(kIndexType) + " " + stream.indexType() + "\n" +
                               keyword(kStructure) + " " + stream.structure().name() + "\n");
-    unsigned int count = 0;
-    unsigned int record = 0;
-    LumpedOutput lumps(out);
-    const StreamIterator end = stream.cend();
-    for (StreamIterator element = stream.cbegin(); element != end; ++element) {
-        count += writeElement(*this, element, ++record, lumps.stream(), errors);
-        lumps.handOn();
-    }
+    ElementWriter elements(*this, stream, out, errors);
+    StreamAccess::visitElements(stream, elements);
+    unsigned int count = elements.errorCount();
     ValueText::write(out, keyword(kEndStream) + std::string("\n"));
     std::string own;
     if (out.fail()) {

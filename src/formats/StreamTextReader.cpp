@@ -12,7 +12,6 @@
 #include "core/HandleAccess.h"
 #include "core/PlainNumber.h"
 #include "core/ValueText.h"
-#include "formats/PlainElement.h"
 #include "formats/RawMessages.h"
 #include "formats/ReaderRemarks.h"
 #include "streams/StreamAccess.h"
@@ -139,37 +138,38 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
 }
 
 void StreamTextReader::readElements(Stream& stream) {
-    const bool mayBePlain = !ReaderRemarks::wanted() && fLayout->totalSize() <= kSmallElement &&
-                            fMakeIndex.typeName() == Index::theTypeName();
+    if (!ReaderRemarks::wanted() && fLayout->memberCount() > 0 &&
+        fLayout->totalSize() <= kSmallElement && fMakeIndex.typeName() == Index::theTypeName()) {
+        fPlainText.emplace(*fLayout);
+    }
     while (fHasIndexLine || nextIndexLine()) {
         fHasIndexLine = false;
         if (fTrimmed == fWords.end) return;
         readElement(stream);
-        while (mayBePlain && fErrorCount == 0 && readPlain(stream)) continue;
+        if (fPlainText && fErrorCount == 0 && fIn.good()) readPlainElements(stream);
     }
 }
 
-// The ordinary case: a number on a line, and a line of values, both in sight. Takes nothing when it
-// is another case.
-bool StreamTextReader::readPlain(Stream& stream) {
-    if (!fIn.good()) return false;
+// The ordinary case: a number on a line and values on the next, both in sight. The first element
+// that is not so, and all that cannot be read, is left to the others.
+void StreamTextReader::readPlainElements(Stream& stream) {
+    StreamImpl* const places = StreamAccess::placesOf(stream, *fLayout);
+    if (!places) return;
     const std::string_view ready = GetArea::of(*fIn.rdbuf());
-    const std::size_t indexEnd = ready.find('\n');
-    if (indexEnd == std::string_view::npos || indexEnd == 0) return false;
-    unsigned int number = 0;
-    const char* const end = ready.data() + indexEnd;
-    if (PlainNumber<unsigned int>::read(ready.data(), end, number) != end) return false;
-    std::string_view line = ready.substr(indexEnd + 1);
-    const std::size_t lineEnd = line.find('\n');
-    if (lineEnd == std::string_view::npos) return false;
-    char* const chunk = StreamAccess::place(stream, number, *fLayout);
-    if (!chunk || !readPlainElement(*fLayout, line.substr(0, lineEnd), chunk)) {
-        return false;
+    const char* const last = ready.data() + ready.size();
+    const char* next = ready.data();
+    for (;;) {
+        unsigned int number = 0;
+        const char* const indexEnd = PlainNumber<unsigned int>::read(next, last, number);
+        if (!indexEnd || indexEnd == last || *indexEnd != '\n') break;
+        char* const chunk = places->place(number);
+        const char* const end = chunk ? fPlainText->read(indexEnd + 1, last, chunk) : nullptr;
+        if (!end) break;
+        next = end;
+        ++fRecord;
+        fReadAMember = true;
     }
-    GetArea::take(*fIn.rdbuf(), indexEnd + 1 + lineEnd + 1);
-    ++fRecord;
-    fReadAMember = true;
-    return true;
+    GetArea::take(*fIn.rdbuf(), static_cast<std::size_t>(next - ready.data()));
 }
 
 bool StreamTextReader::nextIndexLine() {

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "core/Layout.h"
+#include "formats/ElementText.h"
 #include "formats/MemberText.h"
 #include "streams/IndexTypes.h"
 
@@ -46,7 +47,7 @@ class StreamTextReader {
     std::unique_ptr<Stream> makeStream();
     void readElements(Stream& stream);
     bool nextIndexLine();
-    bool readPlain(Stream& stream);
+    void readPlainElements(Stream& stream);
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
     void remarkOn(const Stream& stream, const Index& index);
@@ -71,6 +72,7 @@ class StreamTextReader {
     bool fIndexTypeSeen = false;
     const Structure* fStructure = nullptr;
     RefPtr<const Layout> fLayout;
+    std::optional<ElementText> fPlainText;  // for streams whose elements may be plain
     Handle fScratch;  // owns the chunk that elements are read into when there were errors
 
     unsigned int fRecord = 0;

@@ -8,12 +8,15 @@
 namespace orbo::Data {
 
 NumberedElements::Pages::iterator NumberedElements::pageOf(unsigned int number) {
-    if (fPages.empty()) return fRecent = fPages.try_emplace(0).first;
-    if (fRecent != fPages.end() && fRecent->first <= number) {
-        const auto next = std::next(fRecent);
-        if (next == fPages.end() || number < next->first) return fRecent;
-    }
-    return fRecent = std::prev(fPages.upper_bound(number));
+    if (fPages.empty()) return remember(fPages.try_emplace(0).first);
+    if (fRecent != fPages.end() && fRecent->first <= number && number < fRecentEnd) return fRecent;
+    return remember(std::prev(fPages.upper_bound(number)));
+}
+
+NumberedElements::Pages::iterator NumberedElements::remember(Pages::iterator page) {
+    const auto next = std::next(page);
+    fRecentEnd = next == fPages.end() ? std::uint64_t{1} << 32 : next->first;
+    return fRecent = page;
 }
 
 NumberedElements::Page::iterator NumberedElements::placeIn(Page& page, unsigned int number) {
@@ -45,7 +48,7 @@ NumberedElements::Entry& NumberedElements::insert(unsigned int number) {
         const auto behind = split(page, isInside ? kPageSize / 2 : at);
         if (at == kPageSize) behind->second.reserve(kPageSize);
         if (behind->second.empty() ? at == kPageSize : behind->first <= number) page = behind;
-        fRecent = page;
+        remember(page);
         place = placeIn(page->second, number);
     }
     Entry& entry = *page->second.insert(place, {number, nullptr});
@@ -73,14 +76,14 @@ void NumberedElements::erase(unsigned int number) {
     --fSize;
     ++fVersion;
     if (page->second.empty() && page->first != 0) {
-        fRecent = fPages.end();
         fPages.erase(page);
+        forget();
     }
 }
 
 void NumberedElements::clear() {
     fPages.clear();
-    fRecent = fPages.end();
+    forget();
     fSize = 0;
     ++fVersion;
 }

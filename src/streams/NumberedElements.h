@@ -75,13 +75,17 @@ class NumberedElements {
     Pages::iterator pageOf(unsigned int number);
     Pages::iterator split(Pages::iterator page, std::size_t at);
     static Page::iterator placeIn(Page& page, unsigned int number);
+    Pages::iterator remember(Pages::iterator page);
+    void forget() { fRecent = fPages.end(); }
 
     // By a number that is not above its own and above those of the page in front. The first is
     // that of 0, and may be empty.
     Pages fPages;
     std::size_t fSize = 0;
     std::uint64_t fVersion = 0;
-    Pages::iterator fRecent = fPages.end();  // most look for a number near the one before
+    // Most look for a number near the one before.
+    Pages::iterator fRecent = fPages.end();
+    std::uint64_t fRecentEnd = 0;  // where the next page begins
 };
 
 }  // namespace orbo::Data

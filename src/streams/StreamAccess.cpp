@@ -29,10 +29,19 @@ bool StreamAccess::adoptElement(Stream& stream, Index&& index, Handle&& handle) 
     return stream.impl().adoptElement(std::move(index), std::move(handle));
 }
 
-char* StreamAccess::place(Stream& stream, const Index& index, const Layout& layout) {
+StreamImpl* StreamAccess::placesOf(Stream& stream, const Layout& layout) {
     StreamImpl& storage = stream.impl();
     storage.sync();
-    return &storage.layout() == &layout ? storage.place(index) : nullptr;
+    return &storage.layout() == &layout ? &storage : nullptr;
+}
+
+const Layout& StreamAccess::layoutOf(const Stream& stream) {
+    stream.impl().sync();
+    return stream.impl().layout();
+}
+
+void StreamAccess::visitElements(const Stream& stream, ElementVisitor& visitor) {
+    stream.impl().visit(visitor);
 }
 
 void StreamAccess::setName(Stream& stream, const std::string& name) {

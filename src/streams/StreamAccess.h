@@ -4,7 +4,7 @@
 
 #include <data/Stream.h>
 
-#include "core/Layout.h"
+#include "streams/StreamImpl.h"
 
 #include <cstdint>
 #include <string>
@@ -20,9 +20,12 @@ class StreamAccess {
     /// index order this takes constant time in mapped storage. Afterwards the handle must not be
     /// used for access, also when the result is false; the index is as it was then.
     static bool adoptElement(Stream& stream, Index&& index, Handle&& handle);
-    /// Where the element's values go, which are default ones now: of mapped storage, whose chunks
-    /// have this layout. Null for all others and when memory runs out.
-    static char* place(Stream& stream, const Index& index, const Layout& layout);
+    /// For `StreamImpl::place`, with chunks of this layout; null when they have another.
+    static StreamImpl* placesOf(Stream& stream, const Layout& layout);
+    /// Of the chunks, as long as the structure stays as it is.
+    static const Layout& layoutOf(const Stream& stream);
+    /// Tells of all elements in order.
+    static void visitElements(const Stream& stream, ElementVisitor& visitor);
     static void setName(Stream& stream, const std::string& name);
     /// Grows whenever any stream object comes to have another name than it had.
     static std::uint64_t nameChanges() noexcept;

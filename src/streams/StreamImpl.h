@@ -25,6 +25,16 @@ struct ChunkDeleter {
 /// A chunk on its way into a storage.
 using OwnedChunk = std::unique_ptr<char, ChunkDeleter>;
 
+/// Is told of elements. Chunks are null for those without data.
+class ElementVisitor {
+  public:
+    virtual void visit(unsigned int number, char* chunk) = 0;
+    virtual void visit(const Index& index, char* chunk) = 0;
+
+  protected:
+    ~ElementVisitor() = default;
+};
+
 /// Holds its chunks in the layout that the structure had when they were made. Every operation that
 /// touches chunks calls `sync` first, which converts them when the structure has changed since.
 class StreamImpl : public RefCounted,
@@ -57,7 +67,9 @@ class StreamImpl : public RefCounted,
     /// Takes the handle's chunk over when the handle owns it, else copies it.
     bool adoptElement(Index&& index, Handle&& handle);
     /// A default chunk that is the element's from now on; null where storage cannot give one.
-    [[nodiscard]] virtual char* place(const Index&) { return nullptr; }
+    [[nodiscard]] virtual char* place(unsigned int) { return nullptr; }
+    /// In order.
+    virtual void visit(ElementVisitor& visitor) = 0;
     virtual bool removeElement(const Index& index) = 0;
     virtual bool reindexElement(const Index& from, const Index& to) = 0;
     virtual bool swapElements(const Index& first, const Index& second) = 0;

@@ -30,6 +30,7 @@ class StreamImplDense : public StreamImpl,
 
     [[nodiscard]] unsigned int elementCount() const override { return fCount; }
     [[nodiscard]] bool hasElement(const Index& index) const override;
+    void visit(ElementVisitor& visitor) override;
     /// Sets the element to its default; the count stays.
     bool removeElement(const Index& index) override;
     bool reindexElement(const Index& from, const Index& to) override;

@@ -142,8 +142,14 @@ bool StreamImplMapped::store(Index&& index, OwnedChunk&& chunk) {
     return true;
 }
 
-char* StreamImplMapped::place(const Index& index) {
-    char*& chunk = insert(index);
+void StreamImplMapped::visit(ElementVisitor& visitor) {
+    sync();
+    fNumbered.forEach([&](unsigned int number, char* chunk) { visitor.visit(number, chunk); });
+    for (const auto& [index, chunk] : fTyped) visitor.visit(index, chunk);
+}
+
+char* StreamImplMapped::place(unsigned int number) {
+    char*& chunk = fNumbered.insert(number).chunk;
     if (chunk) {
         layout().reset(chunk);
     } else if ((chunk = fPool.take(layout()))) {

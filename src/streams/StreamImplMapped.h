@@ -34,7 +34,8 @@ class StreamImplMapped : public StreamImpl,
 
     [[nodiscard]] unsigned int elementCount() const override;
     [[nodiscard]] bool hasElement(const Index& index) const override;
-    [[nodiscard]] char* place(const Index& index) override;
+    [[nodiscard]] char* place(unsigned int number) override;
+    void visit(ElementVisitor& visitor) override;
     bool removeElement(const Index& index) override;
     bool reindexElement(const Index& from, const Index& to) override;
     bool swapElements(const Index& first, const Index& second) override;
