@@ -101,7 +101,9 @@ bool Layout::fillWithDuplicate(char* destination, const char* source) const {
 
 void Layout::destroyStrings(char* chunk) const {
     if (!fHasStrings) return;
-    for (const Member& member : fMembers) member.destroy(chunk);
+    for (const Member& member : fMembers) {
+        if (member.type() == Member::kString) member.destroy(chunk);
+    }
 }
 
 void Layout::reset(char* chunk) const {

@@ -29,13 +29,14 @@ class ChunkPool {
     void giveBack(const Layout& layout, char* chunk);
     /// All chunks but large ones are gone.
     void clear();
+    static bool isLarge(const Layout& layout) { return layout.totalSize() > kLargestPooled; }
 
   private:
-    static bool isLarge(const Layout& layout) { return layout.totalSize() > kLargestPooled; }
+    static constexpr std::size_t kLargestPooled = 4096;
+
     static std::size_t strideOf(const Layout& layout);
     [[nodiscard]] bool addBlock(std::size_t stride);
 
-    static constexpr std::size_t kLargestPooled = 4096;
     static constexpr std::size_t kFirstBlock = 256;
     static constexpr std::size_t kLargestBlock = 64 * 1024;
 

@@ -40,6 +40,12 @@ void StreamImplMapped::forEach(const Visit& visit) {
     for (auto& [index, chunk] : fTyped) visit(index, chunk);
 }
 
+template <typename Visit>
+void StreamImplMapped::forEachChunk(const Visit& visit) {
+    fNumbered.forEach([&](unsigned int, char*& chunk) { visit(chunk); });
+    for (auto& entry : fTyped) visit(entry.second);
+}
+
 char** StreamImplMapped::find(const Index& index) {
     if (!index.complexIndex()) {
         NumberedElements::Entry* entry = fNumbered.find(index.index());
@@ -191,7 +197,13 @@ bool StreamImplMapped::setElementRange(const Index& first, const Index& last) {
 }
 
 bool StreamImplMapped::clear() {
-    forEach([this](const Index&, char* chunk) { free(chunk); });
+    if (ChunkPool::isLarge(layout())) {
+        forEachChunk([this](char* chunk) { free(chunk); });
+    } else if (layout().hasStrings()) {
+        forEachChunk([this](char* chunk) {
+            if (chunk) layout().destroyStrings(chunk);
+        });
+    }
     fNumbered.clear();
     fTyped.clear();
     fPool.clear();
@@ -206,7 +218,7 @@ bool StreamImplMapped::convert(const Layout& to) {
     std::vector<char*> chunks;
     chunks.reserve(elementCount());
     bool enough = true;
-    forEach([&](const Index&, const char* chunk) {
+    forEachChunk([&](const char* chunk) {
         const bool needed = enough && to.totalSize() != 0 && (chunk || allHaveData);
         chunks.push_back(needed ? pool.take(to) : nullptr);
         enough = enough && (!needed || chunks.back());
@@ -219,7 +231,7 @@ bool StreamImplMapped::convert(const Layout& to) {
         return false;
     }
     auto next = chunks.begin();
-    forEach([&](const Index&, char*& chunk) {
+    forEachChunk([&](char*& chunk) {
         if (*next && chunk) conversion.move(*next, chunk);
         free(std::exchange(chunk, *next++));
     });
@@ -231,7 +243,7 @@ bool StreamImplMapped::Debug(const StreamImplMapped* storage, Debug::Footprint& 
     if (!storage) return true;
     const Layout& layout = storage->layout();
     footprint.addObject(storage, sizeof(StreamImplMapped));
-    const_cast<StreamImplMapped*>(storage)->forEach([&](const Index&, const char* chunk) {
+    const_cast<StreamImplMapped*>(storage)->forEachChunk([&](const char* chunk) {
         if (chunk) footprint.addMember(chunk, layout.totalSize());
         addStrings(layout, chunk, footprint);
     });

@@ -64,6 +64,9 @@ class StreamImplMapped : public StreamImpl,
     /// Calls `visit(index, chunk)` for each in order; it may change the chunk.
     template <typename Visit>
     void forEach(const Visit& visit);
+    /// The same with the chunk alone.
+    template <typename Visit>
+    void forEachChunk(const Visit& visit);
     /// The element's place; null without one.
     [[nodiscard]] char** find(const Index& index);
     [[nodiscard]] TypedElements::iterator placeOf(const Index& index);
