@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 include(CheckCXXCompilerFlag)
 check_cxx_compiler_flag(-fno-gnu-unique METADATA_HAS_NO_GNU_UNIQUE)
+check_cxx_compiler_flag(-fno-semantic-interposition METADATA_HAS_NO_INTERPOSITION)
 
 # Symbols that are unique in the whole process would keep a library loaded after dlclose.
 function(metadata_unloadable target)
@@ -18,6 +19,10 @@ target_include_directories(MetaDataObjects PUBLIC ${PROJECT_SOURCE_DIR}/include
                            ${PROJECT_SOURCE_DIR}/src)
 metadata_warnings(MetaDataObjects)
 metadata_unloadable(MetaDataObjects)
+# The library calls its own functions, not those of the same name that a program may have.
+if(METADATA_HAS_NO_INTERPOSITION)
+    target_compile_options(MetaDataObjects PRIVATE -fno-semantic-interposition)
+endif()
 
 add_library(MetaData $<TARGET_OBJECTS:MetaDataObjects>)
 add_library(orbo::MetaData ALIAS MetaData)
@@ -30,7 +35,8 @@ target_include_directories(MetaData PUBLIC
 
 if(BUILD_SHARED_LIBS)
     set(METADATA_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/MetaData.map)
-    target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS})
+    target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS}
+                                         -Wl,-Bsymbolic-functions)
     set_target_properties(MetaData PROPERTIES LINK_DEPENDS ${METADATA_EXPORTS})
     # The sanitizers' own symbols come from the executable.
     if(NOT METADATA_SANITIZE)

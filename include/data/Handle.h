@@ -90,8 +90,11 @@ class METADATA_API Handle {
   private:
     friend class HandleAccess;
 
+    Handle(const Structure& structure, const Layout& layout, char* data);
+
     [[nodiscard]] const Member* current() const;
     [[nodiscard]] const Member& checkedCurrent() const;
+    [[nodiscard]] char* valuesOf(Member::eDataType type) const;
     void followStructure();
     void freeOwnedChunk() noexcept;
 

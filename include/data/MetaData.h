@@ -29,6 +29,7 @@
 #include <data/SerializerFamily.h>
 #include <data/SerializerRaw.h>
 #include <data/Stream.h>
+#include <data/StreamColumn.h>
 #include <data/StreamIterator.h>
 #include <data/StreamSerializer.h>
 #include <data/StreamSerializerRaw.h>
@@ -43,6 +44,7 @@
 #include <debug/Count.h>
 #include <debug/Export.h>
 #include <debug/Footprint.h>
+#include <debug/OneThread.h>
 #include <debug/Print.h>
 #include <debug/RefCounted.h>
 #include <debug/RefPtr.h>

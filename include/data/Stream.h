@@ -4,6 +4,7 @@
 
 #include <data/Handle.h>
 #include <data/Index.h>
+#include <data/StreamColumn.h>
 #include <data/StreamIterator.h>
 #include <debug/Export.h>
 
@@ -53,6 +54,18 @@ class METADATA_API Stream {
     /// Stores a copy. False for a handle of another structure object, even an equal one, and when
     /// memory runs out. Dense storage also refuses handles without data.
     bool setElement(Index index, const Handle& handle);
+    /// On an element that is there now, in place of an earlier one, with default values; nothing is
+    /// copied. Without data where `setElement` would refuse, and for a structure without members.
+    Handle emplaceElement(Index index);
+    /// Makes room for so many elements. False when memory runs out.
+    bool reserve(unsigned int elements);
+    /// One member of every element. Only of dense storage, and for the type of the member's values
+    /// (`char*` for strings, float or double for matrices): else empty, with a problem.
+    template <typename T>
+    [[nodiscard]] StreamColumn<T> column(const char* member) {
+        static_assert(dataTypeOf<T>() != Member::kInvalid, "no member has values of this type");
+        return StreamColumn<T>(columnPlace(member, dataTypeOf<T>()));
+    }
     /// Dense storage sets the element to its default instead. Always true.
     bool removeElement(Index index);
     /// False without an element at `from`. One at `to` is replaced.
@@ -97,6 +110,7 @@ class METADATA_API Stream {
     /// Named "Stream", mapped, with an empty structure; the storage is made when first needed.
     Stream();
 
+    [[nodiscard]] ColumnPlace columnPlace(const char* member, Member::eDataType type);
     StreamImpl& impl() const;
     void setImpl(StreamImpl* impl);
 

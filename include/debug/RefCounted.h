@@ -3,6 +3,7 @@
 #pragma once
 
 #include <debug/Export.h>
+#include <debug/OneThread.h>
 
 #include <atomic>
 
@@ -17,9 +18,9 @@ class Print;
 /// count from 1 to 0 deletes the object; one at 0 goes to -1 and deletes nothing.
 class METADATA_API RefCounted {
   public:
-    void ref() const { fRefCount.fetch_add(1); }
+    void ref() const { fetchAdd(fRefCount, 1); }
     void unref() const {
-        if (fRefCount.fetch_sub(1) == 1) delete this;
+        if (fetchAdd(fRefCount, -1) == 1) delete this;
     }
 
     [[nodiscard]] int refCount() const { return fRefCount.load(); }

@@ -35,10 +35,10 @@ Handle::Handle(const Structure& structure) : Handle(structure, structure.allocat
 }
 
 Handle::Handle(const Structure& structure, void* data)
-    : fStructure(&structure),
-      fLayout(&Layout::of(structure)),
-      fData(static_cast<char*>(data)),
-      fIndex(firstMember(*fLayout)) {
+    : Handle(structure, Layout::of(structure), static_cast<char*>(data)) {}
+
+Handle::Handle(const Structure& structure, const Layout& layout, char* data)
+    : fStructure(&structure), fLayout(&layout), fData(data), fIndex(firstMember(*fLayout)) {
     structure.ref();
     _objects.objectCreated();
 }
@@ -143,32 +143,40 @@ bool Handle::setPositionByMemberName(const char* name) {
 Member::eDataType Handle::dataType() const { return checkedCurrent().type(); }
 unsigned int Handle::dataLength() const { return checkedCurrent().length(); }
 
-const void* Handle::asType(Member::eDataType type) const {
-    const Member* member = fData ? current() : nullptr;
-    return member && member->type() == type ? fData + member->offset() : nullptr;
+char* Handle::valuesOf(Member::eDataType type) const {
+    if (!fData || fIndex >= fLayout->memberCount()) return nullptr;
+    const Member& member = fLayout->member(fIndex);
+    return member.fType == type ? fData + member.fOffset : nullptr;
 }
 
-void* Handle::asType(Member::eDataType type) {
-    return const_cast<void*>(std::as_const(*this).asType(type));
-}
+const void* Handle::asType(Member::eDataType type) const { return valuesOf(type); }
+void* Handle::asType(Member::eDataType type) { return valuesOf(type); }
 
-bool* Handle::asBoolean() { return static_cast<bool*>(asType(Member::kBoolean)); }
-double* Handle::asDouble() { return static_cast<double*>(asType(Member::kDouble)); }
+bool* Handle::asBoolean() { return reinterpret_cast<bool*>(valuesOf(Member::kBoolean)); }
+double* Handle::asDouble() { return reinterpret_cast<double*>(valuesOf(Member::kDouble)); }
 double* Handle::asDoubleMatrix4x4() {
-    return static_cast<double*>(asType(Member::kDoubleMatrix4x4));
+    return reinterpret_cast<double*>(valuesOf(Member::kDoubleMatrix4x4));
 }
-float* Handle::asFloat() { return static_cast<float*>(asType(Member::kFloat)); }
-float* Handle::asFloatMatrix4x4() { return static_cast<float*>(asType(Member::kFloatMatrix4x4)); }
-signed char* Handle::asInt8() { return static_cast<signed char*>(asType(Member::kInt8)); }
-short* Handle::asInt16() { return static_cast<short*>(asType(Member::kInt16)); }
-int* Handle::asInt32() { return static_cast<int*>(asType(Member::kInt32)); }
-long long* Handle::asInt64() { return static_cast<long long*>(asType(Member::kInt64)); }
-char** Handle::asString() { return static_cast<char**>(asType(Member::kString)); }
-unsigned char* Handle::asUInt8() { return static_cast<unsigned char*>(asType(Member::kUInt8)); }
-unsigned short* Handle::asUInt16() { return static_cast<unsigned short*>(asType(Member::kUInt16)); }
-unsigned int* Handle::asUInt32() { return static_cast<unsigned int*>(asType(Member::kUInt32)); }
+float* Handle::asFloat() { return reinterpret_cast<float*>(valuesOf(Member::kFloat)); }
+float* Handle::asFloatMatrix4x4() {
+    return reinterpret_cast<float*>(valuesOf(Member::kFloatMatrix4x4));
+}
+signed char* Handle::asInt8() { return reinterpret_cast<signed char*>(valuesOf(Member::kInt8)); }
+short* Handle::asInt16() { return reinterpret_cast<short*>(valuesOf(Member::kInt16)); }
+int* Handle::asInt32() { return reinterpret_cast<int*>(valuesOf(Member::kInt32)); }
+long long* Handle::asInt64() { return reinterpret_cast<long long*>(valuesOf(Member::kInt64)); }
+char** Handle::asString() { return reinterpret_cast<char**>(valuesOf(Member::kString)); }
+unsigned char* Handle::asUInt8() {
+    return reinterpret_cast<unsigned char*>(valuesOf(Member::kUInt8));
+}
+unsigned short* Handle::asUInt16() {
+    return reinterpret_cast<unsigned short*>(valuesOf(Member::kUInt16));
+}
+unsigned int* Handle::asUInt32() {
+    return reinterpret_cast<unsigned int*>(valuesOf(Member::kUInt32));
+}
 unsigned long long* Handle::asUInt64() {
-    return static_cast<unsigned long long*>(asType(Member::kUInt64));
+    return reinterpret_cast<unsigned long long*>(valuesOf(Member::kUInt64));
 }
 
 bool Handle::isDefault() const { return fLayout->isDefault(fData); }
@@ -191,12 +199,7 @@ unsigned long long Handle::objectsCreated() { return _objects.created(); }
 unsigned long long Handle::objectsAlive() { return _objects.alive(); }
 
 Handle HandleAccess::borrow(const Structure& structure, const Layout& layout, char* data) {
-    Handle handle;
-    handle.fStructure = &structure;
-    structure.ref();
-    handle.fIndex = firstMember(layout);
-    point(handle, layout, data);
-    return handle;
+    return Handle(structure, layout, data);
 }
 
 Handle HandleAccess::own(const Structure& structure, const Layout& layout, char* data) {
@@ -205,9 +208,9 @@ Handle HandleAccess::own(const Structure& structure, const Layout& layout, char*
     return handle;
 }
 
-void HandleAccess::point(Handle& handle, const Layout& layout, char* data) {
+void HandleAccess::pointAnew(Handle& handle, const Layout& layout, char* data) {
     handle.freeOwnedChunk();
-    if (handle.fLayout.get() != &layout) handle.fLayout = RefPtr<const Layout>(&layout);
+    handle.fLayout = RefPtr<const Layout>(&layout);
     handle.fData = data;
 }
 

@@ -16,7 +16,13 @@ class HandleAccess {
     /// Owns the chunk, at the first member.
     static Handle own(const Structure& structure, const Layout& layout, char* data);
     /// Points a handle of the same structure at another chunk, borrowed; it stays at its member.
-    static void point(Handle& handle, const Layout& layout, char* data);
+    static void point(Handle& handle, const Layout& layout, char* data) {
+        if (handle.fOwnsData || handle.fLayout.get() != &layout) {
+            pointAnew(handle, layout, data);
+        } else {
+            handle.fData = data;
+        }
+    }
     /// The chunk, which the caller now owns and frees by `layout(handle)`; null when the handle
     /// owns none.
     static char* release(Handle& handle);
@@ -28,6 +34,9 @@ class HandleAccess {
     static const Layout& layout(const Handle& handle) { return *handle.fLayout; }
     /// Null for a handle that was made without one.
     static const Structure* structure(const Handle& handle) { return handle.fStructure; }
+
+  private:
+    static void pointAnew(Handle& handle, const Layout& layout, char* data);
 };
 
 }  // namespace orbo::Data

@@ -49,8 +49,9 @@ StructureRegistry::NameIndex& StructureRegistry::byName() {
 
 void StructureRegistry::unfile(const Structure& structure, const std::string& name) {
     const auto [first, last] = fByName.equal_range(name);
-    const auto entry = std::find_if(
-        first, last, [&](const NameIndex::value_type& other) { return other.second == &structure; });
+    const auto entry = std::find_if(first, last, [&](const NameIndex::value_type& other) {
+        return other.second == &structure;
+    });
     if (entry != last) fByName.erase(entry);
 }
 

@@ -2,23 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "debug/ObjectCounter.h"
 
-#if __has_include(<sys/single_threaded.h>)
-#include <sys/single_threaded.h>
-#define METADATA_SINGLE_THREADED __libc_single_threaded
-#else
-#define METADATA_SINGLE_THREADED false
-#endif
-
 namespace orbo::Debug {
-
-// While the process has one thread, a locked instruction would only cost time.
-void ObjectCounter::add(Number& number) noexcept {
-    if (METADATA_SINGLE_THREADED) {
-        number.store(number.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-    } else {
-        number.fetch_add(1, std::memory_order_relaxed);
-    }
-}
 
 std::size_t ObjectCounter::cellOfThisThread() noexcept {
     static std::atomic<std::size_t> nextCell{0};

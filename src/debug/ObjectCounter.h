@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <debug/OneThread.h>
+
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -13,8 +15,8 @@ namespace orbo::Debug {
 /// threads may share one, the sums stay exact).
 class ObjectCounter {
   public:
-    void objectCreated() noexcept { add(cell().created); }
-    void objectDestroyed() noexcept { add(cell().destroyed); }
+    void objectCreated() noexcept { fetchAdd(cell().created, 1ULL); }
+    void objectDestroyed() noexcept { fetchAdd(cell().destroyed, 1ULL); }
 
     [[nodiscard]] unsigned long long created() const noexcept;
     [[nodiscard]] unsigned long long alive() const noexcept;
@@ -26,9 +28,8 @@ class ObjectCounter {
         Number destroyed{0};
     };
 
-    static void add(Number& number) noexcept;
     static std::size_t cellOfThisThread() noexcept;
-    Cell& cell() noexcept { return fCells[cellOfThisThread()]; }
+    Cell& cell() noexcept { return fCells[hasOneThread() ? 0 : cellOfThisThread()]; }
 
     static constexpr std::size_t kCells = 16;
     std::array<Cell, kCells> fCells{};

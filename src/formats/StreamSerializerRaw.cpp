@@ -33,7 +33,7 @@ char* memberValues(Handle& handle, const Member& member) {
 }
 
 /// Writes an index line and a data line for each element.
-class ElementWriter : public ElementVisitor {
+class ElementWriter final : public ElementVisitor {
   public:
     ElementWriter(const StreamSerializerRaw& format, const Stream& stream, std::ostream& out,
                   std::string& errors)

@@ -21,15 +21,25 @@ char* ChunkPool::take(const Layout& layout) {
         return chunk;
     }
     const std::size_t stride = strideOf(layout);
-    if (fLeft < stride && !addBlock(stride)) return nullptr;
+    if (fLeft < stride && !addBlock(nextBlockSize(stride))) return nullptr;
     fLeft -= stride;
     return std::exchange(fNext, fNext + stride);
 }
 
+bool ChunkPool::reserve(const Layout& layout, std::size_t chunks) {
+    const std::size_t stride = strideOf(layout);
+    if (isLarge(layout) || layout.totalSize() == 0 || fLeft / stride >= chunks) return true;
+    return addBlock(chunks * stride);
+}
+
 // Each twice as large as the one before, so that few elements take little.
-bool ChunkPool::addBlock(std::size_t stride) {
+std::size_t ChunkPool::nextBlockSize(std::size_t stride) const {
     const std::size_t wanted = fBlocks.empty() ? kFirstBlock : 2 * fBlockSize;
-    const std::size_t size = std::max(std::min(wanted, kLargestBlock), stride) / stride * stride;
+    return std::max(std::min(wanted, kLargestBlock), stride) / stride * stride;
+}
+
+// What is left of the last one is lost.
+bool ChunkPool::addBlock(std::size_t size) {
     fBlocks.reserve(fBlocks.size() + 1);
     std::unique_ptr<char, Free> block(static_cast<char*>(std::malloc(size)));
     if (!block) return false;

@@ -22,7 +22,9 @@ class ChunkPool {
     /// A chunk of any content; null for a size of 0 and when memory runs out. All that are there at
     /// a time are of one layout.
     [[nodiscard]] char* take(const Layout& layout);
-    /// The same, of a heap block with its content, which is gone afterwards. Throws
+    /// Room for so many more. False when memory runs out.
+    bool reserve(const Layout& layout, std::size_t chunks);
+    /// `take`, of a heap block with its content, which is gone afterwards. Throws
     /// `std::bad_alloc`, and leaves the block.
     [[nodiscard]] char* adopt(const Layout& layout, char* block);
     /// Its strings are nobody's any more.
@@ -35,7 +37,8 @@ class ChunkPool {
     static constexpr std::size_t kLargestPooled = 4096;
 
     static std::size_t strideOf(const Layout& layout);
-    [[nodiscard]] bool addBlock(std::size_t stride);
+    [[nodiscard]] std::size_t nextBlockSize(std::size_t stride) const;
+    [[nodiscard]] bool addBlock(std::size_t size);
 
     static constexpr std::size_t kFirstBlock = 256;
     static constexpr std::size_t kLargestBlock = 64 * 1024;

@@ -51,9 +51,11 @@ NumberedElements::Entry& NumberedElements::insert(unsigned int number) {
         remember(page);
         place = placeIn(page->second, number);
     }
-    Entry& entry = *page->second.insert(place, {number, nullptr});
-    ++fSize;
     ++fVersion;
+    Page& entries = page->second;
+    Entry& entry = place == entries.end() ? entries.emplace_back(Entry{number, nullptr})
+                                          : *entries.insert(place, {number, nullptr});
+    ++fSize;
     return entry;
 }
 

@@ -8,7 +8,9 @@
 
 #include <memory>
 #include <new>
+#include <utility>
 
+#include "core/DataTypes.h"
 #include "debug/ObjectCounter.h"
 #include "streams/IndexTypes.h"
 #include "streams/NameChanges.h"
@@ -32,7 +34,9 @@ bool carryElements(StreamImpl& from, StreamImpl& to) {
 std::unique_ptr<StreamImpl> denseStorage(StreamImplMapped& mapped) {
     auto dense = std::make_unique<StreamImplDense>(mapped.structure(), mapped.name());
     if (mapped.elementCount() == 0) return dense;
-    if (!mapped.typed().empty() || !dense->reserve(mapped.numbered().highest())) return nullptr;
+    if (!mapped.typed().empty()) return nullptr;
+    const unsigned int highest = mapped.numbered().highest();
+    if (!dense->ensureSpaceForElement(highest) && !dense->reserve(highest + 1)) return nullptr;
     if (!carryElements(mapped, *dense)) return nullptr;
     return dense;
 }
@@ -41,6 +45,11 @@ std::unique_ptr<StreamImpl> mappedStorage(StreamImpl& dense) {
     auto mapped = std::make_unique<StreamImplMapped>(dense.structure(), dense.name());
     if (!carryElements(dense, *mapped)) return nullptr;
     return mapped;
+}
+
+Member::eDataType typeOfNumbers(Member::eDataType type) {
+    if (type == Member::kDoubleMatrix4x4) return Member::kDouble;
+    return type == Member::kFloatMatrix4x4 ? Member::kFloat : type;
 }
 
 }  // namespace
@@ -109,6 +118,39 @@ Handle Stream::element(Index index) { return impl().element(index); }
 
 bool Stream::setElement(Index index, const Handle& handle) {
     return impl().setElement(index, handle);
+}
+
+Handle Stream::emplaceElement(Index index) { return impl().emplaceElement(std::move(index)); }
+
+bool Stream::reserve(unsigned int elements) {
+    impl().sync();
+    return impl().reserve(elements);
+}
+
+ColumnPlace Stream::columnPlace(const char* member, Member::eDataType type) {
+    ColumnPlace place;
+    const auto fail = [&](std::string problem) {
+        place.problem = std::move(problem);
+        return place;
+    };
+    const std::string name = member ? member : "";
+    impl().sync();
+    const Layout& layout = impl().layout();
+    const unsigned int index = layout.indexOf(name);
+    if (index == Layout::kNoMember) return fail("There is no member '" + name + "'.");
+    const Member& found = layout.member(index);
+    const DataType& stored = dataType(found.type());
+    if (typeOfNumbers(found.type()) != type)
+        return fail("Member '" + name + "' is of type " + stored.name + ".");
+    if (!impl().isDense()) return fail("The stream's storage is not dense.");
+    const auto& dense = static_cast<const StreamImplDense&>(impl());
+    char* const first = dense.elementAddr(0);
+    if (!first || dense.elementCount() == 0) return place;
+    place.first = first + found.offset();
+    place.stride = static_cast<std::size_t>(layout.stride());
+    place.valuesPerElement = static_cast<unsigned int>(stored.numbers) * found.length();
+    place.count = dense.elementCount();
+    return place;
 }
 
 bool Stream::removeElement(Index index) { return impl().removeElement(index); }

@@ -98,6 +98,12 @@ bool StreamImpl::adoptElement(Index&& index, Handle&& handle) {
     return store(std::move(index), std::move(converted));
 }
 
+Handle StreamImpl::emplaceElement(Index&& index) {
+    sync();
+    char* const chunk = index.complexIndex() ? placeTyped(std::move(index)) : place(index.index());
+    return HandleAccess::borrow(*fStructure, *fLayout, chunk);
+}
+
 bool StreamImpl::mergeStream(StreamImpl& other) {
     // Only numbers below the count are looked at, also where mapped storage has others.
     for (unsigned int k = 0; k < other.elementCount(); ++k) {

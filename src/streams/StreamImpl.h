@@ -66,8 +66,13 @@ class StreamImpl : public RefCounted,
     bool setElement(const Index& index, const Handle& handle);
     /// Takes the handle's chunk over when the handle owns it, else copies it.
     bool adoptElement(Index&& index, Handle&& handle);
-    /// A default chunk that is the element's from now on; null where storage cannot give one.
-    [[nodiscard]] virtual char* place(unsigned int) { return nullptr; }
+    /// The same of a default chunk, which is made where it stays.
+    [[nodiscard]] Handle emplaceElement(Index&& index);
+    /// The chunk of an element that is there from now on, with default values. Null without memory,
+    /// and for chunks of no bytes. After a `sync`.
+    [[nodiscard]] virtual char* place(unsigned int number) = 0;
+    /// After a `sync`.
+    virtual bool reserve(unsigned int elements) = 0;
     /// In order.
     virtual void visit(ElementVisitor& visitor) = 0;
     virtual bool removeElement(const Index& index) = 0;
@@ -105,6 +110,8 @@ class StreamImpl : public RefCounted,
     /// true, and of the index what it needs. An element that is there keeps its address and gets
     /// the new content.
     virtual bool store(Index&& index, OwnedChunk&& chunk) = 0;
+    /// `place`, of a typed index.
+    [[nodiscard]] virtual char* placeTyped(Index&& index) = 0;
     /// Forgets all elements, and whatever was allocated for them.
     virtual void dropChunks() = 0;
     /// All chunks from `layout()` to another; false with nothing changed without memory.

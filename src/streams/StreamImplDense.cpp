@@ -136,9 +136,18 @@ bool StreamImplDense::ensureSpaceForElement(unsigned int position) {
     return capacity > position && allocate(static_cast<unsigned int>(capacity));
 }
 
-bool StreamImplDense::reserve(unsigned int position) {
-    if (ensureSpaceForElement(position)) return true;
-    return position >= fAllocated && position != kNoPosition && allocate(position + 1);
+// Also where the growth steps would not.
+bool StreamImplDense::reserve(unsigned int elements) {
+    if (elements <= fAllocated || layout().totalSize() == 0) return true;
+    return allocate(elements);
+}
+
+char* StreamImplDense::place(unsigned int number) {
+    if (!ensureSpaceForElement(number)) return nullptr;
+    char* const chunk = elementAddr(number);
+    if (chunk && number < fCount) layout().reset(chunk);
+    fCount = std::max(fCount, number + 1);
+    return chunk;
 }
 
 bool StreamImplDense::store(Index&& index, OwnedChunk&& chunk) {

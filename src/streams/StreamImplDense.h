@@ -30,6 +30,8 @@ class StreamImplDense : public StreamImpl,
 
     [[nodiscard]] unsigned int elementCount() const override { return fCount; }
     [[nodiscard]] bool hasElement(const Index& index) const override;
+    [[nodiscard]] char* place(unsigned int number) override;
+    bool reserve(unsigned int elements) override;
     void visit(ElementVisitor& visitor) override;
     /// Sets the element to its default; the count stays.
     bool removeElement(const Index& index) override;
@@ -47,8 +49,6 @@ class StreamImplDense : public StreamImpl,
     /// False, with nothing changed, when memory runs out, when the number of slots would exceed 32
     /// bits, and for the first elements of more than 4096 bytes.
     bool ensureSpaceForElement(unsigned int position);
-    /// Makes room for the position also where the growth steps would not.
-    bool reserve(unsigned int position);
 
     bool debug(Debug::Print& print) const override { return Debug(this, print); }
     bool debug(Debug::Footprint& footprint) const override { return Debug(this, footprint); }
@@ -60,6 +60,7 @@ class StreamImplDense : public StreamImpl,
   protected:
     [[nodiscard]] char* chunkAt(const Index& index) override;
     bool store(Index&& index, OwnedChunk&& chunk) override;
+    [[nodiscard]] char* placeTyped(Index&& index) override { return place(index.index()); }
     void dropChunks() override;
     bool convert(const Layout& to) override;
 

@@ -154,14 +154,33 @@ void StreamImplMapped::visit(ElementVisitor& visitor) {
     for (const auto& [index, chunk] : fTyped) visitor.visit(index, chunk);
 }
 
-char* StreamImplMapped::place(unsigned int number) {
-    char*& chunk = fNumbered.insert(number).chunk;
+bool StreamImplMapped::reserve(unsigned int elements) { return fPool.reserve(layout(), elements); }
+
+// An element's chunk becomes a default one; a new element's is made. False without memory.
+bool StreamImplMapped::fillWithDefault(char*& chunk) {
     if (chunk) {
         layout().reset(chunk);
-    } else if ((chunk = fPool.take(layout()))) {
-        layout().fillWithDefault(chunk);
+        return true;
     }
-    return chunk;
+    chunk = fPool.take(layout());
+    if (chunk) layout().fillWithDefault(chunk);
+    return chunk || layout().totalSize() == 0;
+}
+
+char* StreamImplMapped::place(unsigned int number) {
+    const std::size_t before = fNumbered.size();
+    char*& chunk = fNumbered.insert(number).chunk;
+    if (fillWithDefault(chunk)) return chunk;
+    if (fNumbered.size() > before) fNumbered.erase(number);
+    return nullptr;
+}
+
+char* StreamImplMapped::placeTyped(Index&& index) {
+    const std::size_t before = fTyped.size();
+    const auto entry = fTyped.try_emplace(placeOf(index), std::move(index), nullptr);
+    if (fillWithDefault(entry->second)) return entry->second;
+    if (fTyped.size() > before) fTyped.erase(entry);
+    return nullptr;
 }
 
 bool StreamImplMapped::removeElement(const Index& index) {

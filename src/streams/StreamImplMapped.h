@@ -35,6 +35,7 @@ class StreamImplMapped : public StreamImpl,
     [[nodiscard]] unsigned int elementCount() const override;
     [[nodiscard]] bool hasElement(const Index& index) const override;
     [[nodiscard]] char* place(unsigned int number) override;
+    bool reserve(unsigned int elements) override;
     void visit(ElementVisitor& visitor) override;
     bool removeElement(const Index& index) override;
     bool reindexElement(const Index& from, const Index& to) override;
@@ -57,6 +58,7 @@ class StreamImplMapped : public StreamImpl,
   protected:
     [[nodiscard]] char* chunkAt(const Index& index) override;
     bool store(Index&& index, OwnedChunk&& chunk) override;
+    [[nodiscard]] char* placeTyped(Index&& index) override;
     void dropChunks() override { clear(); }
     bool convert(const Layout& to) override;
 
@@ -74,6 +76,7 @@ class StreamImplMapped : public StreamImpl,
     char*& insert(const Index& index);
     void erase(const Index& index);
     void free(char* chunk);
+    bool fillWithDefault(char*& chunk);
     [[nodiscard]] char* adopt(OwnedChunk&& chunk);
 
     NumberedElements fNumbered;

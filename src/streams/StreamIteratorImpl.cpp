@@ -30,8 +30,8 @@ void StreamIteratorImpl::advance() {
 }
 
 bool StreamIteratorImpl::operator==(const StreamIteratorImpl& other) const {
-    if (fAtEnd != other.fAtEnd || storage() != other.storage()) return false;
-    return fAtEnd || samePlace(other);
+    if (fAtEnd != other.fAtEnd) return false;
+    return storage() == other.storage() && (fAtEnd || samePlace(other));
 }
 
 void StreamIteratorImpl::pointAt(StreamImpl& storage, char* chunk) {
