@@ -18,8 +18,8 @@ constexpr std::size_t kMembersWorthATable = 16;
 
 std::uint64_t roundUp(std::uint64_t value, int alignment) {
     if (alignment <= 1) return value;
-    const auto step = static_cast<std::uint64_t>(alignment);
-    return (value + step - 1) / step * step;
+    const auto step = static_cast<std::uint64_t>(alignment);  // a power of two
+    return (value + step - 1) & ~(step - 1);
 }
 
 std::uint64_t valueBytes(const Member& member) {

@@ -114,14 +114,13 @@ void NumberedElements::Cursor::settle() {
     fNumber = fPage->second[fAt].number;
 }
 
-char* NumberedElements::Cursor::chunk() const {
-    if (fVersion == fElements->fVersion) return fPage->second[fAt].chunk;
+char* NumberedElements::Cursor::chunkOfNumber() const {
     const Entry* entry = fElements->find(fNumber);
     return entry ? entry->chunk : nullptr;
 }
 
-void NumberedElements::Cursor::advance() {
-    if (fVersion == fElements->fVersion) {
+void NumberedElements::Cursor::advanceFar() {
+    if (isCurrent()) {
         ++fAt;
         settle();
     } else if (fNumber == ~0U) {

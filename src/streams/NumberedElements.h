@@ -29,10 +29,18 @@ class NumberedElements {
         [[nodiscard]] bool atEnd() const { return fAtEnd; }
         [[nodiscard]] unsigned int number() const { return fNumber; }
         /// Null when the element was removed.
-        [[nodiscard]] char* chunk() const;
-        void advance();
+        [[nodiscard]] char* chunk() const {
+            return isCurrent() ? fPage->second[fAt].chunk : chunkOfNumber();
+        }
+        void advance() {
+            if (!isCurrent() || fAt + 1 == fPage->second.size()) return advanceFar();
+            fNumber = fPage->second[++fAt].number;
+        }
 
       private:
+        [[nodiscard]] bool isCurrent() const { return fVersion == fElements->fVersion; }
+        [[nodiscard]] char* chunkOfNumber() const;
+        void advanceFar();
         void moveTo(unsigned int from);
         void settle();
 

@@ -16,23 +16,7 @@ StreamIteratorImpl::~StreamIteratorImpl() = default;
 // other's handle may own what it shows.
 StreamIteratorImpl::StreamIteratorImpl(const StreamIteratorImpl& other) = default;
 
-Handle& StreamIteratorImpl::handle() {
-    if (!fHandle) throw std::out_of_range("Iterator not at a valid position");
-    return *fHandle;
-}
-
-const Handle& StreamIteratorImpl::handle() const {
-    return const_cast<StreamIteratorImpl*>(this)->handle();
-}
-
-void StreamIteratorImpl::advance() {
-    if (!fAtEnd) step();
-}
-
-bool StreamIteratorImpl::operator==(const StreamIteratorImpl& other) const {
-    if (fAtEnd != other.fAtEnd) return false;
-    return storage() == other.storage() && (fAtEnd || samePlace(other));
-}
+void StreamIteratorImpl::refuse() { throw std::out_of_range("Iterator not at a valid position"); }
 
 void StreamIteratorImpl::pointAt(StreamImpl& storage, char* chunk) {
     if (fHandle && fHandle->usesStructure(storage.structure())) {

@@ -21,14 +21,24 @@ class StreamIteratorImpl {
 
     [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> clone() const = 0;
     /// Throws `std::out_of_range` when the iterator was made without a storage.
-    [[nodiscard]] Handle& handle();
-    [[nodiscard]] const Handle& handle() const;
+    [[nodiscard]] Handle& handle() {
+        if (!fHandle) refuse();
+        return *fHandle;
+    }
+    [[nodiscard]] const Handle& handle() const {
+        return const_cast<StreamIteratorImpl*>(this)->handle();
+    }
     [[nodiscard]] bool valid() const { return !fAtEnd; }
     [[nodiscard]] virtual Index index() const = 0;
     /// Stays at the end.
-    void advance();
+    void advance() {
+        if (!fAtEnd) step();
+    }
 
-    bool operator==(const StreamIteratorImpl& other) const;
+    bool operator==(const StreamIteratorImpl& other) const {
+        if (fAtEnd != other.fAtEnd) return false;
+        return storage() == other.storage() && (fAtEnd || samePlace(other));
+    }
     bool operator!=(const StreamIteratorImpl& other) const { return !(*this == other); }
 
   protected:
@@ -46,6 +56,8 @@ class StreamIteratorImpl {
     bool fAtEnd = true;
 
   private:
+    [[noreturn]] static void refuse();
+
     std::optional<Handle> fHandle;
 };
 
