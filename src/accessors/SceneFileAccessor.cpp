@@ -36,6 +36,7 @@ bool SceneFileAccessor::readImplementation(const std::set<std::string>* structur
     bool done = false;
     try {
         done = openAndRead(structureNames, associationNames, findings);
+        if (fChecking) *fChecking = findings;
     } catch (...) {
         findings.appendTo(errors);
         throw;
@@ -64,7 +65,7 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
     }
     Files::File& file = opening.file->file();
     ModelReading reading(structureNames, associationNames);
-    if (fThorough) reading.setThorough();
+    if (fChecking) reading.setThorough();
     Files::ReadAhead ahead(file);
     const bool done = scan(ahead, reading, findings);
     if (done) {
@@ -155,16 +156,16 @@ bool SceneFileAccessor::findJournal(const std::string& fileName, Findings& findi
 
 std::vector<Finding> SceneFileAccessor::check(const std::string& fileName) {
     struct Guard {
-        explicit Guard(SceneFileAccessor& checking)
+        Guard(SceneFileAccessor& checking, Findings& found)
             : accessor(checking),
               readPolicy(checking.readPolicy()),
               writePolicy(checking.writePolicy()) {
-            accessor.fThorough = true;
+            accessor.fChecking = &found;
             accessor.setReadPolicy({true});
             accessor.setWritePolicy(WritePolicy::careful());
         }
         ~Guard() {
-            accessor.fThorough = false;
+            accessor.fChecking = nullptr;
             accessor.setReadPolicy(readPolicy);
             accessor.setWritePolicy(writePolicy);
         }
@@ -172,7 +173,8 @@ std::vector<Finding> SceneFileAccessor::check(const std::string& fileName) {
         const ReadPolicy readPolicy;
         const WritePolicy writePolicy;
     };
-    const Guard guard(*this);
+    Findings found;
+    const Guard guard(*this, found);
     Findings findings;
     if (!findJournal(fileName, findings)) {
         setFindings(findings.inFileOrder());
@@ -180,12 +182,14 @@ std::vector<Finding> SceneFileAccessor::check(const std::string& fileName) {
     }
     std::string ignored;
     const bool done = read(fileName, ignored);
-    findings.add(Findings(this->findings()));
     const auto opening = done ? open(Use::kRead) : LockedFile::Opening();
     if (!opening.file) {
-        setFindings(findings.inFileOrder());
+        std::vector<Finding> all = findings.inFileOrder();
+        all.insert(all.end(), this->findings().begin(), this->findings().end());
+        setFindings(std::move(all));
         return this->findings();
     }
+    findings.add(std::move(found));
     Files::File& file = opening.file->file();
     const std::unique_ptr<SceneSection> metadata = section(file);
     checkModel(*this, fTaken, findings);

@@ -49,8 +49,8 @@ class SceneFileAccessor : public Accessor {
     /// What a later write needs to know of the file as it is now.
     void remember(Files::File& file) const;
 
-    bool fThorough = false;     // of the read that a check begins with
-    mutable TakenNames fTaken;  // a write replaces what is in the file
+    Findings* fChecking = nullptr;  // what the read finds that a check begins with
+    mutable TakenNames fTaken;      // a write replaces what is in the file
 };
 
 }  // namespace orbo::Data

@@ -138,8 +138,9 @@ bool StreamImplDense::ensureSpaceForElement(unsigned int position) {
 
 // Also where the growth steps would not.
 bool StreamImplDense::reserve(unsigned int elements) {
-    if (elements <= fAllocated || layout().totalSize() == 0) return true;
-    return allocate(elements);
+    if (elements == 0 || layout().totalSize() == 0) return true;
+    if (elements <= fAllocated && fBlock) return true;
+    return allocate(std::max(elements, fAllocated));
 }
 
 char* StreamImplDense::place(unsigned int number) {

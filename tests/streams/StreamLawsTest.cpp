@@ -133,6 +133,12 @@ struct Pair {
             {"adopt borrowed", [&] { return Both(adopt(b, within), model.copy(a, b)); }},
             {"copy", [&] { return Both(stream.setElement(b, within), model.copy(a, b)); }},
             {"no data", [&] { return Both(stream.setElement(a, noData), model.set(a, kNoData)); }},
+            {"emplace",
+             [&] {
+                 EXPECT_EQ(words(stream.emplaceElement(a)), kDefault);
+                 return Both(true, model.set(a, kDefault));
+             }},
+            {"reserve", [&] { return Both(stream.reserve(a + 1), model.makeRoom(0)); }},
             {"remove", [&] { return Both(stream.removeElement(a), model.remove(a)); }},
             {"reindex", [&] { return Both(stream.reindexElement(a, b), model.reindex(a, b)); }},
             {"swap", [&] { return Both(stream.swapElements(a, b), model.swap(a, b)); }},
@@ -146,7 +152,7 @@ struct Pair {
             {"merge",
              [&] { return Both(stream.mergeStream(from.stream), model.merge(from.model)); }},
             {"share", [&] { return share(other, a, fresh); }}};
-        const auto& [name, run] = operations[below(16) == 0 ? 9 + below(7) : below(9)];
+        const auto& [name, run] = operations[below(16) == 0 ? 11 + below(7) : below(11)];
         SCOPED_TRACE(name);
         const auto [result, expected] = run();
         EXPECT_EQ(result, expected);

@@ -36,6 +36,21 @@ TEST_P(StreamTest, ChangesStructureOnlyWhileEmptyAndKeepsItAlive) {
     EXPECT_EQ(stream.element(3).str(4999), "0");
 }
 
+TEST_P(StreamTest, GivesColumnsOfDenseStorage) {
+    const StreamColumn<int> numbers = stream.column<int>("number");
+    EXPECT_EQ(numbers.problem(), GetParam() ? "" : "The stream's storage is not dense.");
+    EXPECT_EQ(numbers.size(), GetParam() ? 3U : 0U);
+    const StreamColumn<char*> texts = stream.column<char*>("texts");
+    for (unsigned int k = 0; k < texts.size(); ++k) {
+        EXPECT_EQ(*numbers[k] += 10, static_cast<int>(k) + 10);
+        EXPECT_STREQ(texts[k][texts.valuesPerElement() - 1], "text");
+    }
+    EXPECT_EQ(words(stream), GetParam() ? "0=10 text|1=11 text|2=12 text|" : kWords);
+    EXPECT_EQ(stream.column<float>("number").problem(), "Member 'number' is of type int32.");
+    EXPECT_EQ(stream.column<int>("no such").problem(), "There is no member 'no such'.");
+    EXPECT_EQ(stream.column<int>(nullptr).problem(), "There is no member ''.");
+}
+
 TEST_P(StreamTest, AssignedStructureKeepsWhatItShares) {
     const auto assign = [this](unsigned int length) {
         const RefPtr<Structure> next(new Structure("next"));

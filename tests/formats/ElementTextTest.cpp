@@ -1,0 +1,168 @@
+// The short way of elements to text and back, against the long one.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Stream.h>
+#include <data/StreamSerializerRaw.h>
+#include <data/Structure.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <streambuf>
+
+#include "core/DataTypes.h"
+#include "core/StructureRegistry.h"
+#include "core/ValueText.h"
+
+namespace orbo::Data {
+namespace {
+
+/// Hands out one character at a time, so that no value is ever in sight.
+class Drops : public std::streambuf {
+  public:
+    explicit Drops(std::string text) : fText(std::move(text)) {}
+
+  protected:
+    int_type underflow() override {
+        if (fNext == fText.size()) return traits_type::eof();
+        char* const at = fText.data() + fNext++;
+        setg(at, at, at + 1);
+        return traits_type::to_int_type(*at);
+    }
+
+  private:
+    std::string fText;
+    std::size_t fNext = 0;
+};
+
+class ElementTexts : public testing::Test {
+  protected:
+    ElementTexts() {
+        for (int type = 0; type < Member::kInvalid; ++type) {
+            const auto name = "m" + std::to_string(type);
+            fStructure->addMember(static_cast<Member::eDataType>(type), 1 + type % 3, name.c_str());
+        }
+        Structure::registerStructure(*fStructure);
+    }
+
+    unsigned long long bits() { return fRandom(); }
+
+    // Any bit pattern but NaNs, infinities and strings that nobody could read back.
+    void fill(Handle& handle) {
+        for (unsigned int m = 0; m < fStructure->memberCount(); ++m) {
+            handle.setPositionByMemberIndex(m);
+            const auto type = static_cast<Member::eDataType>(m);
+            const int values = dataType(type).numbers * (1 + static_cast<int>(m) % 3);
+            for (int i = 0; i < values; ++i) fillOne(handle, type, i);
+        }
+    }
+
+    void fillOne(Handle& handle, Member::eDataType type, int i) {
+        void* const at = handle.asType(type);
+        const double wide = std::ldexp(static_cast<double>(bits() % 2000000) - 1e6,
+                                       static_cast<int>(bits() % 90) - 60);
+        if (type == Member::kString) {
+            const char* const texts[] = {"",           "plain", "a \"b\" c", "back\\slash",
+                                         "line\nfeed", "\t"};
+            static_cast<char**>(at)[i] = ::strdup(texts[bits() % std::size(texts)]);
+        } else if (type == Member::kBoolean) {
+            static_cast<bool*>(at)[i] = bits() % 2 == 0;
+        } else if (type == Member::kFloat || type == Member::kFloatMatrix4x4) {
+            static_cast<float*>(at)[i] = static_cast<float>(wide);
+        } else if (type == Member::kDouble || type == Member::kDoubleMatrix4x4) {
+            static_cast<double*>(at)[i] = bits() % 2 ? wide : std::round(wide);
+        } else {
+            const unsigned long long value = bits() >> bits() % 64;
+            const auto size = static_cast<std::size_t>(dataType(type).size);
+            std::memcpy(static_cast<char*>(at) + size * static_cast<std::size_t>(i), &value, size);
+        }
+    }
+
+    std::string written(const Stream& stream, bool exact) {
+        std::ostringstream out;
+        ValueText::setExactNumbers(out, exact);
+        std::string errors;
+        EXPECT_EQ(StreamSerializerRaw::theFormat().write(stream, out, errors), 0) << errors;
+        return out.str();
+    }
+
+    std::string byMember(Stream& stream, bool exact) {
+        const StreamSerializerRaw& format = StreamSerializerRaw::theFormat();
+        std::ostringstream out;
+        ValueText::setExactNumbers(out, exact);
+        std::string errors;
+        out << "name s\nindexType numeric\nstructure S\n";
+        for (StreamIterator it = stream.begin(); it != stream.end(); ++it) {
+            out << it.index().asString();
+            for (unsigned int m = 0; m < fStructure->memberCount(); ++m) {
+                out << (m == 0 ? '\n' : ' ');
+                it->setPositionByMemberIndex(m);
+                format.writeMember(*it, 0, out, errors);
+            }
+            out << '\n';
+        }
+        out << "endStream\n";
+        return out.str();
+    }
+
+    StructureRegistry::SetAside fOwnRegistry;
+    RefPtr<Structure> fStructure{new Structure("S")};
+    std::mt19937_64 fRandom{11};
+};
+
+TEST_F(ElementTexts, ShortWayIsTheLongWay) {
+    for (const bool dense : {false, true}) {
+        Stream stream(*fStructure, "s");
+        stream.useDenseStorage(dense);
+        for (unsigned int k = 0; k < 300; ++k) {
+            Handle element = stream.emplaceElement(dense ? k : k * k);
+            fill(element);
+        }
+        EXPECT_EQ(written(stream, false), byMember(stream, false));
+        const std::string text = written(stream, true);
+        EXPECT_EQ(text, byMember(stream, true));
+
+        std::istringstream inSight(text);
+        Drops drops(text);
+        std::istream outOfSight(&drops);
+        for (std::istream* in : {static_cast<std::istream*>(&inSight), &outOfSight}) {
+            std::string errors;
+            const std::unique_ptr<Stream> read(StreamSerializerRaw::theFormat().read(*in, errors));
+            ASSERT_TRUE(read) << errors;
+            EXPECT_EQ(written(*read, true), text);
+        }
+    }
+}
+
+// The long way says what is wrong, wherever the short one stopped.
+TEST_F(ElementTexts, LinesThatAreNotPlainAreReadAsEver) {
+    RefPtr<Structure> pair(new Structure("P"));
+    pair->addMember(Member::kInt8, 1, "small");
+    pair->addMember(Member::kFloat, 1, "number");
+    Structure::registerStructure(*pair);
+    const std::string plain = "0\n1 0.5\n1\n2 1.5\n";
+    for (const char* line : {"300 1", "1", "1 1 1", "1 x", "+1 1", "1 1e2", "1 1e", "1 inf",
+                             "\v1 1", "1\r 1 \r", "1 1e-50", "1 .5", "- 1", "", "1 1\n4\n"}) {
+        const std::string text =
+            "name s\nstructure P\n" + plain + "7\n" + line + "\n1\n9 9\nendStream\n";
+        std::istringstream inSight(text);
+        Drops drops(text);
+        std::istream outOfSight(&drops);
+        std::string errors[2];
+        std::unique_ptr<Stream> read[2];
+        read[0].reset(StreamSerializerRaw::theFormat().read(inSight, errors[0]));
+        read[1].reset(StreamSerializerRaw::theFormat().read(outOfSight, errors[1]));
+        ASSERT_EQ(!read[0], !read[1]) << line;
+        if (read[0]) {
+            EXPECT_EQ(written(*read[0], true), written(*read[1], true)) << line;
+        }
+        EXPECT_EQ(errors[0].substr(0, 12), errors[1].substr(0, 12)) << line;
+    }
+}
+
+}  // namespace
+}  // namespace orbo::Data
