@@ -1,7 +1,9 @@
 // Compares the six digits of every float, and of as many doubles as are asked for, with those of
-// the C library, which the standard streams use: `check-six-digits [DOUBLES]`. Takes an hour of one
-// core. SPDX-License-Identifier: Apache-2.0
+// `std::to_chars`, and every thousandth with those of the C library, which the standard streams
+// use: `check-six-digits [DOUBLES]`. Takes a quarter of an hour of one core.
+// SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -29,11 +31,16 @@ void check(double value, Counts& counts) {
         return;
     }
     char theirs[32];
-    const int size = std::snprintf(theirs, sizeof theirs, "%.6g", value);
+    const auto size = counts.same % 1000 == 0 ? std::snprintf(theirs, sizeof theirs, "%.6g", value)
+                                              : std::to_chars(theirs, theirs + sizeof theirs, value,
+                                                              std::chars_format::general, 6)
+                                                        .ptr -
+                                                    theirs;
     if (end - ours == size && std::memcmp(ours, theirs, static_cast<std::size_t>(size)) == 0) {
         ++counts.same;
     } else if (counts.different++ < 10) {
-        std::printf("%a: %.*s, not %s\n", value, static_cast<int>(end - ours), ours, theirs);
+        std::printf("%a: %.*s, not %.*s\n", value, static_cast<int>(end - ours), ours,
+                    static_cast<int>(size), theirs);
     }
 }
 
