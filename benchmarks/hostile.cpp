@@ -66,11 +66,11 @@ Cost measure(const std::string& file) {
     std::ofstream("/proc/self/clear_refs") << "5";  // the most memory is what there is now
     const double before = statusMiB("VmRSS");
     const auto accessor = Accessor::accessorByExtension(file);
+    accessor->setWritePolicy(orbo::Data::WritePolicy::careful());
     const double start = processorMilliseconds();
     read(*accessor, file);
     const double between = processorMilliseconds();
     cost.mib = std::max(0.0, statusMiB("VmHWM") - before);
-    accessor->setWritePolicy(orbo::Data::WritePolicy::careful());
     std::string errors;
     accessor->write(errors);
     cost.readMilliseconds = between - start;
