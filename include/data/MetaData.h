@@ -44,7 +44,6 @@
 #include <debug/Count.h>
 #include <debug/Export.h>
 #include <debug/Footprint.h>
-#include <debug/OneThread.h>
 #include <debug/Print.h>
 #include <debug/RefCounted.h>
 #include <debug/RefPtr.h>

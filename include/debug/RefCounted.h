@@ -3,7 +3,6 @@
 #pragma once
 
 #include <debug/Export.h>
-#include <debug/OneThread.h>
 
 #include <atomic>
 
@@ -18,10 +17,8 @@ class Print;
 /// count from 1 to 0 deletes the object; one at 0 goes to -1 and deletes nothing.
 class METADATA_API RefCounted {
   public:
-    void ref() const { fetchAdd(fRefCount, 1); }
-    void unref() const {
-        if (fetchAdd(fRefCount, -1) == 1) delete this;
-    }
+    void ref() const;
+    void unref() const;
 
     [[nodiscard]] int refCount() const { return fRefCount.load(); }
     [[nodiscard]] bool isShared() const { return refCount() > 1; }

@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <debug/OneThread.h>
-
 #include <array>
 #include <atomic>
 #include <cstddef>
+
+#include "debug/OneThread.h"
 
 namespace orbo::Debug {
 

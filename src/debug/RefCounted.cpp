@@ -6,9 +6,17 @@
 
 #include <string>
 
+#include "debug/OneThread.h"
+
 namespace orbo {
 
 RefCounted::~RefCounted() = default;
+
+void RefCounted::ref() const { fetchAdd(fRefCount, 1); }
+
+void RefCounted::unref() const {
+    if (fetchAdd(fRefCount, -1) == 1) delete this;
+}
 
 bool RefCounted::Debug(const RefCounted* object, Debug::Footprint& footprint) {
     if (object) footprint.addObject(object, sizeof(RefCounted));
