@@ -56,11 +56,13 @@ constexpr Member::eDataType dataTypeOf() {
     if constexpr (std::is_same_v<T, signed char>) return Member::kInt8;
     if constexpr (std::is_same_v<T, short>) return Member::kInt16;
     if constexpr (std::is_same_v<T, int>) return Member::kInt32;
+    if constexpr (std::is_same_v<T, long> && sizeof(T) == 8) return Member::kInt64;
     if constexpr (std::is_same_v<T, long long>) return Member::kInt64;
     if constexpr (std::is_same_v<T, char*>) return Member::kString;
     if constexpr (std::is_same_v<T, unsigned char>) return Member::kUInt8;
     if constexpr (std::is_same_v<T, unsigned short>) return Member::kUInt16;
     if constexpr (std::is_same_v<T, unsigned int>) return Member::kUInt32;
+    if constexpr (std::is_same_v<T, unsigned long> && sizeof(T) == 8) return Member::kUInt64;
     if constexpr (std::is_same_v<T, unsigned long long>) return Member::kUInt64;
     return Member::kInvalid;
 }

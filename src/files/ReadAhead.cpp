@@ -42,9 +42,10 @@ std::optional<std::size_t> ReadAhead::read(char* to, std::size_t count) {
     const Range window = fLoaded.contains(wanted) ? fLoaded : windowFor(wanted);
     fLast = wanted;
     std::optional<std::size_t> got;
-    if (window.size() == 0) {
+    if (window.size() == 0 || !(fLoaded.contains(wanted) || load(window))) {
+        // Also where something else in the window could not be read.
         got = readFrom(fPosition, to, count);
-    } else if (fLoaded.contains(wanted) || load(window)) {
+    } else {
         // The file may end inside of them.
         const std::uint64_t end = std::min(wanted.end, fLoaded.end);
         got = static_cast<std::size_t>(std::max(end, fPosition) - fPosition);

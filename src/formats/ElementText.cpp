@@ -137,17 +137,6 @@ bool readRun(PlainLine& line, Member::eDataType type, char* to, std::uint64_t co
     });
 }
 
-void writeString(LumpedOutput& out, const char* text) {
-    out.write('"');
-    for (; *text != '\0'; ++text) {
-        char* to = out.room(2);
-        if (*text == '"' || *text == '\\' || *text == '\n') *to++ = '\\';
-        *to++ = *text == '\n' ? 'n' : *text;
-        out.take(to);
-    }
-    out.write('"');
-}
-
 }  // namespace
 
 ElementText::ElementText(const Layout& layout) : fLayout(layout) {
@@ -179,7 +168,7 @@ void ElementText::write(LumpedOutput& out, const ValueText::NumberFormat& format
             const auto* strings = reinterpret_cast<const char* const*>(from);
             for (std::uint64_t i = 0; i < run.count; ++i) {
                 separate();
-                writeString(out, strings[i] ? strings[i] : "");
+                out.writeQuoted(strings[i] ? strings[i] : "");
             }
         } else if (run.type == Member::kBoolean) {
             for (std::uint64_t i = 0; i < run.count; ++i) {

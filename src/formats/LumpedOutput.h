@@ -41,6 +41,17 @@ class LumpedOutput {
             text.remove_prefix(size);
         }
     }
+    /// As stream texts have strings.
+    void writeQuoted(const char* text) {
+        write('"');
+        for (; *text != '\0'; ++text) {
+            char* to = room(2);
+            if (*text == '"' || *text == '\\' || *text == '\n') *to++ = '\\';
+            *to++ = *text == '\n' ? 'n' : *text;
+            take(to);
+        }
+        write('"');
+    }
     void handOn() {
         const std::streamsize size = fNext - fRoom.data();
         fNext = fRoom.data();

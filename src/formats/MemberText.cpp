@@ -11,6 +11,7 @@
 #include "core/Ascii.h"
 #include "core/GetArea.h"
 #include "core/ValueText.h"
+#include "formats/LumpedOutput.h"
 #include "formats/RawMessages.h"
 
 namespace orbo::Data {
@@ -21,20 +22,6 @@ constexpr int kEnd = std::char_traits<char>::eof();
 
 unsigned int bytesPerNumber(const DataType& type) {
     return static_cast<unsigned int>(type.size / type.numbers);
-}
-
-void writeString(std::ostream& out, std::string_view text) {
-    ValueText::write(out, "\"");
-    while (!text.empty()) {
-        const std::size_t plain = std::min(text.find_first_of("\"\\\n"), text.size());
-        ValueText::write(out, text.substr(0, plain));
-        text.remove_prefix(plain);
-        if (text.empty()) break;
-        const char escape[] = {'\\', text.front() == '\n' ? 'n' : text.front()};
-        ValueText::write(out, std::string_view(escape, sizeof escape));
-        text.remove_prefix(1);
-    }
-    ValueText::write(out, "\"");
 }
 
 }  // namespace
@@ -200,7 +187,9 @@ void writeMemberText(std::ostream& out, const Member& member, const char* values
         if (i != 0) ValueText::write(out, " ");
         if (member.type() == Member::kString) {
             const char* text = reinterpret_cast<const char* const*>(values)[i];
-            writeString(out, text ? text : "");
+            LumpedOutput quoted(out);
+            quoted.writeQuoted(text ? text : "");
+            quoted.handOn();
         } else {
             ValueText::write(out, member.type(), values + i * bytesPerNumber(type));
         }

@@ -18,6 +18,7 @@
 #include "formats/RawMessages.h"
 #include "formats/StreamTextReader.h"
 #include "streams/StreamAccess.h"
+#include "streams/StreamImpl.h"
 
 namespace orbo::Data {
 

@@ -15,6 +15,7 @@
 #include "formats/RawMessages.h"
 #include "formats/ReaderRemarks.h"
 #include "streams/StreamAccess.h"
+#include "streams/StreamImpl.h"
 
 namespace orbo::Data {
 
@@ -162,6 +163,8 @@ void StreamTextReader::readPlainElements(Stream& stream) {
         unsigned int number = 0;
         const char* const indexEnd = PlainNumber<unsigned int>::read(next, last, number);
         if (!indexEnd || indexEnd == last || *indexEnd != '\n') break;
+        // Of one that is not plain after all a default element stays for the moment: the long way
+        // puts its own in the place, or there will be no stream.
         char* const chunk = places->place(number);
         const char* const end = chunk ? fPlainText->read(indexEnd + 1, last, chunk) : nullptr;
         if (!end) break;

@@ -29,7 +29,11 @@ char* ChunkPool::take(const Layout& layout) {
 bool ChunkPool::reserve(const Layout& layout, std::size_t chunks) {
     const std::size_t stride = strideOf(layout);
     if (isLarge(layout) || layout.totalSize() == 0 || fLeft / stride >= chunks) return true;
-    return addBlock(chunks * stride);
+    while (fLeft >= stride) {
+        fLeft -= stride;
+        giveBack(layout, std::exchange(fNext, fNext + stride));
+    }
+    return addBlock(std::max(chunks * stride, nextBlockSize(stride)));
 }
 
 // Each twice as large as the one before, so that few elements take little.
@@ -40,12 +44,15 @@ std::size_t ChunkPool::nextBlockSize(std::size_t stride) const {
 
 // What is left of the last one is lost.
 bool ChunkPool::addBlock(std::size_t size) {
-    fBlocks.reserve(fBlocks.size() + 1);
     std::unique_ptr<char, Free> block(static_cast<char*>(std::malloc(size)));
     if (!block) return false;
-    fNext = block.get();
+    try {
+        fBlocks.push_back(std::move(block));
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    fNext = fBlocks.back().get();
     fLeft = fBlockSize = size;
-    fBlocks.push_back(std::move(block));
     return true;
 }
 

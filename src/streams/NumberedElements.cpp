@@ -46,7 +46,6 @@ NumberedElements::Entry& NumberedElements::insert(unsigned int number) {
         const auto at = static_cast<std::size_t>(place - page->second.begin());
         const bool isInside = at > 0 && at < kPageSize;
         const auto behind = split(page, isInside ? kPageSize / 2 : at);
-        if (at == kPageSize) behind->second.reserve(kPageSize);
         if (behind->second.empty() ? at == kPageSize : behind->first <= number) page = behind;
         remember(page);
         place = placeIn(page->second, number);
@@ -64,6 +63,7 @@ NumberedElements::Pages::iterator NumberedElements::split(Pages::iterator page, 
     const bool isAtEnd = at == entries.size();
     const unsigned int lowest = isAtEnd ? entries.back().number + 1 : entries[at].number;
     Page moved(entries.begin() + static_cast<std::ptrdiff_t>(at), entries.end());
+    if (isAtEnd) moved.reserve(kPageSize);  // without which it may not stay empty
     const auto behind = fPages.try_emplace(std::next(page), lowest, std::move(moved));
     entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(at), entries.end());
     return behind;

@@ -36,6 +36,7 @@ std::unique_ptr<StreamImpl> denseStorage(StreamImplMapped& mapped) {
     if (mapped.elementCount() == 0) return dense;
     if (!mapped.typed().empty()) return nullptr;
     const unsigned int highest = mapped.numbered().highest();
+    if (highest == ~0U) return nullptr;  // a count could not include it
     if (!dense->ensureSpaceForElement(highest) && !dense->reserve(highest + 1)) return nullptr;
     if (!carryElements(mapped, *dense)) return nullptr;
     return dense;

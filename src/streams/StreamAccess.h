@@ -4,12 +4,14 @@
 
 #include <data/Stream.h>
 
-#include "streams/StreamImpl.h"
-
 #include <cstdint>
 #include <string>
 
 namespace orbo::Data {
+
+class ElementVisitor;
+class Layout;
+class StreamImpl;
 
 class StreamAccess {
   public:
@@ -22,7 +24,7 @@ class StreamAccess {
     static bool adoptElement(Stream& stream, Index&& index, Handle&& handle);
     /// For `StreamImpl::place`, with chunks of this layout; null when they have another.
     static StreamImpl* placesOf(Stream& stream, const Layout& layout);
-    /// Of the chunks, as long as the structure stays as it is.
+    /// Of the chunks that `visitElements` finds as long as the structure stays as it is.
     static const Layout& layoutOf(const Stream& stream);
     /// Tells of all elements in order.
     static void visitElements(const Stream& stream, ElementVisitor& visitor);

@@ -73,7 +73,7 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] virtual char* place(unsigned int number) = 0;
     /// After a `sync`.
     virtual bool reserve(unsigned int elements) = 0;
-    /// In order.
+    /// In order; after a `sync`.
     virtual void visit(ElementVisitor& visitor) = 0;
     virtual bool removeElement(const Index& index) = 0;
     virtual bool reindexElement(const Index& from, const Index& to) = 0;

@@ -89,7 +89,6 @@ bool StreamImplDense::hasElement(const Index& index) const { return index.index(
 
 // As the iterator does, which finds nothing behind the first element when there is no block.
 void StreamImplDense::visit(ElementVisitor& visitor) {
-    sync();
     const bool hasChunks = fBlock || layout().totalSize() == 0;
     const unsigned int count = hasChunks ? fCount : std::min(fCount, 1U);
     for (unsigned int k = 0; k < count; ++k) visitor.visit(k, elementAddr(k));

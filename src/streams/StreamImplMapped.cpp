@@ -149,12 +149,14 @@ bool StreamImplMapped::store(Index&& index, OwnedChunk&& chunk) {
 }
 
 void StreamImplMapped::visit(ElementVisitor& visitor) {
-    sync();
     fNumbered.forEach([&](unsigned int number, char* chunk) { visitor.visit(number, chunk); });
     for (const auto& [index, chunk] : fTyped) visitor.visit(index, chunk);
 }
 
-bool StreamImplMapped::reserve(unsigned int elements) { return fPool.reserve(layout(), elements); }
+bool StreamImplMapped::reserve(unsigned int elements) {
+    const unsigned int count = elementCount();
+    return elements <= count || fPool.reserve(layout(), elements - count);
+}
 
 // An element's chunk becomes a default one; a new element's is made. False without memory.
 bool StreamImplMapped::fillWithDefault(char*& chunk) {
@@ -188,6 +190,7 @@ bool StreamImplMapped::removeElement(const Index& index) {
     if (!place) return true;
     free(*place);
     erase(index);
+    if (elementCount() == 0) fPool.clear();
     return true;
 }
 
@@ -195,6 +198,7 @@ bool StreamImplMapped::reindexElement(const Index& from, const Index& to) {
     if (!find(from)) return false;
     if (from == to) return true;
     insert(to);
+    if (find(from) == find(to)) return true;  // of a type that orders what it tells apart alike
     char*& source = *find(from);
     free(std::exchange(*find(to), std::exchange(source, nullptr)));
     erase(from);

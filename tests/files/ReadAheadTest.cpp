@@ -40,5 +40,35 @@ TEST(ReadAheadTest, GivesTheBytesThatTheFileHas) {
     EXPECT_FALSE(ahead.write("x", 1) || ahead.truncate(0) || ahead.sync());
 }
 
+/// One byte of it cannot be read.
+class Damaged : public MemoryFile {
+  public:
+    Damaged(std::string_view bytes, std::uint64_t at) : MemoryFile(bytes), fAt(at) {}
+    [[nodiscard]] bool seek(std::uint64_t offset) override {
+        fPosition = offset;
+        return MemoryFile::seek(offset);
+    }
+    [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override {
+        if (fPosition <= fAt && fAt - fPosition < count) return std::nullopt;
+        fPosition += count;
+        return MemoryFile::read(to, count);
+    }
+
+  private:
+    std::uint64_t fAt;
+    std::uint64_t fPosition = 0;
+};
+
+TEST(ReadAheadTest, OnlyWhatIsAskedForMustBeThere) {
+    const std::string bytes(400'000, 'x');
+    Damaged file(bytes, 335'000);
+    ReadAhead ahead(file);
+    std::string got(4096, ' ');
+    for (std::uint64_t at = bytes.size() - 4096; at > 300'000; at -= 4096) {
+        const bool there = at > 335'000 || at + 4096 <= 335'000;
+        EXPECT_EQ(readExactlyAt(ahead, at, got.data(), got.size()), there) << at;
+    }
+}
+
 }  // namespace
 }  // namespace orbo::Files

@@ -98,6 +98,8 @@ void edit(Associations& associations) {
     stream->setElement(3, stream->element(0));
     stream->reindexElement(3, 9);
     stream->swapElements(0, 9);
+    stream->reserve(40);
+    for (unsigned int k = 20; k < 90; ++k) stream->emplaceElement(k);
     stream->useDenseStorage(true);
     stream->setElement(300, stream->element(0));
     channel.renameDataStream("a", "z");
