@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/TextStatement.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace orbo::Data::TextStatement {
 
 namespace {
@@ -68,9 +71,14 @@ void appendEscapedLines(std::string& out, std::string_view text) {
 void unescape(std::string& text) {
     std::size_t out = 0;
     for (std::size_t at = 0; at < text.size();) {
-        const char c = text[at++];
+        const std::size_t plain = std::min(text.find('\\', at), text.size()) - at;
+        std::memmove(&text[out], &text[at], plain);
+        out += plain;
+        at += plain;
+        if (at == text.size()) break;
         // A backslash with nothing behind it stands for itself.
-        text[out++] = c == '\\' && at < text.size() ? escapedCharacter(text, at) : c;
+        const bool escapes = ++at < text.size();
+        text[out++] = escapes ? escapedCharacter(text, at) : '\\';
     }
     text.resize(out);
 }

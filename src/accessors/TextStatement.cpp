@@ -90,14 +90,13 @@ struct Quotes {
 // A quote inside the value that ends it, so that the rest is something else. Associations escape
 // all of theirs; structures escape none, and only what stands behind one tells.
 bool endsEarly(Kind kind, std::string_view value) {
-    for (std::size_t at = 0; at < value.size(); ++at) {
-        if (value[at] == '\\') {
-            ++at;
-        } else if (value[at] == '"') {
-            if (kind == Kind::kAssociations) return true;
-            const char next = at + 1 < value.size() ? value[at + 1] : '\0';
-            if (next == ';' || Ascii::isBlank(next)) return true;
-        }
+    for (std::size_t at = value.find('"'); at < value.size(); at = value.find('"', at + 1)) {
+        const std::string_view front = value.substr(0, at);
+        const std::size_t backslashes = at - (front.find_last_not_of('\\') + 1);
+        if (backslashes % 2 != 0) continue;
+        if (kind == Kind::kAssociations) return true;
+        const char next = at + 1 < value.size() ? value[at + 1] : '\0';
+        if (next == ';' || Ascii::isBlank(next)) return true;
     }
     return false;
 }

@@ -17,7 +17,6 @@ constexpr std::uint32_t kLimit = 1'000'000;
 constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-constexpr int kLargestPower = 22;
 
 // Below a million, one rounding is off by less than 1e-10.
 constexpr double kTooNear = 1e-9;

@@ -58,7 +58,8 @@ bool BackwardLineReader::takeFromBlock(LineDescriptor& line) {
             line.closed = last[-1] == ';';
         }
     }
-    while (at != first && at[-1] != '\n') --at;
+    const void* const feed = ::memrchr(first, '\n', static_cast<std::size_t>(at - first));
+    at = feed ? static_cast<const char*>(feed) + 1 : first;
     line.begin = fBlockOffset + static_cast<std::uint64_t>(at - first);
     return at != first || line.begin == fBegin;
 }
