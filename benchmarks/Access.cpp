@@ -1,0 +1,70 @@
+// What it costs to come to the values of elements that are there.
+// SPDX-License-Identifier: Apache-2.0
+#include "Bench.h"
+
+using namespace orbo::Benchmarks;
+using orbo::Data::Handle;
+using orbo::Data::Stream;
+
+namespace {
+
+Stream makeRecords(bool dense) {
+    const auto structure = makeStructure("Record", orbo::Data::Member::kFloat, 12);
+    Stream stream(*structure, "stream");
+    Handle handle(*structure);
+    for (unsigned i = 0; i < kElements; ++i) {
+        *handle.asFloat() = static_cast<float>(i);
+        stream.setElement(i, handle);
+    }
+    stream.useDenseStorage(dense);
+    return stream;
+}
+
+float walk(Stream& stream) {
+    float sum = 0;
+    const Stream::iterator end = stream.end();
+    for (Stream::iterator element = stream.begin(); element != end; ++element) {
+        sum += *element->asFloat();
+    }
+    return sum;
+}
+
+float walk(const orbo::Data::StreamColumn<float>& column) {
+    float sum = 0;
+    for (unsigned i = 0; i < column.size(); ++i) sum += *column[i];
+    return sum;
+}
+
+float walkRaw(const char* first, std::size_t stride) {
+    float sum = 0;
+    for (unsigned i = 0; i < kElements; ++i) {
+        sum += *reinterpret_cast<const float*>(first + i * stride);
+    }
+    return sum;
+}
+
+}  // namespace
+
+int main() {
+    Stream dense = makeRecords(true);
+    Stream mapped = makeRecords(false);
+    const auto* first = reinterpret_cast<const char*>(dense.element(0).asFloat());
+    std::size_t stride = dense.structure().totalSize();
+    benchmark::DoNotOptimize(stride);  // known at run time only
+    const auto column = dense.column<float>("values");
+    require(walk(column) == walkRaw(first, stride), "the column");
+    require(walk(dense) == walkRaw(first, stride) && walk(mapped) == walk(dense), "sums");
+
+    Bench bench(41, kElements);
+    bench.setTimes(30);
+    bench.measure("raw loop", [&] { return walkRaw(first, stride); });
+    bench.measure("column", [&] { return walk(column); });
+    bench.measure("dense", [&] { return walk(dense); });
+    bench.measure("mapped", [&] { return walk(mapped); });
+    bench.run();
+    bench.compare("walk a column", "column", "raw loop", 1.05);
+    bench.atMost("walk with an iterator, dense", "dense", 5);
+    bench.compare("", "dense", "raw loop");
+    bench.atMost("walk with an iterator, mapped", "mapped", 5);
+    return bench.result();
+}

@@ -1,0 +1,144 @@
+// What the benchmarks share: measuring in rounds, the rows of the table, elements and scenes.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <benchmark/benchmark.h>
+#include <data/Accessor.h>
+#include <data/Stream.h>
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace orbo::Benchmarks {
+
+/// The time of the thread leaves out what else the machine does; waiting for disks, processes and
+/// threads takes a clock on the wall.
+enum class Clock { kThread, kWall };
+
+/// Measures all contestants once in each round, in shuffled order, and prints a row for each
+/// figure. Ratios are the medians of those in each round.
+class Bench {
+  public:
+    /// Times are shown for one of the `parts` that a contestant works on.
+    explicit Bench(unsigned rounds, double parts = 1, Clock clock = Clock::kThread);
+
+    /// How often what is added from now on runs in each round, for what takes too little time.
+    void setTimes(int times) { fTimes = times; }
+    /// What `work` returns dies unmeasured.
+    template <typename Work>
+    void measure(const std::string& name, Work work) {
+        add(name, [work](benchmark::State& state) {
+            for (auto _ : state) {
+                using Result = std::invoke_result_t<Work>;
+                if constexpr (std::is_void_v<Result>) {
+                    work();
+                } else {
+                    std::unique_ptr<Result> result(new Result(work()));
+                    benchmark::DoNotOptimize(result.get());
+                    state.PauseTiming();
+                    result.reset();
+                    state.ResumeTiming();
+                }
+            }
+        });
+    }
+    /// Once in each round `nanoseconds` says what was measured.
+    void sample(const std::string& name, std::function<double()> nanoseconds);
+    /// A first round warms up and does not count.
+    void run();
+
+    /// A row with the times of two contestants; not judged when nothing is allowed.
+    void compare(const std::string& subject, const std::string& ours, const std::string& other,
+                 double allowed = 0);
+    void atMost(const std::string& subject, const std::string& ours, double nanoseconds);
+    /// A row of what was counted instead of timed.
+    void count(const std::string& subject, double ours, const std::string& otherName, double other,
+               double allowed, const std::string& unit);
+    /// The exit status: 1 when a figure is not held.
+    [[nodiscard]] int result() const { return fAllHeld ? 0 : 1; }
+
+  private:
+    using Samples = std::vector<double>;
+
+    void add(const std::string& name, const std::function<void(benchmark::State&)>& work);
+    [[nodiscard]] std::string time(double nanoseconds) const;
+    void row(const std::string& subject, const std::string& ours, const std::string& otherName,
+             const std::string& other, double ratio, double allowed);
+
+    unsigned fRounds;
+    double fParts;
+    Clock fClock;
+    int fTimes = 1;
+    std::map<std::string, std::function<double()>> fContestants;
+    std::map<std::string, Samples> fSamples;  // nanoseconds
+    bool fAllHeld = true;
+};
+
+/// Ends the program when what is measured does not do its work.
+void require(bool condition, const std::string& what);
+double median(std::vector<double> values);
+/// What `work` says in a process of its own.
+double apart(const std::function<double()>& work);
+/// Bytes in use, the allocator's own included.
+double heapBytes();
+/// The number behind `field` in a file below /proc/self.
+double processNumber(const std::string& file, const std::string& field);
+
+/// The element of which texts are made.
+struct Element {
+    std::int32_t id;
+    float position[3];
+    std::string name;
+};
+using Elements = std::map<std::uint32_t, std::unique_ptr<Element>>;
+constexpr unsigned kElements = 100'000;
+
+void append(Elements& elements, std::uint32_t index, Element&& element);
+Elements makeElements(unsigned count);
+/// Its structure is registered.
+Data::Stream makeStream(const Elements& elements);
+/// Behind the header lines of `makeStream`, whose text this is.
+std::string textOf(const Data::Stream& stream);
+/// A stream of so many single values of a type at each of so many numbers.
+RefPtr<Data::Structure> makeStructure(const char* name, Data::Member::eDataType type,
+                                      unsigned length);
+
+/// A contestant that other libraries enter.
+struct Peer {
+    std::string name;
+    bool mustBeBeaten;
+    std::function<Elements()> read;
+    std::function<std::size_t()> write;  // may be absent
+};
+std::vector<Peer> makePeers(const Elements& elements, const std::string& text);
+
+/// A folder for scenes, removed with all that is in it.
+class Folder {
+  public:
+    Folder();
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder();
+    [[nodiscard]] std::string file(const std::string& name) const { return fPath + "/" + name; }
+
+  private:
+    std::string fPath;
+};
+
+constexpr std::uint64_t kMiB = 1024 * 1024;
+/// Writes a scene of `length` bytes, a hole, and then metadata: the stream at each of the nodes.
+/// Returns the bytes of the metadata. The extension tells the kind.
+std::uint64_t makeScene(const std::string& file, std::uint64_t length, const Data::Stream& stream,
+                        const std::vector<std::string>& nodes = {"node"});
+/// Reads the scene, or its named nodes only.
+std::unique_ptr<Data::Accessor> readScene(const std::string& file,
+                                          const std::set<std::string>* nodes = nullptr);
+
+}  // namespace orbo::Benchmarks

@@ -1,0 +1,56 @@
+// How long the command line takes to start and the library to load. Not linked with the library,
+// so that each process of its own loads it anew.
+// SPDX-License-Identifier: Apache-2.0
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "Bench.h"
+
+using namespace orbo::Benchmarks;
+
+namespace {
+
+void runVersion() {
+    char program[] = BENCH_QUILMETA;
+    char option[] = "--version";
+    char* const arguments[] = {program, option, nullptr};
+    posix_spawn_file_actions_t quiet;
+    ::posix_spawn_file_actions_init(&quiet);
+    ::posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    pid_t child = 0;
+    int status = -1;
+    const bool spawned = ::posix_spawn(&child, program, &quiet, nullptr, arguments, environ) == 0;
+    ::posix_spawn_file_actions_destroy(&quiet);
+    require(spawned && ::waitpid(child, &status, 0) == child && status == 0, "quilmeta --version");
+}
+
+double threadNanoseconds() {
+    timespec now{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
+}
+
+double nanosecondsToLoad(const char* library) {
+    return apart([library] {
+        const double start = threadNanoseconds();
+        require(::dlopen(library, RTLD_LAZY) != nullptr, library);
+        return threadNanoseconds() - start;
+    });
+}
+
+}  // namespace
+
+int main() {
+    Bench bench(21, 1, Clock::kWall);
+    bench.measure("version", runVersion);
+    bench.sample("load",
+                 [] { return nanosecondsToLoad(BENCH_LIBRARY) - nanosecondsToLoad(BENCH_EMPTY); });
+    bench.run();
+    bench.atMost("quilmeta --version", "version", 5e6);
+    bench.atMost("load the library", "load", 1e5);
+    return bench.result();
+}

@@ -1,0 +1,160 @@
+// What mapped storage costs in time and memory, beside a map of elements on their own.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <numeric>
+#include <random>
+
+#include "Bench.h"
+
+using namespace orbo::Benchmarks;
+using orbo::Data::Handle;
+using orbo::Data::Stream;
+
+namespace {
+
+struct Record {
+    float values[12];
+};
+using Records = std::map<std::uint32_t, std::unique_ptr<Record>>;
+using Numbers = std::vector<std::uint32_t>;
+
+struct Order {
+    std::string name;
+    Numbers numbers;
+    double time;  // allowed, as the memory
+    double memory;
+};
+
+std::vector<Order> makeOrders() {
+    std::mt19937 random(1);
+    Numbers inOrder(kElements);
+    std::iota(inOrder.begin(), inOrder.end(), 0);
+    Numbers shuffled = inOrder;
+    std::shuffle(shuffled.begin(), shuffled.end(), random);
+    Numbers sparse = inOrder;
+    for (std::uint32_t& number : sparse) number *= 1000;
+    Numbers anywhere(kElements);
+    for (std::uint32_t& number : anywhere) number = static_cast<std::uint32_t>(random());
+    return {{"in order", inOrder, 0.6, 0.65},
+            {"in random order", shuffled, 1, 1},
+            {"every 1,000th", sparse, 1, 1},
+            {"random 32-bit", anywhere, 1, 1}};
+}
+
+class Contest {
+  public:
+    Contest() : fStructure(makeStructure("Record", orbo::Data::Member::kFloat, 12)) {}
+
+    [[nodiscard]] Stream buildStream(const Numbers& numbers) const {
+        Stream stream(*fStructure, "stream");
+        for (const std::uint32_t number : numbers) {
+            *stream.emplaceElement(number).asFloat() = static_cast<float>(number);
+        }
+        return stream;
+    }
+    [[nodiscard]] Stream copyIntoStream(const Numbers& numbers) const {
+        Stream stream(*fStructure, "stream");
+        Handle handle(*fStructure);
+        for (const std::uint32_t number : numbers) {
+            *handle.asFloat() = static_cast<float>(number);
+            stream.setElement(number, handle);
+        }
+        return stream;
+    }
+    [[nodiscard]] static Records buildMap(const Numbers& numbers) {
+        Records records;
+        Record record{};
+        for (const std::uint32_t number : numbers) {
+            record.values[0] = static_cast<float>(number);
+            records.emplace(number, std::make_unique<Record>(record));
+        }
+        return records;
+    }
+    [[nodiscard]] static Records appendToMap(const Numbers& numbers) {
+        Records records;
+        Record record{};
+        for (const std::uint32_t number : numbers) {
+            record.values[0] = static_cast<float>(number);
+            records.emplace_hint(records.end(), number, std::make_unique<Record>(record));
+        }
+        return records;
+    }
+
+  private:
+    orbo::RefPtr<orbo::Data::Structure> fStructure;
+};
+
+double sumOf(Stream& stream, const Numbers& numbers) {
+    float sum = 0;
+    for (const std::uint32_t number : numbers) sum += *stream.element(number).asFloat();
+    return static_cast<double>(sum);
+}
+double sumOf(const Records& records, const Numbers& numbers) {
+    float sum = 0;
+    for (const std::uint32_t number : numbers) sum += records.find(number)->second->values[0];
+    return static_cast<double>(sum);
+}
+double sumOf(Stream& stream) {
+    float sum = 0;
+    for (Handle& element : stream) sum += *element.asFloat();
+    return static_cast<double>(sum);
+}
+double sumOf(const Records& records) {
+    float sum = 0;
+    for (const auto& [number, record] : records) sum += record->values[0];
+    return static_cast<double>(sum);
+}
+
+template <typename Build>
+double bytesOf(const Build& build) {
+    const double before = heapBytes();
+    const auto built = build();
+    return (heapBytes() - before) / kElements;
+}
+
+void compareMemory(Bench& bench, const Contest& contest, const Order& order) {
+    const double ours = bytesOf([&] { return contest.buildStream(order.numbers); });
+    const double map = bytesOf([&] { return Contest::buildMap(order.numbers); });
+    bench.count("store, bytes per element: " + order.name, ours, "map of unique_ptr", map,
+                order.memory, "B");
+}
+
+}  // namespace
+
+int main() {
+    const Contest contest;
+    const auto orders = makeOrders();
+    Bench bench(15, kElements);
+    for (const Order& order : orders) {
+        bench.measure(order.name, [&] { return contest.buildStream(order.numbers); });
+        bench.measure("map, " + order.name, [&] { return Contest::buildMap(order.numbers); });
+    }
+    bench.measure("setElement", [&] { return contest.copyIntoStream(orders[0].numbers); });
+    bench.measure("map, hint at its end", [&] { return Contest::appendToMap(orders[0].numbers); });
+
+    Stream stream = contest.buildStream(orders[0].numbers);
+    const Records records = Contest::buildMap(orders[0].numbers);
+    bench.setTimes(3);
+    for (const auto& [name, numbers] : {std::pair{"find in sequence", &orders[0].numbers},
+                                        {"find at random", &orders[1].numbers}}) {
+        require(sumOf(stream, *numbers) == sumOf(records, *numbers), "sums");
+        bench.measure(name, [&, n = numbers] { return sumOf(stream, *n); });
+        bench.measure(std::string("map, ") + name, [&, n = numbers] { return sumOf(records, *n); });
+    }
+    bench.setTimes(10);
+    bench.measure("walk", [&] { return sumOf(stream); });
+    bench.measure("map, walk", [&] { return sumOf(records); });
+    bench.run();
+
+    for (const Order& order : orders) {
+        bench.compare("store, build: " + order.name, order.name, "map, " + order.name, order.time);
+    }
+    bench.compare("", orders[0].name, "map, hint at its end");
+    bench.compare("store, build: with setElement", "setElement", "map, in order");
+    for (const char* const name : {"find in sequence", "find at random"}) {
+        bench.compare(std::string("store, ") + name, name, std::string("map, ") + name, 0.4);
+    }
+    bench.compare("store, walk", "walk", "map, walk", 0.7);
+    for (const Order& order : orders) compareMemory(bench, contest, order);
+    return bench.result();
+}

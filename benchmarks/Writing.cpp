@@ -1,0 +1,90 @@
+// How fast the text of a stream is written, with six digits and with those that read back exactly.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/StreamSerializerRaw.h>
+
+#include <charconv>
+#include <sstream>
+
+#include "Bench.h"
+#include "core/ValueText.h"
+
+using namespace orbo::Benchmarks;
+using orbo::Data::Stream;
+
+namespace {
+
+char* putString(char* to, const std::string& value) {
+    *to++ = '"';
+    for (const char c : value) {
+        if (c == '"' || c == '\\') *to++ = '\\';
+        *to++ = c;
+    }
+    *to++ = '"';
+    return to;
+}
+
+// The limit; the buffer has room. `digits` is nothing, or the precision.
+template <typename... Digits>
+std::size_t writeBare(const Elements& elements, std::vector<char>& buffer, Digits... digits) {
+    constexpr std::ptrdiff_t kRoom = 32;
+    char* to = buffer.data();
+    for (const auto& [index, element] : elements) {
+        to = std::to_chars(to, to + kRoom, index).ptr;
+        *to++ = '\n';
+        to = std::to_chars(to, to + kRoom, element->id).ptr;
+        *to++ = ' ';
+        for (const float value : element->position) {
+            to = std::to_chars(to, to + kRoom, value, std::chars_format::general, digits...).ptr;
+            *to++ = ' ';
+        }
+        to = putString(to, element->name);
+        *to++ = '\n';
+    }
+    return static_cast<std::size_t>(to - buffer.data());
+}
+
+std::size_t writeStream(const Stream& stream, std::ostringstream& out) {
+    std::string errors;
+    out.seekp(0);
+    orbo::Data::StreamSerializerRaw::theFormat().write(stream, out, errors);
+    return static_cast<std::size_t>(out.tellp());
+}
+
+bool holds(const std::ostringstream& out, const std::vector<char>& buffer, std::size_t size) {
+    return out.str().find(std::string(buffer.data(), size)) != std::string::npos;
+}
+
+}  // namespace
+
+int main() {
+    const Elements elements = makeElements(kElements);
+    const Stream stream = makeStream(elements);
+    std::vector<char> buffer(kElements * 128);
+    std::ostringstream six;
+    std::ostringstream exact;
+    orbo::Data::ValueText::setExactNumbers(exact, true);
+    writeStream(stream, six);
+    writeStream(stream, exact);
+    require(holds(six, buffer, writeBare(elements, buffer, 6)), "six digits");
+    require(holds(exact, buffer, writeBare(elements, buffer)), "exact numbers");
+
+    Bench bench(15, kElements);
+    bench.measure("six digits", [&] { return writeStream(stream, six); });
+    bench.measure("to_chars, 6 digits", [&] { return writeBare(elements, buffer, 6); });
+    bench.measure("exact", [&] { return writeStream(stream, exact); });
+    bench.measure("to_chars, shortest", [&] { return writeBare(elements, buffer); });
+    const auto peers = makePeers(elements, textOf(stream));
+    for (const Peer& peer : peers) {
+        if (peer.write) bench.measure(peer.name, peer.write);
+    }
+    bench.run();
+
+    for (const auto& [ours, limit, allowed] : {std::tuple{"six digits", "to_chars, 6 digits", 0.75},
+                                               std::tuple{"exact", "to_chars, shortest", 1.1}}) {
+        bench.compare(std::string("write a stream: ") + ours, ours, limit, allowed);
+        for (const Peer& peer : peers) {
+            if (peer.write) bench.compare("", ours, peer.name, peer.mustBeBeaten ? 1 : 0);
+        }
+    }
+    return bench.result();
+}
