@@ -1,24 +1,13 @@
 // What it costs to come to the values of elements that are there.
 // SPDX-License-Identifier: Apache-2.0
+#include <numeric>
+
 #include "Bench.h"
 
 using namespace orbo::Benchmarks;
-using orbo::Data::Handle;
 using orbo::Data::Stream;
 
 namespace {
-
-Stream makeRecords(bool dense) {
-    const auto structure = makeStructure("Record", orbo::Data::Member::kFloat, 12);
-    Stream stream(*structure, "stream");
-    Handle handle(*structure);
-    for (unsigned i = 0; i < kElements; ++i) {
-        *handle.asFloat() = static_cast<float>(i);
-        stream.setElement(i, handle);
-    }
-    stream.useDenseStorage(dense);
-    return stream;
-}
 
 float walk(Stream& stream) {
     float sum = 0;
@@ -46,8 +35,11 @@ float walkRaw(const char* first, std::size_t stride) {
 }  // namespace
 
 int main() {
-    Stream dense = makeRecords(true);
-    Stream mapped = makeRecords(false);
+    Numbers numbers(kElements);
+    std::iota(numbers.begin(), numbers.end(), 0);
+    Stream mapped = makeRecords(numbers);
+    Stream dense = makeRecords(numbers);
+    dense.useDenseStorage(true);
     const auto* first = reinterpret_cast<const char*>(dense.element(0).asFloat());
     std::size_t stride = dense.structure().totalSize();
     benchmark::DoNotOptimize(stride);  // known at run time only

@@ -104,9 +104,11 @@ void append(Elements& elements, std::uint32_t index, Element&& element);
 Elements makeElements(unsigned count);
 /// Its structure is registered.
 Data::Stream makeStream(const Elements& elements);
-/// Behind the header lines of `makeStream`, whose text this is.
+/// Elements of twelve floats at the numbers.
+using Numbers = std::vector<std::uint32_t>;
+Data::Stream makeRecords(const Numbers& numbers);
 std::string textOf(const Data::Stream& stream);
-/// A stream of so many single values of a type at each of so many numbers.
+/// Registered; with one member, "values".
 RefPtr<Data::Structure> makeStructure(const char* name, Data::Member::eDataType type,
                                       unsigned length);
 

@@ -83,6 +83,14 @@ Data::Stream makeStream(const Elements& elements) {
     return stream;
 }
 
+Data::Stream makeRecords(const Numbers& numbers) {
+    Data::Stream stream(*makeStructure("Record", Member::kFloat, 12), "stream");
+    for (const std::uint32_t number : numbers) {
+        *stream.emplaceElement(number).asFloat() = static_cast<float>(number);
+    }
+    return stream;
+}
+
 std::string textOf(const Data::Stream& stream) {
     std::ostringstream out;
     std::string errors;

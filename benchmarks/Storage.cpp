@@ -16,7 +16,6 @@ struct Record {
     float values[12];
 };
 using Records = std::map<std::uint32_t, std::unique_ptr<Record>>;
-using Numbers = std::vector<std::uint32_t>;
 
 struct Order {
     std::string name;
@@ -41,48 +40,36 @@ std::vector<Order> makeOrders() {
             {"random 32-bit", anywhere, 1, 1}};
 }
 
-class Contest {
-  public:
-    Contest() : fStructure(makeStructure("Record", orbo::Data::Member::kFloat, 12)) {}
+Stream copyIntoStream(const Numbers& numbers) {
+    Stream stream = makeRecords({});
+    Handle handle(stream.structure());
+    for (const std::uint32_t number : numbers) {
+        *handle.asFloat() = static_cast<float>(number);
+        stream.setElement(number, handle);
+    }
+    return stream;
+}
 
-    [[nodiscard]] Stream buildStream(const Numbers& numbers) const {
-        Stream stream(*fStructure, "stream");
-        for (const std::uint32_t number : numbers) {
-            *stream.emplaceElement(number).asFloat() = static_cast<float>(number);
-        }
-        return stream;
+Records buildMap(const Numbers& numbers) {
+    Records records;
+    Record record{};
+    for (const std::uint32_t number : numbers) {
+        record.values[0] = static_cast<float>(number);
+        records.emplace(number, std::make_unique<Record>(record));
     }
-    [[nodiscard]] Stream copyIntoStream(const Numbers& numbers) const {
-        Stream stream(*fStructure, "stream");
-        Handle handle(*fStructure);
-        for (const std::uint32_t number : numbers) {
-            *handle.asFloat() = static_cast<float>(number);
-            stream.setElement(number, handle);
-        }
-        return stream;
-    }
-    [[nodiscard]] static Records buildMap(const Numbers& numbers) {
-        Records records;
-        Record record{};
-        for (const std::uint32_t number : numbers) {
-            record.values[0] = static_cast<float>(number);
-            records.emplace(number, std::make_unique<Record>(record));
-        }
-        return records;
-    }
-    [[nodiscard]] static Records appendToMap(const Numbers& numbers) {
-        Records records;
-        Record record{};
-        for (const std::uint32_t number : numbers) {
-            record.values[0] = static_cast<float>(number);
-            records.emplace_hint(records.end(), number, std::make_unique<Record>(record));
-        }
-        return records;
-    }
+    return records;
+}
 
-  private:
-    orbo::RefPtr<orbo::Data::Structure> fStructure;
-};
+// For those who know that no number comes after a higher one.
+Records appendToMap(const Numbers& numbers) {
+    Records records;
+    Record record{};
+    for (const std::uint32_t number : numbers) {
+        record.values[0] = static_cast<float>(number);
+        records.emplace_hint(records.end(), number, std::make_unique<Record>(record));
+    }
+    return records;
+}
 
 double sumOf(Stream& stream, const Numbers& numbers) {
     float sum = 0;
@@ -112,9 +99,9 @@ double bytesOf(const Build& build) {
     return (heapBytes() - before) / kElements;
 }
 
-void compareMemory(Bench& bench, const Contest& contest, const Order& order) {
-    const double ours = bytesOf([&] { return contest.buildStream(order.numbers); });
-    const double map = bytesOf([&] { return Contest::buildMap(order.numbers); });
+void compareMemory(Bench& bench, const Order& order) {
+    const double ours = bytesOf([&] { return makeRecords(order.numbers); });
+    const double map = bytesOf([&] { return buildMap(order.numbers); });
     bench.count("store, bytes per element: " + order.name, ours, "map of unique_ptr", map,
                 order.memory, "B");
 }
@@ -122,18 +109,17 @@ void compareMemory(Bench& bench, const Contest& contest, const Order& order) {
 }  // namespace
 
 int main() {
-    const Contest contest;
     const auto orders = makeOrders();
     Bench bench(15, kElements);
     for (const Order& order : orders) {
-        bench.measure(order.name, [&] { return contest.buildStream(order.numbers); });
-        bench.measure("map, " + order.name, [&] { return Contest::buildMap(order.numbers); });
+        bench.measure(order.name, [&] { return makeRecords(order.numbers); });
+        bench.measure("map, " + order.name, [&] { return buildMap(order.numbers); });
     }
-    bench.measure("setElement", [&] { return contest.copyIntoStream(orders[0].numbers); });
-    bench.measure("map, hint at its end", [&] { return Contest::appendToMap(orders[0].numbers); });
+    bench.measure("setElement", [&] { return copyIntoStream(orders[0].numbers); });
+    bench.measure("map, hint at its end", [&] { return appendToMap(orders[0].numbers); });
 
-    Stream stream = contest.buildStream(orders[0].numbers);
-    const Records records = Contest::buildMap(orders[0].numbers);
+    Stream stream = makeRecords(orders[0].numbers);
+    const Records records = buildMap(orders[0].numbers);
     bench.setTimes(3);
     for (const auto& [name, numbers] : {std::pair{"find in sequence", &orders[0].numbers},
                                         {"find at random", &orders[1].numbers}}) {
@@ -155,6 +141,6 @@ int main() {
         bench.compare(std::string("store, ") + name, name, std::string("map, ") + name, 0.4);
     }
     bench.compare("store, walk", "walk", "map, walk", 0.7);
-    for (const Order& order : orders) compareMemory(bench, contest, order);
+    for (const Order& order : orders) compareMemory(bench, order);
     return bench.result();
 }
