@@ -81,7 +81,7 @@ class PlainNumber {
             return static_cast<std::int64_t>(value) == number;
         } else {
             constexpr std::uint64_t kMostExact = std::uint64_t{1} << 53;
-            if (fDigits > kMostExact) return false;
+            if (fDigits > kMostExact || fScale > kMostDigits) return false;
             const auto digits = static_cast<double>(fDigits);
             if constexpr (std::is_same_v<T, float>) {
                 const double number = digits * kTenths[fScale];
