@@ -15,6 +15,22 @@ namespace {
 
 using Mode = FileSystem::Mode;
 
+TEST(FileStatusTest, TellsFilesAndTheirBytesApart) {
+    FileStatus one;
+    one.device = one.inode = one.length = 7;
+    one.modified = 7;
+    EXPECT_TRUE(one.isSameFile(one) && one.hasSameBytes(one));
+    for (auto number : {&FileStatus::device, &FileStatus::inode, &FileStatus::length}) {
+        FileStatus other = one;
+        other.*number = 8;
+        EXPECT_EQ(one.isSameFile(other), number == &FileStatus::length);
+        EXPECT_FALSE(one.hasSameBytes(other));
+    }
+    FileStatus later = one;
+    later.modified = 8;
+    EXPECT_TRUE(one.isSameFile(later) && !one.hasSameBytes(later));
+}
+
 TEST(RealFile, ReadsAndWritesWhereItWasTold) {
     FileSystem& system = FileSystem::current();
     std::string folder = testing::TempDir() + "metadata-files-XXXXXX";

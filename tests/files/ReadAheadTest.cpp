@@ -44,6 +44,10 @@ TEST(ReadAheadTest, GivesTheBytesThatTheFileHas) {
 class Damaged : public MemoryFile {
   public:
     Damaged(std::string_view bytes, std::uint64_t at) : MemoryFile(bytes), fAt(at) {}
+    [[nodiscard]] std::optional<FileStatus> status() override {
+        fError = std::make_error_code(std::errc::io_error);
+        return std::nullopt;
+    }
     [[nodiscard]] bool seek(std::uint64_t offset) override {
         fPosition = offset;
         return MemoryFile::seek(offset);
@@ -63,6 +67,8 @@ TEST(ReadAheadTest, OnlyWhatIsAskedForMustBeThere) {
     const std::string bytes(400'000, 'x');
     Damaged file(bytes, 335'000);
     ReadAhead ahead(file);
+    EXPECT_FALSE(ahead.size());
+    EXPECT_EQ(ahead.error(), std::errc::io_error);
     std::string got(4096, ' ');
     for (std::uint64_t at = bytes.size() - 4096; at > 300'000; at -= 4096) {
         const bool there = at > 335'000 || at + 4096 <= 335'000;
