@@ -53,6 +53,21 @@ class FileRewriteTest : public testing::Test {
     bool fOpened = false;
 };
 
+// Since the file was opened, that is; what was there before has been recovered.
+TEST_F(FileRewriteTest, TakesAnEmptyJournalAndNobodysElse) {
+    for (const std::string& content : {std::string(), std::string("somebody's")}) {
+        fSystem.files = {{"/scene", std::string(kOld)}};
+        const auto opening = LockedFile::open("/scene", Use::kWrite, {});
+        ASSERT_TRUE(opening.file);
+        fSystem.files[kJournal] = content;
+        const auto outcome =
+            FileRewrite(*opening.file, {{17, "old tail", {"new tail"}}}, true).run();
+        EXPECT_EQ(outcome.failed, content.empty() ? Step::kDone : Step::kJournal);
+        EXPECT_EQ(fSystem.files["/scene"].substr(17), content.empty() ? "new tail" : "old tail");
+        EXPECT_EQ(fSystem.files.count(kJournal), content.empty() ? 0U : 1U);
+    }
+}
+
 TEST_F(FileRewriteTest, SucceedsOrLeavesTheOldFile) {
     const Pieces tails[] = {{"new, longer", "", " tail"}, {"new"}, {"OLD", " TAIL"}, {}};
     for (const Pieces& tail : tails) {
