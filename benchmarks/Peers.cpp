@@ -1,5 +1,4 @@
-// Other libraries on the same elements. Their text is JSON of the shortest form, arrays without
-// names.
+// The peers that keep text: JSON of the shortest form, arrays without names; and the list of all.
 // SPDX-License-Identifier: Apache-2.0
 #ifdef BENCH_RAPIDJSON
 #include <rapidjson/reader.h>
@@ -15,7 +14,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "Bench.h"
+#include "Peers.h"
 
 namespace orbo::Benchmarks {
 
@@ -205,6 +204,12 @@ std::vector<Peer> makePeers(const Elements& elements, const std::string& text) {
 #endif
 #ifdef BENCH_NLOHMANN
     peers.push_back(nlohmannJson(elements, json));
+#endif
+#ifdef BENCH_HDF5
+    peers.push_back(hdf5(elements));
+#endif
+#ifdef BENCH_SQLITE
+    peers.push_back(sqlite(elements));
 #endif
     return peers;
 }
