@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 
 #include "core/DataTypes.h"
 #include "debug/NeverDestroyed.h"
@@ -32,12 +33,11 @@ std::uint64_t valueBytes(const Member& member) {
 Layout::Layout(const Layout& other)
     : RefCounted(),
       fMembers(other.fMembers),
+      fSlots(other.fSlots),
       fEnd(other.fEnd),
       fTotalSize(other.fTotalSize),
       fAlignment(other.fAlignment),
-      fHasStrings(other.fHasStrings) {
-    if (fMembers.size() >= kMembersWorthATable) noteNames();
-}
+      fHasStrings(other.fHasStrings) {}
 
 const Layout& Layout::empty() {
     static const NeverDestroyed<Layout> layout([](void* place) {
@@ -49,14 +49,20 @@ const Layout& Layout::empty() {
 }
 
 unsigned int Layout::indexOf(std::string_view name) const {
-    if (!fIndexByName.empty() && fIndexByName.size() == fMembers.size()) {
-        const auto found = fIndexByName.find(name);
-        return found == fIndexByName.end() ? kNoMember : found->second;
-    }
+    if (!fSlots.empty()) return fSlots[slotOf(name)] - 1;
     const auto found = std::find_if(fMembers.begin(), fMembers.end(),
                                     [&](const Member& member) { return name == member.name(); });
     if (found == fMembers.end()) return kNoMember;
     return static_cast<unsigned int>(found - fMembers.begin());
+}
+
+std::size_t Layout::slotOf(std::string_view name) const {
+    const std::size_t mask = fSlots.size() - 1;  // the size is a power of two
+    std::size_t slot = std::hash<std::string_view>()(name) & mask;
+    while (fSlots[slot] != 0 && fMembers[fSlots[slot] - 1].name() != name) {
+        slot = (slot + 1) & mask;
+    }
+    return slot;
 }
 
 std::uint64_t Layout::stride() const { return roundUp(fTotalSize, fAlignment); }
@@ -129,14 +135,12 @@ bool Layout::canAdd(Member::eDataType type, unsigned int length, const char* nam
 
 // All that can run out of memory comes first, so that a failure changes nothing.
 void Layout::add(Member::eDataType type, unsigned int length, const char* name) {
-    if (fMembers.size() == fMembers.capacity()) fMembers.reserve(2 * fMembers.size() + 4);
+    if (fMembers.size() == fMembers.capacity()) fMembers.reserve(2 * fMembers.size() + 1);
     const std::uint64_t offset = fMembers.empty() ? 0 : roundUp(fEnd, Member::typeAlignment(type));
     Member member(type, length, name, offset);
-    if (fMembers.size() + 1 >= kMembersWorthATable) {
-        noteNames();
-        fIndexByName.emplace(member.name(), memberCount());
-    }
+    if (fMembers.size() + 1 >= kMembersWorthATable) growTable();
     fMembers.push_back(std::move(member));
+    if (!fSlots.empty()) fSlots[slotOf(fMembers.back().name())] = memberCount();
     fEnd = offset + valueBytes(fMembers.back());
     // The first member's alignment alone decides: {int8, int16, int8} ends at 5 and stays 5.
     fTotalSize = roundUp(fEnd, Member::typeAlignment(fMembers.front().type()));
@@ -144,10 +148,13 @@ void Layout::add(Member::eDataType type, unsigned int length, const char* name) 
     fHasStrings = fHasStrings || type == Member::kString;
 }
 
-void Layout::noteNames() {
-    for (std::size_t i = fIndexByName.size(); i < fMembers.size(); ++i) {
-        fIndexByName.emplace(fMembers[i].name(), static_cast<unsigned int>(i));
-    }
+// At most two thirds of the slots are taken, so that a search ends.
+void Layout::growTable() {
+    const std::size_t needed = (fMembers.size() + 1) * 3 / 2;
+    if (needed < fSlots.size()) return;
+    std::vector<unsigned int> slots(std::max(fSlots.size(), kMembersWorthATable) * 2);
+    fSlots.swap(slots);
+    for (unsigned int i = 0; i < memberCount(); ++i) fSlots[slotOf(fMembers[i].name())] = i + 1;
 }
 
 LayoutConversion::LayoutConversion(const Layout& from, const Layout& to) : fFrom(from), fTo(to) {

@@ -5,9 +5,9 @@
 #include <data/Member.h>
 #include <debug/RefCounted.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -75,11 +75,15 @@ class Layout : public RefCounted {
     void add(Member::eDataType type, unsigned int length, const char* name);
 
   private:
-    void noteNames();
+    /// Where in the table the name is, or would be.
+    [[nodiscard]] std::size_t slotOf(std::string_view name) const;
+    /// So that one more member finds room.
+    void growTable();
 
     std::vector<Member> fMembers;
-    // Views of the members' own names, kept only where a search along the members would be slow.
-    std::unordered_map<std::string_view, unsigned int> fIndexByName;
+    // A hash table of member indices, each one higher and 0 where there is none; empty as long as
+    // a search along the members is fast enough.
+    std::vector<unsigned int> fSlots;
     std::uint64_t fEnd = 0;
     std::uint64_t fTotalSize = 0;
     int fAlignment = 1;

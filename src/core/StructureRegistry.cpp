@@ -16,6 +16,8 @@ namespace {
 // Plain pointer: a thread-local with a destructor would keep the library from being unloaded.
 thread_local StructureRegistry* registryOfThisThread = nullptr;
 
+std::size_t hashOf(std::string_view name) { return std::hash<std::string_view>()(name); }
+
 }  // namespace
 
 StructureRegistry& StructureRegistry::global() {
@@ -33,22 +35,26 @@ void StructureRegistry::noteRename(Structure& structure, const std::string& oldN
         if (registry->fStructures.count(&structure) == 0) continue;
         registry->fTableIsStale = true;
         registry->unfile(structure, oldName);
-        registry->fByName.emplace(structure.name(), &structure);
+        file(registry->fByName, structure);
         registry->fTableIsStale = false;
     }
+}
+
+void StructureRegistry::file(NameIndex& index, Structure& structure) {
+    index.emplace(hashOf(structure.name()), &structure);
 }
 
 StructureRegistry::NameIndex& StructureRegistry::byName() {
     if (fTableIsStale) {
         fByName.clear();
-        for (Structure* structure : fStructures) fByName.emplace(structure->name(), structure);
+        for (Structure* structure : fStructures) file(fByName, *structure);
         fTableIsStale = false;
     }
     return fByName;
 }
 
-void StructureRegistry::unfile(const Structure& structure, const std::string& name) {
-    const auto [first, last] = fByName.equal_range(name);
+void StructureRegistry::unfile(const Structure& structure, std::string_view name) {
+    const auto [first, last] = fByName.equal_range(hashOf(name));
     const auto entry = std::find_if(first, last, [&](const NameIndex::value_type& other) {
         return other.second == &structure;
     });
@@ -56,13 +62,13 @@ void StructureRegistry::unfile(const Structure& structure, const std::string& na
 }
 
 bool StructureRegistry::add(Structure& structure) {
-    const auto [first, last] = byName().equal_range(structure.name());
+    const auto [first, last] = byName().equal_range(hashOf(structure.name()));
     const bool known = std::any_of(first, last, [&](const NameIndex::value_type& other) {
         return *other.second == structure;
     });
     if (known) return false;
     fTableIsStale = true;
-    fByName.emplace(structure.name(), &structure);
+    file(fByName, structure);
     fStructures.insert(&structure);
     fTableIsStale = false;
     structure.ref();
@@ -90,10 +96,11 @@ void StructureRegistry::clear() {
     }
 }
 
-Structure* StructureRegistry::find(const std::string& name) {
-    const auto [first, last] = byName().equal_range(name);
+Structure* StructureRegistry::find(std::string_view name) {
+    const auto [first, last] = byName().equal_range(hashOf(name));
     Structure* found = nullptr;
     for (auto entry = first; entry != last; ++entry) {
+        if (entry->second->name() != name) continue;
         if (!found || std::less<>()(entry->second, found)) found = entry->second;
     }
     return found;

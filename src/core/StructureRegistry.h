@@ -4,8 +4,10 @@
 
 #include <data/Structure.h>
 
+#include <cstddef>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 namespace orbo::Data {
@@ -27,7 +29,7 @@ class StructureRegistry {
     bool add(Structure& structure);
     bool remove(Structure& structure);
     void clear();
-    [[nodiscard]] Structure* find(const std::string& name);
+    [[nodiscard]] Structure* find(std::string_view name);
     [[nodiscard]] const std::set<Structure*>& all() const { return fStructures; }
 
     /// While it lives, this thread works on a registry of its own, at first empty, so that the
@@ -39,9 +41,11 @@ class StructureRegistry {
     static void noteRename(Structure& structure, const std::string& oldName);
 
   private:
-    using NameIndex = std::unordered_multimap<std::string, Structure*>;
+    /// By the hash of their names.
+    using NameIndex = std::unordered_multimap<std::size_t, Structure*>;
+    static void file(NameIndex& index, Structure& structure);
     NameIndex& byName();
-    void unfile(const Structure& structure, const std::string& name);
+    void unfile(const Structure& structure, std::string_view name);
 
     std::set<Structure*> fStructures;
     NameIndex fByName;
