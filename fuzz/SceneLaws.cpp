@@ -45,7 +45,8 @@ Texts textsOf(const Accessor& accessor, bool exactNumbers) {
     Texts texts;
     std::string ignored;
     for (const Structure* structure : accessor.structures()) {
-        texts[std::string("structure ") + structure->name()] = Data::textOf(*structure);
+        const auto record = recordOf(*structure, ignored);
+        texts[std::string("structure ") + structure->name()] = record ? record->text : "";
     }
     for (const auto& [node, associations] : accessor.associations()) {
         const auto record = recordOf(node, associations, exactNumbers, ignored);

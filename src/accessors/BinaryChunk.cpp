@@ -17,7 +17,7 @@ void BinaryChunk::append(std::string& out, std::string_view tag, std::string_vie
 bool readChunkHeader(Files::File& file, std::uint64_t begin, BinaryChunk& chunk) {
     char bytes[BinaryChunk::kHeaderSize];
     if (!Files::readExactlyAt(file, begin, bytes, sizeof bytes)) return false;
-    chunk.tag.assign(bytes, 4);
+    chunk.tag = ChunkTag({bytes, 4});
     chunk.begin = begin;
     chunk.dataSize = fromBigEndian({bytes + 8, 8});
     return true;

@@ -22,7 +22,7 @@ struct BinaryChunk {
     static constexpr std::uint64_t kHeaderSize = 16;
     static constexpr std::uint64_t kAlignment = 8;
 
-    std::string tag;
+    ChunkTag tag;
     std::uint64_t begin = 0;  // of the header, in the file
     std::uint64_t dataSize = 0;
 

@@ -24,9 +24,7 @@ const char* walkFailure(std::optional<Kind> kind) {
 
 }  // namespace
 
-bool BinarySection::find(std::string& errors) {
-    return locate(errors) && findChunks(errors) && readTail(errors);
-}
+bool BinarySection::find(std::string& errors) { return locate(errors) && findChunks(errors); }
 
 // Stricter than reading needs it: what does not fit together may have been damaged.
 bool BinarySection::locate(std::string& errors) {
@@ -57,16 +55,13 @@ bool BinarySection::findChunks(std::string& errors) {
         }
         const auto kind = kindOfChunk(chunk.tag);
         if (result == Result::kBadData) return fail(errors, walkFailure(kind));
-        if (kind) fEntries.push_back({{*kind, chunk.begin, chunk.end(), true}, false, {}, {}});
+        if (kind) fEntries.push_back({{*kind, chunk.begin, chunk.end(), true}, false, {}});
     }
 }
 
-bool BinarySection::readTail(std::string& errors) {
-    fTailBegin = fEntries.empty() ? fTrailer.end : fEntries.front().where.begin;
-    fTail.resize(static_cast<std::size_t>(fSize - fTailBegin));
-    if (fFile.seek(fTailBegin) && Files::readExactly(fFile, fTail.data(), fTail.size())) {
-        return true;
-    }
+bool BinarySection::load(std::string& errors) {
+    const std::uint64_t begin = fEntries.empty() ? fTrailer.end : fEntries.front().where.begin;
+    if (fFile.seek(begin) && loadFrom(begin)) return true;
     return fail(errors, fEntries.empty() ? "Error skipping backward size chunk."
                                          : "Error skipping existing metadata chunks.");
 }
@@ -93,7 +88,7 @@ const char* BinarySection::failureOf(Part part) const {
 std::optional<SceneRecord> BinarySection::parse(const Entry& entry) const {
     const std::string_view chunk = bytesOf(entry);
     const auto dataSize = static_cast<std::size_t>(fromBigEndian(chunk.substr(8, 8)));
-    return parseChunk(std::string(chunk.substr(0, 4)),
+    return parseChunk(ChunkTag(chunk.substr(0, 4)),
                       std::string(chunk.substr(BinaryChunk::kHeaderSize, dataSize)));
 }
 

@@ -17,6 +17,7 @@ class BinarySection : public SceneSection {
     using SceneSection::SceneSection;
 
     bool find(std::string& errors) override;
+    bool load(std::string& errors) override;
     /// Refuses a file with a chunk that no read gets past.
     bool checkEntries(std::string& errors) const override;
     [[nodiscard]] const char* failureOf(Part part) const override;
@@ -32,7 +33,6 @@ class BinarySection : public SceneSection {
   private:
     bool locate(std::string& errors);
     bool findChunks(std::string& errors);
-    bool readTail(std::string& errors);
     [[nodiscard]] std::string foreignChunks() const;
 
     /// As bytes of the file.

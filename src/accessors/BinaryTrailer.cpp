@@ -61,7 +61,7 @@ bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Findings& findings
     trailer.end = mainSize - 8;
     if (mainSize < 8 || !file.seek(trailer.end)) {
         return findings.fail(Code::kChunkDamaged, "Error seeking to the end of main chunk.",
-                             {0, getFormChunkName()});
+                             {0, ChunkTag(getFormChunkName())});
     }
     BinaryChunk endChunk;
     if (!readChunkHeader(file, trailer.end, endChunk)) {
@@ -71,7 +71,7 @@ bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Findings& findings
     const auto failAtEnd = [&](const char* message) {
         return findings.fail(Code::kChunkDamaged, message, placeOf(endChunk));
     };
-    if (endChunk.tag != getBackwardChunkSizeChunkName()) {
+    if (endChunk.tag.view() != getBackwardChunkSizeChunkName()) {
         return failAtEnd("File does not end with trailer-size chunk.");
     }
     if (endChunk.dataSize != 4) return failAtEnd("Invalid trailer-size chunk.");
@@ -99,22 +99,23 @@ std::string misplacedEnd(const BinaryTrailer& trailer, std::uint64_t fileSize) {
     return {};
 }
 
-std::optional<Kind> kindOfChunk(const std::string& tag) {
-    if (tag == getMetaDataStructureChunkName()) return Kind::kStructure;
-    if (tag == getApplyNodeMetaDataChunkName()) return Kind::kAssociations;
-    if (tag == getApplySceneMetaDataChunkName()) return Kind::kAssociations;
+std::optional<Kind> kindOfChunk(ChunkTag tag) {
+    const std::string_view name = tag.view();
+    if (name == getMetaDataStructureChunkName()) return Kind::kStructure;
+    if (name == getApplyNodeMetaDataChunkName()) return Kind::kAssociations;
+    if (name == getApplySceneMetaDataChunkName()) return Kind::kAssociations;
     return std::nullopt;
 }
 
 // The tag tells whose metadata it is: what stands for the name of the scene is passed over.
-std::optional<SceneRecord> parseChunk(const std::string& tag, std::string data) {
+std::optional<SceneRecord> parseChunk(ChunkTag tag, std::string data) {
     SceneRecord record;
     record.kind = kindOfChunk(tag).value_or(Kind::kStructure);
     std::string_view left = data;
     if (record.kind == Kind::kAssociations) {
         const auto name = takeString(left);
         if (!name) return std::nullopt;
-        if (tag == getApplyNodeMetaDataChunkName()) {
+        if (tag.view() == getApplyNodeMetaDataChunkName()) {
             record.name = *name;
         } else {
             record.leftover = name->size();

@@ -43,10 +43,10 @@ bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Findings& findings
 std::string misplacedEnd(const BinaryTrailer& trailer, std::uint64_t fileSize);
 
 /// Empty for the chunks of others.
-std::optional<SceneRecord::Kind> kindOfChunk(const std::string& tag);
+std::optional<SceneRecord::Kind> kindOfChunk(ChunkTag tag);
 /// Takes the data of a metadata chunk apart; empty when a string in it has no end, and then there
 /// is a message for it.
-std::optional<SceneRecord> parseChunk(const std::string& tag, std::string data);
+std::optional<SceneRecord> parseChunk(ChunkTag tag, std::string data);
 const char* readFailureOf(SceneRecord::Kind kind);
 /// False for names and texts that cannot end with a zero byte, for they have one inside.
 bool appendChunk(std::string& out, const SceneRecord& record);

@@ -11,20 +11,26 @@ namespace orbo::Data {
 
 void Findings::add(Code code, std::string message, const FilePlace& place) {
     if (message.empty() || !hasRoom()) return;
-    fFindings.push_back({code, {}, place.offset, place.tag, {}, std::move(message)});
+    fFindings.push_back(
+        {code, {}, place.offset, std::string(place.tag.view()), {}, std::move(message)});
 }
 
 void Findings::add(Code code, std::string message, const SceneRecord& record) {
-    if (message.empty() || !hasRoom()) return;
-    fFindings.push_back({code, {}, record.place.offset, record.place.tag, {}, std::move(message)});
+    const std::size_t before = fFindings.size();
+    add(code, std::move(message), record.place);
+    if (fFindings.size() == before) return;
     if (record.kind == SceneRecord::Kind::kAssociations) fFindings.back().node = record.name;
 }
 
 void Findings::add(Findings others) {
     for (Finding& finding : others.fFindings) {
-        if (hasRoom()) fFindings.push_back(std::move(finding));
+        add(std::move(finding));
     }
     fLeftOut += others.fLeftOut;
+}
+
+void Findings::add(Finding finding) {
+    if (hasRoom()) fFindings.push_back(std::move(finding));
 }
 
 bool Findings::hasRoom() {
@@ -52,6 +58,30 @@ std::vector<Finding> Findings::inFileOrder() const {
                      [](const Finding& a, const Finding& b) { return a.offset < b.offset; });
     if (fLeftOut > 0) findings.push_back({Code::kMore, {}, {}, {}, {}, leftOut()});
     return findings;
+}
+
+void NumberedFindings::add(std::uint64_t number, Findings findings) {
+    // More than are told of: those that are met last may come first.
+    constexpr std::size_t kMost = 2 * Findings::kMost;
+    for (const Finding& finding : findings.all()) {
+        if (fFindings.size() < kMost) {
+            fFindings.push_back({number, finding});
+        } else {
+            ++fLeftOut;
+        }
+    }
+    fLeftOut += findings.countLeftOut();
+}
+
+void NumberedFindings::moveTo(Findings& others, bool highestFirst) {
+    std::stable_sort(
+        fFindings.begin(), fFindings.end(), [&](const Numbered& left, const Numbered& right) {
+            return highestFirst ? right.number < left.number : left.number < right.number;
+        });
+    for (Numbered& numbered : fFindings) others.add(std::move(numbered.finding));
+    others.addLeftOut(fLeftOut);
+    fFindings.clear();
+    fLeftOut = 0;
 }
 
 void countLines(Files::File& file, std::vector<Finding>& findings) {

@@ -31,6 +31,7 @@ class Findings {
     void add(Code code, std::string message, const FilePlace& place = {});
     /// About a record, with the node that it belongs to.
     void add(Code code, std::string message, const SceneRecord& record);
+    void add(Finding finding);
     void add(Findings others);
     /// Found, but not kept.
     void addLeftOut(std::uint64_t count) { fLeftOut += count; }
@@ -41,6 +42,7 @@ class Findings {
     }
 
     [[nodiscard]] const std::vector<Finding>& all() const { return fFindings; }
+    [[nodiscard]] std::uint64_t countLeftOut() const { return fLeftOut; }
     /// The messages in the order in which they came.
     void appendTo(std::string& errors) const;
     /// In file order, behind those without a place.
@@ -51,6 +53,23 @@ class Findings {
     [[nodiscard]] std::string leftOut() const;
 
     std::vector<Finding> fFindings;
+    std::uint64_t fLeftOut = 0;
+};
+
+/// Findings about numbered things, which are met in other orders than they are told of.
+class NumberedFindings {
+  public:
+    void add(std::uint64_t number, Findings findings);
+    /// Adds them to others, by number.
+    void moveTo(Findings& others, bool highestFirst);
+
+  private:
+    struct Numbered {
+        std::uint64_t number;
+        Finding finding;
+    };
+
+    std::vector<Numbered> fFindings;
     std::uint64_t fLeftOut = 0;
 };
 

@@ -46,118 +46,122 @@ ModelReading::ModelReading(const std::set<std::string>* structureNames,
 
 bool ModelReading::wantsMore() const { return !fStructureNames.done() || wantsAssociations(); }
 
+bool ModelReading::wants(const SceneRecord& record) const {
+    return record.kind == Kind::kStructure || fAssociationNames.wants(record.name);
+}
+
 template <typename Read>
-auto ModelReading::read(const Read& reader, Item& item) const {
-    if (!fThorough) return reader(item.record, item.findings);
+auto ModelReading::read(const Read& reader, const SceneRecord& record, std::uint64_t number) {
     using Code = Finding::Code;
+    Findings findings;
+    if (!fThorough) {
+        auto object = reader(record, findings);
+        fFindings.add(number, std::move(findings));
+        return object;
+    }
     const ReaderRemarks::Collector collector;
-    auto object = reader(item.record, item.findings);
+    auto object = reader(record, findings);
     for (const ReaderRemarks::Remark& remark : collector.remarks()) {
         const bool isNumber = remark.kind == ReaderRemarks::Kind::kNotFinite;
-        item.findings.add(isNumber ? Code::kNumberNotFinite : Code::kTextPassedOver,
-                          remark.message(), item.record);
+        findings.add(isNumber ? Code::kNumberNotFinite : Code::kTextPassedOver, remark.message(),
+                     record);
     }
-    if (item.record.leftover > 0) {
-        item.findings.add(
-            Code::kLeftoverBytes,
-            "Of the chunk " + std::to_string(item.record.leftover) + " bytes are not read.",
-            item.record);
+    if (record.leftover > 0) {
+        findings.add(Code::kLeftoverBytes,
+                     "Of the chunk " + std::to_string(record.leftover) + " bytes are not read.",
+                     record);
     }
+    fFindings.add(number, std::move(findings));
     return object;
 }
 
-void ModelReading::readRepeated(Item& item) const {
-    item.findings.add(Finding::Code::kNodeRepeated, "An earlier record of this node counts.",
-                      item.record);
-    read(readAssociations, item);
+void ModelReading::readRepeated(const UnreadAssociations& repeated) {
+    Findings findings;
+    findings.add(Finding::Code::kNodeRepeated, "An earlier record of this node counts.",
+                 repeated.record);
+    fFindings.add(repeated.number, std::move(findings));
+    read(readAssociations, repeated.record, repeated.number);
 }
 
 void ModelReading::add(SceneRecord record) {
-    Item item;
+    const std::uint64_t number = fNumber++;
     if (record.kind == Kind::kStructure) {
-        item.record = std::move(record);
-        item.structure = read(readStructure, item);
-        std::string().swap(item.record.text);
-        if (!item.structure) return addMistake(std::move(item));
-        fStructureNames.found(item.structure->name());
-    } else if (!fAssociationNames.wants(record.name)) {
-        return;
-    } else {
-        item.record = std::move(record);
+        auto structure = read(readStructure, record, number);
+        if (!structure) return;
+        fStructureNames.found(structure->name());
+        fStructures.push_back({std::move(structure), record.place, number});
+    } else if (wants(record)) {
+        fAssociations.push_back({std::move(record), number});
     }
-    fItems.push_back(std::move(item));
 }
 
 void ModelReading::add(Finding::Code code, std::string message, const FilePlace& place) {
-    Item item;
-    item.findings.add(code, std::move(message), place);
-    addMistake(std::move(item));
-}
-
-// As many as can be told of.
-void ModelReading::addMistake(Item item) {
-    if (++fMistakes <= Findings::kMost) fItems.push_back(std::move(item));
+    Findings findings;
+    findings.add(code, std::move(message), place);
+    fFindings.add(fNumber++, std::move(findings));
 }
 
 void ModelReading::discard() {
     fStructureNames = NameFilter(fStructureNamesGiven);
-    fItems.clear();
-    fMistakes = 0;
+    fStructures.clear();
+    fAssociations.clear();
+    fFindings = NumberedFindings();
 }
 
-void ModelReading::registerStructure(Item& item, TakenNames& taken, Helpers& helpers) {
-    Structure& structure = *item.structure;
+void ModelReading::registerStructure(const ParsedStructure& parsed, TakenNames& taken,
+                                     Helpers& helpers) {
+    Structure& structure = *parsed.structure;
     const std::string name = structure.name();
     const bool wanted = fStructureNames.wants(name);
     if (const Structure* earlier = Structure::structureByName(name.c_str())) {
-        if (wanted && *earlier != structure) {
-            item.findings.add(Finding::Code::kStructureDiffers,
-                              "Structure '" + name + "' differs from an earlier one of that name",
-                              item.record);
-        }
+        if (!wanted || *earlier == structure) return;
+        Findings findings;
+        findings.add(Finding::Code::kStructureDiffers,
+                     "Structure '" + name + "' differs from an earlier one of that name",
+                     parsed.place);
+        fFindings.add(parsed.number, std::move(findings));
     } else if (wanted) {
         Structure::registerStructure(structure);
-        taken.structures.emplace(name, textOf(structure));
-        if (fThorough) taken.structurePlaces.emplace(name, item.record.place);
+        taken.structures.emplace(name, RefPtr<const Layout>(&Layout::of(structure)));
+        if (fThorough) taken.structurePlaces.emplace(name, parsed.place);
     } else {
-        helpers.add(item.structure);
+        helpers.add(parsed.structure);
     }
-    item.structure = {};
 }
 
-void ModelReading::buildAssociations(Accessor::AssociationsMap& map, TakenNames& taken) {
-    for (Item& item : fItems) {
-        SceneRecord& record = item.record;
-        if (record.kind != Kind::kAssociations) continue;
-        if (map.count(record.name) > 0) {
-            if (fThorough) readRepeated(item);
-        } else {
-            if (const auto associations = read(readAssociations, item)) {
-                map.emplace(record.name, *associations);
-                if (fThorough) taken.associationPlaces.emplace(record.name, record.place);
-            } else {
-                taken.unreadable.add(record);
-            }
-        }
-        std::string().swap(record.text);
+void ModelReading::build(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+                         TakenNames& taken) {
+    const SceneRecord& record = unread.record;
+    if (map.count(record.name) > 0) {
+        if (fThorough) readRepeated(unread);
+    } else if (const auto associations = read(readAssociations, record, unread.number)) {
+        map.emplace(record.name, *associations);
+        if (fThorough) taken.associationPlaces.emplace(record.name, record.place);
+    } else {
+        taken.unreadable.add(record);
     }
 }
 
 TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy& policy,
                                Findings& findings) {
-    if (fOrder == Order::kLastToFirst) std::reverse(fItems.begin(), fItems.end());
+    if (fOrder == Order::kLastToFirst) {
+        std::reverse(fStructures.begin(), fStructures.end());
+        std::reverse(fAssociations.begin(), fAssociations.end());
+    }
     std::optional<IndexTypes::KeepUnknown> unknownAsText;
     if (policy.unknownIndexTypesAsText) unknownAsText.emplace();
 
     TakenNames taken;
     Helpers helpers;
-    for (Item& item : fItems) {
-        if (item.structure) registerStructure(item, taken, helpers);
+    // Each goes as soon as it is in the model.
+    for (; !fStructures.empty(); fStructures.pop_front()) {
+        registerStructure(fStructures.front(), taken, helpers);
     }
-    buildAssociations(map, taken);
+    for (; !fAssociations.empty(); fAssociations.pop_front()) {
+        build(fAssociations.front(), map, taken);
+    }
     for (const auto& entry : map) taken.associations.insert(entry.first);
-    for (Item& item : fItems) findings.add(std::move(item.findings));
-    findings.addLeftOut(fMistakes - std::min(fMistakes, Findings::kMost));
+    fFindings.moveTo(findings, fOrder == Order::kLastToFirst);
     return taken;
 }
 

@@ -16,6 +16,7 @@
 #include "accessors/Findings.h"
 #include "accessors/NameFilter.h"
 #include "accessors/SceneRecord.h"
+#include "core/Layout.h"
 #include "files/File.h"
 
 namespace orbo::Data {
@@ -41,8 +42,8 @@ class UnreadableRecords {
 /// Names of what a read put into the model. The next write takes the absence of one of these as the
 /// caller's wish that it goes; whatever else the file holds stays.
 struct TakenNames {
-    /// With the text that each had then: the caller may have changed it since.
-    std::map<std::string, std::string> structures;
+    /// With the members that each had then: the caller may have added some since.
+    std::map<std::string, RefPtr<const Layout>> structures;
     std::set<std::string> associations;
     UnreadableRecords unreadable;
     /// Tell whether the file holds them still: of the file, and of the section if it was taken.
@@ -77,6 +78,8 @@ class ModelReading {
     [[nodiscard]] bool wantsMore() const;
     [[nodiscard]] bool wantsAssociations() const { return !fAssociationNames.done(); }
 
+    /// Told by all but the record's text. Others may be added all the same.
+    [[nodiscard]] bool wants(const SceneRecord& record) const;
     void add(SceneRecord record);
     /// In place of a record that was not understood.
     void add(Finding::Code code, std::string message, const FilePlace& place);
@@ -89,28 +92,33 @@ class ModelReading {
     TakenNames build(Accessor::AssociationsMap& map, const ReadPolicy& policy, Findings& findings);
 
   private:
-    struct Item {
-        SceneRecord record;
+    struct ParsedStructure {
         RefPtr<Structure> structure;
-        Findings findings;
+        FilePlace place;
+        std::uint64_t number;
+    };
+    struct UnreadAssociations {
+        SceneRecord record;
+        std::uint64_t number;
     };
     class Helpers;
 
     template <typename Read>
-    auto read(const Read& reader, Item& item) const;
-    void readRepeated(Item& item) const;
-    void addMistake(Item item);
+    auto read(const Read& reader, const SceneRecord& record, std::uint64_t number);
+    void readRepeated(const UnreadAssociations& repeated);
 
-    void registerStructure(Item& item, TakenNames& taken, Helpers& helpers);
-    void buildAssociations(Accessor::AssociationsMap& map, TakenNames& taken);
+    void registerStructure(const ParsedStructure& parsed, TakenNames& taken, Helpers& helpers);
+    void build(const UnreadAssociations& unread, Accessor::AssociationsMap& map, TakenNames& taken);
 
     const std::set<std::string>* fStructureNamesGiven;
     Order fOrder = Order::kFirstToLast;
     bool fThorough = false;
     NameFilter fStructureNames;
     NameFilter fAssociationNames;  // never struck off
-    std::deque<Item> fItems;
-    std::size_t fMistakes = 0;  // items that are nothing but findings, also those not kept
+    std::deque<ParsedStructure> fStructures;
+    std::deque<UnreadAssociations> fAssociations;
+    std::uint64_t fNumber = 0;  // of the next record, and of what is found about it
+    NumberedFindings fFindings;
 };
 
 }  // namespace orbo::Data

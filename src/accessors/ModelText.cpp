@@ -46,14 +46,6 @@ std::optional<SceneRecord> recordOf(const Structure& structure, std::string& err
     return record;
 }
 
-std::string textOf(const Structure& structure) {
-    std::string text;
-    AppendingBuffer buffer(text);
-    std::ostream out(&buffer);
-    StructureSerializerRaw::theFormat().write(structure, out);
-    return text;
-}
-
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, std::string& errors) {
     const AssociationsSerializerRaw& format = AssociationsSerializerRaw::theFormat();

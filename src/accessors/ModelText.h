@@ -16,8 +16,6 @@ namespace orbo::Data {
 
 /// Both are empty, with the format's messages in `errors`, when the format counts an error.
 std::optional<SceneRecord> recordOf(const Structure& structure, std::string& errors);
-/// The text alone, whatever it may lack.
-std::string textOf(const Structure& structure);
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, std::string& errors);
 

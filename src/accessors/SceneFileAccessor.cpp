@@ -81,7 +81,8 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
 void SceneFileAccessor::remember(Files::File& file) const {
     fTaken.status = file.status();
     if (!writePolicy().detectConflicts) return;
-    const std::unique_ptr<SceneSection> found = section(file);
+    Files::ReadAhead ahead(file);
+    const std::unique_ptr<SceneSection> found = section(ahead);
     std::string ignored;
     if (found->find(ignored)) fTaken.fingerprint = found->fingerprint();
 }

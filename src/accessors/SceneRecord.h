@@ -2,16 +2,33 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace orbo::Data {
+
+/// The four characters that say what a chunk of a binary scene is.
+class ChunkTag {
+  public:
+    ChunkTag() = default;
+    /// Of at most four characters.
+    explicit ChunkTag(std::string_view tag) { tag.copy(fBytes.data(), fBytes.size()); }
+
+    [[nodiscard]] std::string_view view() const {
+        return {fBytes.data(), fBytes == std::array<char, 4>() ? 0 : fBytes.size()};
+    }
+
+  private:
+    std::array<char, 4> fBytes{};
+};
 
 /// Where in a file something lies, as far as it is known.
 struct FilePlace {
     std::optional<std::uint64_t> offset = {};
-    std::string tag = {};  // of the chunk in a binary scene
+    ChunkTag tag = {};  // of the chunk in a binary scene
 };
 
 /// The text of one of them.

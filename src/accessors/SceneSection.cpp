@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/SceneSection.h"
 
+#include <algorithm>
+
 #include "files/BigEndian.h"
-#include "files/Checksum.h"
 
 namespace orbo::Data {
 
@@ -21,12 +22,32 @@ std::string_view SceneSection::bytes(std::uint64_t from, std::uint64_t to) const
                                           static_cast<std::size_t>(to - from));
 }
 
-std::uint64_t SceneSection::fingerprint() const {
+bool SceneSection::loadFrom(std::uint64_t begin) {
+    fTailBegin = begin;
+    fTail.resize(static_cast<std::size_t>(fSize - begin));
+    return Files::readExactly(fFile, fTail.data(), fTail.size());
+}
+
+bool SceneSection::addTo(Files::Checksum& checksum, const SceneRecordRange& range) const {
+    constexpr std::uint64_t kPiece = 64 * 1024;
+    checksum.add(Files::bigEndian(range.end - range.begin, 8));
+    if (!fTail.empty()) {
+        checksum.add(bytes(range.begin, range.end));
+        return true;
+    }
+    std::string piece;
+    for (std::uint64_t at = range.begin; at < range.end; at += piece.size()) {
+        piece.resize(static_cast<std::size_t>(std::min(range.end - at, kPiece)));
+        if (!Files::readExactlyAt(fFile, at, piece.data(), piece.size())) return false;
+        checksum.add(piece);
+    }
+    return true;
+}
+
+std::optional<std::uint64_t> SceneSection::fingerprint() const {
     Files::Checksum checksum;
     for (const Entry& entry : fEntries) {
-        const std::string_view record = bytesOf(entry);
-        checksum.add(Files::bigEndian(record.size(), 8));
-        checksum.add(record);
+        if (!addTo(checksum, entry.where)) return std::nullopt;
     }
     return checksum.value();
 }

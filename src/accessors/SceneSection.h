@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,19 +13,20 @@
 #include "accessors/ModelReading.h"
 #include "accessors/SceneRecord.h"
 #include "accessors/SectionPlan.h"
+#include "files/Checksum.h"
 #include "files/File.h"
 
 namespace orbo::Data {
 
 /// What differs between the kinds of scene files when one is written; `SceneWriter` does the rest
-/// and calls, in this order, `find`, `parse`, `checkEntries`, `append`, `compose`, `readBack` and
-/// `changes`. All functions that take `errors` put a message there when they return false.
+/// and calls, in this order, `find`, `load`, `parse`, `checkEntries`, `append`, `compose`,
+/// `readBack` and `changes`. All functions that take `errors` put a message there when they return
+/// false.
 class SceneSection {
   public:
     struct Entry {
         SceneRecordRange where;
         bool understood = false;  // as a record; its text may still be beyond anybody's reading
-        std::string name;         // of the node or structure, once it is understood
         SectionPlan::Fate fate = SectionPlan::Fate::kAhead;
     };
 
@@ -44,15 +46,21 @@ class SceneSection {
     SceneSection& operator=(const SceneSection&) = delete;
     virtual ~SceneSection() = default;
 
-    /// Checks that the file is a scene, finds its records, nothing of which is understood yet, and
-    /// reads it from the first of them to its end.
+    using Entries = std::deque<Entry>;
+
+    /// Checks that the file is a scene and finds its records, nothing of which is understood yet.
     virtual bool find(std::string& errors) = 0;
+    /// Reads the file from the first of them to its end.
+    virtual bool load(std::string& errors) = 0;
+    /// The same for the same records, wherever they are in the file. Reads what is not loaded, and
+    /// keeps nothing of it; empty when it cannot be read.
+    [[nodiscard]] std::optional<std::uint64_t> fingerprint() const;
     /// Once it is known what was understood.
     virtual bool checkEntries(std::string& errors) const = 0;
     [[nodiscard]] virtual const char* failureOf(Part part) const = 0;
 
     /// In file order.
-    [[nodiscard]] std::vector<Entry>& entries() { return fEntries; }
+    [[nodiscard]] Entries& entries() { return fEntries; }
     [[nodiscard]] std::string_view bytesOf(const Entry& entry) const {
         return bytes(entry.where.begin, entry.where.end);
     }
@@ -83,19 +91,21 @@ class SceneSection {
     /// into the section.
     [[nodiscard]] virtual std::vector<Change> changes() const = 0;
 
-    /// The same for the same records, wherever they are in the file.
-    [[nodiscard]] std::uint64_t fingerprint() const;
-
   protected:
+    /// `load`, for a section whose first record begins there.
+    [[nodiscard]] bool loadFrom(std::uint64_t begin);
     /// The entries of a kind with that fate, byte by byte.
     void appendKept(std::string& out, SceneRecord::Kind kind, SectionPlan::Fate fate) const;
     [[nodiscard]] std::string_view bytes(std::uint64_t from, std::uint64_t to) const;
 
     Files::File& fFile;
     std::uint64_t fSize = 0;
-    std::vector<Entry> fEntries;
+    Entries fEntries;
     std::uint64_t fTailBegin = 0;
     std::string fTail;  // what the file holds from there on
+
+  private:
+    bool addTo(Files::Checksum& checksum, const SceneRecordRange& range) const;
 };
 
 }  // namespace orbo::Data

@@ -41,7 +41,8 @@ bool SceneWriter::rehearse(Files::File& file, std::string& errors) {
 
 bool SceneWriter::compose(Files::File& file, std::string& errors) {
     if (!checkNamesAreUnique(fModel, errors)) return false;
-    if (!fSection.find(errors) || !checkUnchanged(file, errors)) return false;
+    if (!fSection.find(errors) || !fSection.load(errors)) return false;
+    if (!checkUnchanged(file, errors)) return false;
     if (!decide(errors) || !checkChanges(errors)) return false;
     if (!fSection.checkEntries(errors) || !writeRecords(errors)) return false;
     dropRepeated();
@@ -82,13 +83,14 @@ void SceneWriter::decide(Kind kind, SectionPlan& plan) {
         const auto record = fSection.parse(entry);
         if (!record) continue;
         entry.understood = true;
-        entry.name = record->name;
-        entry.fate =
-            isStructure ? plan.ofStructure(*record, entry.name) : plan.ofAssociations(*record);
+        std::string name = record->name;
+        entry.fate = isStructure ? plan.ofStructure(*record, name) : plan.ofAssociations(*record);
         if (entry.fate == Fate::kUnchanged) {
             // Goes where it would have been written.
             entry.fate = Fate::kDropped;
-            if (!fRehearses) unchanged.emplace(entry.name, fSection.unchanged(entry));
+            if (!fRehearses) unchanged.emplace(name, fSection.unchanged(entry));
+        } else if (isStructure && entry.fate == Fate::kDropped && !fModel.structure(name)) {
+            fRemovedStructures.emplace_back(std::move(name), &entry);
         } else if (!isStructure && entry.fate != Fate::kDropped) {
             fNeededStructures.merge(structuresNamedIn(record->text));
         }
@@ -98,10 +100,8 @@ void SceneWriter::decide(Kind kind, SectionPlan& plan) {
 // A structure that the caller removed stays while somebody else's associations need it; once, for
 // repetitions are nobody's.
 void SceneWriter::keepStructuresOfKept() {
-    for (Entry& entry : fSection.entries()) {
-        if (!entry.understood || entry.where.kind != Kind::kStructure) continue;
-        if (entry.fate != Fate::kDropped || fModel.structure(entry.name)) continue;
-        if (fNeededStructures.erase(entry.name) > 0) entry.fate = Fate::kAhead;
+    for (const auto& [name, entry] : fRemovedStructures) {
+        if (fNeededStructures.erase(name) > 0) entry->fate = Fate::kAhead;
     }
 }
 

@@ -7,6 +7,8 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "accessors/ModelReading.h"
 #include "accessors/SceneRewrite.h"
@@ -56,6 +58,7 @@ class SceneWriter {
     // What the file holds already, by name.
     std::unordered_map<std::string, std::string> fUnchangedStructures;
     std::unordered_map<std::string, std::string> fUnchangedNodes;
+    std::vector<std::pair<std::string, Entry*>> fRemovedStructures;  // by the caller
     std::set<std::string> fNeededStructures;  // by associations that are kept
     SceneSection::NewRecords fNew;
     bool fMetConflict = false;

@@ -9,6 +9,7 @@
 #include "accessors/ModelText.h"
 #include "accessors/RecordReader.h"
 #include "core/Ascii.h"
+#include "core/Layout.h"
 
 namespace orbo::Data {
 
@@ -71,7 +72,7 @@ SectionPlan::Fate SectionPlan::ofWinner(const Structure& winner) {
     if (written && *written == winner) return Fate::kUnchanged;
     const auto taken = fTaken.structures.find(winner.name());
     const bool wasTaken = taken != fTaken.structures.end();
-    if (wasTaken && taken->second != textOf(winner)) {
+    if (wasTaken && taken->second->members() != Layout::of(winner).members()) {
         if (!written) return Fate::kAhead;
         fConflict = winner.name();
         return Fate::kBehind;

@@ -49,7 +49,7 @@ bool TextSection::find(std::string& errors) {
     const auto size = fFile.size();
     if (!size) return fail(errors, "Could not seek to trailer start.");
     fSize = *size;
-    return scan(errors) && checkTrailer(errors) && readTail(errors);
+    return scan(errors) && checkTrailer(errors);
 }
 
 bool TextSection::scan(std::string& errors) {
@@ -60,11 +60,10 @@ bool TextSection::scan(std::string& errors) {
     do {
         Entry statement;
         result = scanner.next(statement.where);
-        if (result == Result::kStatement) fEntries.push_back(statement);
+        if (result == Result::kStatement) fEntries.push_front(statement);
         if (result == Result::kTrailer) fEntries.clear();
     } while (result == Result::kStatement || result == Result::kTrailer);
     if (result != Result::kDone) return fail(errors, searchFailure(result, !fEntries.empty()));
-    std::reverse(fEntries.begin(), fEntries.end());
     fTrailer = scanner.trailer();
     return true;
 }
@@ -79,15 +78,13 @@ bool TextSection::checkTrailer(std::string& errors) const {
                                                            : "Could not find trailer prefix.");
 }
 
-bool TextSection::readTail(std::string& errors) {
-    fTailBegin = fEntries.empty() ? *fTrailer : fEntries.front().where.begin;
-    if (!fFile.seek(fTailBegin)) return fail(errors, "Failed to seek to the trailer position.");
-    fTail.resize(static_cast<std::size_t>(fSize - fTailBegin));
-    return Files::readExactly(fFile, fTail.data(), fTail.size()) ||
-           fail(errors, "Failed to read the file trailer.");
+bool TextSection::load(std::string& errors) {
+    const std::uint64_t begin = fEntries.empty() ? *fTrailer : fEntries.front().where.begin;
+    if (!fFile.seek(begin)) return fail(errors, "Failed to seek to the trailer position.");
+    return loadFrom(begin) || fail(errors, "Failed to read the file trailer.");
 }
 
-std::vector<TextSection::Entry>::const_iterator TextSection::firstUnderstood() const {
+TextSection::Entries::const_iterator TextSection::firstUnderstood() const {
     return std::find_if(fEntries.begin(), fEntries.end(),
                         [](const Entry& entry) { return entry.understood; });
 }

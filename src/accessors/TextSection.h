@@ -21,6 +21,7 @@ class TextSection : public SceneSection {
     TextSection(Files::File& file, bool anySize) : SceneSection(file), fAnySize(anySize) {}
 
     bool find(std::string& errors) override;
+    bool load(std::string& errors) override;
     /// The rule for a first section.
     bool checkEntries(std::string& errors) const override;
     [[nodiscard]] const char* failureOf(Part part) const override;
@@ -38,9 +39,8 @@ class TextSection : public SceneSection {
 
     bool scan(std::string& errors);
     bool checkTrailer(std::string& errors) const;
-    bool readTail(std::string& errors);
     /// The first entry that was understood.
-    [[nodiscard]] std::vector<Entry>::const_iterator firstUnderstood() const;
+    [[nodiscard]] Entries::const_iterator firstUnderstood() const;
     [[nodiscard]] std::uint64_t begin() const;
     [[nodiscard]] std::uint64_t end() const;
     /// The lines in the section that belong to no statement and are not blank.

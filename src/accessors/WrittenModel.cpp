@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/WrittenModel.h"
 
-#include "accessors/ModelText.h"
-
 #include <algorithm>
 #include <cstring>
+
+#include "core/Layout.h"
 
 namespace orbo::Data {
 
@@ -64,7 +64,7 @@ bool WrittenModel::hasNode(const std::string& name) const {
 TakenNames WrittenModel::names() const {
     TakenNames names;
     for (const auto& structure : fStructures) {
-        names.structures.emplace(structure->name(), textOf(*structure));
+        names.structures.emplace(structure->name(), RefPtr<const Layout>(&Layout::of(*structure)));
     }
     for (const Node& node : fNodes) names.associations.insert(*node.name);
     return names;
