@@ -3,6 +3,8 @@
 #include "accessors/TextStatement.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace orbo::Data::TextStatement {
@@ -24,18 +26,44 @@ void appendOctal(std::string& out, char c) {
 }
 
 // The character that the escape at `at`, behind its backslash, stands for; moves behind it.
-char escapedCharacter(std::string_view text, std::size_t& at) {
-    if (isOctal(text[at])) {
+char escapedCharacter(const char*& at, const char* end) {
+    if (isOctal(*at)) {
         unsigned int value = 0;
-        const std::size_t end = at + 3;
-        while (at < end && at < text.size() && isOctal(text[at])) {
-            value = value * 8 + static_cast<unsigned int>(text[at++] - '0');
+        for (int digits = 0; digits < 3 && at != end && isOctal(*at); ++digits) {
+            value = value * 8 + static_cast<unsigned int>(*at++ - '0');
         }
         return static_cast<char>(value & 0xFF);
     }
-    const char c = text[at++];
+    const char c = *at++;
+    if (c == 'n') return '\n';  // most are
     const std::size_t name = kNames.find(c);
     return name == std::string_view::npos ? c : static_cast<char>(kFirstNamed + name);
+}
+
+constexpr bool kIsLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+
+// The lowest byte with its highest bit set is the first of the character; 0 without any.
+std::uint64_t find(char c, std::uint64_t word) {
+    constexpr std::uint64_t kOnes = ~std::uint64_t{0} / 0xFF;
+    const std::uint64_t difference = word ^ (kOnes * static_cast<unsigned char>(c));
+    return (difference - kOnes) & ~difference & (kOnes * 0x80);
+}
+
+// Moves all up to the next backslash, quote or the end; `out` is nowhere behind `at`.
+void movePlain(char*& out, const char*& at, const char* end) {
+    std::uint64_t word = 0;
+    constexpr std::ptrdiff_t kStride = sizeof word;
+    // Once they are a stride apart, no move touches what is still to be read.
+    while (kIsLittleEndian && at - out >= kStride && end - at >= kStride) {
+        std::memcpy(&word, at, kStride);
+        std::memcpy(out, &word, kStride);
+        const std::uint64_t found = find('\\', word) | find('"', word);
+        const std::ptrdiff_t moved = found == 0 ? kStride : __builtin_ctzll(found) / 8;
+        out += moved;
+        at += moved;
+        if (found != 0) return;
+    }
+    while (at != end && *at != '\\' && *at != '"') *out++ = *at++;
 }
 
 }  // namespace
@@ -68,19 +96,23 @@ void appendEscapedLines(std::string& out, std::string_view text) {
     }
 }
 
-void unescape(std::string& text) {
-    std::size_t out = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t plain = std::min(text.find('\\', at), text.size()) - at;
-        std::memmove(&text[out], &text[at], plain);
-        out += plain;
-        at += plain;
-        if (at == text.size()) break;
+bool unescape(std::string& text, std::size_t begin, bool hasQuotes) {
+    char* out = text.data();
+    const char* const end = text.data() + text.size();
+    for (const char* at = text.data() + begin; at != end;) {
+        movePlain(out, at, end);
+        if (at == end) break;
+        if (*at == '"') {
+            if (!hasQuotes) return false;
+            *out++ = *at++;
+            continue;
+        }
         // A backslash with nothing behind it stands for itself.
-        const bool escapes = ++at < text.size();
-        text[out++] = escapes ? escapedCharacter(text, at) : '\\';
+        const bool escapes = ++at != end;
+        *out++ = escapes ? escapedCharacter(at, end) : '\\';
     }
-    text.resize(out);
+    text.resize(static_cast<std::size_t>(out - text.data()));
+    return true;
 }
 
 }  // namespace orbo::Data::TextStatement

@@ -20,13 +20,18 @@ constexpr std::uint64_t kMostOfTrailer = 64 * 1024;
 
 Result readStatement(Files::File& file, const SceneRecordRange& range, ModelReading& reading) {
     const char* message = TextStatement::unreadableMessage(range.kind);
-    std::optional<SceneRecord> record;
+    std::optional<TextStatement::Parts> parts;
     if (range.closed) {
         std::string bytes(static_cast<std::size_t>(range.end - range.begin), '\0');
         if (!file.seek(range.begin)) return Result::kSeekFailed;
         if (!Files::readExactly(file, bytes.data(), bytes.size())) return Result::kReadFailed;
-        record = TextStatement::parse(range.kind, std::move(bytes), message);
+        parts = TextStatement::takeApart(range.kind, std::move(bytes), message);
     }
+    if (parts && !reading.wants(parts->record)) {
+        if (!TextStatement::endsEarly(*parts)) return Result::kStatement;
+        parts.reset();
+    }
+    auto record = parts ? TextStatement::unescaped(std::move(*parts)) : std::nullopt;
     if (record) {
         record->place.offset = range.begin;
         reading.add(std::move(*record));

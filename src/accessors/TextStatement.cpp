@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "core/Ascii.h"
 
@@ -45,7 +46,7 @@ void joinLines(std::string& text) {
         const std::size_t length = line.find_last_not_of(kLineBlanks) + 1;
         if (length > 0 && !isComment(line)) {
             if (out > 0) text[out++] = ' ';
-            std::memmove(&text[out], line.data(), length);
+            if (out != begin) std::memmove(&text[out], line.data(), length);
             out += length;
         }
         begin = end + 1;
@@ -87,56 +88,6 @@ struct Quotes {
     }
 };
 
-// A quote inside the value that ends it, so that the rest is something else. Associations escape
-// all of theirs; structures escape none, and only what stands behind one tells.
-bool endsEarly(Kind kind, std::string_view value) {
-    for (std::size_t at = value.find('"'); at < value.size(); at = value.find('"', at + 1)) {
-        const std::string_view front = value.substr(0, at);
-        const std::size_t backslashes = at - (front.find_last_not_of('\\') + 1);
-        if (backslashes % 2 != 0) continue;
-        if (kind == Kind::kAssociations) return true;
-        const char next = at + 1 < value.size() ? value[at + 1] : '\0';
-        if (next == ';' || Ascii::isBlank(next)) return true;
-    }
-    return false;
-}
-
-// As `parse`, but the text is left as it is escaped.
-std::optional<SceneRecord> takeApart(Kind kind, std::string statement, const char*& message) {
-    message = unreadableMessage(kind);
-    joinLines(statement);
-    if (statement.empty() || statement.back() != ';') return std::nullopt;
-    statement.pop_back();
-
-    const std::string_view all = statement;
-    const Quotes quotes(all);
-    if (!quotes.complete()) return std::nullopt;
-    std::string_view front = all.substr(0, quotes.at[0]);
-    if (takeWord(front) != command(kind) || !hasNoWordBut(formatFlag(kind), front) ||
-        !hasNoWordBut(valueFlag(kind), quotes.between(all, 1)) ||
-        endsEarly(kind, quotes.between(all, 2))) {
-        return std::nullopt;
-    }
-    std::string_view behind = all.substr(quotes.at[3] + 1);
-    const std::string_view target = takeWord(behind);
-    if (!Ascii::trim(behind).empty() || target.find(';') != std::string_view::npos) {
-        return std::nullopt;
-    }
-    if (kind == Kind::kStructure && !target.empty()) return std::nullopt;
-    if (kind == Kind::kAssociations && target.empty()) {
-        message = "Could not find Associations name.";
-        return std::nullopt;
-    }
-    SceneRecord record{kind,
-                       std::string(quotes.between(all, 0)),
-                       target == sceneFlag() ? std::string() : std::string(target),
-                       {}};
-    statement.resize(quotes.at[3]);
-    statement.erase(0, quotes.at[2] + 1);
-    record.text = std::move(statement);
-    return record;
-}
-
 std::string beginOf(const SceneRecord& record) {
     return command(record.kind) + ' ' + formatFlag(record.kind) + " \"" + record.format + "\" " +
            valueFlag(record.kind) + " \"";
@@ -163,16 +114,70 @@ const char* unreadableMessage(Kind kind) {
                                     : "Error tokenizing format/value for associations.";
 }
 
+std::optional<Parts> takeApart(Kind kind, std::string statement, const char*& message) {
+    message = unreadableMessage(kind);
+    joinLines(statement);
+    if (statement.empty() || statement.back() != ';') return std::nullopt;
+    statement.pop_back();
+
+    const std::string_view all = statement;
+    const Quotes quotes(all);
+    if (!quotes.complete()) return std::nullopt;
+    std::string_view front = all.substr(0, quotes.at[0]);
+    if (takeWord(front) != command(kind) || !hasNoWordBut(formatFlag(kind), front) ||
+        !hasNoWordBut(valueFlag(kind), quotes.between(all, 1))) {
+        return std::nullopt;
+    }
+    std::string_view behind = all.substr(quotes.at[3] + 1);
+    const std::string_view target = takeWord(behind);
+    if (!Ascii::trim(behind).empty() || target.find(';') != std::string_view::npos) {
+        return std::nullopt;
+    }
+    if (kind == Kind::kStructure && !target.empty()) return std::nullopt;
+    if (kind == Kind::kAssociations && target.empty()) {
+        message = "Could not find Associations name.";
+        return std::nullopt;
+    }
+    SceneRecord record{kind,
+                       std::string(quotes.between(all, 0)),
+                       target == sceneFlag() ? std::string() : std::string(target),
+                       {}};
+    return Parts{std::move(record), std::move(statement), quotes.at[2] + 1, quotes.at[3]};
+}
+
+// A quote inside the value may end it, so that the rest is something else. Associations escape all
+// of theirs; structures escape none, and only what stands behind one tells.
+bool endsEarly(const Parts& parts) {
+    const std::string_view text = parts.escapedText();
+    for (std::size_t at = text.find('"'); at < text.size(); at = text.find('"', at + 1)) {
+        std::size_t backslashes = 0;
+        while (backslashes < at && text[at - backslashes - 1] == '\\') ++backslashes;
+        if (backslashes % 2 != 0) continue;
+        if (parts.record.kind == Kind::kAssociations) return true;
+        const char next = at + 1 < text.size() ? text[at + 1] : '\0';
+        if (next == ';' || Ascii::isBlank(next)) return true;
+    }
+    return false;
+}
+
+std::optional<SceneRecord> unescaped(Parts parts) {
+    const bool hasQuotes = parts.record.kind == Kind::kStructure;
+    if (hasQuotes && endsEarly(parts)) return std::nullopt;
+    parts.line.resize(parts.textEnd);
+    if (!unescape(parts.line, parts.textBegin, hasQuotes)) return std::nullopt;
+    parts.record.text = std::move(parts.line);
+    return std::move(parts.record);
+}
+
 std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& message) {
-    auto record = takeApart(kind, std::move(statement), message);
-    if (record) unescape(record->text);
-    return record;
+    auto parts = takeApart(kind, std::move(statement), message);
+    return parts ? unescaped(std::move(*parts)) : std::nullopt;
 }
 
 std::string relaid(Kind kind, std::string statement) {
     const char* message = nullptr;
-    const SceneRecord record = takeApart(kind, std::move(statement), message).value();
-    return beginOf(record) + record.text + endOf(record);
+    const Parts parts = takeApart(kind, std::move(statement), message).value();
+    return beginOf(parts.record).append(parts.escapedText()) + endOf(parts.record);
 }
 
 void append(std::string& out, const SceneRecord& record) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "support/Cases.h"
 
 namespace orbo::Data {
@@ -36,6 +38,24 @@ TEST(TextStatement, EscapesAndUnescapesBytes) {
         std::string escaped;
         TextStatement::appendEscaped(escaped, text);
         EXPECT_EQ(escaped, row.size() == 3 ? row[2] : row[0]);
+    }
+}
+
+TEST(TextStatement, UnescapesWhatItEscapesWhereverItStands) {
+    std::mt19937 random(1);
+    const std::string alphabet =
+        "\\\\\"\"\n\a\x01\x7f"
+        "7nabcdefghijklmn\xc3";
+    for (int round = 0; round < 20000; ++round) {
+        std::string text(random() % 40, '\0');
+        for (char& c : text) c = alphabet[random() % alphabet.size()];
+        const std::size_t front = random() % 20;
+        std::string escaped(front, '\\');
+        TextStatement::appendEscaped(escaped, text);
+        ASSERT_TRUE(TextStatement::unescape(escaped, front, false));
+        ASSERT_EQ(escaped, text);
+        std::string bare = std::string(front, 'x') + '"' + text;
+        ASSERT_FALSE(TextStatement::unescape(bare, random() % (front + 1), false));
     }
 }
 
