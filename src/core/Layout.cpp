@@ -28,6 +28,10 @@ std::uint64_t valueBytes(const Member& member) {
            static_cast<std::uint64_t>(dataType(member.type()).size);
 }
 
+std::uint32_t hashOf(std::string_view name) {
+    return static_cast<std::uint32_t>(std::hash<std::string_view>()(name));
+}
+
 }  // namespace
 
 Layout::Layout(const Layout& other)
@@ -49,20 +53,27 @@ const Layout& Layout::empty() {
 }
 
 unsigned int Layout::indexOf(std::string_view name) const {
-    if (!fSlots.empty()) return fSlots[slotOf(name)] - 1;
+    if (!fSlots.empty()) return slotOf(name, hashOf(name)).memberBehind - 1;
     const auto found = std::find_if(fMembers.begin(), fMembers.end(),
                                     [&](const Member& member) { return name == member.name(); });
     if (found == fMembers.end()) return kNoMember;
     return static_cast<unsigned int>(found - fMembers.begin());
 }
 
-std::size_t Layout::slotOf(std::string_view name) const {
+const Layout::Slot& Layout::slotOf(std::string_view name, std::uint32_t hash) const {
     const std::size_t mask = fSlots.size() - 1;  // the size is a power of two
-    std::size_t slot = std::hash<std::string_view>()(name) & mask;
-    while (fSlots[slot] != 0 && fMembers[fSlots[slot] - 1].name() != name) {
-        slot = (slot + 1) & mask;
+    for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
+        const Slot& slot = fSlots[i];
+        if (slot.memberBehind == 0) return slot;
+        if (slot.hash == hash && fMembers[slot.memberBehind - 1].name() == name) return slot;
     }
-    return slot;
+}
+
+void Layout::fillSlot(unsigned int member) {
+    const std::string_view name = fMembers[member].name();
+    const std::uint32_t hash = hashOf(name);
+    const auto place = &slotOf(name, hash) - fSlots.data();
+    fSlots[static_cast<std::size_t>(place)] = {hash, member + 1};
 }
 
 std::uint64_t Layout::stride() const { return roundUp(fTotalSize, fAlignment); }
@@ -140,7 +151,7 @@ void Layout::add(Member::eDataType type, unsigned int length, const char* name) 
     Member member(type, length, name, offset);
     if (fMembers.size() + 1 >= kMembersWorthATable) growTable();
     fMembers.push_back(std::move(member));
-    if (!fSlots.empty()) fSlots[slotOf(fMembers.back().name())] = memberCount();
+    if (!fSlots.empty()) fillSlot(memberCount() - 1);
     fEnd = offset + valueBytes(fMembers.back());
     // The first member's alignment alone decides: {int8, int16, int8} ends at 5 and stays 5.
     fTotalSize = roundUp(fEnd, Member::typeAlignment(fMembers.front().type()));
@@ -152,9 +163,9 @@ void Layout::add(Member::eDataType type, unsigned int length, const char* name) 
 void Layout::growTable() {
     const std::size_t needed = (fMembers.size() + 1) * 3 / 2;
     if (needed < fSlots.size()) return;
-    std::vector<unsigned int> slots(std::max(fSlots.size(), kMembersWorthATable) * 2);
+    std::vector<Slot> slots(std::max(fSlots.size(), kMembersWorthATable) * 2);
     fSlots.swap(slots);
-    for (unsigned int i = 0; i < memberCount(); ++i) fSlots[slotOf(fMembers[i].name())] = i + 1;
+    for (unsigned int i = 0; i < memberCount(); ++i) fillSlot(i);
 }
 
 LayoutConversion::LayoutConversion(const Layout& from, const Layout& to) : fFrom(from), fTo(to) {

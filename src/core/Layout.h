@@ -75,15 +75,19 @@ class Layout : public RefCounted {
     void add(Member::eDataType type, unsigned int length, const char* name);
 
   private:
+    /// Of a hash table.
+    struct Slot {
+        std::uint32_t hash = 0;
+        std::uint32_t memberBehind = 0;  // its number and one; 0 for no member
+    };
     /// Where in the table the name is, or would be.
-    [[nodiscard]] std::size_t slotOf(std::string_view name) const;
+    [[nodiscard]] const Slot& slotOf(std::string_view name, std::uint32_t hash) const;
+    void fillSlot(unsigned int member);
     /// So that one more member finds room.
     void growTable();
 
     std::vector<Member> fMembers;
-    // A hash table of member indices, each one higher and 0 where there is none; empty as long as
-    // a search along the members is fast enough.
-    std::vector<unsigned int> fSlots;
+    std::vector<Slot> fSlots;  // empty as long as a search along the members is fast enough
     std::uint64_t fEnd = 0;
     std::uint64_t fTotalSize = 0;
     int fAlignment = 1;

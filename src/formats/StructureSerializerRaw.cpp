@@ -3,6 +3,7 @@
 #include <data/StructureSerializerRaw.h>
 
 #include "core/Ascii.h"
+#include "core/GetArea.h"
 #include "core/Layout.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
@@ -14,8 +15,9 @@
 #include <algorithm>
 #include <charconv>
 #include <istream>
-#include <iterator>
 #include <memory>
+#include <streambuf>
+#include <string>
 #include <string_view>
 
 namespace orbo::Data {
@@ -186,12 +188,28 @@ class Parser {
 
 /// Calls `visit` for each piece that is more than blanks, until it returns false.
 template <typename Visit>
-void forEachField(std::string_view text, char separator, Visit visit) {
+void forEachField(std::string_view text, std::string_view separators, Visit visit) {
     while (!text.empty()) {
-        const std::string_view field = text.substr(0, text.find(separator));
+        const std::string_view field = text.substr(0, text.find_first_of(separators));
         if (!Ascii::trim(field).empty() && !visit(field)) return;
         text.remove_prefix(std::min(field.size() + 1, text.size()));
     }
+}
+
+/// All that is left to read.
+std::string takeRest(std::streambuf* buffer) {
+    using Traits = std::char_traits<char>;
+    std::string text;
+    while (buffer && !Traits::eq_int_type(buffer->sgetc(), Traits::eof())) {
+        const std::string_view ready = GetArea::of(*buffer);
+        if (ready.empty()) {
+            text += Traits::to_char_type(buffer->sbumpc());
+        } else {
+            text += ready;
+            GetArea::take(*buffer, ready.size());
+        }
+    }
+    return text;
 }
 
 }  // namespace
@@ -209,18 +227,17 @@ const StructureSerializerRaw& StructureSerializerRaw::theFormat() {
 const char* StructureSerializerRaw::formatType() const { return keyword(kRaw); }
 
 Structure* StructureSerializerRaw::read(std::istream& in, std::string& errors) const {
-    std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    collapseWhitespace(text);
-    standardizeSeparators(text);
-    const char separator = *keyword(kSeparator);
+    const std::string all = takeRest(in.rdbuf());
+    const std::string_view text = Ascii::trim(all);
+    const std::string separators = std::string(keyword(kSeparator)) + '\n';
     int fields = 0;
-    forEachField(text, separator, [&](std::string_view) { return ++fields < 2; });
+    forEachField(text, separators, [&](std::string_view) { return ++fields < 2; });
     if (fields < 2) {
         errors += "Structures must have a name and at least one member";
         return nullptr;
     }
     Parser parser(keyword(kEquals), keyword(kStructureName));
-    forEachField(text, separator, [&](std::string_view field) {
+    forEachField(text, separators, [&](std::string_view field) {
         parser.parseField(field);
         return true;
     });
