@@ -2,10 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/TextStatement.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
+
+#include "core/EightBytes.h"
 
 namespace orbo::Data::TextStatement {
 
@@ -40,28 +39,17 @@ char escapedCharacter(const char*& at, const char* end) {
     return name == std::string_view::npos ? c : static_cast<char>(kFirstNamed + name);
 }
 
-constexpr bool kIsLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
-
-// The lowest byte with its highest bit set is the first of the character; 0 without any.
-std::uint64_t find(char c, std::uint64_t word) {
-    constexpr std::uint64_t kOnes = ~std::uint64_t{0} / 0xFF;
-    const std::uint64_t difference = word ^ (kOnes * static_cast<unsigned char>(c));
-    return (difference - kOnes) & ~difference & (kOnes * 0x80);
-}
-
 // Moves all up to the next backslash, quote or the end; `out` is nowhere behind `at`.
 void movePlain(char*& out, const char*& at, const char* end) {
-    std::uint64_t word = 0;
-    constexpr std::ptrdiff_t kStride = sizeof word;
+    constexpr std::ptrdiff_t kStride = EightBytes::kSize;
     // Once they are a stride apart, no move touches what is still to be read.
-    while (kIsLittleEndian && at - out >= kStride && end - at >= kStride) {
-        std::memcpy(&word, at, kStride);
-        std::memcpy(out, &word, kStride);
-        const std::uint64_t found = find('\\', word) | find('"', word);
-        const std::ptrdiff_t moved = found == 0 ? kStride : __builtin_ctzll(found) / 8;
-        out += moved;
-        at += moved;
-        if (found != 0) return;
+    while (EightBytes::kUsable && at - out >= kStride && end - at >= kStride) {
+        const EightBytes bytes(at);
+        bytes.store(out);
+        const int plain = bytes.countBefore('\\', '"');
+        out += plain;
+        at += plain;
+        if (plain < kStride) return;
     }
     while (at != end && *at != '\\' && *at != '"') *out++ = *at++;
 }

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "core/Ascii.h"
+#include "core/EightBytes.h"
 
 namespace orbo::Data {
 
@@ -36,14 +37,13 @@ class PlainNumber {
 
   private:
     static constexpr std::ptrdiff_t kMostDigits = 18;  // always less than 2^63
-    static constexpr bool kIsLittleEndian = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
     static constexpr std::uint64_t kShifts[] = {1,      10,      100,      1000,     10000,
                                                 100000, 1000000, 10000000, 100000000};
 
     const char* takeDigits(const char* at, const char* last) {
-        if constexpr (kIsLittleEndian) {
+        if constexpr (EightBytes::kUsable) {
             // Up to eight at once, as where they end is hard to foresee for a processor.
-            while (last - at >= 8) {
+            while (last - at >= EightBytes::kSize) {
                 const int count = takeUpToEight(at);
                 at += count;
                 if (count < 8) return at;
@@ -56,13 +56,11 @@ class PlainNumber {
     }
 
     int takeUpToEight(const char* at) {
-        std::uint64_t bytes = 0;
-        std::memcpy(&bytes, at, sizeof bytes);
-        bytes ^= 0x3030303030303030;  // leaves the values of digits
+        constexpr auto all = EightBytes::all;
+        std::uint64_t bytes = EightBytes(at).bits() ^ all('0');  // leaves the values of digits
         // Above 9, or above 127: the top bit of the byte.
-        const std::uint64_t others =
-            (((bytes & 0x7F7F7F7F7F7F7F7F) + 0x7676767676767676) | bytes) & 0x8080808080808080;
-        const int count = others == 0 ? 8 : __builtin_ctzll(others) / 8;
+        const std::uint64_t others = (((bytes & all(0x7F)) + all(0x7F - 9)) | bytes) & all(0x80);
+        const int count = EightBytes::countOfZeroBits(others) / 8;
         if (count == 0) return 0;
         // Zeros in front, then neighbours together: two, four, all eight.
         bytes <<= 64 - 8 * count;

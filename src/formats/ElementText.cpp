@@ -9,6 +9,7 @@
 
 #include "core/Ascii.h"
 #include "core/DataTypes.h"
+#include "core/EightBytes.h"
 #include "core/PlainNumber.h"
 
 namespace orbo::Data {
@@ -84,8 +85,7 @@ class PlainLine {
     bool readString(char** slot) {
         if (*fNext != '"') return false;
         const char* const first = fNext + 1;
-        const char* end = first;
-        while (end != fLast && isOrdinary(*end)) ++end;
+        const char* const end = endOfOrdinary(first);
         if (end == fLast || *end != '"') return false;
         const auto size = static_cast<std::size_t>(end - first);
         char* const copy = static_cast<char*>(std::malloc(size + 1));
@@ -104,6 +104,15 @@ class PlainLine {
     }
 
   private:
+    [[nodiscard]] const char* endOfOrdinary(const char* at) const {
+        while (EightBytes::kUsable && fLast - at >= EightBytes::kSize) {
+            const int count = EightBytes(at).countBefore('"', '\\', '\n', '\0');
+            at += count;
+            if (count < EightBytes::kSize) return at;
+        }
+        while (at != fLast && isOrdinary(*at)) ++at;
+        return at;
+    }
     static bool isOrdinary(char c) { return c != '"' && c != '\\' && c != '\n' && c != '\0'; }
 
     const char* fNext;

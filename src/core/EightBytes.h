@@ -1,0 +1,45 @@
+// Text looked at eight bytes at a time.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace orbo::Data {
+
+/// In the order in which they stand in memory, the first one lowest: only where processors have it
+/// so.
+class EightBytes {
+  public:
+    static constexpr bool kUsable = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+    static constexpr std::ptrdiff_t kSize = 8;
+    /// All eight with this value.
+    static constexpr std::uint64_t all(unsigned char value) { return 0x0101010101010101 * value; }
+
+    explicit EightBytes(const char* from) { std::memcpy(&fBits, from, sizeof fBits); }
+    void store(char* to) const { std::memcpy(to, &fBits, sizeof fBits); }
+
+    [[nodiscard]] std::uint64_t bits() const { return fBits; }
+
+    /// How many stand in front of the first of these characters, 8 when none is there.
+    template <typename... Characters>
+    [[nodiscard]] int countBefore(Characters... characters) const {
+        return countOfZeroBits((... | marks(characters))) / 8;
+    }
+    /// 64 for 0.
+    static int countOfZeroBits(std::uint64_t bits) {
+        return bits == 0 ? 64 : __builtin_ctzll(bits);
+    }
+
+  private:
+    /// The lowest bit is the top bit of the first byte that is the character.
+    [[nodiscard]] std::uint64_t marks(char c) const {
+        const std::uint64_t difference = fBits ^ all(static_cast<unsigned char>(c));
+        return (difference - all(1)) & ~difference & all(0x80);
+    }
+
+    std::uint64_t fBits = 0;
+};
+
+}  // namespace orbo::Data
