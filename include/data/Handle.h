@@ -51,21 +51,21 @@ class METADATA_API Handle {
     /// The current member's first value, or null without data, at the end, or for another type.
     void* asType(Member::eDataType type);
     [[nodiscard]] const void* asType(Member::eDataType type) const;
-    bool* asBoolean();
-    double* asDouble();
-    double* asDoubleMatrix4x4();
-    float* asFloat();
-    float* asFloatMatrix4x4();
-    signed char* asInt8();
-    short* asInt16();
-    int* asInt32();
-    long long* asInt64();
+    bool* asBoolean() { return valuesOf<bool>(Member::kBoolean); }
+    double* asDouble() { return valuesOf<double>(Member::kDouble); }
+    double* asDoubleMatrix4x4() { return valuesOf<double>(Member::kDoubleMatrix4x4); }
+    float* asFloat() { return valuesOf<float>(Member::kFloat); }
+    float* asFloatMatrix4x4() { return valuesOf<float>(Member::kFloatMatrix4x4); }
+    signed char* asInt8() { return valuesOf<signed char>(Member::kInt8); }
+    short* asInt16() { return valuesOf<short>(Member::kInt16); }
+    int* asInt32() { return valuesOf<int>(Member::kInt32); }
+    long long* asInt64() { return valuesOf<long long>(Member::kInt64); }
     /// Slots own their strings: free the old one before storing a `malloc`ed new one.
-    char** asString();
-    unsigned char* asUInt8();
-    unsigned short* asUInt16();
-    unsigned int* asUInt32();
-    unsigned long long* asUInt64();
+    char** asString() { return valuesOf<char*>(Member::kString); }
+    unsigned char* asUInt8() { return valuesOf<unsigned char>(Member::kUInt8); }
+    unsigned short* asUInt16() { return valuesOf<unsigned short>(Member::kUInt16); }
+    unsigned int* asUInt32() { return valuesOf<unsigned int>(Member::kUInt32); }
+    unsigned long long* asUInt64() { return valuesOf<unsigned long long>(Member::kUInt64); }
 
     /// Both false without data; the second true for a name that no member has.
     [[nodiscard]] bool isDefault() const;
@@ -89,18 +89,28 @@ class METADATA_API Handle {
 
   private:
     friend class HandleAccess;
+    friend class StreamIteratorImpl;
 
     Handle(const Structure& structure, const Layout& layout, char* data);
 
     [[nodiscard]] const Member* current() const;
     [[nodiscard]] const Member& checkedCurrent() const;
-    [[nodiscard]] char* valuesOf(Member::eDataType type) const;
+    template <typename T>
+    [[nodiscard]] T* valuesOf(Member::eDataType type) const {
+        return fData && fType == type ? reinterpret_cast<T*>(fData + fOffset) : nullptr;
+    }
     void followStructure();
+    void useLayout(const Layout& layout);
+    void moveTo(unsigned int member);
+    void noteMember() noexcept;
     void freeOwnedChunk() noexcept;
 
     const Structure* fStructure = nullptr;  // one reference
     RefPtr<const Layout> fLayout;           // the one that fData was made with
     char* fData = nullptr;
+    // Of the current member, so that access does not look it up. No type at the end.
+    unsigned long long fOffset = 0;
+    Member::eDataType fType = Member::kInvalid;
     unsigned int fIndex;
     bool fOwnsData = false;
 

@@ -6,7 +6,10 @@
 #include <debug/CRTP_Debug.h>
 #include <debug/Export.h>
 
+#include <memory>
+#include <new>
 #include <string>
+#include <string_view>
 
 namespace orbo::Data {
 
@@ -21,9 +24,15 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     IndexString& operator=(const IndexString& other);
     IndexString& operator=(const std::string& text);
 
-    [[nodiscard]] const std::string& indexString() const { return fValue; }
+    [[nodiscard]] std::string indexString() const { return std::string(fText); }
 
-    [[nodiscard]] std::string asString() const override { return fValue; }
+    /// In one block with its text, as those are that `doCreate` makes.
+    [[nodiscard]] IndexType* clone() const override { return make(fText); }
+    static Index doCreate(const std::string& text) { return take(make(text)); }
+    /// The size of the block is not that of the object.
+    static void operator delete(void* block) { ::operator delete(block); }
+
+    [[nodiscard]] std::string asString() const override { return indexString(); }
     [[nodiscard]] bool supportsDenseMode() const override { return false; }
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType&) const override { return 0; }
 
@@ -33,12 +42,12 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     using CRTP_IndexType<IndexString>::operator<=;
     using CRTP_IndexType<IndexString>::operator>;
     using CRTP_IndexType<IndexString>::operator>=;
-    bool operator==(const IndexString& other) const { return fValue == other.fValue; }
-    bool operator!=(const IndexString& other) const { return fValue != other.fValue; }
-    bool operator<(const IndexString& other) const { return fValue < other.fValue; }
-    bool operator<=(const IndexString& other) const { return fValue <= other.fValue; }
-    bool operator>(const IndexString& other) const { return fValue > other.fValue; }
-    bool operator>=(const IndexString& other) const { return fValue >= other.fValue; }
+    bool operator==(const IndexString& other) const { return fText == other.fText; }
+    bool operator!=(const IndexString& other) const { return fText != other.fText; }
+    bool operator<(const IndexString& other) const { return fText < other.fText; }
+    bool operator<=(const IndexString& other) const { return fText <= other.fText; }
+    bool operator>(const IndexString& other) const { return fText > other.fText; }
+    bool operator>=(const IndexString& other) const { return fText >= other.fText; }
 
     static const std::string myTypeName;  ///< "string"
     static IndexRegistration myRegistration;
@@ -53,7 +62,12 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     IndexString();
 
   private:
-    std::string fValue;
+    struct Elsewhere {};
+    IndexString(std::string_view text, Elsewhere) noexcept;
+    static IndexString* make(std::string_view text);
+
+    std::unique_ptr<char[]> fOwn;  // null where the text stands behind the object
+    std::string_view fText;
 
     static Debug::ObjectCounter _objects;
 };

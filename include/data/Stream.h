@@ -50,13 +50,16 @@ class METADATA_API Stream {
     [[nodiscard]] bool empty() const { return elementCount() == 0; }
     [[nodiscard]] bool hasElement(Index index) const;
     /// On the stored element, at its first member; without data when there is no such element.
+    /// Numbers need no index, here and below.
     Handle element(Index index);
+    Handle element(unsigned int number);
     /// Stores a copy. False for a handle of another structure object, even an equal one, and when
     /// memory runs out. Dense storage also refuses handles without data.
     bool setElement(Index index, const Handle& handle);
     /// On an element that is there now, in place of an earlier one, with default values; nothing is
     /// copied. Without data where `setElement` would refuse, and for a structure without members.
     Handle emplaceElement(Index index);
+    Handle emplaceElement(unsigned int number);
     /// Makes room for so many elements. False when memory runs out.
     bool reserve(unsigned int elements);
     /// One member of every element. Only of dense storage, and for the type of the member's values

@@ -4,6 +4,7 @@
 
 #include <data/Handle.h>
 #include <data/Index.h>
+#include <data/StreamIteratorImpl.h>
 #include <debug/Export.h>
 
 #include <cstddef>
@@ -11,8 +12,6 @@
 #include <memory>
 
 namespace orbo::Data {
-
-class StreamIteratorImpl;
 
 /// Yields a handle on the element, which it re-points as it walks: position the handle on a member
 /// once and it stays there. Does not keep the stream alive. At the end the handle has no data.
@@ -32,32 +31,46 @@ class METADATA_API StreamIterator {
     StreamIterator& operator=(StreamIterator&& other) noexcept;
     ~StreamIterator();
 
-    Handle& operator*();               // (*)
-    const Handle& operator*() const;   // (*)
-    Handle* operator->();              // (*)
-    const Handle* operator->() const;  // (*)
+    Handle& operator*() { return impl().handle(); }                // (*)
+    const Handle& operator*() const { return impl().handle(); }    // (*)
+    Handle* operator->() { return &impl().handle(); }              // (*)
+    const Handle* operator->() const { return &impl().handle(); }  // (*)
 
     /// (*) Stays at the end.
-    StreamIterator& operator++();
+    StreamIterator& operator++() {
+        impl().advance();
+        return *this;
+    }
     /// (*) Inverted: leaves this iterator where it is and returns one a step further.
     [[nodiscard]] StreamIterator operator++(int);
 
     /// (*) Of the current element; at the end 4294967295 (dense) or 0 (mapped).
     [[nodiscard]] Index index() const;
-    [[nodiscard]] bool valid() const;
+    [[nodiscard]] bool valid() const { return fImpl && fImpl->valid(); }
 
     bool operator==(const StreamIterator& other) const { return !(*this != other); }
-    bool operator!=(const StreamIterator& other) const;
+    bool operator!=(const StreamIterator& other) const {
+        if (!fImpl || !other.fImpl) return fImpl != other.fImpl;
+        return *fImpl != *other.fImpl;
+    }
 
   protected:
     friend class Stream;
     /// Takes the object over.
     explicit StreamIterator(StreamIteratorImpl* impl);
 
-    StreamIteratorImpl& impl();
-    [[nodiscard]] const StreamIteratorImpl& impl() const;
+    StreamIteratorImpl& impl() {
+        if (!fImpl) refuse("No Stream Iterator implementation");
+        return *fImpl;
+    }
+    [[nodiscard]] const StreamIteratorImpl& impl() const {
+        if (!fImpl) refuse("No const Stream Iterator implementation");
+        return *fImpl;
+    }
 
   private:
+    [[noreturn]] static void refuse(const char* problem);
+
     std::unique_ptr<StreamIteratorImpl> fImpl;
 };
 

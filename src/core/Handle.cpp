@@ -20,8 +20,6 @@ namespace {
 
 constexpr unsigned int kEndIndex = Layout::kNoMember;
 
-unsigned int firstMember(const Layout& layout) { return layout.memberCount() == 0 ? kEndIndex : 0; }
-
 }  // namespace
 
 Debug::ObjectCounter Handle::_objects;
@@ -38,7 +36,8 @@ Handle::Handle(const Structure& structure, void* data)
     : Handle(structure, Layout::of(structure), static_cast<char*>(data)) {}
 
 Handle::Handle(const Structure& structure, const Layout& layout, char* data)
-    : fStructure(&structure), fLayout(&layout), fData(data), fIndex(firstMember(*fLayout)) {
+    : fStructure(&structure), fLayout(&layout), fData(data) {
+    moveTo(0);
     structure.ref();
     _objects.objectCreated();
 }
@@ -47,6 +46,8 @@ Handle::Handle(const Handle& other)
     : fStructure(other.fStructure),
       fLayout(other.fLayout),
       fData(other.fData),
+      fOffset(other.fOffset),
+      fType(other.fType),
       fIndex(other.fIndex) {
     if (fStructure) fStructure->ref();
     _objects.objectCreated();
@@ -87,7 +88,7 @@ void Handle::pointToData(char* data, bool owns) {
     if (data != fData) {
         freeOwnedChunk();
         fData = data;
-        if (fStructure) fLayout = RefPtr<const Layout>(&Layout::of(*fStructure));
+        if (fStructure) useLayout(Layout::of(*fStructure));
     }
     fOwnsData = owns;
 }
@@ -105,6 +106,8 @@ void Handle::swap(Handle& other) noexcept {
     std::swap(fStructure, other.fStructure);
     std::swap(fLayout, other.fLayout);
     std::swap(fData, other.fData);
+    std::swap(fOffset, other.fOffset);
+    std::swap(fType, other.fType);
     std::swap(fIndex, other.fIndex);
     std::swap(fOwnsData, other.fOwnsData);
 }
@@ -113,8 +116,25 @@ bool Handle::usesStructure(const Structure& structure) const { return fStructure
 
 // Without a chunk there is none to protect from the structure's changes.
 void Handle::followStructure() {
-    if (fData || !fStructure || fLayout.get() == &Layout::of(*fStructure)) return;
-    fLayout = RefPtr<const Layout>(&Layout::of(*fStructure));
+    if (!fData && fStructure) useLayout(Layout::of(*fStructure));
+}
+
+// An index that the members do not reach is kept: they may come back.
+void Handle::useLayout(const Layout& layout) {
+    if (fLayout.get() == &layout) return;
+    fLayout = RefPtr<const Layout>(&layout);
+    noteMember();
+}
+
+void Handle::moveTo(unsigned int member) {
+    fIndex = member < fLayout->memberCount() ? member : kEndIndex;
+    noteMember();
+}
+
+void Handle::noteMember() noexcept {
+    const Member* const member = current();
+    fType = member ? member->fType : Member::kInvalid;
+    fOffset = member ? member->fOffset : 0;
 }
 
 const Member* Handle::current() const {
@@ -129,54 +149,26 @@ const Member& Handle::checkedCurrent() const {
 bool Handle::setPositionByMemberIndex(unsigned int index) {
     if (index == fIndex) return true;
     followStructure();
-    fIndex = index < fLayout->memberCount() ? index : kEndIndex;
+    moveTo(index);
     return fIndex != kEndIndex;
 }
 
 bool Handle::setPositionByMemberName(const char* name) {
     if (!name) return false;
     followStructure();
-    fIndex = fLayout->indexOf(name);
+    moveTo(fLayout->indexOf(name));
     return fIndex != kEndIndex;
 }
 
 Member::eDataType Handle::dataType() const { return checkedCurrent().type(); }
 unsigned int Handle::dataLength() const { return checkedCurrent().length(); }
 
-char* Handle::valuesOf(Member::eDataType type) const {
-    if (!fData || fIndex >= fLayout->memberCount()) return nullptr;
-    const Member& member = fLayout->member(fIndex);
-    return member.fType == type ? fData + member.fOffset : nullptr;
+// The end has no type, and nothing is of its kind.
+const void* Handle::asType(Member::eDataType type) const {
+    return type == Member::kInvalid ? nullptr : valuesOf<void>(type);
 }
-
-const void* Handle::asType(Member::eDataType type) const { return valuesOf(type); }
-void* Handle::asType(Member::eDataType type) { return valuesOf(type); }
-
-bool* Handle::asBoolean() { return reinterpret_cast<bool*>(valuesOf(Member::kBoolean)); }
-double* Handle::asDouble() { return reinterpret_cast<double*>(valuesOf(Member::kDouble)); }
-double* Handle::asDoubleMatrix4x4() {
-    return reinterpret_cast<double*>(valuesOf(Member::kDoubleMatrix4x4));
-}
-float* Handle::asFloat() { return reinterpret_cast<float*>(valuesOf(Member::kFloat)); }
-float* Handle::asFloatMatrix4x4() {
-    return reinterpret_cast<float*>(valuesOf(Member::kFloatMatrix4x4));
-}
-signed char* Handle::asInt8() { return reinterpret_cast<signed char*>(valuesOf(Member::kInt8)); }
-short* Handle::asInt16() { return reinterpret_cast<short*>(valuesOf(Member::kInt16)); }
-int* Handle::asInt32() { return reinterpret_cast<int*>(valuesOf(Member::kInt32)); }
-long long* Handle::asInt64() { return reinterpret_cast<long long*>(valuesOf(Member::kInt64)); }
-char** Handle::asString() { return reinterpret_cast<char**>(valuesOf(Member::kString)); }
-unsigned char* Handle::asUInt8() {
-    return reinterpret_cast<unsigned char*>(valuesOf(Member::kUInt8));
-}
-unsigned short* Handle::asUInt16() {
-    return reinterpret_cast<unsigned short*>(valuesOf(Member::kUInt16));
-}
-unsigned int* Handle::asUInt32() {
-    return reinterpret_cast<unsigned int*>(valuesOf(Member::kUInt32));
-}
-unsigned long long* Handle::asUInt64() {
-    return reinterpret_cast<unsigned long long*>(valuesOf(Member::kUInt64));
+void* Handle::asType(Member::eDataType type) {
+    return const_cast<void*>(std::as_const(*this).asType(type));
 }
 
 bool Handle::isDefault() const { return fLayout->isDefault(fData); }
@@ -210,7 +202,7 @@ Handle HandleAccess::own(const Structure& structure, const Layout& layout, char*
 
 void HandleAccess::pointAnew(Handle& handle, const Layout& layout, char* data) {
     handle.freeOwnedChunk();
-    handle.fLayout = RefPtr<const Layout>(&layout);
+    handle.useLayout(layout);
     handle.fData = data;
 }
 

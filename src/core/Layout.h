@@ -4,6 +4,7 @@
 
 #include <data/Member.h>
 #include <debug/RefCounted.h>
+#include <debug/RefPtr.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +32,8 @@ class Layout : public RefCounted {
     /// The structure's present layout, which is good until the structure changes unless one takes a
     /// reference.
     static const Layout& of(const Structure& structure);
+    /// Where the structure keeps it, which is good as long as the structure is.
+    static const RefPtr<Layout>& presentOf(const Structure& structure);
     /// Of no members.
     static const Layout& empty();
 

@@ -38,7 +38,11 @@ const Structure::Impl::DefaultBlock* Structure::Impl::makeDefaultBlock(std::uint
 
 void Structure::Impl::dropDefaultBlock() { delete defaultBlock.exchange(nullptr); }
 
-const Layout& Layout::of(const Structure& structure) { return *structure.fImpl->layout; }
+const RefPtr<Layout>& Layout::presentOf(const Structure& structure) {
+    return structure.fImpl->layout;
+}
+
+const Layout& Layout::of(const Structure& structure) { return *presentOf(structure); }
 
 Debug::ObjectCounter Structure::_objects;
 

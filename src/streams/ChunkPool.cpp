@@ -20,20 +20,22 @@ char* ChunkPool::take(const Layout& layout) {
         std::memcpy(&fReturned, chunk, sizeof fReturned);
         return chunk;
     }
-    const std::size_t stride = strideOf(layout);
-    if (fLeft < stride && !addBlock(nextBlockSize(stride))) return nullptr;
-    fLeft -= stride;
-    return std::exchange(fNext, fNext + stride);
+    if (fLeft == 0) {
+        const std::size_t stride = strideOf(layout);
+        if (!addBlock(nextBlockSize(stride), stride)) return nullptr;
+    }
+    fLeft -= fStride;
+    return std::exchange(fNext, fNext + fStride);
 }
 
 bool ChunkPool::reserve(const Layout& layout, std::size_t chunks) {
     const std::size_t stride = strideOf(layout);
     if (isLarge(layout) || layout.totalSize() == 0 || fLeft / stride >= chunks) return true;
-    while (fLeft >= stride) {
+    while (fLeft != 0) {
         fLeft -= stride;
         giveBack(layout, std::exchange(fNext, fNext + stride));
     }
-    return addBlock(std::max(chunks * stride, nextBlockSize(stride)));
+    return addBlock(std::max(chunks * stride, nextBlockSize(stride)), stride);
 }
 
 // Each twice as large as the one before, so that few elements take little.
@@ -42,8 +44,8 @@ std::size_t ChunkPool::nextBlockSize(std::size_t stride) const {
     return std::max(std::min(wanted, kLargestBlock), stride) / stride * stride;
 }
 
-// What is left of the last one is lost.
-bool ChunkPool::addBlock(std::size_t size) {
+// Nothing is left of the last one.
+bool ChunkPool::addBlock(std::size_t size, std::size_t stride) {
     std::unique_ptr<char, Free> block(static_cast<char*>(std::malloc(size)));
     if (!block) return false;
     try {
@@ -53,6 +55,7 @@ bool ChunkPool::addBlock(std::size_t size) {
     }
     fNext = fBlocks.back().get();
     fLeft = fBlockSize = size;
+    fStride = stride;
     return true;
 }
 
@@ -81,6 +84,7 @@ void ChunkPool::swap(ChunkPool& other) noexcept {
     std::swap(fBlockSize, other.fBlockSize);
     std::swap(fNext, other.fNext);
     std::swap(fLeft, other.fLeft);
+    std::swap(fStride, other.fStride);
     std::swap(fReturned, other.fReturned);
 }
 

@@ -31,6 +31,8 @@ class ChunkPool {
     void giveBack(const Layout& layout, char* chunk);
     /// All chunks but large ones are gone.
     void clear();
+    /// Bytes from one chunk to the next in a block; 0 without a block.
+    [[nodiscard]] std::size_t stride() const { return fStride; }
     static bool isLarge(const Layout& layout) { return layout.totalSize() > kLargestPooled; }
 
   private:
@@ -38,7 +40,7 @@ class ChunkPool {
 
     static std::size_t strideOf(const Layout& layout);
     [[nodiscard]] std::size_t nextBlockSize(std::size_t stride) const;
-    [[nodiscard]] bool addBlock(std::size_t size);
+    [[nodiscard]] bool addBlock(std::size_t size, std::size_t stride);
 
     static constexpr std::size_t kFirstBlock = 256;
     static constexpr std::size_t kLargestBlock = 64 * 1024;
@@ -49,8 +51,9 @@ class ChunkPool {
     std::vector<std::unique_ptr<char, Free>> fBlocks;
     std::size_t fBlockSize = 0;  // of the last one
     char* fNext = nullptr;       // what is left of it
-    std::size_t fLeft = 0;       // in bytes
-    char* fReturned = nullptr;   // begins with the address of the next
+    std::size_t fLeft = 0;       // in bytes, a multiple of the stride
+    std::size_t fStride = 0;
+    char* fReturned = nullptr;  // begins with the address of the next
 };
 
 }  // namespace orbo::Data

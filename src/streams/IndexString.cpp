@@ -10,25 +10,52 @@
 
 namespace orbo::Data {
 
+namespace {
+
+std::unique_ptr<char[]> copyOf(const std::string& text) {
+    std::unique_ptr<char[]> copy(new char[text.size()]);
+    text.copy(copy.get(), text.size());
+    return copy;
+}
+
+}  // namespace
+
 Debug::ObjectCounter IndexString::_objects;
 
 IndexString::IndexString() { _objects.objectCreated(); }
 
-IndexString::IndexString(const std::string& text) : fValue(text) { _objects.objectCreated(); }
+IndexString::IndexString(const std::string& text)
+    : fOwn(copyOf(text)), fText(fOwn.get(), text.size()) {
+    _objects.objectCreated();
+}
 
-IndexString::IndexString(const IndexString& other) : IndexString(other.fValue) {}
+IndexString::IndexString(const IndexString& other) : IndexString(other.indexString()) {}
+
+IndexString::IndexString(std::string_view text, Elsewhere) noexcept : fText(text) {
+    _objects.objectCreated();
+}
 
 IndexString::~IndexString() { _objects.objectDestroyed(); }
 
-IndexString& IndexString::operator=(const IndexString& other) = default;
+IndexString* IndexString::make(std::string_view text) {
+    void* const block = ::operator new(sizeof(IndexString) + text.size());
+    char* const behind = static_cast<char*>(block) + sizeof(IndexString);
+    text.copy(behind, text.size());
+    return ::new (block) IndexString(std::string_view(behind, text.size()), Elsewhere());
+}
+
+IndexString& IndexString::operator=(const IndexString& other) {
+    return *this = other.indexString();
+}
 
 IndexString& IndexString::operator=(const std::string& text) {
-    fValue = text;
+    fOwn = copyOf(text);
+    fText = std::string_view(fOwn.get(), text.size());
     return *this;
 }
 
 bool IndexString::Debug(const IndexString* index, Debug::Print& print) {
-    if (index) print.doIndent() << index->fValue;
+    if (index) print.doIndent() << index->fText;
     return true;
 }
 

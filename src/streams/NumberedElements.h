@@ -9,47 +9,21 @@
 
 namespace orbo::Data {
 
-/// Up to 64 neighbours share a page, however far apart their numbers are; a map of the pages is
-/// small enough to be searched quickly. Numbers that come in order, up or down, fill their pages.
+/// Up to 64 neighbours share a page, however far apart their numbers are, and up to 512 pages a
+/// group: few enough to be searched quickly, and to make room among. Numbers that come in order, up
+/// or down, fill their pages.
 class NumberedElements {
   public:
     struct Entry {
         unsigned int number;
         char* chunk;  // null for an element without data
     };
-
-    /// Stays on its element, or at the end, while others come and go.
-    class Cursor {
-      public:
-        /// Not to be used before one of the others is assigned to it.
-        Cursor() = default;
-        /// On the first element.
-        explicit Cursor(NumberedElements& elements);
-
-        [[nodiscard]] bool atEnd() const { return fAtEnd; }
-        [[nodiscard]] unsigned int number() const { return fNumber; }
-        /// Null when the element was removed.
-        [[nodiscard]] char* chunk() const {
-            return isCurrent() ? fPage->second[fAt].chunk : chunkOfNumber();
-        }
-        void advance() {
-            if (!isCurrent() || fAt + 1 == fPage->second.size()) return advanceFar();
-            fNumber = fPage->second[++fAt].number;
-        }
-
-      private:
-        [[nodiscard]] bool isCurrent() const { return fVersion == fElements->fVersion; }
-        [[nodiscard]] char* chunkOfNumber() const;
-        void advanceFar();
-        void moveTo(unsigned int from);
-        void settle();
-
-        NumberedElements* fElements = nullptr;
-        std::map<unsigned int, std::vector<Entry>>::iterator fPage;
-        std::size_t fAt = 0;
-        std::uint64_t fVersion = 0;  // of the elements, for which page and place are right
-        unsigned int fNumber = 0;
-        bool fAtEnd = true;
+    /// Neighbours in order; good until the next insertion or removal.
+    struct Run {
+        const Entry* first = nullptr;
+        const Entry* end = nullptr;
+        // So many, which may go beyond `end`, have numbers without a gap and chunks side by side.
+        std::size_t even = 0;
     };
 
     NumberedElements() = default;
@@ -57,9 +31,13 @@ class NumberedElements {
     NumberedElements& operator=(const NumberedElements&) = delete;
 
     [[nodiscard]] std::size_t size() const { return fSize; }
-    /// Null when there is none; good until the next insertion or removal.
+    /// To be changed. Null when there is none; good until the next insertion or removal.
     [[nodiscard]] Entry* find(unsigned int number);
     [[nodiscard]] bool has(unsigned int number) const;
+    /// Null where there is no element, too. Chunks in a block lie `stride` bytes apart.
+    [[nodiscard]] char* chunkOf(unsigned int number, std::size_t stride);
+    /// Begins with the first element that is not below; empty when there is none.
+    [[nodiscard]] Run from(unsigned int number, std::size_t stride);
     /// The element's entry, a new one with null if there was none.
     Entry& insert(unsigned int number);
     void erase(unsigned int number);
@@ -70,30 +48,57 @@ class NumberedElements {
     /// Calls `visit(number, chunk)` for each in order; it may change the chunk.
     template <typename Visit>
     void forEach(const Visit& visit) {
-        for (auto& [lowest, page] : fPages) {
-            for (Entry& entry : page) visit(entry.number, entry.chunk);
+        for (auto& [lowest, group] : fGroups) {
+            for (Page& page : group) {
+                page.evenCount = 0;
+                for (Entry& entry : page.entries) visit(entry.number, entry.chunk);
+            }
         }
     }
 
   private:
-    using Page = std::vector<Entry>;
-    using Pages = std::map<unsigned int, Page>;
+    using Entries = std::vector<Entry>;
+    struct Page {
+        unsigned int lowest = 0;  // not above its numbers, and above those of the page in front
+        // So many that stand first, known to be those from this number on, with chunks side by
+        // side: these are found without a look at the entries, which are not at hand among many.
+        unsigned int evenCount = 0;
+        unsigned int evenNumber = 0;
+        char* evenChunk = nullptr;
+        Entries entries;
+    };
+    using Group = std::vector<Page>;
+    using Groups = std::map<unsigned int, Group>;
+    struct Place {
+        Groups::iterator group;
+        Page* page = nullptr;
+    };
+
     static constexpr std::size_t kPageSize = 64;
+    static constexpr std::size_t kGroupSize = 512;
+    static constexpr unsigned int kPagesAhead = 16;
 
-    Pages::iterator pageOf(unsigned int number);
-    Pages::iterator split(Pages::iterator page, std::size_t at);
-    static Page::iterator placeIn(Page& page, unsigned int number);
-    Pages::iterator remember(Pages::iterator page);
-    void forget() { fRecent = fPages.end(); }
+    const Place& pageOf(unsigned int number);
+    const Place& searchPageOf(unsigned int number);
+    static std::size_t placeIn(const Group& group, unsigned int number);
+    bool moveToNext(Place& place);
+    static Entries::iterator entryOf(Page& page, unsigned int number);
+    static bool has(const Page& page, Entries::iterator entry, unsigned int number);
+    static Entry& toBeChanged(Page& page, Entries::iterator entry);
+    static void noteEven(Page& page, std::size_t stride);
+    std::size_t evenFrom(Place place, const Entry* entry, std::size_t stride);
+    void split(Place place, std::size_t at);
+    void addBehind(const Place& place, Page&& page);
+    void remove(const Place& place);
+    void forget() { fRecent.page = nullptr; }
 
-    // By a number that is not above its own and above those of the page in front. The first is
-    // that of 0, and may be empty.
-    Pages fPages;
+    // By the lowest of their first page. The first is that of 0, and never without a page, which
+    // may be empty.
+    Groups fGroups;
     std::size_t fSize = 0;
-    std::uint64_t fVersion = 0;
-    // Most look for a number near the one before.
-    Pages::iterator fRecent = fPages.end();
-    std::uint64_t fRecentEnd = 0;  // where the next page begins
+    // Most look for a number near the one before. Forgotten when pages move.
+    Place fRecent;
+    unsigned int fRecentReach = 0;  // from the lowest number of its page to the highest possible
 };
 
 }  // namespace orbo::Data

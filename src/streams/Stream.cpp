@@ -16,7 +16,6 @@
 #include "streams/NameChanges.h"
 #include "streams/StreamImplDense.h"
 #include "streams/StreamImplMapped.h"
-#include "streams/StreamIteratorImpl.h"
 
 namespace orbo::Data {
 
@@ -116,12 +115,14 @@ bool Stream::setUseDefaults(bool use) { return impl().setUseDefaults(use); }
 unsigned int Stream::elementCount() const { return impl().elementCount(); }
 bool Stream::hasElement(Index index) const { return impl().hasElement(index); }
 Handle Stream::element(Index index) { return impl().element(index); }
+Handle Stream::element(unsigned int number) { return impl().element(number); }
 
 bool Stream::setElement(Index index, const Handle& handle) {
     return impl().setElement(index, handle);
 }
 
 Handle Stream::emplaceElement(Index index) { return impl().emplaceElement(std::move(index)); }
+Handle Stream::emplaceElement(unsigned int number) { return impl().emplaceElement(number); }
 
 bool Stream::reserve(unsigned int elements) {
     impl().sync();

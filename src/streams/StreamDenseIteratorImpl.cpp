@@ -13,8 +13,8 @@ StreamDenseIteratorImpl::StreamDenseIteratorImpl(StreamImplDense& storage, bool 
 }
 
 StreamDenseIteratorImpl::StreamDenseIteratorImpl(const StreamDenseIteratorImpl& other)
-    : StreamIteratorImpl(other), fStorage(other.fStorage), fPosition(other.fPosition) {
-    if (fStorage) repoint();
+    : StreamIteratorImpl(other), fStorage(other.fStorage) {
+    if (fStorage) show(number());
 }
 
 std::unique_ptr<StreamIteratorImpl> StreamDenseIteratorImpl::clone() const {
@@ -23,31 +23,37 @@ std::unique_ptr<StreamIteratorImpl> StreamDenseIteratorImpl::clone() const {
 
 Index StreamDenseIteratorImpl::index() const {
     if (!fStorage) return Index(0);
-    return fStorage->indexOfPhysicalElement(fAtEnd ? fStorage->elementCount() : fPosition);
+    return fStorage->indexOfPhysicalElement(fAtEnd ? fStorage->elementCount() : number());
 }
 
 void StreamDenseIteratorImpl::step() {
-    moveTo(fPosition + 1);
+    moveTo(number() + 1);
     // Without a block nothing follows the first element.
-    if (fStorage->layout().totalSize() != 0 && !fStorage->elementAddr(fPosition)) fAtEnd = true;
+    if (fStorage->layout().totalSize() != 0 && !fStorage->elementAddr(number())) fAtEnd = true;
 }
 
 void StreamDenseIteratorImpl::moveTo(unsigned int position) {
-    fPosition = position;
     fAtEnd = position >= fStorage->elementCount();
-    repoint();
+    show(position);
 }
 
-void StreamDenseIteratorImpl::repoint() {
+void StreamDenseIteratorImpl::show(unsigned int position) {
     fStorage->sync();
-    const bool there = !fAtEnd && fPosition < fStorage->elementCount();
-    pointAt(*fStorage, there ? fStorage->elementAddr(fPosition) : nullptr);
+    const bool there = !fAtEnd && position < fStorage->elementCount();
+    Stretch stretch;
+    stretch.number = stretch.last = position;
+    stretch.chunk = there ? fStorage->elementAddr(position) : nullptr;
+    if (stretch.chunk) {
+        stretch.last = fStorage->elementCount() - 1;
+        stretch.step = static_cast<std::size_t>(fStorage->layout().stride());
+    }
+    enter(stretch, *fStorage);
 }
 
 const StreamImpl* StreamDenseIteratorImpl::storage() const { return fStorage; }
 
 bool StreamDenseIteratorImpl::samePlace(const StreamIteratorImpl& other) const {
-    return fPosition == static_cast<const StreamDenseIteratorImpl&>(other).fPosition;
+    return number() == static_cast<const StreamDenseIteratorImpl&>(other).number();
 }
 
 }  // namespace orbo::Data

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <memory>
+#include <data/StreamIteratorImpl.h>
 
-#include "streams/StreamIteratorImpl.h"
+#include <memory>
 
 namespace orbo::Data {
 
@@ -27,10 +27,9 @@ class StreamDenseIteratorImpl : public StreamIteratorImpl {
 
   private:
     void moveTo(unsigned int position);
-    void repoint();
+    void show(unsigned int position);
 
     StreamImplDense* fStorage = nullptr;
-    unsigned int fPosition = 0;
 };
 
 }  // namespace orbo::Data

@@ -20,7 +20,8 @@ Debug::ObjectCounter StreamImpl::_objects;
 
 StreamImpl::StreamImpl()
     : fStructure(Structure::create()),
-      fLayout(&Layout::of(*fStructure)),
+      fPresentLayout(&Layout::presentOf(*fStructure)),
+      fLayout(fPresentLayout->get()),
       fName("Stream"),
       fIndexType(Index::theTypeName()) {
     _objects.objectCreated();
@@ -28,7 +29,8 @@ StreamImpl::StreamImpl()
 
 StreamImpl::StreamImpl(const Structure& structure, const std::string& name)
     : fStructure(&structure),
-      fLayout(&Layout::of(structure)),
+      fPresentLayout(&Layout::presentOf(structure)),
+      fLayout(fPresentLayout->get()),
       fName(name),
       fIndexType(Index::theTypeName()) {
     _objects.objectCreated();
@@ -39,6 +41,7 @@ StreamImpl::StreamImpl(const StreamImpl& other)
       CRTP_Debug<StreamImpl, Debug::Print>(other),
       CRTP_Debug<StreamImpl, Debug::Footprint>(other),
       fStructure(other.fStructure),
+      fPresentLayout(other.fPresentLayout),
       fLayout(other.fLayout),
       fName(other.fName),
       fIndexType(other.fIndexType) {
@@ -51,7 +54,9 @@ bool StreamImpl::setStructure(const Structure& structure) {
     if (elementCount() != 0) return false;
     RefPtr<const Structure> next(&structure);
     dropChunks();
-    fLayout = RefPtr<const Layout>(&Layout::of(structure));
+    noteChange();
+    fPresentLayout = &Layout::presentOf(structure);
+    fLayout = RefPtr<const Layout>(fPresentLayout->get());
     fStructure = std::move(next);
     return true;
 }
@@ -66,23 +71,35 @@ bool StreamImpl::setIndexType(const std::string& typeName) {
 bool StreamImpl::setUseDefaults(bool use) { return std::exchange(fUseDefaults, use); }
 
 Handle StreamImpl::element(const Index& index) {
+    if (!index.complexIndex()) return element(index.index());
     sync();
     return HandleAccess::borrow(*fStructure, *fLayout, chunkAt(index));
 }
 
-// The copy comes first: the handle may be on a chunk of this storage, which `sync` or `store` may
-// move or free.
+Handle StreamImpl::element(unsigned int number) {
+    sync();
+    return HandleAccess::borrow(*fStructure, *fLayout, chunkOf(number));
+}
+
 bool StreamImpl::setElement(const Index& index, const Handle& handle) {
     if (!handle.usesStructure(*fStructure)) return false;
     const Layout& from = HandleAccess::layout(handle);
-    const Layout& to = Layout::of(*fStructure);
+    const Layout& to = **fPresentLayout;
     const char* const data = HandleAccess::data(handle);
+    if (data && &from == &to && &from == fLayout.get()) return storeCopy(index, data);
+    // The copy comes first: the handle may be on a chunk of this storage, which `sync` moves.
     OwnedChunk copy(&from == &to ? to.duplicate(data) : LayoutConversion(from, to).duplicate(data),
                     ChunkDeleter{&to});
     if (data && !copy && to.totalSize() != 0) return false;
     sync();
     // Without memory to convert the others, this one has the wrong layout.
     return (!copy || fLayout.get() == &to) && store(Index(index), std::move(copy));
+}
+
+// The copy comes first: `store` may move or free the chunk.
+bool StreamImpl::storeCopy(const Index& index, const char* chunk) {
+    OwnedChunk copy(fLayout->duplicate(chunk), ChunkDeleter{fLayout.get()});
+    return (copy || fLayout->totalSize() == 0) && store(Index(index), std::move(copy));
 }
 
 bool StreamImpl::adoptElement(Index&& index, Handle&& handle) {
@@ -99,9 +116,14 @@ bool StreamImpl::adoptElement(Index&& index, Handle&& handle) {
 }
 
 Handle StreamImpl::emplaceElement(Index&& index) {
+    if (!index.complexIndex()) return emplaceElement(index.index());
     sync();
-    char* const chunk = index.complexIndex() ? placeTyped(std::move(index)) : place(index.index());
-    return HandleAccess::borrow(*fStructure, *fLayout, chunk);
+    return HandleAccess::borrow(*fStructure, *fLayout, placeTyped(std::move(index)));
+}
+
+Handle StreamImpl::emplaceElement(unsigned int number) {
+    sync();
+    return HandleAccess::borrow(*fStructure, *fLayout, place(number));
 }
 
 bool StreamImpl::mergeStream(StreamImpl& other) {
@@ -113,11 +135,12 @@ bool StreamImpl::mergeStream(StreamImpl& other) {
     return true;
 }
 
-void StreamImpl::sync() {
-    const Layout& now = Layout::of(*fStructure);
-    if (&now == fLayout.get()) return;
+void StreamImpl::convertToPresent() {
+    const Layout& now = **fPresentLayout;
     try {
-        if (convert(now)) fLayout = RefPtr<const Layout>(&now);
+        if (!convert(now)) return;
+        fLayout = RefPtr<const Layout>(&now);
+        noteChange();
     } catch (const std::bad_alloc&) {
         // The chunks stay as they are, and the next operation tries again.
     }

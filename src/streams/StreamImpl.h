@@ -9,6 +9,7 @@
 #include <debug/RefCounted.h>
 #include <debug/RefPtr.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -63,11 +64,13 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] virtual unsigned int elementCount() const = 0;
     [[nodiscard]] virtual bool hasElement(const Index& index) const = 0;
     [[nodiscard]] Handle element(const Index& index);
+    [[nodiscard]] Handle element(unsigned int number);
     bool setElement(const Index& index, const Handle& handle);
     /// Takes the handle's chunk over when the handle owns it, else copies it.
     bool adoptElement(Index&& index, Handle&& handle);
     /// The same of a default chunk, which is made where it stays.
     [[nodiscard]] Handle emplaceElement(Index&& index);
+    [[nodiscard]] Handle emplaceElement(unsigned int number);
     /// The chunk of an element that is there from now on, with default values. Null without memory,
     /// and for chunks of no bytes. After a `sync`.
     [[nodiscard]] virtual char* place(unsigned int number) = 0;
@@ -84,9 +87,16 @@ class StreamImpl : public RefCounted,
 
     /// Brings the chunks to the structure's present layout. When there is no memory for that, the
     /// storage goes on with the layout that it has.
-    void sync();
+    void sync() {
+        if (fPresentLayout->get() != fLayout.get()) convertToPresent();
+    }
     /// Of the chunks, as of the last `sync`.
     [[nodiscard]] const Layout& layout() const { return *fLayout; }
+    /// Where the structure keeps its present one.
+    [[nodiscard]] const RefPtr<Layout>& presentLayout() const { return *fPresentLayout; }
+    /// Grows when elements come or go, when a chunk lies elsewhere and when the structure is
+    /// another. Not when dense storage has more elements in the same block.
+    [[nodiscard]] const std::uint64_t& changes() const { return fChanges; }
 
     /// Virtual: both reach the `Debug` of the kind.
     using CRTP_Debug<StreamImpl, Debug::Footprint>::debug;
@@ -106,10 +116,14 @@ class StreamImpl : public RefCounted,
 
     /// The element's chunk, null without one.
     [[nodiscard]] virtual char* chunkAt(const Index& index) = 0;
+    [[nodiscard]] virtual char* chunkOf(unsigned int number) = 0;
     /// Stores a chunk of `layout()`, or an element without data. Takes the chunk when the result is
     /// true, and of the index what it needs. An element that is there keeps its address and gets
     /// the new content.
     virtual bool store(Index&& index, OwnedChunk&& chunk) = 0;
+    /// `store`, of a copy of a chunk of `layout()`, which may be the element's own. False without
+    /// memory.
+    virtual bool storeCopy(const Index& index, const char* chunk);
     /// `place`, of a typed index.
     [[nodiscard]] virtual char* placeTyped(Index&& index) = 0;
     /// Forgets all elements, and whatever was allocated for them.
@@ -120,12 +134,18 @@ class StreamImpl : public RefCounted,
     /// Gives `destination` the content of `chunk`, both of `layout()`.
     void replace(char* destination, OwnedChunk&& chunk) const;
 
+    void noteChange() { ++fChanges; }
+
     static void printMembers(Handle& handle, const Layout& layout, Debug::Print& print);
     static void addStrings(const Layout& layout, const char* chunk, Debug::Footprint& footprint);
 
   private:
+    void convertToPresent();
+
     RefPtr<const Structure> fStructure;
+    const RefPtr<Layout>* fPresentLayout;
     RefPtr<const Layout> fLayout;
+    std::uint64_t fChanges = 0;
     std::string fName;
     std::string fIndexType;
     bool fUseDefaults = false;

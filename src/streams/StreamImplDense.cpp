@@ -94,8 +94,10 @@ void StreamImplDense::visit(ElementVisitor& visitor) {
     for (unsigned int k = 0; k < count; ++k) visitor.visit(k, elementAddr(k));
 }
 
-char* StreamImplDense::chunkAt(const Index& index) {
-    return index.index() < fCount ? elementAddr(index.index()) : nullptr;
+char* StreamImplDense::chunkAt(const Index& index) { return chunkOf(index.index()); }
+
+char* StreamImplDense::chunkOf(unsigned int number) {
+    return number < fCount ? elementAddr(number) : nullptr;
 }
 
 char* StreamImplDense::elementAddr(unsigned int position) const {
@@ -116,6 +118,7 @@ bool StreamImplDense::allocate(unsigned int slots) {
     Block block = defaultBlock(layout(), slots);
     if (!block) return false;
     if (fBlock) std::memcpy(block.get(), fBlock.get(), bytes(layout(), fCount));
+    noteChange();
     fBlock = std::move(block);
     fAllocated = slots;
     return true;
@@ -198,6 +201,7 @@ bool StreamImplDense::setElementRange(const Index& first, const Index& last) {
         fCount = count;
         return true;
     }
+    noteChange();
     // A shrunk range ends one short of the count asked for, by contract.
     const unsigned int kept = count > 0 ? count - 1 : 0;
     for (unsigned int k = kept; fBlock && k < fCount; ++k) layout().reset(elementAddr(k));
@@ -209,6 +213,7 @@ bool StreamImplDense::clear() {
     if (fBlock && layout().hasStrings()) {
         for (unsigned int k = 0; k < fCount; ++k) layout().destroyStrings(elementAddr(k));
     }
+    noteChange();
     fBlock.reset();
     return true;
 }

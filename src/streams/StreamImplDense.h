@@ -59,6 +59,7 @@ class StreamImplDense : public StreamImpl,
 
   protected:
     [[nodiscard]] char* chunkAt(const Index& index) override;
+    [[nodiscard]] char* chunkOf(unsigned int number) override;
     bool store(Index&& index, OwnedChunk&& chunk) override;
     [[nodiscard]] char* placeTyped(Index&& index) override { return place(index.index()); }
     void dropChunks() override;

@@ -120,11 +120,30 @@ char* StreamImplMapped::chunkAt(const Index& index) {
     return place ? *place : nullptr;
 }
 
+char* StreamImplMapped::chunkOf(unsigned int number) {
+    return fNumbered.chunkOf(number, fPool.stride());
+}
+
 char* StreamImplMapped::adopt(OwnedChunk&& chunk) {
     if (!chunk) return nullptr;
     char* const adopted = fPool.adopt(layout(), chunk.get());
     static_cast<void>(chunk.release());
     return adopted;
+}
+
+bool StreamImplMapped::storeCopy(const Index& index, const char* chunk) {
+    if (index.complexIndex() || layout().totalSize() == 0) {
+        return StreamImpl::storeCopy(index, chunk);
+    }
+    noteChange();
+    const std::size_t before = fNumbered.size();
+    char*& place = fNumbered.insert(index.index()).chunk;
+    if (place) return StreamImpl::storeCopy(index, chunk);
+    place = fPool.take(layout());
+    if (place && layout().fillWithDuplicate(place, chunk)) return true;
+    if (place) fPool.giveBack(layout(), std::exchange(place, nullptr));
+    if (fNumbered.size() > before) fNumbered.erase(index.index());
+    return false;
 }
 
 bool StreamImplMapped::store(Index&& index, OwnedChunk&& chunk) {
@@ -134,6 +153,7 @@ bool StreamImplMapped::store(Index&& index, OwnedChunk&& chunk) {
         replace(*place, std::move(chunk));
         return true;
     }
+    noteChange();
     char* const stored = adopt(std::move(chunk));
     try {
         if (index.complexIndex() && !place) {
@@ -170,6 +190,7 @@ bool StreamImplMapped::fillWithDefault(char*& chunk) {
 }
 
 char* StreamImplMapped::place(unsigned int number) {
+    noteChange();
     const std::size_t before = fNumbered.size();
     char*& chunk = fNumbered.insert(number).chunk;
     if (fillWithDefault(chunk)) return chunk;
@@ -188,6 +209,7 @@ char* StreamImplMapped::placeTyped(Index&& index) {
 bool StreamImplMapped::removeElement(const Index& index) {
     char** const place = find(index);
     if (!place) return true;
+    noteChange();
     free(*place);
     erase(index);
     if (elementCount() == 0) fPool.clear();
@@ -197,6 +219,7 @@ bool StreamImplMapped::removeElement(const Index& index) {
 bool StreamImplMapped::reindexElement(const Index& from, const Index& to) {
     if (!find(from)) return false;
     if (from == to) return true;
+    noteChange();
     insert(to);
     if (find(from) == find(to)) return true;  // of a type that orders what it tells apart alike
     char*& source = *find(from);
@@ -209,6 +232,7 @@ bool StreamImplMapped::swapElements(const Index& first, const Index& second) {
     char** const one = find(first);
     char** const other = find(second);
     if (!one || !other) return false;
+    noteChange();
     std::swap(*one, *other);
     return true;
 }
@@ -220,6 +244,7 @@ bool StreamImplMapped::setElementRange(const Index& first, const Index& last) {
 }
 
 bool StreamImplMapped::clear() {
+    noteChange();
     if (ChunkPool::isLarge(layout())) {
         forEachChunk([this](char* chunk) { free(chunk); });
     } else if (layout().hasStrings()) {

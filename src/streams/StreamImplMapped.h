@@ -46,6 +46,8 @@ class StreamImplMapped : public StreamImpl,
 
     /// In order, these come first.
     [[nodiscard]] NumberedElements& numbered() { return fNumbered; }
+    /// Bytes from one chunk to the next, of those that lie in a block.
+    [[nodiscard]] std::size_t stride() const { return fPool.stride(); }
     [[nodiscard]] TypedElements& typed() { return fTyped; }
 
     bool debug(Debug::Print& print) const override { return Debug(this, print); }
@@ -57,7 +59,9 @@ class StreamImplMapped : public StreamImpl,
 
   protected:
     [[nodiscard]] char* chunkAt(const Index& index) override;
+    [[nodiscard]] char* chunkOf(unsigned int number) override;
     bool store(Index&& index, OwnedChunk&& chunk) override;
+    bool storeCopy(const Index& index, const char* chunk) override;
     [[nodiscard]] char* placeTyped(Index&& index) override;
     void dropChunks() override { clear(); }
     bool convert(const Layout& to) override;

@@ -5,8 +5,6 @@
 
 #include <stdexcept>
 
-#include "streams/StreamIteratorImpl.h"
-
 namespace orbo::Data {
 
 namespace {
@@ -29,25 +27,7 @@ StreamIterator& StreamIterator::operator=(const StreamIterator& other) {
     return *this;
 }
 
-StreamIteratorImpl& StreamIterator::impl() {
-    if (!fImpl) throw std::runtime_error("No Stream Iterator implementation");
-    return *fImpl;
-}
-
-const StreamIteratorImpl& StreamIterator::impl() const {
-    if (!fImpl) throw std::runtime_error("No const Stream Iterator implementation");
-    return *fImpl;
-}
-
-Handle& StreamIterator::operator*() { return impl().handle(); }
-const Handle& StreamIterator::operator*() const { return impl().handle(); }
-Handle* StreamIterator::operator->() { return &impl().handle(); }
-const Handle* StreamIterator::operator->() const { return &impl().handle(); }
-
-StreamIterator& StreamIterator::operator++() {
-    impl().advance();
-    return *this;
-}
+void StreamIterator::refuse(const char* problem) { throw std::runtime_error(problem); }
 
 // The wrong way round, and required to be: it is the result that moves on.
 StreamIterator StreamIterator::operator++(int) {
@@ -57,12 +37,5 @@ StreamIterator StreamIterator::operator++(int) {
 }
 
 Index StreamIterator::index() const { return impl().index(); }
-
-bool StreamIterator::valid() const { return fImpl && fImpl->valid(); }
-
-bool StreamIterator::operator!=(const StreamIterator& other) const {
-    if (!fImpl || !other.fImpl) return fImpl != other.fImpl;
-    return *fImpl != *other.fImpl;
-}
 
 }  // namespace orbo::Data

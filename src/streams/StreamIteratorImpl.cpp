@@ -1,7 +1,7 @@
 // What walks a storage: the part that both kinds share.
 // SPDX-License-Identifier: Apache-2.0
 
-#include "streams/StreamIteratorImpl.h"
+#include <data/StreamIteratorImpl.h>
 
 #include <stdexcept>
 
@@ -18,11 +18,16 @@ StreamIteratorImpl::StreamIteratorImpl(const StreamIteratorImpl& other) = defaul
 
 void StreamIteratorImpl::refuse() { throw std::out_of_range("Iterator not at a valid position"); }
 
-void StreamIteratorImpl::pointAt(StreamImpl& storage, char* chunk) {
+void StreamIteratorImpl::enter(const Stretch& stretch, StreamImpl& storage) {
+    fStretch = stretch;
+    fChanges = &storage.changes();
+    fChangesSeen = storage.changes();
+    fPresentLayout = &Layout::presentOf(storage.structure());
+    fLayout = &storage.layout();
     if (fHandle && fHandle->usesStructure(storage.structure())) {
-        HandleAccess::point(*fHandle, storage.layout(), chunk);
+        HandleAccess::point(*fHandle, storage.layout(), stretch.chunk);
     } else {
-        fHandle = HandleAccess::borrow(storage.structure(), storage.layout(), chunk);
+        fHandle = HandleAccess::borrow(storage.structure(), storage.layout(), stretch.chunk);
     }
 }
 

@@ -3,24 +3,37 @@
 
 #include "streams/StreamMappedIteratorImpl.h"
 
+#include <algorithm>
+
 namespace orbo::Data {
 
 StreamMappedIteratorImpl::StreamMappedIteratorImpl(StreamImplMapped& storage, bool begin)
     : fStorage(&storage), fTyped(storage.typed().end()) {
     fAtEnd = !begin;
     if (begin) {
-        fNumbered = NumberedElements::Cursor(storage.numbered());
-        fTyped = storage.typed().begin();
+        moveTo(0);
+    } else {
+        showTyped();
     }
-    show();
 }
 
 StreamMappedIteratorImpl::StreamMappedIteratorImpl(const StreamMappedIteratorImpl& other)
     : StreamIteratorImpl(other),
       fStorage(other.fStorage),
-      fNumbered(other.fNumbered),
+      fIsTyped(other.fIsTyped),
       fTyped(other.fTyped) {
-    if (fStorage) show();
+    if (fStorage) showAgain();
+}
+
+void StreamMappedIteratorImpl::showAgain() {
+    if (fIsTyped) return showTyped();
+    fStorage->sync();
+    fBehind = fStorage->numbered().from(number(), fStorage->stride());
+    if (fBehind.first != fBehind.end && fBehind.first->number == number()) return showNumbered();
+    fBehind = {};
+    Stretch removed;
+    removed.number = removed.last = number();
+    enter(removed, *fStorage);
 }
 
 std::unique_ptr<StreamIteratorImpl> StreamMappedIteratorImpl::clone() const {
@@ -29,31 +42,55 @@ std::unique_ptr<StreamIteratorImpl> StreamMappedIteratorImpl::clone() const {
 
 Index StreamMappedIteratorImpl::index() const {
     if (fAtEnd) return Index();
-    return fNumbered.atEnd() ? fTyped->first : Index(fNumbered.number());
+    return fIsTyped ? fTyped->first : Index(number());
 }
 
 void StreamMappedIteratorImpl::step() {
-    if (fNumbered.atEnd()) {
+    if (fIsTyped) {
         ++fTyped;
+        showTyped();
+    } else if (isPassed() && fBehind.first != fBehind.end) {
+        showNumbered();
     } else {
-        fNumbered.advance();
-        if (fNumbered.atEnd()) fTyped = fStorage->typed().begin();
+        moveTo(std::uint64_t{number()} + 1);
     }
-    show();
 }
 
-void StreamMappedIteratorImpl::show() {
+void StreamMappedIteratorImpl::moveTo(std::uint64_t number) {
     fStorage->sync();
-    fAtEnd = fAtEnd || (fNumbered.atEnd() && fTyped == fStorage->typed().end());
-    char* const chunk = fAtEnd ? nullptr : fNumbered.atEnd() ? fTyped->second : fNumbered.chunk();
-    pointAt(*fStorage, chunk);
+    fBehind = {};
+    if (number <= ~0U)
+        fBehind = fStorage->numbered().from(static_cast<unsigned int>(number), fStorage->stride());
+    fIsTyped = fBehind.first == fBehind.end;
+    if (!fIsTyped) return showNumbered();
+    fTyped = fStorage->typed().begin();
+    showTyped();
+}
+
+void StreamMappedIteratorImpl::showNumbered() {
+    const std::size_t count = std::max(fBehind.even, std::size_t{1});
+    Stretch stretch;
+    stretch.chunk = fBehind.first->chunk;
+    stretch.step = fStorage->stride();
+    stretch.number = fBehind.first->number;
+    stretch.last = stretch.number + static_cast<unsigned int>(count) - 1;
+    fBehind.first += std::min(count, static_cast<std::size_t>(fBehind.end - fBehind.first));
+    fBehind.even = 0;
+    enter(stretch, *fStorage);
+}
+
+void StreamMappedIteratorImpl::showTyped() {
+    fStorage->sync();
+    fAtEnd = fTyped == fStorage->typed().end();
+    Stretch stretch;
+    if (!fAtEnd) stretch.chunk = fTyped->second;
+    enter(stretch, *fStorage);
 }
 
 bool StreamMappedIteratorImpl::samePlace(const StreamIteratorImpl& base) const {
     const auto& other = static_cast<const StreamMappedIteratorImpl&>(base);
-    if (fNumbered.atEnd() != other.fNumbered.atEnd()) return false;
-    return fNumbered.atEnd() ? fTyped == other.fTyped
-                             : fNumbered.number() == other.fNumbered.number();
+    if (fIsTyped != other.fIsTyped) return false;
+    return fIsTyped ? fTyped == other.fTyped : number() == other.number();
 }
 
 }  // namespace orbo::Data

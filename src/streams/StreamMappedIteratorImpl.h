@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/StreamIteratorImpl.h>
+
+#include <cstdint>
 #include <memory>
 
 #include "streams/StreamImplMapped.h"
-#include "streams/StreamIteratorImpl.h"
 
 namespace orbo::Data {
 
@@ -25,11 +27,17 @@ class StreamMappedIteratorImpl : public StreamIteratorImpl {
     [[nodiscard]] bool samePlace(const StreamIteratorImpl& base) const override;
 
   private:
-    void show();
+    /// To the first of the numbered elements that is not below, or to what comes behind them.
+    void moveTo(std::uint64_t number);
+    /// The current element, which may have been removed.
+    void showAgain();
+    void showNumbered();
+    void showTyped();
 
     StreamImplMapped* fStorage = nullptr;
-    // Not looked at where fAtEnd is set; the typed elements are what comes behind the numbered.
-    NumberedElements::Cursor fNumbered;
+    bool fIsTyped = true;  // which come behind the numbered
+    // What is behind the stretch, as long as the storage does not change.
+    NumberedElements::Run fBehind;
     StreamImplMapped::TypedElements::iterator fTyped;
 };
 

@@ -54,6 +54,24 @@ TEST(IndexTest, OrdersNumbersBeforeTypedValuesAndTypesByName) {
     }
 }
 
+TEST(IndexTest, TextsOfAnyLengthAreTheIndexesOwn) {
+    for (const std::size_t length : {0, 8, 25, 4000}) {
+        const std::string text(length, 'x');
+        const Index made = Index::doCreate("string", text);
+        IndexString value("before");
+        value = text;
+        const IndexString copy(value);
+        const Index index{copy};
+        const IndexString& same = value;
+        value = same;
+        value = std::string("other");
+        EXPECT_TRUE(index == made && Index(made) == index && value < IndexString("p")) << length;
+        EXPECT_EQ(copy.indexString() + index.asString() + made.asString(), text + text + text);
+        *static_cast<IndexString*>(Index(made).complexIndex()) = std::string("changed alone");
+        EXPECT_EQ(made.asString(), text);
+    }
+}
+
 TEST(IndexTest, MeasuresDenseSpace) {
     const Index pair(IndexPair(3, 1));
     const Index text(IndexString("a"));

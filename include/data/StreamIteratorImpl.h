@@ -1,0 +1,104 @@
+// What walks a storage: the part that both kinds share.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Handle.h>
+#include <data/Index.h>
+#include <debug/Export.h>
+#include <debug/RefPtr.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace orbo::Data {
+
+class Layout;
+class StreamImpl;
+
+/// Owns one handle that borrows the current element's chunk. Whatever is assigned to the handle
+/// stays outside the storage and is gone with the next step.
+///
+/// Use it through `StreamIterator`. It is public so that a loop takes most steps without a call:
+/// those within a stretch, where numbers follow each other and chunks lie at equal distances.
+class METADATA_API StreamIteratorImpl {
+  public:
+    virtual ~StreamIteratorImpl();
+    StreamIteratorImpl& operator=(const StreamIteratorImpl&) = delete;
+
+    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> clone() const = 0;
+    /// Throws `std::out_of_range` when the iterator was made without a storage.
+    [[nodiscard]] Handle& handle() {
+        if (!fHandle) refuse();
+        return *fHandle;
+    }
+    [[nodiscard]] const Handle& handle() const {
+        return const_cast<StreamIteratorImpl*>(this)->handle();
+    }
+    [[nodiscard]] bool valid() const { return !fAtEnd; }
+    [[nodiscard]] virtual Index index() const = 0;
+    /// Stays at the end.
+    void advance() {
+        if (fStretch.number != fStretch.last && isUpToDate()) {
+            ++fStretch.number;
+            fStretch.chunk += fStretch.step;
+            fHandle->fData = fStretch.chunk;
+        } else if (!fAtEnd) {
+            step();
+        }
+    }
+
+    bool operator==(const StreamIteratorImpl& other) const {
+        if (fAtEnd != other.fAtEnd) return false;
+        return storage() == other.storage() && (fAtEnd || samePlace(other));
+    }
+    bool operator!=(const StreamIteratorImpl& other) const { return !(*this == other); }
+
+  protected:
+    /// The current element and those behind it.
+    struct Stretch {
+        char* chunk = nullptr;
+        std::size_t step = 0;  // bytes from one chunk to the next
+        unsigned int number = 0;
+        unsigned int last = 0;  // the number where it ends
+    };
+
+    StreamIteratorImpl() = default;
+    StreamIteratorImpl(const StreamIteratorImpl& other);
+
+    /// Points the handle at the stretch's first element, after a `sync` of the storage.
+    void enter(const Stretch& stretch, StreamImpl& storage);
+    /// Of the current element in the stretch that was entered.
+    [[nodiscard]] unsigned int number() const { return fStretch.number; }
+    /// Whether nothing is left of the stretch, and storage and handle are as it was entered.
+    [[nodiscard]] bool isPassed() const {
+        return fStretch.number == fStretch.last && fChanges && isUpToDate();
+    }
+    /// Of an iterator that is not at the end: to the next element, or to the end.
+    virtual void step() = 0;
+    [[nodiscard]] virtual const StreamImpl* storage() const = 0;
+    /// Of two iterators on the same storage that are not at the end.
+    [[nodiscard]] virtual bool samePlace(const StreamIteratorImpl& other) const = 0;
+
+    bool fAtEnd = true;
+
+  private:
+    [[noreturn]] static void refuse();
+    /// Whether storage and structure are as they were when the stretch was entered, and the handle
+    /// shows the element. The changes come first: the structure may be gone with them.
+    [[nodiscard]] bool isUpToDate() const {
+        return *fChanges == fChangesSeen && fPresentLayout->get() == fLayout &&
+               fHandle->fData == fStretch.chunk;
+    }
+
+    std::optional<Handle> fHandle;
+    Stretch fStretch;
+    // Of the storage; not looked at where the stretch is at its end.
+    const std::uint64_t* fChanges = nullptr;
+    std::uint64_t fChangesSeen = 0;
+    const RefPtr<Layout>* fPresentLayout = nullptr;  // where the structure keeps it
+    const Layout* fLayout = nullptr;                 // of the chunks
+};
+
+}  // namespace orbo::Data
