@@ -31,6 +31,7 @@
 #include <data/Stream.h>
 #include <data/StreamColumn.h>
 #include <data/StreamIterator.h>
+#include <data/StreamIteratorImpl.h>
 #include <data/StreamSerializer.h>
 #include <data/StreamSerializerRaw.h>
 #include <data/Structure.h>
