@@ -6,7 +6,7 @@
 #include <debug/CRTP_Debug.h>
 #include <debug/Export.h>
 
-#include <memory>
+#include <cstddef>
 #include <new>
 #include <string>
 #include <string_view>
@@ -24,10 +24,10 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     IndexString& operator=(const IndexString& other);
     IndexString& operator=(const std::string& text);
 
-    [[nodiscard]] std::string indexString() const { return std::string(fText); }
+    [[nodiscard]] std::string indexString() const { return std::string(text()); }
 
     /// In one block with its text, as those are that `doCreate` makes.
-    [[nodiscard]] IndexType* clone() const override { return make(fText); }
+    [[nodiscard]] IndexType* clone() const override { return make(text()); }
     static Index doCreate(const std::string& text) { return take(make(text)); }
     /// The size of the block is not that of the object.
     static void operator delete(void* block) { ::operator delete(block); }
@@ -42,12 +42,12 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     using CRTP_IndexType<IndexString>::operator<=;
     using CRTP_IndexType<IndexString>::operator>;
     using CRTP_IndexType<IndexString>::operator>=;
-    bool operator==(const IndexString& other) const { return fText == other.fText; }
-    bool operator!=(const IndexString& other) const { return fText != other.fText; }
-    bool operator<(const IndexString& other) const { return fText < other.fText; }
-    bool operator<=(const IndexString& other) const { return fText <= other.fText; }
-    bool operator>(const IndexString& other) const { return fText > other.fText; }
-    bool operator>=(const IndexString& other) const { return fText >= other.fText; }
+    bool operator==(const IndexString& other) const { return text() == other.text(); }
+    bool operator!=(const IndexString& other) const { return text() != other.text(); }
+    bool operator<(const IndexString& other) const { return text() < other.text(); }
+    bool operator<=(const IndexString& other) const { return text() <= other.text(); }
+    bool operator>(const IndexString& other) const { return text() > other.text(); }
+    bool operator>=(const IndexString& other) const { return text() >= other.text(); }
 
     static const std::string myTypeName;  ///< "string"
     static IndexRegistration myRegistration;
@@ -62,12 +62,16 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     IndexString();
 
   private:
-    struct Elsewhere {};
-    IndexString(std::string_view text, Elsewhere) noexcept;
+    IndexString(std::string_view text, bool owns) noexcept;
+    void hold(std::string_view text, bool owns) noexcept;
     static IndexString* make(std::string_view text);
 
-    std::unique_ptr<char[]> fOwn;  // null where the text stands behind the object
-    std::string_view fText;
+    [[nodiscard]] std::string_view text() const { return {fText, static_cast<std::size_t>(fSize)}; }
+
+    const char* fText = nullptr;
+    // Together in one word, for there are many.
+    unsigned long long fSize : 63;
+    unsigned long long fOwnsText : 1;  // false where it stands behind the object
 
     static Debug::ObjectCounter _objects;
 };

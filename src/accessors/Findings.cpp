@@ -24,12 +24,12 @@ void Findings::add(Code code, std::string message, const SceneRecord& record) {
 
 void Findings::add(Findings others) {
     for (Finding& finding : others.fFindings) {
-        add(std::move(finding));
+        take(std::move(finding));
     }
     fLeftOut += others.fLeftOut;
 }
 
-void Findings::add(Finding finding) {
+void Findings::take(Finding finding) {
     if (hasRoom()) fFindings.push_back(std::move(finding));
 }
 
@@ -60,25 +60,23 @@ std::vector<Finding> Findings::inFileOrder() const {
     return findings;
 }
 
-void NumberedFindings::add(std::uint64_t number, Findings findings) {
-    // More than are told of: those that are met last may come first.
-    constexpr std::size_t kMost = 2 * Findings::kMost;
-    for (const Finding& finding : findings.all()) {
-        if (fFindings.size() < kMost) {
-            fFindings.push_back({number, finding});
-        } else {
-            ++fLeftOut;
-        }
-    }
+void RankedFindings::add(std::uint64_t rank, const Findings& findings) {
+    for (const Finding& finding : findings.all()) fFindings.push_back({rank, finding});
     fLeftOut += findings.countLeftOut();
+    if (fFindings.size() >= 2 * Findings::kMost) trim();
 }
 
-void NumberedFindings::moveTo(Findings& others, bool highestFirst) {
-    std::stable_sort(
-        fFindings.begin(), fFindings.end(), [&](const Numbered& left, const Numbered& right) {
-            return highestFirst ? right.number < left.number : left.number < right.number;
-        });
-    for (Numbered& numbered : fFindings) others.add(std::move(numbered.finding));
+void RankedFindings::trim() {
+    std::stable_sort(fFindings.begin(), fFindings.end(),
+                     [](const Ranked& a, const Ranked& b) { return a.rank < b.rank; });
+    if (fFindings.size() <= Findings::kMost) return;
+    fLeftOut += fFindings.size() - Findings::kMost;
+    fFindings.resize(Findings::kMost);
+}
+
+void RankedFindings::moveTo(Findings& others) {
+    trim();
+    for (Ranked& ranked : fFindings) others.take(std::move(ranked.finding));
     others.addLeftOut(fLeftOut);
     fFindings.clear();
     fLeftOut = 0;

@@ -31,8 +31,8 @@ class Findings {
     void add(Code code, std::string message, const FilePlace& place = {});
     /// About a record, with the node that it belongs to.
     void add(Code code, std::string message, const SceneRecord& record);
-    void add(Finding finding);
     void add(Findings others);
+    void take(Finding finding);
     /// Found, but not kept.
     void addLeftOut(std::uint64_t count) { fLeftOut += count; }
     /// For `return findings.fail(...)`.
@@ -56,20 +56,21 @@ class Findings {
     std::uint64_t fLeftOut = 0;
 };
 
-/// Findings about numbered things, which are met in other orders than they are told of.
-class NumberedFindings {
+/// Findings that come in another order than they are told in. Keeps those that are told first.
+class RankedFindings {
   public:
-    void add(std::uint64_t number, Findings findings);
-    /// Adds them to others, by number.
-    void moveTo(Findings& others, bool highestFirst);
+    void add(std::uint64_t rank, const Findings& findings);
+    /// By rank; those of one rank as they came.
+    void moveTo(Findings& others);
 
   private:
-    struct Numbered {
-        std::uint64_t number;
+    struct Ranked {
+        std::uint64_t rank;
         Finding finding;
     };
+    void trim();
 
-    std::vector<Numbered> fFindings;
+    std::vector<Ranked> fFindings;
     std::uint64_t fLeftOut = 0;
 };
 

@@ -7,7 +7,6 @@
 #include <optional>
 #include <utility>
 
-#include "accessors/ModelText.h"
 #include "accessors/RecordReader.h"
 #include "formats/ReaderRemarks.h"
 #include "streams/IndexTypes.h"
@@ -50,13 +49,18 @@ bool ModelReading::wants(const SceneRecord& record) const {
     return record.kind == Kind::kStructure || fAssociationNames.wants(record.name);
 }
 
+std::uint64_t ModelReading::nextRank() {
+    const std::uint64_t number = fRecords++;
+    return fOrder == Order::kFirstToLast ? number : ~number;
+}
+
 template <typename Read>
-auto ModelReading::read(const Read& reader, const SceneRecord& record, std::uint64_t number) {
+auto ModelReading::read(const Read& reader, const SceneRecord& record, std::uint64_t rank) {
     using Code = Finding::Code;
     Findings findings;
     if (!fThorough) {
         auto object = reader(record, findings);
-        fFindings.add(number, std::move(findings));
+        fFindings.add(rank, findings);
         return object;
     }
     const ReaderRemarks::Collector collector;
@@ -71,7 +75,7 @@ auto ModelReading::read(const Read& reader, const SceneRecord& record, std::uint
                      "Of the chunk " + std::to_string(record.leftover) + " bytes are not read.",
                      record);
     }
-    fFindings.add(number, std::move(findings));
+    fFindings.add(rank, findings);
     return object;
 }
 
@@ -79,33 +83,33 @@ void ModelReading::readRepeated(const UnreadAssociations& repeated) {
     Findings findings;
     findings.add(Finding::Code::kNodeRepeated, "An earlier record of this node counts.",
                  repeated.record);
-    fFindings.add(repeated.number, std::move(findings));
-    read(readAssociations, repeated.record, repeated.number);
+    fFindings.add(repeated.rank, findings);
+    read(readAssociations, repeated.record, repeated.rank);
 }
 
 void ModelReading::add(SceneRecord record) {
-    const std::uint64_t number = fNumber++;
+    const std::uint64_t rank = nextRank();
     if (record.kind == Kind::kStructure) {
-        auto structure = read(readStructure, record, number);
+        auto structure = read(readStructure, record, rank);
         if (!structure) return;
         fStructureNames.found(structure->name());
-        fStructures.push_back({std::move(structure), record.place, number});
+        fStructures.push_back({std::move(structure), record.place, rank});
     } else if (wants(record)) {
-        fAssociations.push_back({std::move(record), number});
+        fAssociations.push_back({std::move(record), rank});
     }
 }
 
 void ModelReading::add(Finding::Code code, std::string message, const FilePlace& place) {
     Findings findings;
     findings.add(code, std::move(message), place);
-    fFindings.add(fNumber++, std::move(findings));
+    fFindings.add(nextRank(), findings);
 }
 
 void ModelReading::discard() {
     fStructureNames = NameFilter(fStructureNamesGiven);
     fStructures.clear();
     fAssociations.clear();
-    fFindings = NumberedFindings();
+    fFindings = RankedFindings();
 }
 
 void ModelReading::registerStructure(const ParsedStructure& parsed, TakenNames& taken,
@@ -119,7 +123,7 @@ void ModelReading::registerStructure(const ParsedStructure& parsed, TakenNames& 
         findings.add(Finding::Code::kStructureDiffers,
                      "Structure '" + name + "' differs from an earlier one of that name",
                      parsed.place);
-        fFindings.add(parsed.number, std::move(findings));
+        fFindings.add(parsed.rank, findings);
     } else if (wanted) {
         Structure::registerStructure(structure);
         taken.structures.emplace(name, RefPtr<const Layout>(&Layout::of(structure)));
@@ -134,7 +138,7 @@ void ModelReading::build(const UnreadAssociations& unread, Accessor::Association
     const SceneRecord& record = unread.record;
     if (map.count(record.name) > 0) {
         if (fThorough) readRepeated(unread);
-    } else if (const auto associations = read(readAssociations, record, unread.number)) {
+    } else if (const auto associations = read(readAssociations, record, unread.rank)) {
         map.emplace(record.name, *associations);
         if (fThorough) taken.associationPlaces.emplace(record.name, record.place);
     } else {
@@ -161,7 +165,7 @@ TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy&
         build(fAssociations.front(), map, taken);
     }
     for (const auto& entry : map) taken.associations.insert(entry.first);
-    fFindings.moveTo(findings, fOrder == Order::kLastToFirst);
+    fFindings.moveTo(findings);
     return taken;
 }
 

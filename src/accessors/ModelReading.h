@@ -12,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
 
 #include "accessors/Findings.h"
 #include "accessors/NameFilter.h"
@@ -43,7 +44,7 @@ class UnreadableRecords {
 /// caller's wish that it goes; whatever else the file holds stays.
 struct TakenNames {
     /// With the members that each had then: the caller may have added some since.
-    std::map<std::string, RefPtr<const Layout>> structures;
+    std::unordered_map<std::string, RefPtr<const Layout>> structures;
     std::set<std::string> associations;
     UnreadableRecords unreadable;
     /// Tell whether the file holds them still: of the file, and of the section if it was taken.
@@ -95,16 +96,18 @@ class ModelReading {
     struct ParsedStructure {
         RefPtr<Structure> structure;
         FilePlace place;
-        std::uint64_t number;
+        std::uint64_t rank;
     };
     struct UnreadAssociations {
         SceneRecord record;
-        std::uint64_t number;
+        std::uint64_t rank;
     };
     class Helpers;
 
+    /// Of the next record in the file's order.
+    [[nodiscard]] std::uint64_t nextRank();
     template <typename Read>
-    auto read(const Read& reader, const SceneRecord& record, std::uint64_t number);
+    auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank);
     void readRepeated(const UnreadAssociations& repeated);
 
     void registerStructure(const ParsedStructure& parsed, TakenNames& taken, Helpers& helpers);
@@ -117,8 +120,8 @@ class ModelReading {
     NameFilter fAssociationNames;  // never struck off
     std::deque<ParsedStructure> fStructures;
     std::deque<UnreadAssociations> fAssociations;
-    std::uint64_t fNumber = 0;  // of the next record, and of what is found about it
-    NumberedFindings fFindings;
+    std::uint64_t fRecords = 0;
+    RankedFindings fFindings;
 };
 
 }  // namespace orbo::Data

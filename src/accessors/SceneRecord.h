@@ -10,7 +10,7 @@
 
 namespace orbo::Data {
 
-/// The four characters that say what a chunk of a binary scene is.
+/// The four characters that say what a chunk of a binary scene is; zeros are none.
 class ChunkTag {
   public:
     ChunkTag() = default;

@@ -30,6 +30,8 @@ class SceneSection {
         SectionPlan::Fate fate = SectionPlan::Fate::kAhead;
     };
 
+    using Entries = std::deque<Entry>;
+
     /// In the order in which they are written.
     struct NewRecords {
         std::vector<std::string> structures;
@@ -45,8 +47,6 @@ class SceneSection {
     SceneSection(const SceneSection&) = delete;
     SceneSection& operator=(const SceneSection&) = delete;
     virtual ~SceneSection() = default;
-
-    using Entries = std::deque<Entry>;
 
     /// Checks that the file is a scene and finds its records, nothing of which is understood yet.
     virtual bool find(std::string& errors) = 0;
@@ -102,7 +102,7 @@ class SceneSection {
     std::uint64_t fSize = 0;
     Entries fEntries;
     std::uint64_t fTailBegin = 0;
-    std::string fTail;  // what the file holds from there on
+    std::string fTail;  // what the file holds from there on; never empty once it is loaded
 
   private:
     bool addTo(Files::Checksum& checksum, const SceneRecordRange& range) const;

@@ -8,14 +8,16 @@
 
 namespace orbo::Data {
 
-/// In the order in which they stand in memory, the first one lowest: only where processors have it
-/// so.
+/// As a number of which the first byte is the lowest: only where `kUsable` says that processors
+/// load them like that.
 class EightBytes {
   public:
     static constexpr bool kUsable = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
     static constexpr std::ptrdiff_t kSize = 8;
     /// All eight with this value.
-    static constexpr std::uint64_t all(unsigned char value) { return 0x0101010101010101 * value; }
+    static constexpr std::uint64_t all(unsigned char value) {
+        return std::uint64_t{0x0101010101010101} * value;
+    }
 
     explicit EightBytes(const char* from) { std::memcpy(&fBits, from, sizeof fBits); }
     void store(char* to) const { std::memcpy(to, &fBits, sizeof fBits); }
@@ -25,12 +27,10 @@ class EightBytes {
     /// How many stand in front of the first of these characters, 8 when none is there.
     template <typename... Characters>
     [[nodiscard]] int countBefore(Characters... characters) const {
-        return countOfZeroBits((... | marks(characters))) / 8;
+        return trailingZeros((... | marks(characters))) / 8;
     }
     /// 64 for 0.
-    static int countOfZeroBits(std::uint64_t bits) {
-        return bits == 0 ? 64 : __builtin_ctzll(bits);
-    }
+    static int trailingZeros(std::uint64_t bits) { return bits == 0 ? 64 : __builtin_ctzll(bits); }
 
   private:
     /// The lowest bit is the top bit of the first byte that is the character.
@@ -41,5 +41,7 @@ class EightBytes {
 
     std::uint64_t fBits = 0;
 };
+
+static_assert(EightBytes::all(0x80) == 0x8080808080808080);
 
 }  // namespace orbo::Data

@@ -60,7 +60,7 @@ class PlainNumber {
         std::uint64_t bytes = EightBytes(at).bits() ^ all('0');  // leaves the values of digits
         // Above 9, or above 127: the top bit of the byte.
         const std::uint64_t others = (((bytes & all(0x7F)) + all(0x7F - 9)) | bytes) & all(0x80);
-        const int count = EightBytes::countOfZeroBits(others) / 8;
+        const int count = EightBytes::trailingZeros(others) / 8;
         if (count == 0) return 0;
         // Zeros in front, then neighbours together: two, four, all eight.
         bytes <<= 64 - 8 * count;

@@ -34,26 +34,26 @@ void StructureRegistry::noteRename(Structure& structure, const std::string& oldN
     for (StructureRegistry* registry = &current(); registry; registry = registry->fOuter) {
         if (registry->fStructures.count(&structure) == 0) continue;
         registry->fTableIsStale = true;
-        registry->unfile(structure, oldName);
-        file(registry->fByName, structure);
+        registry->strike(structure, oldName);
+        registry->enter(structure);
         registry->fTableIsStale = false;
     }
 }
 
-void StructureRegistry::file(NameIndex& index, Structure& structure) {
-    index.emplace(hashOf(structure.name()), &structure);
+void StructureRegistry::enter(Structure& structure) {
+    fByName.emplace(hashOf(structure.name()), &structure);
 }
 
 StructureRegistry::NameIndex& StructureRegistry::byName() {
     if (fTableIsStale) {
         fByName.clear();
-        for (Structure* structure : fStructures) file(fByName, *structure);
+        for (Structure* structure : fStructures) enter(*structure);
         fTableIsStale = false;
     }
     return fByName;
 }
 
-void StructureRegistry::unfile(const Structure& structure, std::string_view name) {
+void StructureRegistry::strike(const Structure& structure, std::string_view name) {
     const auto [first, last] = fByName.equal_range(hashOf(name));
     const auto entry = std::find_if(first, last, [&](const NameIndex::value_type& other) {
         return other.second == &structure;
@@ -68,7 +68,7 @@ bool StructureRegistry::add(Structure& structure) {
     });
     if (known) return false;
     fTableIsStale = true;
-    file(fByName, structure);
+    enter(structure);
     fStructures.insert(&structure);
     fTableIsStale = false;
     structure.ref();
@@ -79,7 +79,7 @@ bool StructureRegistry::add(Structure& structure) {
 bool StructureRegistry::remove(Structure& structure) {
     if (fStructures.count(&structure) == 0) return false;
     byName();
-    unfile(structure, structure.name());
+    strike(structure, structure.name());
     fStructures.erase(&structure);
     --structure.fImpl->registrations;
     structure.unref();

@@ -43,9 +43,9 @@ class StructureRegistry {
   private:
     /// By the hash of their names.
     using NameIndex = std::unordered_multimap<std::size_t, Structure*>;
-    static void file(NameIndex& index, Structure& structure);
+    void enter(Structure& structure);
     NameIndex& byName();
-    void unfile(const Structure& structure, std::string_view name);
+    void strike(const Structure& structure, std::string_view name);
 
     std::set<Structure*> fStructures;
     NameIndex fByName;

@@ -170,6 +170,22 @@ void skipBlanks(std::istream& in) {
     }
 }
 
+bool readLine(std::istream& in, std::string& line) {
+    if (!in.good()) return static_cast<bool>(std::getline(in, line));
+    const std::ios_base::iostate callers = in.exceptions();
+    in.exceptions(callers | std::ios_base::badbit);
+    try {
+        std::getline(in, line);
+    } catch (const std::bad_alloc&) {
+        in.exceptions(callers);
+        throw;
+    } catch (...) {
+        // Thrown again below for callers who want that.
+    }
+    in.exceptions(callers);
+    return static_cast<bool>(in);
+}
+
 bool extractWord(std::istream& in, std::string& word) {
     word.clear();
     skipBlanks(in);

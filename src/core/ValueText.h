@@ -26,6 +26,9 @@ bool extract(std::istream& in, T& value);
 /// What `in >> word` and `in >> std::ws` do, with the six blanks of ASCII.
 bool extractWord(std::istream& in, std::string& word);
 void skipBlanks(std::istream& in);
+/// What `std::getline` does, except that `std::bad_alloc` gets through, which says nothing about
+/// the text.
+bool readLine(std::istream& in, std::string& line);
 
 /// Reads one number of a value of `type` (a matrix has 16) into `slot`. False when the text is no
 /// such number, an infinity included; the slot may then have been written all the same.

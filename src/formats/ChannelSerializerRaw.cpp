@@ -80,7 +80,7 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
     ValueText::skipBlanks(in);
     for (std::string word, rest;;) {
         ValueText::extractWord(in, word);
-        std::getline(in, rest);
+        ValueText::readLine(in, rest);
         // The last line needs a line end, too.
         if (!in.good()) {
             messages.add("Missing Channel keyword", in);

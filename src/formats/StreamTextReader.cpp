@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 #include "core/Ascii.h"
 #include "core/GetArea.h"
@@ -64,7 +65,6 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
         atRecord("Stream name");
     }
     if (stream) readElements(*stream);
-    // Of lines that did not fit into memory, too, the stream only says so.
     if (fIn.bad()) report("Error in stream while reading.");
     if (fErrorCount == 0) {
         if (fReadAMember) errors.clear();
@@ -76,7 +76,7 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
 }
 
 bool StreamTextReader::nextLine() {
-    if (!std::getline(fIn, fLine)) return false;
+    if (!ValueText::readLine(fIn, fLine)) return false;
     fTrimmed = Ascii::trim(fLine);
     return true;
 }
@@ -237,7 +237,13 @@ void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& inde
         "index " + index.asString());
 }
 
-char* StreamTextReader::newChunk() { return textCanHoldElement() ? fLayout->allocate() : nullptr; }
+// Null where there is no text for it, or nothing to allocate.
+char* StreamTextReader::newChunk() {
+    if (fLayout->totalSize() == 0 || !textCanHoldElement()) return nullptr;
+    char* const chunk = fLayout->allocate();
+    if (!chunk) throw std::bad_alloc();
+    return chunk;
+}
 
 std::optional<Index> StreamTextReader::takeIndex() {
     try {

@@ -42,7 +42,7 @@ class ChunkPool {
     [[nodiscard]] std::size_t nextBlockSize(std::size_t stride) const;
     [[nodiscard]] bool addBlock(std::size_t size, std::size_t stride);
 
-    static constexpr std::size_t kFirstBlock = 256;
+    static constexpr std::size_t kFirstBlock = 64;
     static constexpr std::size_t kLargestBlock = 64 * 1024;
 
     struct Free {

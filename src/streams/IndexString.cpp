@@ -12,36 +12,44 @@ namespace orbo::Data {
 
 namespace {
 
-std::unique_ptr<char[]> copyOf(const std::string& text) {
-    std::unique_ptr<char[]> copy(new char[text.size()]);
-    text.copy(copy.get(), text.size());
-    return copy;
+std::string_view copyOf(std::string_view text) {
+    char* const copy = new char[text.size()];
+    text.copy(copy, text.size());
+    return {copy, text.size()};
 }
 
 }  // namespace
 
 Debug::ObjectCounter IndexString::_objects;
 
-IndexString::IndexString() { _objects.objectCreated(); }
+IndexString::IndexString() : IndexString(std::string_view(), false) {}
 
-IndexString::IndexString(const std::string& text)
-    : fOwn(copyOf(text)), fText(fOwn.get(), text.size()) {
+IndexString::IndexString(const std::string& text) : IndexString(copyOf(text), true) {}
+
+IndexString::IndexString(const IndexString& other) : IndexString(copyOf(other.text()), true) {}
+
+IndexString::IndexString(std::string_view text, bool owns) noexcept {
+    hold(text, owns);
     _objects.objectCreated();
 }
 
-IndexString::IndexString(const IndexString& other) : IndexString(other.indexString()) {}
-
-IndexString::IndexString(std::string_view text, Elsewhere) noexcept : fText(text) {
-    _objects.objectCreated();
+void IndexString::hold(std::string_view text, bool owns) noexcept {
+    constexpr unsigned long long kLargest = ~0ULL >> 1;
+    fText = text.data();
+    fSize = text.size() & kLargest;
+    fOwnsText = owns;
 }
 
-IndexString::~IndexString() { _objects.objectDestroyed(); }
+IndexString::~IndexString() {
+    if (fOwnsText) delete[] fText;
+    _objects.objectDestroyed();
+}
 
 IndexString* IndexString::make(std::string_view text) {
     void* const block = ::operator new(sizeof(IndexString) + text.size());
     char* const behind = static_cast<char*>(block) + sizeof(IndexString);
     text.copy(behind, text.size());
-    return ::new (block) IndexString(std::string_view(behind, text.size()), Elsewhere());
+    return ::new (block) IndexString(std::string_view(behind, text.size()), false);
 }
 
 IndexString& IndexString::operator=(const IndexString& other) {
@@ -49,13 +57,14 @@ IndexString& IndexString::operator=(const IndexString& other) {
 }
 
 IndexString& IndexString::operator=(const std::string& text) {
-    fOwn = copyOf(text);
-    fText = std::string_view(fOwn.get(), text.size());
+    const std::string_view copy = copyOf(text);
+    if (fOwnsText) delete[] fText;
+    hold(copy, true);
     return *this;
 }
 
 bool IndexString::Debug(const IndexString* index, Debug::Print& print) {
-    if (index) print.doIndent() << index->fText;
+    if (index) print.doIndent() << index->text();
     return true;
 }
 

@@ -85,6 +85,15 @@ TEST_F(FindingsTest, OfVeryManyOnlyTheNumberIsKept) {
     ASSERT_EQ(found.size(), 1001U);
     EXPECT_EQ(found.back().code, Finding::Code::kMore);
     EXPECT_EQ(found.back().message, "2000 more are not listed.");
+    // These are met after all others, but told of where they are.
+    EXPECT_EQ(std::count_if(found.begin(), found.end(),
+                            [](const Finding& finding) {
+                                return finding.code == Finding::Code::kTextUnreadable;
+                            }),
+              334);
+    EXPECT_TRUE(std::is_sorted(found.begin(), found.end() - 1,
+                               [](const auto& a, const auto& b) { return a.line < b.line; }));
+    EXPECT_LT(found[999].line, found.front().line.value() + 3000);
     EXPECT_EQ(fErrors.substr(fErrors.rfind('\n') + 1), found.back().message);
 }
 
