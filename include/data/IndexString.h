@@ -64,6 +64,7 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
   private:
     IndexString(std::string_view text, bool owns) noexcept;
     void hold(std::string_view text, bool owns) noexcept;
+    void replaceBy(std::string_view copy) noexcept;
     static IndexString* make(std::string_view text);
 
     [[nodiscard]] std::string_view text() const { return {fText, static_cast<std::size_t>(fSize)}; }

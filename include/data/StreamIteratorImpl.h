@@ -89,7 +89,7 @@ class METADATA_API StreamIteratorImpl {
     /// shows the element. The changes come first: the structure may be gone with them.
     [[nodiscard]] bool isUpToDate() const {
         return *fChanges == fChangesSeen && fPresentLayout->get() == fLayout &&
-               fHandle->fData == fStretch.chunk;
+               fHandle->fData == fStretch.chunk && fHandle->fLayout.get() == fLayout;
     }
 
     std::optional<Handle> fHandle;

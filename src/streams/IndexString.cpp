@@ -53,14 +53,18 @@ IndexString* IndexString::make(std::string_view text) {
 }
 
 IndexString& IndexString::operator=(const IndexString& other) {
-    return *this = other.indexString();
+    replaceBy(copyOf(other.text()));
+    return *this;
 }
 
 IndexString& IndexString::operator=(const std::string& text) {
-    const std::string_view copy = copyOf(text);
+    replaceBy(copyOf(text));
+    return *this;
+}
+
+void IndexString::replaceBy(std::string_view copy) noexcept {
     if (fOwnsText) delete[] fText;
     hold(copy, true);
-    return *this;
 }
 
 bool IndexString::Debug(const IndexString* index, Debug::Print& print) {

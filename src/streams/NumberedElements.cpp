@@ -14,7 +14,7 @@ const NumberedElements::Place& NumberedElements::pageOf(unsigned int number) {
 }
 
 const NumberedElements::Place& NumberedElements::searchPageOf(unsigned int number) {
-    if (fGroups.empty()) fGroups[0].emplace_back();
+    if (fGroups.empty()) fGroups.try_emplace(0, 1U);
     const auto behind = fGroups.upper_bound(number);
     const auto found = std::prev(behind);
     const unsigned int end = behind == fGroups.end() ? 0 : behind->first;  // modulo 2^32
@@ -158,9 +158,10 @@ NumberedElements::Entry& NumberedElements::insert(unsigned int number) {
         page = pageOf(number).page;
         entry = entryOf(*page, number);
     }
-    ++fSize;
-    if (entry == page->entries.end()) return page->entries.emplace_back(Entry{number, nullptr});
-    return toBeChanged(*page, page->entries.insert(entry, {number, nullptr}));
+    const bool isLast = entry == page->entries.end();
+    entry = page->entries.insert(entry, {number, nullptr});
+    ++fSize;  // only now: memory may have run out
+    return isLast ? *entry : toBeChanged(*page, entry);
 }
 
 void NumberedElements::split(Place place, std::size_t at) {

@@ -132,7 +132,7 @@ char* StreamImplMapped::adopt(OwnedChunk&& chunk) {
 }
 
 bool StreamImplMapped::storeCopy(const Index& index, const char* chunk) {
-    if (index.complexIndex() || layout().totalSize() == 0) {
+    if (index.complexIndex() || layout().totalSize() == 0 || present(index.index())) {
         return StreamImpl::storeCopy(index, chunk);
     }
     noteChange();
@@ -147,6 +147,10 @@ bool StreamImplMapped::storeCopy(const Index& index, const char* chunk) {
 }
 
 bool StreamImplMapped::store(Index&& index, OwnedChunk&& chunk) {
+    if (char* const there = chunk && !index.complexIndex() ? present(index.index()) : nullptr) {
+        replace(there, std::move(chunk));
+        return true;
+    }
     const auto typed = index.complexIndex() ? placeOf(index) : fTyped.end();
     char** place = index.complexIndex() ? chunkIn(typed, index) : find(index);
     if (place && *place && chunk) {
@@ -189,7 +193,17 @@ bool StreamImplMapped::fillWithDefault(char*& chunk) {
     return chunk || layout().totalSize() == 0;
 }
 
+// Iterators need not know of what keeps its place.
+char* StreamImplMapped::present(unsigned int number) {
+    if (fNumbered.size() == 0 || number > fNumbered.highest()) return nullptr;
+    return fNumbered.chunkOf(number, fPool.stride());
+}
+
 char* StreamImplMapped::place(unsigned int number) {
+    if (char* const there = present(number)) {
+        layout().reset(there);
+        return there;
+    }
     noteChange();
     const std::size_t before = fNumbered.size();
     char*& chunk = fNumbered.insert(number).chunk;

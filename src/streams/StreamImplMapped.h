@@ -73,6 +73,8 @@ class StreamImplMapped : public StreamImpl,
     /// The same with the chunk alone.
     template <typename Visit>
     void forEachChunk(const Visit& visit);
+    /// The element's chunk, null without one.
+    [[nodiscard]] char* present(unsigned int number);
     /// The element's place; null without one.
     [[nodiscard]] char** find(const Index& index);
     [[nodiscard]] TypedElements::iterator placeOf(const Index& index);

@@ -95,6 +95,9 @@ void edit(Associations& associations) {
     Channel channel = associations.channel("c");
     Stream* stream = channel.findDataStream("a");
     if (!stream) return;
+    Stream* fresh = channel.setDataStream(Stream(stream->structure(), "fresh"));
+    fresh->setElement(7, stream->element(0));
+    for (unsigned int k = 200; k > 0; --k) fresh->emplaceElement(k);
     stream->setElement(3, stream->element(0));
     stream->reindexElement(3, 9);
     stream->swapElements(0, 9);
@@ -110,6 +113,17 @@ void edit(Associations& associations) {
     Associations copy(associations);
     copy.makeUnique();
     associations.setChannel(Channel("empty"));
+}
+
+// However they were left.
+void expectCounted(Associations& associations) {
+    for (const char* const name : {"a", "b", "fresh", "z"}) {
+        Stream* stream = associations.channel("c").findDataStream(name);
+        if (!stream) continue;
+        EXPECT_EQ(std::distance(stream->begin(), stream->end()), stream->elementCount()) << name;
+        EXPECT_TRUE(stream->emplaceElement(1000U).hasData());
+        EXPECT_EQ(std::distance(stream->begin(), stream->end()), stream->elementCount()) << name;
+    }
 }
 
 // Runs once for every allocation the scenario makes, in what `prepare` made without failures;
@@ -151,6 +165,7 @@ TEST(OutOfMemory, EditingLeavesSoundElements) {
     failEachAllocation(
         prepare, [&] { edit(*edited); },
         [&] {
+            expectCounted(*edited);
             // Each element can be read and freed, whatever was cut short.
             EXPECT_NE(written(*edited).find("endAssociations"), std::string::npos);
             edited.reset();

@@ -23,6 +23,7 @@ Stream countingStream(const Structure& structure, bool dense, unsigned int count
 TEST(StreamWalkTest, IsNotToldFromOneThatLooksAtEachElement) {
     for (const bool dense : {false, true}) {
         const auto structure = numberAndText();
+        const auto other = numberAndText();
         Stream stream = countingStream(*structure, dense, kCount);
         std::mt19937 random(2);
         const auto below = [&](unsigned int limit) { return unsigned(random() % limit); };
@@ -37,6 +38,7 @@ TEST(StreamWalkTest, IsNotToldFromOneThatLooksAtEachElement) {
             [&](Handle& handle) { handle = Handle(*numberAndText()); },
             [&](Handle& handle) { handle = item(*structure, 8, "own"); },
             [&](Handle& handle) { handle.pointToData(nullptr, false); },
+            [&](Handle& handle) { handle = Handle(*other, handle.asInt32()); },
             [&](Handle&) {
                 const std::string name = "more" + std::to_string(structure->memberCount());
                 structure->addMember(Member::kInt8, 1, name.c_str());
@@ -47,6 +49,7 @@ TEST(StreamWalkTest, IsNotToldFromOneThatLooksAtEachElement) {
         for (; it != stream.end(); ++it, ++visited) {
             number = it.index();
             ASSERT_EQ(words(*it), words(stream.element(number))) << number << " dense " << dense;
+            ASSERT_TRUE(it->usesStructure(*structure));
             if (below(40) == 0) changes[below(std::size(changes))](*it);
             unsigned int next = number + 1;
             while (next < 2 * kCount && !stream.hasElement(next)) ++next;
