@@ -42,6 +42,17 @@ double nanosecondsToLoad(const char* library) {
     });
 }
 
+double nanosecondsOfInitialisers() {
+    return apart([] {
+        void* const library = ::dlopen(BENCH_INITIALISERS, RTLD_LAZY);
+        require(library != nullptr, BENCH_INITIALISERS);
+        const auto nanoseconds =
+            reinterpret_cast<double (*)()>(::dlsym(library, "nanosecondsOfInitialisers"));
+        require(nanoseconds != nullptr, "nanosecondsOfInitialisers");
+        return nanoseconds();
+    });
+}
+
 }  // namespace
 
 int main() {
@@ -49,8 +60,10 @@ int main() {
     bench.measure("version", runVersion);
     bench.sample("load",
                  [] { return nanosecondsToLoad(BENCH_LIBRARY) - nanosecondsToLoad(BENCH_EMPTY); });
+    bench.sample("initialisers", nanosecondsOfInitialisers);
     bench.run();
     bench.atMost("quilmeta --version", "version", 5e6);
+    bench.atMost("the library's initialisers", "initialisers", 1e5);
     bench.atMost("load the library", "load", 1e5);
     return bench.result();
 }
