@@ -53,8 +53,9 @@ class METADATA_API Stream {
     /// Numbers need no index, here and below.
     Handle element(Index index);
     Handle element(unsigned int number);
-    /// Stores a copy. False for a handle of another structure object, even an equal one, and when
-    /// memory runs out. Dense storage also refuses handles without data.
+    /// Stores a copy. False for a handle of another structure object, even an equal one, and
+    /// without memory for the copy. Dense storage also refuses handles without data. Here and below
+    /// `std::bad_alloc` is thrown, with nothing changed, without memory to find the element by.
     bool setElement(Index index, const Handle& handle);
     /// On an element that is there now, in place of an earlier one, with default values; nothing is
     /// copied. Without data where `setElement` would refuse, and for a structure without members.

@@ -23,9 +23,7 @@ void Findings::add(Code code, std::string message, const SceneRecord& record) {
 }
 
 void Findings::add(Findings others) {
-    for (Finding& finding : others.fFindings) {
-        take(std::move(finding));
-    }
+    for (Finding& finding : others.fFindings) take(std::move(finding));
     fLeftOut += others.fLeftOut;
 }
 

@@ -32,6 +32,7 @@ class Findings {
     /// About a record, with the node that it belongs to.
     void add(Code code, std::string message, const SceneRecord& record);
     void add(Findings others);
+    /// As it is, of whatever is in it.
     void take(Finding finding);
     /// Found, but not kept.
     void addLeftOut(std::uint64_t count) { fLeftOut += count; }

@@ -94,8 +94,8 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] const Layout& layout() const { return *fLayout; }
     /// Where the structure keeps its present one.
     [[nodiscard]] const RefPtr<Layout>& presentLayout() const { return *fPresentLayout; }
-    /// Grows when elements come or go, when a chunk lies elsewhere and when the structure is
-    /// another. Not when dense storage has more elements in the same block.
+    /// Grows when elements with numbers come or go, when a chunk lies elsewhere and when the
+    /// structure is another. Not when dense storage has more elements in the same block.
     [[nodiscard]] const std::uint64_t& changes() const { return fChanges; }
 
     /// Virtual: both reach the `Debug` of the kind.
