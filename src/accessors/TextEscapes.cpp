@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/TextStatement.h"
 
+#include <array>
 #include <cstddef>
 
 #include "core/EightBytes.h"
@@ -24,6 +25,16 @@ void appendOctal(std::string& out, char c) {
     }
 }
 
+// What a character stands for behind a backslash, where most stand for themselves.
+constexpr auto kMeanings = [] {
+    std::array<char, 256> meanings{};
+    for (std::size_t i = 0; i < meanings.size(); ++i) meanings[i] = static_cast<char>(i);
+    for (std::size_t i = 0; i < kNames.size(); ++i) {
+        meanings[static_cast<unsigned char>(kNames[i])] = static_cast<char>(kFirstNamed + i);
+    }
+    return meanings;
+}();
+
 // The character that the escape at `at`, behind its backslash, stands for; moves behind it.
 char escapedCharacter(const char*& at, const char* end) {
     if (isOctal(*at)) {
@@ -33,10 +44,7 @@ char escapedCharacter(const char*& at, const char* end) {
         }
         return static_cast<char>(value & 0xFF);
     }
-    const char c = *at++;
-    if (c == 'n') return '\n';  // most are
-    const std::size_t name = kNames.find(c);
-    return name == std::string_view::npos ? c : static_cast<char>(kFirstNamed + name);
+    return kMeanings[static_cast<unsigned char>(*at++)];
 }
 
 // Moves all up to the next backslash, quote or the end; `out` is nowhere behind `at`.

@@ -19,19 +19,14 @@ class PlainNumber {
     static const char* read(const char* first, const char* last, T& value) {
         const bool isNegative = first != last && *first == '-';
         if (isNegative && std::is_unsigned_v<T>) return nullptr;
-        PlainNumber number;
         const char* const digits = first + (isNegative ? 1 : 0);
-        const char* end = number.takeDigits(digits, last);
-        if (end == digits) return nullptr;
+        PlainNumber number;
+        const char* end = number.takeShort(digits, last);
+        if (!end) end = number.takeLong(digits, last);
+        if (!end) return nullptr;
         if constexpr (std::is_floating_point_v<T>) {
-            if (end != last && *end == '.') {
-                const char* const fraction = end + 1;
-                end = number.takeDigits(fraction, last);
-                number.fScale = static_cast<int>(end - fraction);
-            }
             if (end != last && (*end == 'e' || *end == 'E')) return nullptr;
         }
-        if (end - digits > kMostDigits) return nullptr;
         return number.convert(isNegative, value) ? end : nullptr;
     }
 
@@ -40,14 +35,55 @@ class PlainNumber {
     static constexpr std::uint64_t kShifts[] = {1,      10,      100,      1000,     10000,
                                                 100000, 1000000, 10000000, 100000000};
 
-    const char* takeDigits(const char* at, const char* last) {
-        if constexpr (EightBytes::kUsable) {
-            // Up to eight at once, as where they end is hard to foresee for a processor.
-            while (last - at >= EightBytes::kSize) {
-                const int count = takeUpToEight(at);
-                at += count;
-                if (count < 8) return at;
+    // Most numbers end within eight characters, point and all: then all digits are taken at once,
+    // as where they end is hard to foresee for a processor. Null for the others.
+    const char* takeShort(const char* at, const char* last) {
+        if (!EightBytes::kUsable || last - at < EightBytes::kSize) return nullptr;
+        std::uint64_t values = valuesAt(at);
+        std::uint64_t others = othersIn(values);
+        if (others == 0) return nullptr;
+        unsigned count = bytesBefore(others);
+        const char* end = at + count;
+        if constexpr (std::is_floating_point_v<T>) {
+            if (*end == '.') {
+                others &= others - 1;
+                if (others == 0) return nullptr;
+                const std::uint64_t whole = (std::uint64_t{1} << (8 * count)) - 1;
+                values = (values & whole) | ((values >> 8) & ~whole);
+                const unsigned length = bytesBefore(others);
+                end = at + length;
+                fScale = length - 1 - count;
+                count = length - 1;
             }
+        }
+        if (count == 0) return nullptr;
+        fDigits = numberOf(values, count);
+        return end;
+    }
+
+    const char* takeLong(const char* digits, const char* last) {
+        const char* end = takeDigits(digits, last);
+        if (end == digits) return nullptr;
+        if constexpr (std::is_floating_point_v<T>) {
+            fScale = 0;
+            if (end != last && *end == '.') {
+                const char* const fraction = end + 1;
+                end = takeDigits(fraction, last);
+                fScale = static_cast<unsigned>(end - fraction);
+            }
+        }
+        return end - digits > kMostDigits ? nullptr : end;
+    }
+
+    const char* takeDigits(const char* at, const char* last) {
+        while (EightBytes::kUsable && last - at >= EightBytes::kSize) {
+            const std::uint64_t values = valuesAt(at);
+            const std::uint64_t others = othersIn(values);
+            const unsigned count = others == 0 ? EightBytes::kSize : bytesBefore(others);
+            if (count == 0) return at;
+            fDigits = fDigits * kShifts[count] + numberOf(values, count);
+            at += count;
+            if (others != 0) return at;
         }
         for (; at != last && Ascii::isDigit(*at); ++at) {
             fDigits = 10 * fDigits + static_cast<std::uint64_t>(*at - '0');
@@ -55,20 +91,29 @@ class PlainNumber {
         return at;
     }
 
-    int takeUpToEight(const char* at) {
+    // The values of digits, in bytes; of other characters something else.
+    static std::uint64_t valuesAt(const char* at) {
+        return EightBytes(at).bits() ^ EightBytes::all('0');
+    }
+
+    // The top bits of the bytes that are above 9.
+    static std::uint64_t othersIn(std::uint64_t values) {
         constexpr auto all = EightBytes::all;
-        std::uint64_t bytes = EightBytes(at).bits() ^ all('0');  // leaves the values of digits
-        // Above 9, or above 127: the top bit of the byte.
-        const std::uint64_t others = (((bytes & all(0x7F)) + all(0x7F - 9)) | bytes) & all(0x80);
-        const int count = EightBytes::trailingZeros(others) / 8;
-        if (count == 0) return 0;
+        return (((values & all(0x7F)) + all(0x7F - 9)) | values) & all(0x80);
+    }
+
+    // There is one.
+    static unsigned bytesBefore(std::uint64_t others) {
+        return static_cast<unsigned>(EightBytes::trailingZeros(others)) / 8;
+    }
+
+    // The number that the first one to eight values make.
+    static std::uint64_t numberOf(std::uint64_t values, unsigned count) {
         // Zeros in front, then neighbours together: two, four, all eight.
-        bytes <<= 64 - 8 * count;
-        bytes = (bytes * 10 + (bytes >> 8)) & 0x00FF00FF00FF00FF;
-        bytes = (bytes * 100 + (bytes >> 16)) & 0x0000FFFF0000FFFF;
-        bytes = (bytes * 10000 + (bytes >> 32)) & 0xFFFFFFFF;
-        fDigits = fDigits * kShifts[count] + bytes;
-        return count;
+        values <<= 64 - 8 * count;
+        values = (values * 10 + (values >> 8)) & 0x00FF00FF00FF00FF;
+        values = (values * 100 + (values >> 16)) & 0x0000FFFF0000FFFF;
+        return (values * 10000 + (values >> 32)) & 0xFFFFFFFF;
     }
 
     bool convert(bool isNegative, T& value) const {
@@ -84,11 +129,11 @@ class PlainNumber {
             if constexpr (std::is_same_v<T, float>) {
                 const double number = digits * kTenths[fScale];
                 if (isNearHalfway(number)) return false;
-                value = static_cast<float>(isNegative ? -number : number);
+                value = static_cast<float>(number * kSigns[isNegative]);
             } else {
                 // Both are exact, so that the quotient is rounded once.
                 const double number = digits / kPowersOfTen[fScale];
-                value = isNegative ? -number : number;
+                value = number * kSigns[isNegative];
             }
             return true;
         }
@@ -105,6 +150,8 @@ class PlainNumber {
         return dropped + kNear >= kHalf && dropped <= kHalf + kNear;
     }
 
+    // By address, as nobody can foresee the signs of an artist's numbers.
+    static constexpr double kSigns[] = {1, -1};
     static constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
                                               1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
                                               1e14, 1e15, 1e16, 1e17, 1e18};
@@ -113,7 +160,7 @@ class PlainNumber {
                                          1e-14, 1e-15, 1e-16, 1e-17, 1e-18};
 
     std::uint64_t fDigits = 0;
-    int fScale = 0;
+    unsigned fScale = 0;
 };
 
 }  // namespace orbo::Data

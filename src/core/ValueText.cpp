@@ -57,6 +57,10 @@ bool extractPlain(std::streambuf& buffer, T& value) {
 
 template <typename T>
 bool extractByStream(std::istream& in, T& value) {
+    constexpr auto kUsual = std::ios_base::skipws | std::ios_base::dec;
+    if (in.flags() == kUsual && in.getloc() == std::locale::classic()) {
+        return static_cast<bool>(in >> value);
+    }
     std::istream classic(in.rdbuf());
     classic.imbue(std::locale::classic());
     classic.setstate(in.rdstate());

@@ -157,10 +157,11 @@ ElementText::ElementText(const Layout& layout) : fLayout(layout) {
 
 const char* ElementText::read(const char* first, const char* last, char* chunk) const {
     PlainLine line(first, last);
-    const bool read = std::all_of(fRuns.begin(), fRuns.end(), [&](const Run& run) {
-        return readRun(line, run.type, chunk + run.offset, run.count);
-    });
-    const char* const end = read ? line.end() : nullptr;
+    bool isPlain = true;
+    for (auto run = fRuns.begin(); isPlain && run != fRuns.end(); ++run) {
+        isPlain = readRun(line, run->type, chunk + run->offset, run->count);
+    }
+    const char* const end = isPlain ? line.end() : nullptr;
     if (!end) fLayout.reset(chunk);
     return end;
 }

@@ -160,7 +160,9 @@ NumberedElements::Entry& NumberedElements::insert(unsigned int number) {
     }
     const bool isLast = entry == page->entries.end();
     entry = page->entries.insert(entry, {number, nullptr});
-    ++fSize;  // only now: memory may have run out
+    // Only now: memory may have run out.
+    fHighest = fSize == 0 ? number : std::max(fHighest, number);
+    ++fSize;
     return isLast ? *entry : toBeChanged(*page, entry);
 }
 
@@ -211,6 +213,8 @@ void NumberedElements::erase(unsigned int number) {
     entries.erase(entry);
     --fSize;
     if (entries.empty()) remove(place);
+    if (number == fHighest && fSize != 0)
+        fHighest = fGroups.rbegin()->second.back().entries.back().number;
 }
 
 // Its neighbour's page takes what may come.
@@ -230,10 +234,6 @@ void NumberedElements::clear() {
     fGroups.clear();
     forget();
     fSize = 0;
-}
-
-unsigned int NumberedElements::highest() const {
-    return fGroups.rbegin()->second.back().entries.back().number;
 }
 
 }  // namespace orbo::Data

@@ -43,7 +43,7 @@ class NumberedElements {
     void erase(unsigned int number);
     void clear();
     /// There is at least one.
-    [[nodiscard]] unsigned int highest() const;
+    [[nodiscard]] unsigned int highest() const { return fHighest; }
 
     /// Calls `visit(number, chunk)` for each in order; it may change the chunk.
     template <typename Visit>
@@ -96,6 +96,7 @@ class NumberedElements {
     // may be empty.
     Groups fGroups;
     std::size_t fSize = 0;
+    unsigned int fHighest = 0;
     // Most look for a number near the one before. Forgotten when pages move.
     Place fRecent;
     unsigned int fRecentReach = 0;  // from the lowest number of its page to the highest possible
