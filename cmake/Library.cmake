@@ -34,10 +34,13 @@ target_include_directories(MetaData PUBLIC
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/orbo>)
 
 if(BUILD_SHARED_LIBS)
+    # Nobody else's definitions are looked for while the library loads.
     set(METADATA_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/MetaData.map)
-    target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS}
-                                         -Wl,-Bsymbolic-functions)
-    set_target_properties(MetaData PROPERTIES LINK_DEPENDS ${METADATA_EXPORTS})
+    set(METADATA_SHARED_DATA ${PROJECT_SOURCE_DIR}/cmake/MetaData.data)
+    target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS} -Wl,-Bsymbolic
+                                         -Wl,--dynamic-list=${METADATA_SHARED_DATA})
+    set_target_properties(MetaData PROPERTIES
+                          LINK_DEPENDS "${METADATA_EXPORTS};${METADATA_SHARED_DATA}")
     # The sanitizers' own symbols come from the executable.
     if(NOT METADATA_SANITIZE)
         target_link_options(MetaData PRIVATE -Wl,--no-undefined)

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <data/AccessorFactory.h>
 
-#include <unordered_map>
+#include <map>
 
 #include "accessors/Messages.h"
 #include "core/Ascii.h"
@@ -15,7 +15,7 @@ namespace {
 // Whoever looks for an accessor finds the library's own, from a static library as well.
 [[gnu::used]] const char* const keep = &registrationAnchor;
 
-using Registry = std::unordered_map<std::string, AccessorFactoryBase*>;
+using Registry = std::map<std::string, AccessorFactoryBase*>;
 
 Registry& registry() {
     static Registry factories;
