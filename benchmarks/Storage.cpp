@@ -50,6 +50,15 @@ Stream copyIntoStream(const Numbers& numbers) {
     return stream;
 }
 
+Stream reserved(const Numbers& numbers) {
+    Stream stream = makeRecords({});
+    require(stream.reserve(static_cast<unsigned>(numbers.size())), "reserve");
+    for (const std::uint32_t number : numbers) {
+        *stream.emplaceElement(number).asFloat() = static_cast<float>(number);
+    }
+    return stream;
+}
+
 Records buildMap(const Numbers& numbers) {
     Records records;
     Record record{};
@@ -116,6 +125,7 @@ int main() {
         bench.measure("map, " + order.name, [&] { return buildMap(order.numbers); });
     }
     bench.measure("setElement", [&] { return copyIntoStream(orders[0].numbers); });
+    bench.measure("reserved", [&] { return reserved(orders[0].numbers); });
     bench.measure("map, hint at its end", [&] { return appendToMap(orders[0].numbers); });
 
     Stream stream = makeRecords(orders[0].numbers);
@@ -137,6 +147,7 @@ int main() {
     }
     bench.compare("", orders[0].name, "map, hint at its end");
     bench.compare("store, build: with setElement", "setElement", "map, in order");
+    bench.compare("store, build: after reserve", "reserved", "map, in order");
     for (const char* const name : {"find in sequence", "find at random"}) {
         bench.compare(std::string("store, ") + name, name, std::string("map, ") + name, 0.4);
     }
