@@ -13,10 +13,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <memory>
 #include <new>
 #include <sstream>
+#include <utility>
 
 #include "core/StructureRegistry.h"
 #include "files/Journal.h"
@@ -26,12 +28,13 @@ namespace {
 // 0 lets everything pass; n fails the n-th allocation from now.
 unsigned long allocationsUntilFailure = 0;
 bool failsForGood = false;
+bool hasFailed = false;
 
 bool fails() {
     if (allocationsUntilFailure == 0) return false;
     if (allocationsUntilFailure > 1) return --allocationsUntilFailure, false;
     if (!failsForGood) allocationsUntilFailure = 0;
-    return true;
+    return hasFailed = true;
 }
 
 }  // namespace
@@ -131,8 +134,8 @@ void expectCounted(Associations& associations) {
 template <typename Prepare, typename Scenario, typename Check>
 void failEachAllocation(Prepare prepare, Scenario scenario, Check check) {
     for (const bool forGood : {false, true}) {
-        unsigned long n = 1;
-        for (bool reached = true; reached; ++n) {
+        unsigned long failures = 0;
+        for (unsigned long n = 1; n == failures + 1; ++n) {
             const auto structures = Structure::objectsAlive();
             const auto handles = Handle::objectsAlive();
             failsForGood = forGood;
@@ -144,15 +147,17 @@ void failEachAllocation(Prepare prepare, Scenario scenario, Check check) {
                     scenario();
                 } catch (const std::bad_alloc&) {
                 }
-                reached = forGood ? allocationsUntilFailure == 1 : allocationsUntilFailure == 0;
                 allocationsUntilFailure = 0;
+                if (std::exchange(hasFailed, false)) ++failures;
                 check();
             }
             ASSERT_EQ(Structure::objectsAlive(), structures) << "allocation " << n;
             ASSERT_EQ(Handle::objectsAlive(), handles) << "allocation " << n;
             ASSERT_LT(n, 100000U);
         }
-        EXPECT_GT(n, 40U) << "the scenario allocates";
+        EXPECT_GT(failures, 40U) << "the scenario allocates";
+        std::cout << failures << " allocations failed, each "
+                  << (forGood ? "for good\n" : "once\n");
     }
 }
 
