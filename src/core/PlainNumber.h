@@ -150,7 +150,7 @@ class PlainNumber {
         return dropped + kNear >= kHalf && dropped <= kHalf + kNear;
     }
 
-    // By address, as nobody can foresee the signs of an artist's numbers.
+    // Looked up, not branched on: nobody can foresee the signs of an artist's numbers.
     static constexpr double kSigns[] = {1, -1};
     static constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
                                               1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,

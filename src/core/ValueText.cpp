@@ -55,12 +55,16 @@ bool extractPlain(std::streambuf& buffer, T& value) {
     return true;
 }
 
+// Making another stream takes longer than reading the number.
+bool readsAsClassic(const std::istream& in) {
+    constexpr auto kDefault = std::ios_base::skipws | std::ios_base::dec;
+    return in.flags() == kDefault && in.exceptions() == std::ios_base::goodbit && !in.tie() &&
+           in.getloc() == std::locale::classic();
+}
+
 template <typename T>
 bool extractByStream(std::istream& in, T& value) {
-    constexpr auto kUsual = std::ios_base::skipws | std::ios_base::dec;
-    if (in.flags() == kUsual && in.getloc() == std::locale::classic()) {
-        return static_cast<bool>(in >> value);
-    }
+    if (readsAsClassic(in)) return static_cast<bool>(in >> value);
     std::istream classic(in.rdbuf());
     classic.imbue(std::locale::classic());
     classic.setstate(in.rdstate());

@@ -158,6 +158,7 @@ ElementText::ElementText(const Layout& layout) : fLayout(layout) {
 const char* ElementText::read(const char* first, const char* last, char* chunk) const {
     PlainLine line(first, last);
     bool isPlain = true;
+    // Inline, as an algorithm's call for each run takes as long as a short value.
     for (auto run = fRuns.begin(); isPlain && run != fRuns.end(); ++run) {
         isPlain = readRun(line, run->type, chunk + run->offset, run->count);
     }

@@ -96,7 +96,7 @@ class NumberedElements {
     // may be empty.
     Groups fGroups;
     std::size_t fSize = 0;
-    unsigned int fHighest = 0;
+    unsigned int fHighest = 0;  // while there is an element
     // Most look for a number near the one before. Forgotten when pages move.
     Place fRecent;
     unsigned int fRecentReach = 0;  // from the lowest number of its page to the highest possible
