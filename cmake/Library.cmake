@@ -34,10 +34,11 @@ target_include_directories(MetaData PUBLIC
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/orbo>)
 
 if(BUILD_SHARED_LIBS)
-    # Nobody else's definitions are looked for while the library loads.
+    # Its own names are not searched for elsewhere while the library loads, but for those in the
+    # list. With -Bsymbolic on top some loaders would not look for these, either.
     set(METADATA_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/MetaData.map)
     set(METADATA_SHARED_DATA ${PROJECT_SOURCE_DIR}/cmake/MetaData.data)
-    target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS} -Wl,-Bsymbolic
+    target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS}
                                          -Wl,--dynamic-list=${METADATA_SHARED_DATA})
     set_target_properties(MetaData PROPERTIES
                           LINK_DEPENDS "${METADATA_EXPORTS};${METADATA_SHARED_DATA}")

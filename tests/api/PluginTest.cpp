@@ -1,5 +1,4 @@
-// What a plug-in registers works while it is loaded, and is gone behind it; the library's objects
-// are those that programs see.
+// What a plug-in registers works while it is loaded, and is gone behind it.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/MetaData.h>
 #include <dlfcn.h>
@@ -106,15 +105,6 @@ TEST_F(PluginTest, AccessorServesItsExtensionAndTheDefaultFormatGoesWithIt) {
     ASSERT_TRUE(accessor) << fErrors;
     EXPECT_TRUE(accessor->associations()[""].findChannel("note.MEMO"));
     EXPECT_FALSE(accessor->write(fErrors));
-}
-
-// The linker gives a program copies of them, which the library has to fill.
-TEST(LibraryData, IsTheProgramsToo) {
-    EXPECT_EQ(IndexPair::myTypeName, "pair");
-    EXPECT_EQ(IndexString::myTypeName, "string");
-    EXPECT_STREQ(Stream::kDebugHex, "hex");
-    EXPECT_STREQ(Handle::kDebugHex, "hex");
-    EXPECT_STREQ(Handle::kDebugType, "type");
 }
 
 }  // namespace
