@@ -170,8 +170,10 @@ class SceneRun {
         const std::string before = fScene;
         fScene = file();
         const auto readBack = read();
-        // Without the node that hid it, a record of it comes to light whose index type is unknown.
-        const bool uncovers = fPlan.edit == kRemoveNode || fPlan.edit == kRemoveAll;
+        // Without the node that hid it, or without what that needs to be read, a record of it comes
+        // to light whose index type is unknown.
+        const bool uncovers = fPlan.edit == kRemoveNode || fPlan.edit == kRemoveAll ||
+                              (fPlan.edit == kRemoveStructure && !fPlan.careful);
         if (!readBack && uncovers && !fPlan.unknownAsText) return;
         demand(readBack != nullptr, "what was written can be read", before, fScene);
         checkModel(*readBack, before);
