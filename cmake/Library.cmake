@@ -34,8 +34,8 @@ target_include_directories(MetaData PUBLIC
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/orbo>)
 
 if(BUILD_SHARED_LIBS)
-    # Its own names are not searched for elsewhere while the library loads, but for those in the
-    # list. With -Bsymbolic on top some loaders would not look for these, either.
+    # While the library loads, its own names are not searched for elsewhere, but for those in the
+    # list. Not with -Bsymbolic as well: some linkers then let it find these in itself first, too.
     set(METADATA_EXPORTS ${PROJECT_SOURCE_DIR}/cmake/MetaData.map)
     set(METADATA_SHARED_DATA ${PROJECT_SOURCE_DIR}/cmake/MetaData.data)
     target_link_options(MetaData PRIVATE -Wl,--version-script=${METADATA_EXPORTS}

@@ -154,7 +154,9 @@ class SceneRun {
         try {
             done = accessor->read(fName, fErrors);
             demand(done || !fErrors.empty(), "a refusal has a message");
+            fMetUnknownIndexType = false;
         } catch (const Index::eCreationErrors&) {
+            fMetUnknownIndexType = true;
         }
         if (!done) {
             demand(!accessor->write(fErrors), "what could not be read is not written");
@@ -174,7 +176,7 @@ class SceneRun {
         // to light whose index type is unknown.
         const bool uncovers = fPlan.edit == kRemoveNode || fPlan.edit == kRemoveAll ||
                               (fPlan.edit == kRemoveStructure && !fPlan.careful);
-        if (!readBack && uncovers && !fPlan.unknownAsText) return;
+        if (!readBack && uncovers && fMetUnknownIndexType) return;
         demand(readBack != nullptr, "what was written can be read", before, fScene);
         checkModel(*readBack, before);
         if (!fPlan.rereads) return writeAgain(accessor);
@@ -211,7 +213,8 @@ class SceneRun {
     std::string fScene;
     const Plan fPlan;
     std::string fErrors;
-    bool fUnderstoodAll = false;  ///< by the last read
+    bool fUnderstoodAll = false;        ///< by the last read
+    bool fMetUnknownIndexType = false;  ///< in the last read, which that ended
     Texts fWanted;
 };
 
