@@ -6,6 +6,8 @@
 
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace orbo::Data {
 
@@ -33,23 +35,38 @@ METADATA_API const std::string& getRolesMemberName();
 /// Stands between the roles in their member. Within a role "-" is doubled, ";" becomes "-*".
 METADATA_API const std::string& getRolesSeparator();
 
-/// All four throw `std::out_of_range` ("Const Member"), with nothing read or changed and the row at
-/// its end, when the row's structure lacks one of the five members. Else the row is left at the
-/// last member that was used. False without data.
+/// These four throw `std::out_of_range` ("Const Member"), with nothing read or changed and the row
+/// at its end, when the row's structure lacks one of the five members. Else the row is left at the
+/// last member that was used. `getEntry` gives false without data.
 ///
 /// The empty text reads back as no roles at all, so that a lone empty role is lost.
 METADATA_API bool getEntry(Handle& row, std::string& node, std::string& key,
                            std::string& unresolvedPath, std::string& resolvedPath,
                            std::set<std::string>& roles);
-/// False, too, when members cannot hold their texts: those keep their values, the others are set.
-/// Texts that are replaced are freed.
-METADATA_API bool setEntry(Handle& row, const std::string& node, const std::string& key,
-                           const std::string& unresolvedPath, const std::string& resolvedPath,
-                           const std::set<std::string>& roles);
+
+/// What `setEntry` and `updateEntry` say: true when every member was set.
+class METADATA_API EntryResult {
+  public:
+    explicit EntryResult(std::vector<std::string> failed) : fFailed(std::move(failed)) {}
+
+    operator bool() const { return fFailed.empty(); }  // NOLINT(google-explicit-constructor)
+    /// The names of the members that could not be set, in the order in which they were tried.
+    [[nodiscard]] const std::vector<std::string>& failedMembers() const { return fFailed; }
+
+  private:
+    std::vector<std::string> fFailed;
+};
+
+/// Members that cannot hold their texts keep their values, the others are set; without data none
+/// can. Texts that are replaced are freed.
+METADATA_API EntryResult setEntry(Handle& row, const std::string& node, const std::string& key,
+                                  const std::string& unresolvedPath,
+                                  const std::string& resolvedPath,
+                                  const std::set<std::string>& roles);
 /// Sets both paths, and nothing else, as `setEntry` does.
-METADATA_API bool updateEntry(Handle& row, const std::string& path);
-METADATA_API bool updateEntry(Handle& row, const std::string& unresolvedPath,
-                              const std::string& resolvedPath);
+METADATA_API EntryResult updateEntry(Handle& row, const std::string& path);
+METADATA_API EntryResult updateEntry(Handle& row, const std::string& unresolvedPath,
+                                     const std::string& resolvedPath);
 
 /// Null when there is no table.
 METADATA_API Stream* getStream(Associations& associations);

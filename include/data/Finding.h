@@ -11,7 +11,8 @@
 
 namespace orbo::Data {
 
-/// Its message is the sentence of the error texts; here it has its place in the file.
+/// Its message is a sentence of the error texts, unless `isInErrors` says no; here it has its place
+/// in the file.
 struct METADATA_API Finding {
     enum class Code {
         kOther,
@@ -44,6 +45,9 @@ struct METADATA_API Finding {
     static const char* nameOf(Code code);
     /// Empty when no code has that name.
     static std::optional<Code> codeOf(std::string_view name);
+    /// False for what a call reports in `Accessor::findings()` alone, such as metadata that was
+    /// read and is hidden: the error texts stay those that programs know.
+    static bool isInErrors(Code code);
 
     Code code = Code::kOther;
     /// Of a text scene: the first line of the statement, counted from 1.
@@ -54,6 +58,11 @@ struct METADATA_API Finding {
     std::string tag = {};
     /// Whose metadata it is about, where that is known; empty for the scene itself.
     std::optional<std::string> node = {};
+    /// Where in the node's metadata, as far as that is known; the index in its text form.
+    std::optional<std::string> channel = {};
+    std::optional<std::string> stream = {};
+    std::optional<std::string> index = {};
+    std::optional<std::string> member = {};
     /// Without a line feed behind it; a format's may have several lines.
     std::string message = {};
 };

@@ -51,8 +51,7 @@ const char* nameOf(const Structure& structure) { return structure.name() ? struc
 struct Accessor::Impl {
     void addFinding(std::string_view message) {
         message = Ascii::trim(message);
-        if (!message.empty())
-            findings.push_back({Finding::Code::kOther, {}, {}, {}, {}, std::string(message)});
+        if (!message.empty()) findings.emplace_back().message = message;
     }
 
     std::string fileName;

@@ -12,8 +12,11 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace orbo::Data::AccessorQuil::ExternalContent {
 
@@ -119,6 +122,20 @@ bool setText(Handle& row, const std::string& member, const std::string& text) {
     return row.dataType() == Member::kString ? setString(row, text) : setNumber(row, text);
 }
 
+struct MemberText {
+    const std::string& member;
+    const std::string& text;
+};
+
+EntryResult setTexts(Handle& row, std::initializer_list<MemberText> members) {
+    demandMembers(row);
+    std::vector<std::string> failed;
+    for (const MemberText& each : members) {
+        if (!setText(row, each.member, each.text)) failed.push_back(each.member);
+    }
+    return EntryResult(std::move(failed));
+}
+
 }  // namespace
 
 const std::string& getChannelName() { return words().table; }
@@ -142,23 +159,24 @@ bool getEntry(Handle& row, std::string& node, std::string& key, std::string& unr
     return row.hasData();
 }
 
-bool setEntry(Handle& row, const std::string& node, const std::string& key,
-              const std::string& unresolvedPath, const std::string& resolvedPath,
-              const std::set<std::string>& roles) {
-    demandMembers(row);
-    bool all = setText(row, words().node, node);
-    all = setText(row, words().key, key) && all;
-    all = setText(row, words().roles, joined(roles)) && all;
-    all = setText(row, words().unresolvedPath, unresolvedPath) && all;
-    return setText(row, words().resolvedPath, resolvedPath) && all;
+EntryResult setEntry(Handle& row, const std::string& node, const std::string& key,
+                     const std::string& unresolvedPath, const std::string& resolvedPath,
+                     const std::set<std::string>& roles) {
+    return setTexts(row, {{words().node, node},
+                          {words().key, key},
+                          {words().roles, joined(roles)},
+                          {words().unresolvedPath, unresolvedPath},
+                          {words().resolvedPath, resolvedPath}});
 }
 
-bool updateEntry(Handle& row, const std::string& path) { return updateEntry(row, path, path); }
+EntryResult updateEntry(Handle& row, const std::string& path) {
+    return updateEntry(row, path, path);
+}
 
-bool updateEntry(Handle& row, const std::string& unresolvedPath, const std::string& resolvedPath) {
-    demandMembers(row);
-    const bool first = setText(row, words().unresolvedPath, unresolvedPath);
-    return setText(row, words().resolvedPath, resolvedPath) && first;
+EntryResult updateEntry(Handle& row, const std::string& unresolvedPath,
+                        const std::string& resolvedPath) {
+    return setTexts(
+        row, {{words().unresolvedPath, unresolvedPath}, {words().resolvedPath, resolvedPath}});
 }
 
 Stream* getStream(Associations& associations) {

@@ -1,4 +1,4 @@
-// The names of the kinds of findings.
+// What is known of each kind of finding.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/Finding.h>
 
@@ -9,46 +9,56 @@ namespace orbo::Data {
 
 namespace {
 
-// In the order of the codes.
-constexpr const char* kNames[] = {
-    "other",
-    "file-note",
-    "journal-pending",
-    "journal-orphaned",
-    "file-unreadable",
-    "not-a-scene",
-    "chunk-damaged",
-    "end-misplaced",
-    "trailer-missing",
-    "leftover-bytes",
-    "statement-unreadable",
-    "statement-unclosed",
-    "format-unknown",
-    "text-unreadable",
-    "text-remark",
-    "text-passed-over",
-    "structure-differs",
-    "node-repeated",
-    "index-type-unknown",
-    "number-not-finite",
-    "number-beyond-six-digits",
-    "rewrite-refused",
-    "write-failed",
-    "more",
+struct CodeFacts {
+    const char* name;
+    bool isInErrors = true;
 };
-static_assert(std::size(kNames) == static_cast<std::size_t>(Finding::Code::kMore) + 1);
+
+// In the order of the codes.
+constexpr CodeFacts kCodes[] = {
+    {"other"},
+    {"file-note"},
+    {"journal-pending"},
+    {"journal-orphaned"},
+    {"file-unreadable"},
+    {"not-a-scene"},
+    {"chunk-damaged"},
+    {"end-misplaced"},
+    {"trailer-missing"},
+    {"leftover-bytes", false},
+    {"statement-unreadable"},
+    {"statement-unclosed"},
+    {"format-unknown"},
+    {"text-unreadable"},
+    {"text-remark"},
+    {"text-passed-over", false},
+    {"structure-differs"},
+    {"node-repeated", false},
+    {"index-type-unknown"},
+    {"number-not-finite", false},
+    {"number-beyond-six-digits", false},
+    {"rewrite-refused"},
+    {"write-failed"},
+    {"more"},
+};
+static_assert(std::size(kCodes) == static_cast<std::size_t>(Finding::Code::kMore) + 1);
+
+const CodeFacts& factsOf(Finding::Code code) {
+    const auto number = static_cast<std::size_t>(code);
+    return number < std::size(kCodes) ? kCodes[number] : kCodes[0];
+}
 
 }  // namespace
 
-const char* Finding::nameOf(Code code) {
-    const auto number = static_cast<std::size_t>(code);
-    return number < std::size(kNames) ? kNames[number] : kNames[0];
-}
+const char* Finding::nameOf(Code code) { return factsOf(code).name; }
 
 std::optional<Finding::Code> Finding::codeOf(std::string_view name) {
-    const auto found = std::find(std::begin(kNames), std::end(kNames), name);
-    if (found == std::end(kNames)) return std::nullopt;
-    return static_cast<Code>(found - std::begin(kNames));
+    const auto found = std::find_if(std::begin(kCodes), std::end(kCodes),
+                                    [&](const CodeFacts& facts) { return name == facts.name; });
+    if (found == std::end(kCodes)) return std::nullopt;
+    return static_cast<Code>(found - std::begin(kCodes));
 }
+
+bool Finding::isInErrors(Code code) { return factsOf(code).isInErrors; }
 
 }  // namespace orbo::Data

@@ -3,16 +3,30 @@
 #include "accessors/Findings.h"
 
 #include <algorithm>
+#include <iterator>
+#include <tuple>
 #include <utility>
 
 #include "accessors/Messages.h"
 
 namespace orbo::Data {
 
+namespace {
+
+std::string leftOutMessage(std::uint64_t count) {
+    return count == 0 ? std::string() : std::to_string(count) + " more are not listed.";
+}
+
+}  // namespace
+
 void Findings::add(Code code, std::string message, const FilePlace& place) {
-    if (message.empty() || !hasRoom()) return;
-    fFindings.push_back(
-        {code, {}, place.offset, std::string(place.tag.view()), {}, std::move(message)});
+    if (message.empty() || !hasRoom(code)) return;
+    Finding finding;
+    finding.code = code;
+    finding.offset = place.offset;
+    finding.tag = place.tag.view();
+    finding.message = std::move(message);
+    fFindings.push_back(std::move(finding));
 }
 
 void Findings::add(Code code, std::string message, const SceneRecord& record) {
@@ -22,29 +36,38 @@ void Findings::add(Code code, std::string message, const SceneRecord& record) {
     if (record.kind == SceneRecord::Kind::kAssociations) fFindings.back().node = record.name;
 }
 
+void Findings::add(Code code, std::string message, const SceneRecord& record,
+                   const TextPlace& place) {
+    const std::size_t before = fFindings.size();
+    add(code, std::move(message), record);
+    if (fFindings.size() == before) return;
+    Finding& finding = fFindings.back();
+    finding.channel = place.channel;
+    finding.stream = place.stream;
+    finding.index = place.index;
+    finding.member = place.member;
+}
+
 void Findings::add(Findings others) {
     for (Finding& finding : others.fFindings) take(std::move(finding));
-    fLeftOut += others.fLeftOut;
+    for (const bool inErrors : {false, true}) addLeftOut(inErrors, others.countLeftOut(inErrors));
 }
 
 void Findings::take(Finding finding) {
-    if (hasRoom()) fFindings.push_back(std::move(finding));
+    if (hasRoom(finding.code)) fFindings.push_back(std::move(finding));
 }
 
-bool Findings::hasRoom() {
-    if (fFindings.size() < kMost) return true;
-    ++fLeftOut;
-    return false;
-}
-
-std::string Findings::leftOut() const {
-    if (fLeftOut == 0) return {};
-    return std::to_string(fLeftOut) + " more are not listed.";
+bool Findings::hasRoom(Code code) {
+    Count& count = fCounts[Finding::isInErrors(code)];
+    if (count.kept == kMost) return ++count.leftOut, false;
+    return ++count.kept, true;
 }
 
 void Findings::appendTo(std::string& errors) const {
-    for (const Finding& finding : fFindings) addMessage(errors, finding.message);
-    addMessage(errors, leftOut());
+    for (const Finding& finding : fFindings) {
+        if (Finding::isInErrors(finding.code)) addMessage(errors, finding.message);
+    }
+    addMessage(errors, leftOutMessage(countLeftOut(true)));
 }
 
 std::vector<Finding> Findings::inFileOrder() const {
@@ -54,30 +77,52 @@ std::vector<Finding> Findings::inFileOrder() const {
     }
     std::stable_sort(findings.begin(), findings.end(),
                      [](const Finding& a, const Finding& b) { return a.offset < b.offset; });
-    if (fLeftOut > 0) findings.push_back({Code::kMore, {}, {}, {}, {}, leftOut()});
+    const std::uint64_t leftOut = countLeftOut(false) + countLeftOut(true);
+    if (leftOut > 0) {
+        Finding& more = findings.emplace_back();
+        more.code = Code::kMore;
+        more.message = leftOutMessage(leftOut);
+    }
     return findings;
 }
 
 void RankedFindings::add(std::uint64_t rank, const Findings& findings) {
-    for (const Finding& finding : findings.all()) fFindings.push_back({rank, finding});
-    fLeftOut += findings.countLeftOut();
-    if (fFindings.size() >= 2 * Findings::kMost) trim();
+    for (const Finding& finding : findings.all()) {
+        fKinds[Finding::isInErrors(finding.code)].add({rank, fCount++, finding});
+    }
+    for (const bool inErrors : {false, true}) {
+        fKinds[inErrors].leftOut += findings.countLeftOut(inErrors);
+    }
 }
 
-void RankedFindings::trim() {
-    std::stable_sort(fFindings.begin(), fFindings.end(),
-                     [](const Ranked& a, const Ranked& b) { return a.rank < b.rank; });
-    if (fFindings.size() <= Findings::kMost) return;
-    fLeftOut += fFindings.size() - Findings::kMost;
-    fFindings.resize(Findings::kMost);
+bool RankedFindings::isEarlier(const Ranked& a, const Ranked& b) {
+    return std::tie(a.rank, a.number) < std::tie(b.rank, b.number);
+}
+
+void RankedFindings::Kind::add(Ranked ranked) {
+    findings.push_back(std::move(ranked));
+    if (findings.size() >= 2 * Findings::kMost) trim();
+}
+
+void RankedFindings::Kind::trim() {
+    std::sort(findings.begin(), findings.end(), isEarlier);
+    if (findings.size() <= Findings::kMost) return;
+    leftOut += findings.size() - Findings::kMost;
+    findings.resize(Findings::kMost);
 }
 
 void RankedFindings::moveTo(Findings& others) {
-    trim();
-    for (Ranked& ranked : fFindings) others.take(std::move(ranked.finding));
-    others.addLeftOut(fLeftOut);
-    fFindings.clear();
-    fLeftOut = 0;
+    std::vector<Ranked> all;
+    for (const bool inErrors : {false, true}) {
+        Kind& kind = fKinds[inErrors];
+        kind.trim();
+        all.insert(all.end(), std::make_move_iterator(kind.findings.begin()),
+                   std::make_move_iterator(kind.findings.end()));
+        others.addLeftOut(inErrors, kind.leftOut);
+        kind = Kind();
+    }
+    std::sort(all.begin(), all.end(), isEarlier);
+    for (Ranked& ranked : all) others.take(std::move(ranked.finding));
 }
 
 void countLines(Files::File& file, std::vector<Finding>& findings) {

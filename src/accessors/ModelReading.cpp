@@ -57,20 +57,17 @@ std::uint64_t ModelReading::nextRank() {
 template <typename Read>
 auto ModelReading::read(const Read& reader, const SceneRecord& record, std::uint64_t rank) {
     using Code = Finding::Code;
+    using Detail = ReaderRemarks::Detail;
     Findings findings;
-    if (!fThorough) {
-        auto object = reader(record, findings);
-        fFindings.add(rank, findings);
-        return object;
-    }
-    const ReaderRemarks::Collector collector;
+    const ReaderRemarks::Collector collector(fThorough ? Detail::kAll : Detail::kReplacedOnly);
     auto object = reader(record, findings);
     for (const ReaderRemarks::Remark& remark : collector.remarks()) {
         const bool isNumber = remark.kind == ReaderRemarks::Kind::kNotFinite;
         findings.add(isNumber ? Code::kNumberNotFinite : Code::kTextPassedOver, remark.message(),
-                     record);
+                     record, remark.place);
     }
-    if (record.leftover > 0) {
+    findings.addLeftOut(Finding::isInErrors(Code::kTextPassedOver), collector.leftOut());
+    if (fThorough && record.leftover > 0) {
         findings.add(Code::kLeftoverBytes,
                      "Of the chunk " + std::to_string(record.leftover) + " bytes are not read.",
                      record);

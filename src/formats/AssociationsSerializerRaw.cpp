@@ -53,9 +53,9 @@ void readChannel(std::istream& in, Associations& associations, RawMessages& mess
     const std::unique_ptr<Channel> channel(ChannelSerializerRaw::theFormat().read(in, nested));
     messages.takeOver(nested);
     if (channel) {
-        if (ReaderRemarks::wanted() && associations.findChannel(channel->name())) {
-            ReaderRemarks::add(Kind::kPassedOver, "There are several channels of one name",
-                               "'" + channel->name() + "'");
+        if (ReaderRemarks::wanted(Kind::kReplaced) && associations.findChannel(channel->name())) {
+            ReaderRemarks::add(Kind::kReplaced, "There are several channels of one name",
+                               "'" + channel->name() + "'", {channel->name()});
         }
         associations.setChannel(*channel);
     } else {
@@ -64,7 +64,7 @@ void readChannel(std::istream& in, Associations& associations, RawMessages& mess
 }
 
 void remarkOnRest(std::istream& in) {
-    if (!ReaderRemarks::wanted()) return;
+    if (!ReaderRemarks::wanted(Kind::kPassedOver)) return;
     const std::string_view left = Ascii::trim(GetArea::of(*in.rdbuf()));
     if (left.empty()) return;
     ReaderRemarks::add(Kind::kPassedOver, "There is text behind the end of the associations",

@@ -49,10 +49,11 @@ void readStream(std::istream& in, Channel& channel, RawMessages& messages) {
     const std::unique_ptr<Stream> stream(StreamSerializerRaw::theFormat().read(in, nested));
     messages.takeOver(nested);
     if (stream) {
-        if (ReaderRemarks::wanted() && channel.findDataStream(stream->name())) {
-            ReaderRemarks::add(ReaderRemarks::Kind::kPassedOver,
+        using Kind = ReaderRemarks::Kind;
+        if (ReaderRemarks::wanted(Kind::kReplaced) && channel.findDataStream(stream->name())) {
+            ReaderRemarks::add(Kind::kReplaced,
                                "Channel '" + channel.name() + "' has several streams of one name",
-                               "'" + stream->name() + "'");
+                               "'" + stream->name() + "'", {channel.name(), stream->name()});
         }
         channel.setDataStream(*stream);
     } else {
@@ -77,6 +78,7 @@ const char* ChannelSerializerRaw::formatType() const { return keyword(kRaw); }
 Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const {
     auto channel = std::make_unique<Channel>();
     RawMessages messages(errors);
+    const std::size_t remarksBefore = ReaderRemarks::count();
     ValueText::skipBlanks(in);
     for (std::string word, rest;;) {
         ValueText::extractWord(in, word);
@@ -96,6 +98,7 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
             break;
         }
     }
+    ReaderRemarks::nameChannel(remarksBefore, channel->name());
     if (messages.finish(" found, Channel not created") > 0) return nullptr;
     return channel.release();
 }

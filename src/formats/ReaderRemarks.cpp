@@ -19,13 +19,18 @@ std::string ReaderRemarks::Remark::message() const {
     return text;
 }
 
-ReaderRemarks::Collector::Collector() : fOuter(collector) { collector = this; }
+ReaderRemarks::Collector::Collector(Detail detail) : fDetail(detail), fOuter(collector) {
+    collector = this;
+}
 
 ReaderRemarks::Collector::~Collector() { collector = fOuter; }
 
-bool ReaderRemarks::wanted() { return collector != nullptr; }
+bool ReaderRemarks::wanted(Kind kind) {
+    return collector && (kind == Kind::kReplaced || collector->fDetail == Detail::kAll);
+}
 
-void ReaderRemarks::add(Kind kind, const std::string& what, const std::string& where) {
+void ReaderRemarks::add(Kind kind, const std::string& what, const std::string& where,
+                        const TextPlace& place) {
     std::vector<Remark>& remarks = collector->fRemarks;
     std::size_t looks = kLooksBack;
     for (auto remark = remarks.rbegin(); remark != remarks.rend() && looks > 0; ++remark, --looks) {
@@ -33,7 +38,17 @@ void ReaderRemarks::add(Kind kind, const std::string& what, const std::string& w
         ++remark->count;
         return;
     }
-    remarks.push_back({kind, what, where, 1});
+    if (remarks.size() == Collector::kMost) {
+        ++collector->fLeftOut;
+    } else {
+        remarks.push_back({kind, what, where, place, 1});
+    }
+}
+
+std::size_t ReaderRemarks::count() { return collector ? collector->fRemarks.size() : 0; }
+
+void ReaderRemarks::nameChannel(std::size_t first, const std::string& name) {
+    for (; first < count(); ++first) collector->fRemarks[first].place.channel = name;
 }
 
 }  // namespace orbo::Data

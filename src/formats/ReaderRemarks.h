@@ -3,45 +3,68 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
+
+#include "formats/TextPlace.h"
 
 namespace orbo::Data {
 
 /// Readers that find something to remark on ask `wanted` first: the answer is mostly no.
 class ReaderRemarks {
   public:
-    enum class Kind { kPassedOver, kNotFinite };
+    enum class Kind {
+        kReplaced,  ///< a later stream or channel hides an earlier one of its name
+        kPassedOver,
+        kNotFinite
+    };
 
-    /// Those about the same thing are counted.
+    /// Remarks about the same thing are counted.
     struct Remark {
         Kind kind;
         std::string what;
         std::string first;  // of the places where it is so
+        TextPlace place;    // of the first
         std::size_t count;
 
         /// "Stream 's' has several elements of one index: index 3 and 2 more".
         [[nodiscard]] std::string message() const;
     };
 
+    /// A normal read wants to hear of `kReplaced` alone; the other kinds cost the reader time.
+    enum class Detail { kReplacedOnly, kAll };
+
     /// While it lives, it collects what this thread's readers remark, in place of an outer one.
     class Collector {
       public:
-        Collector();
+        explicit Collector(Detail detail);
         Collector(const Collector&) = delete;
         Collector& operator=(const Collector&) = delete;
         ~Collector();
 
+        /// At most `kMost` remarks; `leftOut` counts the others.
         [[nodiscard]] const std::vector<Remark>& remarks() const { return fRemarks; }
+        [[nodiscard]] std::uint64_t leftOut() const { return fLeftOut; }
 
       private:
         friend class ReaderRemarks;
+        static constexpr std::size_t kMost = 1000;
+
+        const Detail fDetail;
         Collector* fOuter;
         std::vector<Remark> fRemarks;
+        std::uint64_t fLeftOut = 0;
     };
 
-    static bool wanted();
-    static void add(Kind kind, const std::string& what, const std::string& where);
+    static bool wanted(Kind kind);
+    static void add(Kind kind, const std::string& what, const std::string& where,
+                    const TextPlace& place = {});
+
+    /// What a stream's reader remarks on lacks the channel, which is known when all of it was read:
+    /// `nameChannel` fills it in for the remarks made since `count` gave `first`.
+    static std::size_t count();
+    static void nameChannel(std::size_t first, const std::string& name);
 };
 
 }  // namespace orbo::Data

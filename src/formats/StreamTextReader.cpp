@@ -22,6 +22,8 @@ namespace orbo::Data {
 
 namespace {
 
+using Remarks = ReaderRemarks::Kind;
+
 // Up to this many bytes an element is allocated without a look at the text first.
 constexpr std::uint64_t kSmallElement = 64 * 1024;
 
@@ -139,7 +141,7 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
 }
 
 void StreamTextReader::readElements(Stream& stream) {
-    if (!ReaderRemarks::wanted() && fLayout->memberCount() > 0 &&
+    if (!ReaderRemarks::wanted(Remarks::kPassedOver) && fLayout->memberCount() > 0 &&
         fLayout->totalSize() <= kSmallElement && fMakeIndex.typeName() == Index::theTypeName()) {
         fPlainText.emplace(*fLayout);
     }
@@ -200,7 +202,7 @@ void StreamTextReader::readElement(Stream& stream) {
                std::to_string(fLayout->totalSize()) + " bytes of structure '" + fStructure->name() +
                "'");
     }
-    if (ReaderRemarks::wanted() && fErrorCount == 0) remarkOn(stream, *index);
+    if (ReaderRemarks::wanted(Remarks::kPassedOver) && fErrorCount == 0) remarkOn(stream, *index);
     fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
     if (fErrorCount != 0) {
         stream.clear();
@@ -213,28 +215,35 @@ void StreamTextReader::readElement(Stream& stream) {
 }
 
 void StreamTextReader::remarkOn(const Stream& stream, const Index& index) {
-    using Kind = ReaderRemarks::Kind;
     const std::string place = "index " + index.asString();
     if (stream.hasElement(index)) {
-        ReaderRemarks::add(Kind::kPassedOver,
-                           "Stream '" + fName + "' has several elements of one index", place);
+        ReaderRemarks::add(Remarks::kPassedOver,
+                           "Stream '" + fName + "' has several elements of one index", place,
+                           placeOf(index));
     }
     const std::string_view left = GetArea::of(*fIn.rdbuf());
     if (Ascii::trim(left.substr(0, left.find('\n'))).empty()) return;
-    ReaderRemarks::add(Kind::kPassedOver,
-                       "Stream '" + fName + "' has text behind the values of an element", place);
+    ReaderRemarks::add(Remarks::kPassedOver,
+                       "Stream '" + fName + "' has text behind the values of an element", place,
+                       placeOf(index));
+}
+
+TextPlace StreamTextReader::placeOf(const Index& index) const {
+    return {{}, fName, index.asString(), {}};
 }
 
 // Reading stops in front of "nan" or "inf", behind a sign. Some writers print "1.#INF".
 void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& index) {
-    if (!ReaderRemarks::wanted()) return;
+    if (!ReaderRemarks::wanted(Remarks::kNotFinite)) return;
     const std::string_view left = GetArea::of(*fIn.rdbuf());
     const std::string word = Ascii::lower(std::string(left.substr(0, 3)));
     if (word != "nan" && word != "inf" && !Ascii::startsWith(word, "#")) return;
+    TextPlace place = placeOf(index);
+    place.member = member.name();
     ReaderRemarks::add(
-        ReaderRemarks::Kind::kNotFinite,
+        Remarks::kNotFinite,
         "Stream '" + fName + "', member '" + member.name() + "' has a number that is not finite",
-        "index " + index.asString());
+        "index " + index.asString(), place);
 }
 
 // Null where there is no text for it, or nothing to allocate.

@@ -14,6 +14,7 @@
 #include "core/Layout.h"
 #include "formats/ElementText.h"
 #include "formats/MemberText.h"
+#include "formats/TextPlace.h"
 #include "streams/IndexTypes.h"
 
 namespace orbo::Data {
@@ -51,6 +52,7 @@ class StreamTextReader {
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
     void remarkOn(const Stream& stream, const Index& index);
+    [[nodiscard]] TextPlace placeOf(const Index& index) const;
     void remarkOnNotFinite(const Member& member, const Index& index);
     char* newChunk();
     void readValues(char* chunk, const Index& index);

@@ -24,6 +24,8 @@ namespace orbo::Data {
 
 namespace {
 
+constexpr auto kPassedOver = ReaderRemarks::Kind::kPassedOver;
+
 constexpr const char* kDescriptionHead = R"(
 The raw format consists of a series of colon or
 newline separated fields. The first field  must
@@ -159,12 +161,12 @@ class Parser {
         } else {
             // A refusal, of a repeated name or a dimension of 0, is no error: files rely on it.
             const bool added = fStructure->addMember(type, dimension, name.c_str());
-            if (!added && ReaderRemarks::wanted()) remarkOnRefused(name);
+            if (!added && ReaderRemarks::wanted(kPassedOver)) remarkOnRefused(name);
         }
     }
 
     static void remarkOnRefused(const std::string& name) {
-        ReaderRemarks::add(ReaderRemarks::Kind::kPassedOver,
+        ReaderRemarks::add(kPassedOver,
                            "A member without values, or of a name that is taken, is left out",
                            "'" + name + "'");
     }

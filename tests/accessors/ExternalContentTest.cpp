@@ -104,6 +104,21 @@ TEST(ExternalContentRow, EditsLeaveTheOtherMembersAlone) {
     EXPECT_EQ(*row.handle.asDouble(), 0.1);
 }
 
+TEST(ExternalContentRow, EditsSayWhichMembersCannotHoldTheirTexts) {
+    using Names = std::vector<std::string>;
+    const std::string cut("cut\0off", 7);
+    Row row(Member::kInt32);
+    EXPECT_EQ(setEntry(row.handle, "n", "1", "u", "r", {"a"}).failedMembers(), Names());
+    EXPECT_EQ(setEntry(row.handle, "n", "first", "u", "r", {"a"}).failedMembers(), Names({"key"}));
+    EXPECT_EQ(setEntry(row.handle, cut, "x", cut, cut, {cut}).failedMembers(),
+              Names({"node", "key", "roles", "upath", "rpath"}));
+    EXPECT_EQ(updateEntry(row.handle, cut).failedMembers(), Names({"upath", "rpath"}));
+    EXPECT_EQ(updateEntry(row.handle, "u", cut).failedMembers(), Names({"rpath"}));
+    EXPECT_EQ(row.entry(), "n|1|u|r");
+    Handle noData(*rowStructure(), nullptr);
+    EXPECT_EQ(updateEntry(noData, "p").failedMembers(), Names({"upath", "rpath"}));
+}
+
 TEST(ExternalContentRow, MembersMayBeOfAnyType) {
     const std::tuple<Member::eDataType, bool, const char*, const char*> rows[] = {
         {Member::kInt32, true, "-12", "-12"}, {Member::kInt32, false, "first", "7"},

@@ -76,6 +76,61 @@ TEST_F(FindingsTest, AreThoseOfTheLastCall) {
     EXPECT_EQ(shown(fAccessor, ""), " file-unreadable");
 }
 
+/// A channel text with one element in each stream.
+std::string channelOf(const std::string& name, const std::vector<std::string>& streams) {
+    std::string text = "channel\nname " + name + "\n";
+    for (const std::string& stream : streams) {
+        text += "stream\nname " + stream + "\nstructure A\n" + std::to_string(text.size()) +
+                "\n7\nendStream\n";
+    }
+    return text + "endChannel\n";
+}
+
+// The later channel counts, empty or not, and the read says so; its error text stays empty.
+TEST_F(FindingsTest, NameTheChannelsAndStreamsThatALaterOneReplaces) {
+    const struct {
+        std::string text, message, channel, stream;
+        unsigned int streamsOfC;
+    } rows[] = {
+        {channelOf("c", {"s"}) + channelOf("d", {"s"}), "", "", "", 1},
+        {channelOf("c", {"s", "t"}) + channelOf("d", {"s"}) + channelOf("c", {"u"}),
+         "There are several channels of one name: 'c'", "c", "", 1},
+        {channelOf("c", {"s", "t"}) + channelOf("c", {}),
+         "There are several channels of one name: 'c'", "c", "", 0},
+        {channelOf("c", {}) + channelOf("c", {"s"}) + channelOf("c", {"s", "t"}),
+         "There are several channels of one name: 'c' and 1 more", "c", "", 2},
+        {channelOf("c", {"s", "t", "s"}), "Channel 'c' has several streams of one name: 's'", "c",
+         "s", 2},
+    };
+    for (const auto& row : rows) {
+        makeScene("A " + nodeStatement("n1", row.text + "endAssociations\n"));
+        ASSERT_TRUE(read() && fErrors.empty()) << fErrors;
+        const auto& found = fAccessor.findings();
+        ASSERT_EQ(found.size(), row.message.empty() ? 0U : 1U) << row.text;
+        EXPECT_EQ(fAccessor.associations().at("n1").findChannel("c")->dataStreamCount(),
+                  row.streamsOfC);
+        if (found.empty()) continue;
+        EXPECT_EQ(found[0].message, row.message);
+        EXPECT_EQ(found[0].node.value(), "n1");
+        EXPECT_EQ(found[0].channel.value_or("") + "|" + found[0].stream.value_or(""),
+                  row.channel + "|" + row.stream);
+        EXPECT_TRUE(found[0].line);
+    }
+}
+
+// What is told in findings alone takes no room from what the error text has to say.
+TEST_F(FindingsTest, OfTheErrorTextCountForThemselves) {
+    std::string words = "A";
+    for (int i = 0; i < 1500; ++i) words += " n1!";
+    const std::string twice = channelOf("c", {}) + channelOf("c", {}) + "endAssociations\n";
+    for (int i = 0; i < 1500; ++i) words += ' ' + nodeStatement("n" + std::to_string(i), twice);
+    makeScene(words);
+    ASSERT_TRUE(read());
+    EXPECT_EQ(fAccessor.findings().size(), 2001U);
+    EXPECT_EQ(fAccessor.findings().back().message, "1000 more are not listed.");
+    EXPECT_EQ(fErrors.substr(fErrors.rfind('\n') + 1), "500 more are not listed.");
+}
+
 TEST_F(FindingsTest, OfVeryManyOnlyTheNumberIsKept) {
     std::string words = "A";
     for (int i = 0; i < 3000; ++i) words += i % 3 == 0 ? " n1!" : " open";
