@@ -21,6 +21,7 @@ struct ExportOptions {
     std::string file;
     std::string target;
     bool toFile = false;
+    bool force = false;
     SceneAccess access;
 };
 
@@ -34,7 +35,7 @@ bool exportScene(const ExportOptions& options, Output& output) {
         JsonDocument(output).write(view);
         return complete;
     }
-    NewFile file(options.target, options.file);
+    NewFile file(options.target, options.file, {FileKind::kDocument, options.force});
     JsonDocument(file.output()).write(view);
     file.commit();
     return complete;
@@ -48,9 +49,12 @@ void addExport(CLI::App& app, Output& output, int& exitCode) {
     command->add_option("FILE", options->file, "Scene file")->required()->type_name("");
     const CLI::Option* target =
         command->add_option("-o,--output", options->target, "Write to this file")->type_name("OUT");
+    command->add_flag("--force", options->force, "Replace OUT even if it is no such document");
     addWait(*command, options->access);
     command->footer(
-        "The document is lossless. OUT is replaced when it is complete, never in part.\n"
+        "The document is lossless. OUT appears when it is complete, never in part. An\n"
+        "existing OUT is replaced if it is such a document, or with --force; a scene or a\n"
+        "journal never is.\n"
         "Example:\n"
         "  quilmeta export robot.kx -o robot.json");
     command->callback([options, target, &output, &exitCode] {
