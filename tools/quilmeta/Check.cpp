@@ -1,6 +1,7 @@
 // quilmeta check: what is wrong with the metadata of scenes, or unusual.
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
+#include "EachFile.h"
 #include "FindingText.h"
 #include "JsonText.h"
 #include "Options.h"
@@ -94,27 +95,34 @@ void write(Output& output, const std::vector<Line>& lines, bool asJson) {
     output.write(lines.empty() ? "]\n" : "\n]\n");
 }
 
-void check(const std::string& file, const SceneAccess& access,
-           const std::set<Finding::Code>& ignored, std::vector<Line>& lines) {
+/// Of a file that no command can read anything from.
+bool isFatal(Finding::Code code) {
+    return code == Finding::Code::kNotAScene || code == Finding::Code::kChunkDamaged;
+}
+
+Outcome check(const std::string& file, const SceneAccess& access,
+              const std::set<Finding::Code>& ignored, std::vector<Line>& lines) {
+    Outcome outcome = Outcome::kDone;
     std::vector<Finding> findings = checkScene(file, access);
     for (Finding& finding : findings) {
         if (finding.code == Finding::Code::kFileNote) {
             complain(file, messagesOf({finding}));
         } else if (ignored.count(finding.code) == 0) {
+            outcome = std::max(outcome, isFatal(finding.code) ? Outcome::kFailed : Outcome::kFound);
             lines.push_back({file, std::move(finding)});
         }
     }
+    return outcome;
 }
 
-int checkAll(const CheckOptions& options, Output& output) {
+Outcome checkAll(const CheckOptions& options, Output& output) {
     const std::set<Finding::Code> ignored = codesOf(options.ignored);
     std::vector<Line> lines;
-    int exitCode = kDone;
-    for (const std::string& file : options.files)
-        exitCode =
-            std::max(exitCode, guarded(file, [&] { check(file, options.access, ignored, lines); }));
+    const Outcome outcome = forEachFile(
+        options.files, Purpose::kReading,
+        [&](const std::string& file) { return check(file, options.access, ignored, lines); });
     write(output, lines, options.json);
-    return lines.empty() ? exitCode : std::max<int>(exitCode, kFinding);
+    return outcome;
 }
 
 }  // namespace
@@ -127,11 +135,12 @@ void addCheck(CLI::App& app, Output& output, int& exitCode) {
     command->add_flag("--json", options->json, "Print a JSON list instead of lines");
     addWait(*command, options->access);
     command->footer(
-        "Prints a line for each finding and exits with 1 if there are any. --ignore may\n"
-        "be given several times.\n"
+        "Prints a line for each finding and exits with 1 if there are any, with 2 if\n"
+        "a file cannot be read at all. --ignore may be given several times.\n"
         "Example:\n"
         "  quilmeta check --ignore number-beyond-six-digits shots/*.kx");
-    command->callback([options, &output, &exitCode] { exitCode = checkAll(*options, output); });
+    command->callback(
+        [options, &output, &exitCode] { exitCode = exitCodeOf(checkAll(*options, output)); });
 }
 
 }  // namespace orbo::Quilmeta

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
 #include "CopyPlan.h"
+#include "EachFile.h"
 #include "Options.h"
 #include "SafeText.h"
 #include "Scene.h"
@@ -13,6 +14,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <set>
@@ -32,8 +34,7 @@ struct CopyOptions {
     SceneAccess access;
 };
 
-std::unique_ptr<Data::Accessor> openSource(const CopyOptions& options) {
-    bool complete = false;
+std::unique_ptr<Data::Accessor> openSource(const CopyOptions& options, bool& complete) {
     std::unique_ptr<Data::Accessor> source = openScene(options.source, options.access, &complete);
     for (const std::string& node : options.nodes) findNode(*source, node);
     if (complete) return source;
@@ -76,12 +77,17 @@ std::string contentOf(const Data::Associations& associations) {
 
 void report(const CopyPlan& plan, Output& output) {
     if (plan.structures().empty() && plan.nodes().empty()) output.write("nothing to copy\n");
+    const auto add = [&](const std::string& text, const std::vector<std::string>& losses) {
+        output.write(text + '\n');
+        for (const std::string& loss : losses) output.write("  dropped: " + safeLine(loss) + '\n');
+    };
     for (const CopyPlan::StructureCopy& copy : plan.structures())
-        output.write(fmt::format("structure {}: {}\n", shownName(copy.structure->name()),
-                                 wordFor(copy.fate)));
+        add(fmt::format("structure {}: {}", shownName(copy.structure->name()), wordFor(copy.fate)),
+            copy.losses);
     for (const CopyPlan::NodeCopy& copy : plan.nodes())
-        output.write(fmt::format("node {}: {}, {}\n", shownNode(copy.name), wordFor(copy.fate),
-                                 contentOf(copy.associations)));
+        add(fmt::format("node {}: {}, {}", shownNode(copy.name), wordFor(copy.fate),
+                        contentOf(copy.associations)),
+            copy.losses);
 }
 
 /// What a copy would take from the target, or hide behind something else.
@@ -102,7 +108,7 @@ std::vector<std::string> losses(const CopyPlan& plan, const std::string& target,
     return lines;
 }
 
-void copyInto(const Data::Accessor& source, const CopyOptions& options, Output& output) {
+Outcome copyInto(const Data::Accessor& source, const CopyOptions& options, Output& output) {
     bool complete = false;
     const std::unique_ptr<Data::Accessor> target = openTarget(options, complete);
     const CopyPlan plan(source, *target, options.nodes);
@@ -118,15 +124,23 @@ void copyInto(const Data::Accessor& source, const CopyOptions& options, Output& 
         writeScene(*target);
     }
     report(plan, output);
+    output.flush();
+    return complete ? Outcome::kDone : Outcome::kUnreadable;
 }
 
-int copy(const CopyOptions& options, Output& output) {
+Outcome copy(const CopyOptions& options, Output& output) {
     std::unique_ptr<Data::Accessor> source;
-    const int exitCode = guarded(options.source, [&] { source = openSource(options); });
-    if (exitCode != kDone) return exitCode;
-    return guarded(options.target, [&] {
-        repeatAfterConflict(options.access, [&] { copyInto(*source, options, output); });
+    const Outcome opened = guarded(options.source, [&] {
+        bool complete = false;
+        source = openSource(options, complete);
+        return complete ? Outcome::kDone : Outcome::kUnreadable;
     });
+    if (opened == Outcome::kFailed) return opened;
+    const Outcome copied = forEachFile({options.target}, Purpose::kWriting, [&](const auto&) {
+        return repeatAfterConflict(options.access,
+                                   [&] { return copyInto(*source, options, output); });
+    });
+    return std::max(opened, copied);
 }
 
 }  // namespace
@@ -154,7 +168,8 @@ void addCopy(CLI::App& app, Output& output, int& exitCode) {
         "TARGET gets everything or, when anything is refused, nothing.\n"
         "Example:\n"
         "  quilmeta copy robot.kx robot-exported-again.kx --replace");
-    command->callback([options, &output, &exitCode] { exitCode = copy(*options, output); });
+    command->callback(
+        [options, &output, &exitCode] { exitCode = exitCodeOf(copy(*options, output)); });
 }
 
 }  // namespace orbo::Quilmeta

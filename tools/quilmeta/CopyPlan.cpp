@@ -31,9 +31,10 @@ StructuresByName structuresOf(const Data::Accessor& scene) {
 
 CopyPlan::StructureCopy copyOf(const Data::Structure& structure, const StructuresByName& target) {
     const auto namesake = target.find(structure.name());
-    if (namesake == target.end()) return {RefPtr(&structure), Fate::kAdded, {}};
-    if (*namesake->second == structure) return {RefPtr(&structure), Fate::kUnchanged, {}};
-    return {RefPtr(&structure), Fate::kReplaced, differenceOf(*namesake->second, structure)};
+    if (namesake == target.end()) return {RefPtr(&structure), Fate::kAdded, {}, {}};
+    if (*namesake->second == structure) return {RefPtr(&structure), Fate::kUnchanged, {}, {}};
+    return {RefPtr(&structure), Fate::kReplaced, differenceOf(*namesake->second, structure),
+            lossesOf(*namesake->second, structure)};
 }
 
 bool holdsStreams(const Data::Associations& associations) {
@@ -45,10 +46,11 @@ CopyPlan::NodeCopy copyOf(const std::string& name, const Data::Associations& ass
                           const Data::Accessor& target) {
     const auto namesake = target.associations().find(name);
     if (namesake == target.associations().end() || !holdsStreams(namesake->second))
-        return {name, associations, Fate::kAdded, {}};
+        return {name, associations, Fate::kAdded, {}, {}};
     std::string difference = differenceOf(namesake->second, associations);
-    const Fate fate = difference.empty() ? Fate::kUnchanged : Fate::kReplaced;
-    return {name, associations, fate, std::move(difference)};
+    if (difference.empty()) return {name, associations, Fate::kUnchanged, {}, {}};
+    return {name, associations, Fate::kReplaced, std::move(difference),
+            lossesOf(namesake->second, associations)};
 }
 
 /// Empty when no stream has a structure of that name.

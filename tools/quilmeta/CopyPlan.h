@@ -19,13 +19,15 @@ class CopyPlan {
     struct StructureCopy {
         RefPtr<const Data::Structure> structure;
         Fate fate;
-        std::string difference;  ///< from what is replaced
+        std::string difference;           ///< from what is replaced
+        std::vector<std::string> losses;  ///< what of that goes, a line each
     };
     struct NodeCopy {
         std::string name;
         Data::Associations associations;
         Fate fate;
         std::string difference;
+        std::vector<std::string> losses;
     };
 
     /// Without names all nodes that have something to write, and all structures; else the nodes of

@@ -98,6 +98,35 @@ std::string differenceOf(const Data::Stream& ours, const Data::Stream& theirs) {
     return differenceOfElements(ours, theirs);
 }
 
+bool isAlike(const Data::Stream& ours, const Data::Stream& theirs) {
+    return ours.structure() == theirs.structure() && ours.indexType() == theirs.indexType();
+}
+
+/// "2 elements: index a, b"; empty without any.
+std::string listOf(const char* what, const std::vector<std::string>& indices) {
+    if (indices.empty()) return {};
+    return fmt::format("{}{}: index {}", what, counted(indices.size(), "element"),
+                       shortList(indices, [](const auto& index) { return shownName(index); }));
+}
+
+/// Of streams that are alike.
+void addLosses(const std::string& place, const Data::Stream& ours, const Data::Stream& theirs,
+               std::vector<std::string>& lines) {
+    std::vector<std::string> gone;
+    std::vector<std::string> overwritten;
+    Data::StreamIterator their = theirs.cbegin();
+    for (Data::StreamIterator our = ours.cbegin(); our.valid(); ++our) {
+        const Data::Index index = our.index();
+        while (their.valid() && their.index() < index) ++their;
+        if (!their.valid() || index < their.index())
+            gone.push_back(index.asString());
+        else if (!isSame(*our, *their, ours.structure()))
+            overwritten.push_back(index.asString());
+    }
+    for (const std::string& list : {listOf("", gone), listOf("the values of ", overwritten)})
+        if (!list.empty()) lines.push_back(place + ", " + list);
+}
+
 const Data::Stream* find(const Data::Channel& channel, const Data::Stream& namesake) {
     return channel.findDataStream(namesake.name());
 }
@@ -161,6 +190,40 @@ std::string differenceOf(const Data::Structure& ours, const Data::Structure& the
 
 std::string differenceOf(const Data::Associations& ours, const Data::Associations& theirs) {
     return differenceOfContent(ours, theirs, "channel");
+}
+
+std::vector<std::string> lossesOf(const Data::Structure& ours, const Data::Structure& theirs) {
+    const MembersByName others = byName(theirs);
+    std::vector<std::string> lines;
+    for (const Data::Member& member : ours) {
+        const auto other = others.find(member.name());
+        if (other == others.end())
+            lines.push_back("member " + inQuotes(member.name()));
+        else if (typeText(member) != typeText(*other->second))
+            lines.push_back(
+                fmt::format("type {} of member {}", typeText(member), inQuotes(member.name())));
+    }
+    return lines;
+}
+
+std::vector<std::string> lossesOf(const Data::Associations& ours,
+                                  const Data::Associations& theirs) {
+    std::vector<std::string> lines;
+    for (const Data::Channel& channel : ours) {
+        const Data::Channel* other = find(theirs, channel);
+        for (const Data::Stream& stream : channel) {
+            const std::string place = fmt::format("channel {}, stream {}", inQuotes(channel.name()),
+                                                  inQuotes(stream.name()));
+            const Data::Stream* namesake = other ? find(*other, stream) : nullptr;
+            if (namesake && isAlike(stream, *namesake))
+                addLosses(place, stream, *namesake, lines);
+            else
+                lines.push_back(fmt::format(
+                    "{} with {} of {}, {} index", place, counted(stream.elementCount(), "element"),
+                    shownName(stream.structure().name()), shownName(stream.indexType())));
+        }
+    }
+    return lines;
 }
 
 }  // namespace orbo::Quilmeta

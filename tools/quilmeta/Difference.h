@@ -6,6 +6,7 @@
 #include <data/Structure.h>
 
 #include <string>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -17,5 +18,9 @@ std::string differenceOf(const Data::Structure& ours, const Data::Structure& the
 /// when they are equal, as far as a scene file can tell: channels without streams do not count, and
 /// strings that are missing are empty.
 std::string differenceOf(const Data::Associations& ours, const Data::Associations& theirs);
+
+/// What is lost when the first gives way to the second, a line each.
+std::vector<std::string> lossesOf(const Data::Structure& ours, const Data::Structure& theirs);
+std::vector<std::string> lossesOf(const Data::Associations& ours, const Data::Associations& theirs);
 
 }  // namespace orbo::Quilmeta

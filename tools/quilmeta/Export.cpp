@@ -1,6 +1,7 @@
 // quilmeta export: the metadata of a scene, for programs.
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
+#include "EachFile.h"
 #include "JsonDocument.h"
 #include "NewFile.h"
 #include "Options.h"
@@ -25,20 +26,21 @@ struct ExportOptions {
     SceneAccess access;
 };
 
-/// False when the scene has metadata that could not be read and so is not in the document.
-bool exportScene(const ExportOptions& options, Output& output) {
+/// What could not be read is not in the document.
+Outcome exportScene(const ExportOptions& options, Output& output) {
     bool complete = false;
     const std::unique_ptr<Data::Accessor> scene =
         openScene(options.file, options.access, &complete);
     const SceneView view = select(*scene, {});
+    const Outcome outcome = complete ? Outcome::kDone : Outcome::kUnreadable;
     if (!options.toFile) {
         JsonDocument(output).write(view);
-        return complete;
+        return outcome;
     }
     NewFile file(options.target, options.file, {FileKind::kDocument, options.force});
     JsonDocument(file.output()).write(view);
     file.commit();
-    return complete;
+    return outcome;
 }
 
 }  // namespace
@@ -59,9 +61,10 @@ void addExport(CLI::App& app, Output& output, int& exitCode) {
         "  quilmeta export robot.kx -o robot.json");
     command->callback([options, target, &output, &exitCode] {
         options->toFile = target->count() > 0;
-        bool complete = false;
-        exitCode = guarded(options->file, [&] { complete = exportScene(*options, output); });
-        if (exitCode == kDone && !complete) exitCode = kFinding;
+        output.stopOnSignals();
+        exitCode = exitCodeOf(forEachFile({options->file}, Purpose::kReading, [&](const auto&) {
+            return exportScene(*options, output);
+        }));
     });
 }
 

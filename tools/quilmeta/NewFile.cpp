@@ -149,6 +149,7 @@ void NewFile::openStream(int descriptor) {
     if (descriptor < 0) throwTrouble(fName);
     fDescriptor = descriptor;
     fOutput = std::make_unique<Output>(fDescriptor, fName);
+    fOutput->stopOnSignals();
 }
 
 void NewFile::openTemporary(unsigned mode) {
@@ -163,6 +164,7 @@ void NewFile::openTemporary(unsigned mode) {
         throwTrouble(fName);
     }
     fOutput = std::make_unique<Output>(fDescriptor, fName);
+    fOutput->stopOnSignals();
 }
 
 NewFile::~NewFile() {

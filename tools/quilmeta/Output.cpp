@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Output.h"
 
+#include "Signals.h"
 #include "Trouble.h"
 
 #include <unistd.h>
@@ -20,14 +21,21 @@ Output::Output(int descriptor, std::string name)
 
 void Output::write(std::string_view bytes) {
     fPending += bytes;
-    if (fPending.size() >= kPiece) flush();
+    if (fPending.size() < kPiece) return;
+    if (fStops) Signals::stopIfReceived();
+    flush();
 }
 
 void Output::flush() {
+    // What was done is told also when whoever read the output got the same signal.
+    if (Signals::received() != 0) Signals::ignoreBrokenPipes();
     std::string_view rest = fPending;
     while (!rest.empty()) {
         const ssize_t written = ::write(fDescriptor, rest.data(), rest.size());
-        if (written < 0 && errno == EINTR) continue;
+        if (written < 0 && errno == EINTR) {
+            if (fStops) Signals::stopIfReceived();
+            continue;
+        }
         if (written < 0 && errno == EPIPE) throw ReaderGone();
         if (written < 0) throw OutputTrouble(fName + ": " + systemMessage(errno));
         rest.remove_prefix(static_cast<size_t>(written));

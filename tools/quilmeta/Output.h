@@ -18,11 +18,15 @@ class Output {
 
     void write(std::string_view bytes);
     void flush();
+    /// `write` throws `Interrupted` from now on when a signal has come: nothing is lost by stopping
+    /// in the middle.
+    void stopOnSignals() { fStops = true; }
 
   private:
     int fDescriptor;
     std::string fName;
     std::string fPending;
+    bool fStops = false;
 };
 
 }  // namespace orbo::Quilmeta

@@ -1,6 +1,7 @@
 // quilmeta recover: deals with what an interrupted write left beside files.
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
+#include "EachFile.h"
 #include "Options.h"
 #include "SafeText.h"
 #include "Trouble.h"
@@ -8,7 +9,6 @@
 #include <data/Recovery.h>
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -52,38 +52,31 @@ Words wordsFor(State state) {
     return {"nothing to recover", "", ""};
 }
 
-int list(const std::string& file, const RecoverOptions& options, Output& output) {
+Outcome list(const std::string& file, const RecoverOptions& options, Output& output) {
     const Recovery recovery = Recovery::inspect(file, options.access.patience());
     if (recovery.state == State::kRefused) throw Trouble(recovery.message);
-    if (recovery.state == State::kNothing) return kDone;
+    if (recovery.state == State::kNothing) return Outcome::kDone;
     const Words words = wordsFor(recovery.state);
     output.write(safeLine(file) + ": " + words.found + words.toDo + '\n');
     complain(file, recovery.message);
-    return kFinding;
+    return Outcome::kFound;
 }
 
-void recover(const std::string& file, const RecoverOptions& options, Output& output) {
+Outcome recover(const std::string& file, const RecoverOptions& options, Output& output) {
     const Recovery recovery = Recovery::run(file, options.access.patience());
     if (!recovery.done) throw Trouble(recovery.message);
     const Words words = wordsFor(recovery.state);
     output.write(safeLine(file) + ": " + words.found + words.done + '\n');
     if (recovery.state == State::kOrphaned) complain(file, recovery.message);
+    output.flush();
+    return Outcome::kDone;
 }
 
-int recoverAll(const RecoverOptions& options, Output& output) {
-    int exitCode = kDone;
-    for (const std::string& file : options.files) {
-        int found = kDone;
-        const int trouble = guarded(file, [&] {
-            if (options.list) {
-                found = list(file, options, output);
-            } else {
-                recover(file, options, output);
-            }
-        });
-        exitCode = std::max({exitCode, found, trouble});
-    }
-    return exitCode;
+Outcome recoverAll(const RecoverOptions& options, Output& output) {
+    const Purpose purpose = options.list ? Purpose::kReading : Purpose::kWriting;
+    return forEachFile(options.files, purpose, [&](const std::string& file) {
+        return options.list ? list(file, options, output) : recover(file, options, output);
+    });
 }
 
 }  // namespace
@@ -101,7 +94,8 @@ void addRecover(CLI::App& app, Output& output, int& exitCode) {
         "locks: there make sure that nobody is writing the scene, and use this one.\n"
         "Example:\n"
         "  quilmeta recover --list shots/*.kx");
-    command->callback([options, &output, &exitCode] { exitCode = recoverAll(*options, output); });
+    command->callback(
+        [options, &output, &exitCode] { exitCode = exitCodeOf(recoverAll(*options, output)); });
 }
 
 }  // namespace orbo::Quilmeta

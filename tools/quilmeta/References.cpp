@@ -43,14 +43,12 @@ SceneReferences openReferences(const std::string& file, const SceneAccess& acces
     SceneNames names;
     if (purpose == ReferencesFor::kReading)
         names.nodes.emplace({Data::AccessorQuil::getSceneAssociationsName()});
-    bool complete = false;
     SceneReferences references;
-    references.scene = openScene(file, access, &complete, &names);
+    references.scene = openScene(file, access, &references.complete, &names);
     Data::WritePolicy policy = references.scene->writePolicy();
     policy.addMissingStructures = false;
     references.scene->setWritePolicy(policy);
     references.table = Table::getStream(*references.scene);
-    references.unreadable = !complete && !references.table;
     if (references.table) demandMembers(references.table->structure());
     return references;
 }

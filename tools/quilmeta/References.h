@@ -22,8 +22,8 @@ struct Reference {
 struct SceneReferences {
     std::unique_ptr<Data::Accessor> scene;
     Data::Stream* table = nullptr;  ///< null when there is none
-    /// There is metadata that could not be read, so there may be a table after all.
-    bool unreadable = false;
+    /// Nothing that was read was unreadable. Without a table there may be one otherwise.
+    bool complete = false;
 };
 
 /// To look at the table, the scene's own metadata is enough. To write it the nodes are read, too,

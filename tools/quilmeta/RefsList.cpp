@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "AlignedLine.h"
 #include "Commands.h"
+#include "EachFile.h"
 #include "JsonText.h"
 #include "Options.h"
 #include "References.h"
@@ -103,30 +104,26 @@ void writeJson(Output& output, const std::vector<Line>& lines) {
     output.write(lines.empty() ? "]\n" : "\n]\n");
 }
 
-/// Adds what the file refers to. False when some of it may be unreadable.
-bool collect(const std::string& file, const SceneAccess& access, std::vector<Line>& lines) {
+/// Adds what the file refers to.
+Outcome collect(const std::string& file, const SceneAccess& access, std::vector<Line>& lines) {
     const SceneReferences references = openReferences(file, access, ReferencesFor::kReading);
-    if (!references.table) return !references.unreadable;
-    for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
-        lines.push_back({file, referenceOf(*row)});
-    return true;
+    if (references.table)
+        for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
+            lines.push_back({file, referenceOf(*row)});
+    return references.complete ? Outcome::kDone : Outcome::kUnreadable;
 }
 
-int list(const ListOptions& options, Output& output) {
+Outcome list(const ListOptions& options, Output& output) {
     std::vector<Line> lines;
-    int exitCode = kDone;
-    bool complete = true;
-    for (const std::string& file : options.files)
-        exitCode = std::max(exitCode, guarded(file, [&] {
-                                complete = collect(file, options.access, lines) && complete;
-                            }));
+    const Outcome outcome =
+        forEachFile(options.files, Purpose::kReading,
+                    [&](const std::string& file) { return collect(file, options.access, lines); });
     if (options.missing)
         lines.erase(std::remove_if(lines.begin(), lines.end(),
                                    [](const Line& line) { return !isMissing(line); }),
                     lines.end());
     options.json ? writeJson(output, lines) : writeTable(output, lines);
-    const bool finding = !complete || (options.missing && !lines.empty());
-    return finding ? std::max<int>(exitCode, kFinding) : exitCode;
+    return options.missing && !lines.empty() ? std::max(outcome, Outcome::kFound) : outcome;
 }
 
 }  // namespace
@@ -145,7 +142,8 @@ void addRefsList(CLI::App& app, Output& output, int& exitCode) {
         "one counts as missing.\n"
         "Example:\n"
         "  quilmeta refs list --missing shots/*.kx");
-    command->callback([options, &output, &exitCode] { exitCode = list(*options, output); });
+    command->callback(
+        [options, &output, &exitCode] { exitCode = exitCodeOf(list(*options, output)); });
 }
 
 }  // namespace orbo::Quilmeta

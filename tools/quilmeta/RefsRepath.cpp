@@ -1,11 +1,13 @@
 // quilmeta refs repath: gives the external files of scenes new paths.
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
+#include "EachFile.h"
 #include "Options.h"
 #include "PathMap.h"
 #include "References.h"
 #include "SafeText.h"
 #include "Scene.h"
+#include "Signals.h"
 #include "Trouble.h"
 
 #include <data/ExternalContent.h>
@@ -18,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -55,15 +58,43 @@ bool readPairs(const RepathOptions& options, PathMap& map) {
         complain("", trouble.what());
         return false;
     }
-    int exitCode = kDone;
+    Outcome outcome = Outcome::kDone;
     for (const std::string& file : options.maps)
-        exitCode = std::max(exitCode, guarded(file, [&] { map.addCsv(contentOf(file)); }));
-    if (exitCode == kDone && map.empty()) {
+        outcome = std::max(outcome, guarded(file, [&] {
+                               map.addCsv(contentOf(file));
+                               return Outcome::kDone;
+                           }));
+    if (outcome == Outcome::kDone && map.empty()) {
         complain("", "nothing to replace: give --from and --to, or --map");
-        exitCode = kTrouble;
+        outcome = Outcome::kUsage;
     }
-    return exitCode == kDone;
+    return outcome == Outcome::kDone;
 }
+
+/// Tells which prefixes of the command line no path begins with.
+class UnusedPrefixes {
+  public:
+    explicit UnusedPrefixes(const RepathOptions& options) {
+        for (size_t i = 0; i < options.from.size(); ++i)
+            fUnused[options.from[i]].add(options.from[i], options.to[i]);
+    }
+    void meet(const std::string& path, bool isMapped) {
+        fAnyMapped = fAnyMapped || isMapped;
+        for (auto entry = fUnused.begin(); isMapped && entry != fUnused.end();)
+            entry = entry->second.apply(path) ? fUnused.erase(entry) : std::next(entry);
+    }
+    /// False when there are some, which are reported.
+    [[nodiscard]] bool report() const {
+        for (const auto& entry : fUnused)
+            complain("", fmt::format("no path begins with {}", inQuotes(entry.first)));
+        if (!fAnyMapped && fUnused.empty()) complain("", "no path begins with a prefix of --map");
+        return fAnyMapped && fUnused.empty();
+    }
+
+  private:
+    std::map<std::string, PathMap> fUnused;
+    bool fAnyMapped = false;
+};
 
 /// A path and what becomes of it, if anything.
 struct Change {
@@ -84,28 +115,28 @@ struct Change {
 class Repath {
   public:
     Repath(const PathMap& map, const RepathOptions& options, Output& output)
-        : fMap(map), fOptions(options), fOutput(output) {}
+        : fMap(map), fOptions(options), fOutput(output), fUnused(options) {}
 
-    void repath(const std::string& file) {
-        if (wasSeen(file)) return;
-        repeatAfterConflict(fOptions.access, [&] { repathOnce(file); });
+    Outcome repath(const std::string& file) {
+        if (wasSeen(file)) return Outcome::kDone;
+        return repeatAfterConflict(fOptions.access, [&] { return repathOnce(file); });
     }
-    /// False when there was metadata that could not be read, where there might be a table.
-    [[nodiscard]] bool allReadable() const { return fAllReadable; }
+    [[nodiscard]] const UnusedPrefixes& unused() const { return fUnused; }
 
   private:
-    void repathOnce(const std::string& file) {
+    Outcome repathOnce(const std::string& file) {
         const SceneReferences references =
             openReferences(file, fOptions.access, ReferencesFor::kWriting);
-        fAllReadable = fAllReadable && !references.unreadable;
-        if (!references.table) return;
+        const Outcome outcome = references.complete ? Outcome::kDone : Outcome::kUnreadable;
+        if (!references.table) return outcome;
         std::string text;
         for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
             text += repath(*row);
-        if (text.empty()) return;
+        if (text.empty()) return outcome;
         if (!fOptions.dryRun) writeScene(*references.scene);
         fOutput.write(safeLine(file) + '\n' + text);
         fOutput.flush();
+        return outcome;
     }
     /// Whatever its name: what has been replaced once must not be matched again.
     bool wasSeen(const std::string& file) {
@@ -115,10 +146,12 @@ class Repath {
     }
 
     /// What changes in the row; empty when nothing does.
-    std::string repath(Data::Handle& row) const {
+    std::string repath(Data::Handle& row) {
         const Reference before = referenceOf(row);
         const Change path{"path", before.path, fMap.apply(before.path)};
         const Change resolved{"resolved", before.resolvedPath, fMap.apply(before.resolvedPath)};
+        fUnused.meet(path.before, path.mapped.has_value());
+        fUnused.meet(resolved.before, resolved.mapped.has_value());
         std::string text = path.text() + resolved.text();
         if (text.empty()) return text;
         Data::AccessorQuil::ExternalContent::updateEntry(row, path.after(), resolved.after());
@@ -138,18 +171,19 @@ class Repath {
     const PathMap& fMap;
     const RepathOptions& fOptions;
     Output& fOutput;
-    bool fAllReadable = true;
+    UnusedPrefixes fUnused;
     std::set<std::pair<dev_t, ino_t>> fSeen;
 };
 
-int repathAll(const RepathOptions& options, Output& output) {
+Outcome repathAll(const RepathOptions& options, Output& output) {
     PathMap map;
-    if (!readPairs(options, map)) return kTrouble;
+    if (!readPairs(options, map)) return Outcome::kUsage;
     Repath repath(map, options, output);
-    int exitCode = kDone;
-    for (const std::string& file : options.files)
-        exitCode = std::max(exitCode, guarded(file, [&] { repath.repath(file); }));
-    return exitCode == kDone && !repath.allReadable() ? kFinding : exitCode;
+    const Outcome outcome =
+        forEachFile(options.files, options.dryRun ? Purpose::kReading : Purpose::kWriting,
+                    [&](const std::string& file) { return repath.repath(file); });
+    if (Signals::received() != 0 || repath.unused().report()) return outcome;
+    return std::max(outcome, Outcome::kNothingSelected);
 }
 
 }  // namespace
@@ -166,10 +200,12 @@ void addRefsRepath(CLI::App& app, Output& output, int& exitCode) {
     command->footer(
         "A prefix ends where a component of the path ends. Paths as entered and as resolved\n"
         "are replaced each by its own longest prefix, once. --from and --to may be given\n"
-        "several times. All else in the table and the scene stays.\n"
+        "several times. All else in the table and the scene stays. A prefix that no\n"
+        "path begins with is reported, with exit code 1.\n"
         "Example:\n"
         "  quilmeta refs repath shots/*.kx --from /shows/demo --to /archive/demo --dry-run");
-    command->callback([options, &output, &exitCode] { exitCode = repathAll(*options, output); });
+    command->callback(
+        [options, &output, &exitCode] { exitCode = exitCodeOf(repathAll(*options, output)); });
 }
 
 }  // namespace orbo::Quilmeta

@@ -4,6 +4,7 @@
 
 #include "FindingText.h"
 #include "SafeText.h"
+#include "Signals.h"
 #include "Trouble.h"
 #include "Wording.h"
 
@@ -122,6 +123,7 @@ Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
 }
 
 void writeScene(const Data::Accessor& scene) {
+    Signals::stopIfReceived();
     std::string messages;
     const bool written = scene.write(messages);
     if (scene.metConflict())
@@ -133,7 +135,7 @@ void writeScene(const Data::Accessor& scene) {
     complain(scene.fileName(), messages);
 }
 
-void repeatAfterConflict(const SceneAccess& access, const std::function<void()>& edit) {
+Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outcome()>& edit) {
     using Clock = std::chrono::steady_clock;
     constexpr int kFewest = 5;
     const Clock::time_point end = Clock::now() + access.patience();

@@ -56,6 +56,6 @@ class Conflict : public Trouble {
 
 /// Calls `edit`, which reads, changes and writes a scene, again after a conflict: a few times, and
 /// for as long as the access has patience.
-void repeatAfterConflict(const SceneAccess& access, const std::function<void()>& edit);
+Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outcome()>& edit);
 
 }  // namespace orbo::Quilmeta

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Assignment.h"
 #include "Commands.h"
+#include "EachFile.h"
 #include "Options.h"
 #include "SafeText.h"
 #include "Scene.h"
@@ -25,6 +26,7 @@ namespace {
 struct SetOptions {
     std::string file, node, channel, stream, index;
     std::vector<std::string> assignments;
+    bool create = false;
     SceneAccess access;
 };
 
@@ -67,23 +69,39 @@ Data::Handle newElement(const Data::Structure& structure) {
     return element;
 }
 
+std::vector<std::string> indicesOf(const Data::Stream& stream) {
+    constexpr size_t kMoreThanShown = 16;
+    std::vector<std::string> indices;
+    for (auto it = stream.cbegin(); it.valid() && indices.size() < kMoreThanShown; ++it)
+        indices.push_back(it.index().asString());
+    return indices;
+}
+
 /// A copy of the element, or a new one. The stream keeps its own until all values are good.
-Data::Handle draftOf(Data::Stream& stream, const Data::Index& index) {
+Data::Handle draftOf(Data::Stream& stream, const Data::Index& index, const SetOptions& options) {
     Data::Handle draft = stream.element(index);
-    if (!draft.hasData()) return newElement(stream.structure());
+    if (!draft.hasData() && options.create) return newElement(stream.structure());
+    if (!draft.hasData())
+        throw Trouble(fmt::format("stream {} has no index {}{}; --create makes an element",
+                                  inQuotes(options.stream), inQuotes(options.index),
+                                  nameList("indices", indicesOf(stream),
+                                           [](const auto& text) { return shownName(text); })));
     if (!draft.makeUnique()) throw std::bad_alloc();
     return draft;
 }
 
-void setValues(const SetOptions& options) {
-    const std::unique_ptr<Data::Accessor> scene = openScene(options.file, options.access);
+Outcome setValues(const SetOptions& options) {
+    bool complete = false;
+    const std::unique_ptr<Data::Accessor> scene =
+        openScene(options.file, options.access, &complete);
     Data::Stream& stream =
         findStream(findChannel(findNode(*scene, options.node), options), options);
     const Data::Index index = indexOf(stream, options.index);
-    Data::Handle draft = draftOf(stream, index);
+    Data::Handle draft = draftOf(stream, index, options);
     assign(stream.structure(), draft, options.assignments);
     if (!stream.setElement(index, draft)) throw Trouble("not enough memory");
     writeScene(*scene);
+    return complete ? Outcome::kDone : Outcome::kUnreadable;
 }
 
 }  // namespace
@@ -100,7 +118,8 @@ void addSet(CLI::App& app, Output&, int& exitCode) {
     need("--node", options->node, "Node with the metadata; '' is the scene");
     need("--channel", options->channel, "Channel of the node");
     need("--stream", options->stream, "Stream of the channel");
-    need("--index", options->index, "Element; made when there is none");
+    need("--index", options->index, "Element to change");
+    command->add_flag("--create", options->create, "Make the element when there is none");
     addWriting(*command, options->access);
     addWords(*command, "MEMBER=VALUE", options->assignments, "Members, new values");
     command->footer(
@@ -111,9 +130,9 @@ void addSet(CLI::App& app, Output&, int& exitCode) {
         "  quilmeta set robot.kx --node rig --channel joints --stream pose \\\n"
         "      --index lid side=-1 'label=the lid'");
     command->callback([options, &exitCode] {
-        exitCode = guarded(options->file, [&] {
-            repeatAfterConflict(options->access, [&] { setValues(*options); });
-        });
+        exitCode = exitCodeOf(forEachFile({options->file}, Purpose::kWriting, [&](const auto&) {
+            return repeatAfterConflict(options->access, [&] { return setValues(*options); });
+        }));
     });
 }
 

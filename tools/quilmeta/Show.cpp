@@ -1,11 +1,13 @@
 // quilmeta show: the metadata of scenes, for people.
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
+#include "EachFile.h"
 #include "JsonDocument.h"
 #include "Options.h"
 #include "SafeText.h"
 #include "Scene.h"
 #include "SceneView.h"
+#include "Signals.h"
 #include "TreeWriter.h"
 #include "Trouble.h"
 
@@ -29,12 +31,12 @@ struct ShowOptions {
 };
 
 /// A misspelt name must not pass for scenes without metadata.
-[[noreturn]] void refuse(const Selection& selection) {
+void complainOfNothing(const Selection& selection) {
     std::string message = "nothing matches";
     for (const std::string& name : selection.nodes) message += " --node " + inQuotes(name);
     for (const std::string& name : selection.channels) message += " --channel " + inQuotes(name);
     for (const std::string& name : selection.streams) message += " --stream " + inQuotes(name);
-    throw Trouble(message);
+    complain("", message);
 }
 
 /// Shows what was selected of each file, and counts the files that had something.
@@ -42,12 +44,12 @@ class Show {
   public:
     Show(const ShowOptions& options, Output& output) : fOptions(options), fOutput(output) {}
 
-    void show(const std::string& file) {
+    Outcome show(const std::string& file) {
         bool complete = false;
         const std::unique_ptr<Data::Accessor> scene = openScene(file, fOptions.access, &complete);
-        fAllComplete = fAllComplete && complete;
+        const Outcome outcome = complete ? Outcome::kDone : Outcome::kUnreadable;
         const SceneView view = select(*scene, fOptions.selection);
-        if (view.nodes.empty() && !fOptions.selection.everything()) return;
+        if (view.nodes.empty() && !fOptions.selection.everything()) return outcome;
         if (fOptions.json) {
             JsonDocument(fOutput).write(view);
         } else {
@@ -56,25 +58,24 @@ class Show {
         }
         ++fShown;
         fOutput.flush();
+        return outcome;
     }
     [[nodiscard]] size_t shown() const { return fShown; }
-    /// False when there was metadata that could not be read.
-    [[nodiscard]] bool allComplete() const { return fAllComplete; }
 
   private:
     const ShowOptions& fOptions;
     Output& fOutput;
     size_t fShown = 0;
-    bool fAllComplete = true;
 };
 
-int showAll(const ShowOptions& options, Output& output) {
+Outcome showAll(const ShowOptions& options, Output& output) {
+    output.stopOnSignals();
     Show show(options, output);
-    int exitCode = kDone;
-    for (const std::string& file : options.files)
-        exitCode = std::max(exitCode, guarded(file, [&] { show.show(file); }));
-    if (show.shown() == 0 && exitCode == kDone) refuse(options.selection);
-    return exitCode == kDone && !show.allComplete() ? kFinding : exitCode;
+    const Outcome outcome = forEachFile(options.files, Purpose::kReading,
+                                        [&](const std::string& file) { return show.show(file); });
+    if (show.shown() > 0 || outcome == Outcome::kFailed || Signals::received() != 0) return outcome;
+    complainOfNothing(options.selection);
+    return std::max(outcome, Outcome::kNothingSelected);
 }
 
 void addSelection(CLI::App& command, Selection& selection) {
@@ -97,7 +98,8 @@ void addShow(CLI::App& app, Output& output, int& exitCode) {
         "--node, --channel and --stream may be given several times.\n"
         "Example:\n"
         "  quilmeta show --values --node rig --channel joints robot.kx");
-    command->callback([options, &output, &exitCode] { exitCode = showAll(*options, output); });
+    command->callback(
+        [options, &output, &exitCode] { exitCode = exitCodeOf(showAll(*options, output)); });
 }
 
 }  // namespace orbo::Quilmeta

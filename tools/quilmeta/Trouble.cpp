@@ -3,6 +3,7 @@
 #include "Trouble.h"
 
 #include "SafeText.h"
+#include "Signals.h"
 
 #include <data/Index.h>
 #include <fmt/format.h>
@@ -26,15 +27,17 @@ void complain(std::string_view subject, std::string_view text) {
         }
         lines += safeLine(line) + '\n';
     }
+    if (Signals::received() != 0) Signals::ignoreBrokenPipes();
     std::fwrite(lines.data(), 1, lines.size(), stderr);
 }
 
-int guarded(const std::string& name, const std::function<void()>& work) {
+Outcome guarded(const std::string& name, const std::function<Outcome()>& work) {
     const std::string file = name.empty() ? "\"\"" : name;
     try {
-        work();
-        return kDone;
+        return work();
     } catch (const OutputTrouble&) {
+        throw;
+    } catch (const Interrupted&) {
         throw;
     } catch (const std::bad_alloc&) {
         complain(file, "not enough memory");
@@ -43,7 +46,7 @@ int guarded(const std::string& name, const std::function<void()>& work) {
     } catch (Data::Index::eCreationErrors error) {
         complain(file, fmt::format("an index cannot be made (code {})", static_cast<int>(error)));
     }
-    return kTrouble;
+    return Outcome::kFailed;
 }
 
 std::string systemMessage(int error) { return std::generic_category().message(error); }

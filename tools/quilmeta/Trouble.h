@@ -2,14 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "ExitCode.h"
+
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace orbo::Quilmeta {
-
-enum ExitCode { kDone = 0, kFinding = 1, kTrouble = 2 };
 
 /// Ends the work on one file, or the command. Its text says what and where, without the file name.
 class Trouble : public std::runtime_error {
@@ -23,7 +23,8 @@ class OutputTrouble : public Trouble {
     using Trouble::Trouble;
 };
 
-/// Whoever read our output has seen enough, as `head` does: the command ends, and says nothing.
+/// Whoever read our output has seen enough, as `head` does: the command ends by SIGPIPE and says
+/// nothing, unless it changes files.
 class ReaderGone : public OutputTrouble {
   public:
     ReaderGone() : OutputTrouble("the reader is gone") {}
@@ -34,8 +35,9 @@ class ReaderGone : public OutputTrouble {
 /// take for a command is escaped.
 void complain(std::string_view subject, std::string_view text);
 
-/// Runs the work on one file. Trouble with that file is reported, and makes the result `kTrouble`.
-int guarded(const std::string& name, const std::function<void()>& work);
+/// What the work on one file comes to. Trouble with that file is reported, and is `kFailed`; that
+/// of the output and `Interrupted` are thrown on.
+Outcome guarded(const std::string& name, const std::function<Outcome()>& work);
 
 /// "No such file or directory" and the like, for an `errno`.
 std::string systemMessage(int error);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Commands.h"
 #include "SafeText.h"
+#include "Signals.h"
 #include "Trouble.h"
 
 #include <fcntl.h>
@@ -89,12 +90,12 @@ int refuse(const CLI::App& app, const CLI::ParseError& error) {
     const std::string name = called.command->get_name();
     complain("", message + "\nsee " + (called.words.empty() ? name : called.words + ' ' + name) +
                      " --help");
-    return kTrouble;
+    return exitCodeOf(Outcome::kUsage);
 }
 
 int run(int argc, char** argv) {
     Output output(STDOUT_FILENO, "standard output");
-    int exitCode = kDone;
+    int exitCode = exitCodeOf(Outcome::kDone);
     CLI::App app("Shows and rewrites the metadata of scene files.");
     addCommands(app, output, exitCode);
     try {
@@ -110,20 +111,28 @@ int run(int argc, char** argv) {
     return exitCode;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    occupyStandardStreams();
-    // A reader that goes away shows when writing, and must not kill us in the middle of a file.
-    std::signal(SIGPIPE, SIG_IGN);
-    // Nor must a limit on the size of files: the write fails, and what was there is put back.
-    std::signal(SIGXFSZ, SIG_IGN);
+int guardedRun(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const ReaderGone&) {
         // Nobody is interested any more.
+    } catch (const Interrupted&) {
+        // The signal says it.
     } catch (const std::exception& error) {
         complain("", error.what());
     }
-    return kTrouble;
+    return exitCodeOf(Outcome::kFailed);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    occupyStandardStreams();
+    Signals::noteThem();
+    // A limit on the size of files must not kill us in the middle of one: the write fails instead,
+    // and what was there is put back.
+    std::signal(SIGXFSZ, SIG_IGN);
+    const int exitCode = guardedRun(argc, argv);
+    if (const int signal = Signals::received(); signal != 0) Signals::endBy(signal);
+    return exitCode;
 }
