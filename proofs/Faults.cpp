@@ -4,7 +4,8 @@
 // Only files below FAULTS_FOLDER count. FAULTS_LOG names a file that gets the name of each call.
 // FAULTS_AT is the number, from 0, of the call that is met; with FAULTS_LASTING all later ones are,
 // too. FAULTS_KIND says by what: "kill" kills at entry, "half-kill" after half of a write, "short"
-// does half of a read or write, and a number is the error that the call fails with.
+// does half of a read or write, "signalN" sends the process signal N at entry, and a number is the
+// error that the call fails with.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -22,6 +23,7 @@
 namespace {
 
 enum class Met { kNothing, kFailure, kHalf };
+const std::string kSignal = "signal";
 
 template <typename Result, typename... Arguments>
 Result real(const char* name, Arguments... arguments) {
@@ -43,6 +45,10 @@ class Faults {
         const long number = fCalls++;
         if (kind.empty() || number < fAt || (number > fAt && !fLasting)) return Met::kNothing;
         if (kind == "kill") ::kill(::getpid(), SIGKILL);
+        if (kind.compare(0, kSignal.size(), kSignal) == 0) {
+            ::kill(::getpid(), std::stoi(kind.substr(kSignal.size())));
+            return Met::kNothing;
+        }
         if (kind == "short" || kind == "half-kill") return Met::kHalf;
         errno = static_cast<int>(std::strtol(kind.c_str(), nullptr, 10));
         return Met::kFailure;

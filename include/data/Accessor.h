@@ -9,6 +9,7 @@
 #include <debug/Export.h>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -54,6 +55,10 @@ class METADATA_API Accessor {
     virtual std::vector<Finding> check(const std::string& fileName);
     /// Writes `structures()` and `associations()` into `fileName()`.
     virtual bool write(std::string& errors) const;
+    /// Passes through all the checks of `write` up to its first byte, and gives what it would give:
+    /// of the model, of conflicts, links, the journal's place and the room on the disk. The files
+    /// stay as they are; like reading it finishes or undoes what was cut short.
+    virtual bool rehearse(std::string& errors) const;
     /// What the last `read`, `write` or `check` had to say, also when it failed, in file order.
     [[nodiscard]] const std::vector<Finding>& findings() const;
     /// By what the file begins with; deals with an interrupted write first, as reading does.
@@ -73,6 +78,9 @@ class METADATA_API Accessor {
     /// How long to wait for other programs that read or write the file; 10 seconds unless set.
     [[nodiscard]] std::chrono::milliseconds patience() const;
     void setPatience(std::chrono::milliseconds patience);
+    /// While it waits, it asks this some times a second; true ends the wait as the end of its
+    /// patience would. May be empty.
+    void stopWaitingWhen(std::function<bool()> condition);
     /// Whether the last `write` was refused because the file's metadata is no longer what was read.
     /// Reading it again and repeating the edit is the way out.
     [[nodiscard]] bool metConflict() const;
@@ -87,6 +95,7 @@ class METADATA_API Accessor {
 
     /// False before the first `read` and after one that failed: there is nothing to write then.
     [[nodiscard]] bool lastReadSucceeded() const;
+    [[nodiscard]] const std::function<bool()>& waitingStops() const;
     /// What `metConflict` is to tell.
     void setMetConflict(bool conflict) const;
     /// For implementations of reading and writing. An implementation that leaves none has one made

@@ -5,6 +5,7 @@
 #include <debug/Export.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 
 namespace orbo::Data {
@@ -32,11 +33,14 @@ struct METADATA_API Recovery {
     std::string message;
 
     /// Changes nothing. Both wait that long for others that have the file in use.
+    /// `stopsWaiting` is as in `Accessor::stopWaitingWhen`.
     static Recovery inspect(const std::string& fileName,
-                            std::chrono::milliseconds patience = std::chrono::seconds(10));
+                            std::chrono::milliseconds patience = std::chrono::seconds(10),
+                            const std::function<bool()>& stopsWaiting = {});
     /// No writer is at work on the file, as far as there are no locks to tell.
     static Recovery run(const std::string& fileName,
-                        std::chrono::milliseconds patience = std::chrono::seconds(10));
+                        std::chrono::milliseconds patience = std::chrono::seconds(10),
+                        const std::function<bool()>& stopsWaiting = {});
 };
 
 }  // namespace orbo::Data

@@ -60,6 +60,7 @@ struct Accessor::Impl {
     WritePolicy writePolicy;
     ReadPolicy readPolicy;
     std::chrono::milliseconds patience = std::chrono::seconds(10);
+    std::function<bool()> waitingStops;
     bool lastReadSucceeded = false;
     bool metConflict = false;
     std::vector<Finding> findings;
@@ -118,6 +119,11 @@ bool Accessor::write(std::string& errors) const {
                             std::string(" does not implement orbo::Data::Accessor::write"));
 }
 
+bool Accessor::rehearse(std::string& errors) const {
+    return fail(errors, typeid(*this).name() +
+                            std::string(" does not implement orbo::Data::Accessor::rehearse"));
+}
+
 bool Accessor::isFileSupported(const std::string&) const { return true; }
 
 Accessor::AssociationsMap& Accessor::associations() { return fImpl->associations; }
@@ -156,6 +162,12 @@ bool Accessor::metConflict() const { return fImpl->metConflict; }
 std::chrono::milliseconds Accessor::patience() const { return fImpl->patience; }
 
 void Accessor::setPatience(std::chrono::milliseconds patience) { fImpl->patience = patience; }
+
+void Accessor::stopWaitingWhen(std::function<bool()> condition) {
+    fImpl->waitingStops = std::move(condition);
+}
+
+const std::function<bool()>& Accessor::waitingStops() const { return fImpl->waitingStops; }
 
 const WritePolicy& Accessor::writePolicy() const { return fImpl->writePolicy; }
 

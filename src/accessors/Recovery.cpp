@@ -44,8 +44,9 @@ Recovery recoveryOf(const LockedFile::Opening& opening) {
 
 }  // namespace
 
-Recovery Recovery::inspect(const std::string& fileName, std::chrono::milliseconds patience) {
-    const auto opening = LockedFile::inspect(fileName, patience);
+Recovery Recovery::inspect(const std::string& fileName, std::chrono::milliseconds patience,
+                           const std::function<bool()>& stopsWaiting) {
+    const auto opening = LockedFile::inspect(fileName, {patience, stopsWaiting});
     Recovery recovery = recoveryOf(opening);
     if (!opening.file) recovery.state = State::kRefused;
     if (opening.file) recovery.setAside = opening.file->journalSetAside();
@@ -53,11 +54,13 @@ Recovery Recovery::inspect(const std::string& fileName, std::chrono::millisecond
     return recovery;
 }
 
-Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds patience) {
+Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds patience,
+                       const std::function<bool()>& stopsWaiting) {
     // Who may not write the file has nothing to do either, as a rule.
-    Recovery found = inspect(fileName, patience);
+    Recovery found = inspect(fileName, patience, stopsWaiting);
     if (found.done || found.state == State::kRefused) return found;
-    const auto opening = LockedFile::open(fileName, LockedFile::Use::kRecover, patience);
+    const auto opening =
+        LockedFile::open(fileName, LockedFile::Use::kRecover, {patience, stopsWaiting});
     Recovery recovery = recoveryOf(opening);
     if (!opening.file && recovery.state == State::kNothing) recovery.state = State::kRefused;
     recovery.done = opening.file != nullptr;

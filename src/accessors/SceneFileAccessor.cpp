@@ -18,12 +18,12 @@ using Files::LockedFile;
 using Use = LockedFile::Use;
 
 LockedFile::Opening SceneFileAccessor::open(Use use) const {
-    return LockedFile::open(fileName(), use, patience());
+    return LockedFile::open(fileName(), use, {patience(), waitingStops()});
 }
 
 bool SceneFileAccessor::isFileSupported(const std::string& fileName) const {
     if (fileName.empty()) return false;
-    const auto opening = LockedFile::open(fileName, Use::kRead, patience());
+    const auto opening = LockedFile::open(fileName, Use::kRead, {patience(), waitingStops()});
     Findings ignored;
     return opening.file && isScene(opening.file->file(), ignored);
 }
@@ -88,8 +88,16 @@ void SceneFileAccessor::remember(Files::File& file) const {
 }
 
 bool SceneFileAccessor::write(std::string& errors) const {
+    return write(RewriteExtent::kWhole, errors);
+}
+
+bool SceneFileAccessor::rehearse(std::string& errors) const {
+    return write(RewriteExtent::kChecks, errors);
+}
+
+bool SceneFileAccessor::write(RewriteExtent extent, std::string& errors) const {
     std::string messages;
-    const bool done = writeScene(messages);
+    const bool done = writeScene(extent, messages);
     Findings findings;
     findings.add(done ? Finding::Code::kFileNote : Finding::Code::kWriteFailed,
                  std::move(messages));
@@ -98,7 +106,7 @@ bool SceneFileAccessor::write(std::string& errors) const {
     return done;
 }
 
-bool SceneFileAccessor::writeScene(std::string& errors) const {
+bool SceneFileAccessor::writeScene(RewriteExtent extent, std::string& errors) const {
     setMetConflict(false);
     if (!lastReadSucceeded() && !fileName().empty()) {
         return fail(errors, "Could not write " + fileName() + ": the last read of it failed.");
@@ -113,9 +121,10 @@ bool SceneFileAccessor::writeScene(std::string& errors) const {
     Files::File& file = opening.file->file();
     const std::unique_ptr<SceneSection> metadata = section(file);
     SceneWriter writer(*this, fTaken, *metadata);
-    const RewriteResult result = writer.write(*opening.file, errors);
+    const RewriteResult result = writer.write(*opening.file, extent, errors);
     setMetConflict(writer.metConflict() || result == RewriteResult::kConflict);
     if (result == RewriteResult::kFailed || result == RewriteResult::kConflict) return false;
+    if (extent == RewriteExtent::kChecks) return true;
     std::swap(fTaken, writer.written());
     try {
         remember(file);
@@ -130,7 +139,7 @@ bool SceneFileAccessor::writeScene(std::string& errors) const {
 bool SceneFileAccessor::findJournal(const std::string& fileName, Findings& findings) const {
     using Code = Finding::Code;
     using State = Recovery::State;
-    const Recovery recovery = Recovery::inspect(fileName, patience());
+    const Recovery recovery = Recovery::inspect(fileName, patience(), waitingStops());
     if (!recovery.setAside.empty()) {
         findings.add(Code::kJournalOrphaned,
                      "A journal that did not fit was set aside as " + recovery.setAside + ".");

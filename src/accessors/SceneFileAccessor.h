@@ -13,6 +13,7 @@
 
 #include "accessors/Findings.h"
 #include "accessors/ModelReading.h"
+#include "accessors/SceneRewrite.h"
 #include "accessors/SceneSection.h"
 #include "files/LockedFile.h"
 
@@ -21,6 +22,7 @@ namespace orbo::Data {
 class SceneFileAccessor : public Accessor {
   public:
     bool write(std::string& errors) const override;
+    bool rehearse(std::string& errors) const override;
     std::vector<Finding> check(const std::string& fileName) override;
     [[nodiscard]] bool isFileSupported(const std::string& fileName) const override;
 
@@ -34,7 +36,8 @@ class SceneFileAccessor : public Accessor {
                      const std::set<std::string>* associationNames, Findings& findings);
     void publish(const Findings& findings, Files::File& file) const;
     bool findJournal(const std::string& fileName, Findings& findings) const;
-    bool writeScene(std::string& errors) const;
+    bool write(RewriteExtent extent, std::string& errors) const;
+    bool writeScene(RewriteExtent extent, std::string& errors) const;
     /// For a file that cannot be opened to be read.
     [[nodiscard]] virtual std::string openFailure() const = 0;
     /// Whether the file is a scene of this kind; a finding says why not.

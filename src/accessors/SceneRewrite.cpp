@@ -64,7 +64,7 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
 }  // namespace
 
 RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::Change>& changes,
-                      const WritePolicy& policy, std::string& errors) {
+                      const WritePolicy& policy, RewriteExtent extent, std::string& errors) {
     std::vector<Files::RewriteRange> ranges;
     for (const SceneSection::Change& change : changes) {
         ranges.push_back({change.offset, change.oldBytes, {}});
@@ -73,7 +73,8 @@ RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::C
         }
     }
     FileRewrite rewrite(file, std::move(ranges), policy.durable);
-    const FileRewrite::Outcome outcome = rewrite.run();
+    const FileRewrite::Outcome outcome =
+        extent == RewriteExtent::kWhole ? rewrite.run() : rewrite.rehearse();
     if (outcome.failed == Step::kDone) return RewriteResult::kDone;
     addMessage(errors, messageOf(outcome, rewrite, changes));
     if (outcome.failed == Step::kChanged) return RewriteResult::kConflict;

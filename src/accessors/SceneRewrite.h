@@ -19,8 +19,13 @@ enum class RewriteResult {
     kUnsure,    ///< the file holds the new section, but not everything that was asked for is done
 };
 
+enum class RewriteExtent {
+    kWhole,
+    kChecks,  ///< all that can fail ahead of the first byte; `kDone` then says that nothing would
+};
+
 /// Anything but `kDone` comes with a message.
 RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::Change>& changes,
-                      const WritePolicy& policy, std::string& errors);
+                      const WritePolicy& policy, RewriteExtent extent, std::string& errors);
 
 }  // namespace orbo::Data

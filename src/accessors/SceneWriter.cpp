@@ -29,9 +29,10 @@ SceneWriter::SceneWriter(const Accessor& accessor, const TakenNames& taken, Scen
       fModel(accessor),
       fWritten(fModel.names()) {}
 
-RewriteResult SceneWriter::write(Files::LockedFile& file, std::string& errors) {
+RewriteResult SceneWriter::write(Files::LockedFile& file, RewriteExtent extent,
+                                 std::string& errors) {
     if (!compose(file.file(), errors)) return RewriteResult::kFailed;
-    return rewrite(file, fSection.changes(), fAccessor.writePolicy(), errors);
+    return rewrite(file, fSection.changes(), fAccessor.writePolicy(), extent, errors);
 }
 
 bool SceneWriter::rehearse(Files::File& file, std::string& errors) {

@@ -25,7 +25,7 @@ class SceneWriter {
     SceneWriter(const Accessor& accessor, const TakenNames& taken, SceneSection& section);
 
     /// Into the file that the section is of.
-    RewriteResult write(Files::LockedFile& file, std::string& errors);
+    RewriteResult write(Files::LockedFile& file, RewriteExtent extent, std::string& errors);
     /// Does all of a write but the writing, and writes anew also what is as the file has it: so the
     /// verification looks at all of the model. False, with a message, when it would be refused.
     bool rehearse(Files::File& file, std::string& errors);

@@ -50,15 +50,38 @@ FileRewrite::Outcome FileRewrite::run() {
     return outcome.failed == Step::kDone ? commit() : undo(outcome);
 }
 
+FileRewrite::Outcome FileRewrite::rehearse() {
+    Outcome outcome;
+    const bool changes = !std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready);
+    if (changes && fDurable) {
+        outcome = openJournal();
+        if (!fJournal) return outcome;
+        outcome = findRoom();
+        const bool removed = discardJournal(fLocked.system(), fJournalPath, *fJournal);
+        if (outcome.failed != Step::kDone) return outcome;
+        if (!removed) return failed(Step::kJournal, fJournal->error());
+        if (!holdsOld()) return failed(Step::kChanged, {});
+    }
+    return fLocked.isInPlace() ? outcome : failed(Step::kInPlace, {});
+}
+
+// In the journal, also for what the file grows by: to reserve that in the file would change its
+// times.
+FileRewrite::Outcome FileRewrite::findRoom() {
+    const std::uint64_t size = Journal::sizeFor(fLocked.path(), fRanges);
+    if (!fJournal->reserve(0, size)) return failed(Step::kJournal, fJournal->error());
+    const std::uint64_t oldEnd = fRanges.back().oldEnd();
+    const std::uint64_t newEnd = fRanges.back().newEnd();
+    if (newEnd > oldEnd && !fJournal->reserve(size, size + newEnd - oldEnd)) {
+        return failed(Step::kReserve, fJournal->error());
+    }
+    return {};
+}
+
 // Nothing here changes what the file holds.
 FileRewrite::Outcome FileRewrite::prepare() {
     if (!fDurable) return {};
-    const auto status = fFile.status();
-    if (!status) return failed(Step::kPrepare, fFile.error());
-    if (status->links > 1) {
-        return failed(Step::kPrepare, std::make_error_code(std::errc::too_many_links));
-    }
-    Outcome outcome = createJournal(*status);
+    Outcome outcome = openJournal();
     if (!fJournal) return outcome;
     try {
         outcome = writeJournal();
@@ -69,6 +92,15 @@ FileRewrite::Outcome FileRewrite::prepare() {
     // If it cannot be removed either it is short, or tells that the file holds the old bytes.
     if (outcome.failed != Step::kDone) discardJournal(fLocked.system(), fJournalPath, *fJournal);
     return outcome;
+}
+
+FileRewrite::Outcome FileRewrite::openJournal() {
+    const auto status = fFile.status();
+    if (!status) return failed(Step::kPrepare, fFile.error());
+    if (status->links > 1) {
+        return failed(Step::kPrepare, std::make_error_code(std::errc::too_many_links));
+    }
+    return createJournal(*status);
 }
 
 FileRewrite::Outcome FileRewrite::createJournal(const FileStatus& like) {

@@ -57,10 +57,15 @@ class FileRewrite {
     /// The file is only made shorter once everything is written. A file that holds the new bytes
     /// already is only synced.
     Outcome run();
+    /// All that can fail ahead of the first byte. An empty journal is there for a moment, which
+    /// shows that the folder takes one and the disk has room; the file stays as it is.
+    Outcome rehearse();
     [[nodiscard]] const std::string& journalPath() const { return fJournalPath; }
 
   private:
     Outcome prepare();
+    Outcome findRoom();
+    Outcome openJournal();
     Outcome createJournal(const FileStatus& like);
     Outcome writeJournal();
     Outcome change();

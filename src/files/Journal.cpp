@@ -252,6 +252,13 @@ std::string Journal::pathSetAside(const std::string& filePath, int n) {
     return besideFile(filePath, std::string(kSuffix) + ".set-aside-" + std::to_string(n));
 }
 
+std::uint64_t Journal::sizeFor(const std::string& filePath,
+                               const std::vector<RewriteRange>& ranges) {
+    std::uint64_t size = headerFor(nameOf(filePath), ranges).size() + kChecksumSize;
+    for (const RewriteRange& range : ranges) size += range.oldBytes.size() + range.newSize();
+    return size;
+}
+
 bool Journal::write(File& journal, const std::string& filePath,
                     const std::vector<RewriteRange>& ranges) {
     SummedOutput out(journal);

@@ -42,6 +42,9 @@ struct Journal {
     /// The last part of a path.
     static std::string nameOf(const std::string& filePath);
 
+    /// In bytes, of what `write` writes.
+    static std::uint64_t sizeFor(const std::string& filePath,
+                                 const std::vector<RewriteRange>& ranges);
     /// Into a new file; false on failure. There is at least one range.
     static bool write(File& journal, const std::string& filePath,
                       const std::vector<RewriteRange>& ranges);

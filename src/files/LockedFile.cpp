@@ -29,8 +29,10 @@ void addNote(std::string& notes, const std::string& note) {
 /// Opens one file, trying again while others are in the way.
 class FileOpener {
   public:
-    FileOpener(const std::string& name, std::chrono::milliseconds patience)
-        : fSystem(FileSystem::current()), fEnd(Clock::now() + std::min(patience, kMostPatience)) {
+    FileOpener(const std::string& name, const Patience& patience)
+        : fSystem(FileSystem::current()),
+          fEnd(Clock::now() + std::min(patience.longest, kMostPatience)),
+          fIsOver(patience.isOver) {
         fPath = fSystem.resolve(name, fOpening.error);
         if (!fPath.empty()) fOpening.journalPath = Journal::pathFor(fPath);
     }
@@ -89,7 +91,7 @@ class FileOpener {
             const bool isBusy = result == File::LockResult::kBusy;
             if (!isBusy && isNamed(fSystem, fPath, *file, fOpening.error)) return file;
             if (fOpening.error) return nullptr;
-            if (Clock::now() >= fEnd) {
+            if (Clock::now() >= fEnd || (fIsOver && fIsOver())) {
                 fOpening.problem = isBusy ? "The file is in use by another program"
                                           : "The file is being replaced by another program";
                 return nullptr;
@@ -168,20 +170,19 @@ class FileOpener {
 
     FileSystem& fSystem;
     Clock::time_point fEnd;
+    std::function<bool()> fIsOver;
     std::chrono::milliseconds fPause = kShortestPause;
     std::string fPath;
     bool fHasLocks = true;
     LockedFile::Opening fOpening;
 };
 
-LockedFile::Opening LockedFile::open(const std::string& name, Use use,
-                                     std::chrono::milliseconds patience) {
+LockedFile::Opening LockedFile::open(const std::string& name, Use use, const Patience& patience) {
     FileOpener opener(name, patience);
     return use == Use::kRead ? opener.toRead() : opener.toWrite(use == Use::kRecover);
 }
 
-LockedFile::Opening LockedFile::inspect(const std::string& name,
-                                        std::chrono::milliseconds patience) {
+LockedFile::Opening LockedFile::inspect(const std::string& name, const Patience& patience) {
     return FileOpener(name, patience).toInspect();
 }
 

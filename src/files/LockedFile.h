@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -12,6 +13,19 @@
 #include "files/JournalRecovery.h"
 
 namespace orbo::Files {
+
+/// How long to wait for others.
+struct Patience {
+    Patience() = default;
+    template <typename Count, typename Period>
+    // NOLINTNEXTLINE(google-explicit-constructor): mostly it is just a time
+    Patience(std::chrono::duration<Count, Period> time, std::function<bool()> condition = {})
+        : longest(time), isOver(std::move(condition)) {}
+
+    std::chrono::milliseconds longest{0};
+    /// Asked some times a second while waiting; true ends the wait. May be empty.
+    std::function<bool()> isOver;
+};
 
 /// Locked for others that lock, until it is destroyed: exclusively to be written, shared to be
 /// read.
@@ -41,10 +55,10 @@ class LockedFile {
 
     /// Follows links. When others hold a lock, waits for up to `patience`. Recovers what a journal
     /// asks for; a reader that may not write sees the right bytes all the same.
-    static Opening open(const std::string& name, Use use, std::chrono::milliseconds patience);
+    static Opening open(const std::string& name, Use use, const Patience& patience);
     /// Tells what a journal asks for, in the verdict and the notes, and does nothing about it: the
     /// file shows what it holds.
-    static Opening inspect(const std::string& name, std::chrono::milliseconds patience);
+    static Opening inspect(const std::string& name, const Patience& patience);
 
     [[nodiscard]] File& file() { return *fFile; }
     [[nodiscard]] FileSystem& system() { return fSystem; }

@@ -72,5 +72,24 @@ TEST_F(WriteFaults, ConflictsAreMetByWhoeverAsksForIt) {
     }
 }
 
+TEST_F(WriteFaults, AreMetByARehearsalWithoutAByte) {
+    makeScene("A n1 n2");
+    setPolicy(WritePolicy::careful());
+    ASSERT_TRUE(read());
+    edit("n1=8");
+    const std::string before = file();
+    EXPECT_TRUE(fAccessor.rehearse(fErrors)) << fErrors;
+    EXPECT_EQ(file(), before);
+    EXPECT_EQ(fSystem.files.size(), 1U);
+
+    file() = replaced(before, "n2", "n22");
+    EXPECT_FALSE(fAccessor.rehearse(fErrors));
+    EXPECT_EQ(fErrors, "The metadata in the file is no longer what was read.\n");
+    EXPECT_TRUE(fAccessor.metConflict());
+    file() = before;
+    EXPECT_TRUE(write()) << fErrors;
+    EXPECT_NE(file(), before) << "a rehearsal is no write";
+}
+
 }  // namespace
 }  // namespace orbo::Data

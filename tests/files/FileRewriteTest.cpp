@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "files/ScriptedFileSystem.h"
 
 namespace orbo::Files {
@@ -102,6 +104,45 @@ TEST_F(FileRewriteTest, SucceedsOrLeavesTheOldFile) {
             }
             EXPECT_GT(calls, durable ? 20 : 8);
         }
+    }
+}
+
+// Each row keeps a rewrite from its first byte.
+TEST_F(FileRewriteTest, IsRehearsedWithoutAByte) {
+    struct Row {
+        Step failed;
+        std::function<void()> prepare;
+    };
+    const Row rows[] = {
+        {Step::kDone, [] {}},
+        {Step::kPrepare, [&] { fSystem.statuses["/scene"].links = 2; }},
+        {Step::kJournal, [&] { fSystem.files[kJournal] = "somebody's"; }},
+        {Step::kChanged, [&] { fSystem.files["/scene"].back() = 'L'; }},
+    };
+    for (const Row& row : rows) {
+        for (const bool rehearses : {true, false}) {
+            SCOPED_TRACE(std::to_string(static_cast<int>(row.failed)) + (rehearses ? "r" : ""));
+            fSystem.files = {{"/scene", std::string(kOld)}};
+            fSystem.statuses.clear();
+            const auto opening = LockedFile::open("/scene", Use::kWrite, {});
+            ASSERT_TRUE(opening.file);
+            row.prepare();
+            const auto before = fSystem.files;
+            fSystem.bytesWritten = 0;
+            FileRewrite rewrite(*opening.file, {{17, "old tail", {"new, longer tail"}}}, true);
+            EXPECT_EQ((rehearses ? rewrite.rehearse() : rewrite.run()).failed, row.failed);
+            if (!rehearses) continue;
+            EXPECT_EQ(fSystem.files, before);
+            EXPECT_EQ(fSystem.bytesWritten, 0U);
+        }
+    }
+    for (int n = 0; n < 2; ++n) {
+        fSystem.files = {{"/scene", std::string(kOld)}};
+        const auto opening = LockedFile::open("/scene", Use::kWrite, {});
+        fSystem.failAt(n, false, Call::kReserve);
+        FileRewrite rewrite(*opening.file, {{17, "old tail", {"new, longer tail"}}}, true);
+        EXPECT_EQ(rewrite.rehearse().failed, n == 0 ? Step::kJournal : Step::kReserve);
+        EXPECT_EQ(fSystem.files.size(), 1U);
     }
 }
 

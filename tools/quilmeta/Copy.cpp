@@ -121,7 +121,7 @@ Outcome copyInto(const Data::Accessor& source, const CopyOptions& options, Outpu
     if (!reasons.empty()) refuse(reasons, "nothing was copied");
     if (plan.changes()) {
         plan.apply(*target);
-        writeScene(*target);
+        writeScene(*target, options.access);
     }
     report(plan, output);
     output.flush();
@@ -136,10 +136,11 @@ Outcome copy(const CopyOptions& options, Output& output) {
         return complete ? Outcome::kDone : Outcome::kUnreadable;
     });
     if (opened == Outcome::kFailed) return opened;
-    const Outcome copied = forEachFile({options.target}, Purpose::kWriting, [&](const auto&) {
-        return repeatAfterConflict(options.access,
-                                   [&] { return copyInto(*source, options, output); });
-    });
+    const Outcome copied =
+        forEachFile({options.target}, options.access.purpose(), [&](const auto&) {
+            return repeatAfterConflict(options.access,
+                                       [&] { return copyInto(*source, options, output); });
+        });
     return std::max(opened, copied);
 }
 

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "EachFile.h"
+
 #include <CLI/CLI.hpp>
 
 #include <chrono>
@@ -15,7 +17,11 @@ struct SceneAccess {
     double wait = 10;  ///< in seconds
     bool noJournal = false;
     bool writes = false;  ///< so that somebody else's changes matter
+    bool dryRun = false;  ///< goes through all the checks of a write, and leaves it at that
 
+    [[nodiscard]] Purpose purpose() const {
+        return writes && !dryRun ? Purpose::kWriting : Purpose::kReading;
+    }
     [[nodiscard]] std::chrono::milliseconds patience() const {
         return std::chrono::duration_cast<std::chrono::milliseconds>(
             std::chrono::duration<double>(wait));
@@ -44,6 +50,8 @@ inline void addWriting(CLI::App& command, SceneAccess& access) {
     access.writes = true;
     command.add_flag("--no-journal", access.noJournal,
                      "Write in place; a kill in the middle damages the scene");
+    command.add_flag("--dry-run", access.dryRun,
+                     "Check and report everything, end as a real run would, and write nothing");
 }
 
 /// The words of a command line behind its options, at least one, as they are.

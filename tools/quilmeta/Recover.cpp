@@ -4,6 +4,7 @@
 #include "EachFile.h"
 #include "Options.h"
 #include "SafeText.h"
+#include "Signals.h"
 #include "Trouble.h"
 
 #include <data/Recovery.h>
@@ -25,6 +26,8 @@ struct RecoverOptions {
     SceneAccess access;
     bool list = false;
 };
+
+bool interrupted() { return Signals::received() != 0; }
 
 struct Words {
     const char* found;
@@ -53,7 +56,7 @@ Words wordsFor(State state) {
 }
 
 Outcome list(const std::string& file, const RecoverOptions& options, Output& output) {
-    const Recovery recovery = Recovery::inspect(file, options.access.patience());
+    const Recovery recovery = Recovery::inspect(file, options.access.patience(), interrupted);
     if (recovery.state == State::kRefused) throw Trouble(recovery.message);
     if (recovery.state == State::kNothing) return Outcome::kDone;
     const Words words = wordsFor(recovery.state);
@@ -63,7 +66,7 @@ Outcome list(const std::string& file, const RecoverOptions& options, Output& out
 }
 
 Outcome recover(const std::string& file, const RecoverOptions& options, Output& output) {
-    const Recovery recovery = Recovery::run(file, options.access.patience());
+    const Recovery recovery = Recovery::run(file, options.access.patience(), interrupted);
     if (!recovery.done) throw Trouble(recovery.message);
     const Words words = wordsFor(recovery.state);
     output.write(safeLine(file) + ": " + words.found + words.done + '\n');

@@ -34,7 +34,6 @@ namespace {
 
 struct RepathOptions {
     std::vector<std::string> files, from, to, maps;
-    bool dryRun = false;
     SceneAccess access;
 };
 
@@ -133,7 +132,7 @@ class Repath {
         for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
             text += repath(*row);
         if (text.empty()) return outcome;
-        if (!fOptions.dryRun) writeScene(*references.scene);
+        writeScene(*references.scene, fOptions.access);
         fOutput.write(safeLine(file) + '\n' + text);
         fOutput.flush();
         return outcome;
@@ -180,7 +179,7 @@ Outcome repathAll(const RepathOptions& options, Output& output) {
     if (!readPairs(options, map)) return Outcome::kUsage;
     Repath repath(map, options, output);
     const Outcome outcome =
-        forEachFile(options.files, options.dryRun ? Purpose::kReading : Purpose::kWriting,
+        forEachFile(options.files, options.access.purpose(),
                     [&](const std::string& file) { return repath.repath(file); });
     if (Signals::received() != 0 || repath.unused().report()) return outcome;
     return std::max(outcome, Outcome::kNothingSelected);
@@ -195,7 +194,6 @@ void addRefsRepath(CLI::App& app, Output& output, int& exitCode) {
     addEach(*command, "--from", options->from, "PREFIX", "Where paths begin now");
     addEach(*command, "--to", options->to, "PREFIX", "What takes the place of --from");
     addEach(*command, "--map", options->maps, "CSV", "More pairs, from a table of two columns");
-    command->add_flag("--dry-run", options->dryRun, "Print what would change, and write nothing");
     addWriting(*command, options->access);
     command->footer(
         "A prefix ends where a component of the path ends. Paths as entered and as resolved\n"

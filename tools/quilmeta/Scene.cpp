@@ -73,6 +73,7 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAc
     policy.detectConflicts = access.writes;
     accessor->setWritePolicy(policy);
     accessor->setPatience(access.patience());
+    accessor->stopWaitingWhen([] { return Signals::received() != 0; });
     std::string messages;
     if (!accessor->read(file, names ? &names->structures : nullptr,
                         names && names->nodes ? &*names->nodes : nullptr, messages))
@@ -90,6 +91,7 @@ std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess
     demandReadableFile(file);
     const std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
     accessor->setPatience(access.patience());
+    accessor->stopWaitingWhen([] { return Signals::received() != 0; });
     std::vector<Data::Finding> findings = accessor->check(file);
     for (const Data::Finding& finding : findings) {
         if (finding.code == Data::Finding::Code::kFileUnreadable) throw Trouble(finding.message);
@@ -122,10 +124,10 @@ Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
     throw Trouble(fmt::format("there is no node {}{}", inQuotes(name), list));
 }
 
-void writeScene(const Data::Accessor& scene) {
+void writeScene(const Data::Accessor& scene, const SceneAccess& access) {
     Signals::stopIfReceived();
     std::string messages;
-    const bool written = scene.write(messages);
+    const bool written = access.dryRun ? scene.rehearse(messages) : scene.write(messages);
     if (scene.metConflict())
         throw Conflict("somebody else keeps changing the metadata: " + messages);
     Data::Finding finding;
@@ -144,6 +146,7 @@ Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outco
             return edit();
         } catch (const Conflict&) {
             if (attempt >= kFewest && Clock::now() >= end) throw;
+            Signals::stopIfReceived();
         }
     }
 }

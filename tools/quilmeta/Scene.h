@@ -44,10 +44,10 @@ bool lacksStructure(const std::string& file, const std::string& name);
 /// The empty name is the scene's own. Throws `Trouble` that lists the nodes there are.
 Data::Associations& findNode(Data::Accessor& scene, const std::string& name);
 
-/// Writes it back to its file. Throws `Trouble` when that is refused or fails, the file being as it
-/// was, and `Conflict` when it is refused because somebody else changed the metadata since the
-/// read.
-void writeScene(const Data::Accessor& scene);
+/// Writes it back to its file, or goes through the checks of that. Throws `Trouble` when that is
+/// refused or fails, the file being as it was, and `Conflict` when it is refused because somebody
+/// else changed the metadata since the read.
+void writeScene(const Data::Accessor& scene, const SceneAccess& access);
 
 class Conflict : public Trouble {
   public:

@@ -100,7 +100,7 @@ Outcome setValues(const SetOptions& options) {
     Data::Handle draft = draftOf(stream, index, options);
     assign(stream.structure(), draft, options.assignments);
     if (!stream.setElement(index, draft)) throw Trouble("not enough memory");
-    writeScene(*scene);
+    writeScene(*scene, options.access);
     return complete ? Outcome::kDone : Outcome::kUnreadable;
 }
 
@@ -130,9 +130,10 @@ void addSet(CLI::App& app, Output&, int& exitCode) {
         "  quilmeta set robot.kx --node rig --channel joints --stream pose \\\n"
         "      --index lid side=-1 'label=the lid'");
     command->callback([options, &exitCode] {
-        exitCode = exitCodeOf(forEachFile({options->file}, Purpose::kWriting, [&](const auto&) {
-            return repeatAfterConflict(options->access, [&] { return setValues(*options); });
-        }));
+        exitCode =
+            exitCodeOf(forEachFile({options->file}, options->access.purpose(), [&](const auto&) {
+                return repeatAfterConflict(options->access, [&] { return setValues(*options); });
+            }));
     });
 }
 
