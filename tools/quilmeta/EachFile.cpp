@@ -40,8 +40,11 @@ class Progress {
     }
 
     /// Says nothing about a reader who has seen enough of what is only shown.
-    void report(const std::string& reason) const {
-        if (Signals::received() == SIGPIPE && fPurpose == Purpose::kReading) return;
+    void report(const std::string& trouble) const {
+        const int signal = Signals::received();
+        if (fPurpose == Purpose::kReading && (signal == SIGPIPE || signal == 0)) return;
+        const std::string reason =
+            signal != 0 ? fmt::format("ended by {}", Signals::nameOf(signal)) : trouble;
         const auto done = std::count(fDone.begin(), fDone.end(), true);
         complain("", fmt::format("{}: {} of {} files done", reason, done, fFiles.size()));
         for (size_t i = 0; i < fFiles.size(); ++i)
@@ -63,11 +66,10 @@ Outcome forEachFile(const std::vector<std::string>& files, Purpose purpose,
     try {
         outcome = progress.work(work);
     } catch (const OutputTrouble& trouble) {
-        if (purpose == Purpose::kWriting) progress.report(trouble.what());
+        progress.report(trouble.what());
         throw;
     }
-    if (const int signal = Signals::received(); signal != 0)
-        progress.report(fmt::format("ended by {}", Signals::nameOf(signal)));
+    if (Signals::received() != 0) progress.report({});
     return outcome;
 }
 
