@@ -58,7 +58,8 @@ class File {
     /// True once everything written has reached the disk.
     [[nodiscard]] virtual bool sync() = 0;
     /// Finds room on the disk for the bytes from one offset to another without changing the file's
-    /// length. True also where the file system cannot do that.
+    /// length. True also where the file system cannot do that. Without any bytes it only asks
+    /// whether this process may make the file that long.
     [[nodiscard]] virtual bool reserve(std::uint64_t from, std::uint64_t to) = 0;
     /// An advisory lock on the whole file, in place of one that is held already. Never waits.
     [[nodiscard]] virtual LockResult lock(Lock kind) = 0;

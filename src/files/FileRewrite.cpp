@@ -72,10 +72,12 @@ FileRewrite::Outcome FileRewrite::findRoom() {
     if (!fJournal->reserve(0, size)) return failed(Step::kJournal, fJournal->error());
     const std::uint64_t oldEnd = fRanges.back().oldEnd();
     const std::uint64_t newEnd = fRanges.back().newEnd();
-    if (newEnd > oldEnd && !fJournal->reserve(size, size + newEnd - oldEnd)) {
-        return failed(Step::kReserve, fJournal->error());
-    }
-    return {};
+    if (newEnd <= oldEnd) return {};
+    if (!fFile.reserve(newEnd, newEnd)) return failed(Step::kReserve, fFile.error());
+    // A limit on the length of files holds for each of the two.
+    const bool done = fJournal->reserve(size, size + newEnd - oldEnd) ||
+                      fJournal->error() == std::errc::file_too_large;
+    return done ? Outcome() : failed(Step::kReserve, fJournal->error());
 }
 
 // Nothing here changes what the file holds.

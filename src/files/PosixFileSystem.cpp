@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -50,6 +51,13 @@ bool isOffset(std::uint64_t offset) {
 
 bool isAnyOf(int error, std::initializer_list<int> errors) {
     return std::find(errors.begin(), errors.end(), error) != errors.end();
+}
+
+// To find room does not ask for the process's own limit, but to write does.
+bool isAllowedLength(std::uint64_t length) {
+    struct rlimit limit = {};
+    return ::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
+           length <= limit.rlim_cur;
 }
 
 FileStatus statusOf(const struct stat& found) {
@@ -135,6 +143,9 @@ class PosixFile : public File {
     bool sync() override { return succeeded(::fsync(fDescriptor) == 0); }
 
     bool reserve(std::uint64_t from, std::uint64_t to) override {
+        errno = EFBIG;
+        if (!succeeded(isAllowedLength(to))) return false;
+        if (from == to) return true;
 #ifdef FALLOC_FL_KEEP_SIZE
         errno = EFBIG;
         const bool done = isOffset(to) && untilNotInterrupted([&] {

@@ -136,7 +136,7 @@ TEST_F(FileRewriteTest, IsRehearsedWithoutAByte) {
             EXPECT_EQ(fSystem.bytesWritten, 0U);
         }
     }
-    for (int n = 0; n < 2; ++n) {
+    for (int n = 0; n < 3; ++n) {
         fSystem.files = {{"/scene", std::string(kOld)}};
         const auto opening = LockedFile::open("/scene", Use::kWrite, {});
         fSystem.failAt(n, false, Call::kReserve);
