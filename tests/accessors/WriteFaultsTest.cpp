@@ -84,7 +84,7 @@ TEST_F(WriteFaults, AreMetByARehearsalWithoutAByte) {
 
     file() = replaced(before, "n2", "n22");
     EXPECT_FALSE(fAccessor.rehearse(fErrors));
-    EXPECT_EQ(fErrors, "The metadata in the file is no longer what was read.\n");
+    EXPECT_EQ(fErrors, "The metadata in the file is no longer what was read.");
     EXPECT_TRUE(fAccessor.metConflict());
     file() = before;
     EXPECT_TRUE(write()) << fErrors;
