@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "DiskModel.h"
-#include "files/File.h"
+#include "files/FileAccess.h"
 
 namespace orbo::Proofs {
 
@@ -41,7 +41,7 @@ class DiskSystem : public Files::FileSystem {
         const bool opens = disk.has(path) && (takesWrites || mode == Mode::kRead);
         return outcome(opens, error) ? openFile(path) : nullptr;
     }
-    std::unique_ptr<Files::File> create(const std::string& path, const Files::FileStatus&,
+    std::unique_ptr<Files::File> create(const std::string& path, const Files::FileAccess&,
                                         std::error_code& error) override {
         if (!outcome(!fails() && !disk.has(path), error)) return nullptr;
         disk.inodes.emplace_back(std::string(), disk.sector);

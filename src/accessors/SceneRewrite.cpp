@@ -38,6 +38,10 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
         case Step::kReserve:
             return "There is no room for the change" + reason;
         case Step::kJournal:
+            if (!outcome.occupant.empty()) {
+                return "Could not write the journal " + rewrite.journalPath() + ": " +
+                       outcome.occupant + " is in its place.";
+            }
             return "Could not write the journal " + rewrite.journalPath() + reason + '.' +
                    (isForbidden(outcome.error) ? kWayOut : "");
         case Step::kSeek:

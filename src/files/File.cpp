@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/File.h"
 
+#include "files/FileAccess.h"
 #include "files/PosixFileSystem.h"
 
 namespace orbo::Files {
@@ -29,6 +30,24 @@ std::optional<std::uint64_t> File::size() {
     if (!found) return std::nullopt;
     return found->length;
 }
+
+std::optional<FileAccess> File::access() {
+    const std::optional<FileStatus> found = status();
+    if (!found) return std::nullopt;
+    return FileAccess::of(*found);
+}
+
+std::optional<FileAccess> FileSystem::access(const std::string& path, std::error_code& error) {
+    const std::optional<FileStatus> found = status(path, error);
+    if (!found) return std::nullopt;
+    return FileAccess::of(*found);
+}
+
+std::optional<std::vector<std::uint64_t>> FileSystem::groupsOf(std::uint64_t) {
+    return std::nullopt;
+}
+
+std::string FileSystem::describeUser(std::uint64_t user) { return "user " + std::to_string(user); }
 
 bool isNamed(FileSystem& system, const std::string& path, File& file, std::error_code& error) {
     const auto named = system.status(path, error);

@@ -8,8 +8,11 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace orbo::Files {
+
+struct FileAccess;
 
 /// What tells one file from another, and whose it is.
 struct FileStatus {
@@ -48,6 +51,8 @@ class File {
 
     /// Empty on failure.
     [[nodiscard]] virtual std::optional<FileStatus> status() = 0;
+    /// Who may read and write it. Empty on failure.
+    [[nodiscard]] virtual std::optional<FileAccess> access();
     /// From the start of the file.
     [[nodiscard]] virtual bool seek(std::uint64_t offset) = 0;
     /// The bytes read, which are fewer than `count` only at the end of the file; empty on failure.
@@ -89,10 +94,10 @@ class FileSystem {
     /// Null when the file is not there, may not be opened or is no regular file. Never waits.
     [[nodiscard]] virtual std::unique_ptr<File> open(const std::string& path, Mode mode,
                                                      std::error_code& error) = 0;
-    /// Null when anything has that name already. For the same people as `like`, as far as that can
-    /// be had, and never for more; readable and writable through what is returned in any case.
+    /// A new, empty file with the rights of a journal beside a file with the rights `file`. Null
+    /// when anything has that name already, and when those rights cannot be had.
     [[nodiscard]] virtual std::unique_ptr<File> create(const std::string& path,
-                                                       const FileStatus& like,
+                                                       const FileAccess& file,
                                                        std::error_code& error) = 0;
     /// Empty without an error when there is nothing.
     [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path,
@@ -104,6 +109,13 @@ class FileSystem {
     virtual bool syncFolderOf(const std::string& path, std::error_code& error) = 0;
     /// Who owns what `create` makes.
     [[nodiscard]] virtual std::uint64_t user() = 0;
+    /// Who may read and write what has this name. Empty on failure, and when there is nothing.
+    [[nodiscard]] virtual std::optional<FileAccess> access(const std::string& path,
+                                                           std::error_code& error);
+    /// The groups that a user is in; empty when nobody knows.
+    [[nodiscard]] virtual std::optional<std::vector<std::uint64_t>> groupsOf(std::uint64_t user);
+    /// For people: the number of a user, and the name if there is one.
+    [[nodiscard]] virtual std::string describeUser(std::uint64_t user);
 
     /// While it lives, this thread opens its files elsewhere.
     class Replacement {

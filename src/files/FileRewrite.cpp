@@ -7,6 +7,8 @@
 #include <new>
 #include <string_view>
 
+#include "files/JournalTrust.h"
+
 namespace orbo::Files {
 
 namespace {
@@ -102,23 +104,35 @@ FileRewrite::Outcome FileRewrite::openJournal() {
     if (status->links > 1) {
         return failed(Step::kPrepare, std::make_error_code(std::errc::too_many_links));
     }
-    return createJournal(*status);
+    return createJournal();
 }
 
-FileRewrite::Outcome FileRewrite::createJournal(const FileStatus& like) {
+// Always a new file: whoever left an old one there may keep it open, and would read and write what
+// is put into it.
+FileRewrite::Outcome FileRewrite::createJournal() {
     FileSystem& system = fLocked.system();
-    std::error_code error;
-    fJournal = system.create(fJournalPath, like, error);
-    if (fJournal) return {};
-    if (error == std::errc::file_exists) {
-        // An empty one is what is left where names cannot be removed.
-        std::error_code ignored;
-        const auto found = system.status(fJournalPath, ignored);
-        if (found && found->isRegular && found->length == 0) {
-            fJournal = system.open(fJournalPath, FileSystem::Mode::kReadWrite, error);
-        }
+    const auto access = fFile.access();
+    if (!access) return failed(Step::kPrepare, fFile.error());
+    for (bool mayTryAgain = true;; mayTryAgain = false) {
+        std::error_code error;
+        fJournal = system.create(fJournalPath, *access, error);
+        if (fJournal) return {};
+        Outcome outcome = failed(Step::kJournal, error);
+        if (error != std::errc::file_exists) return outcome;
+        const auto found = system.status(fJournalPath, error);
+        if (found) outcome.occupant = "a file of " + system.describeUser(found->owner);
+        const bool isGone =
+            found ? isLeftOver(*found) && system.remove(fJournalPath, error) : !error;
+        if (!isGone || !mayTryAgain) return outcome;
     }
-    return fJournal ? Outcome() : failed(Step::kJournal, error);
+}
+
+// Where names cannot be removed, an empty journal is left.
+bool FileRewrite::isLeftOver(const FileStatus& found) {
+    if (!found.isRegular || found.length > 0) return false;
+    std::error_code ignored;
+    const auto facts = journalFacts(fLocked.system(), fJournalPath, nullptr, fFile, ignored);
+    return facts && trustIn(*facts) == JournalTrust::kActedOn;
 }
 
 FileRewrite::Outcome FileRewrite::writeJournal() {

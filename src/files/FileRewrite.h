@@ -40,6 +40,8 @@ class FileRewrite {
         std::size_t range = 0;
         std::size_t piece = 0;
         std::error_code error;
+        /// What is in the place of the journal, for people; empty when nothing is.
+        std::string occupant;
         /// When it failed: whether the file is as it was. If not, and if it is not `holdsNew`, it
         /// holds some of both, and after a durable rewrite the next one to open it restores it.
         bool restored = true;
@@ -66,7 +68,8 @@ class FileRewrite {
     Outcome prepare();
     Outcome findRoom();
     Outcome openJournal();
-    Outcome createJournal(const FileStatus& like);
+    Outcome createJournal();
+    [[nodiscard]] bool isLeftOver(const FileStatus& found);
     Outcome writeJournal();
     Outcome change();
     Outcome write(std::size_t range);

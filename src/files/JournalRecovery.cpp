@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "files/JournalTrust.h"
 #include "files/OverlayFile.h"
 
 namespace orbo::Files {
@@ -63,33 +64,34 @@ JournalRecovery::Verdict JournalRecovery::unreadable(const std::error_code& erro
     return Verdict::kUnreadable;
 }
 
-// Opens it when it can be trusted as far as its owner goes.
+// Opens it when it can be trusted as far as its owner, and all who may write it, go.
 JournalRecovery::Verdict JournalRecovery::openJournal() {
     fJournalFile.reset();
     std::error_code error;
-    const auto status = fSystem.status(fJournalPath, error);
-    if (!status) return error ? unreadable(error) : Verdict::kNothing;
-    const auto fileStatus = fFile.status();
-    if (!fileStatus) return unreadable(fFile.error());
-    if (!status->isRegular) {
-        fMessage = fJournalPath + " is in the place of a journal, but is no regular file";
+    const auto named = fSystem.status(fJournalPath, error);
+    if (!named) return error ? unreadable(error) : Verdict::kNothing;
+    if (!named->isRegular) {
+        fMessage = fJournalPath +
+                   " is in the place of a journal, but is no regular file; it is that of " +
+                   fSystem.describeUser(named->owner);
         return Verdict::kUnreadable;
     }
-    if (status->owner != 0 && status->owner != fileStatus->owner &&
-        status->owner != fSystem.user()) {
-        fMessage = "The journal " + fJournalPath +
-                   " belongs neither to the owner of the file nor to you; it was not applied. Who "
-                   "owns it, or root, can recover the file";
+    std::error_code openError;
+    auto journal = fSystem.open(fJournalPath, FileSystem::Mode::kRead, openError);
+    const auto facts = journalFacts(fSystem, fJournalPath, journal.get(), fFile, error);
+    if (!facts) return unreadable(error);
+    const JournalTrust trust = trustIn(*facts);
+    if (trust == JournalTrust::kIgnored) return Verdict::kNothing;
+    if (trust != JournalTrust::kActedOn) {
+        fMessage = "The journal " + fJournalPath + " of " +
+                   fSystem.describeUser(facts->journal.owner) + ' ' + reasonOf(trust);
         return Verdict::kForeign;
     }
-    fJournalFile = fSystem.open(fJournalPath, FileSystem::Mode::kRead, error);
-    if (!fJournalFile) return unreadable(error);
-    const auto opened = fJournalFile->status();
-    if (!opened) return unreadable(fJournalFile->error());
-    if (!opened->isSameFile(*status)) {
-        fJournalFile.reset();
+    if (!journal) return unreadable(openError);
+    if (!facts->journal.isSameFile(*named)) {
         return unreadable(std::make_error_code(std::errc::resource_unavailable_try_again));
     }
+    fJournalFile = std::move(journal);
     return Verdict::kNothing;
 }
 

@@ -20,6 +20,8 @@
 #include <limits>
 #include <utility>
 
+#include "files/PosixAccess.h"
+
 namespace orbo::Files {
 
 namespace {
@@ -99,6 +101,8 @@ class PosixFile : public File {
         if (!succeeded(::fstat(fDescriptor, &found) == 0)) return std::nullopt;
         return statusOf(found);
     }
+
+    std::optional<FileAccess> access() override { return accessOf(fDescriptor, fError); }
 
     bool seek(std::uint64_t offset) override {
         errno = EINVAL;
@@ -230,21 +234,17 @@ std::unique_ptr<File> PosixFileSystem::open(const std::string& path, Mode mode,
                        error);
 }
 
-std::unique_ptr<File> PosixFileSystem::create(const std::string& path, const FileStatus& like,
+std::unique_ptr<File> PosixFileSystem::create(const std::string& path, const FileAccess& like,
                                               std::error_code& error) {
+    // Nobody else opens it before its rights are the final ones.
     constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
     const int descriptor =
         untilNotInterrupted([&] { return ::open(path.c_str(), kFlags, S_IRUSR | S_IWUSR); });
     auto file = regularFile(Descriptor(descriptor), error);
-    if (!file) return nullptr;
-    // Only root gives files away; a group that is another one must not read what it could not.
-    const auto group = static_cast<gid_t>(like.group);
-    const bool isTheirs = ::fchown(descriptor, static_cast<uid_t>(like.owner), group) == 0 ||
-                          ::fchown(descriptor, static_cast<uid_t>(-1), group) == 0;
-    const unsigned mode = isTheirs ? 0777U : 0700U;
-    // The process may have a mask of its own.
-    ::fchmod(descriptor, static_cast<mode_t>(like.permissions & mode));
-    return file;
+    if (!file || giveJournalAccess(descriptor, like, error)) return file;
+    std::error_code ignored;
+    if (isNamed(*this, path, *file, ignored)) remove(path, ignored);
+    return nullptr;
 }
 
 std::optional<FileStatus> PosixFileSystem::status(const std::string& path, std::error_code& error) {
@@ -277,5 +277,19 @@ bool PosixFileSystem::syncFolderOf(const std::string& path, std::error_code& err
 }
 
 std::uint64_t PosixFileSystem::user() { return ::geteuid(); }
+
+std::optional<FileAccess> PosixFileSystem::access(const std::string& path, std::error_code& error) {
+    error.clear();
+    return accessOf(path, error);
+}
+
+std::optional<std::vector<std::uint64_t>> PosixFileSystem::groupsOf(std::uint64_t user) {
+    return groupsOfUser(user);
+}
+
+std::string PosixFileSystem::describeUser(std::uint64_t user) {
+    const std::string name = nameOfUser(user);
+    return FileSystem::describeUser(user) + (name.empty() ? "" : " (" + name + ")");
+}
 
 }  // namespace orbo::Files

@@ -12,7 +12,7 @@
 #include <string>
 #include <system_error>
 
-#include "files/File.h"
+#include "files/FileAccess.h"
 
 namespace orbo::Files {
 
@@ -68,7 +68,7 @@ class ScriptedFileSystem : public FileSystem {
         if (!succeeds(Call::kOpen, files.count(path) > 0 && allowed, error)) return nullptr;
         return std::make_unique<OpenFile>(*this, path, mode);
     }
-    std::unique_ptr<File> create(const std::string& path, const FileStatus&,
+    std::unique_ptr<File> create(const std::string& path, const FileAccess&,
                                  std::error_code& error) override {
         if (!succeeds(Call::kCreate, files.count(path) == 0, error)) {
             if (files.count(path) > 0) error = std::make_error_code(std::errc::file_exists);

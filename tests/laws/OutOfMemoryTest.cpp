@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "core/StructureRegistry.h"
+#include "files/FileAccess.h"
 #include "files/Journal.h"
 
 namespace {
