@@ -2,8 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/Checksum.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <string>
+
+#include "files/File.h"
 
 namespace orbo::Files {
 
@@ -11,6 +15,7 @@ namespace {
 
 constexpr std::uint64_t kPolynomial = 0xC96C5795D7870F42;
 constexpr std::size_t kSlices = 8;
+constexpr std::uint64_t kBlockSize = 64 * 1024;
 
 using Table = std::array<std::array<std::uint64_t, 256>, kSlices>;
 
@@ -51,6 +56,17 @@ void Checksum::add(std::string_view bytes) {
         state = state >> 8 ^ kTable[0][(state ^ static_cast<unsigned char>(byte)) & 0xFF];
     }
     fState = state;
+}
+
+bool Checksum::add(File& file, std::uint64_t at, std::uint64_t size) {
+    if (!file.seek(at)) return false;
+    std::string block;
+    for (std::uint64_t left = size; left > 0; left -= block.size()) {
+        block.resize(static_cast<std::size_t>(std::min(left, kBlockSize)));
+        if (!readExactly(file, block.data(), block.size())) return false;
+        add(block);
+    }
+    return true;
 }
 
 }  // namespace orbo::Files

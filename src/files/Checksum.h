@@ -7,11 +7,15 @@
 
 namespace orbo::Files {
 
+class File;
+
 /// CRC-64/XZ: the reflected ECMA-182 polynomial, all bits inverted before and after. Of
 /// "123456789" it is 0x995DC9BBDF1939FA.
 class Checksum {
   public:
     void add(std::string_view bytes);
+    /// Adds a stretch of a file, block by block; false when it cannot be read.
+    [[nodiscard]] bool add(File& file, std::uint64_t at, std::uint64_t size);
     [[nodiscard]] std::uint64_t value() const { return ~fState; }
 
   private:

@@ -72,6 +72,8 @@ class File {
 
     /// In bytes; empty on failure.
     [[nodiscard]] std::optional<std::uint64_t> size();
+    /// The size without the holes of a sparse file, as far as the system tells; empty on failure.
+    [[nodiscard]] virtual std::optional<std::uint64_t> sizeOnDisk() { return size(); }
     /// Why the last call failed that did.
     [[nodiscard]] const std::error_code& error() const { return fError; }
 

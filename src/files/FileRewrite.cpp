@@ -205,6 +205,7 @@ FileRewrite::Outcome FileRewrite::undo(Outcome failure) {
     if (!fTouched) {
         failure.restored = true;
     } else if (fDurable) {
+        static_cast<void>(Journal::appendMark(*fJournal));
         // What a failed sync leaves on the disk nobody knows: all is written again.
         failure.restored = writeOld() && fFile.sync() && holdsOld();
     } else {

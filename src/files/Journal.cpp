@@ -14,11 +14,13 @@ namespace orbo::Files {
 
 namespace {
 
-// Title, version, size of the header, a random number, both lengths, how long the name is and how
-// many ranges there are; then the ranges, the name and a checksum end the header.
+// The header: title, version, its own size, a random number, both lengths, how long the name is and
+// how many ranges there are; then the ranges, the name, a checksum of the old bytes of each range,
+// and one of the header. Layout 1 has no checksums of old bytes.
 constexpr std::string_view kTitle =
     "A change of the file beside this one was cut short. To mend it: quilmeta recover FILE\n";
-constexpr std::uint64_t kVersion = 1;
+constexpr std::uint64_t kFirstVersion = 1;
+constexpr std::uint64_t kVersion = 2;
 constexpr std::size_t kFixedSize = kTitle.size() + 4 + 4 + 8 + 8 + 8 + 4 + 4;
 constexpr std::size_t kRangeSize = 3 * 8;
 constexpr std::size_t kChecksumSize = 8;
@@ -26,11 +28,15 @@ constexpr std::size_t kChecksumSize = 8;
 constexpr std::uint64_t kMostName = 4096;
 constexpr std::uint64_t kMostRanges = 64;
 constexpr std::uint64_t kLargestHeader =
-    kFixedSize + kMostRanges * kRangeSize + kMostName + kChecksumSize;
+    kFixedSize + kMostRanges * (kRangeSize + kChecksumSize) + kMostName + kChecksumSize;
 // No file is larger, and sums of a few stay far from the end of their type.
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 62;
 
 constexpr std::size_t kBlockSize = 64 * 1024;
+// A journal is written from end to end; a copy may have gained some holes where it has zeros.
+constexpr std::uint64_t kMostHoles = 1024 * 1024;
+// Ends the journal of a rewrite that is being undone.
+constexpr std::string_view kMark = "\n";
 constexpr std::string_view kSuffix = ".metadata-journal";
 constexpr std::size_t kLongestName = 255;  // in bytes; of the usual file systems
 
@@ -50,7 +56,8 @@ std::uint64_t randomNumber() {
 }
 
 std::string headerFor(const std::string& name, const std::vector<RewriteRange>& ranges) {
-    const std::size_t size = kFixedSize + ranges.size() * kRangeSize + name.size() + kChecksumSize;
+    const std::size_t size = kFixedSize + ranges.size() * (kRangeSize + kChecksumSize) +
+                             name.size() + kChecksumSize;
     std::string header(kTitle);
     header += bigEndian(kVersion, 4) + bigEndian(size, 4) + bigEndian(randomNumber(), 8);
     header += bigEndian(ranges.back().oldEnd(), 8) + bigEndian(ranges.back().newEnd(), 8);
@@ -60,6 +67,7 @@ std::string headerFor(const std::string& name, const std::vector<RewriteRange>& 
                   bigEndian(range.newSize(), 8);
     }
     header += name;
+    for (const RewriteRange& range : ranges) header += checksumOf(range.oldBytes);
     return header + checksumOf(header);
 }
 
@@ -133,13 +141,12 @@ class Reader {
         const auto length = fFile.size();
         if (!length) return Condition::kUnreadable;
         fLength = *length;
+        if (fLength == 0) return Condition::kEmpty;
         const Condition header = readHeader();
         if (header != Condition::kWhole) return header;
         if (!fitsTogether()) return Condition::kDamaged;
-        if (fLength != fExpected) {
-            return fLength < fExpected ? Condition::kShort : Condition::kDamaged;
-        }
-        return checkSum();
+        fJournal.hasHeader = true;
+        return fLength < fExpected ? Condition::kShort : readRest();
     }
 
   private:
@@ -152,17 +159,18 @@ class Reader {
         if (header.size() < kFixedSize) return Condition::kShort;
 
         Fields fields(std::string_view(header).substr(kTitle.size()));
-        const std::uint64_t version = fields.number(4);
+        fJournal.version = fields.number(4);
         fHeaderSize = fields.number(4);
         fields.number(8);
         fJournal.oldLength = fields.number(8);
         fJournal.newLength = fields.number(8);
         const std::uint64_t nameSize = fields.number(4);
         const std::uint64_t ranges = fields.number(4);
-        const bool isOurs = version == kVersion;
+        const bool isOurs = fJournal.version == kVersion || fJournal.version == kFirstVersion;
+        const std::uint64_t rangeSize = kRangeSize + (hasOldChecksums() ? kChecksumSize : 0);
         const bool isSensible =
             nameSize <= kMostName && ranges > 0 && ranges <= kMostRanges &&
-            fHeaderSize == kFixedSize + ranges * kRangeSize + nameSize + kChecksumSize;
+            fHeaderSize == kFixedSize + ranges * rangeSize + nameSize + kChecksumSize;
         if (isOurs && !isSensible) return Condition::kDamaged;
         if (isOurs && fLength < fHeaderSize) return Condition::kShort;
         const Condition read = readLists(header);
@@ -195,8 +203,13 @@ class Reader {
             range.newSize = fields.number(8);
         }
         fJournal.fileName = fields.text(nameSize);
+        if (hasOldChecksums()) {
+            for (Journal::Range& range : fJournal.ranges) range.oldChecksum = fields.number(8);
+        }
         return Condition::kWhole;
     }
+
+    [[nodiscard]] bool hasOldChecksums() const { return fJournal.version > kFirstVersion; }
 
     // A right checksum proves nothing: anybody can make one.
     bool fitsTogether() {
@@ -217,18 +230,42 @@ class Reader {
         return fJournal.oldLength == at && fJournal.newLength == last.offset + last.newSize;
     }
 
+    Condition readRest() {
+        const auto onDisk = fFile.sizeOnDisk();
+        if (!onDisk) return Condition::kUnreadable;
+        if (fLength > *onDisk && fLength - *onDisk > *onDisk + kMostHoles) {
+            return Condition::kSparse;
+        }
+        if (fLength != fExpected && !isMarked()) return Condition::kDamaged;
+        const Condition sum = checkSum();
+        return sum == Condition::kWhole && hasOldChecksums() ? checkOldBytes() : sum;
+    }
+
+    // A power cut may have left room for the mark, and nothing in it.
+    bool isMarked() {
+        char mark = 0;
+        fJournal.isUndone = hasOldChecksums() && fLength - fExpected == kMark.size() &&
+                            readExactlyAt(fFile, fExpected, &mark, 1) &&
+                            (mark == kMark.front() || mark == '\0');
+        return fJournal.isUndone;
+    }
+
     Condition checkSum() {
         Checksum checksum;
-        std::string block;
-        if (!fFile.seek(0)) return Condition::kUnreadable;
-        for (std::uint64_t left = fLength - kChecksumSize; left > 0; left -= block.size()) {
-            block.resize(static_cast<std::size_t>(std::min<std::uint64_t>(left, kBlockSize)));
-            if (!readExactly(fFile, block.data(), block.size())) return Condition::kUnreadable;
-            checksum.add(block);
+        std::string end(kChecksumSize, '\0');
+        const bool isRead = checksum.add(fFile, 0, fExpected - kChecksumSize) &&
+                            readExactly(fFile, end.data(), end.size());
+        if (!isRead) return Condition::kUnreadable;
+        return fromBigEndian(end) == checksum.value() ? Condition::kWhole : Condition::kDamaged;
+    }
+
+    Condition checkOldBytes() {
+        for (const Journal::Range& range : fJournal.ranges) {
+            Checksum checksum;
+            if (!checksum.add(fFile, range.oldAt, range.oldSize)) return Condition::kUnreadable;
+            if (checksum.value() != range.oldChecksum) return Condition::kDamaged;
         }
-        block.resize(kChecksumSize);
-        if (!readExactly(fFile, block.data(), block.size())) return Condition::kUnreadable;
-        return fromBigEndian(block) == checksum.value() ? Condition::kWhole : Condition::kDamaged;
+        return Condition::kWhole;
     }
 
     File& fFile;
@@ -272,6 +309,15 @@ bool Journal::write(File& journal, const std::string& filePath,
     return out.finish();
 }
 
-Journal::Condition Journal::read(File& journal) { return Reader(journal, *this).read(); }
+Journal::Condition Journal::read(File& journal) {
+    *this = {};
+    return Reader(journal, *this).read();
+}
+
+bool Journal::appendMark(File& journal) {
+    const auto size = journal.size();
+    return size && journal.seek(*size) && journal.write(kMark.data(), kMark.size()) &&
+           journal.sync();
+}
 
 }  // namespace orbo::Files

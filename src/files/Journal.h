@@ -16,9 +16,11 @@ namespace orbo::Files {
 struct Journal {
     enum class Condition {
         kWhole,
-        kShort,         ///< ends before it should: it was never finished, and nothing was done yet
+        kEmpty,         ///< has no byte: a journal that could not be removed, or was not begun
+        kShort,         ///< ends before it should: it was not finished, or has lost its tail
         kDamaged,       ///< as long as it should be, or of unknown length, but with other bytes
-        kOtherVersion,  ///< of a program that knows more
+        kSparse,        ///< claims far more than it has on the disk
+        kOtherVersion,  ///< has a layout that only another program knows
         kUnreadable,    ///< the system says no
     };
 
@@ -28,12 +30,19 @@ struct Journal {
         std::uint64_t newSize = 0;
         std::uint64_t oldAt = 0;  // in the journal
         std::uint64_t newAt = 0;
+        std::uint64_t oldChecksum = 0;  // of the old bytes; layout 1 has none
     };
 
-    std::string fileName;  // the last part of the path of the file
+    /// The layout, of which this program knows two.
+    std::uint64_t version = 0;
+    /// Whether the header is whole, and all below is known.
+    bool hasHeader = false;
+    std::string fileName;  // the last part of the path that the file had then
     std::uint64_t oldLength = 0;
     std::uint64_t newLength = 0;
     std::vector<Range> ranges;
+    /// Somebody has begun to put the old bytes back.
+    bool isUndone = false;
 
     /// In the folder of the file, by a name that the file system takes.
     static std::string pathFor(const std::string& filePath);
@@ -48,8 +57,12 @@ struct Journal {
     /// Into a new file; false on failure. There is at least one range.
     static bool write(File& journal, const std::string& filePath,
                       const std::vector<RewriteRange>& ranges);
-    /// Takes nothing in it for granted. Reads it all, a block at a time.
+    /// Takes nothing in it for granted. Reads it all, a block at a time, which is in proportion to
+    /// what the journal has on the disk.
     Condition read(File& journal);
+    /// Marks a whole journal, on the disk, as one whose old bytes are being put back. Where that
+    /// fails they are put back all the same.
+    static bool appendMark(File& journal);
 };
 
 }  // namespace orbo::Files

@@ -3,9 +3,9 @@
 #include "files/JournalRecovery.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
+#include "files/JournalMatch.h"
 #include "files/JournalTrust.h"
 #include "files/OverlayFile.h"
 
@@ -18,38 +18,14 @@ constexpr int kMostSetAside = 1000;
 
 }  // namespace
 
-/// The same stretch of the file, of the old bytes and of the new ones.
-struct JournalRecovery::Block {
-    std::string file, oldBytes, newBytes;
-
-    /// Reads what there is from `at` to `size`, at most `most` bytes.
-    static bool read(File& file, std::uint64_t begin, std::uint64_t at, std::uint64_t size,
-                     std::uint64_t most, std::string& bytes) {
-        bytes.resize(static_cast<std::size_t>(at < size ? std::min(size - at, most) : 0));
-        return bytes.empty() || readExactlyAt(file, begin + at, bytes.data(), bytes.size());
-    }
-
-    void compare(Match& match) const {
-        match.isOld = match.isOld && startsWith(file, oldBytes);
-        match.isNew = match.isNew && startsWith(file, newBytes);
-        const std::size_t both = std::min(oldBytes.size(), newBytes.size());
-        for (std::size_t i = 0; i < file.size() && match.explained; ++i) {
-            match.explained = (i < oldBytes.size() && file[i] == oldBytes[i]) ||
-                              (i < newBytes.size() && file[i] == newBytes[i]) ||
-                              (i >= both && file[i] == '\0');
-        }
-    }
-
-  private:
-    static bool startsWith(const std::string& bytes, const std::string& beginning) {
-        return bytes.compare(0, beginning.size(), beginning) == 0;
-    }
-};
-
 JournalRecovery::JournalRecovery(FileSystem& system, std::string filePath, File& file)
+    : JournalRecovery(system, filePath, file, Journal::pathFor(filePath)) {}
+
+JournalRecovery::JournalRecovery(FileSystem& system, std::string filePath, File& file,
+                                 std::string journalPath)
     : fSystem(system),
       fFilePath(std::move(filePath)),
-      fJournalPath(Journal::pathFor(fFilePath)),
+      fJournalPath(std::move(journalPath)),
       fFile(file) {}
 
 JournalRecovery::Verdict JournalRecovery::look() {
@@ -96,58 +72,57 @@ JournalRecovery::Verdict JournalRecovery::openJournal() {
 }
 
 JournalRecovery::Verdict JournalRecovery::judge() {
-    switch (fJournal.read(*fJournalFile)) {
-        case Journal::Condition::kShort:
+    const Journal::Condition condition = fJournal.read(*fJournalFile);
+    switch (condition) {
+        case Journal::Condition::kEmpty:
             return Verdict::kNotBegun;
+        case Journal::Condition::kShort:
+            return judgeShort();
         case Journal::Condition::kDamaged:
-            fMessage = "The journal " + fJournalPath + " is damaged; it was not applied";
+        case Journal::Condition::kSparse:
+            fMessage = "The journal " + fJournalPath +
+                       (condition == Journal::Condition::kSparse
+                            ? " has little of what it claims to have on the disk"
+                            : " is damaged") +
+                       "; it was not applied";
             return Verdict::kDamaged;
         case Journal::Condition::kOtherVersion:
-            fMessage = "The journal " + fJournalPath +
-                       " is of another version of the program, which can recover the file";
+            fMessage = "The journal " + fJournalPath + " has layout " +
+                       std::to_string(fJournal.version) +
+                       ", which a later version of the program has written; use that one, or a "
+                       "later one, to recover the file";
             return Verdict::kUnreadable;
         case Journal::Condition::kUnreadable:
             return unreadable(fJournalFile->error());
         case Journal::Condition::kWhole:
             break;
     }
-    Match found;
-    if (fJournal.fileName != Journal::nameOf(fFilePath)) {
-        found.explained = false;
-    } else if (!match(found)) {
-        return unreadable(fFile.error() ? fFile.error() : fJournalFile->error());
-    }
-    if (!found.explained) {
-        fMessage = "The journal " + fJournalPath +
-                   " is about another state of the file; it was not applied";
-        return Verdict::kUnexplained;
-    }
-    return found.isNew ? Verdict::kKeepNew : Verdict::kRestoreOld;
+    return judgeWhole();
 }
 
-bool JournalRecovery::match(Match& match) {
-    const auto length = fFile.size();
-    if (!length) return false;
-    const auto [shortest, longest] = std::minmax(fJournal.oldLength, fJournal.newLength);
-    match.explained = *length >= shortest && *length <= longest;
-    match.isOld = *length == fJournal.oldLength;
-    match.isNew = *length == fJournal.newLength;
-    Block block;
-    for (const Journal::Range& range : fJournal.ranges) {
-        const std::uint64_t most = std::max(range.oldSize, range.newSize);
-        const std::uint64_t there = *length < range.offset ? 0 : *length - range.offset;
-        for (std::uint64_t at = 0; at < most && match.explained; at += kBlockSize) {
-            const bool read = Block::read(fFile, range.offset, at, std::min(most, there),
-                                          kBlockSize, block.file) &&
-                              Block::read(*fJournalFile, range.oldAt, at, range.oldSize, kBlockSize,
-                                          block.oldBytes) &&
-                              Block::read(*fJournalFile, range.newAt, at, range.newSize, kBlockSize,
-                                          block.newBytes);
-            if (!read) return false;
-            block.compare(match);
-        }
+// The file is touched once the whole journal is on the disk, but journals lose their tails later, too.
+JournalRecovery::Verdict JournalRecovery::judgeShort() {
+    const std::optional<bool> isOld = isPlainlyOld(fJournal, *fJournalFile, fFile);
+    if (!isOld) return unreadable(fFile.error() ? fFile.error() : fJournalFile->error());
+    if (*isOld) return Verdict::kNotBegun;
+    fMessage = "The journal " + fJournalPath +
+               " ends too early, and does not show that the file is as it was before the change; "
+               "it was not applied";
+    return Verdict::kDamaged;
+}
+
+JournalRecovery::Verdict JournalRecovery::judgeWhole() {
+    const std::optional<JournalMatch> found = matchJournal(fJournal, *fJournalFile, fFile);
+    if (!found) return unreadable(fFile.error() ? fFile.error() : fJournalFile->error());
+    if (!found->isExplained) {
+        const bool isOfThisName = fJournal.fileName == Journal::nameOf(fFilePath);
+        fMessage = "The journal " + fJournalPath + " is about another state of the file" +
+                   (isOfThisName ? "" : ", or about " + fJournal.fileName) +
+                   "; it was not applied";
+        return Verdict::kUnexplained;
     }
-    return true;
+    fIsOld = found->isOld;
+    return found->isNew ? Verdict::kKeepNew : Verdict::kRestoreOld;
 }
 
 bool JournalRecovery::fail(const std::string& message) {
@@ -174,20 +149,36 @@ bool JournalRecovery::run() {
     return false;
 }
 
+bool JournalRecovery::runAndKeepJournal() {
+    const bool isToWrite = fVerdict == Verdict::kRestoreOld || fVerdict == Verdict::kKeepNew;
+    return isToWrite ? rewrite() : fVerdict == Verdict::kNotBegun;
+}
+
 // Even what the file holds already: the disk may not, after a kill.
 bool JournalRecovery::rewrite() {
     const bool toOld = fVerdict == Verdict::kRestoreOld;
+    if (toOld) markUndone();
     if (!writeChosen()) {
         const std::error_code& error = fFile.error() ? fFile.error() : fJournalFile->error();
         return fail("A change that was cut short could not be " +
                     std::string(toOld ? "undone" : "finished") + ": " + error.message());
     }
-    Match found;
-    if (!match(found) || !(toOld ? found.isOld : found.isNew)) {
+    const std::optional<JournalMatch> found = matchJournal(fJournal, *fJournalFile, fFile);
+    if (!found || !(toOld ? found->isOld : found->isNew)) {
         return fail("The file does not hold what was written to it");
     }
     if (toOld) fMessage = "A change that was cut short has been undone";
     return true;
+}
+
+// Where old bytes take the place of old ones there is nothing to tell apart.
+void JournalRecovery::markUndone() {
+    if (fIsOld || fJournal.isUndone || fJournal.version < 2) return;
+    std::error_code error;
+    const auto journal = fSystem.open(fJournalPath, FileSystem::Mode::kReadWrite, error);
+    if (journal && isNamed(fSystem, fJournalPath, *fJournalFile, error)) {
+        fJournal.isUndone = Journal::appendMark(*journal);
+    }
 }
 
 bool JournalRecovery::writeChosen() {
@@ -198,7 +189,8 @@ bool JournalRecovery::writeChosen() {
         const std::uint64_t size = toOld ? range.oldSize : range.newSize;
         if (!fFile.seek(range.offset)) return false;
         for (std::uint64_t at = 0; at < size; at += kBlockSize) {
-            if (!Block::read(*fJournalFile, from, at, size, kBlockSize, block)) return false;
+            block.resize(static_cast<std::size_t>(std::min(size - at, kBlockSize)));
+            if (!readExactlyAt(*fJournalFile, from + at, block.data(), block.size())) return false;
             if (!fFile.write(block.data(), block.size())) return false;
         }
     }

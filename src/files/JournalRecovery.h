@@ -16,23 +16,27 @@ class JournalRecovery {
   public:
     enum class Verdict {
         kNothing,      ///< there is no journal
-        kNotBegun,     ///< the journal was not finished: the file is as it was
+        kNotBegun,     ///< the journal was not finished, and the file plainly is as it was
         kRestoreOld,   ///< the file may hold some new bytes
         kKeepNew,      ///< the file holds all new bytes, though perhaps not on the disk yet
-        kDamaged,      ///< the journal is none, or other bytes than were written
+        kDamaged,      ///< the journal is none, or other bytes than were written, or too few
         kUnexplained,  ///< the journal is whole, but the file holds what is not in it
         kForeign,      ///< somebody left it there who may not change the file
         kUnreadable,   ///< the journal, or the file, cannot be looked at
     };
 
-    /// The path is free of links. File and file system outlive the recovery.
+    /// The paths are free of links. File and file system outlive the recovery.
     JournalRecovery(FileSystem& system, std::string filePath, File& file);
+    /// For a journal that lies where the file was before it was moved.
+    JournalRecovery(FileSystem& system, std::string filePath, File& file, std::string journalPath);
 
     /// Reads only.
     Verdict look();
     /// Acts on what `look` found; the file is writable. False when the journal is still there, and
     /// with it the need to recover, or to be told what to do; `message` says why.
     bool run();
+    /// Acts likewise, but leaves the journal where it is: another file needs it, too.
+    bool runAndKeepJournal();
     /// Shows the old bytes of the file in place of those that it holds, after the verdict that they
     /// are to be restored. Takes the file, which must be the one that was looked at.
     std::unique_ptr<File> oldBytesOver(std::unique_ptr<File> file);
@@ -42,17 +46,12 @@ class JournalRecovery {
     [[nodiscard]] const std::string& message() const { return fMessage; }
 
   private:
-    struct Match {
-        bool explained = true;  // by old bytes, new ones, and zeros where the file had grown
-        bool isOld = true;
-        bool isNew = true;
-    };
-    struct Block;
-
     Verdict openJournal();
     Verdict judge();
-    [[nodiscard]] bool match(Match& match);
+    Verdict judgeShort();
+    Verdict judgeWhole();
     bool rewrite();
+    void markUndone();
     [[nodiscard]] bool writeChosen();
     [[nodiscard]] bool isInPlace();
     bool removeJournal();
@@ -66,6 +65,7 @@ class JournalRecovery {
     File& fFile;
     std::unique_ptr<File> fJournalFile;
     Journal fJournal;
+    bool fIsOld = false;
     Verdict fVerdict = Verdict::kNothing;
     std::string fMessage;
 };

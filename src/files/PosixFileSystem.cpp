@@ -165,6 +165,20 @@ class PosixFile : public File {
 #endif
     }
 
+#if defined(SEEK_DATA) && defined(SEEK_HOLE)
+    std::optional<std::uint64_t> sizeOnDisk() override {
+        std::uint64_t sum = 0;
+        for (off_t at = 0;;) {
+            const off_t data = ::lseek(fDescriptor, at, SEEK_DATA);
+            if (data < 0 && errno == ENXIO) return sum;
+            if (data < 0 && errno == EINVAL) return size();
+            at = data < 0 ? data : ::lseek(fDescriptor, data, SEEK_HOLE);
+            if (!succeeded(at >= 0)) return std::nullopt;
+            sum += static_cast<std::uint64_t>(at - data);
+        }
+    }
+#endif
+
     LockResult lock(Lock kind) override {
 #ifdef F_OFD_SETLK
         // Unlike the other locks on ranges these do not go when somebody in this process closes

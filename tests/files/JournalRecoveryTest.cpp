@@ -69,8 +69,9 @@ TEST(ChecksumTest, IsTheOneItSays) {
     }
 }
 
-TEST_F(JournalRecoveryTest, OldBytesNewOnesAndZerosWhereItGrewAreExplained) {
+TEST_F(JournalRecoveryTest, OldBytesNewOnesAndAnythingWhereItGrewAreExplained) {
     const std::string grown(kNew.size() - kOld.size(), '\0');
+    const std::string stale(kNew.size() - kOld.size(), '#');
     const std::string foreign = "scene 13" + std::string(kOld.substr(8));
     const struct {
         std::string content;
@@ -81,12 +82,13 @@ TEST_F(JournalRecoveryTest, OldBytesNewOnesAndZerosWhereItGrewAreExplained) {
         {std::string(kNew), Verdict::kKeepNew, kNew},
         {kMixed, Verdict::kRestoreOld, kOld},
         {std::string(kOld) + grown, Verdict::kRestoreOld, kOld},
+        {std::string(kOld) + stale, Verdict::kRestoreOld, kOld},
+        {std::string(kNew.substr(0, kOld.size())) + stale, Verdict::kRestoreOld, kOld},
         {kMixed + grown.substr(1), Verdict::kRestoreOld, kOld},
         {std::string(kNew.substr(0, kNew.size() - 1)), Verdict::kRestoreOld, kOld},
         {foreign, Verdict::kUnexplained, foreign},
         {std::string(kNew) + "x", Verdict::kUnexplained},
         {std::string(kOld.substr(1)), Verdict::kUnexplained},
-        {std::string(kOld) + std::string(grown.size(), 'x'), Verdict::kUnexplained},
         {"", Verdict::kUnexplained},
     };
     for (const auto& row : rows) {
@@ -112,10 +114,6 @@ TEST_F(JournalRecoveryTest, OldBytesNewOnesAndZerosWhereItGrewAreExplained) {
 TEST_F(JournalRecoveryTest, ADamagedJournalChangesNothing) {
     for (std::size_t i = 0; i < fWhole.size(); ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(open(kMixed, fWhole.substr(0, i), Use::kWrite).verdict, Verdict::kNotBegun);
-        EXPECT_EQ(fSystem.files[kPath], kMixed);
-        EXPECT_EQ(fSystem.files.count(kSetAside) + fSystem.files.count(kJournal), 0U);
-
         std::string damaged = fWhole;
         damaged[i] ^= 0x20;
         const auto opening = open(kMixed, damaged, i % 2 == 0 ? Use::kRead : Use::kWrite);
@@ -123,22 +121,66 @@ TEST_F(JournalRecoveryTest, ADamagedJournalChangesNothing) {
         EXPECT_EQ(contentOf(opening), kMixed);
         EXPECT_EQ(fSystem.files[kSetAside], damaged);
     }
-    EXPECT_EQ(open(kMixed, fWhole + "x", Use::kWrite).verdict, Verdict::kDamaged);
-    // Of another file.
-    fSystem.files = {{"/folder/copy", kMixed}, {"/folder/copy.metadata-journal", fWhole}};
-    EXPECT_EQ(LockedFile::open("/folder/copy", Use::kWrite, {}).verdict, Verdict::kUnexplained);
-    EXPECT_EQ(fSystem.files["/folder/copy"], kMixed);
+    for (const std::string& journal : {fWhole + "x", fWhole + "\n\n", inLayout1(fWhole) + "\n"}) {
+        EXPECT_EQ(open(kMixed, journal, Use::kWrite).verdict, Verdict::kDamaged);
+    }
+}
+
+// The file is only touched once all of the journal is on the disk, but a disk may lose it again.
+TEST_F(JournalRecoveryTest, AJournalWithoutItsTailGoesOnlyBesideTheOldFile) {
+    const auto cutAt = [this](std::string_view content, const std::string& journal,
+                              std::size_t size) {
+        const auto opening = open(content, journal.substr(0, size), Use::kWrite);
+        EXPECT_EQ(contentOf(opening), content);
+        EXPECT_EQ(fSystem.files.count(kJournal), 0U);
+        const bool isKept = fSystem.files.count(kSetAside) == 1;
+        EXPECT_EQ(opening.verdict, isKept ? Verdict::kDamaged : Verdict::kNotBegun);
+        EXPECT_EQ(opening.notes.empty(), !isKept);
+        return isKept;
+    };
+    const std::string old1 = inLayout1(fWhole);
+    // Where the old bytes of the last range end, of which the header says nothing.
+    const std::size_t known1 = headerSize(old1) + 4 + (kOld.size() - 17);
+    for (std::size_t i = 0; i < fWhole.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(cutAt(kOld, fWhole, i), i > 0 && i < headerSize(fWhole));
+        for (const std::string& changed : {kMixed, std::string(kNew), std::string(kOld) + '\0'}) {
+            EXPECT_EQ(cutAt(changed, fWhole, i), i > 0);
+        }
+        if (i >= old1.size()) continue;
+        EXPECT_EQ(cutAt(kOld, old1, i), i > 0 && i < known1);
+        EXPECT_EQ(cutAt(kMixed, old1, i), i > 0);
+    }
+}
+
+TEST_F(JournalRecoveryTest, JournalsOfAnEarlierLayoutAreActedOn) {
+    const std::string old1 = inLayout1(fWhole);
+    EXPECT_EQ(contentOf(open(kMixed, old1, Use::kWrite)), kOld);
+    EXPECT_EQ(contentOf(open(kNew, old1, Use::kRead)), kNew);
+    EXPECT_EQ(open("foreign", old1, Use::kWrite).verdict, Verdict::kUnexplained);
 }
 
 TEST_F(JournalRecoveryTest, AJournalOfALaterVersionIsLeftToIt) {
-    constexpr std::size_t kVersionAt = 86;
     std::string later = fWhole;
-    later[kVersionAt + 3] = 2;
+    later[kVersionAt + 3] = 3;
     mendChecksums(later);
     const auto opening = open(kNew, later, Use::kRead);
     EXPECT_FALSE(opening.file);
     EXPECT_EQ(opening.verdict, Verdict::kUnreadable);
+    EXPECT_NE(opening.problem.find("has layout 3, which a later version"), std::string::npos);
     EXPECT_EQ(fSystem.files[kJournal], later);
+}
+
+// Scene and journal renamed together, or copied.
+TEST_F(JournalRecoveryTest, TheBytesDecideAndTheNameIsAHint) {
+    const std::string copy = "/folder/copy", journal = copy + ".metadata-journal";
+    fSystem.files = {{copy, kMixed}, {journal, fWhole}};
+    EXPECT_EQ(LockedFile::open(copy, Use::kWrite, {}).verdict, Verdict::kRestoreOld);
+    EXPECT_EQ(fSystem.files[copy], kOld);
+    fSystem.files = {{copy, "foreign"}, {journal, fWhole}};
+    const auto opening = LockedFile::open(copy, Use::kWrite, {});
+    EXPECT_EQ(opening.verdict, Verdict::kUnexplained);
+    EXPECT_NE(opening.notes.find("or about scene;"), std::string::npos) << opening.notes;
 }
 
 // An editor puts a new file there while the recovery waits, and somebody else starts to write that.
@@ -160,6 +202,8 @@ TEST_F(JournalRecoveryTest, AJournalForANewFileInThePlaceIsNotTouched) {
 TEST_F(JournalRecoveryTest, WhatContradictsItselfIsDamagedThoughItsChecksumsAreRight) {
     const std::size_t title = fWhole.find('\n') + 1;
     const std::size_t header = headerSize(fWhole);
+    const std::size_t name = fWhole.find("scene", title);
+    const auto isName = [name](std::size_t i) { return i >= name && i < name + 5; };
     const auto isNonce = [title](std::size_t i) { return i >= title + 8 && i < title + 16; };
     for (std::size_t i = title; i < header - 8; ++i) {
         for (const int flip : {0x01, 0x10, 0x80}) {
@@ -167,7 +211,7 @@ TEST_F(JournalRecoveryTest, WhatContradictsItselfIsDamagedThoughItsChecksumsAreR
             journal[i] = static_cast<char>(journal[i] ^ flip);
             mendChecksums(journal);
             const auto opening = open(kOld, journal, Use::kWrite);
-            EXPECT_EQ(opening.verdict == Verdict::kRestoreOld, isNonce(i)) << i;
+            EXPECT_EQ(opening.verdict == Verdict::kRestoreOld, isNonce(i) || isName(i)) << i;
             EXPECT_EQ(fSystem.files[kPath], kOld) << i;
         }
     }
@@ -179,7 +223,9 @@ TEST_F(JournalRecoveryTest, AFailingCallLeavesItToTheNext) {
     } rows[] = {{kMixed, fWhole, std::string(kOld)},
                 {std::string(kNew), fWhole, std::string(kNew)},
                 {kMixed, fWhole.substr(1), kMixed},
-                {kMixed, fWhole.substr(0, 99), kMixed}};
+                {kMixed, fWhole.substr(0, 99), kMixed},
+                {kMixed, fWhole.substr(0, fWhole.size() - 1), kMixed},
+                {std::string(kOld), fWhole.substr(0, fWhole.size() - 1), std::string(kOld)}};
     for (const auto& row : rows) {
         for (int n = 0, options = 0; options < 12; ++n) {
             SCOPED_TRACE(row.content + std::to_string(n) + ' ' + std::to_string(options));
