@@ -55,7 +55,8 @@ class Chooser {
 };
 
 /// A file: what programs see, and what each of its sectors may hold after a cut. Sectors reach the
-/// disk in any order, at any time, or not at all before the next sync; a length by itself.
+/// disk in any order, at any time, or not at all before the next sync; a length by itself. Where a
+/// length has reached the disk and no byte has, stale ones show in whole sectors.
 class Inode {
   public:
     Inode(const std::string& content, std::size_t sector)
@@ -107,6 +108,7 @@ class Inode {
     }
 
   private:
+    [[nodiscard]] std::string stale() const { return std::string(fSector, '#'); }
     [[nodiscard]] std::string sector(const std::string& bytes, std::size_t number) const {
         std::string result = bytes.substr(std::min(number * fSector, bytes.size()), fSector);
         result.resize(fSector);
@@ -119,7 +121,8 @@ class Inode {
     void changed(std::size_t from, std::size_t to) {
         for (std::size_t i = from / fSector; i * fSector < to; ++i) {
             std::vector<std::string>& versions = fVersions[i];
-            if (versions.empty()) versions.push_back(sector(fDurable, i));
+            const bool isStale = i * fSector >= fDurable.size();
+            if (versions.empty()) versions.push_back(isStale ? stale() : sector(fDurable, i));
             versions.push_back(sector(fNow, i));
             fDirty.insert(i);
         }
@@ -153,7 +156,7 @@ struct Disk {
             if (!added.empty()) names[added] = inode;
         }
     };
-    std::size_t sector = 16;
+    std::size_t sector = 1024;
     std::vector<Inode> inodes;
     Names names, durableNames;
     std::vector<NameChange> changes;

@@ -33,7 +33,8 @@ struct Saved {
 struct Scenario {
     std::string path;
     std::string content;
-    std::size_t sector = 16;
+    /// Twice what a disk writes at once: a sector may be torn in the middle.
+    std::size_t sector = 1024;
     std::vector<std::function<Saved(DiskSystem&)>> saves;
     int failing = -1;
     bool takesRemovals = true;
@@ -215,7 +216,7 @@ std::string text(std::size_t size, char first) {
 }
 
 /// A number near the beginning, and all from `kTail` on.
-constexpr std::size_t kNumber = 10, kNumberSize = 8, kTail = 40;
+constexpr std::size_t kNumber = 640, kNumberSize = 512, kTail = 2560;
 
 Saved rewrite(DiskSystem& system, std::size_t size, char first) {
     const std::string before = system.disk.content("/scene");
@@ -240,7 +241,7 @@ Saved rewrite(DiskSystem& system, std::size_t size, char first) {
 
 void runPlainScenarios(Proof& proof) {
     // The sizes of the tail: first block, larger, same size, smaller, last block removed.
-    const std::vector<std::size_t> sizes = {0, 30, 75, 75, 9, 0};
+    const std::vector<std::size_t> sizes = {0, 1920, 4800, 4800, 570, 0};
     for (std::size_t i = 0; i + 1 < sizes.size(); ++i) {
         const auto to = [&](std::size_t at, char first) {
             return [size = sizes[at % sizes.size()], first](DiskSystem& system) {
@@ -248,8 +249,8 @@ void runPlainScenarios(Proof& proof) {
             };
         };
         const std::string content = text(kTail, 'a') + text(sizes[i], 'h');
-        proof.run({"/scene", content, 16, {to(i + 1, 'o'), to(i + 2, 'A')}});
-        Scenario single = {"/scene", content, 64, {to(i + 1, 'o')}};
+        proof.run({"/scene", content, 1024, {to(i + 1, 'o'), to(i + 2, 'A')}});
+        Scenario single = {"/scene", content, 4096, {to(i + 1, 'o')}};
         proof.run(single);
         single.takesRemovals = false;
         proof.run(single);
@@ -289,7 +290,7 @@ void runScene(Proof& proof, const std::string& name) {
     content << std::ifstream(METADATA_SCENES_DIR + name, std::ios::binary).rdbuf();
     const auto accessor = Data::Accessor::accessorByExtension(name);
     accessor->setWritePolicy(Data::WritePolicy::careful());
-    Scenario scenario = {name, content.str(), 512, {}};
+    Scenario scenario = {name, content.str(), 1024, {}};
     for (const auto& [elements, value] : std::vector<std::pair<int, int>>{
              {40, 1000}, {200, 1000}, {200, 2000}, {3, 2000}, {0, 0}}) {
         scenario.saves.push_back([&, elements = elements, value = value](DiskSystem& system) {

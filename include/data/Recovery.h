@@ -41,6 +41,17 @@ struct METADATA_API Recovery {
     static Recovery run(const std::string& fileName,
                         std::chrono::milliseconds patience = std::chrono::seconds(10),
                         const std::function<bool()>& stopsWaiting = {});
+
+    /// The same for a file that was moved, or renamed, without its journal, which still lies where
+    /// the file was. Nothing needs to be at the old name any more; if another file is there that
+    /// the journal explains as well, the journal stays for that one. A journal that does not fit
+    /// (`kOrphaned`) is left where it is.
+    static Recovery inspectMoved(const std::string& oldName, const std::string& fileName,
+                                 std::chrono::milliseconds patience = std::chrono::seconds(10),
+                                 const std::function<bool()>& stopsWaiting = {});
+    static Recovery runMoved(const std::string& oldName, const std::string& fileName,
+                             std::chrono::milliseconds patience = std::chrono::seconds(10),
+                             const std::function<bool()>& stopsWaiting = {});
 };
 
 }  // namespace orbo::Data

@@ -4,12 +4,14 @@
 
 #include "accessors/Messages.h"
 #include "files/LockedFile.h"
+#include "files/MovedRecovery.h"
 
 namespace orbo::Data {
 
 namespace {
 
 using Files::LockedFile;
+using Files::MovedRecovery;
 using Verdict = Files::JournalRecovery::Verdict;
 
 Recovery::State stateOf(Verdict verdict) {
@@ -42,6 +44,15 @@ Recovery recoveryOf(const LockedFile::Opening& opening) {
     return recovery;
 }
 
+Recovery recoveryOf(const MovedRecovery& moved) {
+    Recovery recovery;
+    recovery.state = stateOf(moved.verdict);
+    recovery.done = moved.done;
+    recovery.journal = moved.journalPath;
+    recovery.message = moved.message;
+    return recovery;
+}
+
 }  // namespace
 
 Recovery Recovery::inspect(const std::string& fileName, std::chrono::milliseconds patience,
@@ -49,6 +60,14 @@ Recovery Recovery::inspect(const std::string& fileName, std::chrono::millisecond
     const auto opening = LockedFile::inspect(fileName, {patience, stopsWaiting});
     Recovery recovery = recoveryOf(opening);
     if (!opening.file) recovery.state = State::kRefused;
+    if (opening.error == std::errc::no_such_file_or_directory) {
+        const std::string journal = MovedRecovery::journalLeftAt(fileName);
+        if (!journal.empty()) {
+            addMessage(recovery.message, "Its journal " + journal +
+                                             " is still there. If the file was moved, `quilmeta "
+                                             "recover OLD-NAME --file NEW-NAME` mends it.");
+        }
+    }
     if (opening.file) recovery.setAside = opening.file->journalSetAside();
     recovery.done = opening.file && recovery.state == State::kNothing;
     return recovery;
@@ -65,6 +84,18 @@ Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds pa
     if (!opening.file && recovery.state == State::kNothing) recovery.state = State::kRefused;
     recovery.done = opening.file != nullptr;
     return recovery;
+}
+
+Recovery Recovery::inspectMoved(const std::string& oldName, const std::string& fileName,
+                                std::chrono::milliseconds patience,
+                                const std::function<bool()>& stopsWaiting) {
+    return recoveryOf(MovedRecovery::inspect(oldName, fileName, {patience, stopsWaiting}));
+}
+
+Recovery Recovery::runMoved(const std::string& oldName, const std::string& fileName,
+                            std::chrono::milliseconds patience,
+                            const std::function<bool()>& stopsWaiting) {
+    return recoveryOf(MovedRecovery::run(oldName, fileName, {patience, stopsWaiting}));
 }
 
 }  // namespace orbo::Data

@@ -65,6 +65,31 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
     return {};
 }
 
+// What the file holds now, and what becomes of it.
+std::string messageOfRefusedUndo(const FileRewrite::Outcome& outcome, const std::string& journal) {
+    using Content = FileRewrite::Content;
+    const bool isNew = outcome.content == Content::kNew;
+    std::string message = "The old content could not be put back.";
+    switch (outcome.content) {
+        case Content::kOld:
+            message += "\nThe file holds it, though perhaps not on the disk.";
+            break;
+        case Content::kNew:
+            message += "\nThe file holds the new content, though perhaps not on the disk.";
+            break;
+        case Content::kMixed:
+            message += "\nThe file holds some of the new content and some of the old.";
+            break;
+        case Content::kUnknown:
+            message += "\nWhat the file holds now cannot be read.";
+            break;
+    }
+    if (journal.empty()) return message + "\nThere is no journal to put it back from.";
+    return message + "\nThe journal " + journal +
+           " has both; by it the next one to open the file " +
+           (isNew ? "finishes the change." : "puts the old content back.");
+}
+
 }  // namespace
 
 RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::Change>& changes,
@@ -84,10 +109,8 @@ RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::C
     if (outcome.failed == Step::kChanged) return RewriteResult::kConflict;
     if (outcome.holdsNew) return RewriteResult::kUnsure;
     if (!outcome.restored) {
-        addMessage(errors, "The old content could not be put back.");
-        if (policy.durable) {
-            addMessage(errors, "It is in the journal " + rewrite.journalPath() + ".");
-        }
+        const std::string journal = policy.durable ? rewrite.journalPath() : std::string();
+        addMessage(errors, messageOfRefusedUndo(outcome, journal));
     }
     return RewriteResult::kFailed;
 }

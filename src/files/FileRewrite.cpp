@@ -198,6 +198,7 @@ FileRewrite::Outcome FileRewrite::commit() {
     Outcome outcome = failed(Step::kCommit, error ? error : fJournal->error());
     outcome.restored = false;
     outcome.holdsNew = true;
+    outcome.content = Content::kNew;
     return outcome;
 }
 
@@ -205,9 +206,9 @@ FileRewrite::Outcome FileRewrite::undo(Outcome failure) {
     if (!fTouched) {
         failure.restored = true;
     } else if (fDurable) {
-        static_cast<void>(Journal::appendMark(*fJournal));
         // What a failed sync leaves on the disk nobody knows: all is written again.
-        failure.restored = writeOld() && fFile.sync() && holdsOld();
+        failure.restored =
+            Journal::appendMark(*fJournal) && writeOld() && fFile.sync() && holdsOld();
     } else {
         // Where nothing can be written, nothing may have been overwritten either.
         failure.restored = writeOld() || holdsOld();
@@ -215,7 +216,16 @@ FileRewrite::Outcome FileRewrite::undo(Outcome failure) {
     if (fJournal && failure.restored) {
         discardJournal(fLocked.system(), fJournalPath, *fJournal);
     }
+    if (!failure.restored) failure.content = content();
     return failure;
+}
+
+FileRewrite::Content FileRewrite::content() {
+    if (holdsOld()) return Content::kOld;
+    if (holdsNew()) return Content::kNew;
+    char byte = 0;
+    const bool isReadable = fFile.size() && fFile.seek(0) && fFile.read(&byte, 1);
+    return isReadable ? Content::kMixed : Content::kUnknown;
 }
 
 bool FileRewrite::writeOld() {

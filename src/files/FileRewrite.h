@@ -34,6 +34,9 @@ class FileRewrite {
         kCommit,   ///< the journal cannot be removed, or not for sure
     };
 
+    /// What a file holds, whatever the disk does.
+    enum class Content { kOld, kNew, kMixed, kUnknown };
+
     struct Outcome {
         Step failed = Step::kDone;
         /// The range that could not be sought or written, and which of its pieces.
@@ -46,6 +49,8 @@ class FileRewrite {
         /// holds some of both, and after a durable rewrite the next one to open it restores it.
         bool restored = true;
         bool holdsNew = false;
+        /// When it is not as it was: what it holds now.
+        Content content = Content::kOld;
     };
 
     /// There is at least one range.
@@ -77,6 +82,7 @@ class FileRewrite {
     Outcome commit();
     Outcome undo(Outcome failure);
     [[nodiscard]] Outcome failed(Step step, const std::error_code& error) const;
+    [[nodiscard]] Content content();
     [[nodiscard]] bool writeOld();
     [[nodiscard]] bool holdsOld();
     [[nodiscard]] bool holdsNew();

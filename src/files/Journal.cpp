@@ -56,8 +56,8 @@ std::uint64_t randomNumber() {
 }
 
 std::string headerFor(const std::string& name, const std::vector<RewriteRange>& ranges) {
-    const std::size_t size = kFixedSize + ranges.size() * (kRangeSize + kChecksumSize) +
-                             name.size() + kChecksumSize;
+    const std::size_t size =
+        kFixedSize + ranges.size() * (kRangeSize + kChecksumSize) + name.size() + kChecksumSize;
     std::string header(kTitle);
     header += bigEndian(kVersion, 4) + bigEndian(size, 4) + bigEndian(randomNumber(), 8);
     header += bigEndian(ranges.back().oldEnd(), 8) + bigEndian(ranges.back().newEnd(), 8);

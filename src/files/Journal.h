@@ -60,9 +60,8 @@ struct Journal {
     /// Takes nothing in it for granted. Reads it all, a block at a time, which is in proportion to
     /// what the journal has on the disk.
     Condition read(File& journal);
-    /// Marks a whole journal, on the disk, as one whose old bytes are being put back. Where that
-    /// fails they are put back all the same.
-    static bool appendMark(File& journal);
+    /// Marks a whole journal, on the disk, as one whose old bytes are being put back.
+    [[nodiscard]] static bool appendMark(File& journal);
 };
 
 }  // namespace orbo::Files

@@ -122,7 +122,8 @@ class Matching {
     Block fBlock;
 };
 
-/// False when it cannot be read. Empty when the journal, or what it has on the disk, says too little.
+/// False when it cannot be read. Empty when the journal, or what it has on the disk, says too
+/// little.
 bool oldChecksum(const Journal& journal, const Journal::Range& range, File& journalFile,
                  std::optional<std::uint64_t>& found) {
     found = range.oldChecksum;

@@ -100,7 +100,8 @@ JournalRecovery::Verdict JournalRecovery::judge() {
     return judgeWhole();
 }
 
-// The file is touched once the whole journal is on the disk, but journals lose their tails later, too.
+// The file is touched once the whole journal is on the disk, but journals lose their tails later,
+// too.
 JournalRecovery::Verdict JournalRecovery::judgeShort() {
     const std::optional<bool> isOld = isPlainlyOld(fJournal, *fJournalFile, fFile);
     if (!isOld) return unreadable(fFile.error() ? fFile.error() : fJournalFile->error());
@@ -117,8 +118,7 @@ JournalRecovery::Verdict JournalRecovery::judgeWhole() {
     if (!found->isExplained) {
         const bool isOfThisName = fJournal.fileName == Journal::nameOf(fFilePath);
         fMessage = "The journal " + fJournalPath + " is about another state of the file" +
-                   (isOfThisName ? "" : ", or about " + fJournal.fileName) +
-                   "; it was not applied";
+                   (isOfThisName ? "" : ", or about " + fJournal.fileName) + "; it was not applied";
         return Verdict::kUnexplained;
     }
     fIsOld = found->isOld;
@@ -157,9 +157,11 @@ bool JournalRecovery::runAndKeepJournal() {
 // Even what the file holds already: the disk may not, after a kill.
 bool JournalRecovery::rewrite() {
     const bool toOld = fVerdict == Verdict::kRestoreOld;
-    if (toOld) markUndone();
-    if (!writeChosen()) {
-        const std::error_code& error = fFile.error() ? fFile.error() : fJournalFile->error();
+    std::error_code markError;
+    if ((toOld && !markUndone(markError)) || !writeChosen()) {
+        const std::error_code& error = markError       ? markError
+                                       : fFile.error() ? fFile.error()
+                                                       : fJournalFile->error();
         return fail("A change that was cut short could not be " +
                     std::string(toOld ? "undone" : "finished") + ": " + error.message());
     }
@@ -171,14 +173,25 @@ bool JournalRecovery::rewrite() {
     return true;
 }
 
-// Where old bytes take the place of old ones there is nothing to tell apart.
-void JournalRecovery::markUndone() {
-    if (fIsOld || fJournal.isUndone || fJournal.version < 2) return;
-    std::error_code error;
+// Where old bytes take the place of old ones there is nothing to tell apart. A journal that may not
+// be written stays without a mark.
+bool JournalRecovery::markUndone(std::error_code& error) {
+    if (fIsOld || fJournal.version < 2) return true;
     const auto journal = fSystem.open(fJournalPath, FileSystem::Mode::kReadWrite, error);
-    if (journal && isNamed(fSystem, fJournalPath, *fJournalFile, error)) {
-        fJournal.isUndone = Journal::appendMark(*journal);
+    if (!journal) {
+        error.clear();
+        return true;
     }
+    const auto mine = fJournalFile->status(), found = journal->status();
+    const bool isSame = mine && found && mine->isSameFile(*found);
+    // Whoever has left a mark may not have come to its sync.
+    const bool isMarked =
+        isSame && (fJournal.isUndone ? journal->sync() : Journal::appendMark(*journal));
+    if (!isMarked) {
+        error = journal->error() ? journal->error() : std::make_error_code(std::errc::io_error);
+    }
+    fJournal.isUndone = fJournal.isUndone || isMarked;
+    return isMarked;
 }
 
 bool JournalRecovery::writeChosen() {

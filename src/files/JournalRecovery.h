@@ -35,7 +35,8 @@ class JournalRecovery {
     /// Acts on what `look` found; the file is writable. False when the journal is still there, and
     /// with it the need to recover, or to be told what to do; `message` says why.
     bool run();
-    /// Acts likewise, but leaves the journal where it is: another file needs it, too.
+    /// Acts likewise on the file, and leaves the journal where it is. False also when the journal
+    /// has nothing for this file.
     bool runAndKeepJournal();
     /// Shows the old bytes of the file in place of those that it holds, after the verdict that they
     /// are to be restored. Takes the file, which must be the one that was looked at.
@@ -51,7 +52,7 @@ class JournalRecovery {
     Verdict judgeShort();
     Verdict judgeWhole();
     bool rewrite();
-    void markUndone();
+    [[nodiscard]] bool markUndone(std::error_code& error);
     [[nodiscard]] bool writeChosen();
     [[nodiscard]] bool isInPlace();
     bool removeJournal();

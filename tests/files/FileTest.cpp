@@ -53,6 +53,7 @@ TEST(RealFile, ReadsAndWritesWhereItWasTold) {
     const std::uint64_t far = std::uint64_t{5} << 32;
     EXPECT_TRUE(file->seek(far) && file->write("x", 1)) << "more than 32 bits can count";
     EXPECT_EQ(file->size(), far + 1);
+    EXPECT_LT(file->sizeOnDisk(), std::uint64_t{1} << 20) << "without the hole";
     const auto fixed = system.open(path, Mode::kRead, error);
     EXPECT_FALSE(fixed->write("x", 1) || fixed->truncate(0));
     EXPECT_FALSE(file->reserve(0, ~std::uint64_t{0}));

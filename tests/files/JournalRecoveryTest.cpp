@@ -153,6 +153,38 @@ TEST_F(JournalRecoveryTest, AJournalWithoutItsTailGoesOnlyBesideTheOldFile) {
     }
 }
 
+// It may be gigabytes long and have one block on the disk.
+TEST_F(JournalRecoveryTest, ASparseJournalCostsWhatItHasOnTheDisk) {
+    fWhole.resize(std::size_t{8} << 20);
+    fSystem.sizesOnDisk[kJournal] = 4096;
+    for (const std::size_t end : {std::size_t{0}, std::size_t{8}}) {
+        std::string journal = fWhole;
+        // Of a last range whose new bytes are all zeros.
+        const std::size_t header = headerSize(journal), last = 126 + 24;
+        journal.replace(last + 16, 8, bigEndian(journal.size() - header - 4 - 8 - 8 - end, 8));
+        journal.replace(110, 8, bigEndian(17 + fromBigEndian(journal.substr(last + 16, 8)), 8));
+        mendChecksums(journal);
+        fSystem.bytesRead = 0;
+        EXPECT_EQ(open(kOld, journal, Use::kWrite).verdict, Verdict::kDamaged);
+        EXPECT_LT(fSystem.bytesRead, 4096U);
+        fSystem.sizesOnDisk[kJournal] = journal.size() / 2;
+        const auto verdict = end == 0 ? Verdict::kRestoreOld : Verdict::kDamaged;
+        EXPECT_EQ(open(kOld, journal, Use::kWrite).verdict, verdict) << "some holes are no harm";
+        fSystem.sizesOnDisk[kJournal] = 4096;
+    }
+    // One that says what it cannot know, about a file of many bytes, and ends after its header.
+    const std::string large(std::size_t{40} << 20, 'x');
+    std::error_code error;
+    fSystem.files.clear();
+    const auto file = fSystem.create(kJournal, {}, error);
+    ASSERT_TRUE(Journal::write(*file, kPath, {{0, large, {"y"}}}));
+    std::string cut = fSystem.files[kJournal];
+    cut.resize(headerSize(cut) + 100);
+    fSystem.bytesRead = 0;
+    EXPECT_EQ(open(large, cut, Use::kWrite).verdict, Verdict::kDamaged);
+    EXPECT_LT(fSystem.bytesRead, 4096U);
+}
+
 TEST_F(JournalRecoveryTest, JournalsOfAnEarlierLayoutAreActedOn) {
     const std::string old1 = inLayout1(fWhole);
     EXPECT_EQ(contentOf(open(kMixed, old1, Use::kWrite)), kOld);
@@ -221,13 +253,16 @@ TEST_F(JournalRecoveryTest, AFailingCallLeavesItToTheNext) {
     const struct {
         std::string content, journal, after;
     } rows[] = {{kMixed, fWhole, std::string(kOld)},
+                {std::string(kNew.substr(0, kNew.size() - 1)), fWhole, std::string(kOld)},
                 {std::string(kNew), fWhole, std::string(kNew)},
                 {kMixed, fWhole.substr(1), kMixed},
                 {kMixed, fWhole.substr(0, 99), kMixed},
                 {kMixed, fWhole.substr(0, fWhole.size() - 1), kMixed},
                 {std::string(kOld), fWhole.substr(0, fWhole.size() - 1), std::string(kOld)}};
     for (const auto& row : rows) {
-        for (int n = 0, options = 0; options < 12; ++n) {
+        // A journal that cannot be marked only takes whole sectors.
+        const int most = row.content.size() == kNew.size() - 1 ? 6 : 12;
+        for (int n = 0, options = 0; options < most; ++n) {
             SCOPED_TRACE(row.content + std::to_string(n) + ' ' + std::to_string(options));
             const Use use = std::array{Use::kRead, Use::kWrite, Use::kRecover}[options % 3];
             fSystem.readOnly.clear();

@@ -43,6 +43,7 @@ class ScriptedFileSystem : public FileSystem {
     std::function<bool(Call)> fails = [](Call) { return false; };
     std::set<std::string> readOnly;
     std::map<std::string, FileStatus> statuses;
+    std::map<std::string, std::uint64_t> sizesOnDisk;  ///< of sparse files
     bool hasLocks = true;
     bool inodesAreKept = false;  ///< of open files, whatever `statuses` say of the name later
 
@@ -150,6 +151,10 @@ class ScriptedFileSystem : public FileSystem {
         }
         bool sync() override { return succeeds(Call::kSync); }
         bool reserve(std::uint64_t, std::uint64_t) override { return succeeds(Call::kReserve); }
+        std::optional<std::uint64_t> sizeOnDisk() override {
+            const auto told = fSystem.sizesOnDisk.find(fPath);
+            return told == fSystem.sizesOnDisk.end() ? size() : told->second;
+        }
         LockResult lock(Lock kind) override {
             if (!fSystem.hasLocks) return LockResult::kUnsupported;
             if (!succeeds(Call::kLock)) return LockResult::kFailed;

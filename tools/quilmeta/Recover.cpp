@@ -23,6 +23,7 @@ using State = Recovery::State;
 
 struct RecoverOptions {
     std::vector<std::string> files;
+    std::string moved;
     SceneAccess access;
     bool list = false;
 };
@@ -55,30 +56,54 @@ Words wordsFor(State state) {
     return {"nothing to recover", "", ""};
 }
 
-Outcome list(const std::string& file, const RecoverOptions& options, Output& output) {
-    const Recovery recovery = Recovery::inspect(file, options.access.patience(), interrupted);
+/// What the journal is about, for people.
+std::string journalOf(State state, const std::string& oldName) {
+    const bool isOther = state == State::kOrphaned && !oldName.empty();
+    return isOther ? "the journal of " + safeLine(oldName) + " does not fit the file "
+                   : wordsFor(state).found;
+}
+
+/// `oldName` is empty unless the scene was moved without its journal.
+Outcome list(const std::string& file, const std::string& oldName, const RecoverOptions& options,
+             Output& output) {
+    const auto patience = options.access.patience();
+    const Recovery recovery = oldName.empty() ? Recovery::inspect(file, patience, interrupted)
+                                              : Recovery::inspectMoved(oldName, file, patience, interrupted);
     if (recovery.state == State::kRefused) throw Trouble(recovery.message);
     if (recovery.state == State::kNothing) return Outcome::kDone;
-    const Words words = wordsFor(recovery.state);
-    output.write(safeLine(file) + ": " + words.found + words.toDo + '\n');
+    const bool stays = recovery.state == State::kOrphaned && !oldName.empty();
+    output.write(safeLine(file) + ": " + journalOf(recovery.state, oldName) +
+                 (stays ? "and stays" : wordsFor(recovery.state).toDo) + '\n');
     complain(file, recovery.message);
     return Outcome::kFound;
 }
 
-Outcome recover(const std::string& file, const RecoverOptions& options, Output& output) {
-    const Recovery recovery = Recovery::run(file, options.access.patience(), interrupted);
-    if (!recovery.done) throw Trouble(recovery.message);
-    const Words words = wordsFor(recovery.state);
-    output.write(safeLine(file) + ": " + words.found + words.done + '\n');
-    if (recovery.state == State::kOrphaned) complain(file, recovery.message);
+Outcome recover(const std::string& file, const std::string& oldName, const RecoverOptions& options,
+                Output& output) {
+    const auto patience = options.access.patience();
+    const Recovery recovery = oldName.empty() ? Recovery::run(file, patience, interrupted)
+                                              : Recovery::runMoved(oldName, file, patience, interrupted);
+    const bool isOrphaned = recovery.state == State::kOrphaned;
+    const bool stays = isOrphaned && !oldName.empty();
+    if (!recovery.done && !stays) throw Trouble(recovery.message);
+    output.write(safeLine(file) + ": " + journalOf(recovery.state, oldName) +
+                 (stays ? "and stays" : wordsFor(recovery.state).done) + '\n');
+    // What was undone or finished has been said.
+    if (isOrphaned || !oldName.empty()) complain(file, recovery.message);
     output.flush();
-    return Outcome::kDone;
+    return isOrphaned ? Outcome::kFound : Outcome::kDone;
 }
 
 Outcome recoverAll(const RecoverOptions& options, Output& output) {
+    const bool wasMoved = !options.moved.empty();
+    if (wasMoved && options.files.size() != 1) {
+        throw Trouble("--file goes with one FILE: the old name of the scene");
+    }
+    const std::string oldName = wasMoved ? options.files.front() : std::string();
+    const std::vector<std::string> files = wasMoved ? std::vector{options.moved} : options.files;
     const Purpose purpose = options.list ? Purpose::kReading : Purpose::kWriting;
-    return forEachFile(options.files, purpose, [&](const std::string& file) {
-        return options.list ? list(file, options, output) : recover(file, options, output);
+    return forEachFile(files, purpose, [&](const std::string& file) {
+        return (options.list ? list : recover)(file, oldName, options, output);
     });
 }
 
@@ -90,13 +115,19 @@ void addRecover(CLI::App& app, Output& output, int& exitCode) {
     addWords(*command, "FILE", options->files, "Scene files");
     command->add_flag("--list", options->list,
                       "Only say what is to be done; exit code 1 if there is anything");
+    command
+        ->add_option("--file", options->moved,
+                     "The scene FILE was moved to here, without its journal")
+        ->type_name("NEW-NAME");
     addWait(*command, options->access);
     command->footer(
         "A write that is killed, or meets the end of the power, leaves a journal beside the\n"
         "scene. All commands deal with it by themselves, except where the file system has no\n"
-        "locks: there make sure that nobody is writing the scene, and use this one.\n"
-        "Example:\n"
-        "  quilmeta recover --list shots/*.kx");
+        "locks: there make sure that nobody is writing the scene, and use this one. Exit code 1\n"
+        "says that a journal does not fit its scene, which may then be damaged.\n"
+        "Examples:\n"
+        "  quilmeta recover --list shots/*.kx\n"
+        "  quilmeta recover old-name.kx --file shots/new-name.kx");
     command->callback(
         [options, &output, &exitCode] { exitCode = exitCodeOf(recoverAll(*options, output)); });
 }
