@@ -12,7 +12,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <unordered_map>
 
 #include "accessors/Findings.h"
 #include "accessors/NameFilter.h"
@@ -44,7 +43,7 @@ class UnreadableRecords {
 /// caller's wish that it goes; whatever else the file holds stays.
 struct TakenNames {
     /// With the members that each had then: the caller may have added some since.
-    std::unordered_map<std::string, RefPtr<const Layout>> structures;
+    std::map<std::string, RefPtr<const Layout>> structures;
     std::set<std::string> associations;
     UnreadableRecords unreadable;
     /// Tell whether the file holds them still: of the file, and of the section if it was taken.

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/SceneWriter.h"
 
+#include <set>
 #include <string_view>
-#include <unordered_set>
 #include <utility>
 
 #include "accessors/Messages.h"
@@ -167,7 +167,7 @@ bool SceneWriter::writeNode(const WrittenModel::Node& node, std::string& errors)
 
 // What was written before without what it needs to be read is replaced all the same.
 void SceneWriter::dropRepeated() {
-    std::unordered_set<std::string_view> written(fNew.structures.begin(), fNew.structures.end());
+    std::set<std::string_view> written(fNew.structures.begin(), fNew.structures.end());
     written.insert(fNew.nodes.begin(), fNew.nodes.end());
     written.insert(fNew.scene);
     for (Entry& entry : fSection.entries()) {

@@ -4,9 +4,9 @@
 
 #include <data/Accessor.h>
 
+#include <map>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -56,8 +56,8 @@ class SceneWriter {
     WrittenModel fModel;
     TakenNames fWritten;
     // What the file holds already, by name.
-    std::unordered_map<std::string, std::string> fUnchangedStructures;
-    std::unordered_map<std::string, std::string> fUnchangedNodes;
+    std::map<std::string, std::string> fUnchangedStructures;
+    std::map<std::string, std::string> fUnchangedNodes;
     std::vector<std::pair<std::string, Entry*>> fRemovedStructures;  // by the caller
     std::set<std::string> fNeededStructures;  // by associations that are kept
     SceneSection::NewRecords fNew;

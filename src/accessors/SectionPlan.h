@@ -6,11 +6,11 @@
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
-#include <unordered_map>
 
 #include "accessors/ModelReading.h"
 #include "accessors/SceneRecord.h"
@@ -66,7 +66,7 @@ class SectionPlan {
     const WrittenModel& fModel;
     const TakenNames& fTaken;
     std::optional<IndexTypes::KeepUnknown> fUnknownAsText;
-    std::unordered_map<std::string, Winner> fWinners;
+    std::map<std::string, Winner> fWinners;
     std::set<std::string> fLostStructures;  // or others in their place
     std::set<std::string> fReadNodes;
     std::set<std::string> fHelpedNodes;

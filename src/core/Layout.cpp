@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 
 #include "core/DataTypes.h"
+#include "core/NameHash.h"
 #include "debug/NeverDestroyed.h"
 
 namespace orbo::Data {
@@ -28,9 +28,7 @@ std::uint64_t valueBytes(const Member& member) {
            static_cast<std::uint64_t>(dataType(member.type()).size);
 }
 
-std::uint32_t hashOf(std::string_view name) {
-    return static_cast<std::uint32_t>(std::hash<std::string_view>()(name));
-}
+std::uint32_t hashOf(const char* name) { return static_cast<std::uint32_t>(NameHash::of(name)); }
 
 }  // namespace
 
@@ -52,25 +50,28 @@ const Layout& Layout::empty() {
     return *layout;
 }
 
-unsigned int Layout::indexOf(std::string_view name) const {
+unsigned int Layout::indexOf(const char* name) const {
     if (!fSlots.empty()) return slotOf(name, hashOf(name)).memberBehind - 1;
-    const auto found = std::find_if(fMembers.begin(), fMembers.end(),
-                                    [&](const Member& member) { return name == member.name(); });
+    const auto found = std::find_if(fMembers.begin(), fMembers.end(), [&](const Member& member) {
+        return std::strcmp(name, member.fName) == 0;
+    });
     if (found == fMembers.end()) return kNoMember;
     return static_cast<unsigned int>(found - fMembers.begin());
 }
 
-const Layout::Slot& Layout::slotOf(std::string_view name, std::uint32_t hash) const {
+const Layout::Slot& Layout::slotOf(const char* name, std::uint32_t hash) const {
     const std::size_t mask = fSlots.size() - 1;  // the size is a power of two
     for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
         const Slot& slot = fSlots[i];
         if (slot.memberBehind == 0) return slot;
-        if (slot.hash == hash && fMembers[slot.memberBehind - 1].name() == name) return slot;
+        if (slot.hash == hash && std::strcmp(fMembers[slot.memberBehind - 1].fName, name) == 0) {
+            return slot;
+        }
     }
 }
 
 void Layout::fillSlot(unsigned int member) {
-    const std::string_view name = fMembers[member].name();
+    const char* const name = fMembers[member].fName;
     const std::uint32_t hash = hashOf(name);
     const auto place = &slotOf(name, hash) - fSlots.data();
     fSlots[static_cast<std::size_t>(place)] = {hash, member + 1};
@@ -133,7 +134,7 @@ bool Layout::isDefault(const char* chunk) const {
                                 [&](const Member& member) { return member.isDefault(chunk); });
 }
 
-bool Layout::isDefault(const char* chunk, std::string_view memberName) const {
+bool Layout::isDefault(const char* chunk, const char* memberName) const {
     const unsigned int index = indexOf(memberName);
     return chunk && (index == kNoMember || fMembers[index].isDefault(chunk));
 }

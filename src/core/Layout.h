@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -43,7 +42,7 @@ class Layout : public RefCounted {
     [[nodiscard]] const Member& member(unsigned int index) const { return fMembers[index]; }
     [[nodiscard]] const std::vector<Member>& members() const { return fMembers; }
     /// `kNoMember` when there is none; constant time.
-    [[nodiscard]] unsigned int indexOf(std::string_view name) const;
+    [[nodiscard]] unsigned int indexOf(const char* name) const;
 
     /// Bytes of a chunk.
     [[nodiscard]] std::uint64_t totalSize() const { return fTotalSize; }
@@ -69,7 +68,7 @@ class Layout : public RefCounted {
     /// False for a null chunk.
     [[nodiscard]] bool isDefault(const char* chunk) const;
     /// One member only; true for a name that no member has.
-    [[nodiscard]] bool isDefault(const char* chunk, std::string_view memberName) const;
+    [[nodiscard]] bool isDefault(const char* chunk, const char* memberName) const;
 
     /// False when the type stores nothing, the length is 0, the name is null, empty or taken, or
     /// the chunk would pass `kLargestSize`.
@@ -84,7 +83,7 @@ class Layout : public RefCounted {
         std::uint32_t memberBehind = 0;  // its number and one; 0 for no member
     };
     /// Where in the table the name is, or would be.
-    [[nodiscard]] const Slot& slotOf(std::string_view name, std::uint32_t hash) const;
+    [[nodiscard]] const Slot& slotOf(const char* name, std::uint32_t hash) const;
     void fillSlot(unsigned int member);
     /// So that one more member finds room.
     void growTable();

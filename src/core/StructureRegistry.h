@@ -4,7 +4,7 @@
 
 #include <data/Structure.h>
 
-#include <cstddef>
+#include <cstdint>
 #include <set>
 #include <string>
 #include <string_view>
@@ -42,7 +42,7 @@ class StructureRegistry {
 
   private:
     /// By the hash of their names.
-    using NameIndex = std::unordered_multimap<std::size_t, Structure*>;
+    using NameIndex = std::unordered_multimap<std::uint64_t, Structure*>;
     void enter(Structure& structure);
     NameIndex& byName();
     void strike(const Structure& structure, std::string_view name);

@@ -138,7 +138,7 @@ ColumnPlace Stream::columnPlace(const char* member, Member::eDataType type) {
     const std::string name = member ? member : "";
     impl().sync();
     const Layout& layout = impl().layout();
-    const unsigned int index = layout.indexOf(name);
+    const unsigned int index = layout.indexOf(name.c_str());
     if (index == Layout::kNoMember) return fail("There is no member '" + name + "'.");
     const Member& found = layout.member(index);
     const DataType& stored = dataType(found.type());

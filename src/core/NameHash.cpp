@@ -1,0 +1,36 @@
+// A hash of names whose collisions nobody can prepare.
+// SPDX-License-Identifier: Apache-2.0
+#include "core/NameHash.h"
+
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <chrono>
+
+namespace orbo::Data {
+
+namespace {
+
+// Where the system has no randomness to give, what a file's author cannot know has to do: the time,
+// the process, and where its stack and the library lie.
+NameHash::Key makeKey() {
+    NameHash::Key key;
+    const ::ssize_t drawn = ::getrandom(&key, sizeof key, GRND_NONBLOCK);
+    if (drawn == static_cast<::ssize_t>(sizeof key)) return key;
+    const std::uint64_t sources[] = {
+        static_cast<std::uint64_t>(std::chrono::system_clock::now().time_since_epoch().count()),
+        static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()),
+        static_cast<std::uint64_t>(::getpid()), reinterpret_cast<std::uintptr_t>(&key),
+        reinterpret_cast<std::uintptr_t>(&makeKey)};
+    const std::string_view bytes(reinterpret_cast<const char*>(sources), sizeof sources);
+    return {NameHash::of(bytes, {1, 0}), NameHash::of(bytes, {2, 0})};
+}
+
+}  // namespace
+
+const NameHash& NameHash::ofProcess() {
+    static const NameHash hash(makeKey());
+    return hash;
+}
+
+}  // namespace orbo::Data

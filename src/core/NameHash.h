@@ -1,0 +1,99 @@
+// A hash of names whose collisions nobody can prepare.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "core/EightBytes.h"
+
+namespace orbo::Data {
+
+/// SipHash-1-3 with a secret key. A file's author can find names that collide under a hash function
+/// that is known, and make each look-up as slow as a walk over all names. Tables whose keys come
+/// from files are therefore ordered, or hashed by this. The value differs from process to process,
+/// so nothing that is shown or stored may depend on it.
+class NameHash {
+  public:
+    struct Key {
+        std::uint64_t first = 0;
+        std::uint64_t second = 0;
+    };
+
+    /// With the key of this process, which is drawn when the first name is hashed.
+    static std::uint64_t of(std::string_view name) { return ofProcess().taken(name); }
+
+    static std::uint64_t of(std::string_view name, const Key& key) {
+        return NameHash(key).taken(name);
+    }
+
+  private:
+    /// With its key, and nothing added yet.
+    static const NameHash& ofProcess();
+
+    explicit constexpr NameHash(const Key& key)
+        : a(key.first ^ 0x736f6d6570736575),
+          b(key.second ^ 0x646f72616e646f6d),
+          c(key.first ^ 0x6c7967656e657261),
+          d(key.second ^ 0x7465646279746573) {}
+
+    [[nodiscard]] std::uint64_t taken(std::string_view name) const {
+        NameHash hash(*this);
+        const char* next = name.data();
+        std::size_t left = name.size();
+        for (; left >= 8; left -= 8, next += 8) hash.add(word<std::uint64_t>(next));
+        hash.add(std::uint64_t{name.size()} << 56 | lastBytes(next, left));
+        return hash.finish();
+    }
+
+    void add(std::uint64_t word) {
+        d ^= word;
+        round();
+        a ^= word;
+    }
+    std::uint64_t finish() {
+        c ^= 0xff;
+        round();
+        round();
+        round();
+        return a ^ b ^ c ^ d;
+    }
+
+    void round() {
+        a += b;
+        c += d;
+        b = rotated(b, 13) ^ a;
+        d = rotated(d, 16) ^ c;
+        a = rotated(a, 32) + d;
+        c += b;
+        d = rotated(d, 21) ^ a;
+        b = rotated(b, 17) ^ c;
+        c = rotated(c, 32);
+    }
+    static constexpr std::uint64_t rotated(std::uint64_t value, int bits) {
+        return value << bits | value >> (64 - bits);
+    }
+
+    template <typename Word>
+    static Word word(const char* from) {
+        Word word = 0;
+        std::memcpy(&word, from, sizeof word);
+        return word;
+    }
+    /// Fewer than eight, the first of them lowest.
+    static std::uint64_t lastBytes(const char* from, std::size_t count) {
+        if (EightBytes::kUsable && count >= 4) {  // two halves, which may overlap
+            return word<std::uint32_t>(from) | std::uint64_t{word<std::uint32_t>(from + count - 4)}
+                                                   << (8 * (count - 4));
+        }
+        std::uint64_t bytes = 0;
+        while (count-- > 0) bytes = bytes << 8 | static_cast<unsigned char>(from[count]);
+        return bytes;
+    }
+
+    std::uint64_t a, b, c, d;
+};
+
+}  // namespace orbo::Data
