@@ -14,6 +14,9 @@ class AssociationsImpl;
 
 /// A handle on shared channels, in byte-wise order of their names. Copies see each other's changes
 /// until one calls `makeUnique`. Channels are handed out as handles on the stored ones.
+///
+/// Any number of threads may look for channels and walk them at once, `channel` of a name that is
+/// there included, as long as nobody changes the associations or names in it.
 class METADATA_API Associations {
   public:
     using iterator = AssociationsIterator;
@@ -34,7 +37,7 @@ class METADATA_API Associations {
     /// Made, and stored, if there is none of that name.
     Channel channel(const std::string& name);
     /// Past the end a new channel that is not stored.
-    Channel channelAt(unsigned int position);
+    [[nodiscard]] Channel channelAt(unsigned int position) const;
     /// Null past the end.
     const Channel* operator[](unsigned int position) const;
     /// Null when there is no such channel. Good until the channel is removed or replaced.

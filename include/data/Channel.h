@@ -18,6 +18,9 @@ class ChannelImpl;
 /// until one calls `makeUnique`; nothing that changes a channel does that by itself.
 ///
 /// Streams that the channel hands out are its own: good until they are removed or replaced.
+///
+/// Any number of threads may look for streams and walk them at once, as long as nobody changes the
+/// channel or names in it.
 class METADATA_API Channel {
   public:
     using iterator = ChannelIterator;
@@ -39,6 +42,9 @@ class METADATA_API Channel {
     Stream* setDataStream(const Stream& stream);
     /// Null when there is no such stream.
     Stream* dataStream(const std::string& name) { return findDataStream(name); }
+    [[nodiscard]] const Stream* dataStream(const std::string& name) const {
+        return findDataStream(name);
+    }
     Stream* dataStream(unsigned int position);
     [[nodiscard]] const Stream* dataStream(unsigned int position) const;
     Stream* findDataStream(const std::string& name);

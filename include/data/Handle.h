@@ -72,9 +72,10 @@ class METADATA_API Handle {
     [[nodiscard]] bool isDefaultMember(const char* name) const;
 
     /// Parses `text` into value `index` of the current member. Returns the number of errors and
-    /// appends a line for each. What follows the value in the text is ignored. For a string member
-    /// the whole text is taken, and the pointer that was in the slot is left to the caller, who
-    /// frees it first.
+    /// appends a line for each. At the end, behind the last member, this and `str` throw
+    /// `std::out_of_range` ("Const Member"). What follows the value in the text is ignored. For a
+    /// string member the whole text is taken, and the pointer that was in the slot is left to the
+    /// caller, who frees it first.
     unsigned int fromStr(const std::string& text, unsigned int index, std::string& errors);
     /// Value `index` of the current member as text; empty when the member has no such value.
     [[nodiscard]] std::string str(unsigned int index) const;

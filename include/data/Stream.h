@@ -2,12 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/ConstHandle.h>
 #include <data/Handle.h>
 #include <data/Index.h>
 #include <data/StreamColumn.h>
 #include <data/StreamIterator.h>
 #include <debug/Export.h>
 
+#include <cstdint>
 #include <string>
 
 namespace orbo::Data {
@@ -20,6 +22,11 @@ class Structure;
 /// Storage is mapped (any index, elements where they were set) or dense (one array over the numbers
 /// from 0; every number below the count is an element). Handles and iterators on elements are good
 /// until that element goes, until dense storage grows, or until the structure gets new members.
+///
+/// Any number of threads may look for elements and walk them at once, through one stream object or
+/// several that share the storage, as long as nobody changes the storage or its structure. That
+/// holds for everything `const` and for `element`, `begin`, `end` and `column` of a stream that is
+/// not.
 class METADATA_API Stream {
   public:
     using iterator = StreamIterator;
@@ -48,11 +55,15 @@ class METADATA_API Stream {
 
     [[nodiscard]] unsigned int elementCount() const;
     [[nodiscard]] bool empty() const { return elementCount() == 0; }
-    [[nodiscard]] bool hasElement(Index index) const;
-    /// On the stored element, at its first member; without data when there is no such element.
     /// Numbers need no index, here and below.
-    Handle element(Index index);
+    [[nodiscard]] bool hasElement(const Index& index) const;
+    [[nodiscard]] bool hasElement(unsigned int number) const;
+    /// On the stored element, at its first member; without data when there is no such element.
+    Handle element(const Index& index);
     Handle element(unsigned int number);
+    /// The same to read only, which counts no references.
+    [[nodiscard]] ConstHandle element(const Index& index) const;
+    [[nodiscard]] ConstHandle element(unsigned int number) const;
     /// Stores a copy. False for a handle of another structure object, even an equal one, and
     /// without memory for the copy. Dense storage also refuses handles without data. Here and below
     /// `std::bad_alloc` is thrown, with nothing changed, without memory to find the element by.
@@ -69,6 +80,12 @@ class METADATA_API Stream {
     [[nodiscard]] StreamColumn<T> column(const char* member) {
         static_assert(dataTypeOf<T>() != Member::kInvalid, "no member has values of this type");
         return StreamColumn<T>(columnPlace(member, dataTypeOf<T>()));
+    }
+    /// The same to read only.
+    template <typename T>
+    [[nodiscard]] StreamColumn<const T> column(const char* member) const {
+        static_assert(dataTypeOf<T>() != Member::kInvalid, "no member has values of this type");
+        return StreamColumn<const T>(columnPlace(member, dataTypeOf<T>()));
     }
     /// Dense storage sets the element to its default instead. Always true.
     bool removeElement(Index index);
@@ -111,14 +128,15 @@ class METADATA_API Stream {
   private:
     friend class StreamAccess;
 
-    /// Named "Stream", mapped, with an empty structure; the storage is made when first needed.
+    /// Named "Stream", mapped, with an empty structure.
     Stream();
 
-    [[nodiscard]] ColumnPlace columnPlace(const char* member, Member::eDataType type);
-    StreamImpl& impl() const;
+    [[nodiscard]] ColumnPlace columnPlace(const char* member, Member::eDataType type) const;
+    [[nodiscard]] StreamImpl& impl() const { return *fImpl; }
     void setImpl(StreamImpl* impl);
 
-    mutable StreamImpl* fImpl = nullptr;  // one reference
+    StreamImpl* fImpl = nullptr;            // one reference
+    std::uint64_t* fRenameCount = nullptr;  // see StreamAccess::setRenameCount
 
     static Debug::ObjectCounter _objects;
 };

@@ -67,8 +67,8 @@ class METADATA_API StreamIteratorImpl {
     StreamIteratorImpl() = default;
     StreamIteratorImpl(const StreamIteratorImpl& other);
 
-    /// Points the handle at the stretch's first element, after a `sync` of the storage.
-    void enter(const Stretch& stretch, StreamImpl& storage);
+    /// Points the handle at the stretch's first element, after a `syncToRead` of the storage.
+    void enter(const Stretch& stretch, const StreamImpl& storage);
     /// Of the current element in the stretch that was entered.
     [[nodiscard]] unsigned int number() const { return fStretch.number; }
     /// Whether nothing is left of the stretch, and storage and handle are as it was entered.

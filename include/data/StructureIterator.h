@@ -64,7 +64,7 @@ class METADATA_API StructureIterator {
     [[nodiscard]] const Member* current() const;
     void release() noexcept;
 
-    mutable const Structure* fStructure = nullptr;  // made when first asked for
+    const Structure* fStructure;  // one reference
     unsigned int fIndex;
 };
 

@@ -42,7 +42,7 @@ bool Associations::operator==(const Associations& other) const { return fImpl ==
 
 Channel Associations::channel(const std::string& name) { return fImpl->channel(name); }
 
-Channel Associations::channelAt(unsigned int position) {
+Channel Associations::channelAt(unsigned int position) const {
     const Channel* found = fImpl->channelAt(position);
     return found ? *found : Channel();
 }

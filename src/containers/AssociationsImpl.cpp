@@ -38,12 +38,12 @@ Channel AssociationsImpl::channel(const std::string& name) {
     return insert(fChannels, Channel(name));
 }
 
-Channel* AssociationsImpl::channelAt(unsigned int position) {
+Channel* AssociationsImpl::channelAt(unsigned int position) const {
     const auto found = channels().at(position);
     return found == fChannels.end() ? nullptr : &found->second;
 }
 
-Channel* AssociationsImpl::findChannel(const std::string& name) {
+Channel* AssociationsImpl::findChannel(const std::string& name) const {
     const auto found = fChannels.find(name, fRenames);
     return found == fChannels.end() ? nullptr : &found->second;
 }
@@ -57,7 +57,7 @@ void AssociationsImpl::setChannel(const Channel& channel) {
 }
 
 bool AssociationsImpl::removeChannel(const std::string& name) {
-    const auto found = fChannels.find(name, fRenames);
+    const auto found = fChannels.findToChange(name, fRenames);
     if (found == fChannels.end()) return false;
     fChannels.erase(found);
     return true;

@@ -33,8 +33,8 @@ class AssociationsImpl : public RefCounted {
 
     Channel channel(const std::string& name);
     /// Null when there is none.
-    Channel* channelAt(unsigned int position);
-    Channel* findChannel(const std::string& name);
+    [[nodiscard]] Channel* channelAt(unsigned int position) const;
+    [[nodiscard]] Channel* findChannel(const std::string& name) const;
     void setChannel(const Channel& channel);
     bool removeChannel(const std::string& name);
     /// Replaces each channel by a deep copy; true when one of them has streams.
@@ -51,7 +51,7 @@ class AssociationsImpl : public RefCounted {
   private:
     Channel& insert(ChannelSet& channels, const Channel& channel);
 
-    mutable ChannelSet fChannels;  // sorted when first needed, so by looks as well
+    mutable ChannelSet fChannels;  // sorted when first needed, also by readers: see NameOrdered
     std::uint64_t fRenames = 0;
 
     static Debug::ObjectCounter _objects;

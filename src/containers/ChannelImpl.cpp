@@ -26,61 +26,69 @@ const std::string& StreamName::operator()(const std::unique_ptr<Stream>& stream)
 ChannelImpl::ChannelImpl(const std::string& name) : fName(name) { _objects.objectCreated(); }
 
 ChannelImpl::ChannelImpl(const ChannelImpl& other) : RefCounted(other), fName(other.fName) {
-    for (auto& entry : other.streams()) fStreams.insert(std::make_unique<Stream>(*entry.second));
+    for (auto& entry : other.streams()) fStreams.insert(ownCopy(*entry.second));
     _objects.objectCreated();
 }
 
 ChannelImpl::~ChannelImpl() { _objects.objectDestroyed(); }
 
 ChannelImpl::StreamSet& ChannelImpl::streams() const {
-    fStreams.sort(StreamAccess::nameChanges());
+    fStreams.sort(renames());
     return fStreams;
 }
 
-ChannelImpl::StreamSet::iterator ChannelImpl::find(const std::string& name) {
-    return fStreams.find(name, StreamAccess::nameChanges());
+// Both only grow.
+std::uint64_t ChannelImpl::renames() const { return fRenames + StreamAccess::sharedRenames(); }
+
+ChannelImpl::StreamSet::iterator ChannelImpl::findToChange(const std::string& name) {
+    return fStreams.findToChange(name, renames());
+}
+
+std::unique_ptr<Stream> ChannelImpl::ownCopy(const Stream& stream) {
+    auto copy = std::make_unique<Stream>(stream);
+    StreamAccess::setRenameCount(*copy, fRenames);
+    return copy;
 }
 
 Stream* ChannelImpl::setDataStream(const Stream& stream) {
     streams();
-    const auto found = find(stream.name());
+    const auto found = findToChange(stream.name());
     // The stream may be the second of two that came to share a name.
     for (auto same = found; same != fStreams.end() && same->first == found->first; ++same) {
         if (same->second.get() == &stream) return same->second.get();
     }
-    auto copy = std::make_unique<Stream>(stream);
+    auto copy = ownCopy(stream);
     if (found == fStreams.end()) return fStreams.insert(std::move(copy))->second.get();
     found->second = std::move(copy);
     return found->second.get();
 }
 
-Stream* ChannelImpl::dataStream(unsigned int position) {
+Stream* ChannelImpl::dataStream(unsigned int position) const {
     const auto found = streams().at(position);
     return found == fStreams.end() ? nullptr : found->second.get();
 }
 
-Stream* ChannelImpl::findDataStream(const std::string& name) {
-    const auto found = find(name);
+Stream* ChannelImpl::findDataStream(const std::string& name) const {
+    const auto found = fStreams.find(name, renames());
     return found == fStreams.end() ? nullptr : found->second.get();
 }
 
 bool ChannelImpl::removeDataStream(const std::string& name) {
-    const auto found = find(name);
+    const auto found = findToChange(name);
     if (found == fStreams.end()) return false;
     fStreams.erase(found);
     return true;
 }
 
 bool ChannelImpl::renameDataStream(const std::string& oldName, const std::string& newName) {
-    const auto found = find(oldName);
+    const auto found = findToChange(oldName);
     if (found == fStreams.end()) return false;
     if (oldName == newName) return true;
 
-    const bool taken = find(newName) != fStreams.end();
+    const bool taken = findToChange(newName) != fStreams.end();
     if (taken) fDropped.emplace_back();
     // Streams of one name may share their storage, and are then renamed together.
-    const bool othersStay =
-        fStreams.isSorted(StreamAccess::nameChanges()) && !fStreams.hasTwin(found);
+    const bool othersStay = fStreams.isSorted(renames()) && !fStreams.hasTwin(found);
     StreamAccess::setName(*found->second, newName);
     if (taken) {
         // A refused rename takes the stream out of the channel, as callers expect.
@@ -89,7 +97,7 @@ bool ChannelImpl::renameDataStream(const std::string& oldName, const std::string
     } else {
         fStreams.file(found);
     }
-    if (othersStay) fStreams.markSorted(StreamAccess::nameChanges());
+    if (othersStay) fStreams.markSorted(renames());
     return !taken;
 }
 
@@ -116,7 +124,7 @@ bool ChannelImpl::makeUnique() {
     bool detached = false;
     StreamSet fresh;
     for (auto& entry : streams()) {
-        auto copy = std::make_unique<Stream>(*entry.second);
+        auto copy = ownCopy(*entry.second);
         if (copy->makeUnique()) detached = true;
         fresh.insert(std::move(copy));
     }

@@ -7,6 +7,7 @@
 #include <data/Stream.h>
 #include <debug/RefCounted.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -38,8 +39,8 @@ class ChannelImpl : public RefCounted {
     [[nodiscard]] StreamSet& unsortedStreams() const { return fStreams; }
 
     Stream* setDataStream(const Stream& stream);
-    Stream* dataStream(unsigned int position);
-    Stream* findDataStream(const std::string& name);
+    [[nodiscard]] Stream* dataStream(unsigned int position) const;
+    [[nodiscard]] Stream* findDataStream(const std::string& name) const;
     bool removeDataStream(const std::string& name);
     bool renameDataStream(const std::string& oldName, const std::string& newName);
     bool addElement(const Index& index);
@@ -53,9 +54,13 @@ class ChannelImpl : public RefCounted {
     static bool Debug(const ChannelImpl* channel, Debug::Print& print);
 
   private:
-    StreamSet::iterator find(const std::string& name);
+    /// Grows whenever a stream in here may have got another name without `renameDataStream`.
+    [[nodiscard]] std::uint64_t renames() const;
+    StreamSet::iterator findToChange(const std::string& name);
+    [[nodiscard]] std::unique_ptr<Stream> ownCopy(const Stream& stream);
 
-    mutable StreamSet fStreams;  // sorted when first needed, so by looks as well
+    mutable StreamSet fStreams;  // sorted when first needed, also by readers: see NameOrdered
+    std::uint64_t fRenames = 0;  // of stream objects that were assigned others
     std::string fName;
     // Handed-out pointers to streams that a refused rename dropped stay good.
     std::vector<std::unique_ptr<Stream>> fDropped;

@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <iterator>
 #include <map>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -16,6 +18,10 @@ namespace orbo::Data {
 ///
 /// `renames` is everywhere a number that the owner of the entries raises when one of them may have
 /// got another name: as long as it stays the same, nothing is searched for.
+///
+/// Readers may come from any number of threads while nobody changes entries or names. They call
+/// `sort` first: where names changed before they came, the first of them files the entries and the
+/// others wait for it.
 template <typename Entry, typename NameOf>
 class NameOrdered {
     using Map = std::multimap<std::string, Entry>;
@@ -34,10 +40,16 @@ class NameOrdered {
         return position < size() ? std::next(begin(), position) : end();
     }
 
-    /// An entry that has this name now. What is found needs no order; only a miss does.
+    /// An entry that has this name now.
     iterator find(const std::string& name, std::uint64_t renames) {
+        sort(renames);
+        return findFiled(name);
+    }
+    /// The same for one who changes the entries, and so is alone: what is found needs no order,
+    /// only a miss does.
+    iterator findToChange(const std::string& name, std::uint64_t renames) {
         const iterator found = findFiled(name);
-        if (found != end() || renames == fRenamesSeen) return found;
+        if (found != end() || isSorted(renames)) return found;
         sort(renames);
         return findFiled(name);
     }
@@ -49,15 +61,21 @@ class NameOrdered {
     void erase(iterator entry) { fEntries.erase(entry); }
     void swap(NameOrdered& other) noexcept {
         fEntries.swap(other.fEntries);
-        std::swap(fRenamesSeen, other.fRenamesSeen);
+        const std::uint64_t seen = fRenamesSeen.load(std::memory_order_relaxed);
+        markSorted(other.fRenamesSeen.load(std::memory_order_relaxed));
+        other.markSorted(seen);
     }
 
-    [[nodiscard]] bool isSorted(std::uint64_t renames) const { return renames == fRenamesSeen; }
+    [[nodiscard]] bool isSorted(std::uint64_t renames) const {
+        return renames == fRenamesSeen.load(std::memory_order_acquire);
+    }
     void sort(std::uint64_t renames) {
+        if (isSorted(renames)) return;
+        const std::lock_guard<std::mutex> lock(fSorting);
         if (isSorted(renames)) return;
         // An entry may come to lie ahead and be met a second time, then in its place.
         for (iterator next = begin(); next != end();) file(next++);
-        fRenamesSeen = renames;
+        markSorted(renames);
     }
 
     /// Puts the entry in its place by its present name.
@@ -70,7 +88,9 @@ class NameOrdered {
         fEntries.insert(std::move(node));
     }
     /// For an owner that knows which entries were renamed, and filed them.
-    void markSorted(std::uint64_t renames) { fRenamesSeen = renames; }
+    void markSorted(std::uint64_t renames) {
+        fRenamesSeen.store(renames, std::memory_order_release);
+    }
 
     /// Whether another entry is filed under the same name.
     [[nodiscard]] bool hasTwin(iterator entry) const { return fEntries.count(entry->first) > 1; }
@@ -85,7 +105,10 @@ class NameOrdered {
     }
 
     Map fEntries;
-    std::uint64_t fRenamesSeen = 0;
+    std::atomic<std::uint64_t> fRenamesSeen{0};
+
+    // Names seldom change where readers could notice: one for all is enough.
+    inline static std::mutex fSorting;
 };
 
 /// Where an iterator stands; bound to nothing by default.

@@ -12,6 +12,7 @@
 #include "core/DataTypes.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
+#include "core/MemberAtChunk.h"
 #include "debug/ObjectCounter.h"
 
 namespace orbo::Data {
@@ -141,10 +142,12 @@ const Member* Handle::current() const {
     return fIndex < fLayout->memberCount() ? &fLayout->member(fIndex) : nullptr;
 }
 
-const Member& Handle::checkedCurrent() const {
-    if (const Member* member = current()) return *member;
-    throw std::out_of_range("Const Member");
+const Member& checkedMember(const Member* current) {
+    if (!current) throw std::out_of_range("Const Member");
+    return *current;
 }
+
+const Member& Handle::checkedCurrent() const { return checkedMember(current()); }
 
 bool Handle::setPositionByMemberIndex(unsigned int index) {
     if (index == fIndex) return true;

@@ -4,6 +4,7 @@
 
 #include "core/Layout.h"
 
+#include <data/ConstHandle.h>
 #include <data/Handle.h>
 #include <data/Structure.h>
 
@@ -13,6 +14,10 @@ class HandleAccess {
   public:
     /// Borrows a chunk (or null) of the given layout of the structure, at the first member.
     static Handle borrow(const Structure& structure, const Layout& layout, char* data);
+    /// The same to read only.
+    static ConstHandle look(const Structure& structure, const Layout& layout, const char* data) {
+        return ConstHandle(&structure, layout, data, 0);
+    }
     /// Owns the chunk, at the first member.
     static Handle own(const Structure& structure, const Layout& layout, char* data);
     /// Points a handle of the same structure at another chunk, borrowed; it stays at its member.
@@ -29,6 +34,8 @@ class HandleAccess {
 
     /// Throws `std::out_of_range` ("Const Member") at the end.
     static const Member& currentMember(const Handle& handle) { return handle.checkedCurrent(); }
+    /// `Layout::kNoMember` at the end.
+    static unsigned int memberIndex(const Handle& handle) { return handle.fIndex; }
     static char* data(const Handle& handle) { return handle.fData; }
     /// The layout that the data was made with.
     static const Layout& layout(const Handle& handle) { return *handle.fLayout; }

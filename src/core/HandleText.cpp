@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "core/DataTypes.h"
+#include "core/MemberAtChunk.h"
 #include "core/ValueText.h"
 
 namespace orbo::Data {
@@ -116,24 +117,27 @@ unsigned int Handle::fromStr(const std::string& text, unsigned int index, std::s
     return parseNumber(in, member.type(), slot, errors);
 }
 
-std::string Handle::str(unsigned int index) const {
-    const Member& member = checkedCurrent();
-    const DataType& type = orbo::Data::dataType(member.type());
+std::string valueText(const Member& member, const char* chunk, unsigned int index) {
+    const DataType& type = dataType(member.type());
     if (index >= member.length()) return {};
     if (!storesData(member.type())) return "?";
-    const void* values = asType(member.type());
-    if (!values) return textWithoutData(member.type());
+    if (!chunk) return textWithoutData(member.type());
+    const char* const values = chunk + member.offset();
     if (member.type() == Member::kString) {
-        const auto* strings = static_cast<const char* const*>(values);
+        const auto* strings = reinterpret_cast<const char* const*>(values);
         // Value 0 decides, whatever the index.
         return strings[0] && strings[index] ? strings[index] : "";
     }
     std::ostringstream out;
     for (int i = 0; i < type.numbers; ++i) {
         if (i != 0) out << ' ';
-        ValueText::write(out, member.type(), numberSlot(const_cast<void*>(values), type, index, i));
+        ValueText::write(out, member.type(), numberSlot(const_cast<char*>(values), type, index, i));
     }
     return out.str();
+}
+
+std::string Handle::str(unsigned int index) const {
+    return valueText(checkedCurrent(), fData, index);
 }
 
 bool Handle::Debug(const Handle* handle, Debug::Print& print) {

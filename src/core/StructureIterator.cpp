@@ -20,24 +20,22 @@ constexpr unsigned int kEndIndex = Layout::kNoMember;
 
 }  // namespace
 
-StructureIterator::StructureIterator() : fIndex(kEndIndex) {}
+StructureIterator::StructureIterator() : StructureIterator(*Structure::create(), kEnd) {}
 
 StructureIterator::StructureIterator(const Structure& structure, IterLocation location)
     : fStructure(&structure), fIndex(location == kBegin ? 0 : kEndIndex) {
     structure.ref();
 }
 
-// A copy equals its original, so both need the structure that the original may still lack.
 StructureIterator::StructureIterator(const StructureIterator& other)
-    : fStructure(&other.structure()), fIndex(other.fIndex) {
+    : fStructure(other.fStructure), fIndex(other.fIndex) {
     fStructure->ref();
 }
 
 StructureIterator& StructureIterator::operator=(const StructureIterator& other) {
-    const Structure& theirs = other.structure();
-    theirs.ref();
+    other.fStructure->ref();
     release();
-    fStructure = &theirs;
+    fStructure = other.fStructure;
     fIndex = other.fIndex;
     return *this;
 }
@@ -45,16 +43,15 @@ StructureIterator& StructureIterator::operator=(const StructureIterator& other) 
 StructureIterator::~StructureIterator() { release(); }
 
 void StructureIterator::release() noexcept {
-    if (fStructure && !fStructure->isDeleting()) fStructure->unref();
+    if (!fStructure->isDeleting()) fStructure->unref();
 }
 
 bool StructureIterator::operator==(const StructureIterator& other) const {
-    if (!fStructure || !other.fStructure) return this == &other;
     return fStructure == other.fStructure && fIndex == other.fIndex;
 }
 
 const Member* StructureIterator::current() const {
-    if (!fStructure || fIndex >= fStructure->memberCount()) return nullptr;
+    if (fIndex >= fStructure->memberCount()) return nullptr;
     return &Layout::of(*fStructure).member(fIndex);
 }
 
@@ -84,13 +81,7 @@ StructureIterator StructureIterator::operator++(int) {
     return before;
 }
 
-const Structure& StructureIterator::structure() const {
-    if (!fStructure) {
-        fStructure = Structure::create();
-        fStructure->ref();
-    }
-    return *fStructure;
-}
+const Structure& StructureIterator::structure() const { return *fStructure; }
 
 bool StructureIterator::valid() const { return fIndex != kEndIndex; }
 

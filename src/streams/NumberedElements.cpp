@@ -8,99 +8,124 @@
 
 namespace orbo::Data {
 
-const NumberedElements::Place& NumberedElements::pageOf(unsigned int number) {
-    if (fRecent.page && number - fRecent.page->lowest <= fRecentReach) return fRecent;
-    return searchPageOf(number);
+namespace {
+
+std::ptrdiff_t offset(std::size_t place) { return static_cast<std::ptrdiff_t>(place); }
+
+/// Makes room for one more, so that adding it cannot fail.
+template <typename List>
+void makeRoom(List& list) {
+    if (list.size() == list.capacity()) list.reserve(2 * list.size() + 1);
 }
 
-const NumberedElements::Place& NumberedElements::searchPageOf(unsigned int number) {
-    if (fGroups.empty()) fGroups.try_emplace(0, 1U);
-    const auto behind = fGroups.upper_bound(number);
-    const auto found = std::prev(behind);
-    const unsigned int end = behind == fGroups.end() ? 0 : behind->first;  // modulo 2^32
-    Group& group = found->second;
-    const std::size_t page = placeIn(group, number);
-    const unsigned int next = page + 1 < group.size() ? group[page + 1].lowest : end;
-    fRecentReach = next - group[page].lowest - 1;
-    return fRecent = Place{found, &group[page]};
+}  // namespace
+
+// Rounded up: the first number of a page must not be taken for one of the page in front.
+template <typename List>
+void NumberedElements::fit(Steps& steps, const List& list) {
+    steps = Steps();
+    if (list.size() < 2) return;
+    steps.second = list[1].lowest;
+    const std::uint64_t span = list.back().lowest - steps.second;
+    if (span != 0) steps.perNumber = ((std::uint64_t{list.size() - 2} << 32) + span - 1) / span;
 }
 
-// Full pages of numbers without a gap lie where one would think.
-std::size_t NumberedElements::placeIn(const Group& group, unsigned int number) {
-    const std::size_t guess = (number - group.front().lowest) / kPageSize;
-    if (guess < group.size() && group[guess].lowest <= number &&
-        (guess + 1 == group.size() || number < group[guess + 1].lowest)) {
+template <typename List>
+std::size_t NumberedElements::placeIn(const List& list, const Steps& steps, unsigned int number) {
+    const std::size_t guess = std::min(steps.guess(number), list.size() - 1);
+    if (list[guess].lowest <= number &&
+        (guess + 1 == list.size() || number < list[guess + 1].lowest)) {
         return guess;
     }
-    // Which half is as good as random: without a branch nothing is guessed wrongly.
-    std::size_t page = 0;
-    for (std::size_t left = group.size(); left > 1;) {
+    // Which half is taken cannot be predicted: without a branch nothing is guessed wrongly.
+    std::size_t place = 0;
+    for (std::size_t left = list.size(); left > 1;) {
         const std::size_t half = left / 2;
-        page += group[page + half].lowest <= number ? half : 0;
+        place += list[place + half].lowest <= number ? half : 0;
         left -= half;
     }
-    return page;
+    return place;
 }
 
-bool NumberedElements::moveToNext(Place& place) {
-    Group& group = place.group->second;
-    if (++place.page != group.data() + group.size()) return true;
-    if (++place.group == fGroups.end()) return false;
-    place.page = place.group->second.data();
-    return true;
+NumberedElements::Place NumberedElements::find(unsigned int number) const {
+    const std::size_t group = fGroups.size() == 1 ? 0 : placeIn(fGroups, fSteps, number);
+    return {group, placeIn(fGroups[group].pages, fGroups[group].steps, number)};
+}
+
+bool NumberedElements::moveToNext(Place& place) const {
+    if (++place.page != fGroups[place.group].pages.size()) return true;
+    place.page = 0;
+    return ++place.group != fGroups.size();
 }
 
 // The first that is not below. Where no number is left out it lies as far behind as the number
 // does.
-NumberedElements::Entries::iterator NumberedElements::entryOf(Page& page, unsigned int number) {
-    Entries& entries = page.entries;
+std::size_t NumberedElements::entryOf(const Page& page, unsigned int number) {
+    const Entries& entries = page.entries;
     const std::size_t guess = number - page.lowest;
-    if (guess < entries.size() && entries[guess].number == number)
-        return entries.begin() + static_cast<std::ptrdiff_t>(guess);
-    if (entries.empty() || entries.back().number < number) return entries.end();
-    return std::lower_bound(
+    if (guess < entries.size() && entries[guess].number == number) return guess;
+    if (entries.empty() || entries.back().number < number) return entries.size();
+    const auto found = std::lower_bound(
         entries.begin(), entries.end(), number,
         [](const Entry& entry, unsigned int wanted) { return entry.number < wanted; });
+    return static_cast<std::size_t>(found - entries.begin());
 }
 
-bool NumberedElements::has(const Page& page, Entries::iterator entry, unsigned int number) {
-    return entry != page.entries.end() && entry->number == number;
-}
-
-NumberedElements::Entry& NumberedElements::toBeChanged(Page& page, Entries::iterator entry) {
-    const auto inFront = static_cast<unsigned int>(entry - page.entries.begin());
-    page.evenCount = std::min(page.evenCount, inFront);
-    return *entry;
-}
-
-NumberedElements::Entry* NumberedElements::find(unsigned int number) {
-    if (fSize == 0) return nullptr;
-    Page& page = *pageOf(number).page;
-    const auto entry = entryOf(page, number);
-    return has(page, entry, number) ? &toBeChanged(page, entry) : nullptr;
+bool NumberedElements::hasAt(const Page& page, std::size_t entry, unsigned int number) {
+    return entry != page.entries.size() && page.entries[entry].number == number;
 }
 
 bool NumberedElements::has(unsigned int number) const {
     if (fSize == 0) return false;
-    Page& page = *const_cast<NumberedElements*>(this)->pageOf(number).page;
-    return has(page, entryOf(page, number), number);
+    const Page& page = pageAt(find(number));
+    return number - page.evenNumber < page.evenCount || hasAt(page, entryOf(page, number), number);
 }
 
-char* NumberedElements::chunkOf(unsigned int number, std::size_t stride) {
+char* NumberedElements::chunkOf(unsigned int number, std::size_t stride) const {
     if (fSize == 0) return nullptr;
-    Page& page = *pageOf(number).page;
+    const Page& page = pageAt(find(number));
     const std::size_t at = number - page.evenNumber;
     if (at < page.evenCount) return page.evenChunk + at * stride;
-    const auto entry = entryOf(page, number);
-    if (!has(page, entry, number)) return nullptr;
-    noteEven(page, stride);
-    return entry->chunk;
+    const std::size_t entry = entryOf(page, number);
+    return hasAt(page, entry, number) ? page.entries[entry].chunk : nullptr;
 }
 
-// Takes up where it stopped, and so takes no longer in all than the elements took to come.
-void NumberedElements::noteEven(Page& page, std::size_t stride) {
+NumberedElements::Run NumberedElements::from(unsigned int number, std::size_t stride) const {
+    if (fSize == 0) return {};
+    Place place = find(number);
+    std::size_t entry = entryOf(pageAt(place), number);
+    while (entry == pageAt(place).entries.size()) {
+        if (!moveToNext(place)) return {};
+        entry = 0;
+    }
+    const Entries& entries = pageAt(place).entries;
+    return {entries.data() + entry, entries.data() + entries.size(),
+            evenFrom(place, entry, stride)};
+}
+
+// Over few pages only: an insertion at each step must not make a walk look at all of them each
+// time.
+std::size_t NumberedElements::evenFrom(Place place, std::size_t entry, std::size_t stride) const {
+    const Page* page = &pageAt(place);
+    if (page->evenCount <= entry) return 0;
+    const Entry& first = page->entries[entry];
+    std::size_t even = page->evenCount - entry;
+    for (unsigned int ahead = 0; ahead < kPagesAhead; ++ahead) {
+        if (page->evenCount < page->entries.size() || !moveToNext(place)) break;
+        page = &pageAt(place);
+        if (page->evenCount == 0 || page->evenNumber != first.number + even ||
+            page->evenChunk != first.chunk + even * stride) {
+            break;
+        }
+        even += page->evenCount;
+    }
+    return even;
+}
+
+// After a change at `from`; what stands in front is as it was.
+void NumberedElements::noteEven(Page& page, std::size_t from, std::size_t stride) {
     const Entries& entries = page.entries;
-    std::size_t count = page.evenCount;
+    std::size_t count = std::min(std::size_t{page.evenCount}, from);
     if (count == 0 && !entries.empty() && entries.front().chunk) {
         page.evenNumber = entries.front().number;
         page.evenChunk = entries.front().chunk;
@@ -114,124 +139,132 @@ void NumberedElements::noteEven(Page& page, std::size_t stride) {
     page.evenCount = static_cast<unsigned int>(count);
 }
 
-NumberedElements::Run NumberedElements::from(unsigned int number, std::size_t stride) {
-    if (fSize == 0) return {};
-    Place place = pageOf(number);
-    auto entry = entryOf(*place.page, number);
-    while (entry == place.page->entries.end()) {
-        if (!moveToNext(place)) return {};
-        entry = place.page->entries.begin();
-    }
-    const Page& page = *place.page;
-    return {&*entry, page.entries.data() + page.entries.size(), evenFrom(place, &*entry, stride)};
+NumberedElements::Page& NumberedElements::pageToChange(unsigned int number) {
+    if (number - fRecentLowest >= fRecentReach) findToChange(number);
+    return pageAt(fRecent);
 }
 
-// Over few pages only: an insertion at each step must not make a walk look at all of them each
-// time.
-std::size_t NumberedElements::evenFrom(Place place, const Entry* entry, std::size_t stride) {
-    noteEven(*place.page, stride);
-    const auto at = static_cast<std::size_t>(entry - place.page->entries.data());
-    if (place.page->evenCount <= at) return 0;
-    std::size_t even = place.page->evenCount - at;
-    for (unsigned int ahead = 0; ahead < kPagesAhead; ++ahead) {
-        if (place.page->evenCount < place.page->entries.size() || !moveToNext(place)) break;
-        noteEven(*place.page, stride);
-        const Page& page = *place.page;
-        if (page.evenCount == 0 || page.evenNumber != entry->number + even ||
-            page.evenChunk != entry->chunk + even * stride) {
-            break;
-        }
-        even += page.evenCount;
+void NumberedElements::findToChange(unsigned int number) {
+    if (fGroups.empty()) {
+        Group first;
+        first.pages.resize(1);
+        fGroups.push_back(std::move(first));
     }
-    return even;
+    fRecent = find(number);
+    fRecentLowest = pageAt(fRecent).lowest;
+    Place next = fRecent;
+    const std::uint64_t end =
+        moveToNext(next) ? std::uint64_t{pageAt(next).lowest} : std::uint64_t{1} << 32;
+    fRecentReach = end - fRecentLowest;
 }
 
-NumberedElements::Entry& NumberedElements::insert(unsigned int number) {
-    Page* page = pageOf(number).page;
-    auto entry = entryOf(*page, number);
-    if (has(*page, entry, number)) return toBeChanged(*page, entry);
+char* NumberedElements::put(unsigned int number, char* chunk, std::size_t stride) {
+    Page* page = &pageToChange(number);
+    std::size_t entry = entryOf(*page, number);
+    if (hasAt(*page, entry, number)) {
+        char* const earlier = std::exchange(page->entries[entry].chunk, chunk);
+        noteEven(*page, entry, stride);
+        return earlier;
+    }
     if (page->entries.size() == kPageSize) {
         // At an end of the page the neighbours stay together.
-        const auto at = static_cast<std::size_t>(entry - page->entries.begin());
-        const bool isInside = at > 0 && at < kPageSize;
-        split(fRecent, isInside ? kPageSize / 2 : at);
-        page = pageOf(number).page;
+        const bool isInside = entry > 0 && entry < kPageSize;
+        split(isInside ? kPageSize / 2 : entry, stride);
+        page = &pageToChange(number);
         entry = entryOf(*page, number);
     }
-    const bool isLast = entry == page->entries.end();
-    entry = page->entries.insert(entry, {number, nullptr});
+    page->entries.insert(page->entries.begin() + offset(entry), {number, chunk});
+    noteEven(*page, entry, stride);
     // Only now: memory may have run out.
     fHighest = fSize == 0 ? number : std::max(fHighest, number);
     ++fSize;
-    return isLast ? *entry : toBeChanged(*page, entry);
+    return nullptr;
 }
 
-void NumberedElements::split(Place place, std::size_t at) {
-    const Entries& entries = place.page->entries;
-    const unsigned int lowest = place.page->lowest;
+// Splits the recent page.
+void NumberedElements::split(std::size_t at, std::size_t stride) {
+    const Entries& entries = pageAt(fRecent).entries;
+    const unsigned int lowest = pageAt(fRecent).lowest;
     const bool isAtEnd = at == entries.size();
-    const auto first = entries.begin() + static_cast<std::ptrdiff_t>(at);
     Page behind;
-    behind.lowest = isAtEnd ? entries.back().number + 1 : first->number;
-    behind.entries.assign(first, entries.end());
+    behind.lowest = isAtEnd ? entries.back().number + 1 : entries[at].number;
+    behind.entries.assign(entries.begin() + offset(at), entries.end());
     if (isAtEnd) behind.entries.reserve(kPageSize);  // without which it may not stay empty
-    addBehind(place, std::move(behind));
-    Page& front = *pageOf(lowest).page;
+    noteEven(behind, 0, stride);
+    addBehind(fRecent, std::move(behind));
+    Page& front = pageToChange(lowest);
     front.entries.resize(at);
     front.evenCount = std::min(front.evenCount, static_cast<unsigned int>(at));
 }
 
-void NumberedElements::addBehind(const Place& place, Page&& page) {
-    Group* group = &place.group->second;
-    auto at = static_cast<std::size_t>(place.page - group->data()) + 1;
+void NumberedElements::addBehind(Place place, Page&& page) {
     forget();
-    if (group->size() == kGroupSize) {
-        const std::size_t kept = at == kGroupSize ? at : kGroupSize / 2;
-        const auto first = group->begin() + static_cast<std::ptrdiff_t>(kept);
-        Group empty;
-        empty.reserve(kGroupSize);  // all that can fail comes before anything moves
-        Group& behind =
-            fGroups.try_emplace(at == kept ? page.lowest : first->lowest, std::move(empty))
-                .first->second;
-        behind.assign(std::move_iterator(first), std::move_iterator(group->end()));
-        group->erase(first, group->end());
-        if (at >= kept) {
-            group = &behind;
-            at -= kept;
-        }
-    }
-    group->insert(group->begin() + static_cast<std::ptrdiff_t>(at), std::move(page));
+    ++place.page;
+    if (fGroups[place.group].pages.size() == kGroupSize) splitGroup(place, page.lowest);
+    Group& group = fGroups[place.group];
+    group.pages.insert(group.pages.begin() + offset(place.page), std::move(page));
+    fit(group.steps, group.pages);
 }
 
-void NumberedElements::erase(unsigned int number) {
+// A page that begins with `lowest` is to be added at the place. All that can fail comes before
+// anything moves.
+void NumberedElements::splitGroup(Place& place, unsigned int lowest) {
+    const std::size_t kept = place.page == kGroupSize ? kGroupSize : kGroupSize / 2;
+    Group behind;
+    behind.pages.reserve(kGroupSize);
+    makeRoom(fGroups);
+    Group& group = fGroups[place.group];
+    const auto first = group.pages.begin() + offset(kept);
+    behind.lowest = place.page == kept ? lowest : first->lowest;
+    behind.pages.assign(std::move_iterator(first), std::move_iterator(group.pages.end()));
+    group.pages.erase(first, group.pages.end());
+    fit(group.steps, group.pages);
+    fit(behind.steps, behind.pages);
+    fGroups.insert(fGroups.begin() + offset(place.group + 1), std::move(behind));
+    fit(fSteps, fGroups);
+    if (place.page < kept) return;
+    ++place.group;
+    place.page -= kept;
+}
+
+void NumberedElements::erase(unsigned int number, std::size_t stride) {
     if (fSize == 0) return;
-    const Place place = pageOf(number);
-    Entries& entries = place.page->entries;
-    const auto entry = entryOf(*place.page, number);
-    if (!has(*place.page, entry, number)) return;
-    toBeChanged(*place.page, entry);
-    entries.erase(entry);
+    Page& page = pageToChange(number);
+    Entries& entries = page.entries;
+    const std::size_t entry = entryOf(page, number);
+    if (!hasAt(page, entry, number)) return;
+    entries.erase(entries.begin() + offset(entry));
+    if (entry == 0 && page.evenCount > 1) {
+        --page.evenCount;
+        ++page.evenNumber;
+        page.evenChunk += stride;
+    } else {
+        noteEven(page, entry, stride);
+    }
     --fSize;
-    if (entries.empty()) remove(place);
+    if (entries.empty()) remove(fRecent);
     if (number == fHighest && fSize != 0)
-        fHighest = fGroups.rbegin()->second.back().entries.back().number;
+        fHighest = fGroups.back().pages.back().entries.back().number;
 }
 
 // Its neighbour's page takes what may come.
-void NumberedElements::remove(const Place& place) {
-    Group& group = place.group->second;
-    if (group.size() > 1) {
-        const auto at = place.page - group.data();
-        if (at == 0) group[1].lowest = group[0].lowest;
-        group.erase(group.begin() + at);
-    } else if (place.group->first != 0) {
-        fGroups.erase(place.group);
-    }
+void NumberedElements::remove(Place place) {
     forget();
+    Group& group = fGroups[place.group];
+    if (group.pages.size() > 1) {
+        if (place.page == 0) group.pages[1].lowest = group.pages[0].lowest;
+        group.pages.erase(group.pages.begin() + offset(place.page));
+        fit(group.steps, group.pages);
+    } else if (place.group != 0) {
+        fGroups.erase(fGroups.begin() + offset(place.group));
+        fit(fSteps, fGroups);
+    }
 }
 
 void NumberedElements::clear() {
     fGroups.clear();
+    fGroups.shrink_to_fit();
+    fSteps = Steps();
     forget();
     fSize = 0;
 }

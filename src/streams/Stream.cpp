@@ -11,9 +11,9 @@
 #include <utility>
 
 #include "core/DataTypes.h"
+#include "core/HandleAccess.h"
 #include "debug/ObjectCounter.h"
 #include "streams/IndexTypes.h"
-#include "streams/NameChanges.h"
 #include "streams/StreamImplDense.h"
 #include "streams/StreamImplMapped.h"
 
@@ -21,7 +21,7 @@ namespace orbo::Data {
 
 namespace {
 
-bool carryElements(StreamImpl& from, StreamImpl& to) {
+bool carryElements(const StreamImpl& from, StreamImpl& to) {
     const std::unique_ptr<StreamIteratorImpl> element = from.begin();
     for (; element->valid(); element->advance()) {
         if (!to.setElement(element->index(), element->handle())) return false;
@@ -30,7 +30,7 @@ bool carryElements(StreamImpl& from, StreamImpl& to) {
 }
 
 /// Null when an element has no place in dense storage, or no memory.
-std::unique_ptr<StreamImpl> denseStorage(StreamImplMapped& mapped) {
+std::unique_ptr<StreamImpl> denseStorage(const StreamImplMapped& mapped) {
     auto dense = std::make_unique<StreamImplDense>(mapped.structure(), mapped.name());
     if (mapped.elementCount() == 0) return dense;
     if (!mapped.typed().empty()) return nullptr;
@@ -41,7 +41,7 @@ std::unique_ptr<StreamImpl> denseStorage(StreamImplMapped& mapped) {
     return dense;
 }
 
-std::unique_ptr<StreamImpl> mappedStorage(StreamImpl& dense) {
+std::unique_ptr<StreamImpl> mappedStorage(const StreamImpl& dense) {
     auto mapped = std::make_unique<StreamImplMapped>(dense.structure(), dense.name());
     if (!carryElements(dense, *mapped)) return nullptr;
     return mapped;
@@ -57,7 +57,10 @@ Member::eDataType typeOfNumbers(Member::eDataType type) {
 Debug::ObjectCounter Stream::_objects;
 const char* const Stream::kDebugHex = "hex";
 
-Stream::Stream() { _objects.objectCreated(); }
+Stream::Stream() {
+    setImpl(new StreamImplMapped);
+    _objects.objectCreated();
+}
 
 Stream::Stream(const Structure& structure, const std::string& name) {
     setImpl(new StreamImplMapped(structure, name));
@@ -70,26 +73,18 @@ Stream::Stream(const Stream& other) {
 }
 
 Stream::~Stream() {
-    if (fImpl) fImpl->unref();
+    fImpl->unref();
     _objects.objectDestroyed();
 }
 
 Stream& Stream::operator=(const Stream& other) {
     const bool renamed = name() != other.name();
     setImpl(&other.impl());
-    if (renamed) NameChanges::note();
+    if (renamed && fRenameCount) ++*fRenameCount;
     return *this;
 }
 
 bool Stream::operator==(const Stream& other) const { return &impl() == &other.impl(); }
-
-StreamImpl& Stream::impl() const {
-    if (!fImpl) {
-        fImpl = new StreamImplMapped;
-        fImpl->ref();
-    }
-    return *fImpl;
-}
 
 void Stream::setImpl(StreamImpl* impl) {
     impl->ref();
@@ -98,7 +93,7 @@ void Stream::setImpl(StreamImpl* impl) {
 }
 
 bool Stream::makeUnique() {
-    if (!fImpl || !fImpl->isShared()) return false;
+    if (!fImpl->isShared()) return false;
     std::unique_ptr<StreamImpl> copy = fImpl->clone();
     // Going on with shared elements would change the other streams behind the caller's back.
     if (!copy) throw std::bad_alloc();
@@ -113,9 +108,28 @@ bool Stream::useDefaults() const { return impl().useDefaults(); }
 bool Stream::setUseDefaults(bool use) { return impl().setUseDefaults(use); }
 
 unsigned int Stream::elementCount() const { return impl().elementCount(); }
-bool Stream::hasElement(Index index) const { return impl().hasElement(index); }
-Handle Stream::element(Index index) { return impl().element(index); }
-Handle Stream::element(unsigned int number) { return impl().element(number); }
+bool Stream::hasElement(const Index& index) const { return impl().hasElement(index); }
+bool Stream::hasElement(unsigned int number) const { return impl().hasElement(number); }
+
+Handle Stream::element(const Index& index) {
+    impl().syncToRead();
+    return impl().handleOn(impl().chunkAt(index));
+}
+
+Handle Stream::element(unsigned int number) {
+    impl().syncToRead();
+    return impl().handleOn(impl().chunkOf(number));
+}
+
+ConstHandle Stream::element(const Index& index) const {
+    impl().syncToRead();
+    return HandleAccess::look(impl().structure(), impl().layout(), impl().chunkAt(index));
+}
+
+ConstHandle Stream::element(unsigned int number) const {
+    impl().syncToRead();
+    return HandleAccess::look(impl().structure(), impl().layout(), impl().chunkOf(number));
+}
 
 bool Stream::setElement(Index index, const Handle& handle) {
     return impl().setElement(index, handle);
@@ -129,14 +143,14 @@ bool Stream::reserve(unsigned int elements) {
     return impl().reserve(elements);
 }
 
-ColumnPlace Stream::columnPlace(const char* member, Member::eDataType type) {
+ColumnPlace Stream::columnPlace(const char* member, Member::eDataType type) const {
     ColumnPlace place;
     const auto fail = [&](std::string problem) {
         place.problem = std::move(problem);
         return place;
     };
     const std::string name = member ? member : "";
-    impl().sync();
+    impl().syncToRead();
     const Layout& layout = impl().layout();
     const unsigned int index = layout.indexOf(name.c_str());
     if (index == Layout::kNoMember) return fail("There is no member '" + name + "'.");
@@ -164,7 +178,7 @@ bool Stream::setElementRange(Index first, Index last) {
     return impl().setElementRange(first, last);
 }
 
-bool Stream::clear() { return !fImpl || fImpl->clear(); }
+bool Stream::clear() { return fImpl->clear(); }
 
 StreamIterator Stream::begin() { return cbegin(); }
 StreamIterator Stream::end() { return cend(); }
@@ -203,13 +217,13 @@ bool Stream::Debug(const Stream*, Debug::Count& count) {
 bool Stream::Debug(const Stream* stream, Debug::Footprint& footprint) {
     if (!stream) return true;
     footprint.addObject(stream, sizeof(Stream));
-    stream->impl().sync();
+    stream->impl().syncToRead();
     return stream->impl().debug(footprint);
 }
 
 bool Stream::Debug(const Stream* stream, Debug::Print& print) {
     if (!stream) return true;
-    stream->impl().sync();
+    stream->impl().syncToRead();
     return stream->impl().debug(print);
 }
 

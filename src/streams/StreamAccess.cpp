@@ -6,22 +6,15 @@
 #include <atomic>
 #include <utility>
 
-#include "streams/NameChanges.h"
 #include "streams/StreamImpl.h"
 
 namespace orbo::Data {
 
 namespace {
 
-std::atomic<std::uint64_t> nameChangeCount{0};
+std::atomic<std::uint64_t> sharedRenameCount{0};
 
 }  // namespace
-
-void NameChanges::note() noexcept { nameChangeCount.fetch_add(1, std::memory_order_relaxed); }
-
-std::uint64_t NameChanges::count() noexcept {
-    return nameChangeCount.load(std::memory_order_relaxed);
-}
 
 Stream StreamAccess::unnamed() { return Stream(); }
 
@@ -36,7 +29,7 @@ StreamImpl* StreamAccess::placesOf(Stream& stream, const Layout& layout) {
 }
 
 const Layout& StreamAccess::layoutOf(const Stream& stream) {
-    stream.impl().sync();
+    stream.impl().syncToRead();
     return stream.impl().layout();
 }
 
@@ -47,9 +40,15 @@ void StreamAccess::visitElements(const Stream& stream, ElementVisitor& visitor) 
 void StreamAccess::setName(Stream& stream, const std::string& name) {
     stream.impl().setName(name);
     // Nobody else can have storage that is not shared.
-    if (stream.impl().isShared()) NameChanges::note();
+    if (stream.impl().isShared()) sharedRenameCount.fetch_add(1, std::memory_order_relaxed);
 }
 
-std::uint64_t StreamAccess::nameChanges() noexcept { return NameChanges::count(); }
+void StreamAccess::setRenameCount(Stream& stream, std::uint64_t& count) {
+    stream.fRenameCount = &count;
+}
+
+std::uint64_t StreamAccess::sharedRenames() noexcept {
+    return sharedRenameCount.load(std::memory_order_relaxed);
+}
 
 }  // namespace orbo::Data

@@ -15,8 +15,7 @@ class StreamImpl;
 
 class StreamAccess {
   public:
-    /// A stream without storage, which makes itself an empty one when first used: named "Stream",
-    /// mapped, numeric, with an empty structure that no other stream has.
+    /// Empty: named "Stream", mapped, numeric, with an empty structure that no other stream has.
     static Stream unnamed();
     /// `setElement` with the chunk that the handle owns and the index moved in, not copied. In
     /// index order this takes constant time in mapped storage. Afterwards the handle must not be
@@ -29,8 +28,11 @@ class StreamAccess {
     /// Tells of all elements in order.
     static void visitElements(const Stream& stream, ElementVisitor& visitor);
     static void setName(Stream& stream, const std::string& name);
-    /// Grows whenever any stream object comes to have another name than it had.
-    static std::uint64_t nameChanges() noexcept;
+    /// Has the stream object count in `count` how often it is assigned one of another name. The
+    /// number must live as long as the object; copies of the object do not count there.
+    static void setRenameCount(Stream& stream, std::uint64_t& count);
+    /// Grows whenever `setName` gives several stream objects another name.
+    static std::uint64_t sharedRenames() noexcept;
 };
 
 }  // namespace orbo::Data

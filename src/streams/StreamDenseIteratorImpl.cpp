@@ -7,7 +7,7 @@
 
 namespace orbo::Data {
 
-StreamDenseIteratorImpl::StreamDenseIteratorImpl(StreamImplDense& storage, bool begin)
+StreamDenseIteratorImpl::StreamDenseIteratorImpl(const StreamImplDense& storage, bool begin)
     : fStorage(&storage) {
     moveTo(begin ? 0 : storage.elementCount());
 }
@@ -38,7 +38,7 @@ void StreamDenseIteratorImpl::moveTo(unsigned int position) {
 }
 
 void StreamDenseIteratorImpl::show(unsigned int position) {
-    fStorage->sync();
+    fStorage->syncToRead();
     const bool there = !fAtEnd && position < fStorage->elementCount();
     Stretch stretch;
     stretch.number = stretch.last = position;

@@ -13,7 +13,7 @@ class StreamImplDense;
 class StreamDenseIteratorImpl : public StreamIteratorImpl {
   public:
     StreamDenseIteratorImpl() = default;
-    StreamDenseIteratorImpl(StreamImplDense& storage, bool begin);
+    StreamDenseIteratorImpl(const StreamImplDense& storage, bool begin);
     StreamDenseIteratorImpl(const StreamDenseIteratorImpl& other);
 
     [[nodiscard]] std::unique_ptr<StreamIteratorImpl> clone() const override;
@@ -29,7 +29,7 @@ class StreamDenseIteratorImpl : public StreamIteratorImpl {
     void moveTo(unsigned int position);
     void show(unsigned int position);
 
-    StreamImplDense* fStorage = nullptr;
+    const StreamImplDense* fStorage = nullptr;
 };
 
 }  // namespace orbo::Data

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <utility>
 
@@ -16,21 +17,26 @@
 
 namespace orbo::Data {
 
+namespace {
+
+/// Held while readers have chunks converted, which is rare: one serves all streams.
+std::mutex conversion;
+
+const Layout* referenced(const Layout& layout) {
+    layout.ref();
+    return &layout;
+}
+
+}  // namespace
+
 Debug::ObjectCounter StreamImpl::_objects;
 
-StreamImpl::StreamImpl()
-    : fStructure(Structure::create()),
-      fPresentLayout(&Layout::presentOf(*fStructure)),
-      fLayout(fPresentLayout->get()),
-      fName("Stream"),
-      fIndexType(Index::theTypeName()) {
-    _objects.objectCreated();
-}
+StreamImpl::StreamImpl() : StreamImpl(*RefPtr<Structure>(Structure::create()), "Stream") {}
 
 StreamImpl::StreamImpl(const Structure& structure, const std::string& name)
     : fStructure(&structure),
       fPresentLayout(&Layout::presentOf(structure)),
-      fLayout(fPresentLayout->get()),
+      fLayout(referenced(**fPresentLayout)),
       fName(name),
       fIndexType(Index::theTypeName()) {
     _objects.objectCreated();
@@ -42,13 +48,20 @@ StreamImpl::StreamImpl(const StreamImpl& other)
       CRTP_Debug<StreamImpl, Debug::Footprint>(other),
       fStructure(other.fStructure),
       fPresentLayout(other.fPresentLayout),
-      fLayout(other.fLayout),
+      fLayout(referenced(other.layout())),
       fName(other.fName),
       fIndexType(other.fIndexType) {
     _objects.objectCreated();
 }
 
-StreamImpl::~StreamImpl() { _objects.objectDestroyed(); }
+StreamImpl::~StreamImpl() {
+    layout().unref();
+    _objects.objectDestroyed();
+}
+
+void StreamImpl::setLayout(const Layout& layout) {
+    fLayout.exchange(referenced(layout), std::memory_order_acq_rel)->unref();
+}
 
 bool StreamImpl::setStructure(const Structure& structure) {
     if (elementCount() != 0) return false;
@@ -56,7 +69,7 @@ bool StreamImpl::setStructure(const Structure& structure) {
     dropChunks();
     noteChange();
     fPresentLayout = &Layout::presentOf(structure);
-    fLayout = RefPtr<const Layout>(fPresentLayout->get());
+    setLayout(**fPresentLayout);
     fStructure = std::move(next);
     return true;
 }
@@ -70,15 +83,8 @@ bool StreamImpl::setIndexType(const std::string& typeName) {
 
 bool StreamImpl::setUseDefaults(bool use) { return std::exchange(fUseDefaults, use); }
 
-Handle StreamImpl::element(const Index& index) {
-    if (!index.complexIndex()) return element(index.index());
-    sync();
-    return HandleAccess::borrow(*fStructure, *fLayout, chunkAt(index));
-}
-
-Handle StreamImpl::element(unsigned int number) {
-    sync();
-    return HandleAccess::borrow(*fStructure, *fLayout, chunkOf(number));
+Handle StreamImpl::handleOn(char* chunk) const {
+    return HandleAccess::borrow(*fStructure, layout(), chunk);
 }
 
 bool StreamImpl::setElement(const Index& index, const Handle& handle) {
@@ -86,20 +92,20 @@ bool StreamImpl::setElement(const Index& index, const Handle& handle) {
     const Layout& from = HandleAccess::layout(handle);
     const Layout& to = **fPresentLayout;
     const char* const data = HandleAccess::data(handle);
-    if (data && &from == &to && &from == fLayout.get()) return storeCopy(index, data);
+    if (data && &from == &to && &from == &layout()) return storeCopy(index, data);
     // The copy comes first: the handle may be on a chunk of this storage, which `sync` moves.
     OwnedChunk copy(&from == &to ? to.duplicate(data) : LayoutConversion(from, to).duplicate(data),
                     ChunkDeleter{&to});
     if (data && !copy && to.totalSize() != 0) return false;
     sync();
     // Without memory to convert the others, this one has the wrong layout.
-    return (!copy || fLayout.get() == &to) && store(Index(index), std::move(copy));
+    return (!copy || &layout() == &to) && store(Index(index), std::move(copy));
 }
 
 // The copy comes first: `store` may move or free the chunk.
 bool StreamImpl::storeCopy(const Index& index, const char* chunk) {
-    OwnedChunk copy(fLayout->duplicate(chunk), ChunkDeleter{fLayout.get()});
-    return (copy || fLayout->totalSize() == 0) && store(Index(index), std::move(copy));
+    OwnedChunk copy(layout().duplicate(chunk), ChunkDeleter{&layout()});
+    return (copy || layout().totalSize() == 0) && store(Index(index), std::move(copy));
 }
 
 bool StreamImpl::adoptElement(Index&& index, Handle&& handle) {
@@ -108,47 +114,52 @@ bool StreamImpl::adoptElement(Index&& index, Handle&& handle) {
     OwnedChunk chunk(HandleAccess::release(handle), ChunkDeleter{&from});
     if (!chunk) return setElement(index, handle);
     sync();
-    if (&from == fLayout.get()) return store(std::move(index), std::move(chunk));
-    OwnedChunk converted(LayoutConversion(from, *fLayout).duplicate(chunk.get()),
-                         ChunkDeleter{fLayout.get()});
-    if (!converted && fLayout->totalSize() != 0) return false;
+    if (&from == &layout()) return store(std::move(index), std::move(chunk));
+    OwnedChunk converted(LayoutConversion(from, layout()).duplicate(chunk.get()),
+                         ChunkDeleter{&layout()});
+    if (!converted && layout().totalSize() != 0) return false;
     return store(std::move(index), std::move(converted));
 }
 
 Handle StreamImpl::emplaceElement(Index&& index) {
     if (!index.complexIndex()) return emplaceElement(index.index());
     sync();
-    return HandleAccess::borrow(*fStructure, *fLayout, placeTyped(std::move(index)));
+    return handleOn(placeTyped(std::move(index)));
 }
 
 Handle StreamImpl::emplaceElement(unsigned int number) {
     sync();
-    return HandleAccess::borrow(*fStructure, *fLayout, place(number));
+    return handleOn(place(number));
 }
 
-bool StreamImpl::mergeStream(StreamImpl& other) {
+bool StreamImpl::mergeStream(const StreamImpl& other) {
     // Only numbers below the count are looked at, also where mapped storage has others.
     for (unsigned int k = 0; k < other.elementCount(); ++k) {
-        const Handle handle = other.element(Index(k));
+        other.syncToRead();
+        const Handle handle = other.handleOn(other.chunkOf(k));
         if (handle.hasData() && !setElement(Index(k), handle)) return false;
     }
     return true;
 }
 
-void StreamImpl::convertToPresent() {
+void StreamImpl::convertToPresent(bool toRead) {
+    const std::lock_guard<std::mutex> lock(conversion);
+    // Another reader may have been here first. What readers were given stays where it is.
+    if (isPresent() || (toRead && fIsOutOfMemory)) return;
     const Layout& now = **fPresentLayout;
     try {
-        if (!convert(now)) return;
-        fLayout = RefPtr<const Layout>(&now);
-        noteChange();
+        fIsOutOfMemory = !convert(now);
     } catch (const std::bad_alloc&) {
-        // The chunks stay as they are, and the next operation tries again.
+        fIsOutOfMemory = true;
     }
+    if (fIsOutOfMemory) return;
+    noteChange();
+    setLayout(now);
 }
 
 void StreamImpl::replace(char* destination, OwnedChunk&& chunk) const {
-    fLayout->destroyStrings(destination);
-    std::memcpy(destination, chunk.get(), static_cast<std::size_t>(fLayout->totalSize()));
+    layout().destroyStrings(destination);
+    std::memcpy(destination, chunk.get(), static_cast<std::size_t>(layout().totalSize()));
     std::free(chunk.release());  // its strings live on in the destination
 }
 

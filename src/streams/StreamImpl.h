@@ -9,6 +9,7 @@
 #include <debug/RefCounted.h>
 #include <debug/RefPtr.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -37,7 +38,11 @@ class ElementVisitor {
 };
 
 /// Holds its chunks in the layout that the structure had when they were made. Every operation that
-/// touches chunks calls `sync` first, which converts them when the structure has changed since.
+/// touches chunks calls `sync` or `syncToRead` first, which converts them when the structure has
+/// changed since.
+///
+/// Any number of threads may use what is `const` at once, while nobody changes the storage or its
+/// structure.
 class StreamImpl : public RefCounted,
                    public Debug::CRTP_Debug<StreamImpl, Debug::Print>,
                    public Debug::CRTP_Debug<StreamImpl, Debug::Footprint> {
@@ -46,7 +51,7 @@ class StreamImpl : public RefCounted,
     StreamImpl& operator=(const StreamImpl&) = delete;
 
     /// A deep copy of the same kind; null when memory runs out.
-    [[nodiscard]] virtual std::unique_ptr<StreamImpl> clone() = 0;
+    [[nodiscard]] virtual std::unique_ptr<StreamImpl> clone() const = 0;
     [[nodiscard]] virtual bool isDense() const = 0;
 
     [[nodiscard]] const std::string& name() const { return fName; }
@@ -58,13 +63,17 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] bool useDefaults() const { return fUseDefaults; }
     bool setUseDefaults(bool use);
 
-    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> begin() = 0;
-    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> end() = 0;
+    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> begin() const = 0;
+    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> end() const = 0;
 
     [[nodiscard]] virtual unsigned int elementCount() const = 0;
     [[nodiscard]] virtual bool hasElement(const Index& index) const = 0;
-    [[nodiscard]] Handle element(const Index& index);
-    [[nodiscard]] Handle element(unsigned int number);
+    [[nodiscard]] virtual bool hasElement(unsigned int number) const = 0;
+    /// The element's chunk, null without one; after a `sync` or `syncToRead`.
+    [[nodiscard]] virtual char* chunkAt(const Index& index) const = 0;
+    [[nodiscard]] virtual char* chunkOf(unsigned int number) const = 0;
+    /// On the element's chunk.
+    [[nodiscard]] Handle handleOn(char* chunk) const;
     bool setElement(const Index& index, const Handle& handle);
     /// Takes the handle's chunk over when the handle owns it, else copies it.
     bool adoptElement(Index&& index, Handle&& handle);
@@ -76,24 +85,29 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] virtual char* place(unsigned int number) = 0;
     /// After a `sync`.
     virtual bool reserve(unsigned int elements) = 0;
-    /// In order; after a `sync`.
-    virtual void visit(ElementVisitor& visitor) = 0;
+    /// In order; after a `sync` or `syncToRead`.
+    virtual void visit(ElementVisitor& visitor) const = 0;
     virtual bool removeElement(const Index& index) = 0;
     virtual bool reindexElement(const Index& from, const Index& to) = 0;
     virtual bool swapElements(const Index& first, const Index& second) = 0;
     virtual bool setElementRange(const Index& first, const Index& last) = 0;
     virtual bool clear() = 0;
-    bool mergeStream(StreamImpl& other);
+    bool mergeStream(const StreamImpl& other);
 
     /// Brings the chunks to the structure's present layout. When there is no memory for that, the
     /// storage goes on with the layout that it has.
     void sync() {
-        if (fPresentLayout->get() != fLayout.get()) convertToPresent();
+        if (!isPresent()) convertToPresent(false);
     }
-    /// Of the chunks, as of the last `sync`.
-    [[nodiscard]] const Layout& layout() const { return *fLayout; }
-    /// Where the structure keeps its present one.
-    [[nodiscard]] const RefPtr<Layout>& presentLayout() const { return *fPresentLayout; }
+    /// The same for an operation that only reads. The first thread that reads after the structure's
+    /// change converts the chunks and the others wait for it, so that no chunk moves while somebody
+    /// reads. Where memory runs out for that, readers go on with the old layout until the next
+    /// `sync`.
+    void syncToRead() const {
+        if (!isPresent()) const_cast<StreamImpl*>(this)->convertToPresent(true);
+    }
+    /// The one that the chunks have.
+    [[nodiscard]] const Layout& layout() const { return *fLayout.load(std::memory_order_relaxed); }
     /// Grows when elements with numbers come or go, when a chunk lies elsewhere and when the
     /// structure is another. Not when dense storage has more elements in the same block.
     [[nodiscard]] const std::uint64_t& changes() const { return fChanges; }
@@ -114,9 +128,6 @@ class StreamImpl : public RefCounted,
     /// The copy does not use defaults, whatever `other` does.
     StreamImpl(const StreamImpl& other);
 
-    /// The element's chunk, null without one.
-    [[nodiscard]] virtual char* chunkAt(const Index& index) = 0;
-    [[nodiscard]] virtual char* chunkOf(unsigned int number) = 0;
     /// Stores a chunk of `layout()`, or an element without data. Takes the chunk when the result is
     /// true, and of the index what it needs. An element that is there keeps its address and gets
     /// the new content.
@@ -140,15 +151,20 @@ class StreamImpl : public RefCounted,
     static void addStrings(const Layout& layout, const char* chunk, Debug::Footprint& footprint);
 
   private:
-    void convertToPresent();
+    [[nodiscard]] bool isPresent() const {
+        return fPresentLayout->get() == fLayout.load(std::memory_order_acquire);
+    }
+    void convertToPresent(bool toRead);
+    void setLayout(const Layout& layout);
 
     RefPtr<const Structure> fStructure;
     const RefPtr<Layout>* fPresentLayout;
-    RefPtr<const Layout> fLayout;
+    std::atomic<const Layout*> fLayout;  // one reference
     std::uint64_t fChanges = 0;
     std::string fName;
     std::string fIndexType;
     bool fUseDefaults = false;
+    bool fIsOutOfMemory = false;  // the last conversion was
 
     static Debug::ObjectCounter _objects;
 };

@@ -12,7 +12,6 @@
 #include <limits>
 #include <utility>
 
-#include "core/HandleAccess.h"
 #include "debug/ObjectCounter.h"
 #include "streams/StreamDenseIteratorImpl.h"
 
@@ -57,8 +56,8 @@ StreamImplDense::~StreamImplDense() {
     _objects.objectDestroyed();
 }
 
-std::unique_ptr<StreamImpl> StreamImplDense::clone() {
-    sync();
+std::unique_ptr<StreamImpl> StreamImplDense::clone() const {
+    syncToRead();
     std::unique_ptr<StreamImplDense> copy(new StreamImplDense(*this));
     if (!copy->copyBlock(*this)) return nullptr;
     return copy;
@@ -77,26 +76,26 @@ bool StreamImplDense::copyBlock(const StreamImplDense& other) {
     return true;
 }
 
-std::unique_ptr<StreamIteratorImpl> StreamImplDense::begin() {
+std::unique_ptr<StreamIteratorImpl> StreamImplDense::begin() const {
     return std::make_unique<StreamDenseIteratorImpl>(*this, true);
 }
 
-std::unique_ptr<StreamIteratorImpl> StreamImplDense::end() {
+std::unique_ptr<StreamIteratorImpl> StreamImplDense::end() const {
     return std::make_unique<StreamDenseIteratorImpl>(*this, false);
 }
 
-bool StreamImplDense::hasElement(const Index& index) const { return index.index() < fCount; }
+bool StreamImplDense::hasElement(const Index& index) const { return hasElement(index.index()); }
 
 // As the iterator does, which finds nothing behind the first element when there is no block.
-void StreamImplDense::visit(ElementVisitor& visitor) {
+void StreamImplDense::visit(ElementVisitor& visitor) const {
     const bool hasChunks = fBlock || layout().totalSize() == 0;
     const unsigned int count = hasChunks ? fCount : std::min(fCount, 1U);
     for (unsigned int k = 0; k < count; ++k) visitor.visit(k, elementAddr(k));
 }
 
-char* StreamImplDense::chunkAt(const Index& index) { return chunkOf(index.index()); }
+char* StreamImplDense::chunkAt(const Index& index) const { return chunkOf(index.index()); }
 
-char* StreamImplDense::chunkOf(unsigned int number) {
+char* StreamImplDense::chunkOf(unsigned int number) const {
     return number < fCount ? elementAddr(number) : nullptr;
 }
 
@@ -293,7 +292,7 @@ void StreamImplDense::printElement(unsigned int position, std::size_t digits, bo
         print.skipNextIndent(true);
         print << static_cast<const void*>(chunk) << " : ";
     }
-    Handle handle = HandleAccess::borrow(structure(), layout(), chunk);
+    Handle handle = handleOn(chunk);
     printMembers(handle, layout(), print);
     print.skipNextIndent(true);
     print << "\n";

@@ -23,16 +23,19 @@ class StreamImplDense : public StreamImpl,
     ~StreamImplDense() override;
     StreamImplDense& operator=(const StreamImplDense&) = delete;
 
-    [[nodiscard]] std::unique_ptr<StreamImpl> clone() override;
+    [[nodiscard]] std::unique_ptr<StreamImpl> clone() const override;
     [[nodiscard]] bool isDense() const override { return true; }
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> begin() override;
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> end() override;
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> begin() const override;
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> end() const override;
 
     [[nodiscard]] unsigned int elementCount() const override { return fCount; }
     [[nodiscard]] bool hasElement(const Index& index) const override;
+    [[nodiscard]] bool hasElement(unsigned int number) const override { return number < fCount; }
+    [[nodiscard]] char* chunkAt(const Index& index) const override;
+    [[nodiscard]] char* chunkOf(unsigned int number) const override;
     [[nodiscard]] char* place(unsigned int number) override;
     bool reserve(unsigned int elements) override;
-    void visit(ElementVisitor& visitor) override;
+    void visit(ElementVisitor& visitor) const override;
     /// Sets the element to its default; the count stays.
     bool removeElement(const Index& index) override;
     bool reindexElement(const Index& from, const Index& to) override;
@@ -58,8 +61,6 @@ class StreamImplDense : public StreamImpl,
     static unsigned long long objectsAlive();
 
   protected:
-    [[nodiscard]] char* chunkAt(const Index& index) override;
-    [[nodiscard]] char* chunkOf(unsigned int number) override;
     bool store(Index&& index, OwnedChunk&& chunk) override;
     [[nodiscard]] char* placeTyped(Index&& index) override { return place(index.index()); }
     void dropChunks() override;

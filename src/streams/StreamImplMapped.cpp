@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "core/HandleAccess.h"
 #include "debug/ObjectCounter.h"
 #include "streams/StreamMappedIteratorImpl.h"
 
@@ -35,28 +34,26 @@ StreamImplMapped::~StreamImplMapped() {
 }
 
 template <typename Visit>
-void StreamImplMapped::forEach(const Visit& visit) {
-    fNumbered.forEach([&](unsigned int number, char*& chunk) { visit(Index(number), chunk); });
-    for (auto& [index, chunk] : fTyped) visit(index, chunk);
+void StreamImplMapped::forEach(const Visit& visit) const {
+    fNumbered.forEach([&](unsigned int number, char* chunk) { visit(Index(number), chunk); });
+    for (const auto& [index, chunk] : fTyped) visit(index, chunk);
 }
 
 template <typename Visit>
-void StreamImplMapped::forEachChunk(const Visit& visit) {
-    fNumbered.forEach([&](unsigned int, char*& chunk) { visit(chunk); });
-    for (auto& entry : fTyped) visit(entry.second);
+void StreamImplMapped::forEachChunk(const Visit& visit) const {
+    fNumbered.forEach([&](unsigned int, char* chunk) { visit(chunk); });
+    for (const auto& entry : fTyped) visit(entry.second);
 }
 
-char** StreamImplMapped::find(const Index& index) {
-    if (!index.complexIndex()) {
-        NumberedElements::Entry* entry = fNumbered.find(index.index());
-        return entry ? &entry->chunk : nullptr;
-    }
-    return chunkIn(placeOf(index), index);
+template <typename Change>
+void StreamImplMapped::changeEach(std::size_t stride, const Change& change) {
+    fNumbered.changeEach(stride, change);
+    for (auto& entry : fTyped) change(entry.second);
 }
 
 // At the place of an index is its element or the one behind it.
-char** StreamImplMapped::chunkIn(TypedElements::iterator place, const Index& index) {
-    return place == fTyped.end() || index < place->first ? nullptr : &place->second;
+bool StreamImplMapped::isAt(TypedElements::const_iterator place, const Index& index) const {
+    return place != fTyped.end() && !(index < place->first);
 }
 
 // The first that is not less. Most are stored in order.
@@ -65,16 +62,25 @@ StreamImplMapped::TypedElements::iterator StreamImplMapped::placeOf(const Index&
     return fTyped.lower_bound(index);
 }
 
-char*& StreamImplMapped::insert(const Index& index) {
-    if (!index.complexIndex()) return fNumbered.insert(index.index()).chunk;
-    return fTyped.try_emplace(placeOf(index), index, nullptr)->second;
+char* StreamImplMapped::put(const Index& index, char* chunk) {
+    if (!index.complexIndex()) return fNumbered.put(index.index(), chunk, stride());
+    return std::exchange(fTyped.try_emplace(placeOf(index), index, nullptr)->second, chunk);
+}
+
+char* StreamImplMapped::putFresh(unsigned int number, char* chunk) {
+    try {
+        return fNumbered.put(number, chunk, stride());
+    } catch (...) {
+        free(chunk);
+        throw;
+    }
 }
 
 void StreamImplMapped::erase(const Index& index) {
     if (index.complexIndex()) {
         fTyped.erase(index);
     } else {
-        fNumbered.erase(index.index());
+        fNumbered.erase(index.index(), stride());
     }
 }
 
@@ -84,8 +90,8 @@ void StreamImplMapped::free(char* chunk) {
     fPool.giveBack(layout(), chunk);
 }
 
-std::unique_ptr<StreamImpl> StreamImplMapped::clone() {
-    sync();
+std::unique_ptr<StreamImpl> StreamImplMapped::clone() const {
+    syncToRead();
     auto copy = std::make_unique<StreamImplMapped>(static_cast<const StreamImpl&>(*this));
     copy->fLowest = fLowest;
     copy->fHighest = fHighest;
@@ -99,11 +105,11 @@ std::unique_ptr<StreamImpl> StreamImplMapped::clone() {
     return copy;
 }
 
-std::unique_ptr<StreamIteratorImpl> StreamImplMapped::begin() {
+std::unique_ptr<StreamIteratorImpl> StreamImplMapped::begin() const {
     return std::make_unique<StreamMappedIteratorImpl>(*this, true);
 }
 
-std::unique_ptr<StreamIteratorImpl> StreamImplMapped::end() {
+std::unique_ptr<StreamIteratorImpl> StreamImplMapped::end() const {
     return std::make_unique<StreamMappedIteratorImpl>(*this, false);
 }
 
@@ -115,13 +121,16 @@ bool StreamImplMapped::hasElement(const Index& index) const {
     return index.complexIndex() ? fTyped.count(index) > 0 : fNumbered.has(index.index());
 }
 
-char* StreamImplMapped::chunkAt(const Index& index) {
-    char** const place = find(index);
-    return place ? *place : nullptr;
+bool StreamImplMapped::hasElement(unsigned int number) const { return fNumbered.has(number); }
+
+char* StreamImplMapped::chunkAt(const Index& index) const {
+    if (!index.complexIndex()) return chunkOf(index.index());
+    const auto found = fTyped.find(index);
+    return found == fTyped.end() ? nullptr : found->second;
 }
 
-char* StreamImplMapped::chunkOf(unsigned int number) {
-    return fNumbered.chunkOf(number, fPool.stride());
+char* StreamImplMapped::chunkOf(unsigned int number) const {
+    return fNumbered.chunkOf(number, stride());
 }
 
 char* StreamImplMapped::adopt(OwnedChunk&& chunk) {
@@ -136,35 +145,32 @@ bool StreamImplMapped::storeCopy(const Index& index, const char* chunk) {
         return StreamImpl::storeCopy(index, chunk);
     }
     noteChange();
-    const std::size_t before = fNumbered.size();
-    char*& place = fNumbered.insert(index.index()).chunk;
-    if (place) return StreamImpl::storeCopy(index, chunk);
-    place = fPool.take(layout());
-    if (place && layout().fillWithDuplicate(place, chunk)) return true;
-    if (place) fPool.giveBack(layout(), std::exchange(place, nullptr));
-    if (fNumbered.size() > before) fNumbered.erase(index.index());
-    return false;
+    char* const copy = fPool.take(layout());
+    if (!copy) return false;
+    if (!layout().fillWithDuplicate(copy, chunk)) {
+        fPool.giveBack(layout(), copy);
+        return false;
+    }
+    putFresh(index.index(), copy);
+    return true;
 }
 
 bool StreamImplMapped::store(Index&& index, OwnedChunk&& chunk) {
-    if (char* const there = chunk && !index.complexIndex() ? present(index.index()) : nullptr) {
-        replace(there, std::move(chunk));
-        return true;
-    }
     const auto typed = index.complexIndex() ? placeOf(index) : fTyped.end();
-    char** place = index.complexIndex() ? chunkIn(typed, index) : find(index);
-    if (place && *place && chunk) {
-        replace(*place, std::move(chunk));
+    char* const there = index.complexIndex() ? (isAt(typed, index) ? typed->second : nullptr)
+                                             : present(index.index());
+    if (there && chunk) {
+        replace(there, std::move(chunk));
         return true;
     }
     noteChange();
     char* const stored = adopt(std::move(chunk));
+    if (!index.complexIndex()) {
+        free(putFresh(index.index(), stored));
+        return true;
+    }
     try {
-        if (index.complexIndex() && !place) {
-            fTyped.try_emplace(typed, std::move(index), stored);
-        } else {
-            free(std::exchange(place ? *place : insert(index), stored));
-        }
+        free(std::exchange(fTyped.try_emplace(typed, std::move(index), nullptr)->second, stored));
     } catch (...) {
         free(stored);
         throw;
@@ -172,7 +178,7 @@ bool StreamImplMapped::store(Index&& index, OwnedChunk&& chunk) {
     return true;
 }
 
-void StreamImplMapped::visit(ElementVisitor& visitor) {
+void StreamImplMapped::visit(ElementVisitor& visitor) const {
     fNumbered.forEach([&](unsigned int number, char* chunk) { visitor.visit(number, chunk); });
     for (const auto& [index, chunk] : fTyped) visitor.visit(index, chunk);
 }
@@ -182,21 +188,17 @@ bool StreamImplMapped::reserve(unsigned int elements) {
     return elements <= count || fPool.reserve(layout(), elements - count);
 }
 
-// An element's chunk becomes a default one; a new element's is made. False without memory.
-bool StreamImplMapped::fillWithDefault(char*& chunk) {
-    if (chunk) {
-        layout().reset(chunk);
-        return true;
-    }
-    chunk = fPool.take(layout());
+// Null without memory, and for chunks of no bytes.
+char* StreamImplMapped::takeDefault() {
+    char* const chunk = fPool.take(layout());
     if (chunk) layout().fillWithDefault(chunk);
-    return chunk || layout().totalSize() == 0;
+    return chunk;
 }
 
 // Iterators need not know of what keeps its place.
-char* StreamImplMapped::present(unsigned int number) {
+char* StreamImplMapped::present(unsigned int number) const {
     if (fNumbered.size() == 0 || number > fNumbered.highest()) return nullptr;
-    return fNumbered.chunkOf(number, fPool.stride());
+    return chunkOf(number);
 }
 
 char* StreamImplMapped::place(unsigned int number) {
@@ -205,49 +207,49 @@ char* StreamImplMapped::place(unsigned int number) {
         return there;
     }
     noteChange();
-    const std::size_t before = fNumbered.size();
-    char*& chunk = fNumbered.insert(number).chunk;
-    if (fillWithDefault(chunk)) return chunk;
-    if (fNumbered.size() > before) fNumbered.erase(number);
-    return nullptr;
+    char* const chunk = takeDefault();
+    if (chunk || layout().totalSize() == 0) putFresh(number, chunk);
+    return chunk;
 }
 
 char* StreamImplMapped::placeTyped(Index&& index) {
+    const auto place = placeOf(index);
+    if (isAt(place, index) && place->second) {
+        layout().reset(place->second);
+        return place->second;
+    }
     const std::size_t before = fTyped.size();
-    const auto entry = fTyped.try_emplace(placeOf(index), std::move(index), nullptr);
-    if (fillWithDefault(entry->second)) return entry->second;
-    if (fTyped.size() > before) fTyped.erase(entry);
-    return nullptr;
+    const auto entry = fTyped.try_emplace(place, std::move(index), nullptr);
+    char* const chunk = entry->second = takeDefault();
+    if (!chunk && layout().totalSize() != 0 && fTyped.size() > before) fTyped.erase(entry);
+    return chunk;
 }
 
 bool StreamImplMapped::removeElement(const Index& index) {
-    char** const place = find(index);
-    if (!place) return true;
+    if (!hasElement(index)) return true;
     noteChange();
-    free(*place);
+    free(chunkAt(index));
     erase(index);
     if (elementCount() == 0) fPool.clear();
     return true;
 }
 
 bool StreamImplMapped::reindexElement(const Index& from, const Index& to) {
-    if (!find(from)) return false;
+    if (!hasElement(from)) return false;
     if (from == to) return true;
     noteChange();
-    insert(to);
-    if (find(from) == find(to)) return true;  // of a type that orders what it tells apart alike
-    char*& source = *find(from);
-    free(std::exchange(*find(to), std::exchange(source, nullptr)));
-    erase(from);
+    // A type may order alike what it tells apart: both are then one element.
+    if (from < to || to < from) {
+        free(put(to, chunkAt(from)));
+        erase(from);
+    }
     return true;
 }
 
 bool StreamImplMapped::swapElements(const Index& first, const Index& second) {
-    char** const one = find(first);
-    char** const other = find(second);
-    if (!one || !other) return false;
+    if (!hasElement(first) || !hasElement(second)) return false;
     noteChange();
-    std::swap(*one, *other);
+    put(first, put(second, chunkAt(first)));
     return true;
 }
 
@@ -293,7 +295,7 @@ bool StreamImplMapped::convert(const Layout& to) {
         return false;
     }
     auto next = chunks.begin();
-    forEachChunk([&](char*& chunk) {
+    changeEach(pool.stride(), [&](char*& chunk) {
         if (*next && chunk) conversion.move(*next, chunk);
         free(std::exchange(chunk, *next++));
     });
@@ -305,7 +307,7 @@ bool StreamImplMapped::Debug(const StreamImplMapped* storage, Debug::Footprint& 
     if (!storage) return true;
     const Layout& layout = storage->layout();
     footprint.addObject(storage, sizeof(StreamImplMapped));
-    const_cast<StreamImplMapped*>(storage)->forEachChunk([&](const char* chunk) {
+    storage->forEachChunk([&](const char* chunk) {
         if (chunk) footprint.addMember(chunk, layout.totalSize());
         addStrings(layout, chunk, footprint);
     });
@@ -327,8 +329,8 @@ bool StreamImplMapped::Debug(const StreamImplMapped* storage, Debug::Print& prin
     printRange("Highest valid index = ", storage->fHighest);
     print.beginSection("Stream Elements");
     print.doIndent() << "Element count = " << std::to_string(storage->elementCount()) << '\n';
-    const_cast<StreamImplMapped*>(storage)->forEach([&](const Index& index, char* chunk) {
-        const Handle handle = HandleAccess::borrow(storage->structure(), storage->layout(), chunk);
+    storage->forEach([&](const Index& index, char* chunk) {
+        const Handle handle = storage->handleOn(chunk);
         print.doIndent() << "Index (" << index.asString() << "), Handle (";
         print.skipNextIndent(true);
         Handle::Debug(&handle, print);

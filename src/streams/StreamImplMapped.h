@@ -27,16 +27,19 @@ class StreamImplMapped : public StreamImpl,
     ~StreamImplMapped() override;
     StreamImplMapped& operator=(const StreamImplMapped&) = delete;
 
-    [[nodiscard]] std::unique_ptr<StreamImpl> clone() override;
+    [[nodiscard]] std::unique_ptr<StreamImpl> clone() const override;
     [[nodiscard]] bool isDense() const override { return false; }
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> begin() override;
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> end() override;
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> begin() const override;
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> end() const override;
 
     [[nodiscard]] unsigned int elementCount() const override;
     [[nodiscard]] bool hasElement(const Index& index) const override;
+    [[nodiscard]] bool hasElement(unsigned int number) const override;
+    [[nodiscard]] char* chunkAt(const Index& index) const override;
+    [[nodiscard]] char* chunkOf(unsigned int number) const override;
     [[nodiscard]] char* place(unsigned int number) override;
     bool reserve(unsigned int elements) override;
-    void visit(ElementVisitor& visitor) override;
+    void visit(ElementVisitor& visitor) const override;
     bool removeElement(const Index& index) override;
     bool reindexElement(const Index& from, const Index& to) override;
     bool swapElements(const Index& first, const Index& second) override;
@@ -45,10 +48,10 @@ class StreamImplMapped : public StreamImpl,
     bool clear() override;
 
     /// In order, these come first.
-    [[nodiscard]] NumberedElements& numbered() { return fNumbered; }
+    [[nodiscard]] const NumberedElements& numbered() const { return fNumbered; }
     /// Bytes from one chunk to the next, of those that lie in a block.
     [[nodiscard]] std::size_t stride() const { return fPool.stride(); }
-    [[nodiscard]] TypedElements& typed() { return fTyped; }
+    [[nodiscard]] const TypedElements& typed() const { return fTyped; }
 
     bool debug(Debug::Print& print) const override { return Debug(this, print); }
     bool debug(Debug::Footprint& footprint) const override { return Debug(this, footprint); }
@@ -58,8 +61,6 @@ class StreamImplMapped : public StreamImpl,
     static unsigned long long objectsAlive();
 
   protected:
-    [[nodiscard]] char* chunkAt(const Index& index) override;
-    [[nodiscard]] char* chunkOf(unsigned int number) override;
     bool store(Index&& index, OwnedChunk&& chunk) override;
     bool storeCopy(const Index& index, const char* chunk) override;
     [[nodiscard]] char* placeTyped(Index&& index) override;
@@ -67,22 +68,26 @@ class StreamImplMapped : public StreamImpl,
     bool convert(const Layout& to) override;
 
   private:
-    /// Calls `visit(index, chunk)` for each in order; it may change the chunk.
+    /// Calls `visit(index, chunk)` for each in order.
     template <typename Visit>
-    void forEach(const Visit& visit);
-    /// The same with the chunk alone.
+    void forEach(const Visit& visit) const;
+    /// Calls `visit(chunk)` for each in order.
     template <typename Visit>
-    void forEachChunk(const Visit& visit);
+    void forEachChunk(const Visit& visit) const;
+    /// Calls `change(chunk)`, which may replace the chunk, for each in order.
+    template <typename Change>
+    void changeEach(std::size_t stride, const Change& change);
     /// The element's chunk, null without one.
-    [[nodiscard]] char* present(unsigned int number);
-    /// The element's place; null without one.
-    [[nodiscard]] char** find(const Index& index);
+    [[nodiscard]] char* present(unsigned int number) const;
     [[nodiscard]] TypedElements::iterator placeOf(const Index& index);
-    [[nodiscard]] char** chunkIn(TypedElements::iterator place, const Index& index);
-    char*& insert(const Index& index);
+    [[nodiscard]] bool isAt(TypedElements::const_iterator place, const Index& index) const;
+    /// Gives an element its chunk, and returns the one that it had: null for a new element.
+    char* put(const Index& index, char* chunk);
+    /// The same of a chunk of the pool, which goes back there without memory for its element.
+    char* putFresh(unsigned int number, char* chunk);
     void erase(const Index& index);
     void free(char* chunk);
-    bool fillWithDefault(char*& chunk);
+    [[nodiscard]] char* takeDefault();
     [[nodiscard]] char* adopt(OwnedChunk&& chunk);
 
     NumberedElements fNumbered;

@@ -18,7 +18,7 @@ StreamIteratorImpl::StreamIteratorImpl(const StreamIteratorImpl& other) = defaul
 
 void StreamIteratorImpl::refuse() { throw std::out_of_range("Iterator not at a valid position"); }
 
-void StreamIteratorImpl::enter(const Stretch& stretch, StreamImpl& storage) {
+void StreamIteratorImpl::enter(const Stretch& stretch, const StreamImpl& storage) {
     fStretch = stretch;
     fChanges = &storage.changes();
     fChangesSeen = storage.changes();
@@ -27,7 +27,7 @@ void StreamIteratorImpl::enter(const Stretch& stretch, StreamImpl& storage) {
     if (fHandle && fHandle->usesStructure(storage.structure())) {
         HandleAccess::point(*fHandle, storage.layout(), stretch.chunk);
     } else {
-        fHandle = HandleAccess::borrow(storage.structure(), storage.layout(), stretch.chunk);
+        fHandle = storage.handleOn(stretch.chunk);
     }
 }
 

@@ -7,7 +7,7 @@
 
 namespace orbo::Data {
 
-StreamMappedIteratorImpl::StreamMappedIteratorImpl(StreamImplMapped& storage, bool begin)
+StreamMappedIteratorImpl::StreamMappedIteratorImpl(const StreamImplMapped& storage, bool begin)
     : fStorage(&storage), fTyped(storage.typed().end()) {
     fAtEnd = !begin;
     if (begin) {
@@ -27,7 +27,7 @@ StreamMappedIteratorImpl::StreamMappedIteratorImpl(const StreamMappedIteratorImp
 
 void StreamMappedIteratorImpl::showAgain() {
     if (fIsTyped) return showTyped();
-    fStorage->sync();
+    fStorage->syncToRead();
     fBehind = fStorage->numbered().from(number(), fStorage->stride());
     if (fBehind.first != fBehind.end && fBehind.first->number == number()) return showNumbered();
     fBehind = {};
@@ -57,7 +57,7 @@ void StreamMappedIteratorImpl::step() {
 }
 
 void StreamMappedIteratorImpl::moveTo(std::uint64_t number) {
-    fStorage->sync();
+    fStorage->syncToRead();
     fBehind = {};
     if (number <= ~0U)
         fBehind = fStorage->numbered().from(static_cast<unsigned int>(number), fStorage->stride());
@@ -80,7 +80,7 @@ void StreamMappedIteratorImpl::showNumbered() {
 }
 
 void StreamMappedIteratorImpl::showTyped() {
-    fStorage->sync();
+    fStorage->syncToRead();
     fAtEnd = fTyped == fStorage->typed().end();
     Stretch stretch;
     if (!fAtEnd) stretch.chunk = fTyped->second;

@@ -14,7 +14,7 @@ namespace orbo::Data {
 class StreamMappedIteratorImpl : public StreamIteratorImpl {
   public:
     StreamMappedIteratorImpl() = default;
-    StreamMappedIteratorImpl(StreamImplMapped& storage, bool begin);
+    StreamMappedIteratorImpl(const StreamImplMapped& storage, bool begin);
     StreamMappedIteratorImpl(const StreamMappedIteratorImpl& other);
 
     [[nodiscard]] std::unique_ptr<StreamIteratorImpl> clone() const override;
@@ -34,11 +34,11 @@ class StreamMappedIteratorImpl : public StreamIteratorImpl {
     void showNumbered();
     void showTyped();
 
-    StreamImplMapped* fStorage = nullptr;
+    const StreamImplMapped* fStorage = nullptr;
     bool fIsTyped = true;  // which come behind the numbered
     // What is behind the stretch, as long as the storage does not change.
     NumberedElements::Run fBehind;
-    StreamImplMapped::TypedElements::iterator fTyped;
+    StreamImplMapped::TypedElements::const_iterator fTyped;
 };
 
 }  // namespace orbo::Data
