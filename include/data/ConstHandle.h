@@ -84,11 +84,16 @@ class METADATA_API ConstHandle {
   private:
     friend class HandleAccess;
 
-    ConstHandle(const Structure* structure, const Layout& layout, const char* data,
-                unsigned int member);
+    ConstHandle(const Structure* structure, const Layout& layout, const char* data)
+        : fStructure(structure), fLayout(&layout), fData(data) {}
 
     [[nodiscard]] const Member* current() const;
-    void moveTo(unsigned int member);
+    void moveTo(const Member* member, unsigned int index) {
+        fIndex = index;
+        fType = member ? member->fType : Member::kInvalid;
+        fOffset = member ? member->fOffset : 0;
+    }
+    bool moveTo(unsigned int index);
     template <typename T>
     [[nodiscard]] const T* valuesOf(Member::eDataType type) const {
         return fData && fType == type ? reinterpret_cast<const T*>(fData + fOffset) : nullptr;

@@ -83,6 +83,7 @@ class METADATA_API Member {
     static unsigned long long objectsAlive();
 
   private:
+    friend class ConstHandle;
     friend class Handle;
     friend class Layout;
     friend class Structure;

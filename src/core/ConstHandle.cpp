@@ -11,35 +11,24 @@ namespace orbo::Data {
 
 ConstHandle::ConstHandle(const Handle& handle)
     : ConstHandle(HandleAccess::structure(handle), HandleAccess::layout(handle),
-                  HandleAccess::data(handle), HandleAccess::memberIndex(handle)) {}
-
-ConstHandle::ConstHandle(const Structure* structure, const Layout& layout, const char* data,
-                         unsigned int member)
-    : fStructure(structure), fLayout(&layout), fData(data) {
-    moveTo(member);
+                  HandleAccess::data(handle)) {
+    moveTo(HandleAccess::memberIndex(handle));
 }
 
 const Member* ConstHandle::current() const {
     return fIndex != Layout::kNoMember ? &fLayout->member(fIndex) : nullptr;
 }
 
-void ConstHandle::moveTo(unsigned int member) {
-    const unsigned int count = fLayout ? fLayout->memberCount() : 0;
-    fIndex = member < count ? member : Layout::kNoMember;
-    const Member* const found = current();
-    fType = found ? found->type() : Member::kInvalid;
-    fOffset = found ? found->offset() : 0;
+bool ConstHandle::moveTo(unsigned int index) {
+    const bool isMember = fLayout && index < fLayout->memberCount();
+    moveTo(isMember ? &fLayout->member(index) : nullptr, isMember ? index : Layout::kNoMember);
+    return isMember;
 }
 
-bool ConstHandle::setPositionByMemberIndex(unsigned int index) {
-    moveTo(index);
-    return fIndex != Layout::kNoMember;
-}
+bool ConstHandle::setPositionByMemberIndex(unsigned int index) { return moveTo(index); }
 
 bool ConstHandle::setPositionByMemberName(const char* name) {
-    if (!name) return false;
-    moveTo(fLayout ? fLayout->indexOf(name) : Layout::kNoMember);
-    return fIndex != Layout::kNoMember;
+    return name && moveTo(fLayout ? fLayout->indexOf(name) : Layout::kNoMember);
 }
 
 Member::eDataType ConstHandle::dataType() const { return checkedMember(current()).type(); }

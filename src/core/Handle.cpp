@@ -37,8 +37,11 @@ Handle::Handle(const Structure& structure, void* data)
     : Handle(structure, Layout::of(structure), static_cast<char*>(data)) {}
 
 Handle::Handle(const Structure& structure, const Layout& layout, char* data)
-    : fStructure(&structure), fLayout(&layout), fData(data) {
-    moveTo(0);
+    : fStructure(&structure),
+      fLayout(&layout),
+      fData(data),
+      fIndex(layout.memberCount() != 0 ? 0 : kEndIndex) {
+    if (fIndex == 0) fType = layout.member(0).fType;  // at the chunk's beginning
     structure.ref();
     _objects.objectCreated();
 }

@@ -16,7 +16,9 @@ class HandleAccess {
     static Handle borrow(const Structure& structure, const Layout& layout, char* data);
     /// The same to read only.
     static ConstHandle look(const Structure& structure, const Layout& layout, const char* data) {
-        return ConstHandle(&structure, layout, data, 0);
+        ConstHandle handle(&structure, layout, data);
+        if (layout.memberCount() != 0) handle.moveTo(&layout.member(0), 0);
+        return handle;
     }
     /// Owns the chunk, at the first member.
     static Handle own(const Structure& structure, const Layout& layout, char* data);

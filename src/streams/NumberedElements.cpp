@@ -26,30 +26,40 @@ void NumberedElements::fit(Steps& steps, const List& list) {
     steps = Steps();
     if (list.size() < 2) return;
     steps.second = list[1].lowest;
+    steps.last = static_cast<unsigned int>(list.size() - 1);
     const std::uint64_t span = list.back().lowest - steps.second;
-    if (span != 0) steps.perNumber = ((std::uint64_t{list.size() - 2} << 32) + span - 1) / span;
+    if (span != 0) steps.perNumber = ((std::uint64_t{steps.last - 1U} << 32) + span - 1) / span;
 }
 
+// It is a little beside the guess, as a rule.
 template <typename List>
-std::size_t NumberedElements::placeIn(const List& list, const Steps& steps, unsigned int number) {
-    const std::size_t guess = std::min(steps.guess(number), list.size() - 1);
-    if (list[guess].lowest <= number &&
-        (guess + 1 == list.size() || number < list[guess + 1].lowest)) {
-        return guess;
+std::size_t NumberedElements::placeNear(std::size_t guess, const List& list, unsigned int number) {
+    const auto* const first = list.data();
+    const auto* const end = first + list.size();
+    const auto* at = first + guess;
+    for (unsigned int k = 0; k < kStepsFromGuess; ++k) {
+        if (number < at->lowest) {
+            --at;
+        } else if (at + 1 != end && at[1].lowest <= number) {
+            ++at;
+        } else {
+            return static_cast<std::size_t>(at - first);
+        }
     }
     // Which half is taken cannot be predicted: without a branch nothing is guessed wrongly.
     std::size_t place = 0;
     for (std::size_t left = list.size(); left > 1;) {
         const std::size_t half = left / 2;
-        place += list[place + half].lowest <= number ? half : 0;
+        place += first[place + half].lowest <= number ? half : 0;
         left -= half;
     }
     return place;
 }
 
 NumberedElements::Place NumberedElements::find(unsigned int number) const {
-    const std::size_t group = fGroups.size() == 1 ? 0 : placeIn(fGroups, fSteps, number);
-    return {group, placeIn(fGroups[group].pages, fGroups[group].steps, number)};
+    const std::size_t place = findGroup(number);
+    const Group& group = fGroups[place];
+    return {place, placeNear(group.steps.guess(number), group.pages, number)};
 }
 
 bool NumberedElements::moveToNext(Place& place) const {
@@ -65,27 +75,42 @@ std::size_t NumberedElements::entryOf(const Page& page, unsigned int number) {
     const std::size_t guess = number - page.lowest;
     if (guess < entries.size() && entries[guess].number == number) return guess;
     if (entries.empty() || entries.back().number < number) return entries.size();
-    const auto found = std::lower_bound(
-        entries.begin(), entries.end(), number,
-        [](const Entry& entry, unsigned int wanted) { return entry.number < wanted; });
-    return static_cast<std::size_t>(found - entries.begin());
+    std::size_t below = 0;  // it, and those in front, are below or the first
+    for (std::size_t left = entries.size(); left > 1;) {
+        const std::size_t half = left / 2;
+        below += entries[below + half].number < number ? half : 0;
+        left -= half;
+    }
+    return entries[below].number < number ? below + 1 : below;
 }
 
 bool NumberedElements::hasAt(const Page& page, std::size_t entry, unsigned int number) {
     return entry != page.entries.size() && page.entries[entry].number == number;
 }
 
+// Here and below: a guessed page that has the number needs no other proof that it is the right one.
 bool NumberedElements::has(unsigned int number) const {
     if (fSize == 0) return false;
-    const Page& page = pageAt(find(number));
-    return number - page.evenNumber < page.evenCount || hasAt(page, entryOf(page, number), number);
+    const Group& group = fGroups[findGroup(number)];
+    const std::size_t guess = group.steps.guess(number);
+    if (isEven(group.pages[guess], number)) return true;
+    const Page& page = group.pages[placeNear(guess, group.pages, number)];
+    return hasAt(page, entryOf(page, number), number);
 }
 
 char* NumberedElements::chunkOf(unsigned int number, std::size_t stride) const {
     if (fSize == 0) return nullptr;
-    const Page& page = pageAt(find(number));
-    const std::size_t at = number - page.evenNumber;
-    if (at < page.evenCount) return page.evenChunk + at * stride;
+    const Group& group = fGroups[findGroup(number)];
+    const std::size_t guess = group.steps.guess(number);
+    const Page& guessed = group.pages[guess];
+    if (isEven(guessed, number)) return evenChunkOf(guessed, number, stride);
+    const Page& page = group.pages[placeNear(guess, group.pages, number)];
+    const std::size_t entry = entryOf(page, number);
+    return hasAt(page, entry, number) ? page.entries[entry].chunk : nullptr;
+}
+
+char* NumberedElements::chunkIn(const Page& page, unsigned int number, std::size_t stride) {
+    if (isEven(page, number)) return evenChunkOf(page, number, stride);
     const std::size_t entry = entryOf(page, number);
     return hasAt(page, entry, number) ? page.entries[entry].chunk : nullptr;
 }
@@ -160,6 +185,11 @@ void NumberedElements::findToChange(unsigned int number) {
 
 char* NumberedElements::put(unsigned int number, char* chunk, std::size_t stride) {
     Page* page = &pageToChange(number);
+    if (!page->entries.empty() && page->entries.size() < kPageSize &&
+        page->entries.back().number < number) {
+        append(*page, {number, chunk}, stride);
+        return nullptr;
+    }
     std::size_t entry = entryOf(*page, number);
     if (hasAt(*page, entry, number)) {
         char* const earlier = std::exchange(page->entries[entry].chunk, chunk);
@@ -179,6 +209,17 @@ char* NumberedElements::put(unsigned int number, char* chunk, std::size_t stride
     fHighest = fSize == 0 ? number : std::max(fHighest, number);
     ++fSize;
     return nullptr;
+}
+
+void NumberedElements::append(Page& page, Entry entry, std::size_t stride) {
+    const std::size_t inFront = page.entries.size();
+    page.entries.push_back(entry);
+    if (page.evenCount == inFront && entry.number == page.evenNumber + page.evenCount &&
+        entry.chunk == page.evenChunk + inFront * stride) {
+        ++page.evenCount;
+    }
+    fHighest = fSize == 0 ? entry.number : std::max(fHighest, entry.number);
+    ++fSize;
 }
 
 // Splits the recent page.

@@ -55,6 +55,11 @@ class NumberedElements {
     char* put(unsigned int number, char* chunk, std::size_t stride);
     void erase(unsigned int number, std::size_t stride);
     void clear();
+    /// `chunkOf` for one who is about to change something there.
+    [[nodiscard]] char* chunkToChange(unsigned int number, std::size_t stride) {
+        if (fSize == 0 || number > fHighest) return nullptr;
+        return chunkIn(pageToChange(number), number, stride);
+    }
     /// Calls `change(chunk)`, which may replace the chunk, for each in order.
     template <typename Change>
     void changeEach(std::size_t stride, const Change& change) {
@@ -81,11 +86,13 @@ class NumberedElements {
     /// steps. The first step is left out, for what begins there may begin far below its numbers.
     struct Steps {
         unsigned int second = ~0U;
+        unsigned int last = 0;        // the last place
         std::uint64_t perNumber = 0;  // times 2^32
 
         [[nodiscard]] std::size_t guess(unsigned int number) const {
             if (number < second) return 0;
-            return static_cast<std::size_t>(1 + ((number - second) * perNumber >> 32));
+            const std::uint64_t place = 1 + ((number - second) * perNumber >> 32);
+            return static_cast<std::size_t>(place < last ? place : last);
         }
     };
     /// Never without a page, which is empty only where the whole group is.
@@ -102,17 +109,29 @@ class NumberedElements {
     static constexpr std::size_t kPageSize = 64;
     static constexpr std::size_t kGroupSize = 512;
     static constexpr unsigned int kPagesAhead = 16;
+    static constexpr unsigned int kStepsFromGuess = 8;
 
     template <typename List>
     static void fit(Steps& steps, const List& list);
+    /// Where in the list the number belongs, looked for from a guess on.
     template <typename List>
-    static std::size_t placeIn(const List& list, const Steps& steps, unsigned int number);
+    static std::size_t placeNear(std::size_t guess, const List& list, unsigned int number);
+    [[nodiscard]] std::size_t findGroup(unsigned int number) const {
+        return placeNear(fSteps.guess(number), fGroups, number);
+    }
     [[nodiscard]] Place find(unsigned int number) const;
     [[nodiscard]] const Page& pageAt(Place place) const {
         return fGroups[place.group].pages[place.page];
     }
     [[nodiscard]] Page& pageAt(Place place) { return fGroups[place.group].pages[place.page]; }
     [[nodiscard]] bool moveToNext(Place& place) const;
+    static bool isEven(const Page& page, unsigned int number) {
+        return number - page.evenNumber < page.evenCount;
+    }
+    static char* evenChunkOf(const Page& page, unsigned int number, std::size_t stride) {
+        return page.evenChunk + std::size_t{number - page.evenNumber} * stride;
+    }
+    static char* chunkIn(const Page& page, unsigned int number, std::size_t stride);
     static std::size_t entryOf(const Page& page, unsigned int number);
     static bool hasAt(const Page& page, std::size_t entry, unsigned int number);
     static void noteEven(Page& page, std::size_t from, std::size_t stride);
@@ -120,6 +139,7 @@ class NumberedElements {
 
     Page& pageToChange(unsigned int number);
     void findToChange(unsigned int number);
+    void append(Page& page, Entry entry, std::size_t stride);
     void split(std::size_t at, std::size_t stride);
     void addBehind(Place place, Page&& page);
     void splitGroup(Place& place, unsigned int lowest);

@@ -12,7 +12,6 @@
 #include <new>
 #include <utility>
 
-#include "core/HandleAccess.h"
 #include "debug/ObjectCounter.h"
 
 namespace orbo::Data {
@@ -82,10 +81,6 @@ bool StreamImpl::setIndexType(const std::string& typeName) {
 }
 
 bool StreamImpl::setUseDefaults(bool use) { return std::exchange(fUseDefaults, use); }
-
-Handle StreamImpl::handleOn(char* chunk) const {
-    return HandleAccess::borrow(*fStructure, layout(), chunk);
-}
 
 bool StreamImpl::setElement(const Index& index, const Handle& handle) {
     if (!handle.usesStructure(*fStructure)) return false;

@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "core/HandleAccess.h"
 #include "core/Layout.h"
 
 namespace orbo::Data {
@@ -73,7 +74,9 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] virtual char* chunkAt(const Index& index) const = 0;
     [[nodiscard]] virtual char* chunkOf(unsigned int number) const = 0;
     /// On the element's chunk.
-    [[nodiscard]] Handle handleOn(char* chunk) const;
+    [[nodiscard]] Handle handleOn(char* chunk) const {
+        return HandleAccess::borrow(*fStructure, layout(), chunk);
+    }
     bool setElement(const Index& index, const Handle& handle);
     /// Takes the handle's chunk over when the handle owns it, else copies it.
     bool adoptElement(Index&& index, Handle&& handle);

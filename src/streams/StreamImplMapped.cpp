@@ -195,13 +195,8 @@ char* StreamImplMapped::takeDefault() {
     return chunk;
 }
 
-// Iterators need not know of what keeps its place.
-char* StreamImplMapped::present(unsigned int number) const {
-    if (fNumbered.size() == 0 || number > fNumbered.highest()) return nullptr;
-    return chunkOf(number);
-}
-
 char* StreamImplMapped::place(unsigned int number) {
+    // Iterators need not know of what keeps its place.
     if (char* const there = present(number)) {
         layout().reset(there);
         return there;

@@ -78,7 +78,9 @@ class StreamImplMapped : public StreamImpl,
     template <typename Change>
     void changeEach(std::size_t stride, const Change& change);
     /// The element's chunk, null without one.
-    [[nodiscard]] char* present(unsigned int number) const;
+    [[nodiscard]] char* present(unsigned int number) {
+        return fNumbered.chunkToChange(number, stride());
+    }
     [[nodiscard]] TypedElements::iterator placeOf(const Index& index);
     [[nodiscard]] bool isAt(TypedElements::const_iterator place, const Index& index) const;
     /// Gives an element its chunk, and returns the one that it had: null for a new element.

@@ -80,6 +80,13 @@ std::string lookUp(const Model& model) {
         }
         out << found << ' ' << sum << '\n';
     }
+    for (unsigned int number = 0; number < kCount; number += 11) {
+        const Stream& stream = model.stream("numbers", "in order");
+        ConstHandle element = stream.element(number);
+        element.setPositionByMemberName("text");
+        out << element.hasData() << stream.hasElement(Index(number))
+            << (element.hasData() ? element.asString()[0] : "none");
+    }
     for (unsigned int k = 0; k < kCount / 10; k += 3) {
         out << model.stream("typed", "pairs").element(IndexPair(k, k * 3)).str(0)
             << model.stream("typed", "strings")
@@ -148,6 +155,13 @@ std::string askStructureAndContainers(const Model& model) {
     return out.str();
 }
 
+// In place of those that were renamed.
+void addAgain(Model& model) {
+    Channel numbers = model.associations.channel("numbers");
+    model.addNumbered(numbers, "scattered", 5);
+    model.addNumbered(numbers, "dense", 3);
+}
+
 using Reader = std::string (*)(const Model&);
 const std::vector<Reader> kReaders = {lookUp, walk,          writeOut,
                                       dump,   copyAndDetach, askStructureAndContainers};
@@ -182,6 +196,25 @@ void readTogether(const std::function<void(Model&)>& prepare) {
 
 TEST(ReadersOfOneModel, GetTheAnswersThatOneWouldGet) {
     readTogether([](Model&) {});
+}
+
+// What the readers see first is then made by the first of them.
+TEST(ReadersOfOneModel, MayComeRightAfterTheStructureChanged) {
+    readTogether([](Model& model) { model.structure->addMember(Member::kDouble, 2, "late"); });
+}
+
+TEST(ReadersOfOneModel, MayComeRightAfterStreamsAndChannelsWereRenamed) {
+    readTogether([](Model& model) {
+        Channel other("other");
+        other.setDataStream(model.stream("numbers", "dense"));
+        other.renameDataStream("dense", "zz dense");
+        model.stream("numbers", "scattered") = model.stream("numbers", "in order");
+        addAgain(model);
+        Channel& typed = *model.associations.findChannel("typed");
+        const Channel same = typed;
+        typed = Channel("zz typed");
+        typed = same;
+    });
 }
 
 }  // namespace
