@@ -27,7 +27,7 @@ using namespace orbo::Data;
 namespace {
 
 enum Edit : unsigned {
-    kNothing,
+    kAddStructure,
     kAddElement,
     kRemoveNode,
     kRemoveAll,
@@ -92,11 +92,22 @@ void addNode(Accessor& accessor, const std::string& text) {
     accessor.setStructures(structures);
 }
 
+// All records are written, but none is changed.
+void addStructure(Accessor& accessor) {
+    const RefPtr<Structure> structure(new Structure("AddedAlone"));
+    structure->addMember(Member::kInt8, 1, "number");
+    Accessor::StructureSet structures = accessor.structures();
+    structures.insert(structure.get());
+    accessor.setStructures(structures);
+}
+
 // `text` is any text.
 void edit(Accessor& accessor, unsigned edit, const std::string& text) {
     auto& nodes = accessor.associations();
     Accessor::StructureSet structures = accessor.structures();
     switch (edit) {
+        case kAddStructure:
+            return addStructure(accessor);
         case kAddElement:
             return addElement(accessor);
         case kRemoveAll:
@@ -130,6 +141,7 @@ class SceneRun {
     void run(IsUntouched isUntouched) {
         const auto accessor = read();
         if (!accessor) return;
+        checkUneditedWrite(*accessor);
         const std::size_t tail = fScene.size() - std::min<std::size_t>(fScene.size(), 8);
         // Only careful writes say what the formats cannot carry.
         edit(*accessor, fPlan.edit, fScene.substr(tail).c_str());
@@ -168,6 +180,15 @@ class SceneRun {
         return accessor;
     }
 
+    // Neither the scene nor a journal.
+    void checkUneditedWrite(const Accessor& accessor) {
+        const auto files = fSystem.files;
+        fSystem.bytesWritten = 0;
+        demand(accessor.write(fErrors), "an unedited write is never refused", fScene, fErrors);
+        demand(fSystem.files == files && fSystem.bytesWritten == 0,
+               "an unedited write writes nothing", fScene, file());
+    }
+
     void checkResult(const Accessor& accessor) {
         const std::string before = fScene;
         fScene = file();
@@ -182,7 +203,7 @@ class SceneRun {
         if (!fPlan.rereads) return writeAgain(accessor);
         // What was removed but stays, because unreadable metadata needs it, is read back, and what
         // is unreadable may change its place for that. Once.
-        if (fPlan.edit == kNothing && fUnderstoodAll) return writeAgain(*readBack);
+        if (fPlan.edit == kAddStructure && fUnderstoodAll) return writeAgain(*readBack);
         if (!readBack->write(fErrors)) return;
         fScene = file();
         if (const auto next = read()) writeAgain(*next);

@@ -53,7 +53,8 @@ class METADATA_API Accessor {
     /// everything that stands in the way of reading and rewriting it, down to what is merely
     /// unusual. Changes no file. Gives `findings()`; the accessor holds what was read.
     virtual std::vector<Finding> check(const std::string& fileName);
-    /// Writes `structures()` and `associations()` into `fileName()`.
+    /// Writes `structures()` and `associations()` into `fileName()`. When both are what the last
+    /// `read` gave, the file is left as it is, whatever others have made of it.
     virtual bool write(std::string& errors) const;
     /// Passes through all the checks of `write` up to its first byte, and gives what it would give:
     /// of the model, of conflicts, links, the journal's place and the room on the disk. The files

@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "accessors/ModelDigest.h"
 #include "accessors/RecordReader.h"
 #include "formats/ReaderRemarks.h"
 #include "streams/IndexTypes.h"
@@ -161,7 +162,9 @@ TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy&
     for (; !fAssociations.empty(); fAssociations.pop_front()) {
         build(fAssociations.front(), map, taken);
     }
-    for (const auto& entry : map) taken.associations.insert(entry.first);
+    for (const auto& [name, associations] : map) {
+        taken.associations.emplace(name, digestOf(associations));
+    }
     fFindings.moveTo(findings);
     return taken;
 }

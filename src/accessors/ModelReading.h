@@ -44,7 +44,8 @@ class UnreadableRecords {
 struct TakenNames {
     /// With the members that each had then: the caller may have added some since.
     std::map<std::string, RefPtr<const Layout>> structures;
-    std::set<std::string> associations;
+    /// With their digests; empty for what the file may hold otherwise than the model has it.
+    std::map<std::string, std::optional<std::uint64_t>> associations;
     UnreadableRecords unreadable;
     /// Tell whether the file holds them still: of the file, and of the section if it was taken.
     std::optional<Files::FileStatus> status;

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "accessors/Messages.h"
+#include "accessors/ModelDigest.h"
 #include "accessors/SceneChecker.h"
 #include "accessors/SceneWriter.h"
 #include "files/ReadAhead.h"
@@ -111,7 +112,8 @@ bool SceneFileAccessor::writeScene(RewriteExtent extent, std::string& errors) co
     if (!lastReadSucceeded() && !fileName().empty()) {
         return fail(errors, "Could not write " + fileName() + ": the last read of it failed.");
     }
-    const auto opening = open(Use::kWrite);
+    const bool unedited = isUnedited(*this, fTaken);
+    const auto opening = open(unedited ? Use::kRead : Use::kWrite);
     addMessage(errors, opening.notes);
     if (!opening.file) {
         return fail(errors, opening.problem.empty()
@@ -119,6 +121,10 @@ bool SceneFileAccessor::writeScene(RewriteExtent extent, std::string& errors) co
                                 : opening.problem);
     }
     Files::File& file = opening.file->file();
+    if (unedited) {
+        Findings findings;
+        return isScene(file, findings) || fail(errors, findings);
+    }
     const std::unique_ptr<SceneSection> metadata = section(file);
     SceneWriter writer(*this, fTaken, *metadata);
     const RewriteResult result = writer.write(*opening.file, extent, errors);

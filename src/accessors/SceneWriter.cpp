@@ -9,6 +9,7 @@
 #include "accessors/Messages.h"
 #include "accessors/ModelCheck.h"
 #include "accessors/ModelCompare.h"
+#include "accessors/ModelDigest.h"
 #include "accessors/ModelPlace.h"
 #include "accessors/ModelText.h"
 #include "core/StructureRegistry.h"
@@ -48,7 +49,17 @@ bool SceneWriter::compose(Files::File& file, std::string& errors) {
     if (!fSection.checkEntries(errors) || !writeRecords(errors)) return false;
     dropRepeated();
     if (!fSection.compose(fNew, errors)) return false;
-    return !fAccessor.writePolicy().verify || verify(errors);
+    if (fAccessor.writePolicy().verify && !verify(errors)) return false;
+    noteDigests();
+    return true;
+}
+
+// Six digits, for example, may read back as something else than the model has.
+void SceneWriter::noteDigests() {
+    for (const WrittenModel::Node& node : fModel.nodes()) {
+        if (!fAccessor.writePolicy().verify && fUnchangedNodes.count(*node.name) == 0) continue;
+        fWritten.associations[*node.name] = digestOf(*node.associations);
+    }
 }
 
 bool SceneWriter::checkUnchanged(Files::File& file, std::string& errors) {
@@ -179,7 +190,9 @@ void SceneWriter::dropRepeated() {
 
 bool SceneWriter::verify(std::string& errors) const {
     const StructureRegistry::SetAside fileStructures;
-    ModelReading reading(nullptr, &fWritten.associations);
+    std::set<std::string> nodes;
+    for (const auto& node : fWritten.associations) nodes.insert(node.first);
+    ModelReading reading(nullptr, &nodes);
     Accessor::AssociationsMap readBack;
     Findings findings;
     std::string messages;

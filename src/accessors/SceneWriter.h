@@ -49,6 +49,7 @@ class SceneWriter {
     bool writeNode(const WrittenModel::Node& node, std::string& errors);
     void dropRepeated();
     bool verify(std::string& errors) const;
+    void noteDigests();
 
     const Accessor& fAccessor;
     const TakenNames& fTaken;

@@ -66,7 +66,7 @@ TakenNames WrittenModel::names() const {
     for (const auto& structure : fStructures) {
         names.structures.emplace(structure->name(), RefPtr<const Layout>(&Layout::of(*structure)));
     }
-    for (const Node& node : fNodes) names.associations.insert(*node.name);
+    for (const Node& node : fNodes) names.associations.emplace(*node.name, std::nullopt);
     return names;
 }
 

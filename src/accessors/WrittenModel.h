@@ -37,6 +37,7 @@ class WrittenModel {
     [[nodiscard]] bool hasNode(const std::string& name) const;
     /// Also when there is nothing in it to write; null when the accessor has no such entry.
     [[nodiscard]] const Associations* entry(const std::string& node) const;
+    /// Without digests of the nodes.
     [[nodiscard]] TakenNames names() const;
 
   private:

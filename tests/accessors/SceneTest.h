@@ -39,10 +39,10 @@ inline WritePolicy inPlace() {
 
 inline RefPtr<Structure> makeStructure(const std::string& name,
                                        Member::eDataType type = Member::kInt32,
-                                       const std::string& member = "x") {
+                                       const std::string& member = "x", unsigned int length = 2) {
     RefPtr<Structure> structure(Structure::create());
     structure->setName(name.c_str());
-    structure->addMember(type, 2, member.c_str());
+    structure->addMember(type, length, member.c_str());
     return structure;
 }
 
@@ -77,6 +77,7 @@ inline std::string statement(const std::string& word) {
     static const std::map<std::string, std::string> kWords = {
         {"A", structureStatement("name=A:int32=x")},
         {"B", structureStatement("name=B:string=s")},
+        {"Z", structureStatement("name=Z:int8=z")},
         // Other structures of the name, and texts that are none.
         {"A2", structureStatement("name=A:float=y")},
         {"A3", structureStatement("name=A:int32=x:int32=z")},
@@ -193,18 +194,26 @@ class SceneTestOf : public testing::Test {
     [[nodiscard]] Stream& stream(const std::string& node) {
         return *fAccessor.associations().at(node).findChannel("c")->findDataStream("s");
     }
+    void addStructure(const Structure& structure) {
+        Accessor::StructureSet structures = fAccessor.structures();
+        structures.insert(&structure);
+        fAccessor.setStructures(structures);
+    }
     void setNumber(const std::string& node, const Index& index, int value) {
         Handle handle(stream(node).structure());
         *handle.asInt32() = value;
         stream(node).setElement(index, handle);
     }
-    /// In words: "n1=9" sets the number, "n2=n1" copies, "n2" only touches, "-n1" and "-A" remove.
+    /// In words: "n1=9" sets the number, "n2=n1" copies, "n2" only touches, "-n1" and "-A" remove,
+    /// "+Z" adds the structure.
     void edit(const std::string& words) {
         Accessor::AssociationsMap& nodes = fAccessor.associations();
         for (const std::string& word : split(words)) {
             const std::vector<std::string> sides = split(word, '=');
             if (sides.size() == 2 && std::isdigit(sides[1][0])) {
                 setNumber(sides[0], 0, std::stoi(sides[1]));
+            } else if (word[0] == '+') {
+                addStructure(*makeStructure(word.substr(1), Member::kInt8, "z", 1));
             } else if (word[0] == '-') {
                 nodes.erase(nodeName(word.substr(1)));
                 Accessor::StructureSet left;

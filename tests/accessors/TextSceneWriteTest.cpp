@@ -66,6 +66,7 @@ TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
             SCOPED_TRACE(std::string(row.name) + (anySize ? ", any size" : ""));
             makeScene("A n1");
             ASSERT_TRUE(read());
+            edit("+Z");
             setPolicy({false, false, anySize, false});
             file() = row.scene;
             const std::string message = anySize ? row.anySize : row.message;
@@ -75,7 +76,7 @@ TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
             }
             ASSERT_TRUE(write()) << fErrors;
             std::string expected = row.scene;
-            EXPECT_EQ(file(), expected.insert(expected.find(kLastLine), statements("A n1")));
+            EXPECT_EQ(file(), expected.insert(expected.find(kLastLine), statements("A Z n1")));
         }
     }
 }
@@ -135,6 +136,7 @@ TEST_F(JunkScenes, LoseNothingThatWasNotUnderstood) {
 // What stays has to read as it did, with the structures that are there then; and stays for good.
 TEST_F(TextSceneWrite, WhatStaysIsReadAsBefore) {
     const std::string a = statement("A");
+    const std::string z = statement("Z");
     const std::string n1 = statement("n1");
     const std::string more = nodeStatement("n1", oneStream("A", "0\n7 and more\n"));
     const std::string empty = "channel\nname c\nendChannel\nendAssociations\n";
@@ -152,12 +154,12 @@ TEST_F(TextSceneWrite, WhatStaysIsReadAsBefore) {
         std::string meanwhile = {};
     } rows[] = {
         {"escapes", a + quotes + n1, "n1=9", a + quotes + statement("n1=9")},
-        {"the same in another format", a + n1 + xml, "", a + n1 + xml},
+        {"the same in another format", a + n1 + xml, "+Z", a + z + n1 + xml},
         {"structure for what is passed over", a + nodeStatement("n1", twoC), "-A",
          nodeStatement("n1", "endAssociations\n")},
         {"structure removed", a + more, "-A", n1},
         {"structure that others need by now", a, "-A", a + n2, a + n2},
-        {"structure gone meanwhile", a + more, "", a + n1, more},
+        {"structure gone meanwhile", a + more, "+Z", a + z + n1, more},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

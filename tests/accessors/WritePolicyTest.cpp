@@ -37,11 +37,6 @@ class WritePolicyTest : public SceneTest {
         return *fAccessor.associations()["m"].channel(channel).setDataStream(
             Stream(structure, name));
     }
-    void addStructure(const Structure& structure) {
-        Accessor::StructureSet structures = fAccessor.structures();
-        structures.insert(&structure);
-        fAccessor.setStructures(structures);
-    }
 };
 
 TEST_F(WritePolicyTest, EveryPolicyRefusesWhatCouldNotBeFoundAgain) {
