@@ -15,6 +15,7 @@
 #include <data/ChannelIterator.h>
 #include <data/ChannelSerializer.h>
 #include <data/ChannelSerializerRaw.h>
+#include <data/ConstHandle.h>
 #include <data/ExternalContent.h>
 #include <data/Finding.h>
 #include <data/Handle.h>
