@@ -22,6 +22,11 @@ class Structure;
 
 /// Ask for one by file name, `read`, inspect and edit `associations()`, `write`. Messages are
 /// appended to the caller's `errors`, never cleared from it, a line each.
+///
+/// A plug-in for another kind of file derives from this class and makes an `AccessorFactory` of its
+/// own. It must override `readImplementation`. It overrides `write` to be able to write, for the
+/// one here fails, and `isFileSupported` to look at files, for the one here does not. It may
+/// override `check`, which reads here and returns what that found.
 class METADATA_API Accessor {
   public:
     /// Orders by name, byte by byte; throws `std::invalid_argument` for null.
@@ -62,7 +67,8 @@ class METADATA_API Accessor {
     virtual bool rehearse(std::string& errors) const;
     /// What the last `read`, `write` or `check` had to say, also when it failed, in file order.
     [[nodiscard]] const std::vector<Finding>& findings() const;
-    /// By what the file begins with; deals with an interrupted write first, as reading does.
+    /// True here for every name, also when there is no such file. Accessors of scenes tell by what
+    /// the file begins with, and deal with an interrupted write first, as reading does.
     [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
 
     /// By node name; the scene's own under the empty name. Edits are what `write` stores.

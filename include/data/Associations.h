@@ -53,8 +53,9 @@ class METADATA_API Associations {
     [[nodiscard]] unsigned int size() const { return channelCount(); }
     [[nodiscard]] bool empty() const { return channelCount() == 0; }
 
-    /// Detaches from associations that share the channels, with everything below. False when the
-    /// associations are not shared, whoever else may hold single channels.
+    /// Detaches from associations that share the channels, with everything below. Tells whether a
+    /// stream was detached: false also when they were shared and detached, but held no stream. Of
+    /// associations that are not shared nothing is detached, whoever else may hold single channels.
     bool makeUnique();
 
     [[nodiscard]] AssociationsIterator begin() const;

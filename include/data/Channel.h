@@ -62,8 +62,10 @@ class METADATA_API Channel {
     [[nodiscard]] unsigned int size() const { return dataStreamCount(); }
     [[nodiscard]] bool empty() const { return dataStreamCount() == 0; }
 
-    /// Detaches from channels that share the streams, the streams' elements included. False when
-    /// nothing was shared.
+    /// Detaches from channels that share the streams. The streams are then detached, too, from
+    /// everybody who shares their elements. Tells whether one was: false also when the channel was
+    /// shared and detached, but held no stream. Of a channel that is not shared nothing is
+    /// detached: elements that it shares with streams outside of it stay shared.
     bool makeUnique();
 
     [[nodiscard]] ChannelIterator begin() const;

@@ -20,7 +20,9 @@ class Structure;
 /// A handle on shared storage: copies see each other's changes until one calls `makeUnique`.
 ///
 /// Storage is mapped (any index, elements where they were set) or dense (one array over the numbers
-/// from 0; every number below the count is an element). Handles and iterators on elements are good
+/// from 0; every number below the count is an element). Dense storage takes every typed index for
+/// the number 0, so that elements of two pairs overwrite each other. Neither checks the type of an
+/// index against `indexType`. Handles and iterators on elements are good
 /// until that element goes, until dense storage grows, or until the structure gets new members.
 ///
 /// Any number of threads may look for elements and walk them at once, through one stream object or
@@ -96,6 +98,8 @@ class METADATA_API Stream {
     /// Dense storage is resized to last - first + 1 elements when it holds fewer, to one less than
     /// that when it holds more. Mapped storage only notes the range.
     bool setElementRange(Index first, Index last);
+    /// Dense storage forgets the values and keeps the count: until something is set, its elements
+    /// are there without data, a walk ends behind the first, and a column is empty. Always true.
     bool clear();
 
     [[nodiscard]] StreamIterator begin();

@@ -40,7 +40,8 @@ class StreamColumn {
     /// Bytes from the values of one element to those of the next.
     [[nodiscard]] std::size_t stride() const { return fPlace.stride; }
     [[nodiscard]] unsigned int valuesPerElement() const { return fPlace.valuesPerElement; }
-    /// Why the column cannot be had; empty for one that can, also of a stream without elements.
+    /// Why the column cannot be had; empty for one that can, also of a stream without elements or
+    /// whose elements have no data (`Stream::clear`).
     [[nodiscard]] const std::string& problem() const { return fPlace.problem; }
 
   private:

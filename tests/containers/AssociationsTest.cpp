@@ -61,6 +61,21 @@ TEST(AssociationsTest, FindsChannelsByTheNamesThatTheyHaveNow) {
     EXPECT_THAT(names(copy), ElementsAre("b", "b"));
 }
 
+TEST(AssociationsTest, ElementsSharedOutsideAreDetachedOnlyWhereTheChannelIsShared) {
+    const Streams streams;
+    Stream outside = streams.make("s", 1);
+    Channel channel;
+    channel.setDataStream(outside);
+    EXPECT_FALSE(channel.makeUnique()) << "nobody shares the channel";
+    Streams::setValue(outside, 2);
+    EXPECT_EQ(Streams::value(*channel.dataStream("s")), 2) << "still shared";
+    const Channel other(channel);
+    EXPECT_TRUE(channel.makeUnique());
+    Streams::setValue(outside, 3);
+    EXPECT_EQ(Streams::value(*channel.dataStream("s")), 2);
+    EXPECT_EQ(Streams::value(*other.dataStream("s")), 3);
+}
+
 TEST(AttachDirectly, CopiesOwnAssociationsAndAssignedObjectsShareThem) {
     AttachDirectly object;
     EXPECT_TRUE(AttachDirectly(object).metadata()->empty());

@@ -141,6 +141,9 @@ TEST(ContainersTest, OdditiesStay) {
     const Channel sharesEmpty(empty);
     EXPECT_FALSE(empty.makeUnique()) << "it detaches, but says it did not";
     EXPECT_NE(empty, sharesEmpty);
+    const Associations sharesOld(associations);
+    EXPECT_FALSE(associations.makeUnique()) << "so do associations without streams";
+    EXPECT_NE(associations, sharesOld);
     EXPECT_EQ("", Debug::printed<Associations>(nullptr, "none", false) +
                       Debug::printed<Channel>(nullptr, "none", false));
 }

@@ -1,5 +1,6 @@
 // Typed access to elements, and their values as text.
 // SPDX-License-Identifier: Apache-2.0
+#include <data/ConstHandle.h>
 #include <data/Handle.h>
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
@@ -71,8 +72,31 @@ TEST_F(HandleTest, WithoutDataOrMemberThereIsAnAnswerToo) {
     EXPECT_FALSE(handle.setPositionByMemberName("M") || handle.asInt32());
     Handle none;
     EXPECT_THROW((void)none.str(0), std::out_of_range);
+    EXPECT_THROW(parse(handle, "1"), std::out_of_range) << "behind the last member";
+    EXPECT_THROW((void)ConstHandle(handle).str(0), std::out_of_range);
     EXPECT_FALSE(none.setPositionByMemberIndex(0) || none.asInt32());
     EXPECT_TRUE(none.makeUnique() && !none.makeUnique());
+}
+
+TEST_F(HandleTest, ToReadOnlySaysTheSame) {
+    for (int i = 0; i < Member::kInvalid; ++i) {
+        Handle handle = handleOn(static_cast<Member::eDataType>(i), 2);
+        parse(handle, "1", 1);
+        ConstHandle constant(handle);
+        EXPECT_EQ(constant.str(0) + constant.str(1), handle.str(0) + handle.str(1)) << i;
+        EXPECT_EQ(constant.asType(constant.dataType()), handle.asType(handle.dataType()));
+        EXPECT_EQ(constant.isDefault(), handle.isDefault());
+        EXPECT_TRUE(constant.hasData() && constant.usesStructure(*fStructure));
+        EXPECT_EQ(constant.dataLength(), 2U);
+        EXPECT_EQ(constant.asInt32() != nullptr, i == Member::kInt32) << "no conversion";
+        EXPECT_FALSE(constant.setPositionByMemberName(nullptr));
+        EXPECT_FALSE(constant.setPositionByMemberIndex(1) || constant.asType(Member::kInvalid));
+        EXPECT_TRUE(constant.setPositionByMemberName("m") && constant.dataLength() == 2);
+    }
+    ConstHandle none;
+    EXPECT_FALSE(none.hasData() || none.isDefault() || none.isDefaultMember("m"));
+    EXPECT_FALSE(none.setPositionByMemberIndex(0) || none.setPositionByMemberName("m"));
+    EXPECT_THROW((void)none.dataType(), std::out_of_range);
 }
 
 TEST_F(HandleTest, CopiesShareAndMovesHandOver) {

@@ -43,6 +43,17 @@ TEST(Oddities, OfStreamsAreKept) {
     dense.removeElement(1);
     dense.setElement(IndexPair(4, 5), item(*structure, 2, "two"));
     EXPECT_EQ(words(dense), "0=2 two|1=0 ~|") << "typed is 0, removed is a default";
+    dense.setElement(IndexPair(2, 3), item(*structure, 3, "three"));
+    EXPECT_EQ(words(dense.element(IndexPair(4, 5))), "3 three") << "pairs overwrite each other";
+    EXPECT_EQ(dense.indexType(), "numeric") << "which nobody compares";
+    dense.clear();
+    EXPECT_EQ(dense.elementCount(), 2U) << "the count stays";
+    EXPECT_TRUE(dense.hasElement(1) && !dense.element(1).hasData());
+    EXPECT_EQ(words(dense), "0=-|") << "a walk of one step";
+    EXPECT_TRUE(dense.column<int>("number").empty());
+    EXPECT_EQ(dense.column<int>("number").problem(), "");
+    dense.setElement(1, item(*structure, 1, "one"));
+    EXPECT_EQ(words(dense), "0=0 ~|1=1 one|");
 
     Stream stream(*structure, "stream");
     EXPECT_EQ(stream.end().index(), Index(0u));
