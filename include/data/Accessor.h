@@ -23,6 +23,10 @@ class Structure;
 /// Ask for one by file name, `read`, inspect and edit `associations()`, `write`. Messages are
 /// appended to the caller's `errors`, never cleared from it, a line each.
 ///
+/// Any number of threads may use what is `const` at once while nobody changes the accessor or its
+/// model. Those that `write` take turns; what the last write says (`findings`, `metConflict`) is to
+/// be asked for when none is under way.
+///
 /// A plug-in for another kind of file derives from this class and makes an `AccessorFactory` of its
 /// own. It must override `readImplementation`. It overrides `write` to be able to write, for the
 /// one here fails, and `isFileSupported` to look at files, for the one here does not. It may

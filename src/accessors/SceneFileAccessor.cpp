@@ -97,6 +97,7 @@ bool SceneFileAccessor::rehearse(std::string& errors) const {
 }
 
 bool SceneFileAccessor::write(RewriteExtent extent, std::string& errors) const {
+    const std::lock_guard<std::mutex> lock(fWriting);
     std::string messages;
     const bool done = writeScene(extent, messages);
     Findings findings;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -54,6 +55,7 @@ class SceneFileAccessor : public Accessor {
 
     Findings* fChecking = nullptr;  // what the read finds that a check begins with
     mutable TakenNames fTaken;      // a write replaces what is in the file
+    mutable std::mutex fWriting;    // threads that write take turns
 };
 
 }  // namespace orbo::Data

@@ -108,8 +108,16 @@ bool Stream::useDefaults() const { return impl().useDefaults(); }
 bool Stream::setUseDefaults(bool use) { return impl().setUseDefaults(use); }
 
 unsigned int Stream::elementCount() const { return impl().elementCount(); }
-bool Stream::hasElement(const Index& index) const { return impl().hasElement(index); }
-bool Stream::hasElement(unsigned int number) const { return impl().hasElement(number); }
+// A conversion does not change what is there, but touches what these look at.
+bool Stream::hasElement(const Index& index) const {
+    impl().syncToRead();
+    return impl().hasElement(index);
+}
+
+bool Stream::hasElement(unsigned int number) const {
+    impl().syncToRead();
+    return impl().hasElement(number);
+}
 
 Handle Stream::element(const Index& index) {
     impl().syncToRead();

@@ -1,4 +1,4 @@
-// Two threads read two scenes at once.
+// Several threads read and write scenes at once.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/Accessor.h>
 #include <data/Stream.h>
@@ -6,6 +6,7 @@
 #include <debug/RefPtr.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -41,6 +42,28 @@ TEST(ReadingSideBySide, DoesNotMixUp) {
     EXPECT_EQ(Structure::objectsAlive(), alive);
     EXPECT_EQ(Stream::objectsAlive(), streams);
     Structure::deregisterStructure(*callers);
+}
+
+TEST(WritingSideBySide, ThreadsTakeTurnsAtOneAccessor) {
+    const std::string name = testing::TempDir() + "metadata-turns.kx";
+    std::filesystem::copy_file(METADATA_SCENES_DIR "/teapot.kx", name,
+                               std::filesystem::copy_options::overwrite_existing);
+    std::string errors;
+    const auto scene = Accessor::readFile(name, errors);
+    ASSERT_TRUE(scene) << errors;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 3; ++thread) {
+        threads.emplace_back([&scene] {
+            std::string messages;
+            for (int i = 0; i < 4; ++i) EXPECT_TRUE(scene->write(messages)) << messages;
+            EXPECT_EQ(scene->associations().size(), 3U);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    const auto written = Accessor::readFile(name, errors);
+    ASSERT_TRUE(written) << errors;
+    EXPECT_EQ(written->associations().size(), 3U);
+    std::filesystem::remove(name);
 }
 
 }  // namespace
