@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "accessors/KeyedHash.h"
 #include "accessors/WrittenModel.h"
 #include "core/DataTypes.h"
+#include "core/KeyedHash.h"
 #include "core/Layout.h"
 #include "streams/StreamAccess.h"
 #include "streams/StreamImpl.h"

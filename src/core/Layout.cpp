@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "core/DataTypes.h"
-#include "core/NameHash.h"
+#include "core/KeyedHash.h"
 #include "debug/NeverDestroyed.h"
 
 namespace orbo::Data {
@@ -28,7 +28,7 @@ std::uint64_t valueBytes(const Member& member) {
            static_cast<std::uint64_t>(dataType(member.type()).size);
 }
 
-std::uint32_t hashOf(const char* name) { return static_cast<std::uint32_t>(NameHash::of(name)); }
+std::uint32_t hashOf(const char* name) { return static_cast<std::uint32_t>(KeyedHash::of(name)); }
 
 }  // namespace
 

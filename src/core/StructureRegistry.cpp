@@ -6,7 +6,7 @@
 #include <functional>
 #include <utility>
 
-#include "core/NameHash.h"
+#include "core/KeyedHash.h"
 #include "core/StructureImpl.h"
 #include "debug/NeverDestroyed.h"
 
@@ -40,7 +40,7 @@ void StructureRegistry::noteRename(Structure& structure, const std::string& oldN
 }
 
 void StructureRegistry::enter(Structure& structure) {
-    fByName.emplace(NameHash::of(structure.name()), &structure);
+    fByName.emplace(KeyedHash::of(structure.name()), &structure);
 }
 
 StructureRegistry::NameIndex& StructureRegistry::byName() {
@@ -53,7 +53,7 @@ StructureRegistry::NameIndex& StructureRegistry::byName() {
 }
 
 void StructureRegistry::strike(const Structure& structure, std::string_view name) {
-    const auto [first, last] = fByName.equal_range(NameHash::of(name));
+    const auto [first, last] = fByName.equal_range(KeyedHash::of(name));
     const auto entry = std::find_if(first, last, [&](const NameIndex::value_type& other) {
         return other.second == &structure;
     });
@@ -61,7 +61,7 @@ void StructureRegistry::strike(const Structure& structure, std::string_view name
 }
 
 bool StructureRegistry::add(Structure& structure) {
-    const auto [first, last] = byName().equal_range(NameHash::of(structure.name()));
+    const auto [first, last] = byName().equal_range(KeyedHash::of(structure.name()));
     const bool known = std::any_of(first, last, [&](const NameIndex::value_type& other) {
         return *other.second == structure;
     });
@@ -96,7 +96,7 @@ void StructureRegistry::clear() {
 }
 
 Structure* StructureRegistry::find(std::string_view name) {
-    const auto [first, last] = byName().equal_range(NameHash::of(name));
+    const auto [first, last] = byName().equal_range(KeyedHash::of(name));
     Structure* found = nullptr;
     for (auto entry = first; entry != last; ++entry) {
         if (entry->second->name() != name) continue;

@@ -1,4 +1,4 @@
-// A hash of names whose collisions nobody can prepare.
+// A hash whose collisions nobody can prepare.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -15,7 +15,9 @@ namespace orbo::Data {
 /// that is known, and make each look-up as slow as a walk over all names. Tables whose keys come
 /// from files are therefore ordered, or hashed by this. The value differs from process to process,
 /// so nothing that is shown or stored may depend on it.
-class NameHash {
+///
+/// `of` hashes one name. To hash more, make one, `add` the parts and ask for the `value`.
+class KeyedHash {
   public:
     struct Key {
         std::uint64_t first = 0;
@@ -26,29 +28,52 @@ class NameHash {
     static std::uint64_t of(std::string_view name) { return ofProcess().taken(name); }
 
     static std::uint64_t of(std::string_view name, const Key& key) {
-        return NameHash(key).taken(name);
+        return KeyedHash(key).taken(name);
+    }
+
+    /// Has the key of this process, and nothing added yet.
+    KeyedHash() : KeyedHash(ofProcess()) {}
+
+    void add(std::uint64_t word) {
+        ++fWords;
+        mix(word);
+    }
+    /// Two texts in a row hash otherwise than one text of both.
+    void add(std::string_view text) {
+        add(std::uint64_t{text.size()});
+        addBytes(text.data(), text.size());
+    }
+    /// Adds bytes whose number is the same in all that are compared, or was added before.
+    void addBytes(const char* bytes, std::size_t count) {
+        for (; count >= 8; count -= 8, bytes += 8) add(word<std::uint64_t>(bytes));
+        if (count > 0) add(lastBytes(bytes, count));
+    }
+    [[nodiscard]] std::uint64_t value() const {
+        KeyedHash hash(*this);
+        hash.mix(fWords);
+        return hash.finish();
     }
 
   private:
-    /// With its key, and nothing added yet.
-    static const NameHash& ofProcess();
+    /// Has the key of this process, and nothing added yet.
+    static const KeyedHash& ofProcess();
 
-    explicit constexpr NameHash(const Key& key)
+    explicit constexpr KeyedHash(const Key& key)
         : a(key.first ^ 0x736f6d6570736575),
           b(key.second ^ 0x646f72616e646f6d),
           c(key.first ^ 0x6c7967656e657261),
           d(key.second ^ 0x7465646279746573) {}
 
     [[nodiscard]] std::uint64_t taken(std::string_view name) const {
-        NameHash hash(*this);
+        KeyedHash hash(*this);
         const char* next = name.data();
         std::size_t left = name.size();
-        for (; left >= 8; left -= 8, next += 8) hash.add(word<std::uint64_t>(next));
-        hash.add(std::uint64_t{name.size()} << 56 | lastBytes(next, left));
+        for (; left >= 8; left -= 8, next += 8) hash.mix(word<std::uint64_t>(next));
+        hash.mix(std::uint64_t{name.size()} << 56 | lastBytes(next, left));
         return hash.finish();
     }
 
-    void add(std::uint64_t word) {
+    void mix(std::uint64_t word) {
         d ^= word;
         round();
         a ^= word;
@@ -94,6 +119,7 @@ class NameHash {
     }
 
     std::uint64_t a, b, c, d;
+    std::uint64_t fWords = 0;
 };
 
 }  // namespace orbo::Data

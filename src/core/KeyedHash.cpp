@@ -1,6 +1,6 @@
-// A hash of names whose collisions nobody can prepare.
+// A hash whose collisions nobody can prepare.
 // SPDX-License-Identifier: Apache-2.0
-#include "core/NameHash.h"
+#include "core/KeyedHash.h"
 
 #include <sys/random.h>
 #include <unistd.h>
@@ -13,8 +13,8 @@ namespace {
 
 // Where the system has no randomness to give, what a file's author cannot know has to do: the time,
 // the process, and where its stack and the library lie.
-NameHash::Key makeKey() {
-    NameHash::Key key;
+KeyedHash::Key makeKey() {
+    KeyedHash::Key key;
     const ::ssize_t drawn = ::getrandom(&key, sizeof key, GRND_NONBLOCK);
     if (drawn == static_cast<::ssize_t>(sizeof key)) return key;
     const std::uint64_t sources[] = {
@@ -23,13 +23,13 @@ NameHash::Key makeKey() {
         static_cast<std::uint64_t>(::getpid()), reinterpret_cast<std::uintptr_t>(&key),
         reinterpret_cast<std::uintptr_t>(&makeKey)};
     const std::string_view bytes(reinterpret_cast<const char*>(sources), sizeof sources);
-    return {NameHash::of(bytes, {1, 0}), NameHash::of(bytes, {2, 0})};
+    return {KeyedHash::of(bytes, {1, 0}), KeyedHash::of(bytes, {2, 0})};
 }
 
 }  // namespace
 
-const NameHash& NameHash::ofProcess() {
-    static const NameHash hash(makeKey());
+const KeyedHash& KeyedHash::ofProcess() {
+    static const KeyedHash hash(makeKey());
     return hash;
 }
 
