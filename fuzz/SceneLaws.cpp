@@ -15,6 +15,9 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <set>
+#include <utility>
+#include <vector>
 
 #include "Law.h"
 #include "accessors/ModelText.h"
@@ -130,6 +133,49 @@ void edit(Accessor& accessor, unsigned edit, const std::string& text) {
     }
 }
 
+const Structure* edgeOf(const Accessor::StructureSet& structures, bool first) {
+    if (structures.empty()) return nullptr;
+    return first ? *structures.begin() : *structures.rbegin();
+}
+
+// Those of the structure, last to first.
+RefPtr<Structure> turned(const Structure& structure) {
+    RefPtr<Structure> other(new Structure(structure.name()));
+    std::vector<const Member*> members;
+    for (const Member& member : structure) members.push_back(&member);
+    for (auto member = members.rbegin(); member != members.rend(); ++member) {
+        other->addMember((*member)->type(), (*member)->length(), (*member)->name());
+    }
+    return other;
+}
+
+// Eight ways to change what others may need.
+void editStructure(Accessor& accessor, unsigned edit) {
+    Accessor::StructureSet set = accessor.structures();
+    const Structure* const chosen = edgeOf(set, (edit & 4u) == 0);
+    if (!chosen) return;
+    const RefPtr<Structure> structure(const_cast<Structure*>(chosen));
+    set.erase(chosen);
+    RefPtr<Structure> other;
+    switch (edit & 3u) {
+        case 0:
+            structure->addMember(Member::kInt8, 1, "added");
+            other = structure;
+            break;
+        case 1:
+            other = turned(*structure);
+            break;
+        case 2:
+            structure->setName("Renamed");
+            other = structure;
+            break;
+        default:
+            break;
+    }
+    if (other) set.insert(other.get());
+    accessor.setStructures(set);
+}
+
 /// One scene in memory and what is done to it.
 class SceneRun {
   public:
@@ -142,6 +188,7 @@ class SceneRun {
         const auto accessor = read();
         if (!accessor) return;
         checkUneditedWrite(*accessor);
+        checkKeptRecords(*accessor);
         const std::size_t tail = fScene.size() - std::min<std::size_t>(fScene.size(), 8);
         // Only careful writes say what the formats cannot carry.
         edit(*accessor, fPlan.edit, fScene.substr(tail).c_str());
@@ -158,13 +205,13 @@ class SceneRun {
     std::string& file() { return fSystem.files[fName]; }
 
     // Null when that is refused.
-    std::unique_ptr<Accessor> read() {
+    std::unique_ptr<Accessor> read(const std::set<std::string>* nodes = nullptr) {
         auto accessor = Accessor::accessorByExtension(fName);
         accessor->setReadPolicy({fPlan.unknownAsText});
         if (fPlan.careful) accessor->setWritePolicy(WritePolicy::careful());
         bool done = false;
         try {
-            done = accessor->read(fName, fErrors);
+            done = accessor->read(fName, nullptr, nodes, fErrors);
             demand(done || !fErrors.empty(), "a refusal has a message");
             fMetUnknownIndexType = false;
         } catch (const Index::eCreationErrors&) {
@@ -187,6 +234,30 @@ class SceneRun {
         demand(accessor.write(fErrors), "an unedited write is never refused", fScene, fErrors);
         demand(fSystem.files == files && fSystem.bytesWritten == 0,
                "an unedited write writes nothing", fScene, file());
+    }
+
+    // What a filter leaves out reads the same after any edit of a structure, or that is refused.
+    void checkKeptRecords(const Accessor& all) {
+        if (all.associations().empty()) return;
+        const Texts before = textsOf(all, true);
+        const std::set<std::string> first{all.associations().begin()->first};
+        const auto accessor = read(&first);
+        if (!accessor) return;
+        editStructure(*accessor, fPlan.edit);
+        const bool done = accessor->write(fErrors);
+        demand(done || file() == fScene, "a refusal leaves the file alone", fScene, file());
+        const std::string scene = std::exchange(fScene, file());
+        const auto after = read();
+        demand(after != nullptr, "what was written can be read", scene, fScene);
+        const Texts now = textsOf(*after, true);
+        for (const auto& [name, text] : before) {
+            if (name.compare(0, 5, "node ") != 0 || first.count(name.substr(5)) > 0) continue;
+            const auto found = now.find(name);
+            demand(found != now.end() && found->second == text, "what stays keeps its meaning",
+                   scene, fScene);
+        }
+        fScene = file() = scene;
+        fErrors.clear();
     }
 
     void checkResult(const Accessor& accessor) {

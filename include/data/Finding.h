@@ -38,6 +38,10 @@ struct METADATA_API Finding {
         kNumberBeyondSixDigits,
         kRewriteRefused,
         kWriteFailed,
+        kStructureRepeated,
+        kStructureKept,
+        kRecordDropped,
+        kWillNotReadBack,
         kMore
     };
 

@@ -39,6 +39,10 @@ constexpr CodeFacts kCodes[] = {
     {"number-beyond-six-digits", false},
     {"rewrite-refused"},
     {"write-failed"},
+    {"structure-repeated", false},
+    {"structure-kept", false},
+    {"record-dropped", false},
+    {"will-not-read-back", false},
     {"more"},
 };
 static_assert(std::size(kCodes) == static_cast<std::size_t>(Finding::Code::kMore) + 1);

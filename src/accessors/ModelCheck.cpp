@@ -3,7 +3,9 @@
 #include "accessors/ModelCheck.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <map>
 #include <set>
 
 #include "accessors/Messages.h"
@@ -12,6 +14,7 @@
 #include "core/DataTypes.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
+#include "streams/IndexTypes.h"
 
 namespace orbo::Data {
 
@@ -74,66 +77,119 @@ const char* problemOf(const Index& index, const Stream& stream) {
     return isOneTrimmedLine(text) ? nullptr : "index with a line feed or blanks at its ends";
 }
 
-class NodeCheck {
+/// What is wrong with a place in a node.
+struct Problem {
+    const Channel& channel;
+    const Stream* stream = nullptr;
+    const Index* index = nullptr;
+    const char* member = nullptr;
+    std::string what = {};
+
+    [[nodiscard]] std::string place(const std::string& node) const {
+        if (index) return ModelPlace::of(node, channel, *stream, *index);
+        return stream ? ModelPlace::of(node, channel, *stream) : ModelPlace::of(node, channel);
+    }
+};
+
+/// Finds the names, indices and numbers in one stream that the formats cannot carry. `report` takes
+/// a `Problem` and says whether to go on; so do the functions.
+template <typename Report>
+class StreamCheck {
   public:
-    NodeCheck(const WrittenModel& model, const WrittenModel::Node& node, std::string& errors)
-        : fModel(model), fNode(node), fErrors(errors) {}
+    StreamCheck(const Channel& channel, const Stream& stream, const Report& report)
+        : fChannel(channel), fStream(stream), fReport(report) {}
 
-    bool run() {
-        return forEachStream(
-            *fNode.associations, [&](const Channel& channel, const Stream& stream) {
-                return checkNames(channel, stream) && checkElements(channel, stream);
-            });
+    bool checkNames() const {
+        if (!isOneTrimmedLine(fChannel.name()) &&
+            !fReport(
+                Problem{fChannel, nullptr, nullptr, nullptr, "channel name cannot be written"})) {
+            return false;
+        }
+        if (!isOneTrimmedLine(fStream.name()) && !fail("stream name cannot be written")) {
+            return false;
+        }
+        const std::string& type = fStream.indexType();
+        return (!type.empty() && isOneTrimmedLine(type)) ||
+               fail("name of the index type cannot be written");
     }
 
-  private:
-    bool checkNames(const Channel& channel, const Stream& stream) {
-        if (!isOneTrimmedLine(channel.name())) {
-            return failAt(ModelPlace::of(*fNode.name, channel), "channel name cannot be written");
-        }
-        const std::string place = ModelPlace::of(*fNode.name, channel, stream);
-        if (!isOneTrimmedLine(stream.name())) {
-            return failAt(place, "stream name cannot be written");
-        }
-        if (stream.indexType().empty() || !isOneTrimmedLine(stream.indexType())) {
-            return failAt(place, "name of the index type cannot be written");
-        }
-        const Structure& structure = stream.structure();
-        const Structure* written = fModel.structure(structure.name());
-        if (written && *written != structure) {
-            return failAt(place, std::string("structure '") + structure.name() +
-                                     "' differs from the one of that name that is written");
-        }
-        return written || checkStructure(structure, fErrors);
-    }
-
-    bool checkElements(const Channel& channel, const Stream& stream) {
-        for (StreamIterator element = stream.cbegin(), end = stream.cend(); element != end;
+    bool checkElements() const {
+        for (StreamIterator element = fStream.cbegin(), end = fStream.cend(); element != end;
              ++element) {
             const Index index = element.index();
-            const auto failHere = [&](const std::string& problem) {
-                return failAt(ModelPlace::of(*fNode.name, channel, stream, index), problem);
-            };
-            if (const char* problem = problemOf(index, stream)) return failHere(problem);
-            const char* chunk = HandleAccess::data(*element);
-            if (!chunk) return failHere("element without data");
-            for (const Member& member : HandleAccess::layout(*element).members()) {
-                if (!isFinite(member, chunk)) {
-                    return failHere(std::string("member '") + member.name() +
-                                    "' is not a finite number");
-                }
-            }
+            const char* const problem = problemOf(index, fStream);
+            if (problem && !fail(problem, &index)) return false;
+            if (!checkValues(*element, index)) return false;
         }
         return true;
     }
 
-    bool failAt(const std::string& place, const std::string& problem) {
-        return fail(fErrors, place + ": " + problem);
+    bool fail(const std::string& what, const Index* index = nullptr,
+              const char* member = nullptr) const {
+        return fReport(Problem{fChannel, &fStream, index, member, what});
     }
 
-    const WrittenModel& fModel;
-    const WrittenModel::Node& fNode;
-    std::string& fErrors;
+  private:
+    bool checkValues(const Handle& element, const Index& index) const {
+        const char* const chunk = HandleAccess::data(element);
+        if (!chunk) return fail("element without data", &index);
+        for (const Member& member : HandleAccess::layout(element).members()) {
+            if (isFinite(member, chunk)) continue;
+            const std::string what =
+                std::string("member '") + member.name() + "' is not a finite number";
+            if (!fail(what, &index, member.name())) return false;
+        }
+        return true;
+    }
+
+    const Channel& fChannel;
+    const Stream& fStream;
+    const Report& fReport;
+};
+
+/// The problems of one node as findings; of the same problem in many elements of a stream the first
+/// is told, with the number of the others.
+class ProblemTally {
+  public:
+    ProblemTally(const std::string& node, Findings& findings) : fNode(node), fFindings(findings) {}
+    ProblemTally(const ProblemTally&) = delete;
+    ProblemTally& operator=(const ProblemTally&) = delete;
+    ~ProblemTally() = default;
+
+    void add(const Problem& problem) {
+        const auto [known, isNew] = fProblems.try_emplace(problem.what);
+        ++known->second.count;
+        if (!isNew) return;
+        known->second.place = problem.place(fNode);
+        TextPlace& where = known->second.where;
+        where.channel = problem.channel.name();
+        if (problem.stream) where.stream = problem.stream->name();
+        if (problem.index) where.index = problem.index->asString();
+        if (problem.member) where.member = problem.member;
+    }
+    /// Before the next stream.
+    void flush() {
+        SceneRecord record;
+        record.kind = SceneRecord::Kind::kAssociations;
+        record.name = fNode;
+        for (const auto& [what, known] : fProblems) {
+            std::string message = known.place + ": " + what;
+            if (known.count > 1) message += ", and " + std::to_string(known.count - 1) + " more";
+            fFindings.add(Finding::Code::kWillNotReadBack, message, record, known.where);
+        }
+        fProblems.clear();
+    }
+
+  private:
+    struct Known {
+        std::string place;
+        TextPlace where;
+        std::uint64_t count = 0;
+    };
+
+    const std::string& fNode;
+    Findings& fFindings;
+    std::map<std::string, Known> fProblems;
 };
 
 bool checkNode(const WrittenModel::Node& node, std::string& errors) {
@@ -171,7 +227,72 @@ bool checkFormatCanCarry(const Structure& structure, std::string& errors) {
 
 bool checkFormatCanCarry(const WrittenModel& model, const WrittenModel::Node& node,
                          std::string& errors) {
-    return NodeCheck(model, node, errors).run();
+    const auto report = [&](const Problem& problem) {
+        return fail(errors, problem.place(*node.name) + ": " + problem.what);
+    };
+    return forEachStream(*node.associations, [&](const Channel& channel, const Stream& stream) {
+        const StreamCheck check(channel, stream, report);
+        if (!check.checkNames()) return false;
+        const Structure& structure = stream.structure();
+        const Structure* written = model.structure(structure.name());
+        if (written && *written != structure) {
+            return check.fail(std::string("structure '") + structure.name() +
+                              "' differs from the one of that name that is written");
+        }
+        return (written || checkStructure(structure, errors)) && check.checkElements();
+    });
+}
+
+void WriteRemarks::addStructure(const Structure& structure) {
+    std::string message;
+    if (!checkStructure(structure, message)) {
+        fFindings.add(Finding::Code::kWillNotReadBack, message);
+    }
+}
+
+void WriteRemarks::addNode(const WrittenModel::Node& node) {
+    ProblemTally tally(*node.name, fFindings);
+    const auto report = [&](const Problem& problem) {
+        tally.add(problem);
+        return true;
+    };
+    forEachStream(*node.associations, [&](const Channel& channel, const Stream& stream) {
+        const StreamCheck check(channel, stream, report);
+        check.checkNames();
+        check.checkElements();
+        if (!fUnknownAsText && !IndexTypes::isKnown(stream.indexType())) {
+            check.fail("index type '" + stream.indexType() + "' is not registered");
+        }
+        addUse(channel, stream, report);
+        tally.flush();
+        return true;
+    });
+}
+
+void WriteRemarks::addStructuresOf(const WrittenModel::Node& node) {
+    ProblemTally tally(*node.name, fFindings);
+    const auto report = [&](const Problem& problem) {
+        tally.add(problem);
+        return true;
+    };
+    forEachStream(*node.associations, [&](const Channel& channel, const Stream& stream) {
+        addUse(channel, stream, report);
+        tally.flush();
+        return true;
+    });
+}
+
+template <typename Report>
+void WriteRemarks::addUse(const Channel& channel, const Stream& stream,
+                          const Report& report) const {
+    const Structure& structure = stream.structure();
+    const std::string name = structure.name();
+    const Structure* found = fStructures(name);
+    if (found && *found == structure) return;
+    const StreamCheck check(channel, stream, report);
+    check.fail(
+        "structure '" + name +
+        (found ? "' differs from the one of that name in the file" : "' is not in the file"));
 }
 
 }  // namespace orbo::Data

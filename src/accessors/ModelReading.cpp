@@ -77,12 +77,12 @@ auto ModelReading::read(const Read& reader, const SceneRecord& record, std::uint
     return object;
 }
 
-void ModelReading::readRepeated(const UnreadAssociations& repeated) {
+void ModelReading::addRepeated(const UnreadAssociations& repeated) {
     Findings findings;
     findings.add(Finding::Code::kNodeRepeated, "An earlier record of this node counts.",
                  repeated.record);
     fFindings.add(repeated.rank, findings);
-    read(readAssociations, repeated.record, repeated.rank);
+    if (fThorough) read(readAssociations, repeated.record, repeated.rank);
 }
 
 void ModelReading::add(SceneRecord record) {
@@ -112,18 +112,21 @@ void ModelReading::discard() {
 
 void ModelReading::registerStructure(const ParsedStructure& parsed, TakenNames& taken,
                                      Helpers& helpers) {
-    Structure& structure = *parsed.structure;
+    using Code = Finding::Code;
+    const Structure& structure = *parsed.structure;
     const std::string name = structure.name();
     const bool wanted = fStructureNames.wants(name);
     if (const Structure* earlier = Structure::structureByName(name.c_str())) {
-        if (!wanted || *earlier == structure) return;
+        const bool differs = *earlier != structure;
         Findings findings;
-        findings.add(Finding::Code::kStructureDiffers,
-                     "Structure '" + name + "' differs from an earlier one of that name",
+        findings.add(differs && wanted ? Code::kStructureDiffers : Code::kStructureRepeated,
+                     "Structure '" + name +
+                         (differs ? "' differs from an earlier one of that name"
+                                  : "' is there again; an earlier record of it counts"),
                      parsed.place);
         fFindings.add(parsed.rank, findings);
     } else if (wanted) {
-        Structure::registerStructure(structure);
+        Structure::registerStructure(*parsed.structure);
         taken.structures.emplace(name, RefPtr<const Layout>(&Layout::of(structure)));
         if (fThorough) taken.structurePlaces.emplace(name, parsed.place);
     } else {
@@ -135,7 +138,7 @@ void ModelReading::build(const UnreadAssociations& unread, Accessor::Association
                          TakenNames& taken) {
     const SceneRecord& record = unread.record;
     if (map.count(record.name) > 0) {
-        if (fThorough) readRepeated(unread);
+        addRepeated(unread);
     } else if (const auto associations = read(readAssociations, record, unread.rank)) {
         map.emplace(record.name, *associations);
         if (fThorough) taken.associationPlaces.emplace(record.name, record.place);

@@ -108,7 +108,7 @@ class ModelReading {
     [[nodiscard]] std::uint64_t nextRank();
     template <typename Read>
     auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank);
-    void readRepeated(const UnreadAssociations& repeated);
+    void addRepeated(const UnreadAssociations& repeated);
 
     void registerStructure(const ParsedStructure& parsed, TakenNames& taken, Helpers& helpers);
     void build(const UnreadAssociations& unread, Accessor::AssociationsMap& map, TakenNames& taken);

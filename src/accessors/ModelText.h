@@ -6,9 +6,9 @@
 #include <data/Structure.h>
 
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "accessors/SceneRecord.h"
 
@@ -19,8 +19,14 @@ std::optional<SceneRecord> recordOf(const Structure& structure, std::string& err
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, std::string& errors);
 
-/// The names of all structures that an associations text needs, and some more where values look
-/// like one.
-std::set<std::string> structuresNamedIn(std::string_view text);
+/// A structure that an associations text names, and where it does.
+struct NamedStructure {
+    std::string structure;
+    std::string channel;
+    std::string stream;
+};
+
+/// All structures that the text needs, and some more where values look like the line of one.
+std::vector<NamedStructure> structuresNamedIn(std::string_view text);
 
 }  // namespace orbo::Data

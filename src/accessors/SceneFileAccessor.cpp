@@ -99,16 +99,19 @@ bool SceneFileAccessor::rehearse(std::string& errors) const {
 bool SceneFileAccessor::write(RewriteExtent extent, std::string& errors) const {
     const std::lock_guard<std::mutex> lock(fWriting);
     std::string messages;
-    const bool done = writeScene(extent, messages);
+    Findings notes;
+    const bool done = writeScene(extent, messages, notes);
     Findings findings;
     findings.add(done ? Finding::Code::kFileNote : Finding::Code::kWriteFailed,
                  std::move(messages));
     findings.appendTo(errors);
+    if (done) findings.add(std::move(notes));
     setFindings(findings.inFileOrder());
     return done;
 }
 
-bool SceneFileAccessor::writeScene(RewriteExtent extent, std::string& errors) const {
+bool SceneFileAccessor::writeScene(RewriteExtent extent, std::string& errors,
+                                   Findings& notes) const {
     setMetConflict(false);
     if (!lastReadSucceeded() && !fileName().empty()) {
         return fail(errors, "Could not write " + fileName() + ": the last read of it failed.");
@@ -131,6 +134,7 @@ bool SceneFileAccessor::writeScene(RewriteExtent extent, std::string& errors) co
     const RewriteResult result = writer.write(*opening.file, extent, errors);
     setMetConflict(writer.metConflict() || result == RewriteResult::kConflict);
     if (result == RewriteResult::kFailed || result == RewriteResult::kConflict) return false;
+    notes = writer.notes();
     if (extent == RewriteExtent::kChecks) return true;
     std::swap(fTaken, writer.written());
     try {

@@ -38,7 +38,8 @@ class SceneFileAccessor : public Accessor {
     void publish(const Findings& findings, Files::File& file) const;
     bool findJournal(const std::string& fileName, Findings& findings) const;
     bool write(RewriteExtent extent, std::string& errors) const;
-    bool writeScene(RewriteExtent extent, std::string& errors) const;
+    /// `notes` is what the caller might not expect of a write that can be done.
+    bool writeScene(RewriteExtent extent, std::string& errors, Findings& notes) const;
     /// For a file that cannot be opened to be read.
     [[nodiscard]] virtual std::string openFailure() const = 0;
     /// Whether the file is a scene of this kind; a finding says why not.

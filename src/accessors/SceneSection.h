@@ -26,7 +26,8 @@ class SceneSection {
   public:
     struct Entry {
         SceneRecordRange where;
-        bool understood = false;  // as a record; its text may still be beyond anybody's reading
+        bool understood = false;    // as a record; its text may still be beyond anybody's reading
+        bool isUnreadable = false;  // that text
         SectionPlan::Fate fate = SectionPlan::Fate::kAhead;
     };
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/SceneWriter.h"
 
+#include <cstddef>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -19,8 +20,6 @@ namespace orbo::Data {
 namespace {
 
 using Fate = SectionPlan::Fate;
-using Kind = SceneRecord::Kind;
-
 }  // namespace
 
 SceneWriter::SceneWriter(const Accessor& accessor, const TakenNames& taken, SceneSection& section)
@@ -75,45 +74,82 @@ bool SceneWriter::checkUnchanged(Files::File& file, std::string& errors) {
 
 // Structures first: what associations mean depends on them.
 bool SceneWriter::decide(std::string& errors) {
-    SectionPlan plan(fModel, fTaken, fAccessor.readPolicy());
-    decide(Kind::kStructure, plan);
-    if (fAccessor.writePolicy().verify && !plan.conflict().empty()) {
-        return fail(errors,
-                    "Structure '" + plan.conflict() + "' in the file is another one than was read");
+    SectionPlan plan(fModel, fTaken, fAccessor.readPolicy(), fSection.entries().size());
+    std::vector<std::string> names(fSection.entries().size());
+    forEachRecord(Kind::kStructure, [&](std::size_t number, const SceneRecord& record) {
+        names[number] = plan.addStructure(number, record);
+    });
+    forEachRecord(Kind::kAssociations, [&](std::size_t number, const SceneRecord& record) {
+        names[number] = record.name;
+        plan.addAssociations(number, record);
+    });
+    if (plan.asksForUsers()) addUsers(plan);
+    if (!plan.decide(fAccessor.writePolicy().verify, errors)) return false;
+    if (plan.asksForUnchanged()) {
+        forEachRecord(Kind::kAssociations, [&](std::size_t number, const SceneRecord& record) {
+            plan.addUnchanged(number, record);
+        });
     }
-    decide(Kind::kAssociations, plan);
+    apply(plan, names);
+    plan.addNotes(fNotes);
+    if (!fAccessor.writePolicy().verify) addRemarks(plan);
     fWritten.unreadable = std::move(plan.unreadable());
-    keepStructuresOfKept();
     return true;
 }
 
-void SceneWriter::decide(Kind kind, SectionPlan& plan) {
-    const bool isStructure = kind == Kind::kStructure;
-    auto& unchanged = isStructure ? fUnchangedStructures : fUnchangedNodes;
-    for (Entry& entry : fSection.entries()) {
-        if (entry.where.kind != kind) continue;
-        const auto record = fSection.parse(entry);
-        if (!record) continue;
-        entry.understood = true;
-        std::string name = record->name;
-        entry.fate = isStructure ? plan.ofStructure(*record, name) : plan.ofAssociations(*record);
-        if (entry.fate == Fate::kUnchanged) {
-            // Goes where it would have been written.
-            entry.fate = Fate::kDropped;
-            if (!fRehearses) unchanged.emplace(name, fSection.unchanged(entry));
-        } else if (isStructure && entry.fate == Fate::kDropped && !fModel.structure(name)) {
-            fRemovedStructures.emplace_back(std::move(name), &entry);
-        } else if (!isStructure && entry.fate != Fate::kDropped) {
-            fNeededStructures.merge(structuresNamedIn(record->text));
+// A careful write refuses them.
+void SceneWriter::addRemarks(const SectionPlan& plan) {
+    WriteRemarks remarks([&](const std::string& name) { return plan.structures().counting(name); },
+                         fAccessor.readPolicy().unknownIndexTypesAsText, fNotes);
+    for (const auto& structure : fModel.structures()) {
+        if (fUnchangedStructures.count(structure->name()) == 0) remarks.addStructure(*structure);
+    }
+    for (const WrittenModel::Node& node : fModel.nodes()) {
+        if (fUnchangedNodes.count(*node.name) == 0) {
+            remarks.addNode(node);
+        } else {
+            remarks.addStructuresOf(node);
         }
     }
 }
 
-// A structure that the caller removed stays while somebody else's associations need it; once, for
-// repetitions are nobody's.
-void SceneWriter::keepStructuresOfKept() {
-    for (const auto& [name, entry] : fRemovedStructures) {
-        if (fNeededStructures.erase(name) > 0) entry->fate = Fate::kAhead;
+template <typename Visit>
+void SceneWriter::forEachRecord(Kind kind, const Visit& visit) {
+    std::size_t number = 0;
+    for (Entry& entry : fSection.entries()) {
+        const std::size_t current = number++;
+        if (entry.where.kind != kind) continue;
+        const auto record = fSection.parse(entry);
+        if (!record) continue;
+        entry.understood = true;
+        visit(current, *record);
+    }
+}
+
+void SceneWriter::addUsers(SectionPlan& plan) {
+    forEachRecord(Kind::kAssociations, [&](std::size_t number, const SceneRecord& record) {
+        plan.addUser(number, record);
+    });
+    for (const Entry& entry : fSection.entries()) {
+        const bool isUser = !entry.understood && entry.where.kind == Kind::kAssociations;
+        if (isUser) plan.addUser(fSection.bytesOf(entry));
+    }
+}
+
+void SceneWriter::apply(const SectionPlan& plan, const std::vector<std::string>& names) {
+    std::size_t number = 0;
+    for (Entry& entry : fSection.entries()) {
+        const std::size_t current = number++;
+        if (!entry.understood) continue;
+        entry.fate = plan.fate(current);
+        entry.isUnreadable = plan.isUnreadable(current);
+        if (entry.fate != Fate::kUnchanged) continue;
+        // Goes where it would have been written.
+        entry.fate = Fate::kDropped;
+        if (fRehearses) continue;
+        const bool isStructure = entry.where.kind == Kind::kStructure;
+        auto& unchanged = isStructure ? fUnchangedStructures : fUnchangedNodes;
+        unchanged[names[current]] += fSection.unchanged(entry);
     }
 }
 
@@ -182,7 +218,7 @@ void SceneWriter::dropRepeated() {
     written.insert(fNew.nodes.begin(), fNew.nodes.end());
     written.insert(fNew.scene);
     for (Entry& entry : fSection.entries()) {
-        if (entry.understood && written.count(fSection.bytesOf(entry)) > 0) {
+        if (entry.isUnreadable && written.count(fSection.bytesOf(entry)) > 0) {
             entry.fate = Fate::kDropped;
         }
     }

@@ -5,11 +5,10 @@
 #include <data/Accessor.h>
 
 #include <map>
-#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "accessors/Findings.h"
 #include "accessors/ModelReading.h"
 #include "accessors/SceneRewrite.h"
 #include "accessors/SceneSection.h"
@@ -31,18 +30,25 @@ class SceneWriter {
     bool rehearse(Files::File& file, std::string& errors);
     /// Whether it failed for the metadata in the file not being what was read.
     [[nodiscard]] bool metConflict() const { return fMetConflict; }
+    /// What the caller might not expect of the write.
+    [[nodiscard]] const Findings& notes() const { return fNotes; }
     /// What the file holds of the model after a write, in place of what the last read found.
     TakenNames& written() { return fWritten; }
 
   private:
     using Entry = SceneSection::Entry;
+    using Kind = SceneRecord::Kind;
     using Part = SceneSection::Part;
 
     bool compose(Files::File& file, std::string& errors);
     bool checkUnchanged(Files::File& file, std::string& errors);
     bool decide(std::string& errors);
-    void decide(SceneRecord::Kind kind, SectionPlan& plan);
-    void keepStructuresOfKept();
+    /// Calls `visit(number, record)` for those that can be taken apart.
+    template <typename Visit>
+    void forEachRecord(Kind kind, const Visit& visit);
+    void addUsers(SectionPlan& plan);
+    void addRemarks(const SectionPlan& plan);
+    void apply(const SectionPlan& plan, const std::vector<std::string>& names);
     bool checkChanges(std::string& errors) const;
     bool writeRecords(std::string& errors);
     bool writeStructure(const Structure& structure, std::string& errors);
@@ -59,9 +65,8 @@ class SceneWriter {
     // What the file holds already, by name.
     std::map<std::string, std::string> fUnchangedStructures;
     std::map<std::string, std::string> fUnchangedNodes;
-    std::vector<std::pair<std::string, Entry*>> fRemovedStructures;  // by the caller
-    std::set<std::string> fNeededStructures;  // by associations that are kept
     SceneSection::NewRecords fNew;
+    Findings fNotes;
     bool fMetConflict = false;
     bool fRehearses = false;
 };

@@ -3,17 +3,17 @@
 #pragma once
 
 #include <data/ReadPolicy.h>
-#include <data/Structure.h>
-#include <debug/RefPtr.h>
 
-#include <map>
-#include <memory>
+#include <cstddef>
 #include <optional>
-#include <set>
 #include <string>
+#include <string_view>
 
 #include "accessors/ModelReading.h"
+#include "accessors/NodePlan.h"
+#include "accessors/RecordFate.h"
 #include "accessors/SceneRecord.h"
+#include "accessors/StructurePlan.h"
 #include "accessors/WrittenModel.h"
 #include "core/StructureRegistry.h"
 #include "streams/IndexTypes.h"
@@ -21,57 +21,57 @@
 namespace orbo::Data {
 
 /// Nothing goes that was not understood or that the caller has not seen: a record is dropped only
-/// if it could be read and the model has something else of its name to write, or the caller removed
-/// what the last read had found under that name.
+/// if it could be read and the caller changed or removed what the last read gave under its name.
+/// And what stays keeps its meaning: no structure that it needs goes or changes.
 ///
-/// Ask for all structures first, in file order, then for the associations: whether these can be
-/// read depends on the structures. While the plan lives, this thread's structure registry is set
-/// aside.
+/// Call, each for all records in file order: `addStructure`; `addAssociations`; `addUser` for those
+/// that stay, if `asksForUsers`; `decide`; `addUnchanged` for the rest, if `asksForUnchanged`.
+/// While the plan lives, this thread's structure registry is set aside.
 class SectionPlan {
   public:
-    enum class Fate {
-        kAhead,      ///< kept, in front of what is written
-        kBehind,     ///< kept, behind the namesake that is written, which must be found first
-        kUnchanged,  ///< what is to be written: its text serves, with all that a reader passes over
-        kDropped
-    };
+    using Fate = RecordFate;
 
-    /// All three outlive the plan.
-    SectionPlan(const WrittenModel& model, const TakenNames& taken, const ReadPolicy& policy);
+    /// All but the policy outlive the plan.
+    SectionPlan(const WrittenModel& model, const TakenNames& taken, const ReadPolicy& policy,
+                std::size_t records);
 
     /// Gives the structure's name; none when the text cannot be read.
-    Fate ofStructure(const SceneRecord& record, std::string& name);
-    Fate ofAssociations(const SceneRecord& record);
+    std::string addStructure(std::size_t record, const SceneRecord& text);
+    void addAssociations(std::size_t record, const SceneRecord& text);
 
-    /// Of a structure that is written though the file has another one of the name than the last
-    /// read took; empty when there is none.
-    [[nodiscard]] const std::string& conflict() const { return fConflict; }
+    /// Whether some structure goes or changes, so that it matters who needs it.
+    [[nodiscard]] bool asksForUsers();
+    /// Ignores records that the model gives anew.
+    void addUser(std::size_t record, const SceneRecord& text);
+    /// A statement that could not be taken apart.
+    void addUser(std::string_view statement);
+
+    /// False, with a message, when nothing may be written.
+    bool decide(bool careful, std::string& errors);
+
+    /// Whether there are records the text of which the model would serve for, but for a structure
+    /// that goes.
+    [[nodiscard]] bool asksForUnchanged() const { return fStructures.losesAny(); }
+    void addUnchanged(std::size_t record, const SceneRecord& text);
+
+    [[nodiscard]] Fate fate(std::size_t record) const { return fFates[record]; }
+    [[nodiscard]] bool isUnreadable(std::size_t record) const {
+        return fStructures.isUnreadable(record) || fNodes.isUnreadable(record);
+    }
+    [[nodiscard]] const StructurePlan& structures() const { return fStructures; }
+    void addNotes(Findings& findings) const;
     /// Associations that are kept because they cannot, or could not, be read.
-    UnreadableRecords& unreadable() { return fUnreadable; }
+    UnreadableRecords& unreadable() { return fNodes.unreadable(); }
 
   private:
-    /// The structure that counts, of all in the file with its name.
-    struct Winner {
-        RefPtr<Structure> structure;
-        Fate fate = Fate::kAhead;
-    };
-
-    Fate ofWinner(const Structure& winner);
-    Fate ofLoser(const Structure& loser, const Winner& winner) const;
-
-    std::unique_ptr<Associations> readSeen(const SceneRecord& record, bool& helped);
-    bool needsLost(const SceneRecord& record) const;
+    void settle();
 
     const StructureRegistry::SetAside fFileStructures;
-    const WrittenModel& fModel;
-    const TakenNames& fTaken;
     std::optional<IndexTypes::KeepUnknown> fUnknownAsText;
-    std::map<std::string, Winner> fWinners;
-    std::set<std::string> fLostStructures;  // or others in their place
-    std::set<std::string> fReadNodes;
-    std::set<std::string> fHelpedNodes;
-    std::string fConflict;
-    UnreadableRecords fUnreadable;
+    RecordFates fFates;
+    StructurePlan fStructures;
+    NodePlan fNodes;
+    bool fSettled = false;
 };
 
 }  // namespace orbo::Data

@@ -67,8 +67,9 @@ std::string journalOf(State state, const std::string& oldName) {
 Outcome list(const std::string& file, const std::string& oldName, const RecoverOptions& options,
              Output& output) {
     const auto patience = options.access.patience();
-    const Recovery recovery = oldName.empty() ? Recovery::inspect(file, patience, interrupted)
-                                              : Recovery::inspectMoved(oldName, file, patience, interrupted);
+    const Recovery recovery = oldName.empty()
+                                  ? Recovery::inspect(file, patience, interrupted)
+                                  : Recovery::inspectMoved(oldName, file, patience, interrupted);
     if (recovery.state == State::kRefused) throw Trouble(recovery.message);
     if (recovery.state == State::kNothing) return Outcome::kDone;
     const bool stays = recovery.state == State::kOrphaned && !oldName.empty();
@@ -81,8 +82,9 @@ Outcome list(const std::string& file, const std::string& oldName, const RecoverO
 Outcome recover(const std::string& file, const std::string& oldName, const RecoverOptions& options,
                 Output& output) {
     const auto patience = options.access.patience();
-    const Recovery recovery = oldName.empty() ? Recovery::run(file, patience, interrupted)
-                                              : Recovery::runMoved(oldName, file, patience, interrupted);
+    const Recovery recovery = oldName.empty()
+                                  ? Recovery::run(file, patience, interrupted)
+                                  : Recovery::runMoved(oldName, file, patience, interrupted);
     const bool isOrphaned = recovery.state == State::kOrphaned;
     const bool stays = isOrphaned && !oldName.empty();
     if (!recovery.done && !stays) throw Trouble(recovery.message);

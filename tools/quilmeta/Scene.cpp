@@ -79,11 +79,13 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAc
                         names && names->nodes ? &*names->nodes : nullptr, messages))
         throw Trouble(messagesOf(accessor->findings()));
     complain(file, messagesOf(accessor->findings()));
-    const auto isNote = [](const Data::Finding& finding) {
-        return finding.code == Data::Finding::Code::kFileNote;
+    // Of several records of a name one was read, and the others are told of.
+    const auto isWhole = [](const Data::Finding& finding) {
+        return finding.code == Data::Finding::Code::kFileNote ||
+               !Data::Finding::isInErrors(finding.code);
     };
     const auto& findings = accessor->findings();
-    if (complete) *complete = std::all_of(findings.begin(), findings.end(), isNote);
+    if (complete) *complete = std::all_of(findings.begin(), findings.end(), isWhole);
     return accessor;
 }
 
@@ -102,7 +104,8 @@ std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess
 bool isReadable(const std::string& file, const std::set<std::string>& nodes) {
     const auto found = findingsOf(file, &nodes);
     return std::none_of(found.begin(), found.end(), [&](const auto& finding) {
-        return isOfMore(finding) || (finding.node && nodes.count(*finding.node) > 0);
+        const bool isAboutText = Data::Finding::isInErrors(finding.code);
+        return isOfMore(finding) || (isAboutText && finding.node && nodes.count(*finding.node) > 0);
     });
 }
 
@@ -134,7 +137,7 @@ void writeScene(const Data::Accessor& scene, const SceneAccess& access) {
     finding.message = messages;
     if (!messages.empty()) messages = messagesOf({finding});
     if (!written) throw Trouble(messages.empty() ? "was not written" : messages);
-    complain(scene.fileName(), messages);
+    complain(scene.fileName(), messagesOf(scene.findings()));
 }
 
 Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outcome()>& edit) {
