@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
     std::string errors;
     const auto scene = Accessor::readFile(argc > 1 ? argv[1] : "teapot.kx", errors);
     if (!scene) return std::cerr << errors << '\n', 1;
+    scene->setWritePolicy(WritePolicy::careful());
 
     Channel joints = scene->associations()["rig"].channel("joints");
     Stream* pose = joints.dataStream("bind pose");

@@ -32,6 +32,14 @@ TEST(JsonText, WritesNumbersShortest) {
     EXPECT_EQ(json(static_cast<unsigned char>(65)), "65");
 }
 
+TEST(JsonText, EscapesWhatCannotBeSeen) {
+    EXPECT_EQ(json("\u034F \u115F \u3164 \uFE0F \u00AD \u200D"),
+              R"("\u034f \u115f \u3164 \ufe0f \u00ad \u200d")");
+    EXPECT_EQ(json("\U0001D173 \U000E0001 \U000E0041 \U000E0100 \U0010FFFF"),
+              R"("\ud834\udd73 \udb40\udc01 \udb40\udc41 \udb40\udd00 \udbff\udfff")");
+    EXPECT_EQ(json("\u0350 \u1161 \U0001D172"), "\"\u0350 \u1161 \U0001D172\"");
+}
+
 TEST(JsonText, WritesStringsOrTheirBytes) {
     EXPECT_EQ(json("\"\\/\n\r\t\b\f\x01\x1f\x7f\xC3\xA4"),
               R"("\"\\/\n\r\t\u0008\u000c\u0001\u001f\u007f)"

@@ -24,6 +24,15 @@ void appendBase64(std::string& out, std::string_view bytes) {
     }
 }
 
+/// Characters beyond 16 bits take two escapes.
+void appendEscape(std::string& out, unsigned codePoint) {
+    if (codePoint >= 0x10000) {
+        appendEscape(out, 0xD800 + ((codePoint - 0x10000) >> 10));
+        codePoint = 0xDC00 + (codePoint & 0x3FF);
+    }
+    fmt::format_to(std::back_inserter(out), "\\u{:04x}", codePoint);
+}
+
 void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoint) {
     switch (codePoint) {
         case '"':
@@ -45,8 +54,8 @@ void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoin
             break;
     }
     // More than JSON demands, so that a document may be shown on a terminal.
-    if (codePoint < 0x10000 && isUnprintable(codePoint))
-        fmt::format_to(std::back_inserter(out), "\\u{:04x}", static_cast<unsigned>(codePoint));
+    if (isUnprintable(codePoint))
+        appendEscape(out, static_cast<unsigned>(codePoint));
     else
         out += bytes;
 }
