@@ -20,7 +20,8 @@ struct WritePolicy {
     bool detectConflicts = false;
     /// Survive the end of the process and of the power at any instruction, by a journal beside the
     /// file; false writes in place, without a journal and without waiting for the disk. Files with
-    /// several hard links, and those in folders that take no journal, are only written so.
+    /// several hard links or a mount of their own, and those in folders that take no journal, are
+    /// only written so.
     bool durable = true;
 
     /// For tools that work on files unattended: all of the above.

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <data/Recovery.h>
 
+#include "accessors/Inspection.h"
 #include "accessors/Messages.h"
 #include "files/LockedFile.h"
 #include "files/MovedRecovery.h"
@@ -55,11 +56,9 @@ Recovery recoveryOf(const MovedRecovery& moved) {
 
 }  // namespace
 
-Recovery Recovery::inspect(const std::string& fileName, std::chrono::milliseconds patience,
-                           const std::function<bool()>& stopsWaiting) {
-    const auto opening = LockedFile::inspect(fileName, {patience, stopsWaiting});
+Recovery inspectionOf(const LockedFile::Opening& opening, const std::string& fileName) {
     Recovery recovery = recoveryOf(opening);
-    if (!opening.file) recovery.state = State::kRefused;
+    if (!opening.file) recovery.state = Recovery::State::kRefused;
     if (opening.error == std::errc::no_such_file_or_directory) {
         const std::string journal = MovedRecovery::journalLeftAt(fileName);
         if (!journal.empty()) {
@@ -69,8 +68,13 @@ Recovery Recovery::inspect(const std::string& fileName, std::chrono::millisecond
         }
     }
     if (opening.file) recovery.setAside = opening.file->journalSetAside();
-    recovery.done = opening.file && recovery.state == State::kNothing;
+    recovery.done = opening.file && recovery.state == Recovery::State::kNothing;
     return recovery;
+}
+
+Recovery Recovery::inspect(const std::string& fileName, std::chrono::milliseconds patience,
+                           const std::function<bool()>& stopsWaiting) {
+    return inspectionOf(LockedFile::inspect(fileName, {patience, stopsWaiting}), fileName);
 }
 
 Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds patience,

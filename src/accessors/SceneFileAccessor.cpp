@@ -7,6 +7,7 @@
 #include <new>
 #include <utility>
 
+#include "accessors/Inspection.h"
 #include "accessors/Messages.h"
 #include "accessors/ModelDigest.h"
 #include "accessors/SceneChecker.h"
@@ -56,7 +57,9 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
                                     const std::set<std::string>* associationNames,
                                     Findings& findings) {
     using Code = Finding::Code;
-    const auto opening = fileName().empty() ? LockedFile::Opening() : open(Use::kRead);
+    LockedFile::Opening opened;
+    if (!fChecking && !fileName().empty()) opened = open(Use::kRead);
+    const LockedFile::Opening& opening = fChecking ? fChecked : opened;
     findings.add(Code::kFileNote, opening.notes);
     if (!opening.file) {
         const std::string problem = opening.problem.empty() ? openFailure() : opening.problem;
@@ -68,13 +71,19 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
     ModelReading reading(structureNames, associationNames);
     if (fChecking) reading.setThorough();
     Files::ReadAhead ahead(file);
-    const bool done = scan(ahead, reading, findings);
+    const auto before = file.status();
+    bool done = scan(ahead, reading, findings);
     if (done) {
         fTaken = reading.build(associations(), readPolicy(), findings);
         remember(file);
     }
+    // Where there are no locks, a writer may have been at work on the rest of what was read.
+    if (done && !opening.hasLocks && !(before && fTaken.status->hasSameBytes(*before))) {
+        done = findings.fail(Finding::Code::kFileUnreadable,
+                             "Another program has written the file while it was read.");
+    }
     // Counting lines may take long, and changes nothing.
-    file.unlock();
+    if (!fChecking) file.unlock();
     publish(findings, file);
     return done;
 }
@@ -117,7 +126,8 @@ bool SceneFileAccessor::writeScene(RewriteExtent extent, std::string& errors,
         return fail(errors, "Could not write " + fileName() + ": the last read of it failed.");
     }
     const bool unedited = isUnedited(*this, fTaken);
-    const auto opening = open(unedited ? Use::kRead : Use::kWrite);
+    const Use writing = writePolicy().durable ? Use::kWrite : Use::kWriteInPlace;
+    const auto opening = open(unedited ? Use::kRead : writing);
     addMessage(errors, opening.notes);
     if (!opening.file) {
         return fail(errors, opening.problem.empty()
@@ -146,14 +156,21 @@ bool SceneFileAccessor::writeScene(RewriteExtent extent, std::string& errors,
     return result == RewriteResult::kDone;
 }
 
-// False when reading would first do something about a journal: a check changes nothing.
-bool SceneFileAccessor::findJournal(const std::string& fileName, Findings& findings) const {
+// A check changes nothing.
+bool SceneFileAccessor::findJournal(const LockedFile::Opening& opening, const std::string& fileName,
+                                    Findings& findings) {
     using Code = Finding::Code;
     using State = Recovery::State;
-    const Recovery recovery = Recovery::inspect(fileName, patience(), waitingStops());
+    const Recovery recovery = inspectionOf(opening, fileName);
     if (!recovery.setAside.empty()) {
         findings.add(Code::kJournalOrphaned,
                      "A journal that did not fit was set aside as " + recovery.setAside + ".");
+    }
+    const bool isPending = recovery.state != State::kNothing && recovery.state != State::kRefused;
+    if (isPending && !opening.hasLocks) {
+        return findings.fail(Code::kFileUnreadable,
+                             "The file is in use by another program, or was when that ended: " +
+                                 recovery.journal + " is there, and the file system has no locks");
     }
     switch (recovery.state) {
         case State::kUnused:
@@ -187,6 +204,7 @@ std::vector<Finding> SceneFileAccessor::check(const std::string& fileName) {
         }
         ~Guard() {
             accessor.fChecking = nullptr;
+            accessor.fChecked = {};
             accessor.setReadPolicy(readPolicy);
             accessor.setWritePolicy(writePolicy);
         }
@@ -197,21 +215,21 @@ std::vector<Finding> SceneFileAccessor::check(const std::string& fileName) {
     Findings found;
     const Guard guard(*this, found);
     Findings findings;
-    if (!findJournal(fileName, findings)) {
+    // One lock for all: between two of them the file could become another one.
+    fChecked = LockedFile::inspect(fileName, {patience(), waitingStops()});
+    if (!findJournal(fChecked, fileName, findings)) {
         setFindings(findings.inFileOrder());
         return this->findings();
     }
     std::string ignored;
-    const bool done = read(fileName, ignored);
-    const auto opening = done ? open(Use::kRead) : LockedFile::Opening();
-    if (!opening.file) {
+    if (!read(fileName, ignored)) {
         std::vector<Finding> all = findings.inFileOrder();
         all.insert(all.end(), this->findings().begin(), this->findings().end());
         setFindings(std::move(all));
         return this->findings();
     }
+    Files::File& file = fChecked.file->file();
     findings.add(std::move(found));
-    Files::File& file = opening.file->file();
     const std::unique_ptr<SceneSection> metadata = section(file);
     checkModel(*this, fTaken, findings);
     checkRewrite(*this, fTaken, *metadata, file, findings);

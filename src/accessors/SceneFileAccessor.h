@@ -36,7 +36,9 @@ class SceneFileAccessor : public Accessor {
     bool openAndRead(const std::set<std::string>* structureNames,
                      const std::set<std::string>* associationNames, Findings& findings);
     void publish(const Findings& findings, Files::File& file) const;
-    bool findJournal(const std::string& fileName, Findings& findings) const;
+    /// False when reading would first do something about a journal.
+    static bool findJournal(const Files::LockedFile::Opening& opening, const std::string& fileName,
+                            Findings& findings);
     bool write(RewriteExtent extent, std::string& errors) const;
     /// `notes` is what the caller might not expect of a write that can be done.
     bool writeScene(RewriteExtent extent, std::string& errors, Findings& notes) const;
@@ -54,9 +56,10 @@ class SceneFileAccessor : public Accessor {
     /// What a later write needs to know of the file as it is now.
     void remember(Files::File& file) const;
 
-    Findings* fChecking = nullptr;  // what the read finds that a check begins with
-    mutable TakenNames fTaken;      // a write replaces what is in the file
-    mutable std::mutex fWriting;    // threads that write take turns
+    Findings* fChecking = nullptr;        // what the read finds that a check begins with
+    Files::LockedFile::Opening fChecked;  // the file that is checked, locked until that is done
+    mutable TakenNames fTaken;            // a write replaces what is in the file
+    mutable std::mutex fWriting;          // threads that write take turns
 };
 
 }  // namespace orbo::Data

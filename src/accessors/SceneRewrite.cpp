@@ -31,10 +31,17 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
         case Step::kDone:
             return {};
         case Step::kPrepare:
-            return outcome.error == std::errc::too_many_links
-                       ? "The file has several hard links, which share no journal." +
-                             std::string(kWayOut)
-                       : "The file cannot be looked at" + reason;
+            if (outcome.error == std::errc::too_many_links) {
+                return std::string("The file has several hard links, which share no journal.") +
+                       kWayOut;
+            }
+            if (outcome.error == std::errc::cross_device_link) {
+                return std::string(
+                           "The file is mounted on its own, away from its folder, where "
+                           "nobody would find the journal.") +
+                       kWayOut;
+            }
+            return "The file cannot be looked at" + reason;
         case Step::kReserve:
             return "There is no room for the change" + reason;
         case Step::kJournal:

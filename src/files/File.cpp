@@ -43,6 +43,8 @@ std::optional<FileAccess> FileSystem::access(const std::string& path, std::error
     return FileAccess::of(*found);
 }
 
+bool FileSystem::isMounted(const std::string&, const FileStatus&) { return false; }
+
 std::optional<std::vector<std::uint64_t>> FileSystem::groupsOf(std::uint64_t) {
     return std::nullopt;
 }

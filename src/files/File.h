@@ -114,6 +114,9 @@ class FileSystem {
     /// Who may read and write what has this name. Empty on failure, and when there is nothing.
     [[nodiscard]] virtual std::optional<FileAccess> access(const std::string& path,
                                                            std::error_code& error);
+    /// Whether the file of this path and status is, there or elsewhere, mounted on its own, without
+    /// its folder. False also where the system does not tell.
+    [[nodiscard]] virtual bool isMounted(const std::string& path, const FileStatus& status);
     /// The groups that a user is in; empty when nobody knows.
     [[nodiscard]] virtual std::optional<std::vector<std::uint64_t>> groupsOf(std::uint64_t user);
     /// For people: the number of a user, and the name if there is one.

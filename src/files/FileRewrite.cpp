@@ -57,9 +57,9 @@ FileRewrite::Outcome FileRewrite::rehearse() {
     const bool changes = !std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready);
     if (changes && fDurable) {
         outcome = openJournal();
-        if (!fJournal) return outcome;
+        if (!fJournal || outcome.failed != Step::kDone) return outcome;
         outcome = findRoom();
-        const bool removed = discardJournal(fLocked.system(), fJournalPath, *fJournal);
+        const bool removed = endJournal();
         if (outcome.failed != Step::kDone) return outcome;
         if (!removed) return failed(Step::kJournal, fJournal->error());
         if (!holdsOld()) return failed(Step::kChanged, {});
@@ -86,36 +86,48 @@ FileRewrite::Outcome FileRewrite::findRoom() {
 FileRewrite::Outcome FileRewrite::prepare() {
     if (!fDurable) return {};
     Outcome outcome = openJournal();
-    if (!fJournal) return outcome;
+    if (!fJournal || outcome.failed != Step::kDone) return outcome;
     try {
         outcome = writeJournal();
     } catch (...) {
-        discardJournal(fLocked.system(), fJournalPath, *fJournal);
+        endJournal();
         throw;
     }
     // If it cannot be removed either it is short, or tells that the file holds the old bytes.
-    if (outcome.failed != Step::kDone) discardJournal(fLocked.system(), fJournalPath, *fJournal);
+    if (outcome.failed != Step::kDone) endJournal();
     return outcome;
 }
 
-FileRewrite::Outcome FileRewrite::openJournal() {
+// By another way to the file nobody would find the journal.
+FileRewrite::Outcome FileRewrite::checkIsReachedOneWay() {
     const auto status = fFile.status();
     if (!status) return failed(Step::kPrepare, fFile.error());
     if (status->links > 1) {
         return failed(Step::kPrepare, std::make_error_code(std::errc::too_many_links));
     }
-    return createJournal();
+    if (fLocked.system().isMounted(fLocked.path(), *status)) {
+        return failed(Step::kPrepare, std::make_error_code(std::errc::cross_device_link));
+    }
+    return {};
+}
+
+FileRewrite::Outcome FileRewrite::openJournal() {
+    const Outcome outcome = checkIsReachedOneWay();
+    return outcome.failed == Step::kDone ? createJournal() : outcome;
 }
 
 // Always a new file: whoever left an old one there may keep it open, and would read and write what
 // is put into it.
 FileRewrite::Outcome FileRewrite::createJournal() {
+    fJournal = fLocked.claimedJournal();
+    if (fJournal) return fJournal->seek(0) ? Outcome() : failed(Step::kJournal, fJournal->error());
     FileSystem& system = fLocked.system();
     const auto access = fFile.access();
     if (!access) return failed(Step::kPrepare, fFile.error());
     for (bool mayTryAgain = true;; mayTryAgain = false) {
         std::error_code error;
-        fJournal = system.create(fJournalPath, *access, error);
+        fOwnJournal = system.create(fJournalPath, *access, error);
+        fJournal = fOwnJournal.get();
         if (fJournal) return {};
         Outcome outcome = failed(Step::kJournal, error);
         if (error != std::errc::file_exists) return outcome;
@@ -147,7 +159,9 @@ FileRewrite::Outcome FileRewrite::writeJournal() {
         return failed(Step::kReserve, fFile.error());
     }
     // There are programs, and file systems, without locks.
-    return holdsOld() ? Outcome() : failed(Step::kChanged, {});
+    if (!holdsOld()) return failed(Step::kChanged, {});
+    // Somebody may just have made another way to the file.
+    return checkIsReachedOneWay();
 }
 
 FileRewrite::Outcome FileRewrite::change() {
@@ -189,7 +203,7 @@ FileRewrite::Outcome FileRewrite::finish() {
 FileRewrite::Outcome FileRewrite::commit() {
     if (!fDurable) return {};
     std::error_code error;
-    const bool removed = discardJournal(fLocked.system(), fJournalPath, *fJournal);
+    const bool removed = endJournal();
     try {
         if (removed && fLocked.system().syncFolderOf(fJournalPath, error)) return {};
     } catch (const std::bad_alloc&) {
@@ -213,9 +227,7 @@ FileRewrite::Outcome FileRewrite::undo(Outcome failure) {
         // Where nothing can be written, nothing may have been overwritten either.
         failure.restored = writeOld() || holdsOld();
     }
-    if (fJournal && failure.restored) {
-        discardJournal(fLocked.system(), fJournalPath, *fJournal);
-    }
+    if (fJournal && failure.restored) endJournal();
     if (!failure.restored) failure.content = content();
     return failure;
 }
@@ -226,6 +238,12 @@ FileRewrite::Content FileRewrite::content() {
     char byte = 0;
     const bool isReadable = fFile.size() && fFile.seek(0) && fFile.read(&byte, 1);
     return isReadable ? Content::kMixed : Content::kUnknown;
+}
+
+// One that keeps others out stays as long as the file is open, but empty, which counts as much.
+bool FileRewrite::endJournal() {
+    if (fLocked.claimedJournal()) return fJournal->truncate(0) && fJournal->sync();
+    return discardJournal(fLocked.system(), fJournalPath, *fJournal);
 }
 
 bool FileRewrite::writeOld() {

@@ -21,7 +21,7 @@ class FileRewrite {
   public:
     enum class Step {
         kDone,
-        kPrepare,  ///< several hard links: nobody finds the journal by another name
+        kPrepare,  ///< several hard links, or a mount of its own: nobody finds the journal there
         kReserve,  ///< no room on the disk
         kJournal,  ///< the folder takes no journal
         kSeek,
@@ -72,6 +72,7 @@ class FileRewrite {
   private:
     Outcome prepare();
     Outcome findRoom();
+    Outcome checkIsReachedOneWay();
     Outcome openJournal();
     Outcome createJournal();
     [[nodiscard]] bool isLeftOver(const FileStatus& found);
@@ -84,6 +85,7 @@ class FileRewrite {
     [[nodiscard]] Outcome failed(Step step, const std::error_code& error) const;
     [[nodiscard]] Content content();
     [[nodiscard]] bool writeOld();
+    bool endJournal();
     [[nodiscard]] bool holdsOld();
     [[nodiscard]] bool holdsNew();
 
@@ -93,7 +95,8 @@ class FileRewrite {
     bool fDurable;
     std::string fJournalPath;
     bool fTouched = false;
-    std::unique_ptr<File> fJournal;
+    std::unique_ptr<File> fOwnJournal;
+    File* fJournal = nullptr;
 };
 
 }  // namespace orbo::Files

@@ -3,7 +3,10 @@
 #include "files/LockedFile.h"
 
 #include <algorithm>
+#include <optional>
 #include <thread>
+
+#include "files/FileAccess.h"
 
 namespace orbo::Files {
 
@@ -14,7 +17,7 @@ using Mode = FileSystem::Mode;
 using Verdict = JournalRecovery::Verdict;
 
 constexpr std::chrono::milliseconds kShortestPause{1};
-constexpr std::chrono::milliseconds kLongestPause{32};
+constexpr std::chrono::milliseconds kLongestPause{16};
 // Far from where sums of times wrap.
 constexpr std::chrono::milliseconds kMostPatience = std::chrono::hours(24 * 365);
 
@@ -29,24 +32,26 @@ void addNote(std::string& notes, const std::string& note) {
 /// Opens one file, trying again while others are in the way.
 class FileOpener {
   public:
-    FileOpener(const std::string& name, const Patience& patience)
+    FileOpener(const std::string& name, std::optional<LockedFile::Use> use,
+               const Patience& patience)
         : fSystem(FileSystem::current()),
           fEnd(Clock::now() + std::min(patience.longest, kMostPatience)),
-          fIsOver(patience.isOver) {
+          fIsOver(patience.isOver),
+          fUse(use) {
         fPath = fSystem.resolve(name, fOpening.error);
         if (!fPath.empty()) fOpening.journalPath = Journal::pathFor(fPath);
     }
 
-    LockedFile::Opening toWrite(bool evenWithoutLocks) {
+    LockedFile::Opening toWrite() {
         auto file = locked(Mode::kReadWrite, File::Lock::kExclusive);
-        if (file && (recoverable(*file) || evenWithoutLocks) && recover(*file)) finish(file);
+        // Where this has made the journal, there is no other.
+        if (file && (fClaim || recover(*file))) finish(file);
         return std::move(fOpening);
     }
 
     LockedFile::Opening toRead() {
         auto file = locked(Mode::kRead, File::Lock::kShared);
-        if (!file || !recoverable(*file)) return std::move(fOpening);
-        if (isPending(*file)) file = readPending(std::move(file));
+        if (file && isPending(*file)) file = readPending(std::move(file));
         if (file) finish(file);
         return std::move(fOpening);
     }
@@ -63,12 +68,12 @@ class FileOpener {
 
   private:
     void finish(std::unique_ptr<File>& file) {
-        if (!fHasLocks) {
+        if (!fOpening.hasLocks) {
             addNote(fOpening.notes,
                     "The file system has no locks: nothing keeps other programs from "
                     "writing the file at the same time");
         }
-        fOpening.file.reset(new LockedFile(fSystem, fPath, std::move(file)));
+        fOpening.file.reset(new LockedFile(fSystem, fPath, std::move(file), std::move(fClaim)));
     }
 
     void pause() {
@@ -79,37 +84,58 @@ class FileOpener {
     /// Null, with an error or a problem, when there is no getting it.
     std::unique_ptr<File> locked(Mode mode, File::Lock lock) {
         if (fPath.empty()) return nullptr;
+        std::unique_ptr<File> file;
         for (;;) {
-            auto file = fSystem.open(fPath, mode, fOpening.error);
+            // The same file again: who waits to write has a place in the queue.
+            if (!file) file = fSystem.open(fPath, mode, fOpening.error);
             if (!file) return nullptr;
             const File::LockResult result = file->lock(lock);
-            if (result == File::LockResult::kFailed) {
-                fOpening.error = file->error();
-                return nullptr;
-            }
-            fHasLocks = result != File::LockResult::kUnsupported;
-            const bool isBusy = result == File::LockResult::kBusy;
-            if (!isBusy && isNamed(fSystem, fPath, *file, fOpening.error)) return file;
+            if (result == File::LockResult::kFailed) fOpening.error = file->error();
+            fOpening.hasLocks = result != File::LockResult::kUnsupported;
             if (fOpening.error) return nullptr;
+            const bool isInPlace = isNamed(fSystem, fPath, *file, fOpening.error);
+            if (fOpening.error) return nullptr;
+            const bool isOurs = result == File::LockResult::kLocked ||
+                                (!fOpening.hasLocks && isInPlace && isFreeWithoutLocks(*file));
+            if (!fOpening.problem.empty()) return nullptr;
+            if (isOurs && isInPlace) return file;
             if (Clock::now() >= fEnd || (fIsOver && fIsOver())) {
-                fOpening.problem = isBusy ? "The file is in use by another program"
-                                          : "The file is being replaced by another program";
+                fOpening.problem =
+                    isOurs ? "The file is being replaced by another program" : inUse();
                 return nullptr;
             }
-            file.reset();
+            if (!isInPlace) file.reset();
             pause();
         }
     }
 
-    // Without locks nobody knows whether the journal's writer is still at work.
-    bool recoverable(File& file) {
-        if (fHasLocks) return true;
+    [[nodiscard]] std::string inUse() const {
+        const std::string problem = "The file is in use by another program";
+        if (fOpening.hasLocks) return problem;
+        return problem + ", or was when that ended: " + fOpening.journalPath +
+               " is there, and the file system has no locks";
+    }
+
+    // Without locks nobody knows whether a journal's writer is still at work.
+    bool isFreeWithoutLocks(File& file) {
+        if (!fUse || *fUse == LockedFile::Use::kRecover) return true;
+        if (*fUse == LockedFile::Use::kWrite) return claim(file);
         JournalRecovery recovery(fSystem, fPath, file);
         fOpening.verdict = recovery.look();
-        if (fOpening.verdict == Verdict::kNothing) return true;
-        fOpening.problem = "The file is in use by another program, or was when that ended: " +
-                           recovery.journalPath() + " is there, and the file system has no locks";
-        return false;
+        return fOpening.verdict == Verdict::kNothing;
+    }
+
+    // Of all who create the same file exclusively, one succeeds.
+    bool claim(File& file) {
+        std::error_code error;
+        const auto access = file.access();
+        if (access) fClaim = fSystem.create(fOpening.journalPath, *access, error);
+        if (!fClaim && error != std::errc::file_exists) {
+            fOpening.problem = "The file system has no locks, and the journal " +
+                               fOpening.journalPath +
+                               " cannot be created: " + (access ? error : file.error()).message();
+        }
+        return fClaim != nullptr;
     }
 
     bool recover(File& file) {
@@ -172,18 +198,25 @@ class FileOpener {
     Clock::time_point fEnd;
     std::function<bool()> fIsOver;
     std::chrono::milliseconds fPause = kShortestPause;
+    std::optional<LockedFile::Use> fUse;  // empty to inspect
     std::string fPath;
-    bool fHasLocks = true;
+    std::unique_ptr<File> fClaim;
     LockedFile::Opening fOpening;
 };
 
 LockedFile::Opening LockedFile::open(const std::string& name, Use use, const Patience& patience) {
-    FileOpener opener(name, patience);
-    return use == Use::kRead ? opener.toRead() : opener.toWrite(use == Use::kRecover);
+    FileOpener opener(name, use, patience);
+    return use == Use::kRead ? opener.toRead() : opener.toWrite();
 }
 
 LockedFile::Opening LockedFile::inspect(const std::string& name, const Patience& patience) {
-    return FileOpener(name, patience).toInspect();
+    return FileOpener(name, std::nullopt, patience).toInspect();
+}
+
+LockedFile::~LockedFile() {
+    if (fClaim && fClaim->size() == 0) {
+        discardJournal(fSystem, Journal::pathFor(fPath), *fClaim);
+    }
 }
 
 std::string LockedFile::journalSetAside() {

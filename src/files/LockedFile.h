@@ -28,12 +28,15 @@ struct Patience {
 };
 
 /// Locked for others that lock, until it is destroyed: exclusively to be written, shared to be
-/// read.
+/// read. Where the system has no locks, one that is written durably keeps others out by its
+/// journal.
 class LockedFile {
   public:
     enum class Use {
         kRead,
         kWrite,
+        /// To be written without a journal.
+        kWriteInPlace,
         /// As to be written, by somebody who knows that nobody else is at work: also where the file
         /// system has no locks.
         kRecover,
@@ -49,6 +52,7 @@ class LockedFile {
         std::string notes;
         /// Where a journal is, or would be; empty when there is no such file.
         std::string journalPath;
+        bool hasLocks = true;
         /// About the journal, before anything was done about it.
         JournalRecovery::Verdict verdict = JournalRecovery::Verdict::kNothing;
     };
@@ -60,6 +64,10 @@ class LockedFile {
     /// file shows what it holds.
     static Opening inspect(const std::string& name, const Patience& patience);
 
+    LockedFile(const LockedFile&) = delete;
+    LockedFile& operator=(const LockedFile&) = delete;
+    ~LockedFile();
+
     [[nodiscard]] File& file() { return *fFile; }
     [[nodiscard]] FileSystem& system() { return fSystem; }
     /// Absolute and free of links.
@@ -67,18 +75,27 @@ class LockedFile {
     /// Whether its path still leads to this file: other programs save by putting a new file in the
     /// place of the old one.
     [[nodiscard]] bool isInPlace();
+    /// The journal, created empty before anything was read, that keeps other writers out where
+    /// there are no locks; null elsewhere. It goes with this object, unless there is something in
+    /// it.
+    [[nodiscard]] File* claimedJournal() { return fClaim.get(); }
     /// Path of the first journal of this file that was set aside; empty without one.
     [[nodiscard]] std::string journalSetAside();
 
   private:
     friend class FileOpener;
 
-    LockedFile(FileSystem& system, std::string path, std::unique_ptr<File> file)
-        : fSystem(system), fPath(std::move(path)), fFile(std::move(file)) {}
+    LockedFile(FileSystem& system, std::string path, std::unique_ptr<File> file,
+               std::unique_ptr<File> claim)
+        : fSystem(system),
+          fPath(std::move(path)),
+          fFile(std::move(file)),
+          fClaim(std::move(claim)) {}
 
     FileSystem& fSystem;
     std::string fPath;
     std::unique_ptr<File> fFile;
+    std::unique_ptr<File> fClaim;
 };
 
 }  // namespace orbo::Files

@@ -20,6 +20,8 @@
 #include <limits>
 #include <utility>
 
+#include "files/Descriptor.h"
+#include "files/MountTable.h"
 #include "files/PosixAccess.h"
 
 namespace orbo::Files {
@@ -76,25 +78,18 @@ FileStatus statusOf(const struct stat& found) {
     return status;
 }
 
-/// Closes it unless nothing was opened.
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : fNumber(number) {}
-    Descriptor(Descriptor&& other) noexcept : fNumber(std::exchange(other.fNumber, -1)) {}
-    Descriptor& operator=(Descriptor&&) = delete;
-    ~Descriptor() {
-        if (fNumber >= 0) ::close(fNumber);
-    }
-    // NOLINTNEXTLINE(google-explicit-constructor): it is the number wherever one is wanted
-    operator int() const { return fNumber; }
-
-  private:
-    int fNumber;
-};
+// Readers pass the gate one after the other; whoever waits to write keeps it meanwhile, so readers
+// that take turns cannot keep a writer out. Both are locks on ranges of bytes that no file has, or
+// may have; other versions lock all of them at once.
+constexpr off_t kGate = off_t{1} << 62;
 
 class PosixFile : public File {
   public:
     explicit PosixFile(Descriptor&& descriptor) : fDescriptor(std::move(descriptor)) {}
+    // A child that is forked just before the file is closed must not keep the lock.
+    ~PosixFile() override {
+        if (fMayBeLocked) PosixFile::unlock();
+    }
 
     std::optional<FileStatus> status() override {
         struct stat found = {};
@@ -180,43 +175,59 @@ class PosixFile : public File {
 #endif
 
     LockResult lock(Lock kind) override {
+        fMayBeLocked = true;
 #ifdef F_OFD_SETLK
-        // Unlike the other locks on ranges these do not go when somebody in this process closes
-        // the file.
-        struct flock range = {};
-        range.l_type = kind == Lock::kShared ? F_RDLCK : F_WRLCK;
-        range.l_whence = SEEK_SET;
-        const int result =
-            untilNotInterrupted([&] { return ::fcntl(fDescriptor, F_OFD_SETLK, &range); });
+        const short type = kind == Lock::kShared ? F_RDLCK : F_WRLCK;
+        LockResult result = lockRange(type, kGate, 1);
+        if (result == LockResult::kLocked) result = lockRange(type, 0, kGate);
+        if (kind == Lock::kShared) setRange(F_UNLCK, kGate, 1);
+        return result;
 #else
-        const int result = untilNotInterrupted([&] {
+        return resultOf(untilNotInterrupted([&] {
             return ::flock(fDescriptor, LOCK_NB | (kind == Lock::kShared ? LOCK_SH : LOCK_EX));
-        });
+        }));
 #endif
-        if (succeeded(result == 0)) return LockResult::kLocked;
-        if (isAnyOf(errno, {EAGAIN, EACCES, EWOULDBLOCK})) return LockResult::kBusy;
-        const bool isUnsupported = isAnyOf(errno, {EINVAL, ENOLCK, ENOSYS, ENOTSUP, EOPNOTSUPP});
-        return isUnsupported ? LockResult::kUnsupported : LockResult::kFailed;
     }
 
     void unlock() override {
 #ifdef F_OFD_SETLK
-        struct flock range = {};
-        range.l_type = F_UNLCK;
-        range.l_whence = SEEK_SET;
-        ::fcntl(fDescriptor, F_OFD_SETLK, &range);
+        setRange(F_UNLCK, 0, 0);
 #else
         ::flock(fDescriptor, LOCK_UN);
 #endif
+        fMayBeLocked = false;
     }
 
   private:
+#ifdef F_OFD_SETLK
+    // Unlike the other locks on ranges these do not go when somebody in this process closes the
+    // file.
+    int setRange(short type, off_t start, off_t size) {
+        struct flock range = {};
+        range.l_type = type;
+        range.l_whence = SEEK_SET;
+        range.l_start = start;
+        range.l_len = size;
+        return untilNotInterrupted([&] { return ::fcntl(fDescriptor, F_OFD_SETLK, &range); });
+    }
+    LockResult lockRange(short type, off_t start, off_t size) {
+        return resultOf(setRange(type, start, size));
+    }
+#endif
+    LockResult resultOf(int result) {
+        if (succeeded(result == 0)) return LockResult::kLocked;
+        const int error = fError.value();
+        if (isAnyOf(error, {EAGAIN, EACCES, EWOULDBLOCK})) return LockResult::kBusy;
+        const bool isUnsupported = isAnyOf(error, {EINVAL, ENOLCK, ENOSYS, ENOTSUP, EOPNOTSUPP});
+        return isUnsupported ? LockResult::kUnsupported : LockResult::kFailed;
+    }
     bool succeeded(bool success) {
         if (!success) fError = lastError();
         return success;
     }
 
     Descriptor fDescriptor;
+    bool fMayBeLocked = false;
 };
 
 /// Null, with an error, for anything but a regular file.
@@ -244,8 +255,9 @@ std::unique_ptr<File> PosixFileSystem::open(const std::string& path, Mode mode,
     // Without O_NONBLOCK a named pipe would wait here for its other end.
     const int flags =
         (mode == Mode::kRead ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW;
-    return regularFile(Descriptor(untilNotInterrupted([&] { return ::open(path.c_str(), flags); })),
-                       error);
+    auto descriptor = Descriptor::opened(
+        [&] { return untilNotInterrupted([&] { return ::open(path.c_str(), flags); }); });
+    return regularFile(std::move(descriptor), error);
 }
 
 std::unique_ptr<File> PosixFileSystem::create(const std::string& path, const FileAccess& like,
@@ -295,6 +307,15 @@ std::uint64_t PosixFileSystem::user() { return ::geteuid(); }
 std::optional<FileAccess> PosixFileSystem::access(const std::string& path, std::error_code& error) {
     error.clear();
     return accessOf(path, error);
+}
+
+bool PosixFileSystem::isMounted(const std::string& path, const FileStatus& status) {
+    const std::vector<std::string> places = mountsOfFile(path);
+    return std::any_of(places.begin(), places.end(), [&](const std::string& place) {
+        std::error_code ignored;
+        const auto found = this->status(place, ignored);
+        return found && found->isSameFile(status);
+    });
 }
 
 std::optional<std::vector<std::uint64_t>> PosixFileSystem::groupsOf(std::uint64_t user) {

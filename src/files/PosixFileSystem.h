@@ -21,6 +21,7 @@ class PosixFileSystem : public FileSystem {
     [[nodiscard]] std::uint64_t user() override;
     [[nodiscard]] std::optional<FileAccess> access(const std::string& path,
                                                    std::error_code& error) override;
+    [[nodiscard]] bool isMounted(const std::string& path, const FileStatus& status) override;
     [[nodiscard]] std::optional<std::vector<std::uint64_t>> groupsOf(std::uint64_t user) override;
     [[nodiscard]] std::string describeUser(std::uint64_t user) override;
 };

@@ -38,6 +38,30 @@ std::string shown(const Accessor& scene, const std::string& front) {
 
 class FindingsTest : public SceneTest {};
 
+// It writes whenever nobody keeps it out.
+TEST_F(FindingsTest, AWriterBesideACheckDoesNoDamage) {
+    const std::string front = sceneFront();
+    const std::string states[] = {front + statements("A n1 n2") + kLastLine,
+                                  front + statements("A own n1 n2 n3") + kLastLine};
+    int writes = 0;
+    int calls = 0;
+    bool isWriting = false;
+    fSystem.fails = [&](Files::Call) {
+        if (isWriting) return false;
+        isWriting = true;
+        const auto opening = Files::LockedFile::open(fName, Files::LockedFile::Use::kWrite, {});
+        if (opening.file) file() = states[++writes % 2];
+        isWriting = false;
+        ++calls;
+        return false;
+    };
+    file() = states[0];
+    fAccessor.check(fName);
+    EXPECT_EQ(shown(fAccessor, front), "");
+    EXPECT_GT(writes, 0);
+    EXPECT_GT(calls, writes);
+}
+
 TEST_F(FindingsTest, OfATextSceneHaveLines) {
     const std::pair<std::string, std::string> rows[] = {
         {"A n1", ""},

@@ -317,6 +317,62 @@ TEST_F(JournalAccessTest, ARewriteKeepsListAndAttributes) {
     EXPECT_STREQ(note, hasAttributes ? "kept" : "");
 }
 
+TEST_F(JournalAccessTest, AFileThatIsReachedTwoWaysIsRefused) {
+    std::string other = fFolder + "/other";
+    const std::string unmount = "umount " + other;
+    for (const bool isLinked : {true, false}) {
+        SCOPED_TRACE(isLinked ? "hard link" : "mount");
+        make(0777, 0600);
+        std::ofstream(other).close();
+        if (isLinked) run("ln -f " + fScene + " " + other);
+        const std::string mount = "mount --bind " + fScene + " " + other + " 2>/dev/null";
+        if (!isLinked && std::system(mount.c_str()) != 0) GTEST_SKIP() << "needs to mount a file";
+        EXPECT_EQ(save(kOwner), Step::kPrepare);
+        std::swap(fScene, other);
+        EXPECT_EQ(save(kOwner), Step::kPrepare);
+        std::swap(fScene, other);
+        EXPECT_EQ(content(fScene), kOld);
+        EXPECT_FALSE(isThere());
+        if (!isLinked) run(unmount);
+    }
+}
+
+/// Somebody links the file when it has been looked at.
+class LinkingFileSystem : public PosixFileSystem {
+  public:
+    std::unique_ptr<File> create(const std::string& path, const FileAccess& file,
+                                 std::error_code& error) override {
+        const std::string scene = path.substr(0, path.rfind(".metadata-journal"));
+        EXPECT_EQ(::link(scene.c_str(), (scene + ".2").c_str()), 0);
+        return PosixFileSystem::create(path, file, error);
+    }
+};
+
+TEST_F(JournalAccessTest, ALinkThatIsMadeMeanwhileIsNoticed) {
+    make(0777, 0600);
+    LinkingFileSystem linking;
+    const FileSystem::Replacement replaced(linking);
+    EXPECT_EQ(save(kRoot), Step::kPrepare);
+    EXPECT_EQ(content(fScene), kOld);
+    EXPECT_FALSE(isThere());
+}
+
+// A folder that is mounted twice has one journal.
+TEST_F(JournalAccessTest, AJournalIsFoundThroughAnotherMountOfTheFolder) {
+    make(0777, 0600);
+    const std::string other = fFolder + ".2";
+    run("mkdir " + other);
+    if (std::system(("mount --bind " + fFolder + " " + other + " 2>/dev/null").c_str()) != 0) {
+        run("rmdir " + other);
+        GTEST_SKIP() << "needs to mount a folder";
+    }
+    beKilled(kOwner);
+    fScene = other + "/scene";
+    EXPECT_EQ(met(kOwner), "acted on");
+    EXPECT_EQ(content(fScene), kOld);
+    run("umount " + other + "; rmdir " + other);
+}
+
 // Such a file system has owners and modes, but no lists.
 TEST_F(JournalAccessTest, WithoutListsAJournalThatSuitsIsMadeOrNone) {
     if (std::system(("mount -t ramfs ramfs " + fFolder + " 2>/dev/null").c_str()) != 0) {

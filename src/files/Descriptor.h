@@ -1,0 +1,41 @@
+// The number of an open file, which no child of this process keeps.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace orbo::Files {
+
+/// Closed at the end of its life. A lock belongs to all processes that have the file open, so the
+/// child of a `fork` closes its copy before `fork` returns there; in the child the descriptor then
+/// has no number, and all calls fail.
+class Descriptor {
+  public:
+    /// Takes the result of a call that opens; a negative one stands for nothing.
+    explicit Descriptor(int number);
+    Descriptor(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept;
+    Descriptor& operator=(Descriptor&&) = delete;
+    ~Descriptor();
+    // NOLINTNEXTLINE(google-explicit-constructor): it is the number wherever one is wanted
+    operator int() const { return fNumber; }
+
+    /// Opens a file by `open`, again if a child was forked before it was known here.
+    template <typename Open>
+    static Descriptor opened(Open open) {
+        for (int tries = 0;; ++tries) {
+            const unsigned long before = forks();
+            Descriptor descriptor(open());
+            if (descriptor < 0 || forks() == before || tries == kMostTries) return descriptor;
+        }
+    }
+
+  private:
+    friend class OpenDescriptors;
+    static constexpr int kMostTries = 100;
+    static unsigned long forks();
+
+    int fNumber;
+    Descriptor* fNext = nullptr;
+    Descriptor* fPrevious = nullptr;
+};
+
+}  // namespace orbo::Files
