@@ -139,12 +139,13 @@ FileRewrite::Outcome FileRewrite::createJournal() {
     }
 }
 
-// Where names cannot be removed, an empty journal is left.
+// Where names cannot be removed, an empty journal is left. Whoever may write that one gains
+// nothing.
 bool FileRewrite::isLeftOver(const FileStatus& found) {
-    if (!found.isRegular || found.length > 0) return false;
+    if (!found.isRegular || found.length > 0 || found.links > 1) return false;
     std::error_code ignored;
     const auto facts = journalFacts(fLocked.system(), fJournalPath, nullptr, fFile, ignored);
-    return facts && trustIn(*facts) == JournalTrust::kActedOn;
+    return facts && isOfWriter(*facts);
 }
 
 FileRewrite::Outcome FileRewrite::writeJournal() {

@@ -29,7 +29,9 @@ bool provesMembership(const JournalFacts& facts) {
     return !isGiven || !opensWithout(folder, journal.owner, journal.group);
 }
 
-bool ownerMayWrite(const JournalFacts& facts) {
+}  // namespace
+
+bool isOfWriter(const JournalFacts& facts) {
     const FileAccess& file = facts.fileAccess;
     const std::uint64_t owner = facts.journalAccess.owner;
     if (facts.ownerGroups && (file.rightsOf(owner, *facts.ownerGroups) & kMayWrite) != 0) {
@@ -40,11 +42,9 @@ bool ownerMayWrite(const JournalFacts& facts) {
     return (file.surelyRightsOf(owner, groups) & kMayWrite) != 0;
 }
 
-}  // namespace
-
 JournalTrust trustIn(const JournalFacts& facts) {
     JournalTrust trust = JournalTrust::kActedOn;
-    if (!ownerMayWrite(facts)) {
+    if (!isOfWriter(facts)) {
         trust = JournalTrust::kOfStranger;
     } else if (!facts.journalAccess.givesNoMoreThan(facts.fileAccess, kMayWrite)) {
         trust = JournalTrust::kOpenToOthers;

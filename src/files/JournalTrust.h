@@ -30,6 +30,8 @@ enum class JournalTrust {
     kHasOtherNames,  ///< it has several hard links
 };
 
+/// Whether the journal's owner may write the file, as far as is known.
+bool isOfWriter(const JournalFacts& facts);
 /// The table of docs/journal.md. All but the first two are reported.
 JournalTrust trustIn(const JournalFacts& facts);
 /// For people: what is wrong about a journal that is reported, and what can be done.

@@ -301,6 +301,31 @@ TEST_F(JournalAccessTest, IsCreatedExclusively) {
     }
 }
 
+TEST_F(JournalAccessTest, AnEmptyFileIsReplacedIfItIsOurs) {
+    const struct {
+        const char* change;
+        Step failed;
+    } rows[] = {{"chmod 600", Step::kDone},
+                {"chmod 666", Step::kDone},
+                {"chown 20001", Step::kDone},
+                {"chown 20004", Step::kJournal},
+                {"ln $J $J.2; true", Step::kJournal},
+                {"rm $J; mkfifo", Step::kJournal},
+                {"rm $J; ln -s /dev/null", Step::kJournal}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.change);
+        make(0777, 0644);
+        const auto opening = LockedFile::open(fScene, Use::kWrite, {});
+        ASSERT_TRUE(opening.file);
+        run("J=" + fJournal + "; touch $J; " + row.change + " $J");
+        const auto outcome =
+            FileRewrite(*opening.file, {{10, kOld.substr(10), {kNew.substr(10)}}}, true).run();
+        EXPECT_EQ(outcome.failed, row.failed);
+        EXPECT_EQ(outcome.occupant.empty(), row.failed == Step::kDone);
+        EXPECT_EQ(content(fScene), row.failed == Step::kDone ? kNew : kOld);
+    }
+}
+
 TEST_F(JournalAccessTest, ARewriteKeepsListAndAttributes) {
     make(0777, 0660, "u:20006:rw,g::---");
     const bool hasAttributes = ::setxattr(fScene.c_str(), "user.note", "kept", 4, 0) == 0;
