@@ -5,10 +5,12 @@
 // FAULTS_AT is the number, from 0, of the call that is met; with FAULTS_LASTING all later ones are,
 // too. FAULTS_KIND says by what: "kill" kills at entry, "half-kill" after half of a write, "short"
 // does half of a read or write, "signalN" sends the process signal N at entry, and a number is the
-// error that the call fails with.
+// error that the call fails with. With FAULTS_NO_LOCKS there are none, with FAULTS_NO_SYNCS syncs do
+// nothing, anywhere.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -61,6 +63,8 @@ class Faults {
     void forget(int file) { fOurs.erase(file); }
 
     const std::string kind = text("FAULTS_KIND");
+    const bool hasLocks = text("FAULTS_NO_LOCKS").empty();
+    const bool hasSyncs = text("FAULTS_NO_SYNCS").empty();
 
   private:
     static std::string text(const char* name) {
@@ -118,6 +122,11 @@ int fcntl64(int file, int command, ...) {
     va_start(arguments, command);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
+    const bool isLock = command == F_OFD_SETLK || command == F_SETLK || command == F_OFD_SETLKW;
+    if (isLock && !Faults::all().hasLocks) {
+        errno = ENOLCK;
+        return -1;
+    }
     return meetOrCall("fcntl64", -1, file, command, argument);
 }
 ssize_t read(int file, void* to, std::size_t count) { return transfer("read", file, to, count); }
@@ -133,7 +142,12 @@ int ftruncate64(int file, off64_t length) noexcept {
 int fallocate64(int file, int mode, off64_t offset, off64_t length) {
     return meetOrCall("fallocate64", -1, file, mode, offset, length);
 }
-int fsync(int file) { return meetOrCall("fsync", -1, file); }
+int flock(int file, int operation) noexcept {
+    if (Faults::all().hasLocks) return meetOrCall("flock", -1, file, operation);
+    errno = ENOLCK;
+    return -1;
+}
+int fsync(int file) { return Faults::all().hasSyncs ? meetOrCall("fsync", -1, file) : 0; }
 int fchmod(int file, mode_t mode) noexcept { return meetOrCall("fchmod", -1, file, mode); }
 int fchown(int file, uid_t user, gid_t group) noexcept {
     return meetOrCall("fchown", -1, file, user, group);

@@ -94,8 +94,7 @@ class Mover {
                         (fOther.problem.empty() ? fOther.error.message() : fOther.problem));
             return true;
         }
-        return fOther.verdict == Verdict::kRestoreOld || fOther.verdict == Verdict::kKeepNew ||
-               fOther.verdict == Verdict::kNotBegun;
+        return fOther.verdict == Verdict::kRestoreOld || fOther.verdict == Verdict::kKeepNew;
     }
 
     FileSystem& fSystem;
