@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "Law.h"
+#include "files/Checksum.h"
 #include "files/Journal.h"
 #include "files/JournalBytes.h"
 #include "files/LockedFile.h"
@@ -36,6 +37,26 @@ Journal::Condition readJournal(Journal& journal, const std::string& bytes) {
 bool isOfAnotherVersion(const std::string& bytes) {
     Journal journal;
     return readJournal(journal, bytes) == Journal::Condition::kOtherVersion;
+}
+
+// A journal that is too short may only go when its header shows that nothing was begun.
+void demandPlainlyOld(const std::string& content, const std::string& bytes) {
+    Journal journal;
+    const Journal::Condition condition = readJournal(journal, bytes);
+    if (condition == Journal::Condition::kEmpty) return;
+    demand(condition == Journal::Condition::kShort && journal.hasHeader, "it is too short");
+    demand(content.size() == journal.oldLength, "the file has the old length");
+    for (const Journal::Range& range : journal.ranges) {
+        Checksum checksum, expected;
+        checksum.add(std::string_view(content).substr(static_cast<std::size_t>(range.offset),
+                                                      static_cast<std::size_t>(range.oldSize)));
+        if (journal.version == 1) {
+            expected.add(std::string_view(bytes).substr(static_cast<std::size_t>(range.oldAt),
+                                                        static_cast<std::size_t>(range.oldSize)));
+        }
+        demand(checksum.value() == (journal.version == 1 ? expected.value() : range.oldChecksum),
+               "the ranges hold old bytes");
+    }
 }
 
 // Each byte is an old or a new one of a range, or as it was.
@@ -79,6 +100,7 @@ void check(const std::string& content, const std::string& journal, Use use, bool
     } else {
         demand(seen == content, "nothing else changes the file");
     }
+    if (opening.verdict == Verdict::kNotBegun) demandPlainlyOld(content, journal);
     const bool aside =
         opening.verdict == Verdict::kDamaged || opening.verdict == Verdict::kUnexplained;
     if (readOnly) return;

@@ -173,6 +173,11 @@ struct Disk {
         durableNames = names;
         changes.clear();
     }
+    /// Does nothing unless there is a file of that name.
+    void move(const std::string& from, const std::string& to) {
+        if (has(from)) change({from, to, names.at(from)});
+        syncNames();
+    }
     [[nodiscard]] bool has(const std::string& name) const { return names.count(name) > 0; }
     [[nodiscard]] const std::string& content(const std::string& name) const {
         return inodes[names.at(name)].now();

@@ -34,7 +34,8 @@ class DiskSystem : public Files::FileSystem {
     bool takesRemovals = true;
 
     std::string resolve(const std::string& name, std::error_code& error) override {
-        return outcome(disk.has(name), error) ? name : std::string();
+        const bool isThere = disk.has(name) || name == "/";
+        return outcome(isThere, error) ? name : std::string();
     }
     std::unique_ptr<Files::File> open(const std::string& path, Mode mode,
                                       std::error_code& error) override {

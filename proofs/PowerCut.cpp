@@ -11,6 +11,7 @@
 
 #include "DiskSystem.h"
 #include "files/FileRewrite.h"
+#include "files/MovedRecovery.h"
 
 namespace orbo::Proofs {
 namespace {
@@ -48,7 +49,7 @@ struct Moment {
 };
 
 struct Tally {
-    std::size_t states = 0, moments = 0;
+    std::size_t states = 0, moments = 0, moved = 0;
     std::size_t mixed = 0, lost = 0, pending = 0, other = 0;
     std::set<std::string> syncs;
 
@@ -56,6 +57,7 @@ struct Tally {
 };
 
 const std::string kOther = "/other";
+const std::string kElsewhere = "/elsewhere";
 const std::string kLeftAlone = "left alone";
 const std::string kNotOpened = "not opened";
 
@@ -129,6 +131,7 @@ class Proof {
 
     void check(const Moment& moment, const Disk& disk, int cutsToCome) {
         ++fTally.states;
+        if (fTakesRemovals && fChooser.anyBelow(4) == 0) checkElsewhere(moment, disk);
         DiskSystem system = systemOn(disk);
         const Replacement replaced(system);
         if (moment.isFinished && isPending()) ++fTally.pending;
@@ -153,6 +156,19 @@ class Proof {
         } else if (fTakesRemovals && fChooser.anyBelow(8) == 0 && !canSave(system)) {
             ++fTally.other;
         }
+    }
+
+    /// The file is moved before anybody opens it, with its journal or without.
+    void checkElsewhere(const Moment& moment, const Disk& disk) {
+        ++fTally.moved;
+        DiskSystem system = systemOn(disk);
+        const Replacement replaced(system);
+        const std::string journal = Files::Journal::pathFor(fPath);
+        const bool takesJournal = fChooser.anyBelow(2) == 0;
+        system.disk.move(fPath, kElsewhere);
+        if (takesJournal) system.disk.move(journal, Files::Journal::pathFor(kElsewhere));
+        if (!takesJournal) Files::MovedRecovery::run(fPath, kElsewhere, {});
+        judge(moment, open(kElsewhere, Use::kWrite));
     }
 
     [[nodiscard]] bool isPending() const {
@@ -310,9 +326,10 @@ Tally prove(std::size_t most, const std::string& omitted) {
 int run(std::size_t most) {
     const Tally tally = prove(most, "");
     std::printf(
-        "%zu states after %zu cuts: %zu mixed files, %zu lost saves, %zu pending "
-        "journals, %zu otherwise wrong\n",
-        tally.states, tally.moments, tally.mixed, tally.lost, tally.pending, tally.other);
+        "%zu states after %zu cuts, and %zu of them moved: %zu mixed files, %zu lost saves, %zu "
+        "pending journals, %zu otherwise wrong\n",
+        tally.states, tally.moments, tally.moved, tally.mixed, tally.lost, tally.pending,
+        tally.other);
     bool isProven = tally.wrong() == 0 && tally.states > tally.moments;
     for (const std::string& sync : tally.syncs) {
         const Tally without = prove(most / 20 + 20, sync);
