@@ -63,6 +63,8 @@ JournalRecovery::Verdict JournalRecovery::openJournal() {
                    fSystem.describeUser(facts->journal.owner) + ' ' + reasonOf(trust);
         return Verdict::kForeign;
     }
+    // A kill just after the creation leaves an empty one that only its writer may open.
+    if (!journal && facts->journal.length == 0) return Verdict::kNothing;
     if (!journal) return unreadable(openError);
     if (!facts->journal.isSameFile(*named)) {
         return unreadable(std::make_error_code(std::errc::resource_unavailable_try_again));
