@@ -8,6 +8,11 @@ struct ReadPolicy {
     /// Keep indices of a type that nobody registered as `IndexText`, instead of throwing
     /// `Index::eCreatorNotFound`. They are written back as they were.
     bool unknownIndexTypesAsText = false;
+    /// Give what can be read of a node that as a whole cannot be: all elements but those whose
+    /// index cannot be read, with values that cannot be read being default. It is there to be
+    /// looked at, and a finding (`Finding::Code::kNodePartial`) names it: a write keeps its record
+    /// as it is, and is refused when the node was changed or removed.
+    bool partialNodes = false;
 };
 
 }  // namespace orbo::Data

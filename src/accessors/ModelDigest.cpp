@@ -109,7 +109,7 @@ bool isTaken(const Structure& structure, const TakenNames& taken) {
 
 // What only streams have of structures belongs to the nodes, which are compared with all of it.
 bool structuresAreUnedited(const Accessor& accessor, const TakenNames& taken) {
-    const WrittenModel model(accessor);
+    const WrittenModel model(accessor, taken);
     std::size_t same = 0;
     const char* previous = nullptr;
     for (const auto& structure : model.structures()) {
@@ -130,14 +130,17 @@ bool nodesAreUnedited(const Accessor& accessor, const TakenNames& taken) {
     std::size_t found = 0;
     for (const auto& [name, associations] : accessor.associations()) {
         const auto node = taken.associations.find(name);
-        if (node != taken.associations.end()) {
+        if (const auto part = taken.partialNodes.find(name); part != taken.partialNodes.end()) {
+            if (part->second != digestOf(associations)) return false;
+            ++found;
+        } else if (node != taken.associations.end()) {
             if (!node->second || *node->second != digestOf(associations)) return false;
             ++found;
         } else if (!associations.empty()) {
             return false;
         }
     }
-    return found == taken.associations.size();
+    return found == taken.associations.size() + taken.partialNodes.size();
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "accessors/ModelDigest.h"
 #include "accessors/RecordReader.h"
+#include "formats/PartialReading.h"
 #include "formats/ReaderRemarks.h"
 #include "streams/IndexTypes.h"
 
@@ -17,6 +18,17 @@ namespace orbo::Data {
 namespace {
 
 using Kind = SceneRecord::Kind;
+
+Finding::Code codeOf(ReaderRemarks::Kind kind) {
+    switch (kind) {
+        case ReaderRemarks::Kind::kUnreadable:
+            return Finding::Code::kValueUnreadable;
+        case ReaderRemarks::Kind::kNotFinite:
+            return Finding::Code::kNumberNotFinite;
+        default:
+            return Finding::Code::kTextPassedOver;
+    }
+}
 
 }  // namespace
 
@@ -60,12 +72,10 @@ auto ModelReading::read(const Read& reader, const SceneRecord& record, std::uint
     using Code = Finding::Code;
     using Detail = ReaderRemarks::Detail;
     Findings findings;
-    const ReaderRemarks::Collector collector(fThorough ? Detail::kAll : Detail::kReplacedOnly);
+    const ReaderRemarks::Collector collector(fThorough ? Detail::kAll : Detail::kNormal);
     auto object = reader(record, findings);
     for (const ReaderRemarks::Remark& remark : collector.remarks()) {
-        const bool isNumber = remark.kind == ReaderRemarks::Kind::kNotFinite;
-        findings.add(isNumber ? Code::kNumberNotFinite : Code::kTextPassedOver, remark.message(),
-                     record, remark.place);
+        findings.add(codeOf(remark.kind), remark.message(), record, remark.place);
     }
     findings.addLeftOut(Finding::isInErrors(Code::kTextPassedOver), collector.leftOut());
     if (fThorough && record.leftover > 0) {
@@ -134,7 +144,8 @@ void ModelReading::registerStructure(const ParsedStructure& parsed, TakenNames& 
     }
 }
 
-void ModelReading::build(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+// False when the record cannot be read.
+bool ModelReading::build(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
                          TakenNames& taken) {
     const SceneRecord& record = unread.record;
     if (map.count(record.name) > 0) {
@@ -144,7 +155,27 @@ void ModelReading::build(const UnreadAssociations& unread, Accessor::Association
         if (fThorough) taken.associationPlaces.emplace(record.name, record.place);
     } else {
         taken.unreadable.add(record);
+        return false;
     }
+    return true;
+}
+
+// A record of the node that can be read as a whole counts, and so does an earlier part.
+void ModelReading::buildPart(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+                             TakenNames& taken) {
+    const SceneRecord& record = unread.record;
+    if (map.count(record.name) > 0) return;
+    const PartialReading partial;
+    const IndexTypes::KeepUnknown unknownAsText;
+    Findings known;  // from the attempt to read it as a whole
+    const auto part = readAssociations(record, known);
+    if (!part || part->empty()) return;
+    map.emplace(record.name, *part);
+    taken.partialNodes.emplace(record.name, digestOf(*part));
+    Findings findings;
+    findings.add(Finding::Code::kNodePartial,
+                 "Only a part of this node was read; it cannot be changed.", record);
+    fFindings.add(unread.rank, findings);
 }
 
 TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy& policy,
@@ -163,10 +194,16 @@ TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy&
         registerStructure(fStructures.front(), taken, helpers);
     }
     for (; !fAssociations.empty(); fAssociations.pop_front()) {
-        build(fAssociations.front(), map, taken);
+        const bool isRead = build(fAssociations.front(), map, taken);
+        if (!isRead && policy.partialNodes) {
+            fUnreadable.push_back(std::move(fAssociations.front()));
+        }
     }
     for (const auto& [name, associations] : map) {
         taken.associations.emplace(name, digestOf(associations));
+    }
+    for (; !fUnreadable.empty(); fUnreadable.pop_front()) {
+        buildPart(fUnreadable.front(), map, taken);
     }
     fFindings.moveTo(findings);
     return taken;

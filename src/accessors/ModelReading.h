@@ -53,6 +53,9 @@ struct TakenNames {
     /// Where the records of the structures and associations are that were read.
     std::map<std::string, FilePlace> structurePlaces;
     std::map<std::string, FilePlace> associationPlaces;
+    /// Nodes that could not be read as a whole, with the digests of what is in the model of them.
+    /// They are there to be looked at, and nowhere else in here.
+    std::map<std::string, std::uint64_t> partialNodes;
 };
 
 /// Records are added as the file is scanned, until `wantsMore` says no or the file ends; then
@@ -111,7 +114,9 @@ class ModelReading {
     void addRepeated(const UnreadAssociations& repeated);
 
     void registerStructure(const ParsedStructure& parsed, TakenNames& taken, Helpers& helpers);
-    void build(const UnreadAssociations& unread, Accessor::AssociationsMap& map, TakenNames& taken);
+    bool build(const UnreadAssociations& unread, Accessor::AssociationsMap& map, TakenNames& taken);
+    void buildPart(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+                   TakenNames& taken);
 
     const std::set<std::string>* fStructureNamesGiven;
     Order fOrder = Order::kFirstToLast;
@@ -120,6 +125,7 @@ class ModelReading {
     NameFilter fAssociationNames;  // never struck off
     std::deque<ParsedStructure> fStructures;
     std::deque<UnreadAssociations> fAssociations;
+    std::deque<UnreadAssociations> fUnreadable;  // kept when parts of them are wanted
     std::uint64_t fRecords = 0;
     RankedFindings fFindings;
 };

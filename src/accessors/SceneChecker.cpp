@@ -157,7 +157,7 @@ void checkModel(const Accessor& accessor, const TakenNames& taken, Findings& fin
 
 void checkRewrite(const Accessor& accessor, const TakenNames& taken, SceneSection& section,
                   Files::File& file, Findings& findings) {
-    const WrittenModel model(accessor);
+    const WrittenModel model(accessor, taken);
     Findings refusals;
     for (const auto& structure : model.structures()) {
         std::string message;

@@ -26,8 +26,10 @@ SceneWriter::SceneWriter(const Accessor& accessor, const TakenNames& taken, Scen
     : fAccessor(accessor),
       fTaken(taken),
       fSection(section),
-      fModel(accessor),
-      fWritten(fModel.names()) {}
+      fModel(accessor, taken),
+      fWritten(fModel.names()) {
+    fWritten.partialNodes = taken.partialNodes;
+}
 
 RewriteResult SceneWriter::write(Files::LockedFile& file, RewriteExtent extent,
                                  std::string& errors) {
@@ -41,7 +43,7 @@ bool SceneWriter::rehearse(Files::File& file, std::string& errors) {
 }
 
 bool SceneWriter::compose(Files::File& file, std::string& errors) {
-    if (!checkNamesAreUnique(fModel, errors)) return false;
+    if (!checkPartialNodes(errors) || !checkNamesAreUnique(fModel, errors)) return false;
     if (!fSection.find(errors) || !fSection.load(errors)) return false;
     if (!checkUnchanged(file, errors)) return false;
     if (!decide(errors) || !checkChanges(errors)) return false;
@@ -59,6 +61,18 @@ void SceneWriter::noteDigests() {
         if (!fAccessor.writePolicy().verify && fUnchangedNodes.count(*node.name) == 0) continue;
         fWritten.associations[*node.name] = digestOf(*node.associations);
     }
+}
+
+// Their records stay as they are, so what the caller did to them would be lost.
+bool SceneWriter::checkPartialNodes(std::string& errors) const {
+    for (const auto& [name, digest] : fTaken.partialNodes) {
+        const Associations* entry = fModel.entry(name);
+        if (!entry || digestOf(*entry) != digest) {
+            return fail(errors, ModelPlace::of(name) +
+                                    " was read in part: it cannot be changed or removed.");
+        }
+    }
+    return true;
 }
 
 bool SceneWriter::checkUnchanged(Files::File& file, std::string& errors) {

@@ -41,6 +41,7 @@ class SceneWriter {
     using Part = SceneSection::Part;
 
     bool compose(Files::File& file, std::string& errors);
+    bool checkPartialNodes(std::string& errors) const;
     bool checkUnchanged(Files::File& file, std::string& errors);
     bool decide(std::string& errors);
     /// Calls `visit(number, record)` for those that can be taken apart.

@@ -17,14 +17,16 @@ bool nameIsLess(const RefPtr<const Structure>& structure, const char* name) {
 
 }  // namespace
 
-WrittenModel::WrittenModel(const Accessor& accessor) : fEntries(accessor.associations()) {
+WrittenModel::WrittenModel(const Accessor& accessor, const TakenNames& taken)
+    : fEntries(accessor.associations()) {
     for (const Structure* structure : accessor.structures()) fStructures.emplace_back(structure);
     // Names may have changed since the set put them in order.
     std::stable_sort(
         fStructures.begin(), fStructures.end(),
         [](const auto& left, const auto& right) { return nameIsLess(left, right->name()); });
     for (const auto& entry : accessor.associations()) {
-        if (!entry.second.empty()) fNodes.push_back({&entry.first, &entry.second});
+        const bool isPart = taken.partialNodes.count(entry.first) > 0;
+        if (!isPart && !entry.second.empty()) fNodes.push_back({&entry.first, &entry.second});
     }
     if (accessor.writePolicy().addMissingStructures) addMissingStructures();
 }

@@ -23,7 +23,8 @@ class WrittenModel {
         const Associations* associations;
     };
 
-    explicit WrittenModel(const Accessor& accessor);
+    /// Without the nodes of which `taken` has but a part.
+    explicit WrittenModel(const Accessor& accessor, const TakenNames& taken = TakenNames());
 
     /// By name, byte by byte; with those that only streams have if the policy asks for them.
     [[nodiscard]] const std::vector<RefPtr<const Structure>>& structures() const {

@@ -12,6 +12,7 @@
 
 #include "core/Ascii.h"
 #include "core/GetArea.h"
+#include "core/LongText.h"
 #include "core/PlainNumber.h"
 #include "core/SixDigits.h"
 
@@ -118,6 +119,34 @@ bool readAs(Member::eDataType type, void* slot, Read read) {
     }
 }
 
+// Takes the line feed, too. Mostly the whole line is in sight.
+std::ios_base::iostate takeLine(std::streambuf& buffer, std::string& line) {
+    constexpr auto kNothing = std::ios_base::eofbit | std::ios_base::failbit;
+    LongText text;
+    for (;;) {
+        const std::string_view ready = GetArea::of(buffer);
+        const std::size_t size = std::min(ready.find('\n'), ready.size());
+        const bool ends = size < ready.size();
+        if (ends && text.size() == 0) {
+            line = ready.substr(0, size);
+            GetArea::take(buffer, size + 1);
+            return std::ios_base::goodbit;
+        }
+        text.append(ready.substr(0, size));
+        GetArea::take(buffer, size);
+        const int next = ends ? buffer.sbumpc() : buffer.sgetc();
+        if (next == kEnd || next == '\n') {
+            if (!ends) buffer.sbumpc();
+            const bool isEmpty = text.size() == 0;
+            text.moveTo(line);
+            if (next == '\n') return std::ios_base::goodbit;
+            return isEmpty ? kNothing : std::ios_base::eofbit;
+        }
+        // A buffer may give single characters only.
+        if (GetArea::of(buffer).empty()) text.append(static_cast<char>(buffer.sbumpc()));
+    }
+}
+
 int exactNumbersSlot() {
     static const int slot = std::ios_base::xalloc();
     return slot;
@@ -179,18 +208,20 @@ void skipBlanks(std::istream& in) {
 }
 
 bool readLine(std::istream& in, std::string& line) {
-    if (!in.good()) return static_cast<bool>(std::getline(in, line));
-    const std::ios_base::iostate callers = in.exceptions();
-    in.exceptions(callers | std::ios_base::badbit);
-    try {
-        std::getline(in, line);
-    } catch (const std::bad_alloc&) {
-        in.exceptions(callers);
-        throw;
-    } catch (...) {
-        // Thrown again below for callers who want that.
+    line.clear();
+    std::ios_base::iostate state = std::ios_base::goodbit;
+    if (!in.good()) {
+        state = std::ios_base::failbit;
+    } else {
+        try {
+            state = takeLine(*in.rdbuf(), line);
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (...) {
+            state = std::ios_base::badbit;
+        }
     }
-    in.exceptions(callers);
+    in.setstate(state);
     return static_cast<bool>(in);
 }
 

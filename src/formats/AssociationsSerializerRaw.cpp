@@ -6,6 +6,7 @@
 #include "core/GetArea.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
+#include "formats/PartialReading.h"
 #include "formats/RawMessages.h"
 #include "formats/ReaderRemarks.h"
 
@@ -104,7 +105,8 @@ Associations* AssociationsSerializerRaw::read(std::istream& in, std::string& err
         }
         readChannel(in, *associations, messages);
     }
-    if (messages.finish(" found, Associations not created") > 0) return nullptr;
+    if (messages.finish(" found, Associations not created") > 0 && !PartialReading::wanted())
+        return nullptr;
     return associations.release();
 }
 

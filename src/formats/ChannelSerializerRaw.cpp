@@ -6,6 +6,7 @@
 #include "core/Ascii.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
+#include "formats/PartialReading.h"
 #include "formats/RawMessages.h"
 #include "formats/ReaderRemarks.h"
 
@@ -99,7 +100,8 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
         }
     }
     ReaderRemarks::nameChannel(remarksBefore, channel->name());
-    if (messages.finish(" found, Channel not created") > 0) return nullptr;
+    if (messages.finish(" found, Channel not created") > 0 && !PartialReading::wanted())
+        return nullptr;
     return channel.release();
 }
 

@@ -5,8 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <new>
-#include <string_view>
+#include <utility>
 
 #include "core/Ascii.h"
 #include "core/GetArea.h"
@@ -19,6 +18,8 @@ namespace orbo::Data {
 namespace {
 
 constexpr int kEnd = std::char_traits<char>::eof();
+// Characters of a bad value.
+constexpr std::size_t kMostShown = 40;
 
 unsigned int bytesPerNumber(const DataType& type) {
     return static_cast<unsigned int>(type.size / type.numbers);
@@ -26,14 +27,16 @@ unsigned int bytesPerNumber(const DataType& type) {
 
 }  // namespace
 
-unsigned int MemberTextReader::read(const Member& member, char* values, unsigned int record) {
+unsigned int MemberTextReader::read(Member::eDataType valueType, unsigned int count, char* values,
+                                    unsigned int record) {
     fRecord = record;
     fMessages.clear();
     fStuck = false;
-    const DataType& type = dataType(member.type());
-    if (!storesData(member.type())) {
+    fHasBad = false;
+    const DataType& type = dataType(valueType);
+    if (!storesData(valueType)) {
         // Reported, but no error.
-        report("Invalid type " + std::to_string(member.type()) + " in structure.");
+        report("Invalid type " + std::to_string(valueType) + " in structure.");
         return 0;
     }
     if (!values) {
@@ -41,54 +44,89 @@ unsigned int MemberTextReader::read(const Member& member, char* values, unsigned
                type.inside);
         return 1;
     }
-    if (member.type() == Member::kBoolean) {
-        return readBooleans(reinterpret_cast<bool*>(values), member.length());
-    }
-    if (member.type() == Member::kString) {
-        return readStrings(reinterpret_cast<char**>(values), member.length());
-    }
-    return type.numbers > 1 ? readMatrices(member, values) : readNumbers(member, values);
+    if (valueType == Member::kBoolean) return readBooleans(reinterpret_cast<bool*>(values), count);
+    if (valueType == Member::kString) return readStrings(reinterpret_cast<char**>(values), count);
+    return type.numbers > 1 ? readMatrices(valueType, values, count)
+                            : readNumbers(valueType, values, count);
 }
 
 unsigned int MemberTextReader::readBooleans(bool* values, unsigned int length) {
     unsigned int errors = 0;
     for (unsigned int k = 0; k < length && fIn.good(); ++k) {
-        ValueText::extractWord(fIn, fText);
-        if (ValueText::readBoolean(fText, values[k])) continue;
-        report("Boolean on or about character " + position() + " has invalid value '" + fText +
+        ValueText::extractWord(fIn, fWord);
+        if (ValueText::readBoolean(fWord, values[k])) continue;
+        noteBad(fWord);
+        report("Boolean on or about character " + position() + " has invalid value '" + fWord +
                "'. Use 't', 'true', '1', 'f', 'false', '0' only.");
         ++errors;
     }
     return errors;
 }
 
-unsigned int MemberTextReader::readNumbers(const Member& member, char* values) {
-    const DataType& type = dataType(member.type());
+unsigned int MemberTextReader::readNumbers(Member::eDataType number, char* values,
+                                           unsigned int length) {
+    const DataType& type = dataType(number);
     unsigned int errors = 0;
-    for (unsigned int k = 0; k < member.length() && fIn.good(); ++k) {
-        if (ValueText::readNumber(fIn, member.type(), values)) {
-            values += type.size;
-            continue;
-        }
-        values += type.size;
+    for (unsigned int k = 0; k < length && fIn.good(); ++k, values += type.size) {
+        if (readNumber(number, values)) continue;
         report(std::string(type.word) + " value in record " + std::to_string(fRecord) +
                " on or about character " + position() + " is invalid");
         ++errors;
+        if (fAfterBadNumber == AfterBadNumber::kSkipWord) {
+            std::memset(values, 0, static_cast<std::size_t>(type.size));
+            skipWord();
+        }
     }
     return errors;
 }
 
-unsigned int MemberTextReader::readMatrices(const Member& member, char* values) {
-    const DataType& type = dataType(member.type());
-    const unsigned long long count = 16ULL * member.length();
+// What a failed attempt took is still in sight, unless the buffer had to be filled anew.
+bool MemberTextReader::readNumber(Member::eDataType number, char* value) {
+    const std::string_view before = GetArea::of(*fIn.rdbuf());
+    if (ValueText::readNumber(fIn, number, value)) return true;
+    const std::string_view after = GetArea::of(*fIn.rdbuf());
+    const bool isInSight = before.data() + before.size() == after.data() + after.size();
+    const std::string_view text = isInSight ? before : after;
+    noteBad(text.substr(std::min(text.find_first_not_of(Ascii::kBlanks), text.size())));
+    return false;
+}
+
+// Of a long text the beginning.
+void MemberTextReader::noteBad(std::string_view text) {
+    if (std::exchange(fHasBad, true)) return;
+    fFirstBad = text.substr(0, std::min(text.find_first_of(Ascii::kBlanks), kMostShown));
+}
+
+void MemberTextReader::skipWord() {
+    fIn.clear();
+    for (int next = fIn.rdbuf()->sgetc(); !Ascii::isBlank(static_cast<char>(next));
+         next = fIn.rdbuf()->snextc()) {
+        if (next == kEnd) {
+            fIn.setstate(std::ios_base::eofbit);
+            return;
+        }
+    }
+}
+
+unsigned int MemberTextReader::readMatrices(Member::eDataType matrix, char* values,
+                                            unsigned int length) {
+    const DataType& type = dataType(matrix);
+    const unsigned long long count = 16ULL * length;
     unsigned int errors = 0;
     for (unsigned long long i = 0; i < count; ++i) {
         // A matrix that was begun is read to its end, also where the text ends before.
         if (i % 16 == 0 && !fIn.good()) break;
-        if (ValueText::readNumber(fIn, member.type(), values + i * bytesPerNumber(type))) continue;
+        char* const value = values + i * bytesPerNumber(type);
+        if (readNumber(matrix, value)) continue;
         const std::string where = position();
-        fIn.clear();
-        fStuck = restOfMatrixIsBad();
+        if (fAfterBadNumber == AfterBadNumber::kSkipWord) {
+            std::memset(value, 0, bytesPerNumber(type));
+            skipWord();
+            fStuck = fIn.eof();
+        } else {
+            fIn.clear();
+            fStuck = restOfMatrixIsBad();
+        }
         const unsigned long long bad = fStuck ? count - i : 1;
         for (unsigned long long k = 0; k < bad && wantsMessage(); ++k) {
             reportMatrixValue(type, i + k, where);
@@ -129,21 +167,24 @@ bool MemberTextReader::readString(char** slot) {
     const int first = fIn.get();
     if (first != '"') {
         const std::string found = first == kEnd ? "" : std::string(1, static_cast<char>(first));
+        noteBad(found + std::string(GetArea::of(*fIn.rdbuf()).substr(0, kMostShown)));
         report("String element on or about character " + position() +
                " must be enclosed in double quotes instead of '" + found + "'");
+        if (fAfterBadNumber == AfterBadNumber::kSkipWord) skipWord();
         return false;
     }
     const bool terminated = readQuoted();
-    char* copy = ::strdup(fText.c_str());
-    if (!copy) throw std::bad_alloc();
-    *slot = copy;
+    const bool holdsZero = fText.has('\0');
+    *slot = fText.toHeap();
+    fText.clear();
+    if (terminated && !holdsZero) return true;
+    noteBad(*slot);
     if (!terminated) {
         report("String element not terminated on or about character " + position());
-        return false;
+    } else {
+        // A string value ends there; what is behind must not vanish without a word.
+        report("String element on or about character " + position() + " has a NUL character");
     }
-    if (fText.find('\0') == std::string::npos) return true;
-    // A string value ends there; what is behind must not vanish without a word.
-    report("String element on or about character " + position() + " has a NUL character");
     return false;
 }
 
@@ -164,7 +205,7 @@ bool MemberTextReader::readQuoted() {
             fIn.setstate(std::ios_base::eofbit | std::ios_base::failbit);
             return false;
         }
-        fText += escaped && next == 'n' ? '\n' : static_cast<char>(next);
+        fText.append(escaped && next == 'n' ? '\n' : static_cast<char>(next));
     }
 }
 

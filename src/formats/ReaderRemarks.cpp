@@ -14,6 +14,7 @@ constexpr std::size_t kLooksBack = 4;
 }  // namespace
 
 std::string ReaderRemarks::Remark::message() const {
+    if (kind == Kind::kUnreadable) return wordsFor(place) + ": " + what;
     std::string text = what + ": " + first;
     if (count > 1) text += " and " + std::to_string(count - 1) + " more";
     return text;
@@ -26,7 +27,7 @@ ReaderRemarks::Collector::Collector(Detail detail) : fDetail(detail), fOuter(col
 ReaderRemarks::Collector::~Collector() { collector = fOuter; }
 
 bool ReaderRemarks::wanted(Kind kind) {
-    return collector && (kind == Kind::kReplaced || collector->fDetail == Detail::kAll);
+    return collector && (kind <= Kind::kUnreadable || collector->fDetail == Detail::kAll);
 }
 
 void ReaderRemarks::add(Kind kind, const std::string& what, const std::string& where,
@@ -34,6 +35,7 @@ void ReaderRemarks::add(Kind kind, const std::string& what, const std::string& w
     std::vector<Remark>& remarks = collector->fRemarks;
     std::size_t looks = kLooksBack;
     for (auto remark = remarks.rbegin(); remark != remarks.rend() && looks > 0; ++remark, --looks) {
+        if (kind == Kind::kUnreadable) break;  // each has its place
         if (remark->kind != kind || remark->what != what) continue;
         ++remark->count;
         return;

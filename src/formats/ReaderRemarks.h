@@ -15,7 +15,8 @@ namespace orbo::Data {
 class ReaderRemarks {
   public:
     enum class Kind {
-        kReplaced,  ///< a later stream or channel hides an earlier one of its name
+        kReplaced,    ///< a later stream or channel hides an earlier one of its name
+        kUnreadable,  ///< the value or index for which a stream cannot be read
         kPassedOver,
         kNotFinite
     };
@@ -28,12 +29,13 @@ class ReaderRemarks {
         TextPlace place;    // of the first
         std::size_t count;
 
-        /// "Stream 's' has several elements of one index: index 3 and 2 more".
+        /// "Stream 's' has several elements of one index: index 3 and 2 more", or "Channel 'c',
+        /// stream 's', index 1, member 'x': '300' cannot be read as int8".
         [[nodiscard]] std::string message() const;
     };
 
-    /// A normal read wants to hear of `kReplaced` alone; the other kinds cost the reader time.
-    enum class Detail { kReplacedOnly, kAll };
+    /// A normal read wants to hear of the first two alone; the other kinds cost the reader time.
+    enum class Detail { kNormal, kAll };
 
     /// While it lives, it collects what this thread's readers remark, in place of an outer one.
     class Collector {

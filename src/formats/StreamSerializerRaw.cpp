@@ -128,7 +128,8 @@ unsigned int StreamSerializerRaw::readMember(std::istream& in, unsigned int reco
                                              std::string& errors) const {
     const Member& member = HandleAccess::currentMember(handle);
     MemberTextReader reader(in, MemberTextReader::Messages::kKeep);
-    const unsigned int count = reader.read(member, memberValues(handle, member), record);
+    const unsigned int count =
+        reader.read(member.type(), member.length(), memberValues(handle, member), record);
     errors = reader.messages();
     return count;
 }

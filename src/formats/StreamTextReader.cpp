@@ -6,13 +6,13 @@
 
 #include <algorithm>
 #include <limits>
-#include <new>
 
 #include "core/Ascii.h"
 #include "core/GetArea.h"
 #include "core/HandleAccess.h"
 #include "core/PlainNumber.h"
 #include "core/ValueText.h"
+#include "formats/PartialReading.h"
 #include "formats/RawMessages.h"
 #include "formats/ReaderRemarks.h"
 #include "streams/StreamAccess.h"
@@ -24,27 +24,22 @@ namespace {
 
 using Remarks = ReaderRemarks::Kind;
 
-// Up to this many bytes an element is allocated without a look at the text first.
+// Characters of an index line that cannot be read.
+constexpr std::size_t kMostShown = 40;
+
+// Elements of more bytes take too long to prepare for the fast path to be worth a try.
 constexpr std::uint64_t kSmallElement = 64 * 1024;
 
-// Characters of the shortest text that holds a chunk's values: a digit and a blank for each number,
-// two quotes for each string. The last blank is not needed.
-std::uint64_t shortestText(const Layout& layout) {
-    std::uint64_t characters = 0;
-    for (const Member& member : layout.members()) {
-        const auto numbers = static_cast<std::uint64_t>(dataType(member.type()).numbers);
-        characters += 2 * numbers * member.length();
-    }
-    return characters == 0 ? 0 : characters - 1;
+unsigned long long numbersIn(const Member& member) {
+    return static_cast<unsigned long long>(dataType(member.type()).numbers);
 }
 
 // Numbers of the matrix members from this one on, up to the next member of another kind.
-std::uint64_t numbersInMatrices(const Layout& layout, unsigned int& member) {
-    std::uint64_t numbers = 0;
+unsigned long long numbersInMatrices(const Layout& layout, unsigned int& member) {
+    unsigned long long numbers = 0;
     for (; member < layout.memberCount(); ++member) {
-        const DataType& type = dataType(layout.member(member).type());
-        if (type.numbers == 1) break;
-        numbers += static_cast<std::uint64_t>(type.numbers) * layout.member(member).length();
+        if (numbersIn(layout.member(member)) == 1) break;
+        numbers += numbersIn(layout.member(member)) * layout.member(member).length();
     }
     return numbers;
 }
@@ -54,7 +49,10 @@ std::uint64_t numbersInMatrices(const Layout& layout, unsigned int& member) {
 StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
     : fIn(in),
       fWords(words),
-      fMembers(in, MemberTextReader::Messages::kCountOnly),
+      fIsPartial(PartialReading::wanted()),
+      fMembers(in, MemberTextReader::Messages::kCountOnly,
+               fIsPartial ? MemberTextReader::AfterBadNumber::kSkipWord
+                          : MemberTextReader::AfterBadNumber::kStop),
       fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
 
 std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
@@ -66,7 +64,11 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     } else {
         atRecord("Stream name");
     }
-    if (stream) readElements(*stream);
+    if (stream) {
+        readElements(*stream);
+    } else if (fIsPartial) {
+        while (fTrimmed != fWords.end && nextIndexLine()) continue;
+    }
     if (fIn.bad()) report("Error in stream while reading.");
     if (fErrorCount == 0) {
         if (fReadAMember) errors.clear();
@@ -74,7 +76,8 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     }
     errors = fMessages + std::to_string(fErrorCount) + (fErrorCount > 1 ? " errors" : " error") +
              " found, Stream not created";
-    return nullptr;
+    if (!fIsPartial) stream.reset();
+    return stream;
 }
 
 bool StreamTextReader::nextLine() {
@@ -135,6 +138,7 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
         auto stream = std::make_unique<Stream>(*fStructure, fName);
         if (fIndexTypeSeen) stream->setIndexType(fMakeIndex.typeName());
         fLayout = RefPtr<const Layout>(&Layout::of(*fStructure));
+        fChunk.emplace(*fLayout);
         return stream;
     }
     return nullptr;
@@ -149,7 +153,9 @@ void StreamTextReader::readElements(Stream& stream) {
         fHasIndexLine = false;
         if (fTrimmed == fWords.end) return;
         readElement(stream);
-        if (fPlainText && fErrorCount == 0 && fIn.good()) readPlainElements(stream);
+        if (fPlainText && (fErrorCount == 0 || fIsPartial) && fIn.good()) {
+            readPlainElements(stream);
+        }
     }
 }
 
@@ -186,32 +192,33 @@ bool StreamTextReader::nextIndexLine() {
     return false;
 }
 
-// Once there are errors no stream will come of it: the rest is read to count them, into one chunk
-// that serves all elements.
 void StreamTextReader::readElement(Stream& stream) {
     std::optional<Index> index = takeIndex();
-    if (!index) return;
-    const bool counting = fErrorCount != 0;
-    Handle element = HandleAccess::own(*fStructure, *fLayout,
-                                       counting ? HandleAccess::release(fScratch) : newChunk());
-    char* const chunk = HandleAccess::data(element);
-    if (chunk || fLayout->totalSize() == 0) {
-        readValues(chunk, *index);
-    } else if (!counting) {
-        report("Data at record " + std::to_string(fRecord) + " cannot hold the " +
-               std::to_string(fLayout->totalSize()) + " bytes of structure '" + fStructure->name() +
-               "'");
+    if (index) {
+        readValues(*index);
+        if (fErrorCount == 0 && !fChunk->isWhole()) reportTooShort();
+        if (fErrorCount == 0 && ReaderRemarks::wanted(Remarks::kPassedOver)) {
+            remarkOn(stream, *index);
+        }
     }
-    if (ReaderRemarks::wanted(Remarks::kPassedOver) && fErrorCount == 0) remarkOn(stream, *index);
-    fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-    if (fErrorCount != 0) {
+    // Behind a bad index line the next line is an index line, too, unless somebody wants the rest.
+    if (index || fIsPartial) fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    if (fErrorCount != 0 && !fIsPartial) {
+        // No stream will come of it: the rest is read to count the errors.
         stream.clear();
-        if (chunk) fLayout->destroyStrings(chunk);
-        fScratch = std::move(element);
-    } else if (!StreamAccess::adoptElement(stream, std::move(*index), std::move(element))) {
-        // A message, but no error.
-        fMessages += "Could not add element at index " + index->asString() + "\n";
+        fChunk->discard();
+    } else if (index && fElementIsWhole) {
+        store(stream, std::move(*index));
+    } else {
+        fChunk->clear();
     }
+}
+
+void StreamTextReader::store(Stream& stream, Index&& index) {
+    Handle element = HandleAccess::own(*fStructure, *fLayout, fChunk->release());
+    if (StreamAccess::adoptElement(stream, std::move(index), std::move(element))) return;
+    // A message, but no error.
+    fMessages += "Could not add element at index " + index.asString() + "\n";
 }
 
 void StreamTextReader::remarkOn(const Stream& stream, const Index& index) {
@@ -232,6 +239,17 @@ TextPlace StreamTextReader::placeOf(const Index& index) const {
     return {{}, fName, index.asString(), {}};
 }
 
+void StreamTextReader::remarkOnUnreadable(const Member& member, const Index& index) {
+    if (!ReaderRemarks::wanted(Remarks::kUnreadable)) return;
+    TextPlace place = placeOf(index);
+    place.member = member.name();
+    const std::string& text = fMembers.firstBad();
+    ReaderRemarks::add(Remarks::kUnreadable,
+                       (text.empty() ? "a value" : "'" + text + "'") + " cannot be read as " +
+                           Member::typeName(member.type()),
+                       {}, place);
+}
+
 // Reading stops in front of "nan" or "inf", behind a sign. Some writers print "1.#INF".
 void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& index) {
     if (!ReaderRemarks::wanted(Remarks::kNotFinite)) return;
@@ -246,18 +264,16 @@ void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& inde
         "index " + index.asString(), place);
 }
 
-// Null where there is no text for it, or nothing to allocate.
-char* StreamTextReader::newChunk() {
-    if (fLayout->totalSize() == 0 || !textCanHoldElement()) return nullptr;
-    char* const chunk = fLayout->allocate();
-    if (!chunk) throw std::bad_alloc();
-    return chunk;
-}
-
 std::optional<Index> StreamTextReader::takeIndex() {
     try {
         return fMakeIndex(std::string(fTrimmed));
     } catch (Index::eCreationErrors code) {
+        if (fErrorCount == 0 && ReaderRemarks::wanted(Remarks::kUnreadable)) {
+            ReaderRemarks::add(Remarks::kUnreadable,
+                               "'" + std::string(fTrimmed.substr(0, kMostShown)) +
+                                   "' is no index of type " + fMakeIndex.typeName(),
+                               {}, {{}, fName, {}, {}});
+        }
         report("Value '" + std::string(fTrimmed) + "' on or about character " +
                std::to_string(static_cast<long long>(fIn.tellg())) +
                " is not a legal index (code " + std::to_string(code) + ") of type " +
@@ -266,26 +282,42 @@ std::optional<Index> StreamTextReader::takeIndex() {
     }
 }
 
-void StreamTextReader::readValues(char* chunk, const Index& index) {
-    for (unsigned int i = 0; i < fLayout->memberCount() && fIn.good();) {
+void StreamTextReader::readValues(const Index& index) {
+    unsigned int i = 0;
+    while (i < fLayout->memberCount() && fIn.good()) {
         const Member& member = fLayout->member(i++);
-        unsigned long long errors = fMembers.read(member, chunk + member.offset(), fRecord);
-        if (errors != 0 && fErrorCount == 0) remarkOnNotFinite(member, index);
+        unsigned long long errors = readMember(member, index);
         if (fMembers.stuck()) errors += numbersInMatrices(*fLayout, i);
         fErrorCount = saturatedSum(fErrorCount, errors);
         fReadAMember = true;
     }
+    fElementIsWhole = fChunk->isWhole() && !(fMembers.stuck() && i > 0);
 }
 
-// Where the input cannot tell how much is left, the values themselves will.
-bool StreamTextReader::textCanHoldElement() {
-    if (fLayout->totalSize() <= kSmallElement) return true;
-    std::streambuf& buffer = *fIn.rdbuf();
-    const auto here = buffer.pubseekoff(0, std::ios_base::cur, std::ios_base::in);
-    const auto end = buffer.pubseekoff(0, std::ios_base::end, std::ios_base::in);
-    if (here == std::streampos(-1) || end == std::streampos(-1)) return true;
-    buffer.pubseekpos(here, std::ios_base::in);
-    return shortestText(*fLayout) <= static_cast<std::uint64_t>(end - here);
+// Some values at a time, so that there is never memory for many more than there are in the text.
+unsigned long long StreamTextReader::readMember(const Member& member, const Index& index) {
+    const unsigned int most = ElementChunk::mostAtOnce(member);
+    unsigned long long errors = 0;
+    for (unsigned int first = 0; first < member.length() && fIn.good();) {
+        const unsigned int count = std::min(member.length() - first, most);
+        char* const slots = fChunk->slots(member, first, count);
+        const unsigned int bad = fMembers.read(member.type(), count, slots, fRecord);
+        if (bad != 0 && errors == 0 && fErrorCount == 0) {
+            remarkOnNotFinite(member, index);
+            remarkOnUnreadable(member, index);
+        }
+        errors += bad;
+        if (errors != 0 && !fIsPartial) fChunk->discard();
+        first += count;
+        if (fMembers.stuck()) return errors + (member.length() - first) * numbersIn(member);
+    }
+    return errors;
+}
+
+void StreamTextReader::reportTooShort() {
+    report("Data at record " + std::to_string(fRecord) + " cannot hold the " +
+           std::to_string(fLayout->totalSize()) + " bytes of structure '" + fStructure->name() +
+           "'");
 }
 
 void StreamTextReader::report(const std::string& message) {

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "core/Layout.h"
+#include "formats/ElementChunk.h"
 #include "formats/ElementText.h"
 #include "formats/MemberText.h"
 #include "formats/TextPlace.h"
@@ -32,8 +33,9 @@ class StreamTextReader {
 
     StreamTextReader(std::istream& in, const Keywords& words);
 
-    /// Null when there were errors: `errors` is then replaced by the messages. Otherwise `errors`
-    /// is replaced by what was said about the last member read, if there was one.
+    /// Null when there were errors, unless `PartialReading` is wanted: `errors` is then replaced by
+    /// the messages. Otherwise `errors` is replaced by what was said about the last member read, if
+    /// there was one.
     std::unique_ptr<Stream> read(std::string& errors);
 
   private:
@@ -54,14 +56,17 @@ class StreamTextReader {
     void remarkOn(const Stream& stream, const Index& index);
     [[nodiscard]] TextPlace placeOf(const Index& index) const;
     void remarkOnNotFinite(const Member& member, const Index& index);
-    char* newChunk();
-    void readValues(char* chunk, const Index& index);
-    bool textCanHoldElement();
+    void store(Stream& stream, Index&& index);
+    void remarkOnUnreadable(const Member& member, const Index& index);
+    void readValues(const Index& index);
+    unsigned long long readMember(const Member& member, const Index& index);
+    void reportTooShort();
     void report(const std::string& message);
     void atRecord(const std::string& what);
 
     std::istream& fIn;
     const Keywords fWords;
+    const bool fIsPartial;  // gives what can be read in spite of errors
     MemberTextReader fMembers;
 
     std::string fLine;          // as read
@@ -75,7 +80,8 @@ class StreamTextReader {
     const Structure* fStructure = nullptr;
     RefPtr<const Layout> fLayout;
     std::optional<ElementText> fPlainText;  // for streams whose elements may be plain
-    Handle fScratch;  // owns the chunk that elements are read into when there were errors
+    std::optional<ElementChunk> fChunk;     // of the element being read
+    bool fElementIsWhole = false;           // all its values were there, be it bad ones
 
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;

@@ -15,4 +15,7 @@ struct TextPlace {
     std::optional<std::string> member = {};
 };
 
+/// "Channel 'c', stream 's', index 1, member 'x'", as far as it is known.
+std::string wordsFor(const TextPlace& place);
+
 }  // namespace orbo::Data

@@ -127,7 +127,8 @@ TEST_F(FindingsTest, NameTheChannelsAndStreamsThatALaterOneReplaces) {
          "s", 2},
     };
     for (const auto& row : rows) {
-        makeScene("A " + nodeStatement("n1", row.text + "endAssociations\n"));
+        file() = sceneFront() + statement("A") +
+                 nodeStatement("n1", row.text + "endAssociations\n") + kLastLine;
         ASSERT_TRUE(read() && fErrors.empty()) << fErrors;
         const auto& found = fAccessor.findings();
         ASSERT_EQ(found.size(), row.message.empty() ? 0U : 1U) << row.text;
@@ -144,11 +145,11 @@ TEST_F(FindingsTest, NameTheChannelsAndStreamsThatALaterOneReplaces) {
 
 // What is told in findings alone takes no room from what the error text has to say.
 TEST_F(FindingsTest, OfTheErrorTextCountForThemselves) {
-    std::string words = "A";
-    for (int i = 0; i < 1500; ++i) words += " n1!";
+    file() = sceneFront() + statement("A");
+    for (int i = 0; i < 1500; ++i) file() += statement("n1!");
     const std::string twice = channelOf("c", {}) + channelOf("c", {}) + "endAssociations\n";
-    for (int i = 0; i < 1500; ++i) words += ' ' + nodeStatement("n" + std::to_string(i), twice);
-    makeScene(words);
+    for (int i = 0; i < 1500; ++i) file() += nodeStatement("n" + std::to_string(i), twice);
+    file() += kLastLine;
     ASSERT_TRUE(read());
     EXPECT_EQ(fAccessor.findings().size(), 2001U);
     EXPECT_EQ(fAccessor.findings().back().message, "1000 more are not listed.");

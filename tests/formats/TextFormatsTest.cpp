@@ -26,7 +26,7 @@ class FormatTexts : public testing::Test {
              {"name=Tag:int32=a:string=b", "name=Byte:int8=a", "name=Flag:bool=a",
               "name=Point:float[3]=a", "name=Frame:flt4x4=a:int32=b",
               "name=Frames:flt4x4[2]=a:dbl4x4=b", "name=Large:int8[100000]=a",
-              "name=Huge:dbl4x4[4000000000]=a:string[4000000000]=b",
+              "name=Wide:float[200000000]=a", "name=Huge:dbl4x4[4000000000]=a:string[4000000000]=b",
               "name=Note:int32=number:string=text"}) {
             std::istringstream in(text);
             std::string errors;

@@ -76,6 +76,10 @@ std::string json(const Line& line) {
     if (finding.offset) add("offset", *finding.offset);
     if (!finding.tag.empty()) add("chunk", std::string_view(finding.tag));
     if (finding.node) add("node", std::string_view(*finding.node));
+    if (finding.channel) add("channel", std::string_view(*finding.channel));
+    if (finding.stream) add("stream", std::string_view(*finding.stream));
+    if (finding.index) add("index", std::string_view(*finding.index));
+    if (finding.member) add("member", std::string_view(*finding.member));
     add("code", Finding::nameOf(finding.code));
     add("message", std::string_view(finding.message));
     return text + " }";

@@ -52,6 +52,7 @@ void addExport(CLI::App& app, Output& output, int& exitCode) {
     const CLI::Option* target =
         command->add_option("-o,--output", options->target, "Write to this file")->type_name("OUT");
     command->add_flag("--force", options->force, "Replace OUT even if it is no such document");
+    addPartial(*command, options->access);
     addWait(*command, options->access);
     command->footer(
         "The document is lossless. OUT appears when it is complete, never in part. An\n"

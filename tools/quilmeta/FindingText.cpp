@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "FindingText.h"
 
+#include "SafeText.h"
+
 #include <fmt/format.h>
 
 namespace orbo::Quilmeta {
@@ -18,6 +20,7 @@ std::string messagesOf(const std::vector<Data::Finding>& findings) {
     for (const Data::Finding& finding : findings) {
         const std::string place = placeOf(finding);
         if (!place.empty()) text += place + ": ";
+        if (finding.node) text += "node " + shownNode(*finding.node) + ": ";
         if (finding.code == Data::Finding::Code::kNotAScene) text += "is not a scene: ";
         for (const char c : finding.message) {
             text += c;

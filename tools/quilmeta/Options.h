@@ -18,6 +18,7 @@ struct SceneAccess {
     bool noJournal = false;
     bool writes = false;  ///< so that somebody else's changes matter
     bool dryRun = false;  ///< goes through all the checks of a write, and leaves it at that
+    bool partial = false;  ///< what can be read of nodes that as a whole cannot be
 
     [[nodiscard]] Purpose purpose() const {
         return writes && !dryRun ? Purpose::kWriting : Purpose::kReading;
@@ -42,6 +43,12 @@ inline void addWait(CLI::App& command, SceneAccess& access) {
                     "How long to wait for others that use a scene; 10 unless given")
         ->type_name("SECONDS")
         ->check(check);
+}
+
+/// For commands that only show what they read.
+inline void addPartial(CLI::App& command, SceneAccess& access) {
+    command.add_flag("--partial", access.partial,
+                     "Also take what can be read of a node with values that cannot");
 }
 
 /// For commands that write scenes.

@@ -67,7 +67,7 @@ std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAc
     demandReadableFile(file);
     demandContent(file);
     std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
-    accessor->setReadPolicy({true});
+    accessor->setReadPolicy({true, access.partial});
     Data::WritePolicy policy = Data::WritePolicy::careful();
     policy.durable = !access.noJournal;
     policy.detectConflicts = access.writes;

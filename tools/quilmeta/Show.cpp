@@ -93,6 +93,7 @@ void addShow(CLI::App& app, Output& output, int& exitCode) {
     command->add_flag("--values", options->values, "Show the elements, too");
     addSelection(*command, options->selection);
     command->add_flag("--json", options->json, "Print a JSON document for each file instead");
+    addPartial(*command, options->access);
     addWait(*command, options->access);
     command->footer(
         "--node, --channel and --stream may be given several times.\n"
