@@ -1,74 +1,85 @@
-// Collects a text of any length without room for more than is there.
+// Collects a text of any length without room for much more than is there.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <new>
-#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace orbo::Data {
 
-/// A string that grows is copied into one of twice the size; this keeps what is there where it is.
+/// Unlike a string, which doubles, a long one grows by small steps, and it can be given away as it
+/// is. The heap moves large blocks without copying them.
 class LongText {
   public:
-    void clear() noexcept {
-        fLast.clear();
-        fFull.clear();
-        fFullSize = 0;
+    LongText() = default;
+    LongText(const LongText&) = delete;
+    LongText& operator=(const LongText&) = delete;
+    ~LongText() { std::free(fText); }
+
+    /// A long text's room goes, too.
+    void clear() {
+        if (fRoom > kLong) std::free(release());
+        fSize = 0;
     }
     void append(std::string_view text) {
-        while (text.size() > kBlock - fLast.size()) {
-            const std::size_t fits = kBlock - fLast.size();
-            fLast.append(text.substr(0, fits));
-            text.remove_prefix(fits);
-            fFullSize += kBlock;
-            fFull.push_back(std::exchange(fLast, {}));
-        }
-        fLast.append(text);
+        if (text.empty()) return;
+        if (text.size() > fRoom - fSize) grow(fSize + text.size());
+        std::memcpy(fText + fSize, text.data(), text.size());
+        fSize += text.size();
     }
-    void append(char c) { append(std::string_view(&c, 1)); }
+    void append(char c) {
+        if (fSize == fRoom) grow(fSize + 1);
+        fText[fSize++] = c;
+    }
 
-    [[nodiscard]] std::size_t size() const { return fFullSize + fLast.size(); }
-    [[nodiscard]] bool has(char c) const {
-        const auto hasIt = [c](const std::string& part) { return part.find(c) != part.npos; };
-        return hasIt(fLast) || std::any_of(fFull.begin(), fFull.end(), hasIt);
+    /// Puts a zero behind the text, which is no part of it.
+    void terminate() {
+        append('\0');
+        --fSize;
     }
-    /// Moves the text into a block of its own from the heap, with a zero behind it.
+
+    /// Good until the text changes.
+    [[nodiscard]] std::string_view view() const { return {fText, fSize}; }
+    /// A block of its own from the heap, with a zero behind the text, which is empty then. Throws
+    /// `std::bad_alloc`.
     [[nodiscard]] char* toHeap() {
-        char* const text = static_cast<char*>(std::malloc(size() + 1));
+        char* const text = static_cast<char*>(fSize > kLong ? std::realloc(fText, fSize + 1)
+                                                            : std::malloc(fSize + 1));
         if (!text) throw std::bad_alloc();
-        copyTo(text);
-        return text;
-    }
-    void moveTo(std::string& text) {
-        text.clear();
-        if (fFull.empty()) {
-            text.swap(fLast);
-        } else {
-            text.shrink_to_fit();
-            text.resize(size());
-            copyTo(text.data());
+        if (fSize > kLong) {
+            fText = text;
+            text[fSize] = '\0';
+            return release();
         }
-        clear();
+        if (fSize != 0) std::memcpy(text, fText, fSize);
+        text[std::exchange(fSize, 0)] = '\0';
+        return text;
     }
 
   private:
-    static constexpr std::size_t kBlock = 128 * 1024;
+    static constexpr std::size_t kLong = 64 * 1024;
+    static constexpr std::size_t kStep = 512 * 1024;
 
-    void copyTo(char* to) const {
-        for (const std::string& part : fFull) to = std::copy(part.begin(), part.end(), to);
-        to = std::copy(fLast.begin(), fLast.end(), to);
-        *to = '\0';
+    void grow(std::size_t size) {
+        const std::size_t room = size + std::min(std::max<std::size_t>(size, 64), kStep);
+        char* const text = static_cast<char*>(std::realloc(fText, room));
+        if (!text) throw std::bad_alloc();
+        fText = text;
+        fRoom = room;
+    }
+    char* release() {
+        fSize = fRoom = 0;
+        return std::exchange(fText, nullptr);
     }
 
-    std::vector<std::string> fFull;
-    std::size_t fFullSize = 0;
-    std::string fLast;
+    char* fText = nullptr;
+    std::size_t fSize = 0;
+    std::size_t fRoom = 0;
 };
 
 }  // namespace orbo::Data

@@ -127,7 +127,7 @@ std::ios_base::iostate takeLine(std::streambuf& buffer, std::string& line) {
         const std::string_view ready = GetArea::of(buffer);
         const std::size_t size = std::min(ready.find('\n'), ready.size());
         const bool ends = size < ready.size();
-        if (ends && text.size() == 0) {
+        if (ends && text.view().empty()) {
             line = ready.substr(0, size);
             GetArea::take(buffer, size + 1);
             return std::ios_base::goodbit;
@@ -137,10 +137,9 @@ std::ios_base::iostate takeLine(std::streambuf& buffer, std::string& line) {
         const int next = ends ? buffer.sbumpc() : buffer.sgetc();
         if (next == kEnd || next == '\n') {
             if (!ends) buffer.sbumpc();
-            const bool isEmpty = text.size() == 0;
-            text.moveTo(line);
+            line = text.view();
             if (next == '\n') return std::ios_base::goodbit;
-            return isEmpty ? kNothing : std::ios_base::eofbit;
+            return line.empty() ? kNothing : std::ios_base::eofbit;
         }
         // A buffer may give single characters only.
         if (GetArea::of(buffer).empty()) text.append(static_cast<char>(buffer.sbumpc()));

@@ -174,9 +174,8 @@ bool MemberTextReader::readString(char** slot) {
         return false;
     }
     const bool terminated = readQuoted();
-    const bool holdsZero = fText.has('\0');
+    const bool holdsZero = fText.view().find('\0') != std::string_view::npos;
     *slot = fText.toHeap();
-    fText.clear();
     if (terminated && !holdsZero) return true;
     noteBad(*slot);
     if (!terminated) {

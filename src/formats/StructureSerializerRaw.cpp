@@ -5,6 +5,7 @@
 #include "core/Ascii.h"
 #include "core/GetArea.h"
 #include "core/Layout.h"
+#include "core/LongText.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
 #include "formats/RawMessages.h"
@@ -89,6 +90,7 @@ class Parser {
     Parser(std::string_view equals, std::string_view nameKey)
         : fEquals(equals.front()), fNameKey(nameKey), fStructure(Structure::create()) {}
 
+    /// Of a text with a zero behind it, which is changed: its names are not copied once more.
     void parseField(std::string_view field) {
         std::string_view left;
         std::string_view right;
@@ -97,10 +99,10 @@ class Parser {
         } else if (right.find('\0') != std::string_view::npos) {
             record("Names cannot hold a zero byte");  // they would end there
         } else if (left == fNameKey) {
-            fStructure->setName(std::string(right).c_str());
+            fStructure->setName(terminated(right));
             fNameSeen = true;
         } else {
-            parseMember(left, std::string(right));
+            parseMember(left, terminated(right));
         }
     }
 
@@ -115,6 +117,12 @@ class Parser {
     }
 
   private:
+    static const char* terminated(std::string_view part) {
+        if (part.empty()) return "";
+        const_cast<char*>(part.data())[part.size()] = '\0';
+        return part.data();
+    }
+
     /// False unless there are exactly two parts; nothing behind a last "=" is no part.
     bool splitInTwo(std::string_view field, std::string_view& left, std::string_view& right) const {
         if (field.back() == fEquals) field.remove_suffix(1);
@@ -127,7 +135,7 @@ class Parser {
     }
 
     /// The dimension stands in brackets behind the type.
-    void parseMember(std::string_view left, const std::string& name) {
+    void parseMember(std::string_view left, const char* name) {
         const std::size_t open = left.find('[');
         const std::size_t close = left.rfind(']');
         const bool opens = open != std::string_view::npos;
@@ -154,21 +162,21 @@ class Parser {
         return text.substr(open + 1, close - open - 1);
     }
 
-    void addMember(const std::string& typeName, unsigned int dimension, const std::string& name) {
+    void addMember(const std::string& typeName, unsigned int dimension, const char* name) {
         const Member::eDataType type = parseType(typeName);
         if (type == Member::kInvalid) {
             record("Member type '" + typeName + "' not recognized");
         } else {
             // A refusal, of a repeated name or a dimension of 0, is no error: files rely on it.
-            const bool added = fStructure->addMember(type, dimension, name.c_str());
+            const bool added = fStructure->addMember(type, dimension, name);
             if (!added && ReaderRemarks::wanted(kPassedOver)) remarkOnRefused(name);
         }
     }
 
-    static void remarkOnRefused(const std::string& name) {
+    static void remarkOnRefused(const char* name) {
         ReaderRemarks::add(kPassedOver,
                            "A member without values, or of a name that is taken, is left out",
-                           "'" + name + "'");
+                           std::string("'") + name + "'");
     }
 
     void recordMember(std::string_view left, const char* problem) {
@@ -188,30 +196,32 @@ class Parser {
     std::string fMessages;
 };
 
-/// Calls `visit` for each piece that is more than blanks, until it returns false.
-template <typename Visit>
-void forEachField(std::string_view text, std::string_view separators, Visit visit) {
-    while (!text.empty()) {
-        const std::string_view field = text.substr(0, text.find_first_of(separators));
-        if (!Ascii::trim(field).empty() && !visit(field)) return;
-        text.remove_prefix(std::min(field.size() + 1, text.size()));
-    }
-}
+using Traits = std::char_traits<char>;
 
-/// All that is left to read.
-std::string takeRest(std::streambuf* buffer) {
-    using Traits = std::char_traits<char>;
-    std::string text;
-    while (buffer && !Traits::eq_int_type(buffer->sgetc(), Traits::eof())) {
-        const std::string_view ready = GetArea::of(*buffer);
-        if (ready.empty()) {
-            text += Traits::to_char_type(buffer->sbumpc());
-        } else {
-            text += ready;
-            GetArea::take(*buffer, ready.size());
+bool isAtEnd(std::streambuf& buffer) { return Traits::eq_int_type(buffer.sgetc(), Traits::eof()); }
+
+char peek(std::streambuf& buffer) { return Traits::to_char_type(buffer.sgetc()); }
+
+/// Takes the text up to the next separator, which goes, too. True when it is the last of all, and
+/// blanks at its end belong to the end of the text.
+bool takeField(std::streambuf& buffer, std::string_view separators, LongText& field) {
+    field.clear();
+    while (!isAtEnd(buffer)) {
+        const std::string_view ready = GetArea::of(buffer);
+        const std::size_t size = std::min(ready.find_first_of(separators), ready.size());
+        field.append(ready.substr(0, size));
+        GetArea::take(buffer, size);
+        if (size != 0 && size == ready.size()) continue;
+        // Also for a buffer that gives single characters only.
+        const char next = Traits::to_char_type(buffer.sbumpc());
+        if (separators.find(next) != std::string_view::npos) {
+            if (next != '\n') return false;
+            while (!isAtEnd(buffer) && Ascii::isBlank(peek(buffer))) buffer.sbumpc();
+            return isAtEnd(buffer);
         }
+        field.append(next);
     }
-    return text;
+    return true;
 }
 
 }  // namespace
@@ -229,20 +239,21 @@ const StructureSerializerRaw& StructureSerializerRaw::theFormat() {
 const char* StructureSerializerRaw::formatType() const { return keyword(kRaw); }
 
 Structure* StructureSerializerRaw::read(std::istream& in, std::string& errors) const {
-    const std::string all = takeRest(in.rdbuf());
-    const std::string_view text = Ascii::trim(all);
     const std::string separators = std::string(keyword(kSeparator)) + '\n';
+    Parser parser(keyword(kEquals), keyword(kStructureName));
+    LongText field;
     int fields = 0;
-    forEachField(text, separators, [&](std::string_view) { return ++fields < 2; });
+    while (in.rdbuf() && !isAtEnd(*in.rdbuf())) {
+        const bool isLast = takeField(*in.rdbuf(), separators, field);
+        if (Ascii::trim(field.view()).empty()) continue;
+        field.terminate();
+        parser.parseField(isLast ? Ascii::trimRight(field.view()) : field.view());
+        ++fields;
+    }
     if (fields < 2) {
         errors += "Structures must have a name and at least one member";
         return nullptr;
     }
-    Parser parser(keyword(kEquals), keyword(kStructureName));
-    forEachField(text, separators, [&](std::string_view field) {
-        parser.parseField(field);
-        return true;
-    });
     return parser.finish(errors);
 }
 

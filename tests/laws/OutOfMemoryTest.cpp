@@ -23,48 +23,7 @@
 #include "core/StructureRegistry.h"
 #include "files/FileAccess.h"
 #include "files/Journal.h"
-
-namespace {
-
-// 0 lets everything pass; n fails the n-th allocation from now.
-unsigned long allocationsUntilFailure = 0;
-bool failsForGood = false;
-bool hasFailed = false;
-
-bool fails() {
-    if (allocationsUntilFailure == 0) return false;
-    if (allocationsUntilFailure > 1) return --allocationsUntilFailure, false;
-    if (!failsForGood) allocationsUntilFailure = 0;
-    return hasFailed = true;
-}
-
-}  // namespace
-
-// The linker sends the library's calls here (see CMakeLists.txt).
-extern "C" {
-void* __real_malloc(std::size_t size);
-void* __real_calloc(std::size_t count, std::size_t size);
-char* __real_strdup(const char* text);
-void* __wrap_malloc(std::size_t size) { return fails() ? nullptr : __real_malloc(size); }
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return fails() ? nullptr : __real_calloc(count, size);
-}
-char* __wrap_strdup(const char* text) { return fails() ? nullptr : __real_strdup(text); }
-}
-
-#if defined(__GNUC__) && !defined(__clang__)
-// Both ends of the pair are replaced here; the compiler sees only one at a time.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-void* operator new(std::size_t size) {
-    if (void* block = fails() ? nullptr : __real_malloc(size)) return block;
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return fails() ? nullptr : __real_malloc(size);
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+#include "laws/Allocations.h"
 
 namespace orbo::Data {
 namespace {
@@ -139,17 +98,17 @@ void failEachAllocation(Prepare prepare, Scenario scenario, Check check) {
         for (unsigned long n = 1; n == failures + 1; ++n) {
             const auto structures = Structure::objectsAlive();
             const auto handles = Handle::objectsAlive();
-            failsForGood = forGood;
+            Allocations::failForGood = forGood;
             {
                 StructureRegistry::SetAside aside;
                 prepare();
-                allocationsUntilFailure = n;
+                Allocations::untilFailure = n;
                 try {
                     scenario();
                 } catch (const std::bad_alloc&) {
                 }
-                allocationsUntilFailure = 0;
-                if (std::exchange(hasFailed, false)) ++failures;
+                Allocations::untilFailure = 0;
+                if (std::exchange(Allocations::haveFailed, false)) ++failures;
                 check();
             }
             ASSERT_EQ(Structure::objectsAlive(), structures) << "allocation " << n;
