@@ -265,8 +265,13 @@ void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& inde
 }
 
 std::optional<Index> StreamTextReader::takeIndex() {
+    // A copy of the line only where it has blanks at its ends.
+    if (fTrimmed.size() != fLine.size()) {
+        fLine = std::string(fTrimmed);
+        fTrimmed = fLine;
+    }
     try {
-        return fMakeIndex(std::string(fTrimmed));
+        return fMakeIndex(fLine);
     } catch (Index::eCreationErrors code) {
         if (fErrorCount == 0 && ReaderRemarks::wanted(Remarks::kUnreadable)) {
             ReaderRemarks::add(Remarks::kUnreadable,

@@ -65,9 +65,7 @@ void* __wrap_realloc(void* block, std::size_t size) {
     uncount(block);
     return counted(__real_realloc(block, size));
 }
-char* __wrap_strdup(const char* text) {
-    return fails() ? nullptr : counted(__real_strdup(text));
-}
+char* __wrap_strdup(const char* text) { return fails() ? nullptr : counted(__real_strdup(text)); }
 void __wrap_free(void* block) {
     uncount(block);
     __real_free(block);
