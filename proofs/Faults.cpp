@@ -5,8 +5,8 @@
 // FAULTS_AT is the number, from 0, of the call that is met; with FAULTS_LASTING all later ones are,
 // too. FAULTS_KIND says by what: "kill" kills at entry, "half-kill" after half of a write, "short"
 // does half of a read or write, "signalN" sends the process signal N at entry, and a number is the
-// error that the call fails with. With FAULTS_NO_LOCKS there are none, with FAULTS_NO_SYNCS syncs do
-// nothing, anywhere.
+// error that the call fails with. With FAULTS_NO_LOCKS there are none, with FAULTS_NO_SYNCS syncs
+// do nothing, anywhere.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <signal.h>

@@ -16,8 +16,8 @@ namespace orbo::Quilmeta {
 struct SceneAccess {
     double wait = 10;  ///< in seconds
     bool noJournal = false;
-    bool writes = false;  ///< so that somebody else's changes matter
-    bool dryRun = false;  ///< goes through all the checks of a write, and leaves it at that
+    bool writes = false;   ///< so that somebody else's changes matter
+    bool dryRun = false;   ///< goes through all the checks of a write, and leaves it at that
     bool partial = false;  ///< what can be read of nodes that as a whole cannot be
 
     [[nodiscard]] Purpose purpose() const {
