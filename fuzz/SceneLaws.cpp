@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "Law.h"
+#include "accessors/LiteralModel.h"
 #include "accessors/ModelText.h"
 #include "files/ScriptedFileSystem.h"
 
@@ -198,11 +199,19 @@ class SceneRun {
             return demand(file() == fScene, "a refusal leaves the file alone", fScene, file());
         }
         demand(isUntouched(fScene, file()), "a write leaves the scene alone", fScene, file());
+        checkOthers();
         checkResult(*accessor);
     }
 
   private:
     std::string& file() { return fSystem.files[fName]; }
+
+    // Of what a write has changed.
+    void checkOthers() {
+        if (fName != "scene.kx" || file() == fScene) return;
+        const std::string problem = difference(literalModelOf(file()), modelOf(fName));
+        demand(problem.empty(), "others read the same", problem, file());
+    }
 
     // Null when that is refused.
     std::unique_ptr<Accessor> read(const std::set<std::string>* nodes = nullptr) {
@@ -276,6 +285,7 @@ class SceneRun {
         // is unreadable may change its place for that. Once.
         if (fPlan.edit == kAddStructure && fUnderstoodAll) return writeAgain(*readBack);
         if (!readBack->write(fErrors)) return;
+        checkOthers();
         fScene = file();
         if (const auto next = read()) writeAgain(*next);
     }

@@ -22,7 +22,11 @@ struct Outline {
     std::vector<std::string_view> foreign;  ///< of no statement
 };
 
+// Lines that a write may put in front of others, and take away.
+bool isGuard(std::string_view line) { return line == "//" || line == "//;"; }
+
 void addLine(Outline& outline, std::string_view line, bool begins, bool& inside) {
+    if (isGuard(line)) return;
     const bool comment = startsWith(line, "//");
     outline.unclosed = outline.unclosed || (inside && begins);
     inside = inside || begins;
@@ -54,12 +58,24 @@ Outline outlineOf(std::string_view scene) {
     return outline;
 }
 
+// With the guard in front of it.
+std::size_t frontOf(std::string_view scene, const Outline& outline) {
+    for (const std::string_view guard : {"\n//;\n", "\n//\n"}) {
+        const std::string_view front = scene.substr(0, outline.front);
+        const bool ends =
+            front.size() >= guard.size() && front.substr(front.size() - guard.size()) == guard;
+        if (ends) return outline.front - guard.size() + 1;
+    }
+    return outline.front;
+}
+
 // A statement without a ";" takes the next foreign line in when what was between them goes.
 bool isUntouched(const std::string& before, const std::string& after) {
     const Outline old = outlineOf(before);
     const Outline now = outlineOf(after);
-    return before.compare(0, old.front, after, 0, old.front) == 0 &&
-           old.trailer != std::string::npos && now.trailer != std::string::npos &&
+    const std::size_t front = frontOf(before, old);
+    return before.compare(0, front, after, 0, front) == 0 && old.trailer != std::string::npos &&
+           now.trailer != std::string::npos &&
            before.substr(old.trailer) == after.substr(now.trailer) &&
            std::includes(now.all.begin(), now.all.end(), old.foreign.begin(), old.foreign.end()) &&
            (old.unclosed || old.foreign == now.foreign);

@@ -12,7 +12,7 @@ void SceneSection::appendKept(std::string& out, SceneRecord::Kind kind,
                               SectionPlan::Fate fate) const {
     for (const Entry& entry : fEntries) {
         if (entry.understood && entry.where.kind == kind && entry.fate == fate) {
-            out += bytesOf(entry);
+            out += unchanged(entry);
         }
     }
 }

@@ -23,14 +23,6 @@ bool isTrailer(std::string_view line) {
     return Ascii::startsWith(line, AccessorQuil::Ascii::getTrailerPrefix());
 }
 
-bool beginsWithSceneCommand(std::string_view line) {
-    using namespace AccessorQuil::Ascii;
-    const auto commands = {getConnectAttrCommandName, getCreateNodeCommandName,
-                           getSetAttrCommandName, getRelationshipCommandName, getSelectCommandName};
-    return std::any_of(commands.begin(), commands.end(),
-                       [&](auto getter) { return Ascii::startsWith(line, getter()); });
-}
-
 // Of a search that ended: `kDone` when it came to the beginning.
 TextSceneScanner::Result failureOf(BackwardLineReader::Result result) {
     using Result = TextSceneScanner::Result;
@@ -45,12 +37,14 @@ TextSceneScanner::TextSceneScanner(Files::File& file, std::uint64_t begin, std::
       fBegin(begin),
       fEnd(std::max(begin, end)),
       fLines(file, begin, fEnd),
-      fNextBegin(fEnd) {}
+      fNextBegin(fEnd),
+      fLinesAhead(fEnd) {}
 
 TextSceneScanner::Result TextSceneScanner::foundTrailer(std::uint64_t at) {
     fTrailer = at;
     fClose.reset();
     fNextBegin = at;
+    fLinesAhead = TextLinesAhead(at);
     fBehindSceneCommand = false;
     return Result::kTrailer;
 }
@@ -72,6 +66,7 @@ bool TextSceneScanner::endsScan(const LineDescriptor& line) const {
 
 void TextSceneScanner::noteBeginOfStatement(std::uint64_t at) {
     fNextBegin = at;
+    fLinesAhead = TextLinesAhead(at);
     fClose.reset();
 }
 
@@ -89,21 +84,19 @@ TextSceneScanner::Result TextSceneScanner::next(SceneRecordRange& statement) {
     LineDescriptor line;
     BackwardLineReader::Result result = BackwardLineReader::Result::kLine;
     while ((result = fLines.previous(line)) == BackwardLineReader::Result::kLine) {
+        fLinesAhead.add(line);
         if (line.blank) continue;
-        if (TextStatement::isComment(line.head())) {
-            if (!fTrailer && isTrailer(line.head())) return foundTrailer(line.begin);
-            continue;
-        }
+        if (!fTrailer && isTrailer(line.head())) return foundTrailer(line.begin);
         if (endsScan(line)) return fTrailer ? Result::kDone : trailerInFront();
+        // What begins like a command may be the middle of a statement; the line in front tells.
+        fBehindSceneCommand = TextStatement::isSceneCommand(line.head());
+        if (TextStatement::isComment(line.head())) continue;
         if (line.closed) fClose = line.end;
         if (const auto kind = TextStatement::kindOf(line.head())) {
             statement = {*kind, line.begin, fClose.value_or(fNextBegin), fClose.has_value()};
-            fBehindSceneCommand = false;
             noteBeginOfStatement(line.begin);
             return Result::kStatement;
         }
-        // What begins like a command may be the middle of a statement; the line in front tells.
-        fBehindSceneCommand = beginsWithSceneCommand(line.head());
     }
     return failureOf(result);
 }

@@ -6,12 +6,14 @@
 #include <optional>
 
 #include "accessors/SceneRecord.h"
+#include "accessors/TextLinesAhead.h"
 #include "files/BackwardLineReader.h"
 #include "files/File.h"
 
 namespace orbo::Data {
 
-/// Gives statements from the last to the first and stops at the scene's own commands. Works on
+/// Gives statements from the last to the first and stops at the last of the scene's own commands
+/// whose line stands behind a line that ends with ";", be that a comment. Works on
 /// descriptions of lines, so its memory does not grow with the scene: whoever wants a statement
 /// reads its range.
 ///
@@ -40,6 +42,8 @@ class TextSceneScanner {
 
     /// Where the trailer line begins, as far as it has been met.
     [[nodiscard]] std::optional<std::uint64_t> trailer() const { return fTrailer; }
+    /// What is in front of the statement met last, or of the trailer; as far as it has been met.
+    [[nodiscard]] const TextLinesAhead& linesAhead() const { return fLinesAhead; }
 
   private:
     Result foundTrailer(std::uint64_t at);
@@ -57,6 +61,7 @@ class TextSceneScanner {
     // Of what lies behind the present line, all that is remembered:
     std::optional<std::uint64_t> fClose;  // where a statement that begins here ends
     std::uint64_t fNextBegin;             // of the next statement of any kind
+    TextLinesAhead fLinesAhead;           // of it or of the trailer
     bool fBehindSceneCommand = false;     // the next line begins with one
 };
 

@@ -65,6 +65,7 @@ bool TextSection::scan(std::string& errors) {
     } while (result == Result::kStatement || result == Result::kTrailer);
     if (result != Result::kDone) return fail(errors, searchFailure(result, !fEntries.empty()));
     fTrailer = scanner.trailer();
+    fLinesAhead = scanner.linesAhead();
     return true;
 }
 
@@ -79,63 +80,63 @@ bool TextSection::checkTrailer(std::string& errors) const {
 }
 
 bool TextSection::load(std::string& errors) {
-    const std::uint64_t begin = fEntries.empty() ? *fTrailer : fEntries.front().where.begin;
+    const std::uint64_t begin = fLinesAhead.begin();
     if (!fFile.seek(begin)) return fail(errors, "Failed to seek to the trailer position.");
     return loadFrom(begin) || fail(errors, "Failed to read the file trailer.");
 }
 
-TextSection::Entries::const_iterator TextSection::firstUnderstood() const {
-    return std::find_if(fEntries.begin(), fEntries.end(),
-                        [](const Entry& entry) { return entry.understood; });
+bool TextSection::understoodAny() const {
+    return std::any_of(fEntries.begin(), fEntries.end(),
+                       [](const Entry& entry) { return entry.understood; });
 }
 
 bool TextSection::checkEntries(std::string& errors) const {
-    if (fAnySize || firstUnderstood() != fEntries.end()) return true;
+    if (fAnySize || understoodAny()) return true;
     if (fSize < kTrailerBlock) return fail(errors, "Could not seek to trailer start.");
     return fSize - *fTrailer <= kTrailerBlock || fail(errors, "Could not find trailer prefix.");
 }
 
-// Unclosed statements right in front are taken in: the first line of the section might close them.
+// A guard belongs to what it was written for.
 std::uint64_t TextSection::begin() const {
-    auto first = firstUnderstood();
-    if (first == fEntries.end()) return *fTrailer;
-    std::uint64_t begin = first->where.begin;
-    while (first != fEntries.begin() && !std::prev(first)->where.closed &&
-           std::prev(first)->where.end == begin) {
-        begin = (--first)->where.begin;
-    }
-    return begin;
+    if (fEntries.empty()) return *fTrailer;
+    const bool isMuted = fLinesAhead.haveMutingGuard() && !fEntries.front().understood;
+    return isMuted || fLinesAhead.haveClosingGuard() ? fLinesAhead.begin()
+                                                     : fEntries.front().where.begin;
 }
 
-std::uint64_t TextSection::end() const {
+bool TextSection::needsClosingGuard() const {
+    const bool keepsMuting =
+        fLinesAhead.haveMutingGuard() && (fEntries.empty() || fEntries.front().understood);
+    return keepsMuting || !fLinesAhead.closed();
+}
+
+std::uint64_t TextSection::understoodEnd() const {
     for (auto statement = fEntries.rbegin(); statement != fEntries.rend(); ++statement) {
         if (statement->understood) return statement->where.end;
     }
-    return *fTrailer;
+    return 0;
 }
 
-// Statements without a ";" go last, so that none of the lines that move together with them can
-// close them.
-std::string TextSection::foreignLines() const {
-    std::string lines;
-    std::string unclosed;
+// Blank lines between statements go; in a statement that was not understood they may mean
+// something.
+TextForeignLines TextSection::foreignLines() const {
+    TextForeignLines lines;
+    const std::uint64_t lastUnderstood = understoodEnd();
     auto statement = fEntries.begin();
-    const std::uint64_t last = end();
-    for (std::uint64_t at = begin(); at < last;) {
-        std::string_view line = bytes(at, last);
+    for (std::uint64_t at = fEntries.empty() ? *fTrailer : statement->where.begin;
+         at < *fTrailer;) {
+        std::string_view line = bytes(at, *fTrailer);
         line = line.substr(0, std::min(line.find('\n'), line.size() - 1) + 1);
         while (statement != fEntries.end() && statement->where.end <= at) ++statement;
         const bool inside = statement != fEntries.end() && statement->where.begin <= at;
+        const bool understood = inside && statement->understood;
+        const bool isBlank = Ascii::trim(line).empty();
         at += line.size();
-        // Who knows what a blank line means in a statement that was not understood.
-        if (Ascii::trim(line).empty() && !(inside && !statement->understood)) continue;
-        if (inside && statement->understood) {
-            // A comment outlives the statement that it was put into.
-            if (statement->fate != Fate::kDropped || !TextStatement::isComment(line)) continue;
-        }
-        (inside && !statement->where.closed ? unclosed : lines) += line;
+        if (isBlank && at <= lastUnderstood && (!inside || understood)) continue;
+        if (understood && !TextStatement::isComment(line)) continue;
+        lines.add(line, inside && !statement->where.closed);
     }
-    return lines + unclosed;
+    return lines;
 }
 
 const char* TextSection::failureOf(Part part) const {
@@ -149,7 +150,7 @@ std::optional<SceneRecord> TextSection::parse(const Entry& entry) const {
 }
 
 std::string TextSection::unchanged(const Entry& entry) const {
-    return TextStatement::relaid(entry.where.kind, std::string(bytesOf(entry)));
+    return TextStatement::withoutComments(bytesOf(entry));
 }
 
 bool TextSection::append(std::string& out, const SceneRecord& record) const {
@@ -163,8 +164,8 @@ bool TextSection::append(std::string& out, const SceneRecord& record) const {
     return readBack && readBack->text == record.text;
 }
 
-bool TextSection::compose(const NewRecords& records, std::string&) {
-    fNewTail = foreignLines();
+bool TextSection::appendStatements(const NewRecords& records) {
+    const std::size_t begin = fNewTail.size();
     appendKept(fNewTail, Kind::kStructure, Fate::kAhead);
     for (const std::string& statement : records.structures) fNewTail += statement;
     appendKept(fNewTail, Kind::kStructure, Fate::kBehind);
@@ -177,15 +178,27 @@ bool TextSection::compose(const NewRecords& records, std::string&) {
     fNewTail += records.scene;
     appendKept(fNewTail, Kind::kAssociations, Fate::kBehind);
     fPieceEnds[kScene] = fNewTail.size();
+    return fNewTail.size() > begin;
+}
 
-    fNewTail += bytes(end(), fSize);
+bool TextSection::compose(const NewRecords& records, std::string&) {
+    const bool isClosed = !needsClosingGuard();
+    if (!isClosed) fNewTail = TextLinesAhead::kClosingGuard;
+    const bool hasStatements = appendStatements(records);
+    if (!hasStatements) {
+        fNewTail.clear();
+        fPieceEnds = {};
+    }
+    foreignLines().appendTo(fNewTail, hasStatements, hasStatements || isClosed);
+    fNewTrailer = fNewTail.size();
+    fNewTail += bytes(*fTrailer, fSize);
     fPieceEnds[kRest] = fNewTail.size();
     return true;
 }
 
 bool TextSection::readBack(ModelReading& reading, Findings& findings) const {
-    Files::MemoryFile file(std::string_view(fNewTail).substr(0, fPieceEnds[kScene]));
-    TextSceneScanner scanner(file, 0, fPieceEnds[kScene]);
+    Files::MemoryFile file(std::string_view(fNewTail).substr(0, fNewTrailer));
+    TextSceneScanner scanner(file, 0, fNewTrailer);
     scanner.trailerIsAtEnd();
     return readStatements(file, scanner, reading, findings);
 }

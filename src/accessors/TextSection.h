@@ -9,13 +9,14 @@
 #include <string_view>
 
 #include "accessors/SceneSection.h"
+#include "accessors/TextForeignLines.h"
+#include "accessors/TextLinesAhead.h"
 #include "accessors/TextSceneScanner.h"
 
 namespace orbo::Data {
 
-/// The section runs from the first statement that was understood to the last. Without any it is
-/// empty and lies where the trailer begins. Statements that were not understood are lines like
-/// others between them.
+/// The section runs from the first metadata statement, with the guard in front of it, to the
+/// trailer. Statements that were not understood are lines like others in it.
 class TextSection : public SceneSection {
   public:
     TextSection(Files::File& file, bool anySize) : SceneSection(file), fAnySize(anySize) {}
@@ -26,7 +27,7 @@ class TextSection : public SceneSection {
     bool checkEntries(std::string& errors) const override;
     [[nodiscard]] const char* failureOf(Part part) const override;
     [[nodiscard]] std::optional<SceneRecord> parse(const Entry& entry) const override;
-    /// A statement of its own, free of what its lines hold besides.
+    /// Its bytes, but for comments in it, which are foreign lines.
     [[nodiscard]] std::string unchanged(const Entry& entry) const override;
     bool append(std::string& out, const SceneRecord& record) const override;
     bool compose(const NewRecords& records, std::string& errors) override;
@@ -39,16 +40,20 @@ class TextSection : public SceneSection {
 
     bool scan(std::string& errors);
     bool checkTrailer(std::string& errors) const;
-    /// The first entry that was understood.
-    [[nodiscard]] Entries::const_iterator firstUnderstood() const;
+    [[nodiscard]] bool understoodAny() const;
     [[nodiscard]] std::uint64_t begin() const;
-    [[nodiscard]] std::uint64_t end() const;
-    /// The lines in the section that belong to no statement and are not blank.
-    [[nodiscard]] std::string foreignLines() const;
+    /// Where the last entry ends that was understood; 0 without any.
+    [[nodiscard]] std::uint64_t understoodEnd() const;
+    [[nodiscard]] bool needsClosingGuard() const;
+    [[nodiscard]] TextForeignLines foreignLines() const;
+    /// False when the new section holds no metadata.
+    bool appendStatements(const NewRecords& records);
 
     bool fAnySize;
     std::optional<std::uint64_t> fTrailer;
+    TextLinesAhead fLinesAhead{0};  // of the first entry or, without any, the trailer
     std::string fNewTail;
+    std::size_t fNewTrailer = 0;                    // where it begins in the new tail
     std::array<std::size_t, kPieces> fPieceEnds{};  // in the new tail
 };
 

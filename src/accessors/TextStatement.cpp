@@ -107,6 +107,14 @@ std::optional<Kind> kindOf(std::string_view line) {
     return std::nullopt;
 }
 
+bool isSceneCommand(std::string_view line) {
+    using namespace AccessorQuil::Ascii;
+    const auto commands = {getConnectAttrCommandName, getCreateNodeCommandName,
+                           getSetAttrCommandName, getRelationshipCommandName, getSelectCommandName};
+    return std::any_of(commands.begin(), commands.end(),
+                       [&](auto getter) { return Ascii::startsWith(line, getter()); });
+}
+
 bool isComment(std::string_view line) { return Ascii::startsWith(line, "//"); }
 
 const char* unreadableMessage(Kind kind) {
@@ -174,10 +182,11 @@ std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& 
     return parts ? unescaped(std::move(*parts)) : std::nullopt;
 }
 
-std::string relaid(Kind kind, std::string statement) {
-    const char* message = nullptr;
-    const Parts parts = takeApart(kind, std::move(statement), message).value();
-    return beginOf(parts.record).append(parts.escapedText()) + endOf(parts.record);
+std::string withoutComments(std::string_view statement) {
+    std::string line(statement);
+    if (statement.find("\n//") == std::string_view::npos) return line;
+    joinLines(line);
+    return line + '\n';
 }
 
 void append(std::string& out, const SceneRecord& record) {

@@ -13,6 +13,8 @@ namespace orbo::Data::TextStatement {
 
 /// Empty when a line begins neither of the statements.
 std::optional<SceneRecord::Kind> kindOf(std::string_view line);
+/// A line begins one of the scene's own statements that end the metadata.
+bool isSceneCommand(std::string_view line);
 bool isComment(std::string_view line);
 
 /// A statement taken apart.
@@ -38,9 +40,9 @@ std::optional<SceneRecord> parse(SceneRecord::Kind kind, std::string statement,
 std::optional<Parts> takeApart(SceneRecord::Kind kind, std::string statement, const char*& message);
 std::optional<SceneRecord> unescaped(Parts parts);
 bool endsEarly(const Parts& parts);
-/// A statement that `parse` understands, laid out as `append` does it but escaped as it is: some of
-/// what readers take, the writer's escapes cannot say.
-std::string relaid(SceneRecord::Kind kind, std::string statement);
+/// A statement that `parse` understands, in one line and without the comments in it if it has some,
+/// which other readers would take for a part of it.
+std::string withoutComments(std::string_view statement);
 /// The message about a statement without a ";" of its own.
 const char* unreadableMessage(SceneRecord::Kind kind);
 

@@ -14,8 +14,10 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
+#include "accessors/LiteralModel.h"
 #include "accessors/QuilAsciiFileAccessor.h"
 #include "accessors/QuilBinaryFileAccessor.h"
 #include "files/ScriptedFileSystem.h"
@@ -85,7 +87,8 @@ inline std::string statement(const std::string& word) {
         // Both hold more than readers take from them.
         {"B+", structureStatement("name=B:int32=b:int32[0]=a")},
         {"n2+", nodeStatement("n2", oneStream("A", "0\n7 and more\n0\n8\n"))},
-        {"n1//", "applyMetadata\n//b\n" + node("n1", "7").substr(13)},
+        {"n1//", "applyMetadata\n//b\n" + node("n1", "7").substr(14)},
+        {"n1-", replaced(node("n1", "7"), "\n\t", "\t")},
         {"noTarget", "applyMetadata -fmt \"raw\" -v \"\" \n\t\t;\n"},
         {"open", "applyMetadata -fmt \"raw\" -v \"\"\n"},
         {"blank", "\n"},
@@ -156,7 +159,16 @@ class SceneTestOf : public testing::Test {
     }
     bool write() {
         fErrors.clear();
-        return fAccessor.write(fErrors);
+        const auto before = fSystem.files;
+        const bool done = fAccessor.write(fErrors);
+        if (kIsText && done && fSystem.files != before) expectOthersReadTheSame();
+        return done;
+    }
+    /// Whoever knows no comments, and whoever does.
+    void expectOthersReadTheSame() {
+        const auto fails = std::exchange(fSystem.fails, [](Files::Call) { return false; });
+        EXPECT_EQ(difference(literalModelOf(file()), modelOf(fName)), "") << file();
+        fSystem.fails = fails;
     }
     /// Nothing but the messages that begin so.
     void expectRefusal(const std::string& message) {

@@ -76,8 +76,58 @@ TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
             }
             ASSERT_TRUE(write()) << fErrors;
             std::string expected = row.scene;
-            EXPECT_EQ(file(), expected.insert(expected.find(kLastLine), statements("A Z n1")));
+            const std::string guard = row.scene.find(front) == 0 ? "" : "//;\n";
+            EXPECT_EQ(file(),
+                      expected.insert(expected.find(kLastLine), guard + statements("A Z n1")));
         }
+    }
+}
+
+// The literal reader looks at each of these writes, see the fixture.
+TEST_F(TextSceneWrite, KeepsOthersFromGluingLinesToTheFirstStatement) {
+    const std::string front = sceneFront();
+    const std::pair<std::string, bool> rows[] = {
+        {front, false},
+        {front + "proc p() {\n}\n", true},
+        {front + "proc p() {\n};\n", false},
+        {front + "\t}  \r\n\r\n\n", true},
+        {front + "x; \t\r\n\n", false},
+        {front + "// note\n", true},
+        {front + "// note;\n", false},
+        {front + "x; // note\n", true},
+        {front + "//\n", true},
+        // Lines like the guard's that no write has put there.
+        {front + "}\n//;\n", true},
+        {front + "}\n//;\n//;\n", true},
+        {front + "//;\n", false},
+        {front + "}\n//;\n\n", false},
+        {front + "}\n//;\r\n", false},
+        {kHeader, true},
+        {replaced(front, "\n", "\r\n"), false},
+        {replaced(kHeader, "\n", "\r\n"), true},
+    };
+    WritePolicy policy;
+    policy.anySize = true;
+    for (const auto& [before, guarded] : rows) {
+        SCOPED_TRACE(before.substr(before.size() - 9));
+        makeScene("A n1");
+        ASSERT_TRUE(read());
+        edit("n1=8");
+        setPolicy(policy);
+        file() = before + kLastLine;
+        ASSERT_TRUE(write()) << fErrors;
+        const std::string guard = guarded ? "//;\n" : "";
+        EXPECT_EQ(file(), before + guard + statements("A n1=8") + kLastLine);
+        ASSERT_TRUE(read());
+        edit("n2=n1");
+        ASSERT_TRUE(write()) << fErrors;
+        EXPECT_EQ(file(), before + guard + statements("A n1=8 n2=8") + kLastLine);
+        edit("-n2");
+        ASSERT_TRUE(write()) << fErrors;
+        EXPECT_EQ(file(), before + guard + statements("A n1=8") + kLastLine);
+        edit("-n1 -A");
+        ASSERT_TRUE(write()) << fErrors;
+        EXPECT_EQ(file(), before + kLastLine);
     }
 }
 
@@ -154,6 +204,8 @@ TEST_F(TextSceneWrite, WhatStaysIsReadAsBefore) {
         std::string meanwhile = {};
     } rows[] = {
         {"escapes", a + quotes + n1, "n1=9", a + quotes + statement("n1=9")},
+        {"comment in it", a + "dataStructure\n//b\";\n-fmt \"xml\" -as \"\"\n;\n" + n1, "n1=9",
+         "dataStructure -fmt \"xml\" -as \"\" ;\n" + a + statement("n1=9") + "//b\";\n"},
         {"the same in another format", a + n1 + xml, "+Z", a + z + n1 + xml},
         {"structure for what is passed over", a + nodeStatement("n1", twoC), "-A",
          nodeStatement("n1", "endAssociations\n")},
