@@ -2,12 +2,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "accessors/ModelReading.h"
 
+#include <data/AssociationsSerializerRaw.h>
+
 #include <algorithm>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "accessors/ModelDigest.h"
+#include "accessors/ModelText.h"
 #include "accessors/RecordReader.h"
 #include "formats/PartialReading.h"
 #include "formats/ReaderRemarks.h"
@@ -53,10 +56,14 @@ class ModelReading::Helpers {
 ModelReading::ModelReading(const std::set<std::string>* structureNames,
                            const std::set<std::string>* associationNames)
     : fStructureNamesGiven(structureNames),
+      fAssociationNamesGiven(associationNames),
       fStructureNames(structureNames),
       fAssociationNames(associationNames) {}
 
-bool ModelReading::wantsMore() const { return !fStructureNames.done() || wantsAssociations(); }
+bool ModelReading::wantsMore() const {
+    return !fStructureNames.done() || wantsAssociations() || fNeedsAny ||
+           !fNeededStructures.empty();
+}
 
 bool ModelReading::wants(const SceneRecord& record) const {
     return record.kind == Kind::kStructure || fAssociationNames.wants(record.name);
@@ -101,9 +108,23 @@ void ModelReading::add(SceneRecord record) {
         auto structure = read(readStructure, record, rank);
         if (!structure) return;
         fStructureNames.found(structure->name());
+        fNeededStructures.erase(structure->name());
+        fMetStructures.insert(structure->name());
         fStructures.push_back({std::move(structure), record.place, rank});
     } else if (wants(record)) {
+        strikeOff(record);
         fAssociations.push_back({std::move(record), rank});
+    }
+}
+
+void ModelReading::strikeOff(const SceneRecord& record) {
+    if (!fStrikesOff || !fAssociationNames.isLeft(record.name)) return;
+    fAssociationNames.found(record.name);
+    // Without both sets, the reading does not end early.
+    if (!fStructureNamesGiven || !fAssociationNamesGiven) return;
+    if (record.format != AssociationsSerializerRaw::theFormat().formatType()) fNeedsAny = true;
+    for (const std::string& name : structuresNamedIn(record.text)) {
+        if (fMetStructures.count(name) == 0) fNeededStructures.insert(name);
     }
 }
 
@@ -115,6 +136,10 @@ void ModelReading::add(Finding::Code code, std::string message, const FilePlace&
 
 void ModelReading::discard() {
     fStructureNames = NameFilter(fStructureNamesGiven);
+    fAssociationNames = NameFilter(fAssociationNamesGiven);
+    fMetStructures.clear();
+    fNeededStructures.clear();
+    fNeedsAny = false;
     fStructures.clear();
     fAssociations.clear();
     fFindings = RankedFindings();
@@ -181,13 +206,18 @@ void ModelReading::buildPart(const UnreadAssociations& unread, Accessor::Associa
 TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy& policy,
                                Findings& findings) {
     if (fOrder == Order::kLastToFirst) {
-        std::reverse(fStructures.begin(), fStructures.end());
-        std::reverse(fAssociations.begin(), fAssociations.end());
+        if (!fStrikesOff || !fStructureNamesGiven) {
+            std::reverse(fStructures.begin(), fStructures.end());
+        }
+        if (!fStrikesOff || !fAssociationNamesGiven) {
+            std::reverse(fAssociations.begin(), fAssociations.end());
+        }
     }
     std::optional<IndexTypes::KeepUnknown> unknownAsText;
     if (policy.unknownIndexTypesAsText) unknownAsText.emplace();
 
     TakenNames taken;
+    taken.metOnly = fMetOnly;
     Helpers helpers;
     // Each goes as soon as it is in the model.
     for (; !fStructures.empty(); fStructures.pop_front()) {

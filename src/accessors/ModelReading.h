@@ -6,6 +6,7 @@
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -50,6 +51,9 @@ struct TakenNames {
     /// Tell whether the file holds them still: of the file, and of the section if it was taken.
     std::optional<Files::FileStatus> status;
     std::optional<std::uint64_t> fingerprint;
+    /// How many of the file's last records were met by a read that ended early. The fingerprint is
+    /// of them alone.
+    std::optional<std::size_t> metOnly;
     /// Where the records of the structures and associations are that were read.
     std::map<std::string, FilePlace> structurePlaces;
     std::map<std::string, FilePlace> associationPlaces;
@@ -77,10 +81,15 @@ class ModelReading {
     void setThorough() { fThorough = true; }
     [[nodiscard]] bool isThorough() const { return fThorough; }
 
-    /// False once all wanted structures have been met and no associations are wanted: as long as
-    /// any are, structures that nobody asked for may be needed, and it takes the whole file.
+    /// Names are struck off the two sets as records of theirs are added. Of several records the one
+    /// added first counts, of those that can be read.
+    void setStrikesOff() { fStrikesOff = true; }
+    /// False once nothing is left of either set, and all structures have been met that those who
+    /// were asked for need.
     [[nodiscard]] bool wantsMore() const;
     [[nodiscard]] bool wantsAssociations() const { return !fAssociationNames.done(); }
+    /// Told by whoever stopped adding because `wantsMore` said no.
+    void setMetOnly(std::size_t count) { fMetOnly = count; }
 
     /// Told by all but the record's text. Others may be added all the same.
     [[nodiscard]] bool wants(const SceneRecord& record) const;
@@ -113,16 +122,23 @@ class ModelReading {
     auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank);
     void addRepeated(const UnreadAssociations& repeated);
 
+    void strikeOff(const SceneRecord& record);
     void registerStructure(const ParsedStructure& parsed, TakenNames& taken, Helpers& helpers);
     bool build(const UnreadAssociations& unread, Accessor::AssociationsMap& map, TakenNames& taken);
     void buildPart(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
                    TakenNames& taken);
 
     const std::set<std::string>* fStructureNamesGiven;
+    const std::set<std::string>* fAssociationNamesGiven;
     Order fOrder = Order::kFirstToLast;
     bool fThorough = false;
     NameFilter fStructureNames;
-    NameFilter fAssociationNames;  // never struck off
+    NameFilter fAssociationNames;
+    bool fStrikesOff = false;
+    std::optional<std::size_t> fMetOnly;
+    std::set<std::string> fMetStructures;
+    std::set<std::string> fNeededStructures;  // but for those
+    bool fNeedsAny = false;                   // a text of which nobody knows what it needs
     std::deque<ParsedStructure> fStructures;
     std::deque<UnreadAssociations> fAssociations;
     std::deque<UnreadAssociations> fUnreadable;  // kept when parts of them are wanted

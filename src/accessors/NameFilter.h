@@ -18,6 +18,10 @@ class NameFilter {
         return !fNames || fNames->count(name) > 0;
     }
     void found(const std::string& name) { fLeft.erase(name); }
+    /// It is wanted, and has not been found.
+    [[nodiscard]] bool isLeft(const std::string& name) const {
+        return !fNames || fLeft.count(name) > 0;
+    }
     /// Every name has been found.
     [[nodiscard]] bool done() const { return fNames && fLeft.empty(); }
 

@@ -23,6 +23,7 @@ bool QuilAsciiFileAccessor::scan(Files::File& file, ModelReading& reading,
     if (!size) return !isFailure(Result::kSeekFailed, findings);
     TextSceneScanner scanner(file, 0, *size);
     if (isFailure(scanner.findTrailer(), findings)) return false;
+    reading.setStrikesOff();
     if (!readStatements(file, scanner, reading, findings)) return false;
     if (reading.isThorough()) checkTextSceneTrailer(file, scanner.trailer(), *size, findings);
     return true;

@@ -93,6 +93,7 @@ void SceneFileAccessor::remember(Files::File& file) const {
     if (!writePolicy().detectConflicts) return;
     Files::ReadAhead ahead(file);
     const std::unique_ptr<SceneSection> found = section(ahead);
+    if (fTaken.metOnly) found->findOnlyLast(*fTaken.metOnly);
     std::string ignored;
     if (found->find(ignored)) fTaken.fingerprint = found->fingerprint();
 }

@@ -42,6 +42,8 @@ struct SceneRecord {
     std::string name;
     std::string text;
     FilePlace place = {};
+    /// False for a statement of a text scene that holds more than a write would say of the record.
+    bool plain = true;
     /// Bytes that belong to it and that nobody reads.
     std::uint64_t leftover = 0;
 };

@@ -44,10 +44,11 @@ bool SceneSection::addTo(Files::Checksum& checksum, const SceneRecordRange& rang
     return true;
 }
 
-std::optional<std::uint64_t> SceneSection::fingerprint() const {
+std::optional<std::uint64_t> SceneSection::fingerprint(std::optional<std::size_t> count) const {
     Files::Checksum checksum;
-    for (const Entry& entry : fEntries) {
-        if (!addTo(checksum, entry.where)) return std::nullopt;
+    const std::size_t size = fEntries.size();
+    for (std::size_t i = size - std::min(count.value_or(size), size); i < size; ++i) {
+        if (!addTo(checksum, fEntries[i].where)) return std::nullopt;
     }
     return checksum.value();
 }

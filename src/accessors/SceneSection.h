@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -29,6 +30,7 @@ class SceneSection {
         bool understood = false;    // as a record; its text may still be beyond anybody's reading
         bool isUnreadable = false;  // that text
         SectionPlan::Fate fate = SectionPlan::Fate::kAhead;
+        bool plain = true;  // see `SceneRecord`
     };
 
     using Entries = std::deque<Entry>;
@@ -49,13 +51,16 @@ class SceneSection {
     SceneSection& operator=(const SceneSection&) = delete;
     virtual ~SceneSection() = default;
 
+    /// `find` is to find the last records alone, of which `fingerprint` is then.
+    void findOnlyLast(std::size_t count) { fMostEntries = count; }
     /// Checks that the file is a scene and finds its records, nothing of which is understood yet.
     virtual bool find(std::string& errors) = 0;
     /// Reads the file from the first of them to its end.
     virtual bool load(std::string& errors) = 0;
-    /// The same for the same records, wherever they are in the file. Reads what is not loaded, and
-    /// keeps nothing of it; empty when it cannot be read.
-    [[nodiscard]] std::optional<std::uint64_t> fingerprint() const;
+    /// The same for the same records, wherever they are in the file: for all, or for the last ones
+    /// alone. Reads what is not loaded, and keeps nothing of it; empty when it cannot be read.
+    [[nodiscard]] std::optional<std::uint64_t> fingerprint(
+        std::optional<std::size_t> count = std::nullopt) const;
     /// Once it is known what was understood.
     virtual bool checkEntries(std::string& errors) const = 0;
     [[nodiscard]] virtual const char* failureOf(Part part) const = 0;
@@ -101,6 +106,7 @@ class SceneSection {
 
     Files::File& fFile;
     std::uint64_t fSize = 0;
+    std::optional<std::size_t> fMostEntries;
     Entries fEntries;
     std::uint64_t fTailBegin = 0;
     std::string fTail;  // what the file holds from there on; never empty once it is loaded

@@ -78,7 +78,7 @@ bool SceneWriter::checkPartialNodes(std::string& errors) const {
 bool SceneWriter::checkUnchanged(Files::File& file, std::string& errors) {
     if (!fAccessor.writePolicy().detectConflicts) return true;
     if (fTaken.fingerprint) {
-        fMetConflict = fSection.fingerprint() != *fTaken.fingerprint;
+        fMetConflict = fSection.fingerprint(fTaken.metOnly) != *fTaken.fingerprint;
     } else {
         const auto status = file.status();
         fMetConflict = !status || !fTaken.status || !status->hasSameBytes(*fTaken.status);
@@ -104,6 +104,7 @@ bool SceneWriter::decide(std::string& errors) {
             plan.addUnchanged(number, record);
         });
     }
+    if (!noteLosses(plan, names, errors)) return false;
     apply(plan, names);
     plan.addNotes(fNotes);
     if (!fAccessor.writePolicy().verify) addRemarks(plan);
@@ -136,6 +137,7 @@ void SceneWriter::forEachRecord(Kind kind, const Visit& visit) {
         const auto record = fSection.parse(entry);
         if (!record) continue;
         entry.understood = true;
+        entry.plain = record->plain;
         visit(current, *record);
     }
 }
@@ -148,6 +150,26 @@ void SceneWriter::addUsers(SectionPlan& plan) {
         const bool isUser = !entry.understood && entry.where.kind == Kind::kAssociations;
         if (isUser) plan.addUser(fSection.bytesOf(entry));
     }
+}
+
+// What the caller removed goes with all that its statement held.
+bool SceneWriter::noteLosses(const SectionPlan& plan, const std::vector<std::string>& names,
+                             std::string& errors) {
+    std::size_t number = 0;
+    for (const Entry& entry : fSection.entries()) {
+        const std::size_t current = number++;
+        if (!entry.understood || entry.plain || plan.fate(current) != Fate::kDropped) continue;
+        const std::string& name = names[current];
+        const bool isStructure = entry.where.kind == Kind::kStructure;
+        if (isStructure ? !fModel.structure(name) : !fModel.hasNode(name)) continue;
+        const std::string what = isStructure ? "Structure '" + name + "'" : ModelPlace::of(name);
+        const std::string message = what + ": its statement holds more than is written of it";
+        if (fAccessor.writePolicy().verify) return fail(errors, message);
+        SceneRecord record{entry.where.kind, {}, name, {}};
+        record.place.offset = entry.where.begin;
+        fNotes.add(Finding::Code::kTextPassedOver, message, record);
+    }
+    return true;
 }
 
 void SceneWriter::apply(const SectionPlan& plan, const std::vector<std::string>& names) {

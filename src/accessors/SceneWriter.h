@@ -49,6 +49,8 @@ class SceneWriter {
     void forEachRecord(Kind kind, const Visit& visit);
     void addUsers(SectionPlan& plan);
     void addRemarks(const SectionPlan& plan);
+    bool noteLosses(const SectionPlan& plan, const std::vector<std::string>& names,
+                    std::string& errors);
     void apply(const SectionPlan& plan, const std::vector<std::string>& names);
     bool checkChanges(std::string& errors) const;
     bool writeRecords(std::string& errors);

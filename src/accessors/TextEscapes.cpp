@@ -47,19 +47,19 @@ char escapedCharacter(const char*& at, const char* end) {
     return kMeanings[static_cast<unsigned char>(*at++)];
 }
 
-// Moves all up to the next backslash, quote or the end; `out` is nowhere behind `at`.
+// Moves all up to the next backslash or the end; `out` is nowhere behind `at`.
 void movePlain(char*& out, const char*& at, const char* end) {
     constexpr std::ptrdiff_t kStride = EightBytes::kSize;
     // Once they are a stride apart, no move touches what is still to be read.
     while (EightBytes::kUsable && at - out >= kStride && end - at >= kStride) {
         const EightBytes bytes(at);
         bytes.store(out);
-        const int plain = bytes.countBefore('\\', '"');
+        const int plain = bytes.countBefore('\\');
         out += plain;
         at += plain;
         if (plain < kStride) return;
     }
-    while (at != end && *at != '\\' && *at != '"') *out++ = *at++;
+    while (at != end && *at != '\\') *out++ = *at++;
 }
 
 }  // namespace
@@ -92,23 +92,17 @@ void appendEscapedLines(std::string& out, std::string_view text) {
     }
 }
 
-bool unescape(std::string& text, std::size_t begin, bool hasQuotes) {
+void unescape(std::string& text, std::size_t begin) {
     char* out = text.data();
     const char* const end = text.data() + text.size();
     for (const char* at = text.data() + begin; at != end;) {
         movePlain(out, at, end);
         if (at == end) break;
-        if (*at == '"') {
-            if (!hasQuotes) return false;
-            *out++ = *at++;
-            continue;
-        }
         // A backslash with nothing behind it stands for itself.
         const bool escapes = ++at != end;
         *out++ = escapes ? escapedCharacter(at, end) : '\\';
     }
     text.resize(static_cast<std::size_t>(out - text.data()));
-    return true;
 }
 
 }  // namespace orbo::Data::TextStatement

@@ -27,14 +27,11 @@ Result readStatement(Files::File& file, const SceneRecordRange& range, ModelRead
         if (!Files::readExactly(file, bytes.data(), bytes.size())) return Result::kReadFailed;
         parts = TextStatement::takeApart(range.kind, std::move(bytes), message);
     }
-    if (parts && !reading.wants(parts->record)) {
-        if (!TextStatement::endsEarly(*parts)) return Result::kStatement;
-        parts.reset();
-    }
-    auto record = parts ? TextStatement::unescaped(std::move(*parts)) : std::nullopt;
-    if (record) {
-        record->place.offset = range.begin;
-        reading.add(std::move(*record));
+    if (parts) {
+        if (!reading.wants(parts->record)) return Result::kStatement;
+        SceneRecord record = TextStatement::unescaped(std::move(*parts));
+        record.place.offset = range.begin;
+        reading.add(std::move(record));
     } else {
         using Code = Finding::Code;
         reading.add(range.closed ? Code::kStatementUnreadable : Code::kStatementUnclosed, message,
@@ -56,15 +53,23 @@ bool isFailure(Result result, Findings& findings) {
 bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& reading,
                     Findings& findings) {
     reading.setOrder(ModelReading::Order::kLastToFirst);
+    std::size_t met = 0;
     // Without a known trailer, what was met may yet turn out to lie behind it.
     while (!scanner.trailer() || reading.wantsMore()) {
         SceneRecordRange range;
         Result result = scanner.next(range);
-        if (result == Result::kStatement) result = readStatement(file, range, reading);
-        if (result == Result::kTrailer) reading.discard();
-        if (result == Result::kDone) break;
+        if (result == Result::kStatement) {
+            ++met;
+            result = readStatement(file, range, reading);
+        }
+        if (result == Result::kTrailer) {
+            met = 0;
+            reading.discard();
+        }
+        if (result == Result::kDone) return true;
         if (isFailure(result, findings)) return false;
     }
+    reading.setMetOnly(met);
     return true;
 }
 

@@ -58,12 +58,14 @@ bool TextSection::scan(std::string& errors) {
     if (result == Result::kSeekFailed) return fail(errors, "Could not seek to trailer start.");
     if (result == Result::kReadFailed) return fail(errors, "Could not read trailer.");
     do {
+        if (fEntries.size() == fMostEntries) break;
         Entry statement;
         result = scanner.next(statement.where);
         if (result == Result::kStatement) fEntries.push_front(statement);
         if (result == Result::kTrailer) fEntries.clear();
     } while (result == Result::kStatement || result == Result::kTrailer);
-    if (result != Result::kDone) return fail(errors, searchFailure(result, !fEntries.empty()));
+    const bool isComplete = result == Result::kDone || fEntries.size() == fMostEntries;
+    if (!isComplete) return fail(errors, searchFailure(result, !fEntries.empty()));
     fTrailer = scanner.trailer();
     fLinesAhead = scanner.linesAhead();
     return true;
@@ -150,7 +152,7 @@ std::optional<SceneRecord> TextSection::parse(const Entry& entry) const {
 }
 
 std::string TextSection::unchanged(const Entry& entry) const {
-    return TextStatement::withoutComments(bytesOf(entry));
+    return TextStatement::forOtherReaders(bytesOf(entry));
 }
 
 bool TextSection::append(std::string& out, const SceneRecord& record) const {
@@ -161,7 +163,7 @@ bool TextSection::append(std::string& out, const SceneRecord& record) const {
     // Quotes in names are not escaped, so there are names that end the statement.
     const char* ignored = nullptr;
     const auto readBack = TextStatement::parse(record.kind, out, ignored);
-    return readBack && readBack->text == record.text;
+    return readBack && readBack->plain && readBack->text == record.text;
 }
 
 bool TextSection::appendStatements(const NewRecords& records) {

@@ -61,6 +61,15 @@ std::string_view takeWord(std::string_view& text) {
     return word;
 }
 
+// Of a text without blanks at its end.
+std::string_view takeLastWord(std::string_view& text) {
+    const std::size_t blank = text.find_last_of(Ascii::kBlanks);
+    const std::size_t begin = blank == std::string_view::npos ? 0 : blank + 1;
+    const std::string_view word = text.substr(begin);
+    text = text.substr(0, begin);
+    return word;
+}
+
 bool hasNoWordBut(std::string_view allowed, std::string_view text) {
     for (std::string_view word = takeWord(text); !word.empty(); word = takeWord(text)) {
         if (word != allowed) return false;
@@ -87,6 +96,32 @@ struct Quotes {
         return text.substr(at[i] + 1, at[i + 1] - at[i] - 1);
     }
 };
+
+// Whether what stands between the quotes of the text, and behind them, is more than one value.
+struct Rest {
+    bool endsEarly = false;  // a quote without a backslash ends the text
+    bool isSeveral = false;  // a ";" outside of quotes ends the statement
+
+    // Structures do not escape their quotes, so only what stands behind one tells.
+    Rest(Kind kind, std::string_view text) {
+        bool quoted = true;
+        for (std::size_t at = 0; at < text.size(); ++at) {
+            const char next = at + 1 < text.size() ? text[at + 1] : '\0';
+            if (quoted && text[at] == '\\') {
+                ++at;
+            } else if (text[at] == '"') {
+                const bool closes =
+                    kind == Kind::kAssociations || next == ';' || Ascii::isBlank(next);
+                quoted = quoted ? !closes : true;
+                endsEarly = endsEarly || !quoted;
+            } else if (!quoted && text[at] == ';') {
+                isSeveral = true;
+            }
+        }
+    }
+};
+
+bool hasSemicolon(std::string_view text) { return text.find(';') != std::string_view::npos; }
 
 std::string beginOf(const SceneRecord& record) {
     return command(record.kind) + ' ' + formatFlag(record.kind) + " \"" + record.format + "\" " +
@@ -132,17 +167,15 @@ std::optional<Parts> takeApart(Kind kind, std::string statement, const char*& me
     const Quotes quotes(all);
     if (!quotes.complete()) return std::nullopt;
     std::string_view front = all.substr(0, quotes.at[0]);
-    if (takeWord(front) != command(kind) || !hasNoWordBut(formatFlag(kind), front) ||
-        !hasNoWordBut(valueFlag(kind), quotes.between(all, 1))) {
+    const std::string_view middle = quotes.between(all, 1);
+    std::string_view behind = Ascii::trimRight(all.substr(quotes.at[3] + 1));
+    const Rest rest(kind, quotes.between(all, 2));
+    if (hasSemicolon(front) || hasSemicolon(middle) || hasSemicolon(behind) || rest.isSeveral) {
         return std::nullopt;
     }
-    std::string_view behind = all.substr(quotes.at[3] + 1);
-    const std::string_view target = takeWord(behind);
-    if (!Ascii::trim(behind).empty() || target.find(';') != std::string_view::npos) {
-        return std::nullopt;
-    }
-    if (kind == Kind::kStructure && !target.empty()) return std::nullopt;
-    if (kind == Kind::kAssociations && target.empty()) {
+    const bool isStructure = kind == Kind::kStructure;
+    const std::string_view target = isStructure ? std::string_view() : takeLastWord(behind);
+    if (!isStructure && target.empty()) {
         message = "Could not find Associations name.";
         return std::nullopt;
     }
@@ -150,43 +183,35 @@ std::optional<Parts> takeApart(Kind kind, std::string statement, const char*& me
                        std::string(quotes.between(all, 0)),
                        target == sceneFlag() ? std::string() : std::string(target),
                        {}};
+    record.plain = !rest.endsEarly && Ascii::trim(behind).empty() &&
+                   takeWord(front) == command(kind) && hasNoWordBut(formatFlag(kind), front) &&
+                   hasNoWordBut(valueFlag(kind), middle);
     return Parts{std::move(record), std::move(statement), quotes.at[2] + 1, quotes.at[3]};
 }
 
-// A quote inside the value may end it, so that the rest is something else. Associations escape all
-// of theirs; structures escape none, and only what stands behind one tells.
-bool endsEarly(const Parts& parts) {
-    const std::string_view text = parts.escapedText();
-    for (std::size_t at = text.find('"'); at < text.size(); at = text.find('"', at + 1)) {
-        std::size_t backslashes = 0;
-        while (backslashes < at && text[at - backslashes - 1] == '\\') ++backslashes;
-        if (backslashes % 2 != 0) continue;
-        if (parts.record.kind == Kind::kAssociations) return true;
-        const char next = at + 1 < text.size() ? text[at + 1] : '\0';
-        if (next == ';' || Ascii::isBlank(next)) return true;
-    }
-    return false;
-}
-
-std::optional<SceneRecord> unescaped(Parts parts) {
-    const bool hasQuotes = parts.record.kind == Kind::kStructure;
-    if (hasQuotes && endsEarly(parts)) return std::nullopt;
+SceneRecord unescaped(Parts parts) {
     parts.line.resize(parts.textEnd);
-    if (!unescape(parts.line, parts.textBegin, hasQuotes)) return std::nullopt;
+    unescape(parts.line, parts.textBegin);
     parts.record.text = std::move(parts.line);
     return std::move(parts.record);
 }
 
 std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& message) {
     auto parts = takeApart(kind, std::move(statement), message);
-    return parts ? unescaped(std::move(*parts)) : std::nullopt;
+    if (!parts) return std::nullopt;
+    return unescaped(std::move(*parts));
 }
 
-std::string withoutComments(std::string_view statement) {
+std::string forOtherReaders(std::string_view statement) {
     std::string line(statement);
-    if (statement.find("\n//") == std::string_view::npos) return line;
-    joinLines(line);
-    return line + '\n';
+    const bool hasComments = statement.find("\n//") != std::string_view::npos;
+    if (hasComments) {
+        joinLines(line);
+        line += '\n';
+    }
+    const std::size_t behind = line.rfind('"') + 1;
+    if (line[behind] != ';' && !Ascii::isBlank(line[behind])) line.insert(behind, 1, ' ');
+    return line;
 }
 
 void append(std::string& out, const SceneRecord& record) {

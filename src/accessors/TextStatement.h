@@ -31,18 +31,18 @@ struct Parts {
 };
 
 /// Takes a whole statement apart, from its command word to the end of the line that its ";" closes.
-/// What is not exactly a command, its flags, two quoted values and, for associations, one target is
-/// not understood: nothing is returned and `message` says so.
+/// Takes it as other readers do: what a line begins with makes it one, the first quoted value is
+/// the format, all from the third quote to the last is the text, the last word is the target.
+/// Without these, or with a ";" outside of quotes, it is not understood: nothing is returned and
+/// `message` says so.
 std::optional<SceneRecord> parse(SceneRecord::Kind kind, std::string statement,
                                  const char*& message);
-/// The same in two steps, for who may not want the text: `parse` understands what both of these do,
-/// and what `endsEarly` is no statement but several.
+/// The same in two steps, for callers that may not want the text.
 std::optional<Parts> takeApart(SceneRecord::Kind kind, std::string statement, const char*& message);
-std::optional<SceneRecord> unescaped(Parts parts);
-bool endsEarly(const Parts& parts);
-/// A statement that `parse` understands, in one line and without the comments in it if it has some,
-/// which other readers would take for a part of it.
-std::string withoutComments(std::string_view statement);
+SceneRecord unescaped(Parts parts);
+/// A statement that `parse` understands, for readers that take comments in it for a part of it and
+/// want a blank in front of the target: as it is, or in one line and without its comments.
+std::string forOtherReaders(std::string_view statement);
 /// The message about a statement without a ";" of its own.
 const char* unreadableMessage(SceneRecord::Kind kind);
 
@@ -52,9 +52,8 @@ void append(std::string& out, const SceneRecord& record);
 /// False for node names that a statement cannot carry.
 bool canBeTarget(std::string_view nodeName);
 
-/// Undoes both escapes, in place; what stands in front of `begin` goes. False for a text that has
-/// quotes without a backslash though it should have none, of which nothing is left.
-bool unescape(std::string& text, std::size_t begin = 0, bool hasQuotes = true);
+/// Undoes both escapes, in place; what stands in front of `begin` goes.
+void unescape(std::string& text, std::size_t begin = 0);
 /// Of structure texts, which is all that other readers undo there.
 void appendEscapedLines(std::string& out, std::string_view text);
 /// Of associations texts.

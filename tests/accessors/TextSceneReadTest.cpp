@@ -110,6 +110,64 @@ TEST_F(TextSceneRead, LongLastStatementCostsItsLengthAndNoMemory) {
     }
 }
 
+TEST_F(TextSceneRead, AFilterTakesOfSeveralRecordsTheLastInTheFile) {
+    const struct {
+        const char *words, *filter, *model, *value;
+    } rows[] = {
+        {"A n1=8 n1=9", "*|*", "A|n1", "x8"},
+        {"A n1=8 n1=9", "*|n1", "A|n1", "x9"},
+        {"A n1=8 n1=9", "A|n1", "A|n1", "x9"},
+        {"A n1=8 n1=9", "A|*", "A|n1", "x8"},
+        // But for those that cannot be read, as far as others are met.
+        {"A n1=8 n1!", "A|n1", "A|n1", "x8"},
+        {"n1=8 A n1!", "A|n1", "A|", nullptr},
+        // Structures that only these nodes need are looked for, too.
+        {"A n1=8 own", "|n1", "|n1", "x8"},
+        {"n1=8 B A", "B|n1", "B|n1", "x8"},
+        {"A A2 n1=8", "A|n1", "A|n1", "y8"},
+        {"A A2 n1=8", "*|n1", "A|n1", "x8"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.words) + " " + row.filter);
+        makeScene(row.words);
+        ASSERT_TRUE(read(row.filter));
+        EXPECT_EQ(model(), row.model);
+        if (fAccessor.associations().count("n1") == 0) continue;
+        Stream& found = stream("n1");
+        EXPECT_EQ(found.structure().begin()->name() + found.element(0).str(0), row.value);
+    }
+}
+
+TEST_F(TextSceneRead, AFilterEndsTheReadingOnceAllOfItIsMet) {
+    file() = kHeader + std::string(100 << 20, '\n') + statements("A n1") + kLastLine;
+    for (const WritePolicy& policy : {WritePolicy(), WritePolicy::careful()}) {
+        setPolicy(policy);
+        fSystem.bytesRead = 0;
+        ASSERT_TRUE(read("A|n1"));
+        EXPECT_EQ(model(), "A|n1");
+        EXPECT_LE(fSystem.bytesRead, 6 * Files::BackwardLineReader::kBlockSize);
+    }
+}
+
+// It sees conflicts in what it has met; the rest is for the write to find.
+TEST_F(TextSceneRead, AReadingThatEndedEarlyIsGoodForAWrite) {
+    setPolicy(WritePolicy::careful());
+    makeScene("B n2 A n1");
+    ASSERT_TRUE(read("A|n1"));
+    edit("n1=9");
+    ASSERT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), statements("B A n2 n1=9"));
+    ASSERT_TRUE(read("A|n1"));
+    edit("n1=8");
+    makeScene("n3 B A n2 n1=9");
+    ASSERT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), statements("B A n3 n2 n1=8"));
+    ASSERT_TRUE(read("A|n1"));
+    edit("n1=7");
+    makeScene("n3 B A n2 n1=9");
+    expectRefusal("The metadata in the file is no longer what was read.");
+}
+
 TEST_F(TextSceneRead, StopsAtTheSceneAndOnceEverythingIsFound) {
     const std::string filler = "//" + std::string(500'000, 'x');
     file() = kHeader + statements(filler + " createNode; select; A " + filler + " B") + kLastLine;

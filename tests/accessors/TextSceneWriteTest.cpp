@@ -83,6 +83,33 @@ TEST_F(TextSceneWrite, FirstSectionGoesInFrontOfTheTrailer) {
     }
 }
 
+TEST_F(TextSceneWrite, StatementsWithMoreInThemStayUntilTheyAreEdited) {
+    const auto start = [this](const char* edits) {
+        makeScene("A~ n1~ n2");
+        ASSERT_TRUE(read());
+        EXPECT_EQ(model() + fErrors, "A|n1 n2");
+        edit(edits);
+    };
+    start("n2=9");
+    setPolicy(WritePolicy::careful());
+    ASSERT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), statements("A~ n1~ n2=9"));
+    edit("-n1");
+    ASSERT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), statements("A~ n2=9"));
+
+    start("n1=9");
+    expectRefusal("Node 'n1': its statement holds more than is written of it");
+    setPolicy(WritePolicy());
+    ASSERT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), statements("A~ n1=9 n2"));
+    ASSERT_EQ(fAccessor.findings().size(), 1U);
+    const Finding& loss = fAccessor.findings().front();
+    EXPECT_EQ(loss.code, Finding::Code::kTextPassedOver);
+    EXPECT_EQ(loss.node, "n1");
+    EXPECT_EQ(loss.offset, (sceneFront() + statement("A~")).size());
+}
+
 // The literal reader looks at each of these writes, see the fixture.
 TEST_F(TextSceneWrite, KeepsOthersFromGluingLinesToTheFirstStatement) {
     const std::string front = sceneFront();
@@ -135,17 +162,21 @@ TEST_F(TextSceneWrite, KeepsOthersFromGluingLinesToTheFirstStatement) {
 class JunkScenes : public SceneTest {
   protected:
     /// Each holds tokens of its own, for "@", and cannot become part of a text that is readable.
-    std::string junk() {
+    std::string junk(bool inside = false) {
         std::string lines;
         for (unsigned int count = fPicks.below(3); count > 0; --count) {
             fTokens.push_back("tok" + std::to_string(fTokens.size()) + "_");
-            const std::string form = fPicks.anyOf(
-                {"@;", "\t@", "// @;", "\"@", "setAttr @", "setAttr @;", "\tsetAttr @;",
-                 "dataStructure @;", "dataStructure -fmt \"raw\" -as \"@",
-                 "dataStructure -fmt \"raw\" -as \"name=@\";",
-                 "dataStructure -fmt \"@\" -as \"name=A:int32=x\";",
-                 "applyMetadata -fmt \"raw\" -v \"@\"", "applyMetadata -fmt \"raw\" -v \"@\" n1;",
-                 "applyMetadata \"\" \"\" n1; @;"});
+            const std::string form =
+                inside ? fPicks.anyOf({"@;", "// @;", "// @", "setAttr @;", "dataStructure @;",
+                                       "applyMetadata @"})
+                       : fPicks.anyOf({"@;", "\t@", "// @;", "\"@", "setAttr @", "setAttr @;",
+                                       "\tsetAttr @;", "dataStructure @;",
+                                       "dataStructure -fmt \"raw\" -as \"@",
+                                       "dataStructure -fmt \"raw\" -as \"name=@\";",
+                                       "dataStructure -fmt \"@\" -as \"name=A:int32=x\";",
+                                       "applyMetadata -fmt \"raw\" -v \"@\"",
+                                       "applyMetadata -fmt \"raw\" -v \"@\" n1;",
+                                       "applyMetadata \"\" \"\" n1; @;"});
             lines += replaced(form, "@", fTokens.back()) + (fPicks.below(5) == 0 ? "\r\n" : "\n");
         }
         return lines;
@@ -159,7 +190,7 @@ class JunkScenes : public SceneTest {
                  statement(fPicks.anyOf({"A", "A", "A2", "B", "n1", "n2=8", "own=9"}))) {
                 section += c;
                 if (c == '\n' && fPicks.below(8) == 0)
-                    section += fPicks.below(2) == 0 ? junk() : "\n";
+                    section += fPicks.below(2) == 0 ? junk(true) : "\n";
             }
         }
         return section + junk();
