@@ -61,8 +61,7 @@ ModelReading::ModelReading(const std::set<std::string>* structureNames,
       fAssociationNames(associationNames) {}
 
 bool ModelReading::wantsMore() const {
-    return !fStructureNames.done() || wantsAssociations() || fNeedsAny ||
-           !fNeededStructures.empty();
+    return !fStructureNames.done() || wantsAssociations() || fNeedsOthers;
 }
 
 bool ModelReading::wants(const SceneRecord& record) const {
@@ -96,7 +95,9 @@ auto ModelReading::read(const Read& reader, const SceneRecord& record, std::uint
 
 void ModelReading::addRepeated(const UnreadAssociations& repeated) {
     Findings findings;
-    findings.add(Finding::Code::kNodeRepeated, "An earlier record of this node counts.",
+    findings.add(Finding::Code::kNodeRepeated,
+                 lastCounts(fAssociationNamesGiven) ? "A later record of this node counts."
+                                                    : "An earlier record of this node counts.",
                  repeated.record);
     fFindings.add(repeated.rank, findings);
     if (fThorough) read(readAssociations, repeated.record, repeated.rank);
@@ -108,8 +109,6 @@ void ModelReading::add(SceneRecord record) {
         auto structure = read(readStructure, record, rank);
         if (!structure) return;
         fStructureNames.found(structure->name());
-        fNeededStructures.erase(structure->name());
-        fMetStructures.insert(structure->name());
         fStructures.push_back({std::move(structure), record.place, rank});
     } else if (wants(record)) {
         strikeOff(record);
@@ -122,9 +121,9 @@ void ModelReading::strikeOff(const SceneRecord& record) {
     fAssociationNames.found(record.name);
     // Without both sets, the reading does not end early.
     if (!fStructureNamesGiven || !fAssociationNamesGiven) return;
-    if (record.format != AssociationsSerializerRaw::theFormat().formatType()) fNeedsAny = true;
-    for (const std::string& name : structuresNamedIn(record.text)) {
-        if (fMetStructures.count(name) == 0) fNeededStructures.insert(name);
+    if (record.format != AssociationsSerializerRaw::theFormat().formatType()) fNeedsOthers = true;
+    for (const NamedStructure& needed : structuresNamedIn(record.text)) {
+        if (!fStructureNames.wants(needed.structure)) fNeedsOthers = true;
     }
 }
 
@@ -137,9 +136,7 @@ void ModelReading::add(Finding::Code code, std::string message, const FilePlace&
 void ModelReading::discard() {
     fStructureNames = NameFilter(fStructureNamesGiven);
     fAssociationNames = NameFilter(fAssociationNamesGiven);
-    fMetStructures.clear();
-    fNeededStructures.clear();
-    fNeedsAny = false;
+    fNeedsOthers = false;
     fStructures.clear();
     fAssociations.clear();
     fFindings = RankedFindings();
@@ -153,11 +150,13 @@ void ModelReading::registerStructure(const ParsedStructure& parsed, TakenNames& 
     const bool wanted = fStructureNames.wants(name);
     if (const Structure* earlier = Structure::structureByName(name.c_str())) {
         const bool differs = *earlier != structure;
+        const std::string other =
+            wanted && lastCounts(fStructureNamesGiven) ? "a later" : "an earlier";
         Findings findings;
         findings.add(differs && wanted ? Code::kStructureDiffers : Code::kStructureRepeated,
                      "Structure '" + name +
-                         (differs ? "' differs from an earlier one of that name"
-                                  : "' is there again; an earlier record of it counts"),
+                         (differs ? "' differs from " + other + " one of that name"
+                                  : "' is there again; " + other + " record of it counts"),
                      parsed.place);
         fFindings.add(parsed.rank, findings);
     } else if (wanted) {
@@ -203,16 +202,26 @@ void ModelReading::buildPart(const UnreadAssociations& unread, Accessor::Associa
     fFindings.add(unread.rank, findings);
 }
 
+// Those first that count. Structures that nobody asked for mean to a node what they mean in the
+// whole file.
+void ModelReading::sortByPrecedence() {
+    if (fOrder != Order::kLastToFirst) return;
+    std::reverse(fStructures.begin(), fStructures.end());
+    if (lastCounts(fStructureNamesGiven)) {
+        const auto unasked = std::stable_partition(
+            fStructures.begin(), fStructures.end(), [this](const ParsedStructure& parsed) {
+                return fStructureNames.wants(parsed.structure->name());
+            });
+        std::reverse(fStructures.begin(), unasked);
+    }
+    if (!lastCounts(fAssociationNamesGiven)) {
+        std::reverse(fAssociations.begin(), fAssociations.end());
+    }
+}
+
 TakenNames ModelReading::build(Accessor::AssociationsMap& map, const ReadPolicy& policy,
                                Findings& findings) {
-    if (fOrder == Order::kLastToFirst) {
-        if (!fStrikesOff || !fStructureNamesGiven) {
-            std::reverse(fStructures.begin(), fStructures.end());
-        }
-        if (!fStrikesOff || !fAssociationNamesGiven) {
-            std::reverse(fAssociations.begin(), fAssociations.end());
-        }
-    }
+    sortByPrecedence();
     std::optional<IndexTypes::KeepUnknown> unknownAsText;
     if (policy.unknownIndexTypesAsText) unknownAsText.emplace();
 

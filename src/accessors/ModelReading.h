@@ -84,8 +84,8 @@ class ModelReading {
     /// Names are struck off the two sets as records of theirs are added. Of several records the one
     /// added first counts, of those that can be read.
     void setStrikesOff() { fStrikesOff = true; }
-    /// False once nothing is left of either set, and all structures have been met that those who
-    /// were asked for need.
+    /// False once nothing is left of either set. But as long as somebody may need a structure that
+    /// was not asked for, it takes the whole file.
     [[nodiscard]] bool wantsMore() const;
     [[nodiscard]] bool wantsAssociations() const { return !fAssociationNames.done(); }
     /// Told by whoever stopped adding because `wantsMore` said no.
@@ -122,7 +122,12 @@ class ModelReading {
     auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank);
     void addRepeated(const UnreadAssociations& repeated);
 
+    /// Whether of several records of a name the last in the file counts, not the first.
+    [[nodiscard]] bool lastCounts(const std::set<std::string>* namesGiven) const {
+        return fStrikesOff && fOrder == Order::kLastToFirst && namesGiven;
+    }
     void strikeOff(const SceneRecord& record);
+    void sortByPrecedence();
     void registerStructure(const ParsedStructure& parsed, TakenNames& taken, Helpers& helpers);
     bool build(const UnreadAssociations& unread, Accessor::AssociationsMap& map, TakenNames& taken);
     void buildPart(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
@@ -136,9 +141,7 @@ class ModelReading {
     NameFilter fAssociationNames;
     bool fStrikesOff = false;
     std::optional<std::size_t> fMetOnly;
-    std::set<std::string> fMetStructures;
-    std::set<std::string> fNeededStructures;  // but for those
-    bool fNeedsAny = false;                   // a text of which nobody knows what it needs
+    bool fNeedsOthers = false;  // some record may need structures that were not asked for
     std::deque<ParsedStructure> fStructures;
     std::deque<UnreadAssociations> fAssociations;
     std::deque<UnreadAssociations> fUnreadable;  // kept when parts of them are wanted
