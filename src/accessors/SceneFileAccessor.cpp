@@ -71,14 +71,14 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
     ModelReading reading(structureNames, associationNames);
     if (fChecking) reading.setThorough();
     Files::ReadAhead ahead(file);
-    const auto before = file.status();
+    const auto before = opening.hasLocks ? std::nullopt : look(file);
     bool done = scan(ahead, reading, findings);
     if (done) {
         fTaken = reading.build(associations(), readPolicy(), findings);
         remember(file);
     }
-    // Where there are no locks, a writer may have been at work on the rest of what was read.
-    if (done && !opening.hasLocks && !(before && fTaken.status->hasSameBytes(*before))) {
+    // Where there are no locks, a writer may have been at work meanwhile.
+    if (done && !opening.hasLocks && !(before && before == look(file))) {
         done = findings.fail(Finding::Code::kFileUnreadable,
                              "Another program has written the file while it was read.");
     }
@@ -90,12 +90,23 @@ bool SceneFileAccessor::openAndRead(const std::set<std::string>* structureNames,
 
 void SceneFileAccessor::remember(Files::File& file) const {
     fTaken.status = file.status();
-    if (!writePolicy().detectConflicts) return;
+    if (writePolicy().detectConflicts) fTaken.fingerprint = fingerprintOf(file);
+}
+
+std::optional<std::uint64_t> SceneFileAccessor::fingerprintOf(Files::File& file) const {
     Files::ReadAhead ahead(file);
     const std::unique_ptr<SceneSection> found = section(ahead);
     if (fTaken.metOnly) found->findOnlyLast(*fTaken.metOnly);
     std::string ignored;
-    if (found->find(ignored)) fTaken.fingerprint = found->fingerprint();
+    return found->find(ignored) ? found->fingerprint() : std::nullopt;
+}
+
+// The metadata first: a change of it shows in the status, unless the time is too coarse.
+std::optional<SceneFileAccessor::Look> SceneFileAccessor::look(Files::File& file) const {
+    const std::optional<std::uint64_t> fingerprint = fingerprintOf(file);
+    const std::optional<Files::FileStatus> status = file.status();
+    if (!status) return std::nullopt;
+    return Look{status->length, status->modified, fingerprint};
 }
 
 bool SceneFileAccessor::write(std::string& errors) const {

@@ -55,6 +55,21 @@ class SceneFileAccessor : public Accessor {
     [[nodiscard]] Files::LockedFile::Opening open(Files::LockedFile::Use use) const;
     /// What a later write needs to know of the file as it is now.
     void remember(Files::File& file) const;
+    /// Empty when there is no metadata section to be found.
+    [[nodiscard]] std::optional<std::uint64_t> fingerprintOf(Files::File& file) const;
+
+    /// What tells two states of a file apart.
+    struct Look {
+        std::uint64_t length;
+        std::int64_t modified;
+        std::optional<std::uint64_t> fingerprint;
+        bool operator==(const Look& other) const {
+            return length == other.length && modified == other.modified &&
+                   fingerprint == other.fingerprint;
+        }
+    };
+    /// Empty on failure.
+    [[nodiscard]] std::optional<Look> look(Files::File& file) const;
 
     Findings* fChecking = nullptr;        // what the read finds that a check begins with
     Files::LockedFile::Opening fChecked;  // the file that is checked, locked until that is done

@@ -48,6 +48,32 @@ TEST_F(WriteFaults, HaveAMessageForEachStepBesideAJournal) {
     }
 }
 
+// Whoever wrote the file while it was read without a lock keeps what it wrote.
+TEST_F(WriteFaults, WithoutLocksAWriterBesideAReadLosesNothing) {
+    makeScene("A n1 n2 n3");
+    const std::string other = file();
+    fSystem.hasLocks = false;
+    setPolicy(WritePolicy::careful());
+    int refused = 0;
+    for (int n = 0, calls = n + 1; n < calls; ++n) {
+        makeScene("A n1 n2");
+        calls = 0;
+        fSystem.fails = [&](Call) {
+            if (calls++ == n) file() = other;
+            return false;
+        };
+        const bool hasRead = read();
+        fSystem.fails = [](Call) { return false; };
+        refused += hasRead ? 0 : 1;
+        if (!hasRead) continue;
+        edit("n1=8");
+        const bool hasWritten = write();
+        EXPECT_TRUE(file().find("n3") != std::string::npos || n >= calls) << n;
+        EXPECT_TRUE(hasWritten || file() == other) << n << fErrors;
+    }
+    EXPECT_GT(refused, 0);
+}
+
 TEST_F(WriteFaults, ConflictsAreMetByWhoeverAsksForIt) {
     for (const bool fingerprint : {true, false}) {
         makeScene("A n1 n2 own");
