@@ -33,7 +33,8 @@ class NameOrdered {
 
     iterator begin() { return fEntries.begin(); }
     iterator end() { return fEntries.end(); }
-    [[nodiscard]] unsigned int size() const { return static_cast<unsigned int>(fEntries.size()); }
+    /// Needs no order: sorting takes entries out of the map for a moment, and is not seen here.
+    [[nodiscard]] unsigned int size() const { return fSize; }
 
     /// The end when there are fewer entries.
     iterator at(unsigned int position) {
@@ -56,11 +57,17 @@ class NameOrdered {
 
     iterator insert(Entry entry) {
         std::string name = NameOf()(entry);
-        return fEntries.emplace(std::move(name), std::move(entry));
+        const iterator inserted = fEntries.emplace(std::move(name), std::move(entry));
+        ++fSize;
+        return inserted;
     }
-    void erase(iterator entry) { fEntries.erase(entry); }
+    void erase(iterator entry) {
+        fEntries.erase(entry);
+        --fSize;
+    }
     void swap(NameOrdered& other) noexcept {
         fEntries.swap(other.fEntries);
+        std::swap(fSize, other.fSize);
         const std::uint64_t seen = fRenamesSeen.load(std::memory_order_relaxed);
         markSorted(other.fRenamesSeen.load(std::memory_order_relaxed));
         other.markSorted(seen);
@@ -105,6 +112,7 @@ class NameOrdered {
     }
 
     Map fEntries;
+    unsigned int fSize = 0;
     std::atomic<std::uint64_t> fRenamesSeen{0};
 
     // Names seldom change where readers could notice: one for all is enough.
