@@ -46,7 +46,7 @@ FileRewrite::Outcome FileRewrite::failed(Step step, const std::error_code& error
 FileRewrite::Outcome FileRewrite::run() {
     // Whoever wrote it may not have made sure.
     if (std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready)) return finish();
-    if (const Outcome outcome = prepare(); outcome.failed != Step::kDone) return outcome;
+    if (Outcome outcome = prepare(); outcome.failed != Step::kDone) return outcome;
     Outcome outcome = change();
     if (outcome.failed == Step::kDone) outcome = finish();
     return outcome.failed == Step::kDone ? commit() : undo(outcome);
@@ -167,7 +167,7 @@ FileRewrite::Outcome FileRewrite::writeJournal() {
 
 FileRewrite::Outcome FileRewrite::change() {
     for (std::size_t i = 0; i < fRanges.size(); ++i) {
-        const Outcome outcome = write(i);
+        Outcome outcome = write(i);
         if (outcome.failed != Step::kDone) return outcome;
     }
     const RewriteRange& tail = fRanges.back();

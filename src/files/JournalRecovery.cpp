@@ -18,7 +18,7 @@ constexpr int kMostSetAside = 1000;
 
 }  // namespace
 
-JournalRecovery::JournalRecovery(FileSystem& system, std::string filePath, File& file)
+JournalRecovery::JournalRecovery(FileSystem& system, const std::string& filePath, File& file)
     : JournalRecovery(system, filePath, file, Journal::pathFor(filePath)) {}
 
 JournalRecovery::JournalRecovery(FileSystem& system, std::string filePath, File& file,

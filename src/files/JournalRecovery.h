@@ -26,7 +26,7 @@ class JournalRecovery {
     };
 
     /// The paths are free of links. File and file system outlive the recovery.
-    JournalRecovery(FileSystem& system, std::string filePath, File& file);
+    JournalRecovery(FileSystem& system, const std::string& filePath, File& file);
     /// For a journal that lies where the file was before it was moved.
     JournalRecovery(FileSystem& system, std::string filePath, File& file, std::string journalPath);
 

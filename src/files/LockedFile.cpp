@@ -110,7 +110,7 @@ class FileOpener {
     }
 
     [[nodiscard]] std::string inUse() const {
-        const std::string problem = "The file is in use by another program";
+        std::string problem = "The file is in use by another program";
         if (fOpening.hasLocks) return problem;
         return problem + ", or was when that ended: " + fOpening.journalPath +
                " is there, and the file system has no locks";

@@ -256,16 +256,15 @@ bool giveJournalAccess(int descriptor, const FileAccess& file, std::error_code& 
     if (!made) return false;
     const Suited suits{file};
     const FileAccess wanted = journalAccess(file, made->owner, made->group);
-    if (!suits(wanted)) {
-        error = noSuitableAccess();
-    } else if (setList(descriptor, wanted, error) ||
-               (error == notSupported() && giveMode(descriptor, wanted, suits))) {
-        const std::optional<FileAccess> given = accessOf(descriptor, error = {});
+    if (suits(wanted)) {
+        const bool isSet = setList(descriptor, wanted, error) ||
+                           (error == notSupported() && giveMode(descriptor, wanted, suits));
+        if (!isSet && error != notSupported()) return false;
+        const auto given = isSet ? accessOf(descriptor, error = {}) : std::nullopt;
         if (given && suits(*given)) return true;
-        if (given) error = noSuitableAccess();
-    } else if (error == notSupported()) {
-        error = noSuitableAccess();
+        if (isSet && !given) return false;
     }
+    error = noSuitableAccess();
     return false;
 }
 

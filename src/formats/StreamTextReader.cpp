@@ -49,11 +49,11 @@ unsigned long long numbersInMatrices(const Layout& layout, unsigned int& member)
 StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
     : fIn(in),
       fWords(words),
-      fIsPartial(PartialReading::wanted()),
       fMembers(in, MemberTextReader::Messages::kCountOnly,
-               fIsPartial ? MemberTextReader::AfterBadNumber::kSkipWord
-                          : MemberTextReader::AfterBadNumber::kStop),
-      fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
+               PartialReading::wanted() ? MemberTextReader::AfterBadNumber::kSkipWord
+                                        : MemberTextReader::AfterBadNumber::kStop),
+      fMakeIndex(IndexTypes::maker(Index::theTypeName())),
+      fIsPartial(PartialReading::wanted()) {}
 
 std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     std::unique_ptr<Stream> stream;
@@ -208,17 +208,17 @@ void StreamTextReader::readElement(Stream& stream) {
         stream.clear();
         fChunk->discard();
     } else if (index && fElementIsWhole) {
-        store(stream, std::move(*index));
+        store(stream, index);
     } else {
         fChunk->clear();
     }
 }
 
-void StreamTextReader::store(Stream& stream, Index&& index) {
+void StreamTextReader::store(Stream& stream, std::optional<Index>& index) {
     Handle element = HandleAccess::own(*fStructure, *fLayout, fChunk->release());
-    if (StreamAccess::adoptElement(stream, std::move(index), std::move(element))) return;
-    // A message, but no error.
-    fMessages += "Could not add element at index " + index.asString() + "\n";
+    if (StreamAccess::adoptElement(stream, std::move(*index), std::move(element))) return;
+    // A message, but no error. What was not adopted is still there.
+    fMessages += "Could not add element at index " + index->asString() + "\n";
 }
 
 void StreamTextReader::remarkOn(const Stream& stream, const Index& index) {

@@ -56,7 +56,7 @@ class StreamTextReader {
     void remarkOn(const Stream& stream, const Index& index);
     [[nodiscard]] TextPlace placeOf(const Index& index) const;
     void remarkOnNotFinite(const Member& member, const Index& index);
-    void store(Stream& stream, Index&& index);
+    void store(Stream& stream, std::optional<Index>& index);
     void remarkOnUnreadable(const Member& member, const Index& index);
     void readValues(const Index& index);
     unsigned long long readMember(const Member& member, const Index& index);
@@ -66,26 +66,26 @@ class StreamTextReader {
 
     std::istream& fIn;
     const Keywords fWords;
-    const bool fIsPartial;  // gives what can be read in spite of errors
     MemberTextReader fMembers;
 
     std::string fLine;          // as read
     std::string_view fTrimmed;  // the same without blanks at its ends
-    bool fHasIndexLine = false;
 
     std::string fName;
-    bool fNameSeen = false;
     IndexTypes::Maker fMakeIndex;
-    bool fIndexTypeSeen = false;
     const Structure* fStructure = nullptr;
     RefPtr<const Layout> fLayout;
     std::optional<ElementText> fPlainText;  // for streams whose elements may be plain
     std::optional<ElementChunk> fChunk;     // of the element being read
-    bool fElementIsWhole = false;           // all its values were there, be it bad ones
 
+    std::string fMessages;
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;
-    std::string fMessages;
+    const bool fIsPartial;  // gives what can be read in spite of errors
+    bool fHasIndexLine = false;
+    bool fNameSeen = false;
+    bool fIndexTypeSeen = false;
+    bool fElementIsWhole = false;  // all its values were there, be it bad ones
     bool fReadAMember = false;
 };
 

@@ -124,7 +124,7 @@ void addLosses(const std::string& place, const Data::Stream& ours, const Data::S
             overwritten.push_back(index.asString());
     }
     for (const std::string& list : {listOf("", gone), listOf("the values of ", overwritten)})
-        if (!list.empty()) lines.push_back(place + ", " + list);
+        if (!list.empty()) lines.push_back(fmt::format("{}, {}", place, list));
 }
 
 const Data::Stream* find(const Data::Channel& channel, const Data::Stream& namesake) {
