@@ -4,6 +4,7 @@
 
 #include <data/AccessorQuil.h>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -47,15 +48,32 @@ std::optional<SceneRecord> readRecord(Files::File& file, const BinaryChunk& chun
     return parseChunk(chunk.tag, std::move(data));
 }
 
+// With the node, as far as its name is there. The chunk may claim any size.
+SceneRecord damagedRecord(Files::File& file, const BinaryChunk& chunk) {
+    constexpr std::uint64_t kLongestName = 4096;
+    SceneRecord record;
+    record.place = placeOf(chunk);
+    const bool isNode = chunk.tag.view() == getApplyNodeMetaDataChunkName();
+    if (!isNode || !file.seek(chunk.dataBegin())) return record;
+    std::string data(static_cast<std::size_t>(std::min(chunk.dataSize, kLongestName)), '\0');
+    data.resize(file.read(data.data(), data.size()).value_or(0));
+    std::string_view left = data;
+    if (const auto name = takeString(left)) {
+        record.kind = Kind::kAssociations;
+        record.name = *name;
+    }
+    return record;
+}
+
 }  // namespace
 
 bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Findings& findings) {
     char identification[kIdentificationSize];
     if (!file.seek(0) || !Files::readExactly(file, identification, sizeof identification)) {
-        return findings.fail(Code::kNotAScene, "Could not read file identification.");
+        return findings.fail(Code::kNotAScene, "Could not read file identification.", {0});
     }
     if (!isScene({identification, sizeof identification})) {
-        return findings.fail(Code::kNotAScene, "Not a supported file type.");
+        return findings.fail(Code::kNotAScene, "Not a supported file type.", {0});
     }
     const std::uint64_t mainSize = fromBigEndian({identification + BinaryTrailer::kMainSizeAt, 8});
     trailer.end = mainSize - 8;
@@ -181,7 +199,8 @@ bool readChunks(Files::File& file, std::uint64_t begin, std::uint64_t end, Model
         std::optional<SceneRecord> record;
         if (result == Result::kChunk) record = readRecord(file, chunk);
         if (!record) {
-            return findings.fail(Code::kChunkDamaged, readFailureOf(*kind), placeOf(chunk));
+            return findings.fail(Code::kChunkDamaged, readFailureOf(*kind),
+                                 damagedRecord(file, chunk));
         }
         record->place = placeOf(chunk);
         reading.add(std::move(*record));

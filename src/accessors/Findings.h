@@ -35,6 +35,10 @@ class Findings {
     void add(Code code, std::string message, const SceneRecord& record);
     /// About a place in the record's text.
     void add(Code code, std::string message, const SceneRecord& record, const TextPlace& place);
+    bool fail(Code code, std::string message, const SceneRecord& record) {
+        add(code, std::move(message), record);
+        return false;
+    }
     void add(Findings others);
     /// As it is, of whatever is in it.
     void take(Finding finding);

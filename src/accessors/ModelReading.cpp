@@ -133,6 +133,12 @@ void ModelReading::add(Finding::Code code, std::string message, const FilePlace&
     fFindings.add(nextRank(), findings);
 }
 
+void ModelReading::add(Finding::Code code, std::string message, const SceneRecord& record) {
+    Findings findings;
+    findings.add(code, std::move(message), record);
+    fFindings.add(nextRank(), findings);
+}
+
 void ModelReading::discard() {
     fStructureNames = NameFilter(fStructureNamesGiven);
     fAssociationNames = NameFilter(fAssociationNamesGiven);

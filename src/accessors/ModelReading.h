@@ -96,6 +96,7 @@ class ModelReading {
     void add(SceneRecord record);
     /// In place of a record that was not understood.
     void add(Finding::Code code, std::string message, const FilePlace& place);
+    void add(Finding::Code code, std::string message, const SceneRecord& record);
     /// Forgets everything that was added.
     void discard();
 

@@ -20,9 +20,10 @@ bool QuilAsciiFileAccessor::scan(Files::File& file, ModelReading& reading,
                                  Findings& findings) const {
     if (!isScene(file, findings)) return false;
     const auto size = file.size();
-    if (!size) return !isFailure(Result::kSeekFailed, findings);
+    if (!size) return !isFailure(Result::kSeekFailed, 0, findings);
     TextSceneScanner scanner(file, 0, *size);
-    if (isFailure(scanner.findTrailer(), findings)) return false;
+    const Result found = scanner.findTrailer();
+    if (isFailure(found, scanner.position(), findings)) return false;
     reading.setStrikesOff();
     if (!readStatements(file, scanner, reading, findings)) return false;
     if (reading.isThorough()) checkTextSceneTrailer(file, scanner.trailer(), *size, findings);

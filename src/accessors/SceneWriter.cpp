@@ -20,6 +20,12 @@ namespace orbo::Data {
 namespace {
 
 using Fate = SectionPlan::Fate;
+
+// A format does not know what it is asked to write.
+std::string at(const std::string& place, const std::string& messages) {
+    return messages.empty() ? std::string() : place + ": " + messages;
+}
+
 }  // namespace
 
 SceneWriter::SceneWriter(const Accessor& accessor, const TakenNames& taken, SceneSection& section)
@@ -223,10 +229,10 @@ bool SceneWriter::writeStructure(const Structure& structure, std::string& errors
     std::string messages;
     if (const auto record = recordOf(structure, messages)) {
         if (fSection.append(bytes, *record)) return true;
-        messages = std::string("Structure '") + structure.name() + "': name cannot be written";
+        messages = "name cannot be written";
     }
     addMessage(errors, fSection.failureOf(Part::kStructures));
-    return fail(errors, messages);
+    return fail(errors, at(std::string("Structure '") + structure.name() + "'", messages));
 }
 
 bool SceneWriter::writeNode(const WrittenModel::Node& node, std::string& errors) {
@@ -242,7 +248,7 @@ bool SceneWriter::writeNode(const WrittenModel::Node& node, std::string& errors)
         recordOf(*node.name, *node.associations, fAccessor.writePolicy().exactNumbers, messages);
     if (!record) {
         addMessage(errors, fSection.failureOf(isScene ? Part::kScene : Part::kNodes));
-        return fail(errors, messages);
+        return fail(errors, at(ModelPlace::of(*node.name), messages));
     }
     return fSection.append(bytes, *record) ||
            fail(errors, ModelPlace::of(*node.name) + ": name cannot be written");

@@ -42,7 +42,7 @@ bool checkTextSceneHeader(Files::File& file, Findings& findings) {
     const auto got = file.seek(0) ? file.read(bytes.data(), bytes.size()) : std::nullopt;
     if (!got || *got == 0) {
         return findings.fail(got ? Code::kNotAScene : Code::kFileUnreadable,
-                             "Error reading header.");
+                             "Error reading header.", {0});
     }
     const std::string_view text = std::string_view(bytes).substr(0, *got);
     const std::size_t feed = text.find('\n');

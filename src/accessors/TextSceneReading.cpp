@@ -18,35 +18,48 @@ using Result = TextSceneScanner::Result;
 // As far as something behind the trailer's line is looked for.
 constexpr std::uint64_t kMostOfTrailer = 64 * 1024;
 
+void addUnreadable(const SceneRecordRange& range, const char* message,
+                   const std::optional<std::string>& node, ModelReading& reading) {
+    using Code = Finding::Code;
+    const Code code = range.closed ? Code::kStatementUnreadable : Code::kStatementUnclosed;
+    SceneRecord record;
+    record.place.offset = range.begin;
+    if (node) {
+        record.kind = SceneRecord::Kind::kAssociations;
+        record.name = *node;
+    }
+    reading.add(code, message, record);
+}
+
 Result readStatement(Files::File& file, const SceneRecordRange& range, ModelReading& reading) {
     const char* message = TextStatement::unreadableMessage(range.kind);
-    std::optional<TextStatement::Parts> parts;
-    if (range.closed) {
-        std::string bytes(static_cast<std::size_t>(range.end - range.begin), '\0');
-        if (!file.seek(range.begin)) return Result::kSeekFailed;
-        if (!Files::readExactly(file, bytes.data(), bytes.size())) return Result::kReadFailed;
-        parts = TextStatement::takeApart(range.kind, std::move(bytes), message);
+    if (!range.closed) {
+        addUnreadable(range, message, std::nullopt, reading);
+        return Result::kStatement;
     }
-    if (parts) {
-        if (!reading.wants(parts->record)) return Result::kStatement;
+    std::string bytes(static_cast<std::size_t>(range.end - range.begin), '\0');
+    if (!file.seek(range.begin)) return Result::kSeekFailed;
+    if (!Files::readExactly(file, bytes.data(), bytes.size())) return Result::kReadFailed;
+    const bool isNode = range.kind == SceneRecord::Kind::kAssociations;
+    const auto node = isNode ? TextStatement::nodeOf(bytes) : std::nullopt;
+    auto parts = TextStatement::takeApart(range.kind, std::move(bytes), message);
+    if (!parts) {
+        addUnreadable(range, message, node, reading);
+    } else if (reading.wants(parts->record)) {
         SceneRecord record = TextStatement::unescaped(std::move(*parts));
         record.place.offset = range.begin;
         reading.add(std::move(record));
-    } else {
-        using Code = Finding::Code;
-        reading.add(range.closed ? Code::kStatementUnreadable : Code::kStatementUnclosed, message,
-                    {range.begin});
     }
     return Result::kStatement;
 }
 
 }  // namespace
 
-bool isFailure(Result result, Findings& findings) {
+bool isFailure(Result result, std::uint64_t offset, Findings& findings) {
     const bool seekFailed = result == Result::kSeekFailed;
     if (!seekFailed && result != Result::kReadFailed) return false;
     findings.add(Finding::Code::kFileUnreadable,
-                 seekFailed ? "Could not seek previous block." : "Could not read block.");
+                 seekFailed ? "Could not seek previous block." : "Could not read block.", {offset});
     return true;
 }
 
@@ -58,8 +71,10 @@ bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& 
     while (!scanner.trailer() || reading.wantsMore()) {
         SceneRecordRange range;
         Result result = scanner.next(range);
+        std::uint64_t position = scanner.position();
         if (result == Result::kStatement) {
             ++met;
+            position = range.begin;
             result = readStatement(file, range, reading);
         }
         if (result == Result::kTrailer) {
@@ -67,7 +82,7 @@ bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& 
             reading.discard();
         }
         if (result == Result::kDone) return true;
-        if (isFailure(result, findings)) return false;
+        if (isFailure(result, position, findings)) return false;
     }
     reading.setMetOnly(met);
     return true;

@@ -12,8 +12,8 @@
 
 namespace orbo::Data {
 
-/// True, with a finding, when the file could not be read.
-bool isFailure(TextSceneScanner::Result result, Findings& findings);
+/// True, with a finding, when the file could not be read there.
+bool isFailure(TextSceneScanner::Result result, std::uint64_t offset, Findings& findings);
 
 /// Scans until the reading wants no more. False, with a finding, when the file cannot be read.
 bool readStatements(Files::File& file, TextSceneScanner& scanner, ModelReading& reading,

@@ -37,8 +37,15 @@ TextSceneScanner::TextSceneScanner(Files::File& file, std::uint64_t begin, std::
       fBegin(begin),
       fEnd(std::max(begin, end)),
       fLines(file, begin, fEnd),
+      fPosition(fEnd),
       fNextBegin(fEnd),
       fLinesAhead(fEnd) {}
+
+BackwardLineReader::Result TextSceneScanner::previous(LineDescriptor& line) {
+    const BackwardLineReader::Result result = fLines.previous(line);
+    fPosition = fLines.blockOffset();
+    return result;
+}
 
 TextSceneScanner::Result TextSceneScanner::foundTrailer(std::uint64_t at) {
     fTrailer = at;
@@ -52,6 +59,7 @@ TextSceneScanner::Result TextSceneScanner::foundTrailer(std::uint64_t at) {
 TextSceneScanner::Result TextSceneScanner::findTrailer() {
     std::string tail(static_cast<std::size_t>(std::min(fEnd - fBegin, kTrailerRange)), '\0');
     const std::uint64_t offset = fEnd - tail.size();
+    fPosition = offset;
     if (!fFile.seek(offset)) return Result::kSeekFailed;
     if (!Files::readExactly(fFile, tail.data(), tail.size())) return Result::kReadFailed;
     const std::size_t feed = tail.rfind('\n' + AccessorQuil::Ascii::getTrailerPrefix());
@@ -74,7 +82,7 @@ void TextSceneScanner::noteBeginOfStatement(std::uint64_t at) {
 TextSceneScanner::Result TextSceneScanner::trailerInFront() {
     LineDescriptor line;
     BackwardLineReader::Result result = BackwardLineReader::Result::kLine;
-    while ((result = fLines.previous(line)) == BackwardLineReader::Result::kLine) {
+    while ((result = previous(line)) == BackwardLineReader::Result::kLine) {
         if (isTrailer(line.head())) return foundTrailer(line.begin);
     }
     return failureOf(result);
@@ -83,7 +91,7 @@ TextSceneScanner::Result TextSceneScanner::trailerInFront() {
 TextSceneScanner::Result TextSceneScanner::next(SceneRecordRange& statement) {
     LineDescriptor line;
     BackwardLineReader::Result result = BackwardLineReader::Result::kLine;
-    while ((result = fLines.previous(line)) == BackwardLineReader::Result::kLine) {
+    while ((result = previous(line)) == BackwardLineReader::Result::kLine) {
         fLinesAhead.add(line);
         if (line.blank) continue;
         if (!fTrailer && isTrailer(line.head())) return foundTrailer(line.begin);

@@ -40,12 +40,15 @@ class TextSceneScanner {
     void trailerIsAtEnd() { fTrailer = fEnd; }
     Result next(SceneRecordRange& statement);
 
+    /// Where the bytes begin that were read last, or that could not be.
+    [[nodiscard]] std::uint64_t position() const { return fPosition; }
     /// Where the trailer line begins, as far as it has been met.
     [[nodiscard]] std::optional<std::uint64_t> trailer() const { return fTrailer; }
     /// What is in front of the statement met last, or of the trailer; as far as it has been met.
     [[nodiscard]] const TextLinesAhead& linesAhead() const { return fLinesAhead; }
 
   private:
+    Files::BackwardLineReader::Result previous(Files::LineDescriptor& line);
     Result foundTrailer(std::uint64_t at);
     Result trailerInFront();
     /// True when the line is the one that the scan ends at.
@@ -56,6 +59,7 @@ class TextSceneScanner {
     std::uint64_t fBegin;
     std::uint64_t fEnd;
     Files::BackwardLineReader fLines;
+    std::uint64_t fPosition;
     std::optional<std::uint64_t> fTrailer;
 
     // Of what lies behind the present line, all that is remembered:

@@ -189,6 +189,20 @@ std::optional<Parts> takeApart(Kind kind, std::string statement, const char*& me
     return Parts{std::move(record), std::move(statement), quotes.at[2] + 1, quotes.at[3]};
 }
 
+std::optional<std::string> nodeOf(std::string_view statement) {
+    statement = Ascii::trimRight(statement);
+    if (statement.empty() || statement.back() != ';') return std::nullopt;
+    statement.remove_suffix(1);
+    statement = Ascii::trimRight(statement);
+    const std::string_view word = takeLastWord(statement);
+    const bool isName = !statement.empty() && word.find_first_of("\";") == std::string_view::npos;
+    if (!isName || word == formatFlag(Kind::kAssociations) ||
+        word == valueFlag(Kind::kAssociations)) {
+        return std::nullopt;
+    }
+    return word == sceneFlag() ? std::string() : std::string(word);
+}
+
 SceneRecord unescaped(Parts parts) {
     parts.line.resize(parts.textEnd);
     unescape(parts.line, parts.textBegin);

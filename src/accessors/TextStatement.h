@@ -43,6 +43,9 @@ SceneRecord unescaped(Parts parts);
 /// A statement that `parse` understands, for readers that take comments in it for a part of it and
 /// want a blank in front of the target: as it is, or in one line and without its comments.
 std::string forOtherReaders(std::string_view statement);
+/// The node of an associations statement that `parse` does not understand, as far as it can be
+/// told; empty for the scene itself.
+std::optional<std::string> nodeOf(std::string_view statement);
 /// The message about a statement without a ";" of its own.
 const char* unreadableMessage(SceneRecord::Kind kind);
 

@@ -44,6 +44,9 @@ class BackwardLineReader {
     /// but `kLine` there is nothing more to ask for.
     Result previous(LineDescriptor& line);
 
+    /// Where the block begins that was read last, or that could not be.
+    [[nodiscard]] std::uint64_t blockOffset() const { return fBlockOffset; }
+
   private:
     Result loadBlock();
     /// Looks at what the block holds of the line; true when that reaches the line's beginning.

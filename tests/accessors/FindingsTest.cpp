@@ -70,6 +70,8 @@ TEST_F(FindingsTest, OfATextSceneHaveLines) {
          "+1 text-unreadable n1, +4 text-unreadable, +5 statement-unclosed, "
          "+7 text-unreadable n2, +9 text-unreadable own"},
         {"applyMetadata -fmt \"odd\" -v \"\" n1;", "+1 format-unknown n1"},
+        {"applyMetadata -fmt \"raw\" n1; applyMetadata -scn; applyMetadata -v;",
+         "+1 statement-unreadable n1, +5 statement-unreadable own, +7 statement-unreadable"},
     };
     for (const std::size_t longer : {0, 65535, 65536, 200000}) {
         for (const auto& [words, found] : rows) {
@@ -186,6 +188,7 @@ TEST_F(FindingsTest, OfABinarySceneHaveChunks) {
         {good + nodeChunk("n1", "!") + structureChunk("?"), "xy",
          "MTDA@40 text-unreadable n1, DATS@72 text-unreadable, @120 end-misplaced"},
         {good + chunk("MTDA", "n1"), "", "MTDA@40 chunk-damaged"},
+        {good + chunk("MTDA", strings("n1") + "raw"), "", "MTDA@40 chunk-damaged n1"},
         {good + chunk("REFS", "12345678", 9), "", "REFS@40 chunk-damaged"},
         {good + "REFS", "", "@40 chunk-damaged"},
     };

@@ -40,6 +40,8 @@ TEST_F(TextSceneRead, FailingCallsAreReported) {
             if (read()) break;
             EXPECT_EQ(model(), "|");
             messages.insert(fErrors);
+            const bool hasPlace = fAccessor.findings().front().offset.has_value();
+            EXPECT_EQ(hasPlace, fErrors != "Could not open scene.kx") << fErrors;
         }
     }
     EXPECT_GT(calls, 8);

@@ -185,8 +185,10 @@ TEST_F(CarriedTest, ValuesAreOrAreRefused) {
     check("", M::kDouble, thirds, exact);
     check("@i: member 'x' would not read back as it is", M::kDouble, thirds, sixDigits);
     check("@i: element without data", M::kInt32, noData);
-    check("Could not write node associations statement to file.\nMember at record 1 not recognized",
-          M::kInt32, noData, WritePolicy());
+    check(
+        "Could not write node associations statement to file.\nNode 'm': Member at record 1 not "
+        "recognized",
+        M::kInt32, noData, WritePolicy());
     check("Node 'm' would not read back\nStructure 'B' not found\n", M::kInt32, asItIs,
           nothingAdded);
     // By default they are the caller's to add, and the metadata cannot be read without.
