@@ -5,10 +5,10 @@
 
 #include "Law.h"
 #include "files/Checksum.h"
-#include "files/Journal.h"
 #include "files/JournalBytes.h"
 #include "files/LockedFile.h"
 #include "files/ScriptedFileSystem.h"
+#include "files/journal/Journal.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 
 #include "DiskSystem.h"
 #include "files/FileRewrite.h"
-#include "files/MovedRecovery.h"
+#include "files/journal/MovedRecovery.h"
 
 namespace orbo::Proofs {
 namespace {

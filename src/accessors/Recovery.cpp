@@ -5,7 +5,7 @@
 #include "accessors/Inspection.h"
 #include "accessors/Messages.h"
 #include "files/LockedFile.h"
-#include "files/MovedRecovery.h"
+#include "files/journal/MovedRecovery.h"
 
 namespace orbo::Data {
 

@@ -3,7 +3,7 @@
 #include "files/File.h"
 
 #include "files/FileAccess.h"
-#include "files/PosixFileSystem.h"
+#include "files/posix/PosixFileSystem.h"
 
 namespace orbo::Files {
 

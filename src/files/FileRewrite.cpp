@@ -7,7 +7,7 @@
 #include <new>
 #include <string_view>
 
-#include "files/JournalTrust.h"
+#include "files/journal/JournalTrust.h"
 
 namespace orbo::Files {
 

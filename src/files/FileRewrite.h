@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "files/Journal.h"
 #include "files/LockedFile.h"
 #include "files/RewriteRange.h"
+#include "files/journal/Journal.h"
 
 namespace orbo::Files {
 

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "files/File.h"
-#include "files/JournalRecovery.h"
+#include "files/journal/JournalRecovery.h"
 
 namespace orbo::Files {
 

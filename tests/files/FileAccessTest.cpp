@@ -7,8 +7,8 @@
 #include <random>
 #include <string>
 
-#include "files/JournalTrust.h"
-#include "files/PosixAccess.h"
+#include "files/journal/JournalTrust.h"
+#include "files/posix/PosixAccess.h"
 
 namespace orbo::Files {
 namespace {

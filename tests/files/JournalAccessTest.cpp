@@ -18,7 +18,7 @@
 
 #include "files/FileRewrite.h"
 #include "files/LockedFile.h"
-#include "files/PosixFileSystem.h"
+#include "files/posix/PosixFileSystem.h"
 
 namespace orbo::Files {
 namespace {

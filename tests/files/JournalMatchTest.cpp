@@ -1,6 +1,6 @@
 // Which mixtures of old and new bytes a rewrite can have left, and which somebody else has made.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/JournalMatch.h"
+#include "files/journal/JournalMatch.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // What becomes of a file and of a journal that is found beside it.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/JournalRecovery.h"
+#include "files/journal/JournalRecovery.h"
 
 #include <gtest/gtest.h>
 

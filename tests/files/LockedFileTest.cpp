@@ -14,8 +14,8 @@
 #include <string>
 
 #include "files/FileRewrite.h"
-#include "files/MountTable.h"
 #include "files/ScriptedFileSystem.h"
+#include "files/posix/MountTable.h"
 
 namespace orbo::Files {
 namespace {

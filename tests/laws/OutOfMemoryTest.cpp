@@ -22,7 +22,7 @@
 
 #include "core/StructureRegistry.h"
 #include "files/FileAccess.h"
-#include "files/Journal.h"
+#include "files/journal/Journal.h"
 #include "laws/Allocations.h"
 
 namespace orbo::Data {

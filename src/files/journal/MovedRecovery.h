@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "files/JournalRecovery.h"
 #include "files/LockedFile.h"
+#include "files/journal/JournalRecovery.h"
 
 namespace orbo::Files {
 

@@ -1,6 +1,6 @@
 // Whether a file that is in the place of a journal may be acted on.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/JournalTrust.h"
+#include "files/journal/JournalTrust.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // Recovers a file that was moved, or renamed, without its journal.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/MovedRecovery.h"
+#include "files/journal/MovedRecovery.h"
 
 #include <utility>
 

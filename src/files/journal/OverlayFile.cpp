@@ -1,6 +1,6 @@
 // A file with the old bytes of a journal in the place of those that it holds.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/OverlayFile.h"
+#include "files/journal/OverlayFile.h"
 
 #include <algorithm>
 #include <utility>

@@ -4,7 +4,7 @@
 #define _FILE_OFFSET_BITS 64
 #endif
 
-#include "files/PosixAccess.h"
+#include "files/posix/PosixAccess.h"
 
 #include <grp.h>
 #include <pwd.h>

@@ -1,6 +1,6 @@
 // Compares a file with the journal of a rewrite that was cut short.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/JournalMatch.h"
+#include "files/journal/JournalMatch.h"
 
 #include <algorithm>
 #include <string>

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "files/File.h"
-#include "files/Journal.h"
+#include "files/journal/Journal.h"
 
 namespace orbo::Files {
 

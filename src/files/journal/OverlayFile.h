@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "files/Journal.h"
 #include "files/ReadOnlyFile.h"
+#include "files/journal/Journal.h"
 
 namespace orbo::Files {
 

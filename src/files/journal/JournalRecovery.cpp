@@ -1,13 +1,13 @@
 // Brings a file whose rewrite was cut short back to its old bytes, or to its new ones.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/JournalRecovery.h"
+#include "files/journal/JournalRecovery.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "files/JournalMatch.h"
-#include "files/JournalTrust.h"
-#include "files/OverlayFile.h"
+#include "files/journal/JournalMatch.h"
+#include "files/journal/JournalTrust.h"
+#include "files/journal/OverlayFile.h"
 
 namespace orbo::Files {
 

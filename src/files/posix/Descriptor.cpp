@@ -1,6 +1,6 @@
 // The number of an open file, which no child of this process keeps.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/Descriptor.h"
+#include "files/posix/Descriptor.h"
 
 #include <pthread.h>
 #include <unistd.h>

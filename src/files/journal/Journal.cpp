@@ -1,6 +1,6 @@
 // What a rewrite leaves beside a file until it is finished: the old bytes and the new ones.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/Journal.h"
+#include "files/journal/Journal.h"
 
 #include <algorithm>
 #include <random>

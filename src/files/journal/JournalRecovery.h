@@ -6,7 +6,7 @@
 #include <string>
 
 #include "files/File.h"
-#include "files/Journal.h"
+#include "files/journal/Journal.h"
 
 namespace orbo::Files {
 

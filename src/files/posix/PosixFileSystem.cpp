@@ -4,7 +4,7 @@
 #define _FILE_OFFSET_BITS 64
 #endif
 
-#include "files/PosixFileSystem.h"
+#include "files/posix/PosixFileSystem.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -20,9 +20,9 @@
 #include <limits>
 #include <utility>
 
-#include "files/Descriptor.h"
-#include "files/MountTable.h"
-#include "files/PosixAccess.h"
+#include "files/posix/Descriptor.h"
+#include "files/posix/MountTable.h"
+#include "files/posix/PosixAccess.h"
 
 namespace orbo::Files {
 

@@ -1,6 +1,6 @@
 // What is mounted in this system.
 // SPDX-License-Identifier: Apache-2.0
-#include "files/MountTable.h"
+#include "files/posix/MountTable.h"
 
 #include <fstream>
 #include <sstream>
