@@ -10,7 +10,7 @@
 #include <string>
 
 #include "Law.h"
-#include "accessors/ModelText.h"
+#include "scenes/model/ModelText.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Binary scenes: only the metadata chunks and three sizes change.
 // SPDX-License-Identifier: Apache-2.0
-#include "accessors/BinaryScene.h"
+#include "scenes/BinaryScene.h"
 
 #include <string>
 

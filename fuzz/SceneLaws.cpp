@@ -20,9 +20,9 @@
 #include <vector>
 
 #include "Law.h"
-#include "accessors/LiteralModel.h"
-#include "accessors/ModelText.h"
 #include "files/ScriptedFileSystem.h"
+#include "scenes/LiteralModel.h"
+#include "scenes/model/ModelText.h"
 
 namespace orbo::Fuzz {
 

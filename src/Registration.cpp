@@ -1,9 +1,9 @@
 // All that loading the library registers, in order, and that unloading undoes.
 // SPDX-License-Identifier: Apache-2.0
-#include "accessors/QuilAsciiFileAccessor.h"
-#include "accessors/QuilBinaryFileAccessor.h"
 #include "core/StructureRegistry.h"
 #include "debug/StartUp.h"
+#include "scenes/binary/QuilBinaryFileAccessor.h"
+#include "scenes/text/QuilAsciiFileAccessor.h"
 
 #include <data/AccessorFactory.h>
 #include <data/AssociationsSerializerRaw.h>

@@ -1,0 +1,39 @@
+// The chunks that binary scenes are made of.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/binary/BinaryChunk.h"
+
+namespace orbo::Data {
+
+std::string BinaryChunk::header(std::string_view tag, std::uint64_t dataSize) {
+    return std::string(tag) + bigEndian(0, 4) + bigEndian(dataSize, 8);
+}
+
+void BinaryChunk::append(std::string& out, std::string_view tag, std::string_view data) {
+    out += header(tag, data.size());
+    out += data;
+    out.append(static_cast<std::size_t>(paddedSize(data.size()) - data.size()), '\0');
+}
+
+bool readChunkHeader(Files::File& file, std::uint64_t begin, BinaryChunk& chunk) {
+    char bytes[BinaryChunk::kHeaderSize];
+    if (!Files::readExactlyAt(file, begin, bytes, sizeof bytes)) return false;
+    chunk.tag = ChunkTag({bytes, 4});
+    chunk.begin = begin;
+    chunk.dataSize = fromBigEndian({bytes + 8, 8});
+    return true;
+}
+
+ChunkWalk::Result ChunkWalk::next(BinaryChunk& chunk) {
+    if (fNext == fEnd) return Result::kDone;
+    if (fEnd - fNext < BinaryChunk::kHeaderSize) return Result::kBadHeader;
+    if (!readChunkHeader(fFile, fNext, chunk)) return Result::kBadHeader;
+    // Room is a multiple of nothing: the padded size is only safe to ask for once the size fits.
+    const std::uint64_t room = fEnd - chunk.dataBegin();
+    if (chunk.dataSize > room || BinaryChunk::paddedSize(chunk.dataSize) > room) {
+        return Result::kBadData;
+    }
+    fNext = chunk.end();
+    return Result::kChunk;
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,59 @@
+// The end of a binary scene, where its metadata is.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "files/File.h"
+#include "scenes/Findings.h"
+#include "scenes/SceneRecord.h"
+#include "scenes/binary/BinaryChunk.h"
+#include "scenes/reading/ModelReading.h"
+
+namespace orbo::Data {
+
+/// Where it lies. The file's main group ends with the trailer group, whose chunks lie from
+/// `begin` to `end`; there the last chunk of both begins, which says how far back `begin` is.
+struct BinaryTrailer {
+    /// Of the fields that tell the sizes of the two groups, 8 bytes each.
+    static constexpr std::uint64_t kMainSizeAt = 8;
+    [[nodiscard]] std::uint64_t sizeAt() const { return begin - 12; }
+
+    /// From `end` to the end of the file.
+    static constexpr std::uint64_t kEndChunkSize = 24;
+    /// From `end` to behind the distance, which counts from there.
+    static constexpr std::uint64_t kDistanceEnd = 20;
+
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+
+    [[nodiscard]] std::uint64_t fileEnd() const { return end + kEndChunkSize; }
+    [[nodiscard]] std::uint64_t mainSize() const { return fileEnd() - BinaryChunk::kHeaderSize; }
+    /// With the form type in front and the end chunk.
+    [[nodiscard]] std::uint64_t size() const { return end - begin + 4 + kEndChunkSize; }
+    [[nodiscard]] std::uint64_t distance() const { return end - begin + kDistanceEnd; }
+};
+
+/// Follows the sizes in the file, none of which is believed. False, with a finding, when the file
+/// is no binary scene or damaged.
+bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Findings& findings);
+/// What is wrong when the file does not end where the trailer does; empty when it does.
+std::string misplacedEnd(const BinaryTrailer& trailer, std::uint64_t fileSize);
+
+/// Empty for the chunks of others.
+std::optional<SceneRecord::Kind> kindOfChunk(ChunkTag tag);
+/// Takes the data of a metadata chunk apart; empty when a string in it has no end, and then there
+/// is a message for it.
+std::optional<SceneRecord> parseChunk(ChunkTag tag, std::string data);
+const char* readFailureOf(SceneRecord::Kind kind);
+/// False for names and texts that cannot end with a zero byte, for they have one inside.
+bool appendChunk(std::string& out, const SceneRecord& record);
+
+/// Feeds the metadata chunks in a range of a file to a reading. False, with a finding, when a chunk
+/// is damaged or cannot be read.
+bool readChunks(Files::File& file, std::uint64_t begin, std::uint64_t end, ModelReading& reading,
+                Findings& findings);
+
+}  // namespace orbo::Data

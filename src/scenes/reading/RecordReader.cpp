@@ -1,0 +1,46 @@
+// From the texts in a scene file to objects, by the formats that the file names.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/reading/RecordReader.h"
+
+#include <data/AssociationsSerializer.h>
+#include <data/StructureSerializer.h>
+
+#include <utility>
+
+#include "scenes/reading/MemoryStream.h"
+
+namespace orbo::Data {
+
+namespace {
+
+// Formats may take their error string for their own, so each call gets a new one.
+template <typename Format, typename Owner>
+Owner readBy(const SceneRecord& record, const char* failure, Findings& findings) {
+    const Format* format = Format::formatByName(record.format);
+    if (!format) {
+        findings.add(Finding::Code::kFormatUnknown,
+                     "Could not find serializer for format " + record.format, record);
+        return Owner();
+    }
+    MemoryStream in(record.text);
+    std::string messages;
+    Owner object(format->read(in, messages));
+    if (!object && messages.empty()) messages = failure;
+    findings.add(object ? Finding::Code::kTextRemark : Finding::Code::kTextUnreadable,
+                 std::move(messages), record);
+    return object;
+}
+
+}  // namespace
+
+RefPtr<Structure> readStructure(const SceneRecord& record, Findings& findings) {
+    return readBy<StructureSerializer, RefPtr<Structure>>(record, "Could not read structure.",
+                                                          findings);
+}
+
+std::unique_ptr<Associations> readAssociations(const SceneRecord& record, Findings& findings) {
+    return readBy<AssociationsSerializer, std::unique_ptr<Associations>>(
+        record, "Could not read associations.", findings);
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,22 @@
+// From the texts in a scene file to objects, by the formats that the file names.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Associations.h>
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+
+#include <memory>
+
+#include "scenes/Findings.h"
+#include "scenes/SceneRecord.h"
+
+namespace orbo::Data {
+
+/// Both give null, and always a finding with it, for a format nobody registered and for text that
+/// it cannot read. They let the exceptions of formats pass.
+RefPtr<Structure> readStructure(const SceneRecord& record, Findings& findings);
+/// Looks the structures up in the registry.
+std::unique_ptr<Associations> readAssociations(const SceneRecord& record, Findings& findings);
+
+}  // namespace orbo::Data

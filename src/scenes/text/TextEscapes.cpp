@@ -1,0 +1,108 @@
+// Quoted values of text scenes: the escapes and their undoing.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/text/TextStatement.h"
+
+#include <array>
+#include <cstddef>
+
+#include "core/EightBytes.h"
+
+namespace orbo::Data::TextStatement {
+
+namespace {
+
+// The letters of the control characters from 7 on.
+constexpr char kFirstNamed = 7;
+constexpr std::string_view kNames = "abtnvfr";
+
+bool isOctal(char c) { return c >= '0' && c <= '7'; }
+
+void appendOctal(std::string& out, char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    out += '\\';
+    for (int shift = 6; shift >= 0; shift -= 3) {
+        out += static_cast<char>('0' + ((byte >> shift) & 7));
+    }
+}
+
+// What a character stands for behind a backslash, where most stand for themselves.
+constexpr auto kMeanings = [] {
+    std::array<char, 256> meanings{};
+    for (std::size_t i = 0; i < meanings.size(); ++i) meanings[i] = static_cast<char>(i);
+    for (std::size_t i = 0; i < kNames.size(); ++i) {
+        meanings[static_cast<unsigned char>(kNames[i])] = static_cast<char>(kFirstNamed + i);
+    }
+    return meanings;
+}();
+
+// The character that the escape at `at`, behind its backslash, stands for; moves behind it.
+char escapedCharacter(const char*& at, const char* end) {
+    if (isOctal(*at)) {
+        unsigned int value = 0;
+        for (int digits = 0; digits < 3 && at != end && isOctal(*at); ++digits) {
+            value = value * 8 + static_cast<unsigned int>(*at++ - '0');
+        }
+        return static_cast<char>(value & 0xFF);
+    }
+    return kMeanings[static_cast<unsigned char>(*at++)];
+}
+
+// Moves all up to the next backslash or the end; `out` is nowhere behind `at`.
+void movePlain(char*& out, const char*& at, const char* end) {
+    constexpr std::ptrdiff_t kStride = EightBytes::kSize;
+    // Once they are a stride apart, no move touches what is still to be read.
+    while (EightBytes::kUsable && at - out >= kStride && end - at >= kStride) {
+        const EightBytes bytes(at);
+        bytes.store(out);
+        const int plain = bytes.countBefore('\\');
+        out += plain;
+        at += plain;
+        if (plain < kStride) return;
+    }
+    while (at != end && *at != '\\') *out++ = *at++;
+}
+
+}  // namespace
+
+void appendEscaped(std::string& out, std::string_view text) {
+    out.reserve(out.size() + text.size());
+    for (const char c : text) {
+        if (c == '\\' || c == '"') {
+            out += '\\';
+            out += c;
+        } else if (c >= kFirstNamed && c < kFirstNamed + static_cast<int>(kNames.size())) {
+            out += '\\';
+            out += kNames[static_cast<std::size_t>(c - kFirstNamed)];
+        } else if (static_cast<unsigned char>(c) < 32 || c == 127) {
+            appendOctal(out, c);
+        } else {
+            out += c;
+        }
+    }
+}
+
+void appendEscapedLines(std::string& out, std::string_view text) {
+    for (const char c : text) {
+        if (c == '\n') {
+            out += "\\n";
+        } else {
+            if (c == '\\') out += '\\';
+            out += c;
+        }
+    }
+}
+
+void unescape(std::string& text, std::size_t begin) {
+    char* out = text.data();
+    const char* const end = text.data() + text.size();
+    for (const char* at = text.data() + begin; at != end;) {
+        movePlain(out, at, end);
+        if (at == end) break;
+        // A backslash with nothing behind it stands for itself.
+        const bool escapes = ++at != end;
+        *out++ = escapes ? escapedCharacter(at, end) : '\\';
+    }
+    text.resize(static_cast<std::size_t>(out - text.data()));
+}
+
+}  // namespace orbo::Data::TextStatement

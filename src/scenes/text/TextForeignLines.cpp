@@ -1,0 +1,52 @@
+// The lines of a text scene's section that are no metadata.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/text/TextForeignLines.h"
+
+#include "scenes/text/TextLinesAhead.h"
+#include "scenes/text/TextStatement.h"
+
+namespace orbo::Data {
+
+namespace {
+
+constexpr std::string_view kMutingGuard = TextLinesAhead::kMutingGuard;
+constexpr std::string_view kLineEnd = " \t\r\n";
+
+bool beginsStatement(std::string_view line) {
+    return TextStatement::kindOf(line) || TextStatement::isSceneCommand(line);
+}
+
+}  // namespace
+
+void TextForeignLines::add(std::string_view line, bool unclosed) {
+    fLines.push_back({line, unclosed});
+}
+
+bool TextForeignLines::mutesTheNext(std::size_t at) const {
+    if (at + 1 == fLines.size() || fLines[at].text != kMutingGuard) return false;
+    const std::string_view line = fLines[at].text;
+    const std::string_view next = fLines[at + 1].text;
+    return line.data() + line.size() == next.data() && beginsStatement(next);
+}
+
+void TextForeignLines::appendTo(std::string& out, bool behindStatements, bool isClosed) const {
+    appendTo(out, false, behindStatements, isClosed);
+    appendTo(out, true, behindStatements, isClosed);
+}
+
+// Guards that earlier writes put there go, and come back where they are needed. Where no metadata
+// is left, a statement that was not understood stays as it was found.
+void TextForeignLines::appendTo(std::string& out, bool unclosed, bool behindStatements,
+                                bool& isClosed) const {
+    for (std::size_t at = 0; at < fLines.size(); ++at) {
+        const Line& line = fLines[at];
+        if (line.unclosed != unclosed || (isClosed && mutesTheNext(at))) continue;
+        const bool mayAct = behindStatements || unclosed || !TextStatement::kindOf(line.text);
+        if (isClosed && mayAct && beginsStatement(line.text)) out += kMutingGuard;
+        out += line.text;
+        const std::size_t last = line.text.find_last_not_of(kLineEnd);
+        if (last != std::string_view::npos) isClosed = line.text[last] == ';';
+    }
+}
+
+}  // namespace orbo::Data
