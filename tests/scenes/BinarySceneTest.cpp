@@ -259,7 +259,7 @@ TEST(BinarySceneOnDisk, CountsDistancesUpTo32Bits) {
 }
 
 TEST_F(BinarySceneTest, HasAMessageForEachStepOfAWrite) {
-    for (const Step& step : stepsOf("accessors/data/binary-steps.txt")) {
+    for (const Step& step : stepsOf("scenes/data/binary-steps.txt")) {
         SCOPED_TRACE(step.message);
         makeScene(kApp + kA + node("n"));
         ASSERT_TRUE(read());

@@ -13,7 +13,7 @@ namespace {
 using TextSceneRead = SceneTest;
 
 TEST_F(TextSceneRead, HeaderTable) {
-    std::vector<std::vector<std::string>> rows = rowsOf("accessors/data/headers.txt");
+    std::vector<std::vector<std::string>> rows = rowsOf("scenes/data/headers.txt");
     rows.push_back(
         {"//Quil ASCII 2016" + std::string(5000, ' ') + " scene\n", "Unexpected header end."});
     for (const auto& row : rows) {
@@ -53,7 +53,7 @@ TEST_F(TextSceneRead, ModelsAndMessages) {
     const RefPtr<Structure> callers = makeStructure("A");
     ASSERT_TRUE(Structure::registerStructure(*callers));
     const auto registered = Structure::allStructures();
-    for (std::vector<std::string> row : rowsOf("accessors/data/models.txt")) {
+    for (std::vector<std::string> row : rowsOf("scenes/data/models.txt")) {
         SCOPED_TRACE(row.at(0));
         row.resize(4);
         file() = sceneFront() + statements(row[0]);

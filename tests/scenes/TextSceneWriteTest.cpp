@@ -9,7 +9,7 @@ namespace {
 using TextSceneWrite = SceneTest;
 
 TEST_F(TextSceneWrite, Decisions) {
-    for (std::vector<std::string> row : rowsOf("accessors/data/decisions.txt")) {
+    for (std::vector<std::string> row : rowsOf("scenes/data/decisions.txt")) {
         SCOPED_TRACE(row.at(0));
         const std::string& after = row.at(3);
         const bool readsAll = row.size() == 4 || row[4] == "*|*";

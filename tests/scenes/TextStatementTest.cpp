@@ -24,7 +24,7 @@ std::string parsed(const std::string& statement) {
 }
 
 TEST(TextStatement, Parses) {
-    for (const auto& row : rowsOf("accessors/data/statements.txt"))
+    for (const auto& row : rowsOf("scenes/data/statements.txt"))
         EXPECT_EQ(parsed(row.at(0)), row.at(1)) << row[0];
     std::string out;
     TextStatement::append(out, {Kind::kStructure, "raw", "A", "name=A\n\\:int32=\"x\""});
@@ -32,7 +32,7 @@ TEST(TextStatement, Parses) {
 }
 
 TEST(TextStatement, EscapesAndUnescapesBytes) {
-    for (const auto& row : rowsOf("accessors/data/escapes.txt")) {
+    for (const auto& row : rowsOf("scenes/data/escapes.txt")) {
         std::string text = row.at(0);
         TextStatement::unescape(text);
         EXPECT_EQ(text, row.at(1)) << row[0];

@@ -23,7 +23,7 @@ class WriteFaults : public SceneTest {
 };
 
 TEST_F(WriteFaults, HaveAMessageForEachStep) {
-    for (const Step& step : stepsOf("accessors/data/text-steps.txt")) {
+    for (const Step& step : stepsOf("scenes/data/text-steps.txt")) {
         SCOPED_TRACE(step.message);
         start(replaced(step.scene, "LONG", std::string(70000, 'x')), "n1=8 -n2", inPlace());
         fSystem.failAt(step.n, step.fromThenOn, step.kind);
@@ -35,7 +35,7 @@ TEST_F(WriteFaults, HaveAMessageForEachStep) {
 
 TEST_F(WriteFaults, HaveAMessageForEachStepBesideAJournal) {
     const std::string journal = "scene.kx.metadata-journal";
-    for (const Step& step : stepsOf("accessors/data/journal-steps.txt")) {
+    for (const Step& step : stepsOf("scenes/data/journal-steps.txt")) {
         SCOPED_TRACE(step.message);
         start(step.scene, "n1=88", {});
         fSystem.failAt(step.n, step.fromThenOn, step.kind);

@@ -90,7 +90,7 @@ TEST_F(WritePolicyTest, WhatDoesNotReadBackIsNamed) {
     Handle second = ours.findChannel("c")->findDataStream("s")->element(1);
     EXPECT_TRUE(second.setPositionByMemberName("words"));
     std::free(std::exchange(second.asString()[0], nullptr));
-    for (const auto& row : rowsOf("accessors/data/differences.txt")) {
+    for (const auto& row : rowsOf("scenes/data/differences.txt")) {
         SCOPED_TRACE(row.at(1));
         const auto theirs = readAssociations(record(replaced(text, row[0], row[1])), none);
         ASSERT_TRUE(theirs);
@@ -156,7 +156,7 @@ class CarriedTest : public WritePolicyTest {
 };
 
 TEST_F(CarriedTest, NamesAndIndicesAreOrAreRefused) {
-    for (const auto& row : rowsOf("accessors/data/names.txt"))
+    for (const auto& row : rowsOf("scenes/data/names.txt"))
         check({row.at(0), IndexString(row.at(1)), row.at(2)});
     check({"B|x|c|s", 7, "@7: index of another type than the stream's"});
 }
