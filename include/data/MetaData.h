@@ -25,6 +25,7 @@
 #include <data/IndexText.h>
 #include <data/IndexType.h>
 #include <data/Member.h>
+#include <data/MemberType.h>
 #include <data/ReadPolicy.h>
 #include <data/Recovery.h>
 #include <data/SerializerFamily.h>

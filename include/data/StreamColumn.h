@@ -2,11 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <data/Member.h>
+#include <data/MemberType.h>
 
 #include <cstddef>
 #include <string>
-#include <type_traits>
 #include <utility>
 
 namespace orbo::Data {
@@ -47,25 +46,5 @@ class StreamColumn {
   private:
     ColumnPlace fPlace;
 };
-
-/// The data type whose values are a T; also of the numbers of which a matrix has 16.
-template <typename T>
-constexpr Member::eDataType dataTypeOf() {
-    if constexpr (std::is_same_v<T, bool>) return Member::kBoolean;
-    if constexpr (std::is_same_v<T, double>) return Member::kDouble;
-    if constexpr (std::is_same_v<T, float>) return Member::kFloat;
-    if constexpr (std::is_same_v<T, signed char>) return Member::kInt8;
-    if constexpr (std::is_same_v<T, short>) return Member::kInt16;
-    if constexpr (std::is_same_v<T, int>) return Member::kInt32;
-    if constexpr (std::is_same_v<T, long> && sizeof(T) == 8) return Member::kInt64;
-    if constexpr (std::is_same_v<T, long long>) return Member::kInt64;
-    if constexpr (std::is_same_v<T, char*>) return Member::kString;
-    if constexpr (std::is_same_v<T, unsigned char>) return Member::kUInt8;
-    if constexpr (std::is_same_v<T, unsigned short>) return Member::kUInt16;
-    if constexpr (std::is_same_v<T, unsigned int>) return Member::kUInt32;
-    if constexpr (std::is_same_v<T, unsigned long> && sizeof(T) == 8) return Member::kUInt64;
-    if constexpr (std::is_same_v<T, unsigned long long>) return Member::kUInt64;
-    return Member::kInvalid;
-}
 
 }  // namespace orbo::Data

@@ -8,6 +8,7 @@
 #include <locale>
 #include <new>
 #include <sstream>
+#include <type_traits>
 
 #include "core/DataTypes.h"
 #include "core/MemberAtChunk.h"
@@ -69,20 +70,15 @@ unsigned int storeString(const std::string& text, char** slot) {
 }
 
 const char* textWithoutData(Member::eDataType type) {
-    switch (type) {
-        case Member::kBoolean:
-            return "false";
-        case Member::kDouble:
-        case Member::kFloat:
-            return "0.0";
-        case Member::kDoubleMatrix4x4:
-        case Member::kFloatMatrix4x4:
+    return visitMemberType(type, [](auto memberType) -> const char* {
+        using T = typename decltype(memberType)::Scalar;
+        if (memberType.kScalars > 1) {
             return "0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0 0.0";
-        case Member::kString:
-            return "";
-        default:
-            return "0";
-    }
+        }
+        if (std::is_floating_point_v<T>) return "0.0";
+        if (std::is_pointer_v<T>) return "";
+        return std::is_same_v<T, bool> ? "false" : "0";
+    });
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "core/DataTypes.h"
@@ -27,9 +28,8 @@ char* duplicateName(const char* name) {
 }
 
 template <typename T>
-bool allZero(const char* values, unsigned long long count) {
-    const T* first = reinterpret_cast<const T*>(values);
-    return std::all_of(first, first + count, [](T value) { return value == T{}; });
+bool areDefault(const T* values, unsigned long long count) {
+    return std::all_of(values, values + count, [](T value) { return value == T{}; });
 }
 
 }  // namespace
@@ -106,21 +106,15 @@ bool Member::fillWithDefault(char* chunk) const {
 
 bool Member::isDefault(const char* chunk) const {
     if (!chunk) return false;
-    const char* values = chunk + fOffset;
-    const auto numbers = static_cast<unsigned long long>(dataType(fType).numbers) * fLength;
-    switch (fType) {
-        // Compared as numbers: -0.0 is a default, a NaN never is.
-        case kDouble:
-        case kDoubleMatrix4x4:
-            return allZero<double>(values, numbers);
-        case kFloat:
-        case kFloatMatrix4x4:
-            return allZero<float>(values, numbers);
-        case kString:
-            return allZero<const char*>(values, numbers);
-        default:
-            return allZero<char>(values, std::size_t{fLength} * dataType(fType).size);
-    }
+    const char* const values = chunk + fOffset;
+    return visitMemberType(fType, [&](auto type) {
+        using Scalar = typename decltype(type)::Scalar;
+        // Byte by byte where the bits decide: a boolean of another program may be neither 0 nor 1.
+        // Floating-point numbers compare as numbers: -0.0 is a default, a NaN never is.
+        using Compared = std::conditional_t<std::is_integral_v<Scalar>, char, Scalar>;
+        return areDefault(reinterpret_cast<const Compared*>(values),
+                          fLength * (sizeof(Scalar) / sizeof(Compared)) * type.kScalars);
+    });
 }
 
 bool Member::constructDuplicate(char* destination, const char* source) const {

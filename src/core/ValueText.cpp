@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/ValueText.h"
 
+#include <data/MemberType.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -74,49 +76,31 @@ bool extractByStream(std::istream& in, T& value) {
     return !in.fail();
 }
 
-template <typename T>
-bool fitted(long long wide, void* slot) {
+template <typename T, typename Wide>
+bool storeIfFits(Wide wide, T& value) {
     if (wide < std::numeric_limits<T>::min() || wide > std::numeric_limits<T>::max()) return false;
-    *static_cast<T*>(slot) = static_cast<T>(wide);
+    value = static_cast<T>(wide);
     return true;
 }
 
-// `read` extracts a T into the variable it is given. The small integers are read as wider ones and
-// stored only if they fit.
+/// `read` extracts a number into the variable it is given. An 8-bit or 16-bit integer is read as a
+/// wider one and stored only if it fits.
 template <typename Read>
 bool readAs(Member::eDataType type, void* slot, Read read) {
-    int number = 0;
-    unsigned int positive = 0;
-    switch (type) {
-        case Member::kDouble:
-        case Member::kDoubleMatrix4x4: {
-            auto& value = *static_cast<double*>(slot);
+    return visitMemberType(type, [&](auto memberType) {
+        using T = typename decltype(memberType)::Scalar;
+        if constexpr (std::is_floating_point_v<T>) {
+            T& value = *static_cast<T*>(slot);
             return read(value) && !std::isinf(value);
-        }
-        case Member::kFloat:
-        case Member::kFloatMatrix4x4: {
-            auto& value = *static_cast<float*>(slot);
-            return read(value) && !std::isinf(value);
-        }
-        case Member::kInt8:
-            return read(number) && fitted<signed char>(number, slot);
-        case Member::kInt16:
-            return read(number) && fitted<short>(number, slot);
-        case Member::kUInt8:
-            return read(positive) && fitted<unsigned char>(positive, slot);
-        case Member::kUInt16:
-            return read(positive) && fitted<unsigned short>(positive, slot);
-        case Member::kInt32:
-            return read(*static_cast<int*>(slot));
-        case Member::kInt64:
-            return read(*static_cast<long long*>(slot));
-        case Member::kUInt32:
-            return read(*static_cast<unsigned int*>(slot));
-        case Member::kUInt64:
-            return read(*static_cast<unsigned long long*>(slot));
-        default:
+        } else if constexpr (std::is_same_v<T, bool> || std::is_pointer_v<T>) {
             return false;
-    }
+        } else if constexpr (sizeof(T) < sizeof(int)) {
+            std::conditional_t<std::is_signed_v<T>, int, unsigned int> wide = 0;
+            return read(wide) && storeIfFits(wide, *static_cast<T*>(slot));
+        } else {
+            return static_cast<bool>(read(*static_cast<T*>(slot)));
+        }
+    });
 }
 
 // Takes the line feed, too. Mostly the whole line is in sight.
@@ -181,11 +165,6 @@ void writeFloating(std::ostream& out, T value) {
     classic.precision(out.precision());
     classic << value;
     write(out, classic.str());
-}
-
-template <typename T>
-const T& as(const void* slot) {
-    return *static_cast<const T*>(slot);
 }
 
 }  // namespace
@@ -289,35 +268,17 @@ void write(std::ostream& out, std::string_view text) {
 }
 
 void write(std::ostream& out, Member::eDataType type, const void* slot) {
-    const NumberFormat format(out);
-    switch (type) {
-        case Member::kBoolean:
-            return write(out, as<unsigned char>(slot) != 0 ? "true" : "false");
-        case Member::kDouble:
-        case Member::kDoubleMatrix4x4:
-            return writeFloating(out, as<double>(slot));
-        case Member::kFloat:
-        case Member::kFloatMatrix4x4:
-            return writeFloating(out, as<float>(slot));
-        case Member::kInt8:
-            return writeNumber(out, format, as<signed char>(slot));
-        case Member::kInt16:
-            return writeNumber(out, format, as<short>(slot));
-        case Member::kInt32:
-            return writeNumber(out, format, as<int>(slot));
-        case Member::kInt64:
-            return writeNumber(out, format, as<long long>(slot));
-        case Member::kUInt8:
-            return writeNumber(out, format, as<unsigned char>(slot));
-        case Member::kUInt16:
-            return writeNumber(out, format, as<unsigned short>(slot));
-        case Member::kUInt32:
-            return writeNumber(out, format, as<unsigned int>(slot));
-        case Member::kUInt64:
-            return writeNumber(out, format, as<unsigned long long>(slot));
-        default:
-            return;
-    }
+    visitMemberType(type, [&](auto memberType) {
+        using T = typename decltype(memberType)::Scalar;
+        if constexpr (std::is_same_v<T, bool>) {
+            // As a byte: another program may have left neither 0 nor 1 there.
+            write(out, *static_cast<const unsigned char*>(slot) != 0 ? "true" : "false");
+        } else if constexpr (std::is_floating_point_v<T>) {
+            writeFloating(out, *static_cast<const T*>(slot));
+        } else if constexpr (std::is_integral_v<T>) {
+            writeNumber(out, NumberFormat(out), *static_cast<const T*>(slot));
+        }
+    });
 }
 
 NumberFormat::NumberFormat(std::ios_base& stream)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "core/Ascii.h"
@@ -15,40 +16,6 @@
 namespace orbo::Data {
 
 namespace {
-
-template <typename T>
-struct Number {
-    using Type = T;
-};
-
-/// Calls `visit` with the `Number` that chunks hold for the type.
-template <typename Visit>
-auto visitNumberType(Member::eDataType type, Visit visit) {
-    switch (type) {
-        case Member::kDouble:
-        case Member::kDoubleMatrix4x4:
-            return visit(Number<double>());
-        case Member::kFloat:
-        case Member::kFloatMatrix4x4:
-            return visit(Number<float>());
-        case Member::kInt8:
-            return visit(Number<signed char>());
-        case Member::kInt16:
-            return visit(Number<short>());
-        case Member::kInt32:
-            return visit(Number<int>());
-        case Member::kInt64:
-            return visit(Number<long long>());
-        case Member::kUInt8:
-            return visit(Number<unsigned char>());
-        case Member::kUInt16:
-            return visit(Number<unsigned short>());
-        case Member::kUInt32:
-            return visit(Number<unsigned int>());
-        default:
-            return visit(Number<unsigned long long>());
-    }
-}
 
 /// A position in the text. Values that cannot be read leave it where it is.
 class PlainLine {
@@ -120,30 +87,37 @@ class PlainLine {
 };
 
 template <typename T>
-bool readNumbers(PlainLine& line, Member::eDataType type, T* to, std::uint64_t count) {
-    for (std::uint64_t i = 0; i < count; ++i) {
-        if (!line.skipToValue() || !line.readNumber(type, to[i])) return false;
+bool readScalar(PlainLine& line, Member::eDataType type, T& value) {
+    if constexpr (std::is_same_v<T, bool>) {
+        return line.readBoolean(value);
+    } else if constexpr (std::is_pointer_v<T>) {
+        return line.readString(&value);
+    } else {
+        return line.readNumber(type, value);
     }
-    return true;
 }
 
 bool readRun(PlainLine& line, Member::eDataType type, char* to, std::uint64_t count) {
-    if (type == Member::kString) {
-        for (char** slot = reinterpret_cast<char**>(to); count != 0; --count) {
-            if (!line.skipToValue() || !line.readString(slot++)) return false;
+    return visitMemberType(type, [&](auto memberType) {
+        auto* const values = reinterpret_cast<typename decltype(memberType)::Scalar*>(to);
+        for (std::uint64_t i = 0; i < count; ++i) {
+            if (!line.skipToValue() || !readScalar(line, type, values[i])) return false;
         }
         return true;
-    }
-    if (type == Member::kBoolean) {
-        for (bool* slot = reinterpret_cast<bool*>(to); count != 0; --count) {
-            if (!line.skipToValue() || !line.readBoolean(*slot++)) return false;
-        }
-        return true;
-    }
-    return visitNumberType(type, [&](auto number) {
-        using T = typename decltype(number)::Type;
-        return readNumbers(line, type, reinterpret_cast<T*>(to), count);
     });
+}
+
+template <typename T>
+void writeScalar(LumpedOutput& out, const ValueText::NumberFormat& format, const T* value) {
+    if constexpr (std::is_same_v<T, bool>) {
+        // As a byte: another program may have left neither 0 nor 1 there.
+        const bool isTrue = *reinterpret_cast<const char*>(value) != 0;
+        out.write(isTrue ? std::string_view("true") : std::string_view("false"));
+    } else if constexpr (std::is_pointer_v<T>) {
+        out.writeQuoted(*value ? *value : "");
+    } else {
+        out.take(ValueText::put(out.room(ValueText::kNumberRoom), format, *value));
+    }
 }
 
 }  // namespace
@@ -170,32 +144,15 @@ const char* ElementText::read(const char* first, const char* last, char* chunk) 
 void ElementText::write(LumpedOutput& out, const ValueText::NumberFormat& format,
                         const char* chunk) const {
     bool isFirst = true;
-    const auto separate = [&] {
-        if (!std::exchange(isFirst, false)) out.write(' ');
-    };
     for (const Run& run : fRuns) {
-        const char* from = chunk + run.offset;
-        if (run.type == Member::kString) {
-            const auto* strings = reinterpret_cast<const char* const*>(from);
+        visitMemberType(run.type, [&](auto memberType) {
+            using T = typename decltype(memberType)::Scalar;
+            const T* const values = reinterpret_cast<const T*>(chunk + run.offset);
             for (std::uint64_t i = 0; i < run.count; ++i) {
-                separate();
-                out.writeQuoted(strings[i] ? strings[i] : "");
+                if (!std::exchange(isFirst, false)) out.write(' ');
+                writeScalar(out, format, values + i);
             }
-        } else if (run.type == Member::kBoolean) {
-            for (std::uint64_t i = 0; i < run.count; ++i) {
-                separate();
-                out.write(from[i] != 0 ? std::string_view("true") : std::string_view("false"));
-            }
-        } else {
-            visitNumberType(run.type, [&](auto number) {
-                using T = typename decltype(number)::Type;
-                const T* const numbers = reinterpret_cast<const T*>(from);
-                for (std::uint64_t i = 0; i < run.count; ++i) {
-                    separate();
-                    out.take(ValueText::put(out.room(ValueText::kNumberRoom), format, numbers[i]));
-                }
-            });
-        }
+        });
     }
     out.write('\n');
 }

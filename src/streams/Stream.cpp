@@ -47,11 +47,6 @@ std::unique_ptr<StreamImpl> mappedStorage(const StreamImpl& dense) {
     return mapped;
 }
 
-Member::eDataType typeOfNumbers(Member::eDataType type) {
-    if (type == Member::kDoubleMatrix4x4) return Member::kDouble;
-    return type == Member::kFloatMatrix4x4 ? Member::kFloat : type;
-}
-
 }  // namespace
 
 Debug::ObjectCounter Stream::_objects;
@@ -164,8 +159,7 @@ ColumnPlace Stream::columnPlace(const char* member, Member::eDataType type) cons
     if (index == Layout::kNoMember) return fail("There is no member '" + name + "'.");
     const Member& found = layout.member(index);
     const DataType& stored = dataType(found.type());
-    if (typeOfNumbers(found.type()) != type)
-        return fail("Member '" + name + "' is of type " + stored.name + ".");
+    if (stored.number != type) return fail("Member '" + name + "' is of type " + stored.name + ".");
     if (!impl().isDense()) return fail("The stream's storage is not dense.");
     const auto& dense = static_cast<const StreamImplDense&>(impl());
     char* const first = dense.elementAddr(0);
