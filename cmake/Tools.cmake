@@ -1,19 +1,15 @@
 # quilmeta, the command line. Its third-party packages stay out of the library.
 # SPDX-License-Identifier: Apache-2.0
-file(GLOB QUILMETA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/quilmeta/*.cpp)
-list(FILTER QUILMETA_SOURCES EXCLUDE REGEX "/main\\.cpp$")
+file(GLOB QUILMETA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/quilmeta/*/*.cpp)
 
 if(QUILMETA_SOURCES)
     find_package(CLI11 REQUIRED)
-    find_package(nlohmann_json REQUIRED)
     find_package(fmt REQUIRED)
 
     # Everything but main, so that tests can link it.
     add_library(QuilmetaObjects OBJECT ${QUILMETA_SOURCES})
-    target_link_libraries(QuilmetaObjects PUBLIC orbo::MetaData CLI11::CLI11
-                          nlohmann_json::nlohmann_json fmt::fmt)
-    target_include_directories(QuilmetaObjects PUBLIC ${PROJECT_SOURCE_DIR}/tools
-                               ${PROJECT_SOURCE_DIR}/tools/quilmeta)
+    target_link_libraries(QuilmetaObjects PUBLIC orbo::MetaData CLI11::CLI11 fmt::fmt)
+    target_include_directories(QuilmetaObjects PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
     target_compile_definitions(QuilmetaObjects PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
     metadata_warnings(QuilmetaObjects)
 

@@ -1,6 +1,6 @@
 // The document of any metadata is JSON in UTF-8 and has the very values of the model.
 // SPDX-License-Identifier: Apache-2.0
-#include "JsonDocument.h"
+#include "json/JsonDocument.h"
 
 #include <data/Associations.h>
 #include <data/AssociationsSerializerRaw.h>
@@ -21,7 +21,7 @@
 #include <type_traits>
 
 #include "Law.h"
-#include "ValueType.h"
+#include "values/ValueType.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Values and names as they are printed.
 // SPDX-License-Identifier: Apache-2.0
-#include "JsonText.h"
-#include "SafeText.h"
-#include "Utf8.h"
+#include "json/JsonText.h"
+#include "values/SafeText.h"
+#include "values/Utf8.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,11 @@
 // quilmeta: shows and rewrites the metadata of scene files.
 // SPDX-License-Identifier: Apache-2.0
-#include "Commands.h"
-#include "SafeText.h"
-#include "Signals.h"
-#include "Trouble.h"
+#include "commands/Commands.h"
+#include "process/CommandError.h"
+#include "process/Messages.h"
+#include "process/Outcome.h"
+#include "process/Signals.h"
+#include "values/SafeText.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,0 +1,101 @@
+// Writes metadata as the lossless JSON document.
+// SPDX-License-Identifier: Apache-2.0
+#include "json/JsonDocument.h"
+
+#include "json/JsonElement.h"
+#include "json/JsonText.h"
+
+#include <data/Structure.h>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+std::string json(std::string_view text) {
+    std::string result;
+    appendJson(result, text);
+    return result;
+}
+
+}  // namespace
+
+void JsonDocument::indent() { fOutput.write(std::string(2 * fDepth, ' ')); }
+
+template <typename Fill>
+void JsonDocument::list(Fill&& fill) {
+    bool empty = true;
+    fOutput.write("[");
+    ++fDepth;
+    fill([&] {
+        fOutput.write(empty ? "\n" : ",\n");
+        indent();
+        empty = false;
+    });
+    --fDepth;
+    if (!empty) {
+        fOutput.write("\n");
+        indent();
+    }
+    fOutput.write("]");
+}
+
+template <typename Items>
+void JsonDocument::writeAll(const Items& items) {
+    list([&](auto&& startItem) {
+        for (const auto& item : items) {
+            startItem();
+            write(item);
+        }
+    });
+}
+
+void JsonDocument::write(const SceneView& view) {
+    fOutput.write("{\n  \"quilmeta\": 1,\n  \"structures\": ");
+    writeAll(view.structures);
+    fOutput.write(",\n  \"associations\": ");
+    writeAll(view.nodes);
+    fOutput.write("\n}\n");
+}
+
+void JsonDocument::write(const Data::Structure* structure) {
+    fOutput.write("{ \"name\": " + json(structure->name()) + ", \"members\": ");
+    writeAll(*structure);
+    fOutput.write(" }");
+}
+
+void JsonDocument::write(const Data::Member& member) {
+    fOutput.write(fmt::format("{{ \"name\": {}, \"type\": \"{}\", \"length\": {} }}",
+                              json(member.name()), Data::Member::typeName(member.type()),
+                              member.length()));
+}
+
+void JsonDocument::write(const NodeView& node) {
+    fOutput.write("{ \"name\": " + json(node.name) + ", \"channels\": ");
+    writeAll(node.channels);
+    fOutput.write(" }");
+}
+
+void JsonDocument::write(const ChannelView& channel) {
+    fOutput.write("{ \"name\": " + json(channel.channel.name()) + ", \"streams\": ");
+    writeAll(channel.streams);
+    fOutput.write(" }");
+}
+
+void JsonDocument::write(const Data::Stream& stream) {
+    fOutput.write("{ \"name\": " + json(stream.name()) +
+                  ", \"structure\": " + json(stream.structure().name()) +
+                  ", \"indexType\": " + json(stream.indexType()) + ", \"elements\": ");
+    list([&](auto&& startItem) {
+        const JsonElement writer(stream.structure());
+        std::string line;
+        for (Data::StreamIterator element = stream.cbegin(); element.valid(); ++element) {
+            startItem();
+            line.clear();
+            writer.append(line, element);
+            fOutput.write(line);
+        }
+    });
+    fOutput.write(" }");
+}
+
+}  // namespace orbo::Quilmeta

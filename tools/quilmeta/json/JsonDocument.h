@@ -1,0 +1,41 @@
+// Writes metadata as the lossless JSON document.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "output/Output.h"
+#include "scene/SceneView.h"
+
+#include <string>
+
+namespace orbo::Data {
+class Member;
+}
+
+namespace orbo::Quilmeta {
+
+/// One line for each member, element and container: short to scan and good to compare. Never holds
+/// more than one element in memory.
+class JsonDocument {
+  public:
+    explicit JsonDocument(Output& output) : fOutput(output) {}
+    void write(const SceneView& view);
+
+  private:
+    void write(const Data::Structure* structure);
+    void write(const Data::Member& member);
+    void write(const NodeView& node);
+    void write(const ChannelView& channel);
+    void write(const Data::Stream& stream);
+
+    /// `fill` calls what it is given ahead of each item.
+    template <typename Fill>
+    void list(Fill&& fill);
+    template <typename Items>
+    void writeAll(const Items& items);
+    void indent();
+
+    Output& fOutput;
+    size_t fDepth = 1;
+};
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,88 @@
+// Single values as JSON.
+// SPDX-License-Identifier: Apache-2.0
+#include "json/JsonText.h"
+
+#include "values/Utf8.h"
+
+#include <fmt/format.h>
+
+#include <iterator>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+void appendBase64(std::string& out, std::string_view bytes) {
+    constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    for (size_t i = 0; i < bytes.size(); i += 3) {
+        const std::string_view group = bytes.substr(i, 3);
+        unsigned bits = 0;
+        for (size_t k = 0; k < 3; ++k)
+            bits = bits << 8 | (k < group.size() ? static_cast<unsigned char>(group[k]) : 0u);
+        for (size_t k = 0; k < 4; ++k)
+            out += k <= group.size() ? kDigits[bits >> (18 - 6 * k) & 63] : '=';
+    }
+}
+
+/// Characters beyond 16 bits take two escapes.
+void appendEscape(std::string& out, unsigned codePoint) {
+    if (codePoint >= 0x10000) {
+        appendEscape(out, 0xD800 + ((codePoint - 0x10000) >> 10));
+        codePoint = 0xDC00 + (codePoint & 0x3FF);
+    }
+    fmt::format_to(std::back_inserter(out), "\\u{:04x}", codePoint);
+}
+
+void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoint) {
+    switch (codePoint) {
+        case '"':
+            out += "\\\"";
+            return;
+        case '\\':
+            out += "\\\\";
+            return;
+        case '\n':
+            out += "\\n";
+            return;
+        case '\r':
+            out += "\\r";
+            return;
+        case '\t':
+            out += "\\t";
+            return;
+        default:
+            break;
+    }
+    // More than JSON demands, so that a document may be shown on a terminal.
+    if (isUnprintable(codePoint))
+        appendEscape(out, static_cast<unsigned>(codePoint));
+    else
+        out += bytes;
+}
+
+}  // namespace
+
+void appendJson(std::string& out, std::string_view text) {
+    if (!isUtf8(text)) {
+        out += "{ \"base64\": \"";
+        appendBase64(out, text);
+        out += "\" }";
+        return;
+    }
+    out += '"';
+    while (!text.empty()) {
+        const Utf8Character character = firstCharacter(text);
+        appendCharacter(out, text.substr(0, character.size), character.codePoint);
+        text.remove_prefix(character.size);
+    }
+    out += '"';
+}
+
+void appendJson(std::string& out, const char* text) {
+    if (text)
+        appendJson(out, std::string_view(text));
+    else
+        out += "null";
+}
+
+}  // namespace orbo::Quilmeta

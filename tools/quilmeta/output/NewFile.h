@@ -1,0 +1,57 @@
+// A file that appears complete or not at all.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "output/FileKind.h"
+#include "output/Output.h"
+
+#include <sys/stat.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace orbo::Quilmeta {
+
+/// Written under another name beside `path`, and removed again unless `commit` is reached. A
+/// device, a pipe or a descriptor such as /dev/stdout gets the bytes as they come.
+class NewFile {
+  public:
+    /// A file of another kind than the new one is only replaced by force. Scenes and journals are
+    /// never replaced.
+    struct Replacing {
+        FileKind kind;
+        bool force = false;
+    };
+
+    /// A symbolic link at `path` stays: the file it points at is replaced. Throws `CommandError`
+    /// when what is there must stay, when it is the file at `notOver`, by whatever name, or when
+    /// the folder takes no file.
+    NewFile(const std::string& path, const std::string& notOver, const Replacing& replacing);
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    ~NewFile();
+
+    Output& output() { return *fOutput; }
+    /// All bytes are on the disk before the file gets its name. Throws `CommandError` when somebody
+    /// else has meanwhile put another file there, which stays.
+    void commit();
+
+  private:
+    void openToReplace(const struct stat& there, const Replacing& replacing);
+    void openDevice(const struct stat& there);
+    void openStream(int descriptor);
+    void openTemporary(unsigned mode);
+    void placeNew();
+    void placeOver();
+    [[nodiscard]] bool isAsSeen(const std::string& path) const;
+
+    std::string fName;  // as the user gave it
+    std::string fPath;
+    std::string fTemporary;
+    std::optional<struct stat> fReplaced;  // the file that was there, and may be replaced
+    int fDescriptor = -1;
+    std::unique_ptr<Output> fOutput;
+};
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,47 @@
+// Where results go: bytes to a file descriptor, every failure noticed.
+// SPDX-License-Identifier: Apache-2.0
+#include "output/Output.h"
+
+#include "process/CommandError.h"
+#include "process/Messages.h"
+#include "process/Signals.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace orbo::Quilmeta {
+
+namespace {
+constexpr size_t kPiece = 1 << 16;
+}  // namespace
+
+Output::Output(int descriptor, std::string name)
+    : fDescriptor(descriptor), fName(std::move(name)) {}
+
+void Output::write(std::string_view bytes) {
+    fPending += bytes;
+    if (fPending.size() < kPiece) return;
+    if (fStops) Signals::stopIfReceived();
+    flush();
+}
+
+void Output::flush() {
+    // What was done is told also when whoever read the output got the same signal.
+    if (Signals::received() != 0) Signals::ignoreBrokenPipes();
+    std::string_view rest = fPending;
+    while (!rest.empty()) {
+        const ssize_t written = ::write(fDescriptor, rest.data(), rest.size());
+        if (written < 0 && errno == EINTR) {
+            if (fStops) Signals::stopIfReceived();
+            continue;
+        }
+        if (written < 0 && errno == EPIPE) throw ReaderGone();
+        if (written < 0) throw OutputError(fName + ": " + systemMessage(errno));
+        rest.remove_prefix(static_cast<size_t>(written));
+    }
+    fPending.clear();
+}
+
+}  // namespace orbo::Quilmeta

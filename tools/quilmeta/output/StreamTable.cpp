@@ -1,0 +1,117 @@
+// The elements of a stream as an aligned table.
+// SPDX-License-Identifier: Apache-2.0
+#include "output/StreamTable.h"
+
+#include "output/AlignedLine.h"
+#include "values/NumberText.h"
+#include "values/SafeText.h"
+#include "values/Utf8.h"
+#include "values/ValueType.h"
+
+#include <data/Structure.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+constexpr std::string_view kIndexTitle = "index";
+constexpr size_t kGroupGap = 2;
+constexpr size_t kCellGap = 1;
+
+template <typename Part>
+std::string cell(const Part& part) {
+    if constexpr (std::is_same_v<Part, Text>) {
+        return part ? inQuotes(part) : "null";
+    } else if constexpr (std::is_same_v<Part, bool>) {
+        return part ? "true" : "false";
+    } else {
+        std::string text;
+        appendNumber(text, part);
+        return text;
+    }
+}
+
+}  // namespace
+
+size_t StreamTable::Group::width() const {
+    return std::accumulate(widths.begin(), widths.end(), (widths.size() - 1) * kCellGap);
+}
+
+StreamTable::StreamTable(Output& output, const Data::Stream& stream, size_t indent)
+    : fOutput(output),
+      fStream(stream),
+      fIndent(indent),
+      fNumericIndex(stream.indexType() == Data::Index::theTypeName()),
+      fIndexWidth(kIndexTitle.size()) {
+    for (const Data::Member& member : stream.structure()) {
+        const bool number =
+            member.type() != Data::Member::kString && member.type() != Data::Member::kBoolean;
+        fGroups.push_back({&member, shownName(member.name()), number, {}});
+    }
+}
+
+void StreamTable::write() {
+    measure();
+    writeHeader();
+    for (Data::StreamIterator element = fStream.cbegin(); element.valid(); ++element)
+        writeElement(element);
+}
+
+void StreamTable::measure() {
+    for (Data::StreamIterator element = fStream.cbegin(); element.valid(); ++element) {
+        widen(fIndexWidth, shownName(element.index().asString()));
+        if (element->hasData()) measureElement(*element);
+    }
+    for (Group& group : fGroups) makeRoomForTitle(group);
+}
+
+void StreamTable::measureElement(Data::Handle& handle) {
+    for (unsigned int i = 0; i < fGroups.size(); ++i) {
+        Group& group = fGroups[i];
+        handle.setPositionByMemberIndex(i);
+        // Only now: an element shows that the length is more than a claim.
+        group.widths.resize(partsOf(*group.member));
+        withParts(handle, *group.member, [&](auto* parts) {
+            for (size_t k = 0; k < group.widths.size(); ++k) widen(group.widths[k], cell(parts[k]));
+        });
+    }
+}
+
+void StreamTable::makeRoomForTitle(Group& group) {
+    if (group.widths.empty()) group.widths.push_back(0);
+    const size_t wanted = std::min(displayWidth(group.title), kWidestColumn);
+    const size_t width = group.width();
+    if (wanted > width) group.widths.front() += wanted - width;
+}
+
+void StreamTable::writeHeader() {
+    AlignedLine line(fIndent);
+    line.add(kIndexTitle, fIndexWidth, fNumericIndex, 0);
+    for (const Group& group : fGroups) {
+        const bool right = group.rightAligned && group.widths.size() == 1;
+        line.add(group.title, group.width(), right, kGroupGap);
+    }
+    fOutput.write(line.end());
+}
+
+void StreamTable::writeElement(Data::StreamIterator& element) {
+    AlignedLine line(fIndent);
+    line.add(shownName(element.index().asString()), fIndexWidth, fNumericIndex, 0);
+    Data::Handle& handle = *element;
+    for (unsigned int i = 0; handle.hasData() && i < fGroups.size(); ++i) {
+        const Group& group = fGroups[i];
+        handle.setPositionByMemberIndex(i);
+        withParts(handle, *group.member, [&](auto* parts) {
+            for (size_t k = 0; k < group.widths.size(); ++k) {
+                const size_t gap = k == 0 ? kGroupGap : kCellGap;
+                line.add(cell(parts[k]), group.widths[k], group.rightAligned, gap);
+            }
+        });
+    }
+    fOutput.write(line.end());
+}
+
+}  // namespace orbo::Quilmeta

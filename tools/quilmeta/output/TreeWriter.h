@@ -1,0 +1,28 @@
+// Metadata as an indented list for people.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "output/Output.h"
+#include "scene/SceneView.h"
+
+#include <string>
+
+namespace orbo::Quilmeta {
+
+class TreeWriter {
+  public:
+    /// With `values`, a table of its elements follows each stream.
+    TreeWriter(Output& output, bool values) : fOutput(output), fValues(values) {}
+    void write(const std::string& title, const SceneView& view);
+
+  private:
+    void write(const Data::Structure& structure);
+    void write(const NodeView& node);
+    void write(const Data::Stream& stream);
+    void line(size_t depth, const std::string& text);
+
+    Output& fOutput;
+    bool fValues;
+};
+
+}  // namespace orbo::Quilmeta

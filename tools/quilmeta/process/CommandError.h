@@ -1,0 +1,29 @@
+// What stops a command.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stdexcept>
+
+namespace orbo::Quilmeta {
+
+/// Ends the work on one file, or the command. Its text says what went wrong and where, without the
+/// name of the file.
+class CommandError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The results could not be delivered: no further file is worth trying.
+class OutputError : public CommandError {
+  public:
+    using CommandError::CommandError;
+};
+
+/// Whoever read our output has seen enough, as `head` does: the command ends by SIGPIPE and says
+/// nothing, unless it changes files.
+class ReaderGone : public OutputError {
+  public:
+    ReaderGone() : OutputError("the reader is gone") {}
+};
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,74 @@
+// Signals that ask for the end: the file in hand is finished or undone first.
+// SPDX-License-Identifier: Apache-2.0
+#include "process/Signals.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+
+namespace orbo::Quilmeta::Signals {
+
+namespace {
+
+struct Noted {
+    int number;
+    const char* name;
+};
+constexpr Noted kNoted[] = {
+    {SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"}, {SIGHUP, "SIGHUP"}, {SIGPIPE, "SIGPIPE"}};
+
+volatile std::sig_atomic_t gReceived = 0;
+
+void setAction(int signal, void (*action)(int)) {
+    struct sigaction settings {};
+    settings.sa_handler = action;
+    // One at a time. Calls that wait are interrupted: there is no SA_RESTART.
+    for (const Noted& noted : kNoted) ::sigaddset(&settings.sa_mask, noted.number);
+    ::sigaction(signal, &settings, nullptr);
+}
+
+bool isIgnored(int signal) {
+    struct sigaction settings {};
+    return ::sigaction(signal, nullptr, &settings) == 0 && settings.sa_handler == SIG_IGN;
+}
+
+extern "C" void noteSignal(int signal) {
+    const int error = errno;
+    gReceived = signal;
+    for (const Noted& noted : kNoted)
+        if (!isIgnored(noted.number)) setAction(noted.number, SIG_DFL);
+    errno = error;
+}
+
+}  // namespace
+
+void noteThem() {
+    for (const Noted& noted : kNoted)
+        if (!isIgnored(noted.number)) setAction(noted.number, noteSignal);
+}
+
+int received() { return gReceived; }
+
+const char* nameOf(int signal) {
+    for (const Noted& noted : kNoted)
+        if (noted.number == signal) return noted.name;
+    return "a signal";
+}
+
+void stopIfReceived() {
+    if (gReceived != 0) throw Interrupted();
+}
+
+void ignoreBrokenPipes() { setAction(SIGPIPE, SIG_IGN); }
+
+void endBy(int signal) {
+    setAction(signal, SIG_DFL);
+    sigset_t wanted;
+    ::sigemptyset(&wanted);
+    ::sigaddset(&wanted, signal);
+    ::sigprocmask(SIG_UNBLOCK, &wanted, nullptr);
+    ::raise(signal);
+    std::abort();
+}
+
+}  // namespace orbo::Quilmeta::Signals

@@ -1,0 +1,63 @@
+// The external files that a scene refers to.
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/References.h"
+
+#include "process/CommandError.h"
+#include "scene/SceneFile.h"
+#include "values/SafeText.h"
+#include "values/Wording.h"
+
+#include <data/AccessorQuil.h>
+#include <data/ExternalContent.h>
+#include <data/Structure.h>
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace orbo::Quilmeta {
+
+namespace Table = Data::AccessorQuil::ExternalContent;
+
+namespace {
+
+void demandMembers(const Data::Structure& structure) {
+    Data::Handle row(structure, nullptr);
+    for (const std::string& name :
+         {Table::getNodeMemberName(), Table::getKeyMemberName(),
+          Table::getUnresolvedPathMemberName(), Table::getResolvedPathMemberName(),
+          Table::getRolesMemberName()}) {
+        if (row.setPositionByMemberName(name.c_str())) continue;
+        throw CommandError(fmt::format(
+            "the table of external files cannot be used: its structure {} has no member {}{}",
+            inQuotes(structure.name()), inQuotes(name),
+            nameList("members", structure,
+                     [](const Data::Member& member) { return shownName(member.name()); })));
+    }
+}
+
+}  // namespace
+
+SceneReferences openReferences(const std::string& file, const SceneAccess& access,
+                               ReferencesFor purpose) {
+    // Structures that nobody asked for serve the reading and stay in the file where they are.
+    SceneNames names;
+    if (purpose == ReferencesFor::kReading)
+        names.nodes.emplace({Data::AccessorQuil::getSceneAssociationsName()});
+    SceneReferences references;
+    references.scene = openScene(file, access, &references.complete, &names);
+    Data::WritePolicy policy = references.scene->writePolicy();
+    policy.addMissingStructures = false;
+    references.scene->setWritePolicy(policy);
+    references.table = Table::getStream(*references.scene);
+    if (references.table) demandMembers(references.table->structure());
+    return references;
+}
+
+Reference referenceOf(Data::Handle& row) {
+    Reference reference;
+    Table::getEntry(row, reference.node, reference.key, reference.path, reference.resolvedPath,
+                    reference.roles);
+    return reference;
+}
+
+}  // namespace orbo::Quilmeta

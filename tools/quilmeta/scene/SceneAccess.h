@@ -1,0 +1,27 @@
+// How a command may use scenes that other programs use at the same time.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "process/EachFile.h"
+
+#include <chrono>
+
+namespace orbo::Quilmeta {
+
+struct SceneAccess {
+    double wait = 10;        ///< seconds to wait for other programs that use the scene
+    bool noJournal = false;  ///< write in place, without protection against a kill
+    bool writes = false;     ///< the command changes scenes, so concurrent changes are conflicts
+    bool dryRun = false;     ///< check everything that a write would check, and write nothing
+    bool partial = false;    ///< also show the readable part of a damaged node
+
+    [[nodiscard]] Purpose purpose() const {
+        return writes && !dryRun ? Purpose::kWriting : Purpose::kReading;
+    }
+    [[nodiscard]] std::chrono::milliseconds patience() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::duration<double>(wait));
+    }
+};
+
+}  // namespace orbo::Quilmeta
