@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "values/Csv.h"
 
-
 #include <fmt/format.h>
 
 #include <algorithm>
