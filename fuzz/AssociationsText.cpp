@@ -45,8 +45,10 @@ std::unique_ptr<Associations> read(std::string_view text, std::string& errors) {
 }
 
 std::string written(const Associations& associations) {
+    Findings findings;
+    const auto record = recordOf("node", associations, true, findings);
     std::string errors;
-    const auto record = recordOf("node", associations, true, errors);
+    findings.appendTo(errors);
     demand(record.has_value(), "what was read can be written", errors);
     return record->text;
 }

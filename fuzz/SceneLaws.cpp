@@ -47,7 +47,7 @@ using Texts = std::map<std::string, std::string>;
 
 Texts textsOf(const Accessor& accessor, bool exactNumbers) {
     Texts texts;
-    std::string ignored;
+    Findings ignored;
     for (const Structure* structure : accessor.structures()) {
         const auto record = recordOf(*structure, ignored);
         texts[std::string("structure ") + structure->name()] = record ? record->text : "";

@@ -119,6 +119,11 @@ class METADATA_API Accessor {
                                     const std::set<std::string>* associationNames,
                                     std::string& errors) = 0;
 
+    /// For `check`, or another way to read: does what `read` does, but calls `implementation` in
+    /// place of `readImplementation`.
+    bool readBy(const std::function<bool(std::string& errors)>& implementation,
+                const std::string& fileName, std::string& errors);
+
   private:
     struct Impl;
     std::unique_ptr<Impl> fImpl;

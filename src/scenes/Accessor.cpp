@@ -82,6 +82,15 @@ bool Accessor::read(const std::string& fileName, std::string& errors) {
 
 bool Accessor::read(const std::string& fileName, const std::set<std::string>* structureNames,
                     const std::set<std::string>* associationNames, std::string& errors) {
+    return readBy(
+        [&](std::string& messages) {
+            return readImplementation(structureNames, associationNames, messages);
+        },
+        fileName, errors);
+}
+
+bool Accessor::readBy(const std::function<bool(std::string& errors)>& implementation,
+                      const std::string& fileName, std::string& errors) {
     const StructureRegistry::SetAside callersStructures;
     // Whatever goes wrong from here on, exceptions included, leaves the accessor empty.
     struct Guard {
@@ -98,7 +107,7 @@ bool Accessor::read(const std::string& fileName, const std::set<std::string>* st
     fImpl->findings.clear();
     clear();
     const std::size_t before = errors.size();
-    const bool done = readImplementation(structureNames, associationNames, errors);
+    const bool done = implementation(errors);
     if (fImpl->findings.empty())
         fImpl->addFinding(std::string_view(errors).substr(std::min(before, errors.size())));
     if (!done) return false;

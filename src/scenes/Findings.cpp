@@ -24,7 +24,7 @@ void Findings::add(Code code, std::string message, const FilePlace& place) {
     Finding finding;
     finding.code = code;
     finding.offset = place.offset;
-    finding.tag = place.tag.view();
+    finding.tag = place.tag;
     finding.message = std::move(message);
     fFindings.push_back(std::move(finding));
 }

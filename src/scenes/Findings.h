@@ -3,6 +3,7 @@
 #pragma once
 
 #include <data/Finding.h>
+#include <data/SceneRecord.h>
 
 #include <array>
 #include <cstddef>
@@ -13,7 +14,6 @@
 
 #include "files/File.h"
 #include "formats/TextPlace.h"
-#include "scenes/SceneRecord.h"
 
 namespace orbo::Data {
 

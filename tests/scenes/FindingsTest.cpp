@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "files/LockedFile.h"
 #include "scenes/BinaryScene.h"
 #include "scenes/Messages.h"
 #include "scenes/SceneTest.h"
@@ -95,7 +96,7 @@ TEST_F(FindingsTest, AreThoseOfTheLastCall) {
     EXPECT_TRUE(write() && fAccessor.findings().empty());
     file().erase(2, 1);
     EXPECT_FALSE(write());
-    EXPECT_EQ(shown(fAccessor, ""), " write-failed");
+    EXPECT_EQ(shown(fAccessor, ""), "@0 write-failed");
     EXPECT_FALSE(read());
     EXPECT_EQ(shown(fAccessor, ""), "+1 not-a-scene");
     EXPECT_FALSE(fAccessor.read("absent.kx", fErrors));

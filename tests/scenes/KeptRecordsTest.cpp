@@ -60,6 +60,13 @@ RefPtr<Structure> turned() {
     return structure;
 }
 
+// The node of a place in words, as `codesOf` shows it.
+std::string nodeIn(const std::string& place) {
+    if (place.rfind("Scene", 0) == 0) return "()";
+    if (place.rfind("Node '", 0) != 0) return {};
+    return '(' + place.substr(6, place.find('\'', 6) - 6) + ')';
+}
+
 class StructureEdits : public KeptRecords {
   protected:
     void expectRefusals(const std::string& filter, const std::string& place) {
@@ -97,7 +104,7 @@ class StructureEdits : public KeptRecords {
                 edit.edit();
                 expectRefusal("Structure 'A' cannot be " + std::string(edit.verb) + ": " + place +
                               " stays as it is in the file and needs it");
-                EXPECT_EQ(codesOf(fAccessor), "write-failed");
+                EXPECT_EQ(codesOf(fAccessor), "write-failed" + nodeIn(place));
                 EXPECT_EQ(fSystem.files.size(), 1U);
             }
         }

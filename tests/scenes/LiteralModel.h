@@ -20,12 +20,12 @@ namespace orbo::Data {
 using ModelTexts = std::map<std::string, std::string>;
 
 inline void addText(ModelTexts& texts, const Structure& structure) {
-    std::string ignored;
+    Findings ignored;
     const auto record = recordOf(structure, ignored);
     texts.emplace(std::string("structure ") + structure.name(), record ? record->text : "");
 }
 inline void addText(ModelTexts& texts, const std::string& node, const Associations& associations) {
-    std::string ignored;
+    Findings ignored;
     const auto record = recordOf(node, associations, true, ignored);
     texts.emplace("node " + node, record ? record->text : "");
 }

@@ -2,19 +2,33 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "files/BigEndian.h"
 #include "files/File.h"
-#include "scenes/SceneRecord.h"
-
 namespace orbo::Data {
 
 // As numbers are in binary scenes.
 using Files::bigEndian;
 using Files::fromBigEndian;
+
+/// The four characters that say what a chunk is; zeros are none.
+class ChunkTag {
+  public:
+    ChunkTag() = default;
+    /// Takes at most four characters.
+    explicit ChunkTag(std::string_view tag) { tag.substr(0, 4).copy(fBytes.data(), fBytes.size()); }
+
+    [[nodiscard]] std::string_view view() const {
+        return {fBytes.data(), fBytes == std::array<char, 4>() ? 0 : fBytes.size()};
+    }
+
+  private:
+    std::array<char, 4> fBytes{};
+};
 
 /// A chunk is a header of 16 bytes (tag, four zeros, data size), the data, and zeros up to the next
 /// multiple of 8 bytes of data.

@@ -2,15 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/Finding.h>
+
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "files/File.h"
-#include "scenes/Findings.h"
-#include "scenes/SceneRecord.h"
 #include "scenes/binary/BinaryChunk.h"
-#include "scenes/reading/ModelReading.h"
 
 namespace orbo::Data {
 
@@ -36,24 +34,10 @@ struct BinaryTrailer {
     [[nodiscard]] std::uint64_t distance() const { return end - begin + kDistanceEnd; }
 };
 
-/// Follows the sizes in the file, none of which is believed. False, with a finding, when the file
-/// is no binary scene or damaged.
-bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Findings& findings);
+/// Follows the sizes in the file, none of which is believed. False, with code, message and place in
+/// `problem`, when the file is no binary scene or damaged.
+bool locateTrailer(Files::File& file, BinaryTrailer& trailer, Finding& problem);
 /// What is wrong when the file does not end where the trailer does; empty when it does.
 std::string misplacedEnd(const BinaryTrailer& trailer, std::uint64_t fileSize);
-
-/// Empty for the chunks of others.
-std::optional<SceneRecord::Kind> kindOfChunk(ChunkTag tag);
-/// Takes the data of a metadata chunk apart; empty when a string in it has no end, and then there
-/// is a message for it.
-std::optional<SceneRecord> parseChunk(ChunkTag tag, std::string data);
-const char* readFailureOf(SceneRecord::Kind kind);
-/// False for names and texts that cannot end with a zero byte, for they have one inside.
-bool appendChunk(std::string& out, const SceneRecord& record);
-
-/// Feeds the metadata chunks in a range of a file to a reading. False, with a finding, when a chunk
-/// is damaged or cannot be read.
-bool readChunks(Files::File& file, std::uint64_t begin, std::uint64_t end, ModelReading& reading,
-                Findings& findings);
 
 }  // namespace orbo::Data

@@ -1,19 +1,18 @@
-// Accessor for binary scenes.
+// The accessor for binary scenes.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scenes/SceneFileAccessor.h"
+#include <data/SceneAccessor.h>
+
+#include <memory>
+
+#include "scenes/binary/BinaryKind.h"
 
 namespace orbo::Data {
 
-/// Scenes are one group of chunks, the last of which is the trailer group with the metadata. It is
-/// found from the end of the file; the scene's own chunks are neither read nor written.
-class QuilBinaryFileAccessor : public SceneFileAccessor {
-  private:
-    [[nodiscard]] std::string openFailure() const override;
-    bool isScene(Files::File& file, Findings& findings) const override;
-    bool scan(Files::File& file, ModelReading& reading, Findings& findings) const override;
-    [[nodiscard]] std::unique_ptr<SceneSection> section(Files::File& file) const override;
+class QuilBinaryFileAccessor : public SceneAccessor {
+  public:
+    QuilBinaryFileAccessor() : SceneAccessor(std::make_unique<BinaryKind>()) {}
 };
 
 }  // namespace orbo::Data

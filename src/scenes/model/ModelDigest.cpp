@@ -1,4 +1,4 @@
-// Tells whether the caller has edited what a read or write left in the model.
+// A digest of associations, to tell two states of them apart.
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/model/ModelDigest.h"
 
@@ -9,7 +9,6 @@
 #include "core/DataTypes.h"
 #include "core/KeyedHash.h"
 #include "core/Layout.h"
-#include "scenes/model/WrittenModel.h"
 #include "streams/StreamAccess.h"
 #include "streams/StreamImpl.h"
 
@@ -101,48 +100,6 @@ void add(KeyedHash& hash, const Stream& stream) {
     StreamAccess::visitElements(stream, elements);
 }
 
-bool isTaken(const Structure& structure, const TakenNames& taken) {
-    const auto found = taken.structures.find(structure.name());
-    return found != taken.structures.end() &&
-           found->second->members() == Layout::of(structure).members();
-}
-
-// What only streams have of structures belongs to the nodes, which are compared with all of it.
-bool structuresAreUnedited(const Accessor& accessor, const TakenNames& taken) {
-    const WrittenModel model(accessor, taken);
-    std::size_t same = 0;
-    const char* previous = nullptr;
-    for (const auto& structure : model.structures()) {
-        if (previous && std::strcmp(previous, structure->name()) == 0) return false;
-        previous = structure->name();
-        const auto own = accessor.structures().find(structure.get());
-        if (isTaken(*structure, taken)) {
-            ++same;
-        } else if (taken.structures.count(previous) > 0 ||
-                   (own != accessor.structures().end() && *own == structure.get())) {
-            return false;
-        }
-    }
-    return same == taken.structures.size();
-}
-
-bool nodesAreUnedited(const Accessor& accessor, const TakenNames& taken) {
-    std::size_t found = 0;
-    for (const auto& [name, associations] : accessor.associations()) {
-        const auto node = taken.associations.find(name);
-        if (const auto part = taken.partialNodes.find(name); part != taken.partialNodes.end()) {
-            if (part->second != digestOf(associations)) return false;
-            ++found;
-        } else if (node != taken.associations.end()) {
-            if (!node->second || *node->second != digestOf(associations)) return false;
-            ++found;
-        } else if (!associations.empty()) {
-            return false;
-        }
-    }
-    return found == taken.associations.size() + taken.partialNodes.size();
-}
-
 }  // namespace
 
 std::uint64_t digestOf(const Associations& associations) {
@@ -154,10 +111,6 @@ std::uint64_t digestOf(const Associations& associations) {
         for (const Stream& stream : channel) add(hash, stream);
     }
     return hash.value();
-}
-
-bool isUnedited(const Accessor& accessor, const TakenNames& taken) {
-    return structuresAreUnedited(accessor, taken) && nodesAreUnedited(accessor, taken);
 }
 
 }  // namespace orbo::Data

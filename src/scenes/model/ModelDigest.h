@@ -1,12 +1,10 @@
-// Tells whether the caller has edited what a read or write left in the model.
+// A digest of associations, to tell two states of them apart.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <data/Accessor.h>
+#include <data/Associations.h>
 
 #include <cstdint>
-
-#include "scenes/reading/ModelReading.h"
 
 namespace orbo::Data {
 
@@ -14,9 +12,5 @@ namespace orbo::Data {
 /// string, empty channels and the kind of storage do not count, numbers count bit by bit. Equal
 /// digests of other content are as unlikely as any 64 random bits. Good within this process.
 std::uint64_t digestOf(const Associations& associations);
-
-/// Whether a write of the model would store what was taken from the file and nothing else. False
-/// also when that cannot be told for some node.
-bool isUnedited(const Accessor& accessor, const TakenNames& taken);
 
 }  // namespace orbo::Data

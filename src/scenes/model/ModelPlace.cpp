@@ -4,6 +4,23 @@
 
 namespace orbo::Data::ModelPlace {
 
+std::string Spot::words() const {
+    if (index) return of(node, *channel, *stream, *index);
+    if (stream) return of(node, *channel, *stream);
+    return channel ? of(node, *channel) : of(node);
+}
+
+Finding Spot::finding(const std::string& what) const {
+    Finding finding;
+    finding.message = words() + ": " + what;
+    finding.node = node;
+    if (channel) finding.channel = channel->name();
+    if (stream) finding.stream = stream->name();
+    if (index) finding.index = index->asString();
+    if (member) finding.member = member;
+    return finding;
+}
+
 std::string of(const std::string& node) { return node.empty() ? "Scene" : "Node '" + node + "'"; }
 
 std::string of(const std::string& node, const Channel& channel) {

@@ -3,12 +3,27 @@
 #pragma once
 
 #include <data/Channel.h>
+#include <data/Finding.h>
 #include <data/Index.h>
 #include <data/Stream.h>
 
 #include <string>
 
 namespace orbo::Data::ModelPlace {
+
+/// A place in one node; what is null is not known, or not meant.
+struct Spot {
+    const std::string& node;
+    const Channel* channel = nullptr;
+    const Stream* stream = nullptr;
+    const Index* index = nullptr;
+    const char* member = nullptr;
+
+    /// "Node 'x', channel 'c', stream 's', index 7", as far as it is known; without the member.
+    [[nodiscard]] std::string words() const;
+    /// A finding without code that says `words(): what`.
+    [[nodiscard]] Finding finding(const std::string& what) const;
+};
 
 std::string of(const std::string& node);
 std::string of(const std::string& node, const Channel& channel);

@@ -11,7 +11,6 @@
 
 #include "core/Ascii.h"
 #include "core/ValueText.h"
-#include "scenes/Messages.h"
 
 namespace orbo::Data {
 
@@ -40,20 +39,21 @@ class AppendingBuffer : public std::streambuf {
 
 }  // namespace
 
-std::optional<SceneRecord> recordOf(const Structure& structure, std::string& errors) {
+std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findings) {
     const StructureSerializerRaw& format = StructureSerializerRaw::theFormat();
     SceneRecord record{SceneRecord::Kind::kStructure, format.formatType(), structure.name(), {}};
     AppendingBuffer buffer(record.text);
     std::ostream out(&buffer);
     if (format.write(structure, out) != 0 || !out) {
-        addMessage(errors, "Structure '" + record.name + "' may not be written correctly");
+        findings.add(Finding::Code::kWriteFailed,
+                     "Structure '" + record.name + "' may not be written correctly");
         return std::nullopt;
     }
     return record;
 }
 
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
-                                    bool exactNumbers, std::string& errors) {
+                                    bool exactNumbers, Findings& findings) {
     const AssociationsSerializerRaw& format = AssociationsSerializerRaw::theFormat();
     SceneRecord record{SceneRecord::Kind::kAssociations, format.formatType(), node, {}};
     AppendingBuffer buffer(record.text);
@@ -61,7 +61,7 @@ std::optional<SceneRecord> recordOf(const std::string& node, const Associations&
     ValueText::setExactNumbers(out, exactNumbers);
     std::string messages;
     if (format.write(associations, out, messages) != 0 || !out) {
-        addMessage(errors, messages);
+        findings.add(Finding::Code::kWriteFailed, messages, record);
         return std::nullopt;
     }
     return record;

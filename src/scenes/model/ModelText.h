@@ -3,6 +3,7 @@
 #pragma once
 
 #include <data/Associations.h>
+#include <data/SceneRecord.h>
 #include <data/Structure.h>
 
 #include <optional>
@@ -10,14 +11,14 @@
 #include <string_view>
 #include <vector>
 
-#include "scenes/SceneRecord.h"
+#include "scenes/Findings.h"
 
 namespace orbo::Data {
 
-/// Both are empty, with the format's messages in `errors`, when the format counts an error.
-std::optional<SceneRecord> recordOf(const Structure& structure, std::string& errors);
+/// Both are empty, with the format's messages as findings, when the format counts an error.
+std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findings);
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
-                                    bool exactNumbers, std::string& errors);
+                                    bool exactNumbers, Findings& findings);
 
 /// A structure that an associations text names, and where it does.
 struct NamedStructure {

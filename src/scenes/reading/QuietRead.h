@@ -3,12 +3,11 @@
 #pragma once
 
 #include <data/Associations.h>
+#include <data/SceneRecord.h>
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
 #include <memory>
-
-#include "scenes/SceneRecord.h"
 
 namespace orbo::Data {
 

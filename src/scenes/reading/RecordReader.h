@@ -3,13 +3,13 @@
 #pragma once
 
 #include <data/Associations.h>
+#include <data/SceneRecord.h>
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
 #include <memory>
 
 #include "scenes/Findings.h"
-#include "scenes/SceneRecord.h"
 
 namespace orbo::Data {
 

@@ -36,19 +36,24 @@ const char* problemOf(std::string_view line, bool cutOff) {
 
 }  // namespace
 
-bool checkTextSceneHeader(Files::File& file, Findings& findings) {
+bool checkTextSceneHeader(Files::File& file, Finding& problem) {
     using Code = Finding::Code;
+    problem.offset = 0;
     std::string bytes(kLongestHeader, '\0');
     const auto got = file.seek(0) ? file.read(bytes.data(), bytes.size()) : std::nullopt;
     if (!got || *got == 0) {
-        return findings.fail(got ? Code::kNotAScene : Code::kFileUnreadable,
-                             "Error reading header.", {0});
+        problem.code = got ? Code::kNotAScene : Code::kFileUnreadable;
+        problem.message = "Error reading header.";
+        return false;
     }
     const std::string_view text = std::string_view(bytes).substr(0, *got);
     const std::size_t feed = text.find('\n');
     const bool cutOff = feed == std::string_view::npos && *got == kLongestHeader;
-    const char* const problem = problemOf(text.substr(0, feed), cutOff);
-    return !problem || findings.fail(Code::kNotAScene, problem, {0});
+    const char* const message = problemOf(text.substr(0, feed), cutOff);
+    if (!message) return true;
+    problem.code = Code::kNotAScene;
+    problem.message = message;
+    return false;
 }
 
 }  // namespace orbo::Data

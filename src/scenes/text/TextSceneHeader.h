@@ -2,12 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/Finding.h>
+
 #include "files/File.h"
-#include "scenes/Findings.h"
 
 namespace orbo::Data {
 
-/// False, with a finding, when the file does not begin like a text scene.
-bool checkTextSceneHeader(Files::File& file, Findings& findings);
+/// False, with code, offset and message in `problem`, when the file does not begin like a text
+/// scene.
+bool checkTextSceneHeader(Files::File& file, Finding& problem);
 
 }  // namespace orbo::Data

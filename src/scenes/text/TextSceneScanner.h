@@ -2,12 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/SceneRecord.h>
+
 #include <cstdint>
 #include <optional>
 
 #include "files/BackwardLineReader.h"
 #include "files/File.h"
-#include "scenes/SceneRecord.h"
 #include "scenes/text/TextLinesAhead.h"
 
 namespace orbo::Data {

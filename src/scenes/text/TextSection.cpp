@@ -1,120 +1,67 @@
-// The metadata section of a text scene as the file holds it now.
+// The new metadata section of a text scene.
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/text/TextSection.h"
 
 #include <algorithm>
-#include <iterator>
+#include <array>
+#include <cstddef>
+#include <utility>
 
 #include "core/Ascii.h"
-#include "files/MemoryFile.h"
-#include "scenes/Messages.h"
-#include "scenes/text/TextSceneHeader.h"
-#include "scenes/text/TextSceneReading.h"
+#include "scenes/text/TextMessages.h"
 #include "scenes/text/TextStatement.h"
 
 namespace orbo::Data {
 
 namespace {
 
-using Fate = SectionPlan::Fate;
-using Kind = SceneRecord::Kind;
-using Result = TextSceneScanner::Result;
+using Part = ScenePlan::Part;
 
-// A first section is only put into scenes of at least this size, in front of a trailer that is no
-// further from the end.
-constexpr std::uint64_t kTrailerBlock = 1024;
+/// The section is written in four pieces, so that a failure can say where it happened: structures,
+/// nodes, the scene, and the rest. Records stay in order: those behind the scene's are in its
+/// piece.
+class Pieces {
+  public:
+    void add(Part part, std::string_view bytes) {
+        fCurrent = std::max(fCurrent, static_cast<std::size_t>(part));
+        fPieces[fCurrent] += bytes;
+    }
+    [[nodiscard]] bool empty() const {
+        return std::all_of(fPieces.begin(), fPieces.end(), [](const auto& p) { return p.empty(); });
+    }
+    std::array<std::string, 3>& all() { return fPieces; }
 
-// By piece.
-constexpr const char* kPieceFailures[] = {
-    "Could not write structure chunk to file.",
-    "Could not write node associations statement to file.",
-    "Could not write scene associations statement to file.",
-    "Failed to append the file trailer.",
+  private:
+    static_assert(Part::kStructures < Part::kNodes && Part::kNodes < Part::kScene);
+    std::array<std::string, 3> fPieces;
+    std::size_t fCurrent = 0;
 };
 
-const char* searchFailure(Result result, bool metStatements) {
-    if (result == Result::kSeekFailed) {
-        return metStatements ? "Could not seek to the first metadata block."
-                             : "Could not seek to the last metadata block.";
-    }
-    return metStatements ? "Failed reading line while searching metadata start."
-                         : "Failed reading line while searching metadata end.";
-}
+constexpr std::array<const char*, 3> kFailures = {
+    TextMessages::kStructuresFailed, TextMessages::kNodesFailed, TextMessages::kSceneFailed};
 
 }  // namespace
 
-bool TextSection::find(std::string& errors) {
-    Findings findings;
-    if (!checkTextSceneHeader(fFile, findings)) return fail(errors, findings);
-    const auto size = fFile.size();
-    if (!size) return fail(errors, "Could not seek to trailer start.");
-    fSize = *size;
-    return scan(errors) && checkTrailer(errors);
-}
-
-bool TextSection::scan(std::string& errors) {
-    TextSceneScanner scanner(fFile, 0, fSize);
-    Result result = scanner.findTrailer();
-    if (result == Result::kSeekFailed) return fail(errors, "Could not seek to trailer start.");
-    if (result == Result::kReadFailed) return fail(errors, "Could not read trailer.");
-    do {
-        if (fEntries.size() == fMostEntries) break;
-        Entry statement;
-        result = scanner.next(statement.where);
-        if (result == Result::kStatement) fEntries.push_front(statement);
-        if (result == Result::kTrailer) fEntries.clear();
-    } while (result == Result::kStatement || result == Result::kTrailer);
-    const bool isComplete = result == Result::kDone || fEntries.size() == fMostEntries;
-    if (!isComplete) return fail(errors, searchFailure(result, !fEntries.empty()));
-    fTrailer = scanner.trailer();
-    fLinesAhead = scanner.linesAhead();
-    return true;
-}
-
-// A scene without a trailer may have lost its end; nothing is written into it.
-bool TextSection::checkTrailer(std::string& errors) const {
-    if (fTrailer) return true;
-    if (!fEntries.empty()) {
-        return fail(errors, "Failed reading line while searching metadata end.");
-    }
-    return fail(errors, fSize < kTrailerBlock && !fAnySize ? "Could not seek to trailer start."
-                                                           : "Could not find trailer prefix.");
-}
-
-bool TextSection::load(std::string& errors) {
-    const std::uint64_t begin = fLinesAhead.begin();
-    if (!fFile.seek(begin)) return fail(errors, "Failed to seek to the trailer position.");
-    return loadFrom(begin) || fail(errors, "Failed to read the file trailer.");
-}
-
-bool TextSection::understoodAny() const {
-    return std::any_of(fEntries.begin(), fEntries.end(),
-                       [](const Entry& entry) { return entry.understood; });
-}
-
-bool TextSection::checkEntries(std::string& errors) const {
-    if (fAnySize || understoodAny()) return true;
-    if (fSize < kTrailerBlock) return fail(errors, "Could not seek to trailer start.");
-    return fSize - *fTrailer <= kTrailerBlock || fail(errors, "Could not find trailer prefix.");
-}
-
-// A guard belongs to what it was written for.
+// A guard in front of the section belongs to what it was written for.
 std::uint64_t TextSection::begin() const {
-    if (fEntries.empty()) return *fTrailer;
-    const bool isMuted = fLinesAhead.haveMutingGuard() && !fEntries.front().understood;
-    return isMuted || fLinesAhead.haveClosingGuard() ? fLinesAhead.begin()
-                                                     : fEntries.front().where.begin;
+    if (fLayout.records.empty()) return *fLayout.trailer;
+    const TextLinesAhead& ahead = fLayout.linesAhead;
+    const bool isMuted = ahead.haveMutingGuard() && !firstIsUnderstood();
+    return isMuted || ahead.haveClosingGuard() ? ahead.begin()
+                                               : fLayout.records.front().range.begin;
 }
 
 bool TextSection::needsClosingGuard() const {
+    const TextLinesAhead& ahead = fLayout.linesAhead;
     const bool keepsMuting =
-        fLinesAhead.haveMutingGuard() && (fEntries.empty() || fEntries.front().understood);
-    return keepsMuting || !fLinesAhead.closed();
+        ahead.haveMutingGuard() && (fLayout.records.empty() || firstIsUnderstood());
+    return keepsMuting || !ahead.closed();
 }
 
+// The end of the last statement that was understood; 0 without any.
 std::uint64_t TextSection::understoodEnd() const {
-    for (auto statement = fEntries.rbegin(); statement != fEntries.rend(); ++statement) {
-        if (statement->understood) return statement->where.end;
+    for (auto item = fLayout.records.rbegin(); item != fLayout.records.rend(); ++item) {
+        if (item->understood) return item->range.end;
     }
     return 0;
 }
@@ -124,96 +71,52 @@ std::uint64_t TextSection::understoodEnd() const {
 TextForeignLines TextSection::foreignLines() const {
     TextForeignLines lines;
     const std::uint64_t lastUnderstood = understoodEnd();
-    auto statement = fEntries.begin();
-    for (std::uint64_t at = fEntries.empty() ? *fTrailer : statement->where.begin;
-         at < *fTrailer;) {
-        std::string_view line = bytes(at, *fTrailer);
+    const std::uint64_t end = *fLayout.trailer;
+    auto item = fLayout.records.begin();
+    std::uint64_t at = fLayout.records.empty() ? end : item->range.begin;
+    while (at < end) {
+        std::string_view line = bytes(at, end);
         line = line.substr(0, std::min(line.find('\n'), line.size() - 1) + 1);
-        while (statement != fEntries.end() && statement->where.end <= at) ++statement;
-        const bool inside = statement != fEntries.end() && statement->where.begin <= at;
-        const bool understood = inside && statement->understood;
+        while (item != fLayout.records.end() && item->range.end <= at) ++item;
+        const bool inside = item != fLayout.records.end() && item->range.begin <= at;
+        const bool understood = inside && item->understood;
         const bool isBlank = Ascii::trim(line).empty();
         at += line.size();
         if (isBlank && at <= lastUnderstood && (!inside || understood)) continue;
         if (understood && !TextStatement::isComment(line)) continue;
-        lines.add(line, inside && !statement->where.closed);
+        lines.add(line, inside && !item->range.closed);
     }
     return lines;
 }
 
-const char* TextSection::failureOf(Part part) const {
-    return kPieceFailures[static_cast<std::size_t>(part)];
-}
-
-std::optional<SceneRecord> TextSection::parse(const Entry& entry) const {
-    if (!entry.where.closed) return std::nullopt;
-    const char* ignored = nullptr;
-    return TextStatement::parse(entry.where.kind, std::string(bytesOf(entry)), ignored);
-}
-
-std::string TextSection::unchanged(const Entry& entry) const {
-    return TextStatement::forOtherReaders(bytesOf(entry));
-}
-
-bool TextSection::append(std::string& out, const SceneRecord& record) const {
-    const bool isStructure = record.kind == Kind::kStructure;
-    if (!isStructure && !TextStatement::canBeTarget(record.name)) return false;
-    TextStatement::append(out, record);
-    if (!isStructure) return true;
-    // Quotes in names are not escaped, so there are names that end the statement.
-    const char* ignored = nullptr;
-    const auto readBack = TextStatement::parse(record.kind, out, ignored);
-    return readBack && readBack->plain && readBack->text == record.text;
-}
-
-bool TextSection::appendStatements(const NewRecords& records) {
-    const std::size_t begin = fNewTail.size();
-    appendKept(fNewTail, Kind::kStructure, Fate::kAhead);
-    for (const std::string& statement : records.structures) fNewTail += statement;
-    appendKept(fNewTail, Kind::kStructure, Fate::kBehind);
-    fPieceEnds[kStructures] = fNewTail.size();
-
-    appendKept(fNewTail, Kind::kAssociations, Fate::kAhead);
-    for (const std::string& statement : records.nodes) fNewTail += statement;
-    fPieceEnds[kNodes] = fNewTail.size();
-
-    fNewTail += records.scene;
-    appendKept(fNewTail, Kind::kAssociations, Fate::kBehind);
-    fPieceEnds[kScene] = fNewTail.size();
-    return fNewTail.size() > begin;
-}
-
-bool TextSection::compose(const NewRecords& records, std::string&) {
+SceneChange TextSection::changeFor(const ScenePlan& plan) const {
+    Pieces pieces;
+    for (const ScenePlan::Entry& entry : plan.entries) {
+        if (!entry.kept) {
+            pieces.add(entry.part, entry.bytes);
+        } else {
+            const SceneRecordRange& range = entry.kept->range;
+            pieces.add(entry.part, TextStatement::forOtherReaders(bytes(range.begin, range.end)));
+        }
+    }
+    const bool hasStatements = !pieces.empty();
     const bool isClosed = !needsClosingGuard();
-    if (!isClosed) fNewTail = TextLinesAhead::kClosingGuard;
-    const bool hasStatements = appendStatements(records);
-    if (!hasStatements) {
-        fNewTail.clear();
-        fPieceEnds = {};
+    if (hasStatements && !isClosed) {
+        pieces.all().front().insert(0, TextLinesAhead::kClosingGuard);
     }
-    foreignLines().appendTo(fNewTail, hasStatements, hasStatements || isClosed);
-    fNewTrailer = fNewTail.size();
-    fNewTail += bytes(*fTrailer, fSize);
-    fPieceEnds[kRest] = fNewTail.size();
-    return true;
-}
+    std::string rest;
+    foreignLines().appendTo(rest, hasStatements, hasStatements || isClosed);
+    rest += bytes(*fLayout.trailer, fLayout.size);
 
-bool TextSection::readBack(ModelReading& reading, Findings& findings) const {
-    Files::MemoryFile file(std::string_view(fNewTail).substr(0, fNewTrailer));
-    TextSceneScanner scanner(file, 0, fNewTrailer);
-    scanner.trailerIsAtEnd();
-    return readStatements(file, scanner, reading, findings);
-}
-
-std::vector<TextSection::Change> TextSection::changes() const {
-    Change tail{begin(), bytes(begin(), fSize), "Could not seek to metadata start.", {}};
-    std::size_t from = 0;
-    for (std::size_t i = 0; i < kPieces; ++i) {
-        const auto piece = std::string_view(fNewTail).substr(from, fPieceEnds[i] - from);
-        tail.pieces.push_back({piece, kPieceFailures[i]});
-        from = fPieceEnds[i];
+    SceneChange change;
+    change.offset = begin();
+    change.oldBytes = bytes(begin(), fLayout.size);
+    change.seekFailure = TextMessages::kStartSeekFailed;
+    for (std::size_t i = 0; i < kFailures.size(); ++i) {
+        change.pieces.push_back({std::move(pieces.all()[i]), kFailures[i]});
     }
-    return {tail};
+    change.pieces.push_back({std::move(rest), TextMessages::kRestFailed});
+    return change;
 }
 
 }  // namespace orbo::Data

@@ -2,12 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/SceneRecord.h>
+
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "scenes/SceneRecord.h"
 
 namespace orbo::Data::TextStatement {
 

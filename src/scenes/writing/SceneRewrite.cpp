@@ -1,11 +1,10 @@
-// Puts the new section of a scene into its file.
+// Puts changes into the file of a scene.
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/writing/SceneRewrite.h"
 
 #include <utility>
 
 #include "files/FileRewrite.h"
-#include "scenes/Messages.h"
 
 namespace orbo::Data {
 
@@ -24,8 +23,8 @@ bool isForbidden(const std::error_code& error) {
 }
 
 std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& rewrite,
-                      const std::vector<SceneSection::Change>& changes) {
-    const SceneSection::Change& change = changes.at(outcome.range);
+                      const std::vector<SceneChange>& changes) {
+    const SceneChange& change = changes.at(outcome.range);
     const std::string reason = ": " + outcome.error.message();
     switch (outcome.failed) {
         case Step::kDone:
@@ -99,25 +98,25 @@ std::string messageOfRefusedUndo(const FileRewrite::Outcome& outcome, const std:
 
 }  // namespace
 
-RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::Change>& changes,
-                      const WritePolicy& policy, RewriteExtent extent, std::string& errors) {
+RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneChange>& changes,
+                      const WritePolicy& policy, RewriteExtent extent, Findings& findings) {
     std::vector<Files::RewriteRange> ranges;
-    for (const SceneSection::Change& change : changes) {
+    for (const SceneChange& change : changes) {
         ranges.push_back({change.offset, change.oldBytes, {}});
-        for (const SceneSection::Change::Piece& piece : change.pieces) {
-            ranges.back().pieces.push_back(piece.bytes);
+        for (const SceneChange::Piece& piece : change.pieces) {
+            ranges.back().pieces.emplace_back(piece.bytes);
         }
     }
     FileRewrite rewrite(file, std::move(ranges), policy.durable);
     const FileRewrite::Outcome outcome =
         extent == RewriteExtent::kWhole ? rewrite.run() : rewrite.rehearse();
     if (outcome.failed == Step::kDone) return RewriteResult::kDone;
-    addMessage(errors, messageOf(outcome, rewrite, changes));
+    findings.add(Finding::Code::kWriteFailed, messageOf(outcome, rewrite, changes));
     if (outcome.failed == Step::kChanged) return RewriteResult::kConflict;
     if (outcome.holdsNew) return RewriteResult::kUnsure;
     if (!outcome.restored) {
         const std::string journal = policy.durable ? rewrite.journalPath() : std::string();
-        addMessage(errors, messageOfRefusedUndo(outcome, journal));
+        findings.add(Finding::Code::kWriteFailed, messageOfRefusedUndo(outcome, journal));
     }
     return RewriteResult::kFailed;
 }

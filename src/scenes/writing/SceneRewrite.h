@@ -1,14 +1,14 @@
-// Puts the new section of a scene into its file.
+// Puts changes into the file of a scene.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/SceneKind.h>
 #include <data/WritePolicy.h>
 
-#include <string>
 #include <vector>
 
 #include "files/LockedFile.h"
-#include "scenes/writing/SceneSection.h"
+#include "scenes/Findings.h"
 
 namespace orbo::Data {
 
@@ -21,11 +21,11 @@ enum class RewriteResult {
 
 enum class RewriteExtent {
     kWhole,
-    kChecks,  ///< all that can fail ahead of the first byte; `kDone` then says that nothing would
+    kChecks,  ///< all that can fail before the first byte is written; `kDone`: nothing would
 };
 
-/// Anything but `kDone` comes with a message.
-RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneSection::Change>& changes,
-                      const WritePolicy& policy, RewriteExtent extent, std::string& errors);
+/// Anything but `kDone` comes with a finding.
+RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneChange>& changes,
+                      const WritePolicy& policy, RewriteExtent extent, Findings& findings);
 
 }  // namespace orbo::Data

@@ -3,130 +3,166 @@
 #include "scenes/writing/SceneWriter.h"
 
 #include <cstddef>
-#include <set>
-#include <string_view>
 #include <utility>
 
 #include "core/StructureRegistry.h"
-#include "scenes/Messages.h"
-#include "scenes/model/ModelCheck.h"
-#include "scenes/model/ModelCompare.h"
+#include "scenes/LayoutScan.h"
+#include "scenes/SceneInputs.h"
 #include "scenes/model/ModelDigest.h"
 #include "scenes/model/ModelPlace.h"
 #include "scenes/model/ModelText.h"
+#include "scenes/reading/SceneReader.h"
+#include "scenes/writing/ModelCheck.h"
+#include "scenes/writing/ModelCompare.h"
 
 namespace orbo::Data {
 
 namespace {
 
-using Fate = SectionPlan::Fate;
+using Code = Finding::Code;
+using Merge::Action;
+
+Finding refusal(std::string message, const std::optional<std::string>& node = {}) {
+    Finding finding;
+    finding.message = std::move(message);
+    finding.node = node;
+    return finding;
+}
 
 // A format does not know what it is asked to write.
-std::string at(const std::string& place, const std::string& messages) {
+std::string at(const std::string& place, const Findings& findings) {
+    std::string messages;
+    findings.appendTo(messages);
     return messages.empty() ? std::string() : place + ": " + messages;
+}
+
+std::set<std::string> madeNew(const Merge::Plan& plan, SceneRecord::Kind kind) {
+    std::set<std::string> names;
+    for (const Merge::Item& item : plan.items) {
+        const bool isNew = item.action == Action::kAdd || item.action == Action::kRewrite;
+        if (isNew && item.kind == kind) names.insert(item.name);
+    }
+    return names;
 }
 
 }  // namespace
 
-SceneWriter::SceneWriter(const Accessor& accessor, const TakenNames& taken, SceneSection& section)
-    : fAccessor(accessor),
-      fTaken(taken),
-      fSection(section),
-      fModel(accessor, taken),
-      fWritten(fModel.names()) {
-    fWritten.partialNodes = taken.partialNodes;
+SceneWriter::SceneWriter(const SceneKind& kind, const Accessor& accessor,
+                         const ReadSnapshot& snapshot, const Settings& settings)
+    : fKind(kind),
+      fSnapshot(snapshot),
+      fSettings(settings),
+      fModel(accessor, snapshot, settings.policy.addMissingStructures),
+      fWritten(fModel.snapshot()) {
+    fWritten.partialNodes = snapshot.partialNodes;
 }
 
-RewriteResult SceneWriter::write(Files::LockedFile& file, RewriteExtent extent,
-                                 std::string& errors) {
-    if (!compose(file.file(), errors)) return RewriteResult::kFailed;
-    return rewrite(file, fSection.changes(), fAccessor.writePolicy(), extent, errors);
+// False without a problem as well: for `return fail(...)`.
+bool SceneWriter::fail(std::optional<Finding> problem) const {
+    if (!problem) return false;
+    problem->code = Code::kWriteFailed;
+    fFindings->take(std::move(*problem));
+    return false;
 }
 
-bool SceneWriter::rehearse(Files::File& file, std::string& errors) {
-    fRehearses = true;
-    return compose(file, errors);
+bool SceneWriter::compose(Files::File& file, Findings& findings) {
+    fFindings = &findings;
+    if (auto repeated = repeatedNameIn(fModel)) return fail(std::move(repeated));
+    InputOfFile input(file);
+    fLayout = scanLayout(fKind, input, fSettings.policy, findings);
+    if (!fLayout || !loadTail(input) || !checkConflict(file, input)) return false;
+    ScenePlan plan;
+    plan.policy = fSettings.policy;
+    if (!decide(plan)) return false;
+    Finding problem;
+    fChanges = fKind.changes(*fLayout, fTail, plan, problem);
+    if (fChanges.empty()) return fail(std::move(problem));
+    return !fSettings.policy.verify || verify(input);
 }
 
-bool SceneWriter::compose(Files::File& file, std::string& errors) {
-    if (!checkPartialNodes(errors) || !checkNamesAreUnique(fModel, errors)) return false;
-    if (!fSection.find(errors) || !fSection.load(errors)) return false;
-    if (!checkUnchanged(file, errors)) return false;
-    if (!decide(errors) || !checkChanges(errors)) return false;
-    if (!fSection.checkEntries(errors) || !writeRecords(errors)) return false;
-    dropRepeated();
-    if (!fSection.compose(fNew, errors)) return false;
-    if (fAccessor.writePolicy().verify && !verify(errors)) return false;
-    noteDigests();
-    return true;
+bool SceneWriter::loadTail(SceneInput& input) {
+    fTail.resize(static_cast<std::size_t>(fLayout->size - fLayout->begin));
+    if (!input.seek(fLayout->begin)) return fail(refusal(fLayout->cannotSeek));
+    const auto got = input.read(fTail.data(), fTail.size());
+    return (got && *got == fTail.size()) || fail(refusal(fLayout->cannotRead));
 }
 
-// Six digits, for example, may read back as something else than the model has.
-void SceneWriter::noteDigests() {
-    for (const WrittenModel::Node& node : fModel.nodes()) {
-        if (!fAccessor.writePolicy().verify && fUnchangedNodes.count(*node.name) == 0) continue;
-        fWritten.associations[*node.name] = digestOf(*node.associations);
-    }
-}
-
-// Their records stay as they are, so what the caller did to them would be lost.
-bool SceneWriter::checkPartialNodes(std::string& errors) const {
-    for (const auto& [name, digest] : fTaken.partialNodes) {
-        const Associations* entry = fModel.entry(name);
-        if (!entry || digestOf(*entry) != digest) {
-            return fail(errors, ModelPlace::of(name) +
-                                    " was read in part: it cannot be changed or removed.");
-        }
-    }
-    return true;
-}
-
-bool SceneWriter::checkUnchanged(Files::File& file, std::string& errors) {
-    if (!fAccessor.writePolicy().detectConflicts) return true;
-    if (fTaken.fingerprint) {
-        fMetConflict = fSection.fingerprint(fTaken.metOnly) != *fTaken.fingerprint;
+bool SceneWriter::checkConflict(Files::File& file, SceneInput& input) {
+    if (!fSettings.policy.detectConflicts) return true;
+    if (fSnapshot.fingerprint) {
+        fMetConflict =
+            fingerprintOf(*fLayout, fTail, input, fSnapshot.recordsMet) != *fSnapshot.fingerprint;
     } else {
         const auto status = file.status();
-        fMetConflict = !status || !fTaken.status || !status->hasSameBytes(*fTaken.status);
+        fMetConflict = !status || !fSnapshot.status || !status->hasSameBytes(*fSnapshot.status);
     }
-    return !fMetConflict || fail(errors, "The metadata in the file is no longer what was read.");
+    return !fMetConflict || fail(refusal("The metadata in the file is no longer what was read."));
 }
 
-// Structures first: what associations mean depends on them.
-bool SceneWriter::decide(std::string& errors) {
-    SectionPlan plan(fModel, fTaken, fAccessor.readPolicy(), fSection.entries().size());
-    std::vector<std::string> names(fSection.entries().size());
-    forEachRecord(Kind::kStructure, [&](std::size_t number, const SceneRecord& record) {
-        names[number] = plan.addStructure(number, record);
-    });
-    forEachRecord(Kind::kAssociations, [&](std::size_t number, const SceneRecord& record) {
-        names[number] = record.name;
-        plan.addAssociations(number, record);
-    });
-    if (plan.asksForUsers()) addUsers(plan);
-    if (!plan.decide(fAccessor.writePolicy().verify, errors)) return false;
-    if (plan.asksForUnchanged()) {
-        forEachRecord(Kind::kAssociations, [&](std::size_t number, const SceneRecord& record) {
-            plan.addUnchanged(number, record);
-        });
+bool SceneWriter::decide(ScenePlan& plan) {
+    const WritePolicy& policy = fSettings.policy;
+    FactFinder finder(
+        {fKind, *fLayout, fTail, fModel, fSnapshot, fSettings.readPolicy, policy.exactNumbers});
+    Merge::Plan merged =
+        finder.plan({policy.verify, fSettings.rewritesAll, fKind.traits().sceneFirst});
+    if (merged.refusal) return fail(std::move(merged.refusal));
+    fNotes.add(std::move(merged.findings));
+    fWritten.unreadable = std::move(finder.unreadable());
+    const std::set<std::string> newStructures = madeNew(merged, Kind::kStructure);
+    const std::set<std::string> newNodes = madeNew(merged, Kind::kAssociations);
+    if (policy.verify) {
+        if (!checkNewRecords(newStructures, newNodes)) return false;
+    } else {
+        addRemarks(finder, merged, newStructures, newNodes);
     }
-    if (!noteLosses(plan, names, errors)) return false;
-    apply(plan, names);
-    plan.addNotes(fNotes);
-    if (!fAccessor.writePolicy().verify) addRemarks(plan);
-    fWritten.unreadable = std::move(plan.unreadable());
+    if (!checkUnderstood()) return false;
+    for (const Merge::Item& item : merged.items) {
+        if (!format(item, plan)) return false;
+    }
+    noteDigests(newNodes);
     return true;
 }
 
-// A careful write refuses them.
-void SceneWriter::addRemarks(const SectionPlan& plan) {
-    WriteRemarks remarks([&](const std::string& name) { return plan.structures().counting(name); },
-                         fAccessor.readPolicy().unknownIndexTypesAsText, fNotes);
+// Kinds that take no foreign records keep a write from happening.
+bool SceneWriter::checkUnderstood() const {
+    if (!fKind.traits().strict) return true;
+    for (const SceneLayout::Item& item : fLayout->records) {
+        if (item.understood) continue;
+        Finding problem;
+        (void)fKind.parse(item.range, {}, nullptr, problem);
+        return fail(std::move(problem));
+    }
+    return true;
+}
+
+// What is as the file has it came from there, and goes back the same way.
+bool SceneWriter::checkNewRecords(const std::set<std::string>& structures,
+                                  const std::set<std::string>& nodes) const {
     for (const auto& structure : fModel.structures()) {
-        if (fUnchangedStructures.count(structure->name()) == 0) remarks.addStructure(*structure);
+        if (structures.count(structure->name()) == 0) continue;
+        if (auto problem = notCarriedOf(*structure)) return fail(std::move(problem));
     }
     for (const WrittenModel::Node& node : fModel.nodes()) {
-        if (fUnchangedNodes.count(*node.name) == 0) {
+        if (nodes.count(*node.name) == 0) continue;
+        if (auto problem = notCarriedOf(fModel, node)) return fail(std::move(problem));
+    }
+    return true;
+}
+
+void SceneWriter::addRemarks(const FactFinder& finder, const Merge::Plan& plan,
+                             const std::set<std::string>& newStructures,
+                             const std::set<std::string>& newNodes) {
+    const auto structureInFile = [&](const std::string& name) -> const Structure* {
+        const auto kept = plan.structuresOfTheFile.find(name);
+        if (kept != plan.structuresOfTheFile.end()) return &finder.structureOf(kept->second);
+        return fModel.structure(name);
+    };
+    WriteRemarks remarks(structureInFile, fSettings.readPolicy.unknownIndexTypesAsText, fNotes);
+    for (const auto& structure : fModel.structures()) {
+        if (newStructures.count(structure->name()) > 0) remarks.addStructure(*structure);
+    }
+    for (const WrittenModel::Node& node : fModel.nodes()) {
+        if (newNodes.count(*node.name) > 0) {
             remarks.addNode(node);
         } else {
             remarks.addStructuresOf(node);
@@ -134,155 +170,76 @@ void SceneWriter::addRemarks(const SectionPlan& plan) {
     }
 }
 
-template <typename Visit>
-void SceneWriter::forEachRecord(Kind kind, const Visit& visit) {
-    std::size_t number = 0;
-    for (Entry& entry : fSection.entries()) {
-        const std::size_t current = number++;
-        if (entry.where.kind != kind) continue;
-        const auto record = fSection.parse(entry);
-        if (!record) continue;
-        entry.understood = true;
-        entry.plain = record->plain;
-        visit(current, *record);
-    }
-}
-
-void SceneWriter::addUsers(SectionPlan& plan) {
-    forEachRecord(Kind::kAssociations, [&](std::size_t number, const SceneRecord& record) {
-        plan.addUser(number, record);
-    });
-    for (const Entry& entry : fSection.entries()) {
-        const bool isUser = !entry.understood && entry.where.kind == Kind::kAssociations;
-        if (isUser) plan.addUser(fSection.bytesOf(entry));
-    }
-}
-
-// What the caller removed goes with all that its statement held.
-bool SceneWriter::noteLosses(const SectionPlan& plan, const std::vector<std::string>& names,
-                             std::string& errors) {
-    std::size_t number = 0;
-    for (const Entry& entry : fSection.entries()) {
-        const std::size_t current = number++;
-        if (!entry.understood || entry.plain || plan.fate(current) != Fate::kDropped) continue;
-        const std::string& name = names[current];
-        const bool isStructure = entry.where.kind == Kind::kStructure;
-        if (isStructure ? !fModel.structure(name) : !fModel.hasNode(name)) continue;
-        const std::string what = isStructure ? "Structure '" + name + "'" : ModelPlace::of(name);
-        const std::string message = what + ": its statement holds more than is written of it";
-        if (fAccessor.writePolicy().verify) return fail(errors, message);
-        SceneRecord record{entry.where.kind, {}, name, {}};
-        record.place.offset = entry.where.begin;
-        fNotes.add(Finding::Code::kTextPassedOver, message, record);
-    }
-    return true;
-}
-
-void SceneWriter::apply(const SectionPlan& plan, const std::vector<std::string>& names) {
-    std::size_t number = 0;
-    for (Entry& entry : fSection.entries()) {
-        const std::size_t current = number++;
-        if (!entry.understood) continue;
-        entry.fate = plan.fate(current);
-        entry.isUnreadable = plan.isUnreadable(current);
-        if (entry.fate != Fate::kUnchanged) continue;
-        // Goes where it would have been written.
-        entry.fate = Fate::kDropped;
-        if (fRehearses) continue;
-        const bool isStructure = entry.where.kind == Kind::kStructure;
-        auto& unchanged = isStructure ? fUnchangedStructures : fUnchangedNodes;
-        unchanged[names[current]] += fSection.unchanged(entry);
-    }
-}
-
-// What is as the file has it came from there, and goes back the same way.
-bool SceneWriter::checkChanges(std::string& errors) const {
-    if (!fAccessor.writePolicy().verify) return true;
-    for (const auto& structure : fModel.structures()) {
-        if (fUnchangedStructures.count(structure->name()) > 0) continue;
-        if (!checkFormatCanCarry(*structure, errors)) return false;
-    }
-    for (const WrittenModel::Node& node : fModel.nodes()) {
-        if (fUnchangedNodes.count(*node.name) > 0) continue;
-        if (!checkFormatCanCarry(fModel, node, errors)) return false;
-    }
-    return true;
-}
-
-bool SceneWriter::writeRecords(std::string& errors) {
-    for (const auto& structure : fModel.structures()) {
-        if (!writeStructure(*structure, errors)) return false;
-    }
-    for (const WrittenModel::Node& node : fModel.nodes()) {
-        if (!writeNode(node, errors)) return false;
-    }
-    return true;
-}
-
-bool SceneWriter::writeStructure(const Structure& structure, std::string& errors) {
-    std::string& bytes = fNew.structures.emplace_back();
-    if (const auto unchanged = fUnchangedStructures.find(structure.name());
-        unchanged != fUnchangedStructures.end()) {
-        bytes = std::move(unchanged->second);
+bool SceneWriter::format(const Merge::Item& item, ScenePlan& plan) const {
+    if (item.action == Action::kDrop) return true;
+    const bool isStructure = item.kind == Kind::kStructure;
+    const Part part = isStructure ? Part::kStructures : item.isScene ? Part::kScene : Part::kNodes;
+    if (item.action == Action::kKeep) {
+        plan.entries.push_back({part, &fLayout->records[*item.record], {}});
         return true;
     }
-    std::string messages;
-    if (const auto record = recordOf(structure, messages)) {
-        if (fSection.append(bytes, *record)) return true;
-        messages = "name cannot be written";
-    }
-    addMessage(errors, fSection.failureOf(Part::kStructures));
-    return fail(errors, at(std::string("Structure '") + structure.name() + "'", messages));
+    plan.entries.push_back({part, nullptr, {}});
+    std::string& bytes = plan.entries.back().bytes;
+    return isStructure ? formatStructure(item.name, bytes) : formatNode(item.name, bytes);
 }
 
-bool SceneWriter::writeNode(const WrittenModel::Node& node, std::string& errors) {
-    const bool isScene = node.name->empty();
-    std::string& bytes = isScene ? fNew.scene : fNew.nodes.emplace_back();
-    if (const auto unchanged = fUnchangedNodes.find(*node.name);
-        unchanged != fUnchangedNodes.end()) {
-        bytes = std::move(unchanged->second);
-        return true;
+bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) const {
+    const std::string place = "Structure '" + name + "'";
+    Findings problems;
+    if (const auto record = recordOf(*fModel.structure(name), problems)) {
+        if (fKind.format(*record, bytes)) return true;
+        problems.add(Code::kWriteFailed, "name cannot be written");
     }
-    std::string messages;
+    (void)fail(refusal(fKind.traits().cannotMakeStructure));
+    return fail(refusal(at(place, problems)));
+}
+
+bool SceneWriter::formatNode(const std::string& name, std::string& bytes) const {
+    const std::string place = ModelPlace::of(name);
+    Findings problems;
     const auto record =
-        recordOf(*node.name, *node.associations, fAccessor.writePolicy().exactNumbers, messages);
+        recordOf(name, *fModel.entry(name), fSettings.policy.exactNumbers, problems);
     if (!record) {
-        addMessage(errors, fSection.failureOf(isScene ? Part::kScene : Part::kNodes));
-        return fail(errors, at(ModelPlace::of(*node.name), messages));
+        const SceneTraits& traits = fKind.traits();
+        (void)fail(refusal(name.empty() ? traits.cannotMakeScene : traits.cannotMakeNode, name));
+        return fail(refusal(at(place, problems), name));
     }
-    return fSection.append(bytes, *record) ||
-           fail(errors, ModelPlace::of(*node.name) + ": name cannot be written");
+    return fKind.format(*record, bytes) || fail(refusal(place + ": name cannot be written", name));
 }
 
-// What was written before without what it needs to be read is replaced all the same.
-void SceneWriter::dropRepeated() {
-    std::set<std::string_view> written(fNew.structures.begin(), fNew.structures.end());
-    written.insert(fNew.nodes.begin(), fNew.nodes.end());
-    written.insert(fNew.scene);
-    for (Entry& entry : fSection.entries()) {
-        if (entry.isUnreadable && written.count(fSection.bytesOf(entry)) > 0) {
-            entry.fate = Fate::kDropped;
-        }
-    }
-}
-
-bool SceneWriter::verify(std::string& errors) const {
+// Reads the file as it will be, by the very functions that will read it.
+bool SceneWriter::verify(SceneInput& input) const {
     const StructureRegistry::SetAside fileStructures;
     std::set<std::string> nodes;
-    for (const auto& node : fWritten.associations) nodes.insert(node.first);
-    ModelReading reading(nullptr, &nodes);
+    for (const WrittenModel::Node& node : fModel.nodes()) nodes.insert(*node.name);
+    ModelBuilder::Request request;
+    request.associationNames = &nodes;
+    request.policy = fSettings.readPolicy;
+    ChangedInput changed(input, fLayout->size, fChanges);
     Accessor::AssociationsMap readBack;
-    Findings findings;
-    std::string messages;
+    Findings problems;
     try {
-        const bool done = fSection.readBack(reading, findings);
-        if (done) reading.build(readBack, fAccessor.readPolicy(), findings);
-        findings.appendTo(messages);
-        if (!done) return fail(errors, messages);
+        if (!readScene(fKind, changed, request, readBack, problems)) {
+            fFindings->add(std::move(problems));
+            return false;
+        }
     } catch (const Index::eCreationErrors&) {
-        return fail(errors, "An index type of the new metadata is not registered.");
+        return fail(refusal("An index type of the new metadata is not registered."));
     }
-    return readBackIsSame(fModel, readBack, errors) || fail(errors, messages);
+    auto difference = differenceOf(fModel, readBack);
+    if (!difference) return true;
+    (void)fail(std::move(difference));
+    fFindings->add(std::move(problems));
+    return false;
+}
+
+// Without a verification, a new record may read back as something else than the model has: six
+// digits, for example.
+void SceneWriter::noteDigests(const std::set<std::string>& newNodes) {
+    for (const WrittenModel::Node& node : fModel.nodes()) {
+        if (!fSettings.policy.verify && newNodes.count(*node.name) > 0) continue;
+        fWritten.associations[*node.name] = digestOf(*node.associations);
+    }
 }
 
 }  // namespace orbo::Data

@@ -3,75 +3,81 @@
 #pragma once
 
 #include <data/Accessor.h>
+#include <data/SceneKind.h>
 
-#include <map>
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "files/File.h"
 #include "scenes/Findings.h"
-#include "scenes/model/WrittenModel.h"
-#include "scenes/reading/ModelReading.h"
-#include "scenes/writing/SceneRewrite.h"
-#include "scenes/writing/SceneSection.h"
+#include "scenes/reading/ReadSnapshot.h"
+#include "scenes/writing/FactFinder.h"
+#include "scenes/writing/Merge.h"
+#include "scenes/writing/WrittenModel.h"
 
 namespace orbo::Data {
 
-/// Works on the file as it is now, whatever it was when it was read. All new bytes are in memory,
-/// and checked as far as the policy asks for it, before the file is touched.
+/// Works on the file as it is now, however it was when it was read. `compose` makes all new bytes
+/// in memory, and checks them as far as the policy asks for it; nothing is written here.
 class SceneWriter {
   public:
-    /// `taken` is what the last read found. All outlive the writer.
-    SceneWriter(const Accessor& accessor, const TakenNames& taken, SceneSection& section);
+    struct Settings {
+        WritePolicy policy;
+        ReadPolicy readPolicy;
+        /// Makes also the records anew that the file has already, so that the verification looks at
+        /// the whole model.
+        bool rewritesAll = false;
+    };
 
-    /// Into the file that the section is of.
-    RewriteResult write(Files::LockedFile& file, RewriteExtent extent, std::string& errors);
-    /// Does all of a write but the writing, and writes anew also what is as the file has it: so the
-    /// verification looks at all of the model. False, with a message, when it would be refused.
-    bool rehearse(Files::File& file, std::string& errors);
-    /// Whether it failed for the metadata in the file not being what was read.
+    /// Kind, model and snapshot outlive the writer.
+    SceneWriter(const SceneKind& kind, const Accessor& accessor, const ReadSnapshot& snapshot,
+                const Settings& settings);
+
+    /// False, with findings, when nothing may be written.
+    bool compose(Files::File& file, Findings& findings);
+
+    /// After `compose`: what is to be written. Views into the writer.
+    [[nodiscard]] const std::vector<SceneChange>& changes() const { return fChanges; }
+    /// It failed because the metadata in the file is no longer what was read.
     [[nodiscard]] bool metConflict() const { return fMetConflict; }
     /// What the caller might not expect of the write.
-    [[nodiscard]] const Findings& notes() const { return fNotes; }
-    /// What the file holds of the model after a write, in place of what the last read found.
-    TakenNames& written() { return fWritten; }
+    Findings& notes() { return fNotes; }
+    /// What the file holds of the model once the changes are made.
+    ReadSnapshot& written() { return fWritten; }
 
   private:
-    using Entry = SceneSection::Entry;
     using Kind = SceneRecord::Kind;
-    using Part = SceneSection::Part;
+    using Part = ScenePlan::Part;
 
-    bool compose(Files::File& file, std::string& errors);
-    bool checkPartialNodes(std::string& errors) const;
-    bool checkUnchanged(Files::File& file, std::string& errors);
-    bool decide(std::string& errors);
-    /// Calls `visit(number, record)` for those that can be taken apart.
-    template <typename Visit>
-    void forEachRecord(Kind kind, const Visit& visit);
-    void addUsers(SectionPlan& plan);
-    void addRemarks(const SectionPlan& plan);
-    bool noteLosses(const SectionPlan& plan, const std::vector<std::string>& names,
-                    std::string& errors);
-    void apply(const SectionPlan& plan, const std::vector<std::string>& names);
-    bool checkChanges(std::string& errors) const;
-    bool writeRecords(std::string& errors);
-    bool writeStructure(const Structure& structure, std::string& errors);
-    bool writeNode(const WrittenModel::Node& node, std::string& errors);
-    void dropRepeated();
-    bool verify(std::string& errors) const;
-    void noteDigests();
+    [[nodiscard]] bool fail(std::optional<Finding> problem) const;
+    bool loadTail(SceneInput& input);
+    bool checkConflict(Files::File& file, SceneInput& input);
+    bool decide(ScenePlan& plan);
+    bool checkUnderstood() const;
+    bool checkNewRecords(const std::set<std::string>& structures,
+                         const std::set<std::string>& nodes) const;
+    void addRemarks(const FactFinder& finder, const Merge::Plan& plan,
+                    const std::set<std::string>& newStructures,
+                    const std::set<std::string>& newNodes);
+    bool format(const Merge::Item& item, ScenePlan& plan) const;
+    [[nodiscard]] bool formatStructure(const std::string& name, std::string& bytes) const;
+    [[nodiscard]] bool formatNode(const std::string& name, std::string& bytes) const;
+    bool verify(SceneInput& input) const;
+    void noteDigests(const std::set<std::string>& newNodes);
 
-    const Accessor& fAccessor;
-    const TakenNames& fTaken;
-    SceneSection& fSection;
+    const SceneKind& fKind;
+    const ReadSnapshot& fSnapshot;
+    const Settings fSettings;
     WrittenModel fModel;
-    TakenNames fWritten;
-    // What the file holds already, by name.
-    std::map<std::string, std::string> fUnchangedStructures;
-    std::map<std::string, std::string> fUnchangedNodes;
-    SceneSection::NewRecords fNew;
+    ReadSnapshot fWritten;
+    std::unique_ptr<SceneLayout> fLayout;
+    std::string fTail;
+    std::vector<SceneChange> fChanges;
     Findings fNotes;
+    Findings* fFindings = nullptr;  // of the `compose` under way
     bool fMetConflict = false;
-    bool fRehearses = false;
 };
 
 }  // namespace orbo::Data

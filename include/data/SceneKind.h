@@ -1,0 +1,200 @@
+// What a kind of scene file is: the one interface to implement for another kind.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Finding.h>
+#include <data/SceneInput.h>
+#include <data/SceneRecord.h>
+#include <data/WritePolicy.h>
+#include <debug/Export.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orbo::Data {
+
+/// What a scan finds in a file. A kind may derive from it to keep more for `SceneKind::changes`.
+class METADATA_API SceneLayout {
+  public:
+    struct Item {
+        SceneRecordRange range;
+        /// `SceneKind::parse` could take it apart. Set by the library after the scan.
+        bool understood = false;
+    };
+
+    SceneLayout() = default;
+    SceneLayout(const SceneLayout&) = delete;
+    SceneLayout& operator=(const SceneLayout&) = delete;
+    virtual ~SceneLayout();
+
+    /// In file order. Filled by the library.
+    std::deque<Item> records;
+    /// The offset of the first byte that a write replaces. Everything from there to the end of the
+    /// file is in memory when `SceneKind::changes` is called.
+    std::uint64_t begin = 0;
+    /// The size of the file in bytes.
+    std::uint64_t size = 0;
+    /// Messages for when the bytes from `begin` on cannot be read.
+    const char* cannotSeek = "Could not seek to the metadata.";
+    const char* cannotRead = "Could not read the metadata.";
+};
+
+/// What a scan tells the library, record by record.
+class METADATA_API SceneVisitor {
+  public:
+    enum class Purpose {
+        kRead,
+        kCheck,  ///< as `kRead`, and all that is remarkable is reported
+        kWrite,  ///< the file is about to be changed: whatever stands in the way is a failure
+    };
+
+    SceneVisitor(const SceneVisitor&) = delete;
+    SceneVisitor& operator=(const SceneVisitor&) = delete;
+    virtual ~SceneVisitor();
+
+    [[nodiscard]] Purpose purpose() const { return fPurpose; }
+    [[nodiscard]] const WritePolicy& writePolicy() const { return fPolicy; }
+
+    /// False once everything that is asked for has been found.
+    [[nodiscard]] virtual bool wantsMore() const = 0;
+    /// False when records of that kind need not be told any more.
+    [[nodiscard]] virtual bool wants(SceneRecord::Kind kind) const = 0;
+    /// Takes the next record, in the order of `SceneTraits::lastFirst`. False when the file could
+    /// not be read there, or the record stops a read: a finding says so, and the scan failed.
+    [[nodiscard]] virtual bool found(const SceneRecordRange& range) = 0;
+    /// Everything found so far turned out not to be metadata.
+    virtual void forget() = 0;
+    /// Returns false, for `return visitor.fail(...)`.
+    virtual bool fail(Finding::Code code, const std::string& message,
+                      const FilePlace& place = {}) = 0;
+    /// The same about one record, with its node if it is known.
+    virtual bool fail(Finding::Code code, const std::string& message,
+                      const SceneRecord& record) = 0;
+    /// Adds what is worth knowing but no failure.
+    virtual void report(Finding::Code code, const std::string& message,
+                        const FilePlace& place = {}) = 0;
+
+  protected:
+    SceneVisitor(Purpose purpose, const WritePolicy& policy) : fPurpose(purpose), fPolicy(policy) {}
+
+  private:
+    const Purpose fPurpose;
+    const WritePolicy& fPolicy;
+};
+
+/// The records of the new section, in the order in which they are to stand.
+struct ScenePlan {
+    /// Parts of a section. A failed write says which part could not be written.
+    enum class Part { kStructures, kNodes, kScene };
+    struct Entry {
+        Part part;
+        /// Stays as it was found; null for a new record.
+        const SceneLayout::Item* kept;
+        /// What `SceneKind::format` made of a new record.
+        std::string bytes;
+    };
+
+    std::vector<Entry> entries;
+    WritePolicy policy;
+};
+
+/// New bytes for a range of the file.
+struct SceneChange {
+    /// What is written in one go.
+    struct Piece {
+        std::string bytes;
+        /// The message for when the piece cannot be written.
+        std::string failure;
+    };
+
+    std::uint64_t offset = 0;
+    /// What the file holds there now; the last change replaces all up to the end of the file. Views
+    /// the tail, or the layout, that `SceneKind::changes` was given.
+    std::string_view oldBytes = {};
+    std::vector<Piece> pieces = {};
+    /// The message for when the file cannot be positioned there.
+    std::string seekFailure = "Could not seek to the metadata.";
+};
+
+/// The facts about a kind of scene that the library asks for, each with a common answer.
+struct SceneTraits {
+    /// Scans go from the end of the file to its beginning.
+    bool lastFirst = false;
+    /// A record that cannot be taken apart ends a read, and keeps a write from happening.
+    bool strict = false;
+    /// The scene's own associations stand in front of those of the nodes.
+    bool sceneFirst = false;
+    /// Files consist of lines, so findings get line numbers.
+    bool hasLines = true;
+
+    /// Messages. `%s` in the first is the name of the file.
+    std::string cannotOpen = "Could not open %s";
+    std::string cannotSeekRecord = "Could not seek to a record.";
+    std::string cannotReadRecord = "Could not read a record.";
+    std::string cannotMakeStructure = "Could not write a structure to file.";
+    std::string cannotMakeNode = "Could not write node associations to file.";
+    std::string cannotMakeScene = "Could not write scene associations to file.";
+};
+
+/// A kind of scene file. Five functions, each of which depends on its arguments alone: they may be
+/// called in any order, from several threads at once. The library does everything else: locks,
+/// recovery, building the model, deciding what a write keeps, verification and the journal. Hostile
+/// files must be expected: compare sizes with `SceneInput::size` before believing them.
+///
+/// Register a kind by a static `SceneKindFactory<MyKind> factory("ext");`, see
+/// `data/SceneAccessor.h` and `examples/plugin`.
+class METADATA_API SceneKind {
+  public:
+    enum class ScanEnd {
+        kComplete,
+        kStopped,  ///< because the visitor wanted no more
+        kFailed,   ///< with a finding, told by `SceneVisitor::fail`
+    };
+
+    SceneKind(const SceneKind&) = delete;
+    SceneKind& operator=(const SceneKind&) = delete;
+    virtual ~SceneKind();
+
+    [[nodiscard]] const SceneTraits& traits() const { return fTraits; }
+
+    /// Whether the file is a scene of this kind, told by as few bytes as possible. When it is not,
+    /// `problem` gets code and message.
+    [[nodiscard]] virtual bool recognise(SceneInput& input, Finding& problem) const = 0;
+    /// Tells the visitor each record, and fills in the layout but for its records, or puts one of a
+    /// derived class in its place. Checks all that `recognise` does.
+    [[nodiscard]] virtual ScanEnd scan(SceneInput& input, SceneVisitor& visitor,
+                                       std::unique_ptr<SceneLayout>& layout) const = 0;
+    /// Takes the bytes of a record apart. Empty when they are none; `problem` then has a code, a
+    /// message and, as far as it can be told, the node. With `nodes`, the text may be left out for
+    /// a node that is not in the set.
+    [[nodiscard]] virtual std::optional<SceneRecord> parse(const SceneRecordRange& range,
+                                                           std::string bytes,
+                                                           const std::set<std::string>* nodes,
+                                                           Finding& problem) const = 0;
+    /// Appends the bytes that `parse` gives the record back for. False, with nothing appended, when
+    /// the record cannot be written for its name.
+    [[nodiscard]] virtual bool format(const SceneRecord& record, std::string& bytes) const = 0;
+    /// Turns a plan into changes of the file, of which `tail` is everything from `layout.begin` on.
+    /// Empty, with code and message in `problem`, when that cannot be done. In ascending order,
+    /// without overlap.
+    [[nodiscard]] virtual std::vector<SceneChange> changes(const SceneLayout& layout,
+                                                           std::string_view tail,
+                                                           const ScenePlan& plan,
+                                                           Finding& problem) const = 0;
+
+  protected:
+    SceneKind() = default;
+    explicit SceneKind(SceneTraits traits);
+
+  private:
+    SceneTraits fTraits;
+};
+
+}  // namespace orbo::Data

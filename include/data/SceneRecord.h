@@ -1,0 +1,57 @@
+// Structures and associations as scene files hold them.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace orbo::Data {
+
+/// A place in a file, as far as it is known.
+struct FilePlace {
+    /// Counts bytes from the start of the file.
+    std::optional<std::uint64_t> offset = {};
+    /// Names the chunk, in files that are made of chunks.
+    std::string tag = {};
+};
+
+/// One structure, or the associations of one node, as text in some format.
+///
+///     SceneRecord record;
+///     record.kind = SceneRecord::Kind::kAssociations;
+///     record.format = "raw";
+///     record.name = "teapotShape";
+///     record.text = "channel vertex\n...";
+struct SceneRecord {
+    enum class Kind { kStructure, kAssociations };
+
+    Kind kind = Kind::kStructure;
+    /// The name of the serializer that reads the text.
+    std::string format = {};
+    /// The node, empty for the scene itself. Not used for a structure: its text names it.
+    std::string name = {};
+    /// Without any escapes of the file.
+    std::string text = {};
+    FilePlace place = {};
+    /// False when the file holds more of the record than `SceneKind::format` would write. A careful
+    /// write then refuses to change it.
+    bool plain = true;
+    /// Counts bytes that belong to the record and that nobody reads; `check` reports them.
+    std::uint64_t leftover = 0;
+};
+
+/// Where a record lies in the file, with all that belongs to it.
+struct SceneRecordRange {
+    SceneRecord::Kind kind = SceneRecord::Kind::kStructure;
+    /// Offset of the first byte.
+    std::uint64_t begin = 0;
+    /// Offset of the first byte behind it.
+    std::uint64_t end = 0;
+    /// False when the record lacks its end mark: it then reaches to the next record.
+    bool closed = true;
+    /// See `FilePlace`.
+    std::string tag = {};
+};
+
+}  // namespace orbo::Data

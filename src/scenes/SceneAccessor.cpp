@@ -1,0 +1,323 @@
+// The accessor for a kind of scene file.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Recovery.h>
+#include <data/SceneAccessor.h>
+
+#include <cstdint>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "files/LockedFile.h"
+#include "files/ReadAhead.h"
+#include "scenes/Findings.h"
+#include "scenes/Inspection.h"
+#include "scenes/LayoutScan.h"
+#include "scenes/SceneInputs.h"
+#include "scenes/reading/SceneReader.h"
+#include "scenes/writing/SceneChecker.h"
+#include "scenes/writing/SceneRewrite.h"
+#include "scenes/writing/SceneWriter.h"
+#include "scenes/writing/Unedited.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Code = Finding::Code;
+using Files::LockedFile;
+using Use = LockedFile::Use;
+
+/// Tells two states of a file apart.
+struct Look {
+    std::uint64_t length;
+    std::int64_t modified;
+    std::optional<std::uint64_t> fingerprint;
+    bool operator==(const Look& other) const {
+        return length == other.length && modified == other.modified &&
+               fingerprint == other.fingerprint;
+    }
+};
+
+/// What a read or a check is asked for.
+struct ReadTask {
+    const std::set<std::string>* structureNames = nullptr;
+    const std::set<std::string>* associationNames = nullptr;
+    ReadPolicy policy = {};
+    bool isCheck = false;
+};
+
+std::string withFileName(std::string message, const std::string& fileName) {
+    const std::size_t place = message.find("%s");
+    return place == std::string::npos ? message : message.replace(place, 2, fileName);
+}
+
+std::string messageAbout(const LockedFile::Opening& opening, const std::string& fileName,
+                         const std::string& otherwise) {
+    if (fileName.empty()) return "Empty file name.";
+    return opening.problem.empty() ? otherwise : opening.problem;
+}
+
+// Without locks, a journal means that somebody may be at work.
+bool findJournal(const LockedFile::Opening& opening, const std::string& fileName,
+                 Findings& findings) {
+    using State = Recovery::State;
+    const Recovery recovery = inspectionOf(opening, fileName);
+    if (!recovery.setAside.empty()) {
+        findings.add(Code::kJournalOrphaned,
+                     "A journal that did not fit was set aside as " + recovery.setAside + ".");
+    }
+    const bool isPending = recovery.state != State::kNothing && recovery.state != State::kRefused;
+    if (isPending && !opening.hasLocks) {
+        return findings.fail(Code::kFileUnreadable,
+                             "The file is in use by another program, or was when that ended: " +
+                                 recovery.journal + " is there, and the file system has no locks");
+    }
+    switch (recovery.state) {
+        case State::kUnused:
+            findings.add(Code::kJournalPending,
+                         "A journal is there, of a change that was cut short before it began.");
+            break;
+        case State::kUndo:
+        case State::kFinish:
+            return findings.fail(Code::kJournalPending,
+                                 "A change was cut short; nothing else was looked at.");
+        case State::kOrphaned:
+            return findings.fail(Code::kJournalOrphaned,
+                                 "A journal does not fit the file; nothing else was looked at.");
+        case State::kRefused:
+            return findings.fail(Code::kFileUnreadable, recovery.message);
+        case State::kNothing:
+            break;
+    }
+    return true;
+}
+
+}  // namespace
+
+struct SceneAccessor::State {
+    State(SceneAccessor& accessor, std::unique_ptr<const SceneKind> ofFile)
+        : owner(accessor), kind(std::move(ofFile)) {}
+
+    [[nodiscard]] LockedFile::Opening open(const std::string& fileName, Use use) const {
+        return LockedFile::open(fileName, use, {owner.patience(), owner.waitingStops()});
+    }
+    [[nodiscard]] std::optional<std::uint64_t> fingerprint(
+        Files::File& file, std::optional<std::size_t> recordsMet) const;
+    [[nodiscard]] std::optional<Look> look(Files::File& file) const;
+    void remember(Files::File& file);
+    bool read(const LockedFile::Opening& opening, const ReadTask& task, Findings& findings);
+    bool recognise(Files::File& file, Findings& findings) const;
+    void publish(const Findings& findings, Files::File& file) const;
+    bool write(RewriteExtent extent, std::string& errors);
+    bool write(RewriteExtent extent, Findings& findings, Findings& notes);
+    bool writeComposed(SceneWriter& writer, LockedFile& file, RewriteExtent extent,
+                       Findings& findings);
+
+    SceneAccessor& owner;
+    const std::unique_ptr<const SceneKind> kind;
+    ReadSnapshot snapshot;  // a write replaces what the last read left
+    std::mutex writing;     // threads that write take turns
+};
+
+// Covers the records alone; empty when there is no metadata section to be found.
+std::optional<std::uint64_t> SceneAccessor::State::fingerprint(
+    Files::File& file, std::optional<std::size_t> recordsMet) const {
+    Files::ReadAhead ahead(file);
+    InputOfFile input(ahead);
+    Findings ignored;
+    const WritePolicy policy = owner.writePolicy();
+    const auto layout = scanLayout(*kind, input, policy, ignored, recordsMet);
+    return layout ? fingerprintOf(*layout, {}, input) : std::nullopt;
+}
+
+// The metadata first: a change of it shows in the status, unless the time is too coarse.
+std::optional<Look> SceneAccessor::State::look(Files::File& file) const {
+    const std::optional<std::uint64_t> metadata = fingerprint(file, {});
+    const std::optional<Files::FileStatus> status = file.status();
+    if (!status) return std::nullopt;
+    return Look{status->length, status->modified, metadata};
+}
+
+void SceneAccessor::State::remember(Files::File& file) {
+    snapshot.status = file.status();
+    if (owner.writePolicy().detectConflicts) {
+        snapshot.fingerprint = fingerprint(file, snapshot.recordsMet);
+    }
+}
+
+bool SceneAccessor::State::recognise(Files::File& file, Findings& findings) const {
+    InputOfFile input(file);
+    Finding problem;
+    if (kind->recognise(input, problem)) return true;
+    findings.take(std::move(problem));
+    return false;
+}
+
+void SceneAccessor::State::publish(const Findings& findings, Files::File& file) const {
+    std::vector<Finding> found = findings.inFileOrder();
+    if (kind->traits().hasLines) countLines(file, found);
+    owner.setFindings(std::move(found));
+}
+
+bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTask& task,
+                                Findings& findings) {
+    Files::File& file = opening.file->file();
+    const auto before = opening.hasLocks ? std::nullopt : look(file);
+    Files::ReadAhead ahead(file);
+    InputOfFile input(ahead);
+    ModelBuilder::Request request;
+    request.structureNames = task.structureNames;
+    request.associationNames = task.associationNames;
+    request.policy = task.policy;
+    request.isCheck = task.isCheck;
+    request.strikesOff = kind->traits().lastFirst;
+    auto found = readScene(*kind, input, request, owner.associations(), findings);
+    if (!found) return false;
+    snapshot = std::move(*found);
+    remember(file);
+    // Where there are no locks, a writer may have been at work meanwhile.
+    if (opening.hasLocks || (before && before == look(file))) return true;
+    return findings.fail(Code::kFileUnreadable,
+                         "Another program has written the file while it was read.");
+}
+
+bool SceneAccessor::State::write(RewriteExtent extent, std::string& errors) {
+    const std::lock_guard<std::mutex> lock(writing);
+    Findings findings;
+    Findings notes;
+    const bool done = write(extent, findings, notes);
+    findings.appendTo(errors);
+    if (done) findings.add(std::move(notes));
+    std::vector<Finding> found = findings.inFileOrder();
+    for (Finding& finding : found) {
+        const bool isReason =
+            !done && finding.code != Code::kMore && finding.code != Code::kFileNote;
+        if (isReason) finding.code = Code::kWriteFailed;
+    }
+    owner.setFindings(std::move(found));
+    return done;
+}
+
+bool SceneAccessor::State::write(RewriteExtent extent, Findings& findings, Findings& notes) {
+    owner.setMetConflict(false);
+    const std::string& fileName = owner.fileName();
+    if (!owner.lastReadSucceeded() && !fileName.empty()) {
+        return findings.fail(Code::kWriteFailed,
+                             "Could not write " + fileName + ": the last read of it failed.");
+    }
+    const WritePolicy policy = owner.writePolicy();
+    const bool unedited = isUnedited(owner, snapshot);
+    const Use changing = policy.durable ? Use::kWrite : Use::kWriteInPlace;
+    const auto opening = open(fileName, unedited ? Use::kRead : changing);
+    findings.add(opening.file ? Code::kFileNote : Code::kWriteFailed, opening.notes);
+    if (!opening.file) {
+        return findings.fail(Code::kWriteFailed,
+                             opening.problem.empty()
+                                 ? "Could not open " + fileName + " for writing."
+                                 : opening.problem);
+    }
+    if (unedited) return recognise(opening.file->file(), findings);
+    SceneWriter writer(*kind, owner, snapshot, {policy, owner.readPolicy(), false});
+    const bool done = writeComposed(writer, *opening.file, extent, findings);
+    if (done) notes = std::move(writer.notes());
+    return done;
+}
+
+bool SceneAccessor::State::writeComposed(SceneWriter& writer, LockedFile& file,
+                                         RewriteExtent extent, Findings& findings) {
+    const bool isComposed = writer.compose(file.file(), findings);
+    const RewriteResult result =
+        isComposed ? rewrite(file, writer.changes(), owner.writePolicy(), extent, findings)
+                   : RewriteResult::kFailed;
+    owner.setMetConflict(writer.metConflict() || result == RewriteResult::kConflict);
+    if (result == RewriteResult::kFailed || result == RewriteResult::kConflict) return false;
+    if (extent == RewriteExtent::kChecks) return true;
+    std::swap(snapshot, writer.written());
+    try {
+        remember(file.file());
+    } catch (const std::bad_alloc&) {
+        // The change is made all the same; the next write takes the file as it finds it.
+        snapshot.fingerprint.reset();
+    }
+    return result == RewriteResult::kDone;
+}
+
+SceneAccessor::SceneAccessor(std::unique_ptr<const SceneKind> kind)
+    : fState(std::make_unique<State>(*this, std::move(kind))) {}
+
+SceneAccessor::~SceneAccessor() = default;
+
+bool SceneAccessor::isFileSupported(const std::string& fileName) const {
+    if (fileName.empty()) return false;
+    const auto opening = fState->open(fileName, Use::kRead);
+    Findings ignored;
+    return opening.file && fState->recognise(opening.file->file(), ignored);
+}
+
+bool SceneAccessor::readImplementation(const std::set<std::string>* structureNames,
+                                       const std::set<std::string>* associationNames,
+                                       std::string& errors) {
+    fState->snapshot = ReadSnapshot();
+    Findings findings;
+    LockedFile::Opening opening;
+    if (!fileName().empty()) opening = fState->open(fileName(), Use::kRead);
+    findings.add(Code::kFileNote, opening.notes);
+    bool done = false;
+    try {
+        if (opening.file) {
+            const ReadTask task{structureNames, associationNames, readPolicy(), false};
+            done = fState->read(opening, task, findings);
+        } else {
+            const std::string& cannotOpen = fState->kind->traits().cannotOpen;
+            findings.add(Code::kFileUnreadable,
+                         messageAbout(opening, fileName(), withFileName(cannotOpen, fileName())));
+        }
+    } catch (...) {
+        findings.appendTo(errors);
+        throw;
+    }
+    findings.appendTo(errors);
+    if (!opening.file) {
+        setFindings(findings.inFileOrder());
+        return false;
+    }
+    // Counting lines may take long, and changes nothing.
+    opening.file->file().unlock();
+    fState->publish(findings, opening.file->file());
+    return done;
+}
+
+bool SceneAccessor::write(std::string& errors) const {
+    return fState->write(RewriteExtent::kWhole, errors);
+}
+
+bool SceneAccessor::rehearse(std::string& errors) const {
+    return fState->write(RewriteExtent::kChecks, errors);
+}
+
+std::vector<Finding> SceneAccessor::check(const std::string& fileName) {
+    Findings findings;
+    // One lock for all: between two of them the file could become another one.
+    const auto opening = LockedFile::inspect(fileName, {patience(), waitingStops()});
+    fState->snapshot = ReadSnapshot();
+    std::string ignored;
+    if (!findJournal(opening, fileName, findings)) {
+        setFindings(findings.inFileOrder());
+        return this->findings();
+    }
+    Files::File& file = opening.file->file();
+    const auto readAll = [&](std::string&) {
+        findings.add(Code::kFileNote, opening.notes);
+        return fState->read(opening, {nullptr, nullptr, {true}, true}, findings);
+    };
+    if (readBy(readAll, fileName, ignored)) {
+        checkModel(*this, fState->snapshot, findings);
+        checkRewrite(*fState->kind, *this, fState->snapshot, file, findings);
+    }
+    fState->publish(findings, file);
+    return this->findings();
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,76 @@
+// Scene inputs over files and over changes of them, and files over inputs.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SceneInput.h>
+#include <data/SceneKind.h>
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "files/ReadOnlyFile.h"
+
+namespace orbo::Data {
+
+/// A file for a kind of scene to read. The file outlives it.
+class InputOfFile final : public SceneInput {
+  public:
+    explicit InputOfFile(Files::File& file) : fFile(file) {}
+
+    [[nodiscard]] std::optional<std::uint64_t> size() override { return fFile.size(); }
+    [[nodiscard]] bool seek(std::uint64_t offset) override { return fFile.seek(offset); }
+    [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override {
+        return fFile.read(to, count);
+    }
+
+  private:
+    Files::File& fFile;
+};
+
+/// The other way round, for the line reader and its like. The input outlives it.
+class FileOfInput final : public Files::ReadOnlyFile {
+  public:
+    explicit FileOfInput(SceneInput& input) : fInput(input) {}
+
+    [[nodiscard]] std::optional<Files::FileStatus> status() override;
+    [[nodiscard]] bool seek(std::uint64_t offset) override { return fInput.seek(offset); }
+    [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override {
+        return fInput.read(to, count);
+    }
+    [[nodiscard]] LockResult lock(Lock) override { return LockResult::kUnsupported; }
+    void unlock() override {}
+
+  private:
+    SceneInput& fInput;
+};
+
+/// A file as it will be when changes have been made. Input and changes outlive it.
+class ChangedInput final : public SceneInput {
+  public:
+    /// `changes` are as `SceneKind::changes` gives them, for an input of this size.
+    ChangedInput(SceneInput& input, std::uint64_t size, const std::vector<SceneChange>& changes);
+
+    [[nodiscard]] std::optional<std::uint64_t> size() override { return fSize; }
+    [[nodiscard]] bool seek(std::uint64_t offset) override;
+    [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override;
+
+  private:
+    /// Bytes that lie together, in memory or in the input.
+    struct Stretch {
+        std::uint64_t begin;
+        std::uint64_t size;
+        std::optional<std::string_view> bytes;
+        std::uint64_t inputOffset;
+    };
+
+    void addUnchanged(std::uint64_t from, std::uint64_t to);
+    void addNew(std::string_view bytes);
+
+    SceneInput& fInput;
+    std::vector<Stretch> fStretches;
+    std::uint64_t fSize = 0;
+    std::uint64_t fPosition = 0;
+};
+
+}  // namespace orbo::Data

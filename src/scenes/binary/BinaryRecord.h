@@ -1,0 +1,32 @@
+// The metadata chunks of binary scenes: their data, taken apart and put together.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SceneRecord.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "files/File.h"
+#include "scenes/binary/BinaryChunk.h"
+
+namespace orbo::Data {
+
+/// Empty for the chunks of others.
+std::optional<SceneRecord::Kind> kindOfChunk(ChunkTag tag);
+/// Takes the data of a metadata chunk apart, which begins at `begin` and ends with the string;
+/// empty when a text in it has no end.
+std::optional<SceneRecord> parseChunk(ChunkTag tag, std::string data, std::size_t begin);
+/// The message for then.
+const char* readFailureOf(SceneRecord::Kind kind);
+/// False for names and texts that cannot end with a zero byte, for they have one inside.
+bool appendChunk(std::string& out, const SceneRecord& record);
+
+/// What can be told of a record whose chunk is damaged: its place and, as far as the name is there,
+/// its node.
+SceneRecord damagedRecord(Files::File& file, const BinaryChunk& chunk);
+
+FilePlace placeOf(const BinaryChunk& chunk);
+
+}  // namespace orbo::Data

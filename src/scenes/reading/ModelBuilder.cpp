@@ -1,0 +1,247 @@
+// Builds the model from the records of a scene file of either kind.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/reading/ModelBuilder.h"
+
+#include <data/AssociationsSerializerRaw.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "formats/PartialReading.h"
+#include "formats/ReaderRemarks.h"
+#include "scenes/model/ModelDigest.h"
+#include "scenes/model/ModelText.h"
+#include "scenes/reading/RecordReader.h"
+#include "streams/IndexTypes.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Kind = SceneRecord::Kind;
+
+Finding::Code codeOf(ReaderRemarks::Kind kind) {
+    switch (kind) {
+        case ReaderRemarks::Kind::kUnreadable:
+            return Finding::Code::kValueUnreadable;
+        case ReaderRemarks::Kind::kNotFinite:
+            return Finding::Code::kNumberNotFinite;
+        default:
+            return Finding::Code::kTextPassedOver;
+    }
+}
+
+}  // namespace
+
+/// Structures that associations need but nobody asked for: registered for a while.
+class ModelBuilder::Helpers {
+  public:
+    Helpers() = default;
+    Helpers(const Helpers&) = delete;
+    Helpers& operator=(const Helpers&) = delete;
+    ~Helpers() {
+        for (const RefPtr<Structure>& helper : fHelpers) Structure::deregisterStructure(*helper);
+    }
+    void add(RefPtr<Structure> structure) {
+        fHelpers.push_back(std::move(structure));
+        Structure::registerStructure(*fHelpers.back());
+    }
+
+  private:
+    std::vector<RefPtr<Structure>> fHelpers;
+};
+
+ModelBuilder::ModelBuilder(const Request& request)
+    : fRequest(request),
+      fStructureNames(request.structureNames),
+      fAssociationNames(request.associationNames) {}
+
+bool ModelBuilder::wantsMore() const {
+    return !fStructureNames.done() || wantsAssociations() || fNeedsOthers;
+}
+
+bool ModelBuilder::wants(const SceneRecord& record) const {
+    return record.kind == Kind::kStructure || fAssociationNames.wants(record.name);
+}
+
+std::uint64_t ModelBuilder::nextRank() {
+    const std::uint64_t number = fRecords++;
+    return fRequest.lastFirst ? ~number : number;
+}
+
+template <typename Read>
+auto ModelBuilder::read(const Read& reader, const SceneRecord& record, std::uint64_t rank) {
+    using Code = Finding::Code;
+    using Detail = ReaderRemarks::Detail;
+    Findings findings;
+    const ReaderRemarks::Collector collector(fRequest.isCheck ? Detail::kAll : Detail::kNormal);
+    auto object = reader(record, findings);
+    for (const ReaderRemarks::Remark& remark : collector.remarks()) {
+        findings.add(codeOf(remark.kind), remark.message(), record, remark.place);
+    }
+    findings.addLeftOut(Finding::isInErrors(Code::kTextPassedOver), collector.leftOut());
+    if (fRequest.isCheck && record.leftover > 0) {
+        findings.add(Code::kLeftoverBytes,
+                     "Of the chunk " + std::to_string(record.leftover) + " bytes are not read.",
+                     record);
+    }
+    fFindings.add(rank, findings);
+    return object;
+}
+
+void ModelBuilder::addRepeated(const UnreadAssociations& repeated) {
+    Findings findings;
+    findings.add(Finding::Code::kNodeRepeated,
+                 lastCounts(fRequest.associationNames) ? "A later record of this node counts."
+                                                       : "An earlier record of this node counts.",
+                 repeated.record);
+    fFindings.add(repeated.rank, findings);
+    if (fRequest.isCheck) read(readAssociations, repeated.record, repeated.rank);
+}
+
+void ModelBuilder::add(SceneRecord record) {
+    const std::uint64_t rank = nextRank();
+    if (record.kind == Kind::kStructure) {
+        auto structure = read(readStructure, record, rank);
+        if (!structure) return;
+        fStructureNames.found(structure->name());
+        fStructures.push_back({std::move(structure), record.place, rank});
+    } else if (wants(record)) {
+        strikeOff(record);
+        fAssociations.push_back({std::move(record), rank});
+    }
+}
+
+void ModelBuilder::strikeOff(const SceneRecord& record) {
+    if (!fRequest.strikesOff || !fAssociationNames.isLeft(record.name)) return;
+    fAssociationNames.found(record.name);
+    // Without both sets, the reading does not end early.
+    if (!fRequest.structureNames || !fRequest.associationNames) return;
+    if (record.format != AssociationsSerializerRaw::theFormat().formatType()) fNeedsOthers = true;
+    for (const NamedStructure& needed : structuresNamedIn(record.text)) {
+        if (!fStructureNames.wants(needed.structure)) fNeedsOthers = true;
+    }
+}
+
+void ModelBuilder::add(Finding finding) {
+    Findings findings;
+    findings.take(std::move(finding));
+    fFindings.add(nextRank(), findings);
+}
+
+void ModelBuilder::discard() {
+    fStructureNames = NameFilter(fRequest.structureNames);
+    fAssociationNames = NameFilter(fRequest.associationNames);
+    fNeedsOthers = false;
+    fStructures.clear();
+    fAssociations.clear();
+    fFindings = RankedFindings();
+}
+
+void ModelBuilder::registerStructure(const ParsedStructure& parsed, ReadSnapshot& snapshot,
+                                     Helpers& helpers) {
+    using Code = Finding::Code;
+    const Structure& structure = *parsed.structure;
+    const std::string name = structure.name();
+    const bool wanted = fStructureNames.wants(name);
+    if (const Structure* earlier = Structure::structureByName(name.c_str())) {
+        const bool differs = *earlier != structure;
+        const std::string other =
+            wanted && lastCounts(fRequest.structureNames) ? "a later" : "an earlier";
+        Findings findings;
+        findings.add(differs && wanted ? Code::kStructureDiffers : Code::kStructureRepeated,
+                     "Structure '" + name +
+                         (differs ? "' differs from " + other + " one of that name"
+                                  : "' is there again; " + other + " record of it counts"),
+                     parsed.place);
+        fFindings.add(parsed.rank, findings);
+    } else if (wanted) {
+        Structure::registerStructure(*parsed.structure);
+        snapshot.structures.emplace(name, RefPtr<const Layout>(&Layout::of(structure)));
+        if (fRequest.isCheck) snapshot.structurePlaces.emplace(name, parsed.place);
+    } else {
+        helpers.add(parsed.structure);
+    }
+}
+
+// False when the record cannot be read.
+bool ModelBuilder::build(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+                         ReadSnapshot& snapshot) {
+    const SceneRecord& record = unread.record;
+    if (map.count(record.name) > 0) {
+        addRepeated(unread);
+    } else if (const auto associations = read(readAssociations, record, unread.rank)) {
+        map.emplace(record.name, *associations);
+        if (fRequest.isCheck) snapshot.associationPlaces.emplace(record.name, record.place);
+    } else {
+        snapshot.unreadable.add(record);
+        return false;
+    }
+    return true;
+}
+
+// A record of the node that can be read as a whole counts, and so does an earlier part.
+void ModelBuilder::buildPart(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+                             ReadSnapshot& snapshot) {
+    const SceneRecord& record = unread.record;
+    if (map.count(record.name) > 0) return;
+    const PartialReading partial;
+    const IndexTypes::KeepUnknown unknownAsText;
+    Findings known;  // from the attempt to read it as a whole
+    const auto part = readAssociations(record, known);
+    if (!part || part->empty()) return;
+    map.emplace(record.name, *part);
+    snapshot.partialNodes.emplace(record.name, digestOf(*part));
+    Findings findings;
+    findings.add(Finding::Code::kNodePartial,
+                 "Only a part of this node was read; it cannot be changed.", record);
+    fFindings.add(unread.rank, findings);
+}
+
+// Those first that count. Structures that nobody asked for mean to a node what they mean in the
+// whole file.
+void ModelBuilder::sortByPrecedence() {
+    if (!fRequest.lastFirst) return;
+    std::reverse(fStructures.begin(), fStructures.end());
+    if (lastCounts(fRequest.structureNames)) {
+        const auto unasked = std::stable_partition(
+            fStructures.begin(), fStructures.end(), [this](const ParsedStructure& parsed) {
+                return fStructureNames.wants(parsed.structure->name());
+            });
+        std::reverse(fStructures.begin(), unasked);
+    }
+    if (!lastCounts(fRequest.associationNames)) {
+        std::reverse(fAssociations.begin(), fAssociations.end());
+    }
+}
+
+ReadSnapshot ModelBuilder::build(Accessor::AssociationsMap& map, Findings& findings) {
+    sortByPrecedence();
+    std::optional<IndexTypes::KeepUnknown> unknownAsText;
+    if (fRequest.policy.unknownIndexTypesAsText) unknownAsText.emplace();
+
+    ReadSnapshot snapshot;
+    Helpers helpers;
+    // Each goes as soon as it is in the model.
+    for (; !fStructures.empty(); fStructures.pop_front()) {
+        registerStructure(fStructures.front(), snapshot, helpers);
+    }
+    for (; !fAssociations.empty(); fAssociations.pop_front()) {
+        const bool isRead = build(fAssociations.front(), map, snapshot);
+        if (!isRead && fRequest.policy.partialNodes) {
+            fUnreadable.push_back(std::move(fAssociations.front()));
+        }
+    }
+    for (const auto& [name, associations] : map) {
+        snapshot.associations.emplace(name, digestOf(associations));
+    }
+    for (; !fUnreadable.empty(); fUnreadable.pop_front()) {
+        buildPart(fUnreadable.front(), map, snapshot);
+    }
+    fFindings.moveTo(findings);
+    return snapshot;
+}
+
+}  // namespace orbo::Data

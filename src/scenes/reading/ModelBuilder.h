@@ -1,0 +1,104 @@
+// Builds the model from the records of a scene file of either kind.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+#include <data/SceneRecord.h>
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "scenes/Findings.h"
+#include "scenes/reading/NameFilter.h"
+#include "scenes/reading/ReadSnapshot.h"
+
+namespace orbo::Data {
+
+/// Builds the model from the records of a scene. Add records as the file is scanned, until
+/// `wantsMore` says no or the file ends; then call `build`. Structures are parsed at once, as only
+/// their texts know their names; associations in the end, when all structures are known.
+class ModelBuilder {
+  public:
+    struct Request {
+        /// Null means all names. The sets outlive the builder.
+        const std::set<std::string>* structureNames = nullptr;
+        const std::set<std::string>* associationNames = nullptr;
+        /// Records are added from the last in the file to the first.
+        bool lastFirst = false;
+        /// Names are struck off the two sets as records of theirs are added. Of several readable
+        /// records of a name the one added first counts.
+        bool strikesOff = false;
+        /// Also finds what readers accept silently, and reads what no model needs.
+        bool isCheck = false;
+        ReadPolicy policy = {};
+    };
+
+    explicit ModelBuilder(const Request& request);
+
+    /// False once nothing is left of either set. While a record may need a structure that was not
+    /// asked for, the whole file is wanted.
+    [[nodiscard]] bool wantsMore() const;
+    [[nodiscard]] bool wantsAssociations() const { return !fAssociationNames.done(); }
+    /// Whether a node was asked for. Others may be added all the same.
+    [[nodiscard]] bool wants(const SceneRecord& record) const;
+
+    void add(SceneRecord record);
+    /// Adds a finding in place of a record that could not be taken apart.
+    void add(Finding finding);
+    /// Forgets everything that was added.
+    void discard();
+
+    /// Registers the wanted structures in this thread's registry and fills the map. Of several
+    /// records of a name the first in the file that can be read counts, unless names are struck
+    /// off. Formats may throw; their exceptions pass.
+    ReadSnapshot build(Accessor::AssociationsMap& map, Findings& findings);
+
+  private:
+    struct ParsedStructure {
+        RefPtr<Structure> structure;
+        FilePlace place;
+        std::uint64_t rank;
+    };
+    struct UnreadAssociations {
+        SceneRecord record;
+        std::uint64_t rank;
+    };
+    class Helpers;
+
+    /// The next record's place in the order of findings.
+    [[nodiscard]] std::uint64_t nextRank();
+    template <typename Read>
+    auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank);
+    void addRepeated(const UnreadAssociations& repeated);
+
+    /// Of several records of a name the last in the file counts, not the first.
+    [[nodiscard]] bool lastCounts(const std::set<std::string>* namesGiven) const {
+        return fRequest.strikesOff && fRequest.lastFirst && namesGiven;
+    }
+    void strikeOff(const SceneRecord& record);
+    void sortByPrecedence();
+    void registerStructure(const ParsedStructure& parsed, ReadSnapshot& snapshot, Helpers& helpers);
+    bool build(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+               ReadSnapshot& snapshot);
+    void buildPart(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+                   ReadSnapshot& snapshot);
+
+    const Request fRequest;
+    NameFilter fStructureNames;
+    NameFilter fAssociationNames;
+    bool fNeedsOthers = false;  // some record may need structures that were not asked for
+    std::deque<ParsedStructure> fStructures;
+    std::deque<UnreadAssociations> fAssociations;
+    std::deque<UnreadAssociations> fUnreadable;  // kept when parts of them are wanted
+    std::uint64_t fRecords = 0;
+    RankedFindings fFindings;
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,62 @@
+// What a read, or a write, left in the model: what the next write compares with.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SceneRecord.h>
+
+#include <debug/RefPtr.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "core/Layout.h"
+#include "files/File.h"
+
+namespace orbo::Data {
+
+/// Associations that could not be read when the file was read or written. Structures that come into
+/// the file later may make them readable, but nobody has seen them.
+class UnreadableRecords {
+  public:
+    void add(const SceneRecord& record) { fContents[record.name].emplace(content(record)); }
+    [[nodiscard]] bool has(const SceneRecord& record) const {
+        const auto contents = fContents.find(record.name);
+        return contents != fContents.end() && contents->second.count(content(record)) > 0;
+    }
+
+  private:
+    static std::string content(const SceneRecord& record) {
+        return record.format + '"' + record.text;
+    }
+
+    std::map<std::string, std::set<std::string>> fContents;
+};
+
+/// The next write takes the absence of one of these names as the caller's wish that it goes;
+/// everything else in the file stays.
+struct ReadSnapshot {
+    /// With the members that each structure had then: the caller may have added some since.
+    std::map<std::string, RefPtr<const Layout>> structures;
+    /// With digests of the nodes; empty where the file may hold something else than the model.
+    std::map<std::string, std::optional<std::uint64_t>> associations;
+    /// Nodes that were read in part, with digests of those parts. They are in no other member.
+    std::map<std::string, std::uint64_t> partialNodes;
+    UnreadableRecords unreadable;
+
+    /// The file's state then. The fingerprint is that of the metadata, if it was taken.
+    std::optional<Files::FileStatus> status;
+    std::optional<std::uint64_t> fingerprint;
+    /// How many of the last records in the file a read met that ended early. The fingerprint covers
+    /// only these.
+    std::optional<std::size_t> recordsMet;
+
+    /// Where a check found the records.
+    std::map<std::string, FilePlace> structurePlaces;
+    std::map<std::string, FilePlace> associationPlaces;
+};
+
+}  // namespace orbo::Data

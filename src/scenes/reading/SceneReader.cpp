@@ -1,0 +1,106 @@
+// Reads a scene of any kind into a model.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/reading/SceneReader.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "scenes/FindingsVisitor.h"
+
+namespace orbo::Data {
+
+namespace {
+
+/// Gives the records that a scan finds to a builder.
+class ReadingVisitor final : public FindingsVisitor {
+  public:
+    ReadingVisitor(Purpose purpose, const SceneKind& kind, SceneInput& input,
+                   const std::set<std::string>* nodes, ModelBuilder& builder, Findings& findings)
+        : FindingsVisitor(purpose, fNoPolicy, findings),
+          fKind(kind),
+          fInput(input),
+          fNodes(nodes),
+          fBuilder(builder) {}
+
+    [[nodiscard]] std::size_t met() const { return fMet; }
+
+    [[nodiscard]] bool wantsMore() const override { return fBuilder.wantsMore(); }
+    [[nodiscard]] bool wants(SceneRecord::Kind kind) const override {
+        return kind == SceneRecord::Kind::kStructure ? fBuilder.wantsMore()
+                                                     : fBuilder.wantsAssociations();
+    }
+    void forget() override {
+        fMet = 0;
+        fBuilder.discard();
+    }
+
+    [[nodiscard]] bool found(const SceneRecordRange& range) override {
+        ++fMet;
+        std::string bytes;
+        // A record without an end is not read: nobody knows what else the bytes are.
+        if (range.closed && !read(range, bytes)) return false;
+        Finding problem;
+        auto record = fKind.parse(range, std::move(bytes), fNodes, problem);
+        if (!record) return rejected(range, std::move(problem));
+        record->place = placeOf(range);
+        if (fBuilder.wants(*record)) fBuilder.add(std::move(*record));
+        return true;
+    }
+
+  private:
+    static FilePlace placeOf(const SceneRecordRange& range) { return {range.begin, range.tag}; }
+
+    bool read(const SceneRecordRange& range, std::string& bytes) {
+        const SceneTraits& traits = fKind.traits();
+        bytes.resize(static_cast<std::size_t>(range.end - range.begin));
+        const bool isThere = fInput.seek(range.begin);
+        const auto got = isThere ? fInput.read(bytes.data(), bytes.size()) : std::nullopt;
+        if (got && *got == bytes.size()) return true;
+        if (traits.strict) {
+            Finding problem;
+            (void)fKind.parse(range, {}, fNodes, problem);
+            return rejected(range, std::move(problem));
+        }
+        return fail(Finding::Code::kFileUnreadable,
+                    isThere ? traits.cannotReadRecord : traits.cannotSeekRecord,
+                    FilePlace{range.begin, {}});
+    }
+
+    /// False when the record ends the read.
+    bool rejected(const SceneRecordRange& range, Finding problem) {
+        problem.offset = range.begin;
+        problem.tag = range.tag;
+        if (fKind.traits().strict) return fail(std::move(problem));
+        fBuilder.add(std::move(problem));
+        return true;
+    }
+
+    const WritePolicy fNoPolicy;
+    const SceneKind& fKind;
+    SceneInput& fInput;
+    const std::set<std::string>* fNodes;
+    ModelBuilder& fBuilder;
+    std::size_t fMet = 0;
+};
+
+}  // namespace
+
+std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
+                                      ModelBuilder::Request request, Accessor::AssociationsMap& map,
+                                      Findings& findings) {
+    using Purpose = SceneVisitor::Purpose;
+    request.lastFirst = kind.traits().lastFirst;
+    ModelBuilder builder(request);
+    ReadingVisitor visitor(request.isCheck ? Purpose::kCheck : Purpose::kRead, kind, input,
+                           request.associationNames, builder, findings);
+    auto layout = std::make_unique<SceneLayout>();
+    const SceneKind::ScanEnd end = kind.scan(input, visitor, layout);
+    if (end == SceneKind::ScanEnd::kFailed) return std::nullopt;
+    ReadSnapshot snapshot = builder.build(map, findings);
+    if (end == SceneKind::ScanEnd::kStopped) snapshot.recordsMet = visitor.met();
+    return snapshot;
+}
+
+}  // namespace orbo::Data

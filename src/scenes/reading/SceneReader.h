@@ -1,0 +1,23 @@
+// Reads a scene of any kind into a model.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+#include <data/SceneKind.h>
+
+#include <optional>
+
+#include "scenes/Findings.h"
+#include "scenes/reading/ModelBuilder.h"
+#include "scenes/reading/ReadSnapshot.h"
+
+namespace orbo::Data {
+
+/// Adds the content of the input to the map, and its structures to this thread's registry. Gives
+/// what was put there; empty, with a finding, when the input could not be scanned to its end.
+/// `request` tells nothing of the order of records: the kind does.
+std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
+                                      ModelBuilder::Request request, Accessor::AssociationsMap& map,
+                                      Findings& findings);
+
+}  // namespace orbo::Data

@@ -1,0 +1,236 @@
+// Finds the facts that `Merge::merge` decides by, as far as it asks for them.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/writing/FactFinder.h"
+
+#include <memory>
+#include <utility>
+
+#include "core/Ascii.h"
+#include "scenes/model/ModelDigest.h"
+#include "scenes/model/ModelText.h"
+#include "scenes/reading/QuietRead.h"
+#include "scenes/writing/ModelCompare.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Merge::RecordFacts;
+using Kind = SceneRecord::Kind;
+using Text = RecordFacts::Text;
+
+// What the name field of a structure text says, though the text as a whole cannot be read.
+std::string nameFieldOf(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t end = text.find_first_of(":\n");
+        const std::string_view field = text.substr(0, end);
+        const std::size_t equals = field.find('=');
+        if (equals != std::string_view::npos && Ascii::trim(field.substr(0, equals)) == "name") {
+            return std::string(Ascii::trim(field.substr(equals + 1)));
+        }
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+    return {};
+}
+
+// The structures that the record was written with may be gone from the file.
+std::unique_ptr<Associations> readWithStructuresOf(const Associations& entry,
+                                                   const SceneRecord& record) {
+    const StructureRegistry::SetAside streamStructures;
+    forEachStream(entry, [](const Channel&, const Stream& stream) {
+        const Structure& structure = stream.structure();
+        if (!Structure::structureByName(structure.name())) {
+            Structure::registerStructure(*RefPtr<Structure>(new Structure(structure)));
+        }
+        return true;
+    });
+    return tryToReadAssociations(record);
+}
+
+}  // namespace
+
+FactFinder::FactFinder(const Sources& sources)
+    : fSources(sources),
+      fRecords(sources.layout.records.size()),
+      fStructures(sources.layout.records.size()) {
+    if (sources.policy.unknownIndexTypesAsText) fUnknownAsText.emplace();
+    addStructures();
+    addNodes();
+    addModel();
+    addSnapshot();
+}
+
+std::string_view FactFinder::bytesOf(const SceneLayout::Item& item) const {
+    return fSources.tail.substr(static_cast<std::size_t>(item.range.begin - fSources.layout.begin),
+                                static_cast<std::size_t>(item.range.end - item.range.begin));
+}
+
+std::optional<SceneRecord> FactFinder::parse(std::size_t number) const {
+    const SceneLayout::Item& item = fSources.layout.records[number];
+    if (!item.range.closed) return std::nullopt;
+    Finding ignored;
+    return fSources.kind.parse(item.range, std::string(bytesOf(item)), nullptr, ignored);
+}
+
+void FactFinder::addStructures() {
+    for (std::size_t number = 0; number < fRecords.size(); ++number) {
+        SceneLayout::Item& item = fSources.layout.records[number];
+        if (item.range.kind != Kind::kStructure) continue;
+        RecordFacts& facts = fRecords[number];
+        facts.text = Text::kNotUnderstood;
+        facts.place = {item.range.begin, item.range.tag};
+        const auto record = parse(number);
+        if (!record) continue;
+        item.understood = true;
+        facts.plain = record->plain;
+        RefPtr<Structure> structure = tryToReadStructure(*record);
+        if (!structure) {
+            facts.text = Text::kUnreadable;
+            facts.name = nameFieldOf(record->text);
+            continue;
+        }
+        facts.text = Text::kReadable;
+        facts.name = structure->name();
+        facts.members = &Layout::of(*structure);
+        if (!Structure::structureByName(structure->name())) {
+            Structure::registerStructure(*structure);
+        }
+        fStructures[number] = std::move(structure);
+    }
+}
+
+void FactFinder::addNodes() {
+    for (std::size_t number = 0; number < fRecords.size(); ++number) {
+        SceneLayout::Item& item = fSources.layout.records[number];
+        if (item.range.kind != Kind::kAssociations) continue;
+        RecordFacts& facts = fRecords[number];
+        facts.kind = Kind::kAssociations;
+        facts.place = {item.range.begin, item.range.tag};
+        const auto record = parse(number);
+        item.understood = record.has_value();
+        facts.text = record ? Text::kNotTried : Text::kNotUnderstood;
+        if (!record) continue;
+        facts.plain = record->plain;
+        facts.name = record->name;
+    }
+}
+
+void FactFinder::addModel() {
+    for (const auto& structure : fSources.model.structures()) {
+        fModel.structures.emplace(structure->name(), &Layout::of(*structure));
+    }
+    for (const std::string& name : fSources.model.entryNames()) {
+        fModel.nodes.emplace(name, fSources.model.hasNode(name));
+    }
+}
+
+void FactFinder::addSnapshot() {
+    const ReadSnapshot& snapshot = fSources.snapshot;
+    for (const auto& [name, layout] : snapshot.structures) {
+        fRead.structures.emplace(name, layout.get());
+    }
+    for (const auto& node : snapshot.associations) fRead.nodes[node.first];
+    for (const auto& [name, digest] : snapshot.partialNodes) {
+        const Associations* const entry = fSources.model.entry(name);
+        fRead.partialNodes.emplace(name, !entry || digestOf(*entry) != digest);
+    }
+}
+
+Merge::Plan FactFinder::plan(const Merge::Policy& policy) {
+    for (;;) {
+        Merge::Plan plan = merge(fRecords, fRead, fModel, policy);
+        if (plan.questions.empty()) return plan;
+        for (const Merge::Question& question : plan.questions) answer(question, plan);
+    }
+}
+
+void FactFinder::answer(const Merge::Question& question, const Merge::Plan& plan) {
+    switch (question.fact) {
+        case Fact::kText:
+            readNode(question.record);
+            break;
+        case Fact::kUses:
+            fRecords[question.record].uses = usesOfRecord(question.record, plan);
+            break;
+        case Fact::kMentions: {
+            std::vector<std::string> names;
+            if (const auto record = parse(question.record)) {
+                for (NamedStructure& named : structuresNamedIn(record->text)) {
+                    names.push_back(std::move(named.structure));
+                }
+            }
+            fRecords[question.record].mentions = std::move(names);
+            break;
+        }
+        case Fact::kRepeatsModel:
+            fRecords[question.record].repeatsModel = repeatsModel(question.record);
+            break;
+        case Fact::kUnedited:
+            fRead.nodes[question.node].unedited = isUnedited(question.node);
+            break;
+    }
+}
+
+// A record that nobody could read counts as unreadable even if a structure has come meanwhile.
+void FactFinder::readNode(std::size_t number) {
+    RecordFacts& facts = fRecords[number];
+    facts.text = Text::kUnreadable;
+    const auto record = parse(number);
+    if (!record) return;
+    const bool isKnown = fSources.snapshot.unreadable.has(*record);
+    const Associations* const entry = fSources.model.entry(facts.name);
+    auto read = isKnown ? nullptr : tryToReadAssociations(*record);
+    if (read) {
+        facts.text = Text::kReadable;
+    } else if (!isKnown && entry && fRead.nodes.count(facts.name) > 0 &&
+               fTriedWithModel.insert(facts.name).second) {
+        read = readWithStructuresOf(*entry, *record);
+        if (read) facts.text = Text::kReadableWithModel;
+    }
+    if (read) {
+        facts.sameAsModel = entry && isSame(*entry, *read);
+    } else {
+        fUnreadable.add(*record);
+    }
+}
+
+bool FactFinder::isUnedited(const std::string& node) const {
+    const auto taken = fSources.snapshot.associations.find(node);
+    const Associations* const entry = fSources.model.entry(node);
+    return entry && taken != fSources.snapshot.associations.end() && taken->second &&
+           *taken->second == digestOf(*entry);
+}
+
+std::vector<StructureUse> FactFinder::usesOfRecord(std::size_t number,
+                                                   const Merge::Plan& plan) const {
+    const std::set<std::string> names(plan.structuresAtStake.begin(), plan.structuresAtStake.end());
+    const auto record = parse(number);
+    return record ? usesOf(*record, names)
+                  : usesIn(bytesOf(fSources.layout.records[number]), names);
+}
+
+bool FactFinder::repeatsModel(std::size_t number) {
+    const RecordFacts& facts = fRecords[number];
+    const std::string old(bytesOf(fSources.layout.records[number]));
+    if (facts.kind == Kind::kStructure) return modelStructures().count(old) > 0;
+    const Associations* const entry = fSources.model.entry(facts.name);
+    Findings ignored;
+    const auto record =
+        entry ? recordOf(facts.name, *entry, fSources.exactNumbers, ignored) : std::nullopt;
+    std::string bytes;
+    return record && fSources.kind.format(*record, bytes) && bytes == old;
+}
+
+const std::set<std::string>& FactFinder::modelStructures() {
+    if (fModelStructures) return *fModelStructures;
+    fModelStructures.emplace();
+    for (const auto& structure : fSources.model.structures()) {
+        Findings ignored;
+        std::string bytes;
+        const auto record = recordOf(*structure, ignored);
+        if (record && fSources.kind.format(*record, bytes)) fModelStructures->insert(bytes);
+    }
+    return *fModelStructures;
+}
+
+}  // namespace orbo::Data

@@ -1,0 +1,82 @@
+// Finds the facts that `Merge::merge` decides by, as far as it asks for them.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/ReadPolicy.h>
+#include <data/SceneKind.h>
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+
+#include <cstddef>
+#include <deque>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/StructureRegistry.h"
+#include "scenes/reading/ReadSnapshot.h"
+#include "scenes/writing/Merge.h"
+#include "scenes/writing/WrittenModel.h"
+#include "streams/IndexTypes.h"
+
+namespace orbo::Data {
+
+/// While it lives, this thread's structure registry holds the structures of the file and no others.
+class FactFinder {
+  public:
+    struct Sources {
+        const SceneKind& kind;
+        SceneLayout& layout;    // gets to know which records were understood
+        std::string_view tail;  // everything from the layout's begin on
+        const WrittenModel& model;
+        const ReadSnapshot& snapshot;
+        const ReadPolicy& policy;
+        bool exactNumbers;
+    };
+
+    /// Finds what costs little: the structures, and the names of the nodes. All that `sources`
+    /// refers to outlives the finder.
+    explicit FactFinder(const Sources& sources);
+
+    /// Merges with the facts at hand, and finds those that are asked for, until nothing is asked.
+    Merge::Plan plan(const Merge::Policy& policy);
+
+    /// The structure of a record that could be read.
+    [[nodiscard]] const Structure& structureOf(std::size_t record) const {
+        return *fStructures[record];
+    }
+    /// Nodes whose records were tried and cannot be read, for the next snapshot.
+    UnreadableRecords& unreadable() { return fUnreadable; }
+
+  private:
+    using Fact = Merge::Question::Fact;
+
+    [[nodiscard]] std::string_view bytesOf(const SceneLayout::Item& item) const;
+    [[nodiscard]] std::optional<SceneRecord> parse(std::size_t number) const;
+    void addStructures();
+    void addNodes();
+    void addModel();
+    void addSnapshot();
+    void answer(const Merge::Question& question, const Merge::Plan& plan);
+    void readNode(std::size_t number);
+    [[nodiscard]] bool isUnedited(const std::string& node) const;
+    [[nodiscard]] std::vector<StructureUse> usesOfRecord(std::size_t number,
+                                                         const Merge::Plan& plan) const;
+    [[nodiscard]] bool repeatsModel(std::size_t number);
+    [[nodiscard]] const std::set<std::string>& modelStructures();
+
+    const Sources fSources;
+    const StructureRegistry::SetAside fFileStructures;
+    std::optional<IndexTypes::KeepUnknown> fUnknownAsText;
+    std::vector<Merge::RecordFacts> fRecords;
+    std::vector<RefPtr<Structure>> fStructures;  // by record; null for all others
+    Merge::ReadFacts fRead;
+    Merge::ModelFacts fModel;
+    std::set<std::string> fTriedWithModel;                  // nodes
+    std::optional<std::set<std::string>> fModelStructures;  // as the file would have them
+    UnreadableRecords fUnreadable;
+};
+
+}  // namespace orbo::Data

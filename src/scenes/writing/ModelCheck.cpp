@@ -1,0 +1,298 @@
+// Finds what scene files cannot hold before anything is written.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/writing/ModelCheck.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "core/Ascii.h"
+#include "core/DataTypes.h"
+#include "core/HandleAccess.h"
+#include "core/Layout.h"
+#include "scenes/model/ModelPlace.h"
+#include "streams/IndexTypes.h"
+
+namespace orbo::Data {
+
+namespace {
+
+bool isOneTrimmedLine(std::string_view text) {
+    return Ascii::trim(text).size() == text.size() && text.find('\n') == std::string_view::npos;
+}
+
+// Structures and members share a line of fields.
+bool isFieldName(std::string_view name) {
+    return !name.empty() && isOneTrimmedLine(name) &&
+           name.find_first_of(":=") == std::string_view::npos;
+}
+
+Finding withMessage(std::string message) {
+    Finding finding;
+    finding.message = std::move(message);
+    return finding;
+}
+
+template <typename T>
+bool areFinite(const char* values, std::uint64_t count) {
+    for (std::uint64_t i = 0; i < count; ++i) {
+        T value;
+        std::memcpy(&value, values + i * sizeof value, sizeof value);
+        if (!std::isfinite(value)) return false;
+    }
+    return true;
+}
+
+bool isFinite(const Member& member, const char* chunk) {
+    const char* const values = chunk + member.offset();
+    const std::uint64_t count = std::uint64_t{member.length()} * dataType(member.type()).numbers;
+    switch (member.type()) {
+        case Member::kDouble:
+        case Member::kDoubleMatrix4x4:
+            return areFinite<double>(values, count);
+        case Member::kFloat:
+        case Member::kFloatMatrix4x4:
+            return areFinite<float>(values, count);
+        default:
+            return true;
+    }
+}
+
+// Null when the index reads back as it is.
+const char* problemOf(const Index& index, const Stream& stream) {
+    if (index.typeName() != stream.indexType()) return "index of another type than the stream's";
+    if (!index.complexIndex()) return nullptr;
+    const std::string text = index.asString();
+    if (text.empty()) return "empty index";
+    if (text == "endStream") return "index reads as the end of the stream";
+    return isOneTrimmedLine(text) ? nullptr : "index with a line feed or blanks at its ends";
+}
+
+/// Something wrong at a place in a node.
+struct Fault {
+    const Channel& channel;
+    const Stream* stream = nullptr;
+    const Index* index = nullptr;
+    const char* member = nullptr;
+    std::string what = {};
+
+    [[nodiscard]] Finding finding(const std::string& node) const {
+        return ModelPlace::Spot{node, &channel, stream, index, member}.finding(what);
+    }
+};
+
+/// Finds the names, indices and numbers in one stream that the formats cannot carry. `report` takes
+/// a `Fault` and says whether to go on; so do the functions.
+template <typename Report>
+class StreamCheck {
+  public:
+    StreamCheck(const Channel& channel, const Stream& stream, const Report& report)
+        : fChannel(channel), fStream(stream), fReport(report) {}
+
+    bool checkNames() const {
+        if (!isOneTrimmedLine(fChannel.name()) &&
+            !fReport(
+                Fault{fChannel, nullptr, nullptr, nullptr, "channel name cannot be written"})) {
+            return false;
+        }
+        if (!isOneTrimmedLine(fStream.name()) && !fail("stream name cannot be written")) {
+            return false;
+        }
+        const std::string& type = fStream.indexType();
+        return (!type.empty() && isOneTrimmedLine(type)) ||
+               fail("name of the index type cannot be written");
+    }
+
+    bool checkElements() const {
+        for (StreamIterator element = fStream.cbegin(), end = fStream.cend(); element != end;
+             ++element) {
+            const Index index = element.index();
+            const char* const problem = problemOf(index, fStream);
+            if (problem && !fail(problem, &index)) return false;
+            if (!checkValues(*element, index)) return false;
+        }
+        return true;
+    }
+
+    bool fail(const std::string& what, const Index* index = nullptr,
+              const char* member = nullptr) const {
+        return fReport(Fault{fChannel, &fStream, index, member, what});
+    }
+
+  private:
+    bool checkValues(const Handle& element, const Index& index) const {
+        const char* const chunk = HandleAccess::data(element);
+        if (!chunk) return fail("element without data", &index);
+        for (const Member& member : HandleAccess::layout(element).members()) {
+            if (isFinite(member, chunk)) continue;
+            const std::string what =
+                std::string("member '") + member.name() + "' is not a finite number";
+            if (!fail(what, &index, member.name())) return false;
+        }
+        return true;
+    }
+
+    const Channel& fChannel;
+    const Stream& fStream;
+    const Report& fReport;
+};
+
+/// Turns the faults of one node into findings. Of the same fault in many elements of a stream it
+/// tells the first, with the number of the others.
+class FaultTally {
+  public:
+    FaultTally(const std::string& node, Findings& findings) : fNode(node), fFindings(findings) {}
+    FaultTally(const FaultTally&) = delete;
+    FaultTally& operator=(const FaultTally&) = delete;
+    ~FaultTally() = default;
+
+    void add(const Fault& fault) {
+        const auto [known, isNew] = fFaults.try_emplace(fault.what);
+        ++known->second.count;
+        if (isNew) known->second.first = fault.finding(fNode);
+    }
+    /// To be called before the next stream.
+    void flush() {
+        for (auto& [what, known] : fFaults) {
+            Finding& finding = known.first;
+            finding.code = Finding::Code::kWillNotReadBack;
+            if (known.count > 1) {
+                finding.message += ", and " + std::to_string(known.count - 1) + " more";
+            }
+            fFindings.take(std::move(finding));
+        }
+        fFaults.clear();
+    }
+
+  private:
+    struct Known {
+        Finding first;
+        std::uint64_t count = 0;
+    };
+
+    const std::string& fNode;
+    Findings& fFindings;
+    std::map<std::string, Known> fFaults;
+};
+
+Problem repeatedStreamIn(const WrittenModel::Node& node) {
+    for (const Channel& channel : *node.associations) {
+        std::set<std::string> streams;
+        for (const Stream& stream : channel) {
+            if (streams.insert(stream.name()).second) continue;
+            const ModelPlace::Spot spot{*node.name, &channel, &stream};
+            Finding problem = spot.finding({});
+            problem.message = spot.words() + " is there twice";
+            return problem;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+Problem repeatedNameIn(const WrittenModel& model) {
+    const char* previous = nullptr;
+    for (const auto& structure : model.structures()) {
+        if (previous && std::strcmp(previous, structure->name()) == 0) {
+            return withMessage(std::string("Structure '") + previous + "' is there twice");
+        }
+        previous = structure->name();
+    }
+    for (const WrittenModel::Node& node : model.nodes()) {
+        if (Problem problem = repeatedStreamIn(node)) return problem;
+    }
+    return std::nullopt;
+}
+
+Problem notCarriedOf(const Structure& structure) {
+    const std::string place = std::string("Structure '") + structure.name() + "'";
+    if (!isFieldName(structure.name())) return withMessage(place + ": name cannot be written");
+    if (structure.empty()) return withMessage(place + " has no members");
+    for (const Member& member : Layout::of(structure).members()) {
+        if (isFieldName(member.name())) continue;
+        Finding problem =
+            withMessage(place + ": member name '" + member.name() + "' cannot be written");
+        problem.member = member.name();
+        return problem;
+    }
+    return std::nullopt;
+}
+
+Problem notCarriedOf(const WrittenModel& model, const WrittenModel::Node& node) {
+    Problem problem;
+    const auto report = [&](const Fault& fault) {
+        problem = fault.finding(*node.name);
+        return false;
+    };
+    forEachStream(*node.associations, [&](const Channel& channel, const Stream& stream) {
+        const StreamCheck check(channel, stream, report);
+        if (!check.checkNames()) return false;
+        const Structure& structure = stream.structure();
+        const Structure* written = model.structure(structure.name());
+        if (written && *written != structure) {
+            return check.fail(std::string("structure '") + structure.name() +
+                              "' differs from the one of that name that is written");
+        }
+        if (!written) problem = notCarriedOf(structure);
+        return !problem && check.checkElements();
+    });
+    return problem;
+}
+
+void WriteRemarks::addStructure(const Structure& structure) {
+    Problem problem = notCarriedOf(structure);
+    if (!problem) return;
+    problem->code = Finding::Code::kWillNotReadBack;
+    fFindings.take(std::move(*problem));
+}
+
+void WriteRemarks::addNode(const WrittenModel::Node& node) {
+    FaultTally tally(*node.name, fFindings);
+    const auto report = [&](const Fault& fault) {
+        tally.add(fault);
+        return true;
+    };
+    forEachStream(*node.associations, [&](const Channel& channel, const Stream& stream) {
+        const StreamCheck check(channel, stream, report);
+        check.checkNames();
+        check.checkElements();
+        if (!fUnknownAsText && !IndexTypes::isKnown(stream.indexType())) {
+            check.fail("index type '" + stream.indexType() + "' is not registered");
+        }
+        addUse(channel, stream, report);
+        tally.flush();
+        return true;
+    });
+}
+
+void WriteRemarks::addStructuresOf(const WrittenModel::Node& node) {
+    FaultTally tally(*node.name, fFindings);
+    const auto report = [&](const Fault& fault) {
+        tally.add(fault);
+        return true;
+    };
+    forEachStream(*node.associations, [&](const Channel& channel, const Stream& stream) {
+        addUse(channel, stream, report);
+        tally.flush();
+        return true;
+    });
+}
+
+template <typename Report>
+void WriteRemarks::addUse(const Channel& channel, const Stream& stream,
+                          const Report& report) const {
+    const Structure& structure = stream.structure();
+    const std::string name = structure.name();
+    const Structure* found = fStructures(name);
+    if (found && *found == structure) return;
+    const StreamCheck check(channel, stream, report);
+    check.fail(
+        "structure '" + name +
+        (found ? "' differs from the one of that name in the file" : "' is not in the file"));
+}
+
+}  // namespace orbo::Data

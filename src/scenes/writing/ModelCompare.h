@@ -1,0 +1,24 @@
+// Compares what was read back with what was to be written.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+#include <data/Finding.h>
+
+#include <optional>
+
+#include "scenes/writing/WrittenModel.h"
+
+namespace orbo::Data {
+
+/// The same content, as far as the texts of scene files can tell; see below.
+bool isSame(const Associations& left, const Associations& right);
+
+/// The first place where what was read back differs from the model, as a finding without code;
+/// empty when there is none. Structures are looked up in this thread's registry; both sides may
+/// have more than `model` asks for. Null and the empty string are the same, empty channels and the
+/// kind of storage do not count, numbers are compared bit by bit.
+std::optional<Finding> differenceOf(const WrittenModel& model,
+                                    const Accessor::AssociationsMap& readBack);
+
+}  // namespace orbo::Data

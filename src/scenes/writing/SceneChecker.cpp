@@ -1,0 +1,198 @@
+// Finds what stands in the way of rewriting a scene that was read.
+// SPDX-License-Identifier: Apache-2.0
+#include "scenes/writing/SceneChecker.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/DataTypes.h"
+#include "core/HandleAccess.h"
+#include "core/Layout.h"
+#include "scenes/model/ModelPlace.h"
+#include "scenes/writing/ModelCheck.h"
+#include "scenes/writing/SceneWriter.h"
+#include "scenes/writing/WrittenModel.h"
+#include "streams/IndexTypes.h"
+
+namespace orbo::Data {
+
+namespace {
+
+using Code = Finding::Code;
+
+enum class NumberProblem { kNone, kNotFinite, kBeyondSixDigits };
+
+// Six digits are what a write without `WritePolicy::exactNumbers` gives.
+template <typename T>
+NumberProblem problemOf(T number) {
+    if (!std::isfinite(number)) return NumberProblem::kNotFinite;
+    char text[32];
+    const auto end =
+        std::to_chars(text, text + sizeof text, number, std::chars_format::general, 6).ptr;
+    T again = 0;
+    std::from_chars(text, end, again);
+    return again == number ? NumberProblem::kNone : NumberProblem::kBeyondSixDigits;
+}
+
+// Of the numbers in a member's values, the worst; not finite is worse.
+template <typename T>
+NumberProblem worstOf(const char* values, std::uint64_t count) {
+    NumberProblem worst = NumberProblem::kNone;
+    for (std::uint64_t i = 0; i < count && worst != NumberProblem::kNotFinite; ++i) {
+        T number;
+        std::memcpy(&number, values + i * sizeof number, sizeof number);
+        const NumberProblem problem = problemOf(number);
+        if (problem != NumberProblem::kNone) worst = problem;
+    }
+    return worst;
+}
+
+NumberProblem problemOf(const Member& member, const char* chunk) {
+    const char* const values = chunk + member.offset();
+    const std::uint64_t count = std::uint64_t{member.length()} * dataType(member.type()).numbers;
+    switch (member.type()) {
+        case Member::kDouble:
+        case Member::kDoubleMatrix4x4:
+            return worstOf<double>(values, count);
+        case Member::kFloat:
+        case Member::kFloatMatrix4x4:
+            return worstOf<float>(values, count);
+        default:
+            return NumberProblem::kNone;
+    }
+}
+
+/// The elements where a member has a problem.
+class Tally {
+  public:
+    void add(const Index& index) {
+        if (fCount++ == 0) fFirst = index.asString();
+    }
+    /// Empty when there are none.
+    [[nodiscard]] std::string message(const std::string& what) const {
+        if (fCount == 0) return {};
+        const std::string message = what + ": index " + fFirst;
+        return fCount == 1 ? message : message + " and " + std::to_string(fCount - 1) + " more";
+    }
+
+  private:
+    std::uint64_t fCount = 0;
+    std::string fFirst;
+};
+
+struct MemberTallies {
+    Tally notFinite;
+    Tally beyondSixDigits;
+};
+
+SceneRecord recordOf(const std::string& node, const ReadSnapshot& snapshot) {
+    SceneRecord record;
+    record.kind = SceneRecord::Kind::kAssociations;
+    record.name = node;
+    const auto place = snapshot.associationPlaces.find(node);
+    if (place != snapshot.associationPlaces.end()) record.place = place->second;
+    return record;
+}
+
+std::string placeInNode(const Channel& channel, const Stream& stream) {
+    return "Channel '" + channel.name() + "', stream '" + stream.name() + "'";
+}
+
+void checkNumbers(const Channel& channel, const Stream& stream, const SceneRecord& record,
+                  Findings& findings) {
+    std::vector<MemberTallies> tallies(stream.structure().memberCount());
+    for (StreamIterator element = stream.cbegin(), end = stream.cend(); element != end; ++element) {
+        const char* const chunk = HandleAccess::data(*element);
+        if (!chunk) continue;
+        auto tally = tallies.begin();
+        for (const Member& member : HandleAccess::layout(*element).members()) {
+            if (tally == tallies.end()) break;
+            const NumberProblem problem = problemOf(member, chunk);
+            if (problem == NumberProblem::kNotFinite) tally->notFinite.add(element.index());
+            if (problem == NumberProblem::kBeyondSixDigits) {
+                tally->beyondSixDigits.add(element.index());
+            }
+            ++tally;
+        }
+    }
+    auto tally = tallies.begin();
+    for (const Member& member : Layout::of(stream.structure()).members()) {
+        const std::string place =
+            placeInNode(channel, stream) + ", member '" + member.name() + "' ";
+        findings.add(Code::kNumberNotFinite,
+                     tally->notFinite.message(place + "has a number that is not finite"), record);
+        findings.add(Code::kNumberBeyondSixDigits,
+                     tally->beyondSixDigits.message(place + "has a number of more than six digits"),
+                     record);
+        ++tally;
+    }
+}
+
+void addRefusal(Finding problem, const FilePlace& place, Findings& refusals) {
+    problem.code = Code::kRewriteRefused;
+    if (place.offset) {
+        problem.offset = place.offset;
+        problem.tag = place.tag;
+    }
+    refusals.take(std::move(problem));
+}
+
+bool refusesRewrite(const Finding& finding) {
+    return finding.code == Code::kTrailerMissing || finding.code == Code::kEndMisplaced;
+}
+
+}  // namespace
+
+void checkModel(const Accessor& accessor, const ReadSnapshot& snapshot, Findings& findings) {
+    for (const auto& [node, associations] : accessor.associations()) {
+        const SceneRecord record = recordOf(node, snapshot);
+        forEachStream(associations, [&](const Channel& channel, const Stream& stream) {
+            if (!IndexTypes::isKnown(stream.indexType())) {
+                findings.add(Code::kIndexTypeUnknown,
+                             placeInNode(channel, stream) + ": index type '" + stream.indexType() +
+                                 "' is not registered",
+                             record);
+            }
+            checkNumbers(channel, stream, record, findings);
+            return true;
+        });
+    }
+}
+
+void checkRewrite(const SceneKind& kind, const Accessor& accessor, const ReadSnapshot& snapshot,
+                  Files::File& file, Findings& findings) {
+    const WritePolicy policy = WritePolicy::careful();
+    const WrittenModel model(accessor, snapshot, policy.addMissingStructures);
+    Findings refusals;
+    for (const auto& structure : model.structures()) {
+        auto problem = notCarriedOf(*structure);
+        if (!problem) continue;
+        const auto place = snapshot.structurePlaces.find(structure->name());
+        addRefusal(std::move(*problem),
+                   place == snapshot.structurePlaces.end() ? FilePlace() : place->second, refusals);
+    }
+    for (const WrittenModel::Node& node : model.nodes()) {
+        auto problem = notCarriedOf(model, node);
+        if (!problem) continue;
+        problem->node = *node.name;
+        addRefusal(std::move(*problem), recordOf(*node.name, snapshot).place, refusals);
+    }
+    const auto& found = findings.all();
+    const bool isKnown = std::any_of(found.begin(), found.end(), refusesRewrite);
+    // Don't report a refusal twice.
+    if (refusals.all().empty() && !isKnown) {
+        SceneWriter writer(kind, accessor, snapshot, {policy, {true}, true});
+        Findings problems;
+        if (!writer.compose(file, problems)) {
+            for (Finding problem : problems.all()) addRefusal(std::move(problem), {}, refusals);
+        }
+    }
+    findings.add(std::move(refusals));
+}
+
+}  // namespace orbo::Data

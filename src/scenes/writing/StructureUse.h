@@ -1,0 +1,33 @@
+// Which structures a record needs that a write leaves in the file.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SceneRecord.h>
+
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "formats/TextPlace.h"
+
+namespace orbo::Data {
+
+/// What associations use a structure for, or may.
+struct StructureUse {
+    std::string structure;
+    std::optional<std::string> node;  // empty for the scene; none where it cannot be told
+    TextPlace where;                  // channel and stream, as far as they are known
+    std::string words;                // "Node 'n', channel 'c', stream 's'"
+};
+
+/// The structures out of `names` that the associations need, each once. This thread's registry
+/// holds all structures of the file; it changes for the duration of the call. A text in a format
+/// that nobody registered may need any of them.
+std::vector<StructureUse> usesOf(const SceneRecord& record, const std::set<std::string>& names);
+
+/// The same for the bytes of a statement that could not be snapshot apart.
+std::vector<StructureUse> usesIn(std::string_view statement, const std::set<std::string>& names);
+
+}  // namespace orbo::Data
