@@ -106,7 +106,7 @@ struct SceneAccessor::State {
     [[nodiscard]] std::optional<std::uint64_t> fingerprint(
         Files::File& file, std::optional<std::size_t> recordsMet) const;
     [[nodiscard]] std::optional<Look> look(Files::File& file) const;
-    void remember(Files::File& file);
+    void remember(Files::File& file, bool withFingerprint);
     bool read(const LockedFile::Opening& opening, const ReadTask& task, Findings& findings);
     bool recognise(Files::File& file, Findings& findings) const;
     void publish(const Findings& findings, Files::File& file) const;
@@ -140,9 +140,9 @@ std::optional<Look> SceneAccessor::State::look(Files::File& file) const {
     return Look{status->length, status->modified, metadata};
 }
 
-void SceneAccessor::State::remember(Files::File& file) {
+void SceneAccessor::State::remember(Files::File& file, bool withFingerprint) {
     snapshot.status = file.status();
-    if (owner.writePolicy().detectConflicts) {
+    if (withFingerprint) {
         snapshot.fingerprint = fingerprint(file, snapshot.recordsMet);
     }
 }
@@ -176,7 +176,7 @@ bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTa
     auto found = readScene(*kind, input, request, owner.associations(), findings);
     if (!found) return false;
     snapshot = std::move(*found);
-    remember(file);
+    remember(file, task.isCheck || owner.writePolicy().detectConflicts);
     // Where there are no locks, a writer may have been at work meanwhile.
     if (opening.hasLocks || (before && before == look(file))) return true;
     return findings.fail(Code::kFileUnreadable,
@@ -236,7 +236,7 @@ bool SceneAccessor::State::writeComposed(SceneWriter& writer, LockedFile& file,
     if (extent == RewriteExtent::kChecks) return true;
     std::swap(snapshot, writer.written());
     try {
-        remember(file.file());
+        remember(file.file(), owner.writePolicy().detectConflicts);
     } catch (const std::bad_alloc&) {
         // The change is made all the same; the next write takes the file as it finds it.
         snapshot.fingerprint.reset();
