@@ -8,7 +8,7 @@ if(QUILMETA_SOURCES)
 
     # Everything but main, so that tests can link it.
     add_library(QuilmetaObjects OBJECT ${QUILMETA_SOURCES})
-    target_link_libraries(QuilmetaObjects PUBLIC orbo::MetaData CLI11::CLI11 fmt::fmt)
+    target_link_libraries(QuilmetaObjects PUBLIC orbo::MetaData CLI11::CLI11 fmt::fmt ${CMAKE_DL_LIBS})
     target_include_directories(QuilmetaObjects PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
     target_compile_definitions(QuilmetaObjects PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
     metadata_warnings(QuilmetaObjects)

@@ -2,19 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "json/JsonText.h"
-#include "output/Output.h"
-#include "process/CommandError.h"
-#include "process/EachFile.h"
+#include "json/JsonList.h"
 #include "process/Messages.h"
 #include "scene/FindingText.h"
 #include "scene/SceneFile.h"
 #include "values/SafeText.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
-#include <memory>
 #include <set>
 #include <string>
 #include <utility>
@@ -26,18 +20,11 @@ namespace {
 
 using Data::Finding;
 
-struct CheckOptions {
-    std::vector<std::string> files;
-    std::vector<std::string> ignored;
-    SceneAccess access;
-    bool json = false;
-};
-
-/// A row of the result.
-struct Line {
-    std::string file;
-    Finding finding;
-};
+constexpr Command::Help kHelp = {"check", "Look for damage in the metadata of scenes", R"(
+Prints a line for each finding and exits with 1 if there are any, with 2 if
+a file cannot be read at all. --ignore may be given several times.
+Example:
+  quilmeta check --ignore number-beyond-six-digits shots/*.kx)"};
 
 std::set<Finding::Code> codesOf(const std::vector<std::string>& names) {
     std::set<Finding::Code> codes;
@@ -49,103 +36,78 @@ std::set<Finding::Code> codesOf(const std::vector<std::string>& names) {
     return codes;
 }
 
-/// "robot.kx: line 12: node arm: text-unreadable: ..."
-std::string text(const Line& line) {
-    const Finding& finding = line.finding;
-    std::string text = safeLine(line.file) + ": ";
-    const std::string place = placeOf(finding);
-    if (!place.empty()) text += safeLine(place) + ": ";
-    if (finding.node) text += "node " + shownNode(*finding.node) + ": ";
-    text += std::string(Finding::nameOf(finding.code)) + ": ";
-    std::string message;
-    for (const char c : finding.message) {
-        if (c == '\n') message += ';';
-        message += c == '\n' ? ' ' : c;
-    }
-    return text + safeLine(message) + '\n';
+JsonObject json(const std::string& file, const Finding& finding) {
+    JsonObject object;
+    object.add("file", file).add("line", finding.line).add("offset", finding.offset);
+    if (!finding.tag.empty()) object.add("chunk", finding.tag);
+    object.add("node", finding.node)
+        .add("channel", finding.channel)
+        .add("stream", finding.stream)
+        .add("index", finding.index)
+        .add("member", finding.member)
+        .add("code", Finding::nameOf(finding.code))
+        .add("message", finding.message);
+    return object;
 }
 
-std::string json(const Line& line) {
-    const Finding& finding = line.finding;
-    std::string text = "{ \"file\": ";
-    const auto add = [&](const char* key, const auto& value) {
-        text += std::string(", \"") + key + "\": ";
-        appendJson(text, value);
-    };
-    appendJson(text, std::string_view(line.file));
-    if (finding.line) add("line", *finding.line);
-    if (finding.offset) add("offset", *finding.offset);
-    if (!finding.tag.empty()) add("chunk", std::string_view(finding.tag));
-    if (finding.node) add("node", std::string_view(*finding.node));
-    if (finding.channel) add("channel", std::string_view(*finding.channel));
-    if (finding.stream) add("stream", std::string_view(*finding.stream));
-    if (finding.index) add("index", std::string_view(*finding.index));
-    if (finding.member) add("member", std::string_view(*finding.member));
-    add("code", Finding::nameOf(finding.code));
-    add("message", std::string_view(finding.message));
-    return text + " }";
-}
-
-void write(Output& output, const std::vector<Line>& lines, bool asJson) {
-    if (!asJson) {
-        for (const Line& line : lines) output.write(text(line));
-        return;
-    }
-    output.write("[");
-    const char* gap = "\n  ";
-    for (const Line& line : lines) {
-        output.write(std::exchange(gap, ",\n  "));
-        output.write(json(line));
-    }
-    output.write(lines.empty() ? "]\n" : "\n]\n");
-}
-
-/// Of a file that no command can read anything from.
+/// No command can read anything from a file with such a finding.
 bool isFatal(Finding::Code code) {
     return code == Finding::Code::kNotAScene || code == Finding::Code::kChunkDamaged;
 }
 
-Outcome check(const std::string& file, const SceneAccess& access,
-              const std::set<Finding::Code>& ignored, std::vector<Line>& lines) {
-    Outcome outcome = Outcome::kDone;
-    std::vector<Finding> findings = checkScene(file, access);
-    for (Finding& finding : findings) {
-        if (finding.code == Finding::Code::kFileNote) {
-            complain(file, messagesOf({finding}));
-        } else if (ignored.count(finding.code) == 0) {
-            outcome = std::max(outcome, isFatal(finding.code) ? Outcome::kFailed : Outcome::kFound);
-            lines.push_back({file, std::move(finding)});
-        }
+class Check : public Command {
+  public:
+    [[nodiscard]] const Help& help() const override { return kHelp; }
+    void declare(Options& options) override {
+        options.words("FILE", fFiles, "Scene files, which are not changed");
+        options.flag("--json", fJson, "Print a JSON list instead of lines");
+        options.repeated("--ignore", "CODE", fIgnoredNames, "Leave out findings of this code");
+        options.wait(fAccess);
     }
-    return outcome;
-}
 
-Outcome checkAll(const CheckOptions& options, Output& output) {
-    const std::set<Finding::Code> ignored = codesOf(options.ignored);
-    std::vector<Line> lines;
-    const Outcome outcome = forEachFile(
-        options.files, Purpose::kReading,
-        [&](const std::string& file) { return check(file, options.access, ignored, lines); });
-    write(output, lines, options.json);
-    return outcome;
-}
+    Outcome run(Output& output) override {
+        fIgnored = codesOf(fIgnoredNames);
+        const Outcome outcome = forEachFile(fFiles, Purpose::kReading,
+                                            [&](const std::string& file) { return check(file); });
+        fJson ? writeJson(output) : writeLines(output);
+        return outcome;
+    }
+
+  private:
+    Outcome check(const std::string& file) {
+        Outcome outcome = Outcome::kDone;
+        for (Finding& finding : checkScene(file, fAccess)) {
+            if (finding.code == Finding::Code::kFileNote) {
+                complain(file, messagesOf({finding}));
+            } else if (fIgnored.count(finding.code) == 0) {
+                outcome =
+                    std::max(outcome, isFatal(finding.code) ? Outcome::kFailed : Outcome::kFound);
+                fFound.emplace_back(file, std::move(finding));
+            }
+        }
+        return outcome;
+    }
+
+    void writeLines(Output& output) const {
+        for (const auto& [file, finding] : fFound)
+            output.write(safeLine(file) + ": " + lineOf(finding) + '\n');
+    }
+
+    void writeJson(Output& output) const {
+        JsonList list(output);
+        for (const auto& [file, finding] : fFound) list.add(json(file, finding));
+        list.end();
+    }
+
+    std::vector<std::string> fFiles, fIgnoredNames;
+    SceneAccess fAccess;
+    bool fJson = false;
+    std::set<Finding::Code> fIgnored;
+    std::vector<std::pair<std::string, Finding>> fFound;  // each with its file
+};
 
 }  // namespace
 
-void addCheck(CLI::App& app, Output& output, int& exitCode) {
-    auto options = std::make_shared<CheckOptions>();
-    CLI::App* command = app.add_subcommand("check", "Look for damage in the metadata of scenes");
-    addWords(*command, "FILE", options->files, "Scene files, which are not changed");
-    addEach(*command, "--ignore", options->ignored, "CODE", "Leave out findings of this code");
-    command->add_flag("--json", options->json, "Print a JSON list instead of lines");
-    addWait(*command, options->access);
-    command->footer(
-        "Prints a line for each finding and exits with 1 if there are any, with 2 if\n"
-        "a file cannot be read at all. --ignore may be given several times.\n"
-        "Example:\n"
-        "  quilmeta check --ignore number-beyond-six-digits shots/*.kx");
-    command->callback(
-        [options, &output, &exitCode] { exitCode = exitCodeOf(checkAll(*options, output)); });
-}
+std::unique_ptr<Command> makeCheck() { return std::make_unique<Check>(); }
 
 }  // namespace orbo::Quilmeta

@@ -1,27 +1,39 @@
-// The commands, a source file each.
+// The list of commands.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "output/Output.h"
+#include "commands/Command.h"
 
-namespace CLI {
-class App;
-}
+#include <memory>
 
 namespace orbo::Quilmeta {
 
-/// Each adds one command, which writes its results to `output` and its exit code to `exitCode`.
-/// Both must outlive the app.
-void addShow(CLI::App& app, Output& output, int& exitCode);
-void addExport(CLI::App& app, Output& output, int& exitCode);
-void addSet(CLI::App& app, Output& output, int& exitCode);
-void addCheck(CLI::App& app, Output& output, int& exitCode);
-void addCopy(CLI::App& app, Output& output, int& exitCode);
-void addRefs(CLI::App& app, Output& output, int& exitCode);
-void addRecover(CLI::App& app, Output& output, int& exitCode);
+std::unique_ptr<Command> makeShow();
+std::unique_ptr<Command> makeExport();
+std::unique_ptr<Command> makeSet();
+std::unique_ptr<Command> makeCopy();
+std::unique_ptr<Command> makeRefsList();
+std::unique_ptr<Command> makeRefsRepath();
+std::unique_ptr<Command> makeCheck();
+std::unique_ptr<Command> makeRecover();
 
-/// Commands of `refs`, which is their app.
-void addRefsList(CLI::App& app, Output& output, int& exitCode);
-void addRefsRepath(CLI::App& app, Output& output, int& exitCode);
+/// Commands that share a first word, such as `refs list` and `refs repath`.
+constexpr Command::Help kRefsGroup = {"refs", "List external files, or change their paths", R"(
+Scenes record the files they refer to in a table: which node refers to the file,
+the path as entered and as resolved, and the file's roles.
+Example:
+  quilmeta refs list robot.kx)"};
+
+struct CommandEntry {
+    const Command::Help* group;  ///< null for a command of one word
+    std::unique_ptr<Command> (*make)();
+};
+
+/// In the order of the help. The entries of a group stand together.
+constexpr CommandEntry kCommands[] = {
+    {nullptr, makeShow},  {nullptr, makeExport},       {nullptr, makeSet},
+    {nullptr, makeCopy},  {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
+    {nullptr, makeCheck}, {nullptr, makeRecover},
+};
 
 }  // namespace orbo::Quilmeta

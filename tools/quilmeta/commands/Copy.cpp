@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "process/CommandError.h"
-#include "process/EachFile.h"
+#include "output/Output.h"
+#include "scene/Address.h"
 #include "scene/CopyPlan.h"
 #include "scene/SceneFile.h"
 #include "values/SafeText.h"
@@ -12,11 +12,9 @@
 #include <data/Channel.h>
 #include <data/Stream.h>
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -27,30 +25,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct CopyOptions {
-    std::string source, target;
-    std::vector<std::string> nodes;
-    bool replace = false;
-    SceneAccess access;
-};
-
-std::unique_ptr<Data::Accessor> openSource(const CopyOptions& options, bool& complete) {
-    std::unique_ptr<Data::Accessor> source = openScene(options.source, options.access, &complete);
-    for (const std::string& node : options.nodes) findNode(*source, node);
-    if (complete) return source;
-    if (options.nodes.empty())
-        throw CommandError("was not read without complaint: name the nodes to copy with --node");
-    if (!isReadable(options.source, {options.nodes.begin(), options.nodes.end()}))
-        throw CommandError("not all metadata of the nodes to copy can be read");
-    return source;
-}
-
-std::unique_ptr<Data::Accessor> openTarget(const CopyOptions& options, bool& complete) {
-    std::error_code ignored;
-    if (fs::equivalent(options.source, options.target, ignored))
-        throw CommandError("is the scene to copy from as well");
-    return openScene(options.target, options.access, &complete);
-}
+constexpr Command::Help kHelp = {"copy", "Copy metadata from one scene into another", R"(
+Copies all metadata, or with --node, which may be given several times, that
+of these nodes and the structures it uses. What else TARGET has stays.
+A node or structure that TARGET has in another form is refused, and named,
+without --replace. With it SOURCE's metadata of a node replaces all of
+TARGET's, and a structure is replaced unless other nodes of TARGET use it.
+TARGET gets everything or, when anything is refused, nothing.
+Example:
+  quilmeta copy robot.kx robot-exported-again.kx --replace)"};
 
 [[noreturn]] void refuse(const std::vector<std::string>& reasons, const char* advice) {
     constexpr size_t kMost = 8;
@@ -88,89 +71,93 @@ void report(const CopyPlan& plan, Output& output) {
         add(fmt::format("node {}: {}, {}", shownNode(copy.name), wordFor(copy.fate),
                         contentOf(copy.associations)),
             copy.losses);
+    output.flush();
 }
 
-/// What a copy would take from the target, or hide behind something else.
-std::vector<std::string> losses(const CopyPlan& plan, const std::string& target, bool complete) {
+/// What a copy would replace in the target, or hide there.
+std::vector<std::string> lossesOf(const CopyPlan& plan, const Scene& target) {
     std::vector<std::string> lines = plan.differences();
-    if (complete) return lines;
-    // Only by chance would it be the one that these texts were written with.
+    if (target.complete) return lines;
+    const std::string& file = target.accessor->fileName();
+    // The structure copied would only by chance be the one that the unreadable texts were made
+    // with.
     for (const CopyPlan::StructureCopy& copy : plan.structures())
-        if (copy.fate == CopyPlan::Fate::kAdded && lacksStructure(target, copy.structure->name()))
+        if (copy.fate == CopyPlan::Fate::kAdded && lacksStructure(file, copy.structure->name()))
             lines.push_back(fmt::format(
                 "metadata that cannot be read may need another structure {} than this one",
                 inQuotes(copy.structure->name())));
     std::set<std::string> added;
     for (const CopyPlan::NodeCopy& copy : plan.nodes())
         if (copy.fate == CopyPlan::Fate::kAdded) added.insert(copy.name);
-    if (!isReadable(target, added))
+    if (!isReadable(file, added))
         lines.emplace_back("metadata of the nodes to copy is there, but cannot be read");
     return lines;
 }
 
-Outcome copyInto(const Data::Accessor& source, const CopyOptions& options, Output& output) {
-    bool complete = false;
-    const std::unique_ptr<Data::Accessor> target = openTarget(options, complete);
-    const CopyPlan plan(source, *target, options.nodes);
-    if (!options.replace) {
-        const auto reasons = losses(plan, options.target, complete);
-        if (!reasons.empty())
-            refuse(reasons, "nothing was copied; --replace puts what is copied in its place");
+class Copy : public Command {
+  public:
+    [[nodiscard]] const Help& help() const override { return kHelp; }
+    void declare(Options& options) override {
+        options.word("SOURCE", fSource, "Scene file to copy from");
+        options.word("TARGET", fTarget, "Scene file, which is rewritten");
+        options.repeated("--node", "NAME", fNodes, "Only this node; '' is the scene");
+        options.flag("--replace", fReplace, "Replace what differs in TARGET");
+        options.writing(fAccess);
     }
-    const auto reasons = plan.obstacles(*target, complete);
-    if (!reasons.empty()) refuse(reasons, "nothing was copied");
-    if (plan.changes()) {
-        plan.apply(*target);
-        writeScene(*target, options.access);
-    }
-    report(plan, output);
-    output.flush();
-    return complete ? Outcome::kDone : Outcome::kUnreadable;
-}
 
-Outcome copy(const CopyOptions& options, Output& output) {
-    std::unique_ptr<Data::Accessor> source;
-    const Outcome opened = guarded(options.source, [&] {
-        bool complete = false;
-        source = openSource(options, complete);
-        return complete ? Outcome::kDone : Outcome::kUnreadable;
-    });
-    if (opened == Outcome::kFailed) return opened;
-    const Outcome copied =
-        forEachFile({options.target}, options.access.purpose(), [&](const auto&) {
-            return repeatAfterConflict(options.access,
-                                       [&] { return copyInto(*source, options, output); });
+    Outcome run(Output& output) override {
+        Scene source;
+        const Outcome opened = guarded(fSource, [&] {
+            source = openSource();
+            return source.outcome();
         });
-    return std::max(opened, copied);
-}
+        if (opened == Outcome::kFailed) return opened;
+        const Outcome copied = editFiles({fTarget}, fAccess, [&](const std::string&) {
+            return copyInto(*source.accessor, output);
+        });
+        return std::max(opened, copied);
+    }
+
+  private:
+    [[nodiscard]] Scene openSource() const {
+        Scene source = openScene(fSource, fAccess);
+        for (const std::string& node : fNodes) findNode(*source.accessor, node);
+        if (source.complete) return source;
+        if (fNodes.empty())
+            throw CommandError(
+                "was not read without complaint: name the nodes to copy with --node");
+        if (!isReadable(fSource, {fNodes.begin(), fNodes.end()}))
+            throw CommandError("not all metadata of the nodes to copy can be read");
+        return source;
+    }
+
+    Outcome copyInto(const Data::Accessor& source, Output& output) const {
+        std::error_code ignored;
+        if (fs::equivalent(fSource, fTarget, ignored))
+            throw CommandError("is the scene to copy from as well");
+        const Scene target = openScene(fTarget, fAccess);
+        const CopyPlan plan(source, *target.accessor, fNodes);
+        if (!fReplace)
+            if (const auto losses = lossesOf(plan, target); !losses.empty())
+                refuse(losses, "nothing was copied; --replace puts what is copied in its place");
+        const auto obstacles = plan.obstacles(*target.accessor, target.complete);
+        if (!obstacles.empty()) refuse(obstacles, "nothing was copied");
+        if (plan.changes()) {
+            plan.apply(*target.accessor);
+            writeScene(*target.accessor, fAccess);
+        }
+        report(plan, output);
+        return target.outcome();
+    }
+
+    std::string fSource, fTarget;
+    std::vector<std::string> fNodes;
+    bool fReplace = false;
+    SceneAccess fAccess;
+};
 
 }  // namespace
 
-void addCopy(CLI::App& app, Output& output, int& exitCode) {
-    auto options = std::make_shared<CopyOptions>();
-    CLI::App* command = app.add_subcommand("copy", "Copy metadata from one scene into another");
-    command->add_option("SOURCE", options->source, "Scene file to copy from")
-        ->required()
-        ->type_name("");
-    command->add_option("TARGET", options->target, "Scene file, which is rewritten")
-        ->required()
-        ->type_name("");
-    command->add_option("--node", options->nodes, "Only this node; '' is the scene")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
-    command->add_flag("--replace", options->replace, "Replace what differs in TARGET");
-    addWriting(*command, options->access);
-    command->footer(
-        "Copies all metadata, or with --node, which may be given several times, that\n"
-        "of these nodes and the structures it uses. What else TARGET has stays.\n"
-        "A node or structure that TARGET has in another form is refused, and named,\n"
-        "without --replace. With it SOURCE's metadata of a node replaces all of\n"
-        "TARGET's, and a structure is replaced unless other nodes of TARGET use it.\n"
-        "TARGET gets everything or, when anything is refused, nothing.\n"
-        "Example:\n"
-        "  quilmeta copy robot.kx robot-exported-again.kx --replace");
-    command->callback(
-        [options, &output, &exitCode] { exitCode = exitCodeOf(copy(*options, output)); });
-}
+std::unique_ptr<Command> makeCopy() { return std::make_unique<Copy>(); }
 
 }  // namespace orbo::Quilmeta

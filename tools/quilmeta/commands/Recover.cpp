@@ -2,16 +2,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "output/Output.h"
 #include "process/CommandError.h"
-#include "process/EachFile.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
 #include "values/SafeText.h"
 
 #include <data/Recovery.h>
-#include <CLI/CLI.hpp>
 
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,12 +21,14 @@ namespace {
 using Data::Recovery;
 using State = Recovery::State;
 
-struct RecoverOptions {
-    std::vector<std::string> files;
-    std::string moved;
-    SceneAccess access;
-    bool list = false;
-};
+constexpr Command::Help kHelp = {"recover", "Finish or undo what was cut short", R"(
+A write that is killed, or interrupted by a power cut, leaves a journal beside the
+scene. All commands deal with it by themselves, except where the file system has no
+locks: there make sure that nobody is writing the scene, and use this one. Exit code 1
+says that a journal does not fit its scene, which may then be damaged.
+Examples:
+  quilmeta recover --list shots/*.kx
+  quilmeta recover old-name.kx --file shots/new-name.kx)"};
 
 bool interrupted() { return Signals::received() != 0; }
 
@@ -57,82 +58,79 @@ Words wordsFor(State state) {
     return {"nothing to recover", "", ""};
 }
 
-/// What the journal is about, for people.
-std::string journalOf(State state, const std::string& oldName) {
-    const bool isOther = state == State::kOrphaned && !oldName.empty();
-    return isOther ? "the journal of " + safeLine(oldName) + " does not fit the file "
-                   : wordsFor(state).found;
-}
-
-/// `oldName` is empty unless the scene was moved without its journal.
-Outcome list(const std::string& file, const std::string& oldName, const RecoverOptions& options,
-             Output& output) {
-    const auto patience = options.access.patience();
-    const Recovery recovery = oldName.empty()
-                                  ? Recovery::inspect(file, patience, interrupted)
-                                  : Recovery::inspectMoved(oldName, file, patience, interrupted);
-    if (recovery.state == State::kRefused) throw CommandError(recovery.message);
-    if (recovery.state == State::kNothing) return Outcome::kDone;
-    const bool stays = recovery.state == State::kOrphaned && !oldName.empty();
-    output.write(safeLine(file) + ": " + journalOf(recovery.state, oldName) +
-                 (stays ? "and stays" : wordsFor(recovery.state).toDo) + '\n');
-    complain(file, recovery.message);
-    return Outcome::kFound;
-}
-
-Outcome recover(const std::string& file, const std::string& oldName, const RecoverOptions& options,
-                Output& output) {
-    const auto patience = options.access.patience();
-    const Recovery recovery = oldName.empty()
-                                  ? Recovery::run(file, patience, interrupted)
-                                  : Recovery::runMoved(oldName, file, patience, interrupted);
-    const bool isOrphaned = recovery.state == State::kOrphaned;
-    const bool stays = isOrphaned && !oldName.empty();
-    if (!recovery.done && !stays) throw CommandError(recovery.message);
-    output.write(safeLine(file) + ": " + journalOf(recovery.state, oldName) +
-                 (stays ? "and stays" : wordsFor(recovery.state).done) + '\n');
-    // What was undone or finished has been said.
-    if (isOrphaned || !oldName.empty()) complain(file, recovery.message);
-    output.flush();
-    return isOrphaned ? Outcome::kFound : Outcome::kDone;
-}
-
-Outcome recoverAll(const RecoverOptions& options, Output& output) {
-    const bool wasMoved = !options.moved.empty();
-    if (wasMoved && options.files.size() != 1) {
-        throw CommandError("--file goes with one FILE: the old name of the scene");
+class Recover : public Command {
+  public:
+    [[nodiscard]] const Help& help() const override { return kHelp; }
+    void declare(Options& options) override {
+        options.words("FILE", fFiles, "Scene files");
+        options.flag("--list", fList,
+                     "Only say what is to be done; exit code 1 if there is anything");
+        options.optional("--file", "NEW-NAME", fNewName,
+                         "The scene FILE was moved to here, without its journal");
+        options.wait(fAccess);
     }
-    const std::string oldName = wasMoved ? options.files.front() : std::string();
-    const std::vector<std::string> files = wasMoved ? std::vector{options.moved} : options.files;
-    const Purpose purpose = options.list ? Purpose::kReading : Purpose::kWriting;
-    return forEachFile(files, purpose, [&](const std::string& file) {
-        return (options.list ? list : recover)(file, oldName, options, output);
-    });
-}
+
+    Outcome run(Output& output) override {
+        if (wasMoved() && fFiles.size() != 1)
+            throw CommandError("--file goes with one FILE: the old name of the scene");
+        return forEachFile(wasMoved() ? std::vector{*fNewName} : fFiles,
+                           fList ? Purpose::kReading : Purpose::kWriting,
+                           [&](const std::string& file) {
+                               return fList ? list(file, output) : recover(file, output);
+                           });
+    }
+
+  private:
+    [[nodiscard]] bool wasMoved() const { return fNewName && !fNewName->empty(); }
+    [[nodiscard]] const std::string& oldName() const { return fFiles.front(); }
+
+    /// The journal of a scene that was moved away is left where it is.
+    [[nodiscard]] bool stays(State state) const { return state == State::kOrphaned && wasMoved(); }
+
+    /// Deals with the journal; with --list it only looks.
+    [[nodiscard]] Recovery recoveryOf(const std::string& file) const {
+        const auto patience = fAccess.patience();
+        if (!wasMoved())
+            return (fList ? Recovery::inspect : Recovery::run)(file, patience, interrupted);
+        return (fList ? Recovery::inspectMoved : Recovery::runMoved)(oldName(), file, patience,
+                                                                     interrupted);
+    }
+
+    Outcome list(const std::string& file, Output& output) const {
+        const Recovery recovery = recoveryOf(file);
+        if (recovery.state == State::kRefused) throw CommandError(recovery.message);
+        if (recovery.state == State::kNothing) return Outcome::kDone;
+        print(file, recovery.state, wordsFor(recovery.state).toDo, output);
+        complain(file, recovery.message);
+        return Outcome::kFound;
+    }
+
+    Outcome recover(const std::string& file, Output& output) const {
+        const Recovery recovery = recoveryOf(file);
+        const bool isOrphaned = recovery.state == State::kOrphaned;
+        if (!recovery.done && !stays(recovery.state)) throw CommandError(recovery.message);
+        print(file, recovery.state, wordsFor(recovery.state).done, output);
+        // The line above says everything about a change that was undone or finished.
+        if (isOrphaned || wasMoved()) complain(file, recovery.message);
+        output.flush();
+        return isOrphaned ? Outcome::kFound : Outcome::kDone;
+    }
+
+    void print(const std::string& file, State state, const char* ending, Output& output) const {
+        const std::string found =
+            stays(state) ? "the journal of " + safeLine(oldName()) + " does not fit the file "
+                         : wordsFor(state).found;
+        output.write(safeLine(file) + ": " + found + (stays(state) ? "and stays" : ending) + '\n');
+    }
+
+    std::vector<std::string> fFiles;
+    std::optional<std::string> fNewName;
+    SceneAccess fAccess;
+    bool fList = false;
+};
 
 }  // namespace
 
-void addRecover(CLI::App& app, Output& output, int& exitCode) {
-    auto options = std::make_shared<RecoverOptions>();
-    CLI::App* command = app.add_subcommand("recover", "Finish or undo what was cut short");
-    addWords(*command, "FILE", options->files, "Scene files");
-    command->add_flag("--list", options->list,
-                      "Only say what is to be done; exit code 1 if there is anything");
-    command
-        ->add_option("--file", options->moved,
-                     "The scene FILE was moved to here, without its journal")
-        ->type_name("NEW-NAME");
-    addWait(*command, options->access);
-    command->footer(
-        "A write that is killed, or meets the end of the power, leaves a journal beside the\n"
-        "scene. All commands deal with it by themselves, except where the file system has no\n"
-        "locks: there make sure that nobody is writing the scene, and use this one. Exit code 1\n"
-        "says that a journal does not fit its scene, which may then be damaged.\n"
-        "Examples:\n"
-        "  quilmeta recover --list shots/*.kx\n"
-        "  quilmeta recover old-name.kx --file shots/new-name.kx");
-    command->callback(
-        [options, &output, &exitCode] { exitCode = exitCodeOf(recoverAll(*options, output)); });
-}
+std::unique_ptr<Command> makeRecover() { return std::make_unique<Recover>(); }
 
 }  // namespace orbo::Quilmeta

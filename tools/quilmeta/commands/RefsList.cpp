@@ -2,16 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "json/JsonText.h"
+#include "json/JsonList.h"
 #include "output/AlignedLine.h"
-#include "process/EachFile.h"
+#include "output/TextTable.h"
 #include "scene/References.h"
 #include "values/SafeText.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,25 +20,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct ListOptions {
-    std::vector<std::string> files;
-    bool missing = false;
-    bool json = false;
-    SceneAccess access;
-};
+constexpr Command::Help kHelp = {"list", "List the external files of scenes", R"(
+A relative resolved path is looked up in the folder of its scene, and an empty
+one counts as missing.
+Example:
+  quilmeta refs list --missing shots/*.kx)"};
 
-/// A row of the result.
-struct Line {
-    std::string file;
+struct ListedReference {
+    std::string scene;
     Reference reference;
 };
 
-/// A path without a root starts at the scene's folder, which is where somebody who opens the scene
-/// would look. An empty one leads nowhere.
-bool isMissing(const Line& line) {
-    const std::string& path = line.reference.resolvedPath;
+/// A relative path starts at the scene's folder, where somebody who opens the scene would look. An
+/// empty path leads nowhere.
+bool isMissing(const ListedReference& listed) {
+    const std::string& path = listed.reference.resolvedPath;
     std::error_code error;
-    return path.empty() || !fs::exists(fs::path(line.file).parent_path() / path, error);
+    return path.empty() || !fs::exists(fs::path(listed.scene).parent_path() / path, error);
 }
 
 std::string shownRoles(const std::set<std::string>& roles) {
@@ -52,97 +48,73 @@ std::string shownRoles(const std::set<std::string>& roles) {
     return text;
 }
 
-void writeTable(Output& output, const std::vector<Line>& lines) {
-    using Cells = std::array<std::string, 6>;
-    constexpr size_t kGap = 2;
-    constexpr std::array<size_t, 6> kWidest{kWidestColumn, kWidestColumn, kWidestColumn,
-                                            120,           120,           0};
-    if (lines.empty()) return;
-    std::vector<Cells> rows{{"scene", "node", "key", "path", "resolved path", "roles"}};
-    for (const auto& [file, reference] : lines)
-        rows.push_back({shownPath(file), shownName(reference.node), shownName(reference.key),
-                        shownPath(reference.path), shownPath(reference.resolvedPath),
-                        shownRoles(reference.roles)});
-    std::array<size_t, 6> widths{};
-    for (const Cells& cells : rows)
-        for (size_t i = 0; i < cells.size(); ++i) widen(widths[i], cells[i], kWidest[i]);
-    for (const Cells& cells : rows) {
-        AlignedLine line(0);
-        for (size_t i = 0; i < cells.size(); ++i)
-            line.add(cells[i], widths[i], false, i > 0 ? kGap : 0);
-        output.write(line.end());
+class RefsList : public Command {
+  public:
+    [[nodiscard]] const Help& help() const override { return kHelp; }
+    void declare(Options& options) override {
+        options.words("FILE", fFiles, "Scene files");
+        options.flag("--missing", fMissing,
+                     "Only those whose resolved path does not exist; exit code 1 if there are any");
+        options.flag("--json", fJson, "Print a JSON list instead of a table");
+        options.wait(fAccess);
     }
-}
 
-std::string json(const Line& line) {
-    std::string text = "{ \"scene\": ";
-    appendJson(text, std::string_view(line.file));
-    for (const auto& [key, value] :
-         {std::pair("node", &line.reference.node), std::pair("key", &line.reference.key),
-          std::pair("path", &line.reference.path),
-          std::pair("resolvedPath", &line.reference.resolvedPath)}) {
-        text += std::string(", \"") + key + "\": ";
-        appendJson(text, std::string_view(*value));
+    Outcome run(Output& output) override {
+        const Outcome outcome = forEachFile(fFiles, Purpose::kReading,
+                                            [&](const std::string& file) { return collect(file); });
+        fJson ? writeJson(output) : writeTable(output);
+        return fMissing && !fListed.empty() ? std::max(outcome, Outcome::kFound) : outcome;
     }
-    text += ", \"roles\": [";
-    const char* gap = "";
-    for (const std::string& role : line.reference.roles) {
-        text += std::exchange(gap, ", ");
-        appendJson(text, std::string_view(role));
+
+  private:
+    Outcome collect(const std::string& file) {
+        const Scene scene = openForReferences(file, fAccess, ReferencesFor::kReading);
+        Data::Stream* table = tableOf(scene);
+        if (!table) return scene.outcome();
+        for (Data::StreamIterator row = table->begin(); row.valid(); ++row) {
+            ListedReference listed{file, referenceOf(*row)};
+            if (!fMissing || isMissing(listed)) fListed.push_back(std::move(listed));
+        }
+        return scene.outcome();
     }
-    return text + "] }";
-}
 
-void writeJson(Output& output, const std::vector<Line>& lines) {
-    output.write("[");
-    const char* gap = "\n  ";
-    for (const Line& line : lines) {
-        output.write(std::exchange(gap, ",\n  "));
-        output.write(json(line));
+    void writeTable(Output& output) const {
+        constexpr size_t kWidestPath = 120;
+        TextTable table({{"scene", kWidestColumn},
+                         {"node", kWidestColumn},
+                         {"key", kWidestColumn},
+                         {"path", kWidestPath},
+                         {"resolved path", kWidestPath},
+                         {"roles", 0}});
+        for (const auto& [scene, reference] : fListed)
+            table.add({shownPath(scene), shownName(reference.node), shownName(reference.key),
+                       shownPath(reference.path), shownPath(reference.resolvedPath),
+                       shownRoles(reference.roles)});
+        table.write(output);
     }
-    output.write(lines.empty() ? "]\n" : "\n]\n");
-}
 
-/// Adds what the file refers to.
-Outcome collect(const std::string& file, const SceneAccess& access, std::vector<Line>& lines) {
-    const SceneReferences references = openReferences(file, access, ReferencesFor::kReading);
-    if (references.table)
-        for (Data::StreamIterator row = references.table->begin(); row.valid(); ++row)
-            lines.push_back({file, referenceOf(*row)});
-    return references.complete ? Outcome::kDone : Outcome::kUnreadable;
-}
+    void writeJson(Output& output) const {
+        JsonList list(output);
+        for (const auto& [scene, reference] : fListed)
+            list.add(JsonObject()
+                         .add("scene", scene)
+                         .add("node", reference.node)
+                         .add("key", reference.key)
+                         .add("path", reference.path)
+                         .add("resolvedPath", reference.resolvedPath)
+                         .addList("roles", reference.roles));
+        list.end();
+    }
 
-Outcome list(const ListOptions& options, Output& output) {
-    std::vector<Line> lines;
-    const Outcome outcome =
-        forEachFile(options.files, Purpose::kReading,
-                    [&](const std::string& file) { return collect(file, options.access, lines); });
-    if (options.missing)
-        lines.erase(std::remove_if(lines.begin(), lines.end(),
-                                   [](const Line& line) { return !isMissing(line); }),
-                    lines.end());
-    options.json ? writeJson(output, lines) : writeTable(output, lines);
-    return options.missing && !lines.empty() ? std::max(outcome, Outcome::kFound) : outcome;
-}
+    std::vector<std::string> fFiles;
+    bool fMissing = false;
+    bool fJson = false;
+    SceneAccess fAccess;
+    std::vector<ListedReference> fListed;
+};
 
 }  // namespace
 
-void addRefsList(CLI::App& app, Output& output, int& exitCode) {
-    auto options = std::make_shared<ListOptions>();
-    CLI::App* command = app.add_subcommand("list", "List the external files of scenes");
-    addWords(*command, "FILE", options->files, "Scene files");
-    command->add_flag(
-        "--missing", options->missing,
-        "Only those whose resolved path does not exist; exit code 1 if there are any");
-    command->add_flag("--json", options->json, "Print a JSON list instead of a table");
-    addWait(*command, options->access);
-    command->footer(
-        "A relative resolved path is looked up in the folder of its scene, and an empty\n"
-        "one counts as missing.\n"
-        "Example:\n"
-        "  quilmeta refs list --missing shots/*.kx");
-    command->callback(
-        [options, &output, &exitCode] { exitCode = exitCodeOf(list(*options, output)); });
-}
+std::unique_ptr<Command> makeRefsList() { return std::make_unique<RefsList>(); }
 
 }  // namespace orbo::Quilmeta

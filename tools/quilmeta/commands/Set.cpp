@@ -2,19 +2,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "process/CommandError.h"
-#include "process/EachFile.h"
+#include "scene/Address.h"
 #include "scene/Assignment.h"
 #include "scene/SceneFile.h"
 #include "values/SafeText.h"
 #include "values/Wording.h"
 
-#include <data/IndexText.h>
 #include <data/Structure.h>
 #include <fmt/format.h>
-#include <CLI/CLI.hpp>
 
-#include <memory>
 #include <new>
 #include <string>
 #include <vector>
@@ -23,45 +19,19 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-struct SetOptions {
-    std::string file, node, channel, stream, index;
-    std::vector<std::string> assignments;
-    bool create = false;
-    SceneAccess access;
-};
-
-/// Nobody creates an element of this size by hand: its structure is damaged or hostile.
-constexpr unsigned long long kLargestNewElement = 1ULL << 26;
-
-Data::Channel& findChannel(Data::Associations& associations, const SetOptions& options) {
-    if (Data::Channel* channel = associations.findChannel(options.channel)) return *channel;
-    throw CommandError(fmt::format(
-        "node {} has no channel {}{}", shownNode(options.node), inQuotes(options.channel),
-        nameList("channels", associations,
-                 [](const Data::Channel& c) { return shownName(c.name()); })));
-}
-
-Data::Stream& findStream(Data::Channel& channel, const SetOptions& options) {
-    if (Data::Stream* stream = channel.findDataStream(options.stream)) return *stream;
-    throw CommandError(fmt::format(
-        "channel {} has no stream {}{}", inQuotes(options.channel), inQuotes(options.stream),
-        nameList("streams", channel, [](const Data::Stream& s) { return shownName(s.name()); })));
-}
-
-Data::Index indexOf(const Data::Stream& stream, const std::string& text) {
-    try {
-        return Data::Index::doCreate(stream.indexType(), text);
-    } catch (Data::Index::eCreationErrors error) {
-        if (error == Data::Index::eCreatorNotFound)
-            return Data::Index(Data::IndexText(stream.indexType(), text));
-        throw CommandError(fmt::format("{} is no index of type {}", inQuotes(text),
-                                       shownName(stream.indexType())));
-    }
-}
+constexpr Command::Help kHelp = {"set", "Change values of one element", R"(
+A member of several values takes them all, with blanks between, or one by
+MEMBER[k]=VALUE; a matrix is one value of 16 numbers. Nothing is written
+unless all values are good.
+Example:
+  quilmeta set robot.kx --node rig --channel joints --stream pose \
+      --index lid side=-1 'label=the lid')"};
 
 Data::Handle newElement(const Data::Structure& structure) {
+    // Nobody creates a larger element by hand: such a structure is damaged or hostile.
+    constexpr unsigned long long kLargest = 1ULL << 26;
     const unsigned long long size = structure.totalSize();
-    if (size > kLargestNewElement)
+    if (size > kLargest)
         throw CommandError(fmt::format("a new element of structure {} would take {} bytes",
                                        inQuotes(structure.name()), size));
     Data::Handle element(structure);
@@ -69,7 +39,8 @@ Data::Handle newElement(const Data::Structure& structure) {
     return element;
 }
 
-std::vector<std::string> indicesOf(const Data::Stream& stream) {
+/// The indices of the first elements, as many as a message shows, and more.
+std::vector<std::string> firstIndices(const Data::Stream& stream) {
     constexpr size_t kMoreThanShown = 16;
     std::vector<std::string> indices;
     for (auto it = stream.cbegin(); it.valid() && indices.size() < kMoreThanShown; ++it)
@@ -77,64 +48,61 @@ std::vector<std::string> indicesOf(const Data::Stream& stream) {
     return indices;
 }
 
-/// A copy of the element, or a new one. The stream keeps its own until all values are good.
-Data::Handle draftOf(Data::Stream& stream, const Data::Index& index, const SetOptions& options) {
-    Data::Handle draft = stream.element(index);
-    if (!draft.hasData() && options.create) return newElement(stream.structure());
-    if (!draft.hasData())
-        throw CommandError(fmt::format("stream {} has no index {}{}; --create makes an element",
-                                       inQuotes(options.stream), inQuotes(options.index),
-                                       nameList("indices", indicesOf(stream),
-                                                [](const auto& text) { return shownName(text); })));
-    if (!draft.makeUnique()) throw std::bad_alloc();
-    return draft;
-}
+class Set : public Command {
+  public:
+    [[nodiscard]] const Help& help() const override { return kHelp; }
+    void declare(Options& options) override {
+        options.word("FILE", fFile, "Scene file, which is rewritten");
+        options.required("--node", "NAME", fAddress.node,
+                         "Node with the metadata; '' is the scene");
+        options.required("--channel", "NAME", fAddress.channel, "Channel of the node");
+        options.required("--stream", "NAME", fAddress.stream, "Stream of the channel");
+        options.required("--index", "NAME", fIndex, "Element to change");
+        options.flag("--create", fCreate, "Make the element when there is none");
+        options.writing(fAccess);
+        options.words("MEMBER=VALUE", fAssignments, "Members, new values");
+    }
 
-Outcome setValues(const SetOptions& options) {
-    bool complete = false;
-    const std::unique_ptr<Data::Accessor> scene =
-        openScene(options.file, options.access, &complete);
-    Data::Stream& stream =
-        findStream(findChannel(findNode(*scene, options.node), options), options);
-    const Data::Index index = indexOf(stream, options.index);
-    Data::Handle draft = draftOf(stream, index, options);
-    assign(stream.structure(), draft, options.assignments);
-    if (!stream.setElement(index, draft)) throw CommandError("not enough memory");
-    writeScene(*scene, options.access);
-    return complete ? Outcome::kDone : Outcome::kUnreadable;
-}
+    Outcome run(Output&) override {
+        return editFiles({fFile}, fAccess, [this](const std::string&) { return setValues(); });
+    }
+
+  private:
+    Outcome setValues() const {
+        const Scene scene = openScene(fFile, fAccess);
+        Data::Stream& stream = findStream(*scene.accessor, fAddress);
+        const Data::Index index = indexOf(stream, fIndex);
+        Data::Handle draft = draftOf(stream, index);
+        assign(stream.structure(), draft, fAssignments);
+        if (!stream.setElement(index, draft)) throw CommandError("not enough memory");
+        writeScene(*scene.accessor, fAccess);
+        return scene.outcome();
+    }
+
+    /// A copy of the element, or a new one. The stream keeps its own until all values are good.
+    Data::Handle draftOf(Data::Stream& stream, const Data::Index& index) const {
+        Data::Handle draft = stream.element(index);
+        if (!draft.hasData() && fCreate) return newElement(stream.structure());
+        if (!draft.hasData())
+            throw CommandError(
+                fmt::format("stream {} has no index {}{}; --create makes an element",
+                            inQuotes(fAddress.stream), inQuotes(fIndex),
+                            nameList("indices", firstIndices(stream),
+                                     [](const std::string& text) { return shownName(text); })));
+        if (!draft.makeUnique()) throw std::bad_alloc();
+        return draft;
+    }
+
+    std::string fFile;
+    StreamAddress fAddress;
+    std::string fIndex;
+    std::vector<std::string> fAssignments;
+    bool fCreate = false;
+    SceneAccess fAccess;
+};
 
 }  // namespace
 
-void addSet(CLI::App& app, Output&, int& exitCode) {
-    auto options = std::make_shared<SetOptions>();
-    CLI::App* command = app.add_subcommand("set", "Change values of one element");
-    command->add_option("FILE", options->file, "Scene file, which is rewritten")
-        ->required()
-        ->type_name("");
-    const auto need = [command](const char* name, std::string& value, const char* description) {
-        command->add_option(name, value, description)->required()->type_name("NAME");
-    };
-    need("--node", options->node, "Node with the metadata; '' is the scene");
-    need("--channel", options->channel, "Channel of the node");
-    need("--stream", options->stream, "Stream of the channel");
-    need("--index", options->index, "Element to change");
-    command->add_flag("--create", options->create, "Make the element when there is none");
-    addWriting(*command, options->access);
-    addWords(*command, "MEMBER=VALUE", options->assignments, "Members, new values");
-    command->footer(
-        "A member of several values takes them all, with blanks between, or one by\n"
-        "MEMBER[k]=VALUE; a matrix is one value of 16 numbers. Nothing is written\n"
-        "unless all values are good.\n"
-        "Example:\n"
-        "  quilmeta set robot.kx --node rig --channel joints --stream pose \\\n"
-        "      --index lid side=-1 'label=the lid'");
-    command->callback([options, &exitCode] {
-        exitCode =
-            exitCodeOf(forEachFile({options->file}, options->access.purpose(), [&](const auto&) {
-                return repeatAfterConflict(options->access, [&] { return setValues(*options); });
-            }));
-    });
-}
+std::unique_ptr<Command> makeSet() { return std::make_unique<Set>(); }
 
 }  // namespace orbo::Quilmeta

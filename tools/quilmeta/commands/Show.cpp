@@ -4,17 +4,13 @@
 #include "commands/Options.h"
 #include "json/JsonDocument.h"
 #include "output/TreeWriter.h"
-#include "process/EachFile.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
 #include "scene/SceneFile.h"
 #include "scene/SceneView.h"
 #include "values/SafeText.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -22,15 +18,12 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-struct ShowOptions {
-    std::vector<std::string> files;
-    Selection selection;
-    bool values = false;
-    bool json = false;
-    SceneAccess access;
-};
+constexpr Command::Help kHelp = {"show", "Show the metadata of scenes", R"(
+--node, --channel and --stream may be given several times.
+Example:
+  quilmeta show --values --node rig --channel joints robot.kx)"};
 
-/// A misspelt name must not pass for scenes without metadata.
+/// A misspelt name must not look like scenes without metadata.
 void complainOfNothing(const Selection& selection) {
     std::string message = "nothing matches";
     for (const std::string& name : selection.nodes) message += " --node " + inQuotes(name);
@@ -39,68 +32,54 @@ void complainOfNothing(const Selection& selection) {
     complain("", message);
 }
 
-/// Shows what was selected of each file, and counts the files that had something.
-class Show {
+class Show : public Command {
   public:
-    Show(const ShowOptions& options, Output& output) : fOptions(options), fOutput(output) {}
-
-    Outcome show(const std::string& file) {
-        bool complete = false;
-        const std::unique_ptr<Data::Accessor> scene = openScene(file, fOptions.access, &complete);
-        const Outcome outcome = complete ? Outcome::kDone : Outcome::kUnreadable;
-        const SceneView view = select(*scene, fOptions.selection);
-        if (view.nodes.empty() && !fOptions.selection.everything()) return outcome;
-        if (fOptions.json) {
-            JsonDocument(fOutput).write(view);
-        } else {
-            if (fShown > 0) fOutput.write("\n");
-            TreeWriter(fOutput, fOptions.values).write(file, view);
-        }
-        ++fShown;
-        fOutput.flush();
-        return outcome;
+    [[nodiscard]] const Help& help() const override { return kHelp; }
+    void declare(Options& options) override {
+        options.words("FILE", fFiles, "Scene files");
+        options.flag("--values", fValues, "Show the elements, too");
+        options.repeated("--node", "NAME", fSelection.nodes, "Only this node; '' is the scene");
+        options.repeated("--channel", "NAME", fSelection.channels, "Only this channel");
+        options.repeated("--stream", "NAME", fSelection.streams, "Only this stream");
+        options.flag("--json", fJson, "Print a JSON document for each file instead");
+        options.reading(fAccess);
     }
-    [[nodiscard]] size_t shown() const { return fShown; }
+
+    Outcome run(Output& output) override {
+        output.stopOnSignals();
+        const Outcome outcome = forEachFile(
+            fFiles, Purpose::kReading, [&](const std::string& file) { return show(file, output); });
+        if (fShown > 0 || outcome == Outcome::kFailed || Signals::received() != 0) return outcome;
+        complainOfNothing(fSelection);
+        return std::max(outcome, Outcome::kNothingSelected);
+    }
 
   private:
-    const ShowOptions& fOptions;
-    Output& fOutput;
-    size_t fShown = 0;
+    Outcome show(const std::string& file, Output& output) {
+        const Scene scene = openScene(file, fAccess);
+        const SceneView view = select(*scene.accessor, fSelection);
+        if (view.nodes.empty() && !fSelection.everything()) return scene.outcome();
+        if (fJson) {
+            JsonDocument(output).write(view);
+        } else {
+            if (fShown > 0) output.write("\n");
+            TreeWriter(output, fValues).write(file, view);
+        }
+        ++fShown;
+        output.flush();
+        return scene.outcome();
+    }
+
+    std::vector<std::string> fFiles;
+    Selection fSelection;
+    bool fValues = false;
+    bool fJson = false;
+    SceneAccess fAccess;
+    size_t fShown = 0;  // files with something that was selected
 };
-
-Outcome showAll(const ShowOptions& options, Output& output) {
-    output.stopOnSignals();
-    Show show(options, output);
-    const Outcome outcome = forEachFile(options.files, Purpose::kReading,
-                                        [&](const std::string& file) { return show.show(file); });
-    if (show.shown() > 0 || outcome == Outcome::kFailed || Signals::received() != 0) return outcome;
-    complainOfNothing(options.selection);
-    return std::max(outcome, Outcome::kNothingSelected);
-}
-
-void addSelection(CLI::App& command, Selection& selection) {
-    addEach(command, "--node", selection.nodes, "NAME", "Only this node; '' is the scene");
-    addEach(command, "--channel", selection.channels, "NAME", "Only this channel");
-    addEach(command, "--stream", selection.streams, "NAME", "Only this stream");
-}
 
 }  // namespace
 
-void addShow(CLI::App& app, Output& output, int& exitCode) {
-    auto options = std::make_shared<ShowOptions>();
-    CLI::App* command = app.add_subcommand("show", "Show the metadata of scenes");
-    addWords(*command, "FILE", options->files, "Scene files");
-    command->add_flag("--values", options->values, "Show the elements, too");
-    addSelection(*command, options->selection);
-    command->add_flag("--json", options->json, "Print a JSON document for each file instead");
-    addPartial(*command, options->access);
-    addWait(*command, options->access);
-    command->footer(
-        "--node, --channel and --stream may be given several times.\n"
-        "Example:\n"
-        "  quilmeta show --values --node rig --channel joints robot.kx");
-    command->callback(
-        [options, &output, &exitCode] { exitCode = exitCodeOf(showAll(*options, output)); });
-}
+std::unique_ptr<Command> makeShow() { return std::make_unique<Show>(); }
 
 }  // namespace orbo::Quilmeta

@@ -1,4 +1,4 @@
-// What was found in a scene file, in words.
+// The findings of the library as text for people.
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/FindingText.h"
 
@@ -6,29 +6,54 @@
 
 #include <fmt/format.h>
 
+#include <string_view>
+
 namespace orbo::Quilmeta {
 
-std::string placeOf(const Data::Finding& finding) {
-    if (finding.line) return fmt::format("line {}", *finding.line);
+using Data::Finding;
+
+namespace {
+
+/// "line 12: ", "chunk MTDA at byte 96: " or "byte 96: "; empty without a place.
+std::string placeOf(const Finding& finding) {
+    if (finding.line) return fmt::format("line {}: ", *finding.line);
     if (!finding.offset) return {};
-    if (finding.tag.empty()) return fmt::format("byte {}", *finding.offset);
-    return fmt::format("chunk {} at byte {}", finding.tag, *finding.offset);
+    if (finding.tag.empty()) return fmt::format("byte {}: ", *finding.offset);
+    return fmt::format("chunk {} at byte {}: ", finding.tag, *finding.offset);
 }
 
-std::string messagesOf(const std::vector<Data::Finding>& findings) {
+/// "node arm: "; empty for a finding that is about no node.
+std::string nodeOf(const Finding& finding) {
+    return finding.node ? "node " + shownNode(*finding.node) + ": " : "";
+}
+
+/// A format's message may have several lines.
+std::string withLineEnds(const std::string& message, std::string_view lineEnd) {
     std::string text;
-    for (const Data::Finding& finding : findings) {
-        const std::string place = placeOf(finding);
-        if (!place.empty()) text += place + ": ";
-        if (finding.node) text += "node " + shownNode(*finding.node) + ": ";
-        if (finding.code == Data::Finding::Code::kNotAScene) text += "is not a scene: ";
-        for (const char c : finding.message) {
+    for (const char c : message) {
+        if (c == '\n')
+            text += lineEnd;
+        else
             text += c;
-            if (c == '\n') text += "    ";
-        }
-        text += '\n';
     }
     return text;
+}
+
+}  // namespace
+
+std::string messagesOf(const std::vector<Finding>& findings) {
+    std::string text;
+    for (const Finding& finding : findings) {
+        text += placeOf(finding) + nodeOf(finding);
+        if (finding.code == Finding::Code::kNotAScene) text += "is not a scene: ";
+        text += withLineEnds(finding.message, "\n    ") + '\n';
+    }
+    return text;
+}
+
+std::string lineOf(const Finding& finding) {
+    return safeLine(placeOf(finding)) + nodeOf(finding) + Finding::nameOf(finding.code) + ": " +
+           safeLine(withLineEnds(finding.message, "; "));
 }
 
 }  // namespace orbo::Quilmeta

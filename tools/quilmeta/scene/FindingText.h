@@ -1,4 +1,4 @@
-// What was found in a scene file, in words.
+// The findings of the library as text for people.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -9,10 +9,10 @@
 
 namespace orbo::Quilmeta {
 
-/// "line 12", "chunk MTDA at byte 96", "byte 96"; empty without a place.
-std::string placeOf(const Data::Finding& finding);
-
-/// For `complain`: one message each, with its place and node ahead.
+/// For `complain`: one message for each finding, which begins with its place and node.
 std::string messagesOf(const std::vector<Data::Finding>& findings);
+
+/// "line 12: node arm: text-unreadable: ...", on one line and safe to show.
+std::string lineOf(const Data::Finding& finding);
 
 }  // namespace orbo::Quilmeta

@@ -37,20 +37,22 @@ void demandMembers(const Data::Structure& structure) {
 
 }  // namespace
 
-SceneReferences openReferences(const std::string& file, const SceneAccess& access,
-                               ReferencesFor purpose) {
-    // Structures that nobody asked for serve the reading and stay in the file where they are.
+Scene openForReferences(const std::string& file, const SceneAccess& access, ReferencesFor purpose) {
+    // No structures are asked for: they serve the reading, and stay in the file where they are.
     SceneNames names;
     if (purpose == ReferencesFor::kReading)
         names.nodes.emplace({Data::AccessorQuil::getSceneAssociationsName()});
-    SceneReferences references;
-    references.scene = openScene(file, access, &references.complete, &names);
-    Data::WritePolicy policy = references.scene->writePolicy();
+    Scene scene = openScene(file, access, &names);
+    Data::WritePolicy policy = scene.accessor->writePolicy();
     policy.addMissingStructures = false;
-    references.scene->setWritePolicy(policy);
-    references.table = Table::getStream(*references.scene);
-    if (references.table) demandMembers(references.table->structure());
-    return references;
+    scene.accessor->setWritePolicy(policy);
+    return scene;
+}
+
+Data::Stream* tableOf(const Scene& scene) {
+    Data::Stream* table = Table::getStream(*scene.accessor);
+    if (table) demandMembers(table->structure());
+    return table;
 }
 
 Reference referenceOf(Data::Handle& row) {

@@ -2,37 +2,35 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/SceneAccess.h"
+#include "scene/SceneFile.h"
 
-#include <data/Accessor.h>
 #include <data/Stream.h>
 
-#include <memory>
 #include <set>
 #include <string>
 
 namespace orbo::Quilmeta {
 
+/// One row of the table.
 struct Reference {
     std::string node, key, path, resolvedPath;
     std::set<std::string> roles;
 };
 
-/// A scene, and the table in it.
-struct SceneReferences {
-    std::unique_ptr<Data::Accessor> scene;
-    Data::Stream* table = nullptr;  ///< null when there is none
-    /// Nothing that was read was unreadable. Without a table there may be one otherwise.
-    bool complete = false;
-};
-
 /// To look at the table, the scene's own metadata is enough. To write it the nodes are read, too,
 /// so that each keeps its place in the file.
 enum class ReferencesFor { kReading, kWriting };
-/// Throws `CommandError`, also for a table that lacks one of the members.
-SceneReferences openReferences(const std::string& file, const SceneAccess& access,
-                               ReferencesFor purpose);
-/// Of an element of the table.
+
+/// Opens a scene whose table is to be used, and reads no more than that takes. Throws
+/// `CommandError` as `openScene` does.
+Scene openForReferences(const std::string& file, const SceneAccess& access, ReferencesFor purpose);
+
+/// The table of external files; null when the scene has none. It belongs to the scene. Throws
+/// `CommandError` for a table that lacks one of the members. When the scene is not `complete`, a
+/// table may be in the part that was not read.
+Data::Stream* tableOf(const Scene& scene);
+
+/// A copy of what a row of the table says.
 Reference referenceOf(Data::Handle& row);
 
 }  // namespace orbo::Quilmeta

@@ -1,14 +1,10 @@
-// Opens and writes a scene file the way every command does.
+// Opens, checks and writes a scene file the way every command does.
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/SceneFile.h"
 
-#include "process/CommandError.h"
 #include "process/Messages.h"
-#include "process/Outcome.h"
 #include "process/Signals.h"
 #include "scene/FindingText.h"
-#include "values/SafeText.h"
-#include "values/Wording.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -18,15 +14,15 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
-#include <vector>
 
 namespace orbo::Quilmeta {
 
 namespace fs = std::filesystem;
+using Code = Data::Finding::Code;
 
 namespace {
 
-/// Opening anything but a regular file may wait for ever.
+/// Opening a pipe or a device could block for ever, so only regular files are opened.
 void demandReadableFile(const std::string& file) {
     std::error_code error;
     const fs::file_status status = fs::status(file, error);
@@ -36,71 +32,79 @@ void demandReadableFile(const std::string& file) {
     if (::access(file.c_str(), R_OK) != 0) throw CommandError(systemMessage(errno));
 }
 
-void demandContent(const std::string& file) {
-    std::error_code error;
-    if (fs::file_size(file, error) == 0 && !error) throw CommandError("is an empty file");
+/// An accessor that waits as the user allows, and no longer once a signal has come.
+std::unique_ptr<Data::Accessor> accessorFor(const std::string& file,
+                                            std::chrono::milliseconds patience) {
+    std::unique_ptr<Data::Accessor> accessor = Data::Accessor::accessorByExtension(file);
+    if (!accessor)
+        throw CommandError(fmt::format("is no scene by its extension (known: {})",
+                                       fmt::join(Data::Accessor::supportedExtensions(), ", ")));
+    accessor->setPatience(patience);
+    accessor->stopWaitingWhen([] { return Signals::received() != 0; });
+    return accessor;
 }
 
-std::unique_ptr<Data::Accessor> accessorFor(const std::string& file) {
-    std::unique_ptr<Data::Accessor> accessor = Data::Accessor::accessorByExtension(file);
-    if (accessor) return accessor;
-    throw CommandError(fmt::format("is no scene by its extension (known: {})",
-                                   fmt::join(Data::Accessor::supportedExtensions(), ", ")));
+/// Throws `CommandError` when there is nothing to work on.
+void read(Data::Accessor& accessor, const std::string& file,
+          const std::set<std::string>* structures, const std::set<std::string>* nodes) {
+    std::string ignored;  // the findings say more
+    if (accessor.read(file, structures, nodes, ignored)) return;
+    std::error_code error;
+    if (fs::file_size(file, error) == 0 && !error) throw CommandError("is an empty file");
+    throw CommandError(messagesOf(accessor.findings()));
 }
 
 std::vector<Data::Finding> findingsOf(const std::string& file,
                                       const std::set<std::string>* nodes = nullptr) {
-    const std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
-    accessor->setPatience(std::chrono::seconds(1));  // it has just been read
+    constexpr std::chrono::seconds kPatience(1);  // the file has just been read, so it is free
+    const std::unique_ptr<Data::Accessor> accessor = accessorFor(file, kPatience);
     accessor->setReadPolicy({true});
-    std::string ignored;
-    if (!accessor->read(file, nullptr, nodes, ignored))
-        throw CommandError(messagesOf(accessor->findings()));
+    read(*accessor, file, nullptr, nodes);
     return accessor->findings();
 }
 
-// Stands for findings about anything.
-bool isOfMore(const Data::Finding& finding) { return finding.code == Data::Finding::Code::kMore; }
+/// Findings beyond the library's limit are lumped into one, which may be about anything.
+bool isOfMore(const Data::Finding& finding) { return finding.code == Code::kMore; }
+
+/// False for findings about metadata that was not read. Of several records with one name the first
+/// is read, and a finding that is not in the errors tells of the others.
+bool leavesSceneComplete(const Data::Finding& finding) {
+    return finding.code == Code::kFileNote || !Data::Finding::isInErrors(finding.code);
+}
+
+/// What a failed write has to say. Accessors that leave no finding have only their error text.
+std::string messagesOfFailure(const Data::Accessor& scene, const std::string& errors) {
+    std::vector<Data::Finding> failures;
+    for (const Data::Finding& finding : scene.findings())
+        if (finding.code == Code::kWriteFailed) failures.push_back(finding);
+    if (failures.empty() && !errors.empty()) failures.emplace_back().message = errors;
+    return failures.empty() ? "was not written" : messagesOf(failures);
+}
 
 }  // namespace
 
-std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAccess& access,
-                                          bool* complete, const SceneNames* names) {
+Scene openScene(const std::string& file, const SceneAccess& access, const SceneNames* names) {
     demandReadableFile(file);
-    demandContent(file);
-    std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
-    accessor->setReadPolicy({true, access.partial});
+    Scene scene{accessorFor(file, access.patience())};
+    Data::Accessor& accessor = *scene.accessor;
+    accessor.setReadPolicy({true, access.partial});
     Data::WritePolicy policy = Data::WritePolicy::careful();
     policy.durable = !access.noJournal;
     policy.detectConflicts = access.writes;
-    accessor->setWritePolicy(policy);
-    accessor->setPatience(access.patience());
-    accessor->stopWaitingWhen([] { return Signals::received() != 0; });
-    std::string messages;
-    if (!accessor->read(file, names ? &names->structures : nullptr,
-                        names && names->nodes ? &*names->nodes : nullptr, messages))
-        throw CommandError(messagesOf(accessor->findings()));
-    complain(file, messagesOf(accessor->findings()));
-    // Of several records of a name one was read, and the others are told of.
-    const auto isWhole = [](const Data::Finding& finding) {
-        return finding.code == Data::Finding::Code::kFileNote ||
-               !Data::Finding::isInErrors(finding.code);
-    };
-    const auto& findings = accessor->findings();
-    if (complete) *complete = std::all_of(findings.begin(), findings.end(), isWhole);
-    return accessor;
+    accessor.setWritePolicy(policy);
+    read(accessor, file, names ? &names->structures : nullptr,
+         names && names->nodes ? &*names->nodes : nullptr);
+    const std::vector<Data::Finding>& findings = accessor.findings();
+    complain(file, messagesOf(findings));
+    scene.complete = std::all_of(findings.begin(), findings.end(), leavesSceneComplete);
+    return scene;
 }
 
 std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess& access) {
     demandReadableFile(file);
-    const std::unique_ptr<Data::Accessor> accessor = accessorFor(file);
-    accessor->setPatience(access.patience());
-    accessor->stopWaitingWhen([] { return Signals::received() != 0; });
-    std::vector<Data::Finding> findings = accessor->check(file);
-    for (const Data::Finding& finding : findings) {
-        if (finding.code == Data::Finding::Code::kFileUnreadable)
-            throw CommandError(finding.message);
-    }
+    std::vector<Data::Finding> findings = accessorFor(file, access.patience())->check(file);
+    for (const Data::Finding& finding : findings)
+        if (finding.code == Code::kFileUnreadable) throw CommandError(finding.message);
     return findings;
 }
 
@@ -120,26 +124,14 @@ bool lacksStructure(const std::string& file, const std::string& name) {
     });
 }
 
-Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
-    auto& nodes = scene.associations();
-    const auto found = nodes.find(name);
-    if (found != nodes.end()) return found->second;
-    const std::string list =
-        nameList("nodes", nodes, [](const auto& entry) { return shownNode(entry.first); });
-    if (name.empty()) throw CommandError("the scene itself has no metadata" + list);
-    throw CommandError(fmt::format("there is no node {}{}", inQuotes(name), list));
-}
-
 void writeScene(const Data::Accessor& scene, const SceneAccess& access) {
     Signals::stopIfReceived();
-    std::string messages;
-    const bool written = access.dryRun ? scene.rehearse(messages) : scene.write(messages);
+    std::string errors;
+    const bool written = access.dryRun ? scene.rehearse(errors) : scene.write(errors);
     if (scene.metConflict())
-        throw Conflict("somebody else keeps changing the metadata: " + messages);
-    Data::Finding finding;
-    finding.message = messages;
-    if (!messages.empty()) messages = messagesOf({finding});
-    if (!written) throw CommandError(messages.empty() ? "was not written" : messages);
+        throw Conflict("somebody else keeps changing the metadata: " +
+                       messagesOfFailure(scene, errors));
+    if (!written) throw CommandError(messagesOfFailure(scene, errors));
     complain(scene.fileName(), messagesOf(scene.findings()));
 }
 
@@ -155,6 +147,13 @@ Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outco
             Signals::stopIfReceived();
         }
     }
+}
+
+Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access,
+                  const std::function<Outcome(const std::string&)>& edit) {
+    return forEachFile(files, access.purpose(), [&](const std::string& file) {
+        return repeatAfterConflict(access, [&] { return edit(file); });
+    });
 }
 
 }  // namespace orbo::Quilmeta

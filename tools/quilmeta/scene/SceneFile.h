@@ -1,9 +1,8 @@
-// Opens and writes a scene file the way every command does.
+// Opens, checks and writes a scene file the way every command does.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "process/CommandError.h"
-#include "process/Outcome.h"
 #include "scene/SceneAccess.h"
 
 #include <data/Accessor.h>
@@ -17,46 +16,57 @@
 
 namespace orbo::Quilmeta {
 
-/// What to read of a scene; nodes by name, the scene itself being the empty one.
-struct SceneNames {
-    std::set<std::string> structures;
-    std::optional<std::set<std::string>> nodes;  ///< all if there are none
+/// A scene that was read.
+struct Scene {
+    std::unique_ptr<Data::Accessor> accessor;
+    bool complete = false;  ///< all metadata that was to be read could be read
+
+    [[nodiscard]] Outcome outcome() const {
+        return complete ? Outcome::kDone : Outcome::kUnreadable;
+    }
 };
 
-/// Reads the file, with the careful write policy and unknown index types as text. Statements that
-/// could not be used are reported to standard error, and `complete` says that there were none.
-/// Without names all is read. Throws `CommandError` when there is nothing to work on.
-std::unique_ptr<Data::Accessor> openScene(const std::string& file, const SceneAccess& access,
-                                          bool* complete = nullptr,
-                                          const SceneNames* names = nullptr);
+/// The part of a scene to read; the scene's own metadata has the empty node name.
+struct SceneNames {
+    std::set<std::string> structures;
+    std::optional<std::set<std::string>> nodes;  ///< all nodes when there is no value
+};
 
-/// All there is to find in a file. Throws `CommandError` when it cannot be read, or is no scene by
-/// its extension.
+/// Reads the file, with the careful write policy and unknown index types as text; all of it without
+/// `names`. Reports metadata that cannot be read to standard error. Throws `CommandError` when the
+/// file is no scene or cannot be read at all.
+Scene openScene(const std::string& file, const SceneAccess& access,
+                const SceneNames* names = nullptr);
+
+/// Everything that a check finds in the file. Throws `CommandError` when it cannot be read, or no
+/// accessor serves its extension.
 std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess& access);
 
-/// Whether all that the file says of these nodes can be read. For files where something cannot be:
-/// it reads the file once more.
+/// Whether all metadata of these nodes can be read. Reads the file once more, so ask it only about
+/// scenes that are not `complete`.
 bool isReadable(const std::string& file, const std::set<std::string>& nodes);
 
-/// Whether some of the file's metadata cannot be read for want of this structure. For files where
-/// something cannot be: it reads the file once more.
+/// Whether some metadata cannot be read because the file lacks this structure. Reads the file once
+/// more, so ask it only about scenes that are not `complete`.
 bool lacksStructure(const std::string& file, const std::string& name);
 
-/// The empty name is the scene's own. Throws `CommandError` that lists the nodes there are.
-Data::Associations& findNode(Data::Accessor& scene, const std::string& name);
-
-/// Writes it back to its file, or goes through the checks of that. Throws `CommandError` when that
-/// is refused or fails, the file being as it was, and `Conflict` when it is refused because
-/// somebody else changed the metadata since the read.
-void writeScene(const Data::Accessor& scene, const SceneAccess& access);
-
+/// Somebody else has changed the metadata since it was read.
 class Conflict : public CommandError {
   public:
     using CommandError::CommandError;
 };
 
-/// Calls `edit`, which reads, changes and writes a scene, again after a conflict: a few times, and
-/// for as long as the access has patience.
+/// Writes the scene to its file; in a dry run it only checks whether that would work. Throws
+/// `CommandError` when the write is refused or fails, and `Conflict` when it is refused because of
+/// somebody else's change. The file is as before then.
+void writeScene(const Data::Accessor& scene, const SceneAccess& access);
+
+/// Calls `edit`, which opens, changes and writes one scene, and calls it again after a `Conflict`:
+/// a few times at least, and as long as the access has patience.
 Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outcome()>& edit);
+
+/// `forEachFile` for an `edit` that changes one scene, with `repeatAfterConflict` around each.
+Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access,
+                  const std::function<Outcome(const std::string&)>& edit);
 
 }  // namespace orbo::Quilmeta

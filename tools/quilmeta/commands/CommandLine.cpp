@@ -1,0 +1,128 @@
+// The command line as a whole: which command it calls, and the options ahead of that.
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/CommandLine.h"
+
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "output/Output.h"
+#include "process/CommandError.h"
+#include "values/SafeText.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+/// The words from last to first, as CLI11 wants them. CLI11 would take the next word for the value
+/// of "--node=", which is what a shell makes of --node=''; so this puts an empty word there.
+std::vector<std::string> reversedWords(int argc, char** argv) {
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    const auto end = std::find(words.begin(), words.end(), "--");
+    std::vector<std::string> result(std::make_reverse_iterator(words.end()),
+                                    std::make_reverse_iterator(end));
+    for (auto word = std::make_reverse_iterator(end); word != words.rend(); ++word) {
+        const bool emptyValue = word->size() > 3 && word->compare(0, 2, "--") == 0 &&
+                                word->find('=') == word->size() - 1;
+        if (emptyValue) result.emplace_back();
+        result.push_back(emptyValue ? word->substr(0, word->size() - 1) : *word);
+    }
+    return result;
+}
+
+/// The innermost command that the parsed words name, and the words in front of its own name.
+struct Called {
+    explicit Called(const CLI::App& app) : command(&app) {
+        for (auto next = app.get_subcommands(); !next.empty(); next = command->get_subcommands()) {
+            words += (words.empty() ? "quilmeta" : ' ' + command->get_name());
+            command = next.front();
+        }
+    }
+    [[nodiscard]] std::string help() const { return command->help(words); }
+
+    const CLI::App* command;
+    std::string words;
+};
+
+std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
+    const Called called(app);
+    std::string message = error.what();
+    if (called.command->get_require_subcommand_min() > 0) {
+        const auto words = app.remaining(true);
+        message = words.empty() ? "a command is required"
+                                : "there is no command or option " + inQuotes(words.front());
+    }
+    const std::string name = called.command->get_name();
+    return message + "\nsee " + (called.words.empty() ? name : called.words + ' ' + name) +
+           " --help";
+}
+
+CLI::App* addApp(CLI::App& app, const Command::Help& help) {
+    CLI::App* added = app.add_subcommand(help.name, help.summary);
+    added->footer(help.details + 1);  // without the line feed ahead
+    added->group("Commands");
+    return added;
+}
+
+void setUp(CLI::App& app) {
+    app.name("quilmeta");
+    app.set_version_flag("--version", "quilmeta " QUILMETA_VERSION, "Print the version");
+    app.set_help_flag("-h,--help", "Print this help");
+    app.get_formatter()->column_width(24);
+    app.get_formatter()->label("REQUIRED", "");
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.get_formatter()->label("SUBCOMMANDS", "COMMANDS");
+    app.require_subcommand(1);
+    app.fallthrough();  // our own options may stand behind the command as well
+    app.footer("Example:\n  quilmeta show robot.kx\nMore: quilmeta COMMAND --help");
+}
+
+}  // namespace
+
+CommandLine::CommandLine()
+    : fApp(std::make_unique<CLI::App>("Shows and rewrites the metadata of scene files.")) {
+    setUp(*fApp);
+    Options(*fApp).repeated("--plugin", "FILE", fPlugins,
+                            "Load this plug-in before the command runs");
+    const Command::Help* group = nullptr;
+    CLI::App* groupApp = nullptr;
+    for (const CommandEntry& entry : kCommands) {
+        if (entry.group && entry.group != group) {
+            groupApp = addApp(*fApp, *entry.group);
+            groupApp->require_subcommand(1);
+        }
+        group = entry.group;
+        add(group ? *groupApp : *fApp, entry.make());
+    }
+}
+
+CommandLine::~CommandLine() = default;
+
+void CommandLine::add(CLI::App& app, std::unique_ptr<Command> command) {
+    CLI::App* added = addApp(app, command->help());
+    Options options(*added);
+    command->declare(options);
+    added->callback([this, called = command.get()] { fCalled = called; });
+    fCommands.push_back(std::move(command));
+}
+
+Command* CommandLine::parse(int argc, char** argv, Output& output) {
+    try {
+        fApp->parse(reversedWords(argc, argv));
+    } catch (const CLI::CallForHelp&) {
+        output.write(Called(*fApp).help());
+        return nullptr;
+    } catch (const CLI::CallForVersion& version) {
+        output.write(std::string(version.what()) + '\n');
+        return nullptr;
+    } catch (const CLI::ParseError& error) {
+        throw CommandError(usageMessage(*fApp, error));
+    }
+    return fCalled;
+}
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,39 @@
+// The command line as a whole: which command it calls, and the options ahead of that.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "commands/Command.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace orbo::Quilmeta {
+
+class CommandLine {
+  public:
+    CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+    ~CommandLine();
+
+    /// The command to run. Null when help or the version was asked for, which goes to `output`.
+    /// Throws `CommandError` that says where to look when the words are wrong.
+    Command* parse(int argc, char** argv, Output& output);
+    /// The values of --plugin, once the words are parsed.
+    [[nodiscard]] const std::vector<std::string>& plugins() const { return fPlugins; }
+
+  private:
+    void add(CLI::App& app, std::unique_ptr<Command> command);
+
+    std::unique_ptr<CLI::App> fApp;
+    std::vector<std::unique_ptr<Command>> fCommands;
+    std::vector<std::string> fPlugins;
+    Command* fCalled = nullptr;
+};
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,82 @@
+// The options and words that a command takes.
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/Options.h"
+
+#include <CLI/CLI.hpp>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+std::string problemOfSeconds(const std::string& text) {
+    constexpr double kLongest = 24 * 60 * 60;
+    double seconds = -1;
+    const bool isNumber = CLI::detail::lexical_cast(text, seconds);
+    if (isNumber && seconds >= 0 && seconds <= kLongest) return {};
+    return '"' + text + "\" is no number of seconds from 0 to 86400";
+}
+
+}  // namespace
+
+void Options::word(const char* name, std::string& value, const char* description) {
+    fCommand.add_option(name, value, description)->required()->type_name("");
+}
+
+void Options::words(const char* name, std::vector<std::string>& values, const char* description) {
+    // With extra arguments allowed, CLI11 would take "[a,b]" apart. So this option expects more
+    // words than anybody can give; CLI11 accepts fewer.
+    constexpr int kMost = CLI::detail::expected_max_vector_size;
+    fCommand.add_option(name, values, description)
+        ->required()
+        ->type_name("")
+        ->expected(kMost, kMost)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void Options::flag(const char* name, bool& value, const char* description) {
+    fCommand.add_flag(name, value, description);
+}
+
+void Options::required(const char* name, const char* type, std::string& value,
+                       const char* description) {
+    fCommand.add_option(name, value, description)->required()->type_name(type);
+}
+
+void Options::optional(const char* name, const char* type, std::optional<std::string>& value,
+                       const char* description) {
+    // CLI11 would make no value of an empty word.
+    fCommand
+        .add_option_function<std::string>(
+            name, [&value](const std::string& text) { value = text; }, description)
+        ->type_name(type);
+}
+
+void Options::repeated(const char* name, const char* type, std::vector<std::string>& values,
+                       const char* description) {
+    fCommand.add_option(name, values, description)->type_name(type)->allow_extra_args(false);
+}
+
+void Options::wait(SceneAccess& access) {
+    fCommand
+        .add_option("--wait", access.wait,
+                    "How long to wait for others that use a scene; 10 unless given")
+        ->type_name("SECONDS")
+        ->check(problemOfSeconds);
+}
+
+void Options::reading(SceneAccess& access) {
+    flag("--partial", access.partial, "Also take what can be read of a damaged node");
+    wait(access);
+}
+
+void Options::writing(SceneAccess& access) {
+    wait(access);
+    access.writes = true;
+    flag("--no-journal", access.noJournal,
+         "Write in place; a kill in the middle damages the scene");
+    flag("--dry-run", access.dryRun,
+         "Check and report everything, end as a real run would, and write nothing");
+}
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,71 @@
+// Lists and objects of a JSON result, an object to a line.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "json/JsonText.h"
+#include "output/Output.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orbo::Quilmeta {
+
+/// { "key": VALUE, ... } on one line. Keys are plain words.
+class JsonObject {
+  public:
+    template <typename Value>
+    JsonObject& add(const char* key, const Value& value) {
+        appendKey(key);
+        appendJson(fText, value);
+        return *this;
+    }
+    JsonObject& add(const char* key, const std::string& value) {
+        return add(key, std::string_view(value));
+    }
+    /// Leaves the key out when there is no value.
+    template <typename Value>
+    JsonObject& add(const char* key, const std::optional<Value>& value) {
+        return value ? add(key, *value) : *this;
+    }
+    template <typename Strings>
+    JsonObject& addList(const char* key, const Strings& strings) {
+        appendKey(key);
+        const char* gap = "[";
+        for (const std::string& text : strings) {
+            fText += gap;
+            appendJson(fText, std::string_view(text));
+            gap = ", ";
+        }
+        fText += strings.empty() ? "[]" : "]";
+        return *this;
+    }
+
+    [[nodiscard]] std::string text() const { return fText + " }"; }
+
+  private:
+    void appendKey(const char* key) {
+        fText += fText.empty() ? "{ \"" : ", \"";
+        fText.append(key) += "\": ";
+    }
+
+    std::string fText;
+};
+
+/// Writes a list, an item to a line. The list is complete once `end` was called.
+class JsonList {
+  public:
+    explicit JsonList(Output& output) : fOutput(output) {}
+    void add(const JsonObject& item) {
+        fOutput.write(fEmpty ? "[\n  " : ",\n  ");
+        fOutput.write(item.text());
+        fEmpty = false;
+    }
+    void end() { fOutput.write(fEmpty ? "[]\n" : "\n]\n"); }
+
+  private:
+    Output& fOutput;
+    bool fEmpty = true;
+};
+
+}  // namespace orbo::Quilmeta

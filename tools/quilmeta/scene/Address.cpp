@@ -1,0 +1,51 @@
+// Finds nodes, channels, streams and elements by the names that a user gives.
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/Address.h"
+
+#include "process/CommandError.h"
+#include "values/SafeText.h"
+#include "values/Wording.h"
+
+#include <data/IndexText.h>
+#include <fmt/format.h>
+
+namespace orbo::Quilmeta {
+
+Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
+    auto& nodes = scene.associations();
+    const auto found = nodes.find(name);
+    if (found != nodes.end()) return found->second;
+    const std::string list =
+        nameList("nodes", nodes, [](const auto& entry) { return shownNode(entry.first); });
+    if (name.empty()) throw CommandError("the scene itself has no metadata" + list);
+    throw CommandError(fmt::format("there is no node {}{}", inQuotes(name), list));
+}
+
+Data::Stream& findStream(Data::Accessor& scene, const StreamAddress& address) {
+    const auto nameOf = [](const auto& item) { return shownName(item.name()); };
+    Data::Associations& node = findNode(scene, address.node);
+    Data::Channel* channel = node.findChannel(address.channel);
+    if (!channel)
+        throw CommandError(fmt::format("node {} has no channel {}{}", shownNode(address.node),
+                                       inQuotes(address.channel),
+                                       nameList("channels", node, nameOf)));
+    Data::Stream* stream = channel->findDataStream(address.stream);
+    if (!stream)
+        throw CommandError(fmt::format("channel {} has no stream {}{}", inQuotes(address.channel),
+                                       inQuotes(address.stream),
+                                       nameList("streams", *channel, nameOf)));
+    return *stream;
+}
+
+Data::Index indexOf(const Data::Stream& stream, const std::string& text) {
+    try {
+        return Data::Index::doCreate(stream.indexType(), text);
+    } catch (Data::Index::eCreationErrors error) {
+        if (error == Data::Index::eCreatorNotFound)
+            return Data::Index(Data::IndexText(stream.indexType(), text));
+        throw CommandError(fmt::format("{} is no index of type {}", inQuotes(text),
+                                       shownName(stream.indexType())));
+    }
+}
+
+}  // namespace orbo::Quilmeta

@@ -1,0 +1,25 @@
+// Finds nodes, channels, streams and elements by the names that a user gives.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Accessor.h>
+#include <data/Index.h>
+#include <data/Stream.h>
+
+#include <string>
+
+namespace orbo::Quilmeta {
+
+struct StreamAddress {
+    std::string node;  ///< empty for the scene's own metadata
+    std::string channel;
+    std::string stream;
+};
+
+/// All three throw `CommandError` that lists what there is instead.
+Data::Associations& findNode(Data::Accessor& scene, const std::string& name);
+Data::Stream& findStream(Data::Accessor& scene, const StreamAddress& address);
+/// The text as an index of the stream's type. A type that nobody registered takes any text.
+Data::Index indexOf(const Data::Stream& stream, const std::string& text);
+
+}  // namespace orbo::Quilmeta
