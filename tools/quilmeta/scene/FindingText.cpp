@@ -44,7 +44,9 @@ std::string withLineEnds(const std::string& message, std::string_view lineEnd) {
 std::string messagesOf(const std::vector<Finding>& findings) {
     std::string text;
     for (const Finding& finding : findings) {
-        text += placeOf(finding) + nodeOf(finding);
+        text += placeOf(finding);
+        // The message of a failed write names the node itself.
+        if (finding.code != Finding::Code::kWriteFailed) text += nodeOf(finding);
         if (finding.code == Finding::Code::kNotAScene) text += "is not a scene: ";
         text += withLineEnds(finding.message, "\n    ") + '\n';
     }
