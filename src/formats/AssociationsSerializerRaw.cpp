@@ -6,9 +6,8 @@
 #include "core/GetArea.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
-#include "formats/PartialReading.h"
 #include "formats/RawMessages.h"
-#include "formats/ReaderRemarks.h"
+#include "formats/ReadContext.h"
 
 #include <data/Associations.h>
 #include <data/ChannelSerializerRaw.h>
@@ -54,9 +53,10 @@ void readChannel(std::istream& in, Associations& associations, RawMessages& mess
     const std::unique_ptr<Channel> channel(ChannelSerializerRaw::theFormat().read(in, nested));
     messages.takeOver(nested);
     if (channel) {
-        if (ReaderRemarks::wanted(Kind::kReplaced) && associations.findChannel(channel->name())) {
-            ReaderRemarks::add(Kind::kReplaced, "There are several channels of one name",
-                               "'" + channel->name() + "'", {channel->name()});
+        ReaderRemarks* const remarks = ReadContext::of(in).listenerFor(Kind::kReplaced);
+        if (remarks && associations.findChannel(channel->name())) {
+            remarks->add(Kind::kReplaced, "There are several channels of one name",
+                         "'" + channel->name() + "'", {channel->name()});
         }
         associations.setChannel(*channel);
     } else {
@@ -65,11 +65,12 @@ void readChannel(std::istream& in, Associations& associations, RawMessages& mess
 }
 
 void remarkOnRest(std::istream& in) {
-    if (!ReaderRemarks::wanted(Kind::kPassedOver)) return;
+    ReaderRemarks* const remarks = ReadContext::of(in).listenerFor(Kind::kPassedOver);
+    if (!remarks) return;
     const std::string_view left = Ascii::trim(GetArea::of(*in.rdbuf()));
     if (left.empty()) return;
-    ReaderRemarks::add(Kind::kPassedOver, "There is text behind the end of the associations",
-                       std::to_string(left.size()) + " bytes");
+    remarks->add(Kind::kPassedOver, "There is text behind the end of the associations",
+                 std::to_string(left.size()) + " bytes");
 }
 
 }  // namespace
@@ -105,7 +106,7 @@ Associations* AssociationsSerializerRaw::read(std::istream& in, std::string& err
         }
         readChannel(in, *associations, messages);
     }
-    if (messages.finish(" found, Associations not created") > 0 && !PartialReading::wanted())
+    if (messages.finish(" found, Associations not created") > 0 && !ReadContext::of(in).partial)
         return nullptr;
     return associations.release();
 }

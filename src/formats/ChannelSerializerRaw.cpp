@@ -6,9 +6,8 @@
 #include "core/Ascii.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
-#include "formats/PartialReading.h"
 #include "formats/RawMessages.h"
-#include "formats/ReaderRemarks.h"
+#include "formats/ReadContext.h"
 
 #include <data/Channel.h>
 #include <data/StreamSerializerRaw.h>
@@ -51,10 +50,11 @@ void readStream(std::istream& in, Channel& channel, RawMessages& messages) {
     messages.takeOver(nested);
     if (stream) {
         using Kind = ReaderRemarks::Kind;
-        if (ReaderRemarks::wanted(Kind::kReplaced) && channel.findDataStream(stream->name())) {
-            ReaderRemarks::add(Kind::kReplaced,
-                               "Channel '" + channel.name() + "' has several streams of one name",
-                               "'" + stream->name() + "'", {channel.name(), stream->name()});
+        ReaderRemarks* const remarks = ReadContext::of(in).listenerFor(Kind::kReplaced);
+        if (remarks && channel.findDataStream(stream->name())) {
+            remarks->add(Kind::kReplaced,
+                         "Channel '" + channel.name() + "' has several streams of one name",
+                         "'" + stream->name() + "'", {channel.name(), stream->name()});
         }
         channel.setDataStream(*stream);
     } else {
@@ -79,7 +79,8 @@ const char* ChannelSerializerRaw::formatType() const { return keyword(kRaw); }
 Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const {
     auto channel = std::make_unique<Channel>();
     RawMessages messages(errors);
-    const std::size_t remarksBefore = ReaderRemarks::count();
+    const ReadContext& context = ReadContext::of(in);
+    const std::size_t remarksBefore = context.remarks ? context.remarks->count() : 0;
     ValueText::skipBlanks(in);
     for (std::string word, rest;;) {
         ValueText::extractWord(in, word);
@@ -99,9 +100,8 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
             break;
         }
     }
-    ReaderRemarks::nameChannel(remarksBefore, channel->name());
-    if (messages.finish(" found, Channel not created") > 0 && !PartialReading::wanted())
-        return nullptr;
+    if (context.remarks) context.remarks->nameChannel(remarksBefore, channel->name());
+    if (messages.finish(" found, Channel not created") > 0 && !context.partial) return nullptr;
     return channel.release();
 }
 

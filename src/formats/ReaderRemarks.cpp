@@ -6,7 +6,7 @@ namespace orbo::Data {
 
 namespace {
 
-thread_local ReaderRemarks::Collector* collector = nullptr;
+constexpr std::size_t kMost = 1000;
 
 // The last few are about the stream being read, so this is where the same thing is found.
 constexpr std::size_t kLooksBack = 4;
@@ -20,37 +20,25 @@ std::string ReaderRemarks::Remark::message() const {
     return text;
 }
 
-ReaderRemarks::Collector::Collector(Detail detail) : fDetail(detail), fOuter(collector) {
-    collector = this;
-}
-
-ReaderRemarks::Collector::~Collector() { collector = fOuter; }
-
-bool ReaderRemarks::wanted(Kind kind) {
-    return collector && (kind <= Kind::kUnreadable || collector->fDetail == Detail::kAll);
-}
-
 void ReaderRemarks::add(Kind kind, const std::string& what, const std::string& where,
                         const TextPlace& place) {
-    std::vector<Remark>& remarks = collector->fRemarks;
     std::size_t looks = kLooksBack;
-    for (auto remark = remarks.rbegin(); remark != remarks.rend() && looks > 0; ++remark, --looks) {
+    for (auto remark = fRemarks.rbegin(); remark != fRemarks.rend() && looks > 0;
+         ++remark, --looks) {
         if (kind == Kind::kUnreadable) break;  // each has its place
         if (remark->kind != kind || remark->what != what) continue;
         ++remark->count;
         return;
     }
-    if (remarks.size() == Collector::kMost) {
-        ++collector->fLeftOut;
+    if (fRemarks.size() == kMost) {
+        ++fLeftOut;
     } else {
-        remarks.push_back({kind, what, where, place, 1});
+        fRemarks.push_back({kind, what, where, place, 1});
     }
 }
 
-std::size_t ReaderRemarks::count() { return collector ? collector->fRemarks.size() : 0; }
-
 void ReaderRemarks::nameChannel(std::size_t first, const std::string& name) {
-    for (; first < count(); ++first) collector->fRemarks[first].place.channel = name;
+    for (; first < count(); ++first) fRemarks[first].place.channel = name;
 }
 
 }  // namespace orbo::Data

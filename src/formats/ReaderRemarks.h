@@ -11,7 +11,7 @@
 
 namespace orbo::Data {
 
-/// Readers that find something to remark on ask `wanted` first: the answer is mostly no.
+/// A list of remarks. Readers ask `wants` before they look for something to remark on.
 class ReaderRemarks {
   public:
     enum class Kind {
@@ -34,39 +34,29 @@ class ReaderRemarks {
         [[nodiscard]] std::string message() const;
     };
 
-    /// A normal read wants to hear of the first two alone; the other kinds cost the reader time.
+    /// A normal read wants to hear of the first two kinds alone; the others cost the reader time.
     enum class Detail { kNormal, kAll };
 
-    /// While it lives, it collects what this thread's readers remark, in place of an outer one.
-    class Collector {
-      public:
-        explicit Collector(Detail detail);
-        Collector(const Collector&) = delete;
-        Collector& operator=(const Collector&) = delete;
-        ~Collector();
+    explicit ReaderRemarks(Detail detail) : fDetail(detail) {}
 
-        /// At most `kMost` remarks; `leftOut` counts the others.
-        [[nodiscard]] const std::vector<Remark>& remarks() const { return fRemarks; }
-        [[nodiscard]] std::uint64_t leftOut() const { return fLeftOut; }
+    [[nodiscard]] bool wants(Kind kind) const {
+        return kind <= Kind::kUnreadable || fDetail == Detail::kAll;
+    }
+    void add(Kind kind, const std::string& what, const std::string& where,
+             const TextPlace& place = {});
+    /// What a stream's reader remarks on lacks the channel, whose name may stand behind its
+    /// streams: fills it in for the remarks made since `count` gave `first`.
+    void nameChannel(std::size_t first, const std::string& name);
+    [[nodiscard]] std::size_t count() const { return fRemarks.size(); }
 
-      private:
-        friend class ReaderRemarks;
-        static constexpr std::size_t kMost = 1000;
+    /// At most 1000 remarks; `leftOut` counts the others.
+    [[nodiscard]] const std::vector<Remark>& all() const { return fRemarks; }
+    [[nodiscard]] std::uint64_t leftOut() const { return fLeftOut; }
 
-        const Detail fDetail;
-        Collector* fOuter;
-        std::vector<Remark> fRemarks;
-        std::uint64_t fLeftOut = 0;
-    };
-
-    static bool wanted(Kind kind);
-    static void add(Kind kind, const std::string& what, const std::string& where,
-                    const TextPlace& place = {});
-
-    /// What a stream's reader remarks on lacks the channel, which is known when all of it was read:
-    /// `nameChannel` fills it in for the remarks made since `count` gave `first`.
-    static std::size_t count();
-    static void nameChannel(std::size_t first, const std::string& name);
+  private:
+    const Detail fDetail;
+    std::vector<Remark> fRemarks;
+    std::uint64_t fLeftOut = 0;
 };
 
 }  // namespace orbo::Data

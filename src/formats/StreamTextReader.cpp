@@ -12,9 +12,8 @@
 #include "core/HandleAccess.h"
 #include "core/PlainNumber.h"
 #include "core/ValueText.h"
-#include "formats/PartialReading.h"
 #include "formats/RawMessages.h"
-#include "formats/ReaderRemarks.h"
+#include "formats/ReadContext.h"
 #include "streams/StreamAccess.h"
 #include "streams/StreamImpl.h"
 
@@ -48,12 +47,12 @@ unsigned long long numbersInMatrices(const Layout& layout, unsigned int& member)
 
 StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
     : fIn(in),
+      fContext(ReadContext::of(in)),
       fWords(words),
       fMembers(in, MemberTextReader::Messages::kCountOnly,
-               PartialReading::wanted() ? MemberTextReader::AfterBadNumber::kSkipWord
-                                        : MemberTextReader::AfterBadNumber::kStop),
-      fMakeIndex(IndexTypes::maker(Index::theTypeName())),
-      fIsPartial(PartialReading::wanted()) {}
+               fContext.partial ? MemberTextReader::AfterBadNumber::kSkipWord
+                                : MemberTextReader::AfterBadNumber::kStop),
+      fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
 
 std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     std::unique_ptr<Stream> stream;
@@ -66,7 +65,7 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     }
     if (stream) {
         readElements(*stream);
-    } else if (fIsPartial) {
+    } else if (fContext.partial) {
         while (fTrimmed != fWords.end && nextIndexLine()) continue;
     }
     if (fIn.bad()) report("Error in stream while reading.");
@@ -76,7 +75,7 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     }
     errors = fMessages + std::to_string(fErrorCount) + (fErrorCount > 1 ? " errors" : " error") +
              " found, Stream not created";
-    if (!fIsPartial) stream.reset();
+    if (!fContext.partial) stream.reset();
     return stream;
 }
 
@@ -113,7 +112,7 @@ StreamTextReader::Line StreamTextReader::takeHeaderLine() {
 }
 
 StreamTextReader::Line StreamTextReader::takeIndexType(const std::string& typeName) {
-    fMakeIndex = IndexTypes::maker(typeName);
+    fMakeIndex = IndexTypes::maker(typeName, fContext.unknownIndexTypes);
     fIndexTypeSeen = true;
     if (!fMakeIndex.isNull()) return Line::kHeader;
     report("Creator for index type '" + typeName + "' not found");
@@ -136,7 +135,7 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
         atRecord("Structure name");
     } else if (!fMakeIndex.isNull()) {
         auto stream = std::make_unique<Stream>(*fStructure, fName);
-        if (fIndexTypeSeen) stream->setIndexType(fMakeIndex.typeName());
+        if (fIndexTypeSeen) StreamAccess::setIndexType(*stream, fMakeIndex.typeName());
         fLayout = RefPtr<const Layout>(&Layout::of(*fStructure));
         fChunk.emplace(*fLayout);
         return stream;
@@ -145,7 +144,7 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
 }
 
 void StreamTextReader::readElements(Stream& stream) {
-    if (!ReaderRemarks::wanted(Remarks::kPassedOver) && fLayout->memberCount() > 0 &&
+    if (!fContext.listenerFor(Remarks::kPassedOver) && fLayout->memberCount() > 0 &&
         fLayout->totalSize() <= kSmallElement && fMakeIndex.typeName() == Index::theTypeName()) {
         fPlainText.emplace(*fLayout);
     }
@@ -153,7 +152,7 @@ void StreamTextReader::readElements(Stream& stream) {
         fHasIndexLine = false;
         if (fTrimmed == fWords.end) return;
         readElement(stream);
-        if (fPlainText && (fErrorCount == 0 || fIsPartial) && fIn.good()) {
+        if (fPlainText && (fErrorCount == 0 || fContext.partial) && fIn.good()) {
             readPlainElements(stream);
         }
     }
@@ -197,13 +196,11 @@ void StreamTextReader::readElement(Stream& stream) {
     if (index) {
         readValues(*index);
         if (fErrorCount == 0 && !fChunk->isWhole()) reportTooShort();
-        if (fErrorCount == 0 && ReaderRemarks::wanted(Remarks::kPassedOver)) {
-            remarkOn(stream, *index);
-        }
+        if (fErrorCount == 0) remarkOn(stream, *index);
     }
     // Behind a bad index line the next line is an index line, too, unless somebody wants the rest.
-    if (index || fIsPartial) fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-    if (fErrorCount != 0 && !fIsPartial) {
+    if (index || fContext.partial) fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+    if (fErrorCount != 0 && !fContext.partial) {
         // No stream will come of it: the rest is read to count the errors.
         stream.clear();
         fChunk->discard();
@@ -222,17 +219,19 @@ void StreamTextReader::store(Stream& stream, std::optional<Index>& index) {
 }
 
 void StreamTextReader::remarkOn(const Stream& stream, const Index& index) {
+    ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kPassedOver);
+    if (!remarks) return;
     const std::string place = "index " + index.asString();
     if (stream.hasElement(index)) {
-        ReaderRemarks::add(Remarks::kPassedOver,
-                           "Stream '" + fName + "' has several elements of one index", place,
-                           placeOf(index));
+        remarks->add(Remarks::kPassedOver,
+                     "Stream '" + fName + "' has several elements of one index", place,
+                     placeOf(index));
     }
     const std::string_view left = GetArea::of(*fIn.rdbuf());
     if (Ascii::trim(left.substr(0, left.find('\n'))).empty()) return;
-    ReaderRemarks::add(Remarks::kPassedOver,
-                       "Stream '" + fName + "' has text behind the values of an element", place,
-                       placeOf(index));
+    remarks->add(Remarks::kPassedOver,
+                 "Stream '" + fName + "' has text behind the values of an element", place,
+                 placeOf(index));
 }
 
 TextPlace StreamTextReader::placeOf(const Index& index) const {
@@ -240,25 +239,27 @@ TextPlace StreamTextReader::placeOf(const Index& index) const {
 }
 
 void StreamTextReader::remarkOnUnreadable(const Member& member, const Index& index) {
-    if (!ReaderRemarks::wanted(Remarks::kUnreadable)) return;
+    ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kUnreadable);
+    if (!remarks) return;
     TextPlace place = placeOf(index);
     place.member = member.name();
     const std::string& text = fMembers.firstBad();
-    ReaderRemarks::add(Remarks::kUnreadable,
-                       (text.empty() ? "a value" : "'" + text + "'") + " cannot be read as " +
-                           Member::typeName(member.type()),
-                       {}, place);
+    remarks->add(Remarks::kUnreadable,
+                 (text.empty() ? "a value" : "'" + text + "'") + " cannot be read as " +
+                     Member::typeName(member.type()),
+                 {}, place);
 }
 
 // Reading stops in front of "nan" or "inf", behind a sign. Some writers print "1.#INF".
 void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& index) {
-    if (!ReaderRemarks::wanted(Remarks::kNotFinite)) return;
+    ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kNotFinite);
+    if (!remarks) return;
     const std::string_view left = GetArea::of(*fIn.rdbuf());
     const std::string word = Ascii::lower(std::string(left.substr(0, 3)));
     if (word != "nan" && word != "inf" && !Ascii::startsWith(word, "#")) return;
     TextPlace place = placeOf(index);
     place.member = member.name();
-    ReaderRemarks::add(
+    remarks->add(
         Remarks::kNotFinite,
         "Stream '" + fName + "', member '" + member.name() + "' has a number that is not finite",
         "index " + index.asString(), place);
@@ -273,11 +274,12 @@ std::optional<Index> StreamTextReader::takeIndex() {
     try {
         return fMakeIndex(fLine);
     } catch (Index::eCreationErrors code) {
-        if (fErrorCount == 0 && ReaderRemarks::wanted(Remarks::kUnreadable)) {
-            ReaderRemarks::add(Remarks::kUnreadable,
-                               "'" + std::string(fTrimmed.substr(0, kMostShown)) +
-                                   "' is no index of type " + fMakeIndex.typeName(),
-                               {}, {{}, fName, {}, {}});
+        ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kUnreadable);
+        if (fErrorCount == 0 && remarks) {
+            remarks->add(Remarks::kUnreadable,
+                         "'" + std::string(fTrimmed.substr(0, kMostShown)) +
+                             "' is no index of type " + fMakeIndex.typeName(),
+                         {}, {{}, fName, {}, {}});
         }
         report("Value '" + std::string(fTrimmed) + "' on or about character " +
                std::to_string(static_cast<long long>(fIn.tellg())) +
@@ -312,7 +314,7 @@ unsigned long long StreamTextReader::readMember(const Member& member, const Inde
             remarkOnUnreadable(member, index);
         }
         errors += bad;
-        if (errors != 0 && !fIsPartial) fChunk->discard();
+        if (errors != 0 && !fContext.partial) fChunk->discard();
         first += count;
         if (fMembers.stuck()) return errors + (member.length() - first) * numbersIn(member);
     }

@@ -15,6 +15,7 @@
 #include "formats/ElementChunk.h"
 #include "formats/ElementText.h"
 #include "formats/MemberText.h"
+#include "formats/ReadContext.h"
 #include "formats/TextPlace.h"
 #include "streams/IndexTypes.h"
 
@@ -33,9 +34,9 @@ class StreamTextReader {
 
     StreamTextReader(std::istream& in, const Keywords& words);
 
-    /// Null when there were errors, unless `PartialReading` is wanted: `errors` is then replaced by
-    /// the messages. Otherwise `errors` is replaced by what was said about the last member read, if
-    /// there was one.
+    /// Null when there were errors, unless `ReadContext::partial` is set: `errors` is then replaced
+    /// by the messages. Otherwise `errors` is replaced by what was said about the last member read,
+    /// if there was one.
     std::unique_ptr<Stream> read(std::string& errors);
 
   private:
@@ -65,6 +66,7 @@ class StreamTextReader {
     void atRecord(const std::string& what);
 
     std::istream& fIn;
+    const ReadContext& fContext;
     const Keywords fWords;
     MemberTextReader fMembers;
 
@@ -81,7 +83,6 @@ class StreamTextReader {
     std::string fMessages;
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;
-    const bool fIsPartial;  // gives what can be read in spite of errors
     bool fHasIndexLine = false;
     bool fNameSeen = false;
     bool fIndexTypeSeen = false;

@@ -9,7 +9,7 @@
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
 #include "formats/RawMessages.h"
-#include "formats/ReaderRemarks.h"
+#include "formats/ReadContext.h"
 
 #include <data/Structure.h>
 
@@ -87,8 +87,11 @@ Member::eDataType parseType(const std::string& text) {
 /// Reads one structure field by field; a bad field does not stop the others.
 class Parser {
   public:
-    Parser(std::string_view equals, std::string_view nameKey)
-        : fEquals(equals.front()), fNameKey(nameKey), fStructure(Structure::create()) {}
+    Parser(std::string_view equals, std::string_view nameKey, ReaderRemarks* remarks)
+        : fEquals(equals.front()),
+          fNameKey(nameKey),
+          fRemarks(remarks),
+          fStructure(Structure::create()) {}
 
     /// Of a text with a zero behind it, which is changed: its names are not copied once more.
     void parseField(std::string_view field) {
@@ -169,14 +172,12 @@ class Parser {
         } else {
             // A refusal, of a repeated name or a dimension of 0, is no error: files rely on it.
             const bool added = fStructure->addMember(type, dimension, name);
-            if (!added && ReaderRemarks::wanted(kPassedOver)) remarkOnRefused(name);
+            if (!added && fRemarks) {
+                fRemarks->add(kPassedOver,
+                              "A member without values, or of a name that is taken, is left out",
+                              std::string("'") + name + "'");
+            }
         }
-    }
-
-    static void remarkOnRefused(const char* name) {
-        ReaderRemarks::add(kPassedOver,
-                           "A member without values, or of a name that is taken, is left out",
-                           std::string("'") + name + "'");
     }
 
     void recordMember(std::string_view left, const char* problem) {
@@ -191,6 +192,7 @@ class Parser {
 
     char fEquals;
     std::string_view fNameKey;
+    ReaderRemarks* fRemarks;  // null when nobody wants to hear
     FreshStructure fStructure;
     bool fNameSeen = false;
     std::string fMessages;
@@ -240,7 +242,8 @@ const char* StructureSerializerRaw::formatType() const { return keyword(kRaw); }
 
 Structure* StructureSerializerRaw::read(std::istream& in, std::string& errors) const {
     const std::string separators = std::string(keyword(kSeparator)) + '\n';
-    Parser parser(keyword(kEquals), keyword(kStructureName));
+    Parser parser(keyword(kEquals), keyword(kStructureName),
+                  ReadContext::of(in).listenerFor(kPassedOver));
     LongText field;
     int fields = 0;
     while (in.rdbuf() && !isAtEnd(*in.rdbuf())) {

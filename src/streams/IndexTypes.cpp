@@ -7,25 +7,19 @@
 
 namespace orbo::Data {
 
-namespace {
-
-thread_local unsigned int keepersOfUnknown = 0;
-
-}  // namespace
-
 Index IndexTypes::Maker::operator()(const std::string& text) const {
     if (fAsText) return Index(IndexText(fTypeName, text));
     if (!fCreator) throw Index::eCreatorNotFound;
     return fCreator(text);
 }
 
-IndexTypes::Maker IndexTypes::maker(const std::string& typeName) {
+IndexTypes::Maker IndexTypes::maker(const std::string& typeName, Unknown unknown) {
     Maker maker;
     maker.fTypeName = typeName;
     const auto entry = Index::creators().find(typeName);
     if (entry != Index::creators().end()) {
         maker.fCreator = entry->second;
-    } else if (keepersOfUnknown > 0) {
+    } else if (unknown == Unknown::kAsText) {
         maker.fAsText = true;
     } else {
         throw Index::eCreatorNotFound;
@@ -36,9 +30,5 @@ IndexTypes::Maker IndexTypes::maker(const std::string& typeName) {
 bool IndexTypes::isKnown(const std::string& typeName) {
     return Index::creators().count(typeName) > 0;
 }
-
-IndexTypes::KeepUnknown::KeepUnknown() { ++keepersOfUnknown; }
-
-IndexTypes::KeepUnknown::~KeepUnknown() { --keepersOfUnknown; }
 
 }  // namespace orbo::Data

@@ -26,20 +26,15 @@ class IndexTypes {
         bool fAsText = false;
     };
 
-    /// Throws `Index::eCreatorNotFound` for a type nobody registered, unless `KeepUnknown` is in
-    /// force.
-    static Maker maker(const std::string& typeName);
+    /// What to do about a type that nobody registered.
+    enum class Unknown {
+        kThrow,   ///< `Index::eCreatorNotFound`
+        kAsText,  ///< its indices become `IndexText`
+    };
+
+    static Maker maker(const std::string& typeName, Unknown unknown = Unknown::kThrow);
     /// Whether somebody registered it.
     static bool isKnown(const std::string& typeName);
-
-    /// While it lives, this thread takes unknown types as `IndexText`.
-    class KeepUnknown {
-      public:
-        KeepUnknown();
-        KeepUnknown(const KeepUnknown&) = delete;
-        KeepUnknown& operator=(const KeepUnknown&) = delete;
-        ~KeepUnknown();
-    };
 };
 
 }  // namespace orbo::Data

@@ -14,6 +14,7 @@
 #include "core/HandleAccess.h"
 #include "debug/ObjectCounter.h"
 #include "streams/IndexTypes.h"
+#include "streams/StreamAccess.h"
 #include "streams/StreamImplDense.h"
 #include "streams/StreamImplMapped.h"
 
@@ -195,9 +196,7 @@ bool Stream::mergeStream(const Stream& other) { return impl().mergeStream(other.
 bool Stream::setStructure(const Structure& structure) { return impl().setStructure(structure); }
 
 bool Stream::setIndexType(const std::string& typeName) {
-    if (IndexTypes::maker(typeName).isNull() || !empty()) return false;
-    if (typeName != indexType() && impl().isDense()) setImpl(new StreamImplMapped(impl()));
-    return impl().setIndexType(typeName);
+    return !IndexTypes::maker(typeName).isNull() && StreamAccess::setIndexType(*this, typeName);
 }
 
 bool Stream::useDenseStorage(bool dense) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "streams/StreamImpl.h"
+#include "streams/StreamImplMapped.h"
 
 namespace orbo::Data {
 
@@ -35,6 +36,14 @@ const Layout& StreamAccess::layoutOf(const Stream& stream) {
 
 void StreamAccess::visitElements(const Stream& stream, ElementVisitor& visitor) {
     stream.impl().visit(visitor);
+}
+
+bool StreamAccess::setIndexType(Stream& stream, const std::string& typeName) {
+    if (!stream.empty()) return false;
+    if (typeName != stream.indexType() && stream.impl().isDense()) {
+        stream.setImpl(new StreamImplMapped(stream.impl()));
+    }
+    return stream.impl().setIndexType(typeName);
 }
 
 void StreamAccess::setName(Stream& stream, const std::string& name) {

@@ -27,6 +27,8 @@ class StreamAccess {
     static const Layout& layoutOf(const Stream& stream);
     /// Tells of all elements in order.
     static void visitElements(const Stream& stream, ElementVisitor& visitor);
+    /// `Stream::setIndexType` for a type that need not be registered.
+    static bool setIndexType(Stream& stream, const std::string& typeName);
     static void setName(Stream& stream, const std::string& name);
     /// Has the stream object count in `count` how often it is assigned one of another name. The
     /// number must live as long as the object; copies of the object do not count there.

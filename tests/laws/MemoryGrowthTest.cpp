@@ -15,7 +15,7 @@
 #include <string>
 
 #include "core/StructureRegistry.h"
-#include "formats/PartialReading.h"
+#include "formats/ReadContext.h"
 #include "laws/Allocations.h"
 
 namespace orbo::Data {
@@ -141,8 +141,14 @@ TEST_F(MemoryGrowth, OfElementsFollowsTheirValues) {
         };
         for (const std::size_t piece : {0, 1000}) {
             expectBounded(row.text, piece, read, row.what, row.values);
-            const PartialReading partial;
-            expectBounded(row.text, piece, read, std::string(row.what) + ", in part", row.values);
+            ReadContext partial;
+            partial.partial = true;
+            const auto readInPart = [&](std::istream& from, std::string& messages) {
+                partial.attachTo(from);
+                return read(from, messages);
+            };
+            expectBounded(row.text, piece, readInPart, std::string(row.what) + ", in part",
+                          row.values);
         }
     }
 }

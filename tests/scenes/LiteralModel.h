@@ -33,14 +33,15 @@ inline void addText(ModelTexts& texts, const std::string& node, const Associatio
 /// Of several of one name the first in the file that can be read counts.
 inline ModelTexts literalModelOf(const std::string& scene) {
     const StructureRegistry::SetAside own;
-    const IndexTypes::KeepUnknown anyIndexType;
+    ReadContext context;
+    context.unknownIndexTypes = IndexTypes::Unknown::kAsText;
     const std::vector<LiteralRecord> records = LiteralReader::read(scene);
     ModelTexts texts;
     Findings ignored;
     for (const LiteralRecord& found : records) {
         if (!found.isStructure) continue;
-        const auto structure =
-            readStructure({SceneRecord::Kind::kStructure, found.format, "", found.value}, ignored);
+        const auto structure = readStructure(
+            {SceneRecord::Kind::kStructure, found.format, "", found.value}, context, ignored);
         if (!structure || Structure::structureByName(structure->name())) continue;
         Structure::registerStructure(*structure);
         addText(texts, *structure);
@@ -48,7 +49,8 @@ inline ModelTexts literalModelOf(const std::string& scene) {
     for (const LiteralRecord& found : records) {
         if (found.isStructure) continue;
         const auto associations = readAssociations(
-            {SceneRecord::Kind::kAssociations, found.format, found.target, found.value}, ignored);
+            {SceneRecord::Kind::kAssociations, found.format, found.target, found.value}, context,
+            ignored);
         if (associations) addText(texts, found.target, *associations);
     }
     return texts;

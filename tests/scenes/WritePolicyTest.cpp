@@ -81,12 +81,12 @@ TEST_F(WritePolicyTest, WhatDoesNotReadBackIsNamed) {
     };
     Findings none;
     for (const char* text : {"name=T:bool[2]=flags:string[2]=words:int8=x", "name=U:int8=x"}) {
-        const RefPtr<Structure> read = readStructure(record(text), none);
+        const RefPtr<Structure> read = readStructure(record(text), {}, none);
         Structure::registerStructure(*read);
     }
     const std::string text = oneStream("T", "0\ntrue false \"a\" \"\" 5\n1\n0 0 \"\" \"\" 6\n");
     auto& ours = fAccessor.associations()["m"];
-    ours = *readAssociations(record(text), none);
+    ours = *readAssociations(record(text), {}, none);
     Handle second = ours.findChannel("c")->findDataStream("s")->element(1);
     EXPECT_TRUE(second.setPositionByMemberName("words"));
     std::free(std::exchange(second.asString()[0], nullptr));
@@ -94,7 +94,7 @@ TEST_F(WritePolicyTest, WhatDoesNotReadBackIsNamed) {
     const WrittenModel model(fAccessor, nothing, false);
     for (const auto& row : rowsOf("scenes/data/differences.txt")) {
         SCOPED_TRACE(row.at(1));
-        const auto theirs = readAssociations(record(replaced(text, row[0], row[1])), none);
+        const auto theirs = readAssociations(record(replaced(text, row[0], row[1])), {}, none);
         ASSERT_TRUE(theirs);
         const bool same = row.at(2).empty();
         const auto difference = differenceOf(model, {{"m", *theirs}});

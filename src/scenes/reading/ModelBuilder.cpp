@@ -9,8 +9,7 @@
 #include <optional>
 #include <utility>
 
-#include "formats/PartialReading.h"
-#include "formats/ReaderRemarks.h"
+#include "formats/ReadContext.h"
 #include "scenes/model/ModelDigest.h"
 #include "scenes/model/ModelText.h"
 #include "scenes/reading/RecordReader.h"
@@ -76,12 +75,17 @@ auto ModelBuilder::read(const Read& reader, const SceneRecord& record, std::uint
     using Code = Finding::Code;
     using Detail = ReaderRemarks::Detail;
     Findings findings;
-    const ReaderRemarks::Collector collector(fRequest.isCheck ? Detail::kAll : Detail::kNormal);
-    auto object = reader(record, findings);
-    for (const ReaderRemarks::Remark& remark : collector.remarks()) {
+    ReaderRemarks remarks(fRequest.isCheck ? Detail::kAll : Detail::kNormal);
+    ReadContext context;
+    context.remarks = &remarks;
+    if (fRequest.policy.unknownIndexTypesAsText) {
+        context.unknownIndexTypes = IndexTypes::Unknown::kAsText;
+    }
+    auto object = reader(record, context, findings);
+    for (const ReaderRemarks::Remark& remark : remarks.all()) {
         findings.add(codeOf(remark.kind), remark.message(), record, remark.place);
     }
-    findings.addLeftOut(Finding::isInErrors(Code::kTextPassedOver), collector.leftOut());
+    findings.addLeftOut(Finding::isInErrors(Code::kTextPassedOver), remarks.leftOut());
     if (fRequest.isCheck && record.leftover > 0) {
         findings.add(Code::kLeftoverBytes,
                      "Of the chunk " + std::to_string(record.leftover) + " bytes are not read.",
@@ -187,10 +191,11 @@ void ModelBuilder::buildPart(const UnreadAssociations& unread, Accessor::Associa
                              ReadSnapshot& snapshot) {
     const SceneRecord& record = unread.record;
     if (map.count(record.name) > 0) return;
-    const PartialReading partial;
-    const IndexTypes::KeepUnknown unknownAsText;
+    ReadContext context;
+    context.unknownIndexTypes = IndexTypes::Unknown::kAsText;
+    context.partial = true;
     Findings known;  // from the attempt to read it as a whole
-    const auto part = readAssociations(record, known);
+    const auto part = readAssociations(record, context, known);
     if (!part || part->empty()) return;
     map.emplace(record.name, *part);
     snapshot.partialNodes.emplace(record.name, digestOf(*part));
@@ -219,9 +224,6 @@ void ModelBuilder::sortByPrecedence() {
 
 ReadSnapshot ModelBuilder::build(Accessor::AssociationsMap& map, Findings& findings) {
     sortByPrecedence();
-    std::optional<IndexTypes::KeepUnknown> unknownAsText;
-    if (fRequest.policy.unknownIndexTypesAsText) unknownAsText.emplace();
-
     ReadSnapshot snapshot;
     Helpers helpers;
     // Each goes as soon as it is in the model.

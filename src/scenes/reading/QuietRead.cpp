@@ -11,25 +11,29 @@ namespace orbo::Data {
 namespace {
 
 template <typename Read>
-auto tryToRead(const Read& read, const SceneRecord& record) {
+auto tryToRead(const Read& read) {
     Findings ignored;
     try {
-        return read(record, ignored);
+        return read(ignored);
     } catch (const std::bad_alloc&) {
         throw;
     } catch (...) {
-        return decltype(read(record, ignored)){};
+        return decltype(read(ignored)){};
     }
 }
 
 }  // namespace
 
 RefPtr<Structure> tryToReadStructure(const SceneRecord& record) {
-    return tryToRead([](const auto& r, Findings& f) { return readStructure(r, f); }, record);
+    return tryToRead([&](Findings& findings) { return readStructure(record, {}, findings); });
 }
 
-std::unique_ptr<Associations> tryToReadAssociations(const SceneRecord& record) {
-    return tryToRead([](const auto& r, Findings& f) { return readAssociations(r, f); }, record);
+std::unique_ptr<Associations> tryToReadAssociations(const SceneRecord& record,
+                                                    IndexTypes::Unknown unknownIndexTypes) {
+    ReadContext context;
+    context.unknownIndexTypes = unknownIndexTypes;
+    return tryToRead(
+        [&](Findings& findings) { return readAssociations(record, context, findings); });
 }
 
 }  // namespace orbo::Data

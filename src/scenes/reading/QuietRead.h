@@ -9,11 +9,14 @@
 
 #include <memory>
 
+#include "streams/IndexTypes.h"
+
 namespace orbo::Data {
 
 /// Both are null when the text cannot be read, for whatever reason. Only memory that runs out,
 /// which says nothing about the text, throws.
 RefPtr<Structure> tryToReadStructure(const SceneRecord& record);
-std::unique_ptr<Associations> tryToReadAssociations(const SceneRecord& record);
+std::unique_ptr<Associations> tryToReadAssociations(const SceneRecord& record,
+                                                    IndexTypes::Unknown unknownIndexTypes);
 
 }  // namespace orbo::Data

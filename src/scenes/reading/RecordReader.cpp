@@ -15,7 +15,8 @@ namespace {
 
 // Formats may take their error string for their own, so each call gets a new one.
 template <typename Format, typename Owner>
-Owner readBy(const SceneRecord& record, const char* failure, Findings& findings) {
+Owner readBy(const SceneRecord& record, const ReadContext& context, const char* failure,
+             Findings& findings) {
     const Format* format = Format::formatByName(record.format);
     if (!format) {
         findings.add(Finding::Code::kFormatUnknown,
@@ -23,6 +24,7 @@ Owner readBy(const SceneRecord& record, const char* failure, Findings& findings)
         return Owner();
     }
     MemoryStream in(record.text);
+    context.attachTo(in);
     std::string messages;
     Owner object(format->read(in, messages));
     if (!object && messages.empty()) messages = failure;
@@ -33,14 +35,16 @@ Owner readBy(const SceneRecord& record, const char* failure, Findings& findings)
 
 }  // namespace
 
-RefPtr<Structure> readStructure(const SceneRecord& record, Findings& findings) {
-    return readBy<StructureSerializer, RefPtr<Structure>>(record, "Could not read structure.",
-                                                          findings);
+RefPtr<Structure> readStructure(const SceneRecord& record, const ReadContext& context,
+                                Findings& findings) {
+    return readBy<StructureSerializer, RefPtr<Structure>>(record, context,
+                                                          "Could not read structure.", findings);
 }
 
-std::unique_ptr<Associations> readAssociations(const SceneRecord& record, Findings& findings) {
+std::unique_ptr<Associations> readAssociations(const SceneRecord& record,
+                                               const ReadContext& context, Findings& findings) {
     return readBy<AssociationsSerializer, std::unique_ptr<Associations>>(
-        record, "Could not read associations.", findings);
+        record, context, "Could not read associations.", findings);
 }
 
 }  // namespace orbo::Data

@@ -9,14 +9,17 @@
 
 #include <memory>
 
+#include "formats/ReadContext.h"
 #include "scenes/Findings.h"
 
 namespace orbo::Data {
 
 /// Both give null, and always a finding with it, for a format nobody registered and for text that
 /// it cannot read. They let the exceptions of formats pass.
-RefPtr<Structure> readStructure(const SceneRecord& record, Findings& findings);
+RefPtr<Structure> readStructure(const SceneRecord& record, const ReadContext& context,
+                                Findings& findings);
 /// Looks the structures up in the registry.
-std::unique_ptr<Associations> readAssociations(const SceneRecord& record, Findings& findings);
+std::unique_ptr<Associations> readAssociations(const SceneRecord& record,
+                                               const ReadContext& context, Findings& findings);
 
 }  // namespace orbo::Data

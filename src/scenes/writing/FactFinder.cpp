@@ -35,7 +35,8 @@ std::string nameFieldOf(std::string_view text) {
 
 // The structures that the record was written with may be gone from the file.
 std::unique_ptr<Associations> readWithStructuresOf(const Associations& entry,
-                                                   const SceneRecord& record) {
+                                                   const SceneRecord& record,
+                                                   IndexTypes::Unknown unknownIndexTypes) {
     const StructureRegistry::SetAside streamStructures;
     forEachStream(entry, [](const Channel&, const Stream& stream) {
         const Structure& structure = stream.structure();
@@ -44,16 +45,17 @@ std::unique_ptr<Associations> readWithStructuresOf(const Associations& entry,
         }
         return true;
     });
-    return tryToReadAssociations(record);
+    return tryToReadAssociations(record, unknownIndexTypes);
 }
 
 }  // namespace
 
 FactFinder::FactFinder(const Sources& sources)
     : fSources(sources),
+      fUnknownIndexTypes(sources.policy.unknownIndexTypesAsText ? IndexTypes::Unknown::kAsText
+                                                                : IndexTypes::Unknown::kThrow),
       fRecords(sources.layout.records.size()),
       fStructures(sources.layout.records.size()) {
-    if (sources.policy.unknownIndexTypesAsText) fUnknownAsText.emplace();
     addStructures();
     addNodes();
     addModel();
@@ -179,12 +181,12 @@ void FactFinder::readNode(std::size_t number) {
     if (!record) return;
     const bool isKnown = fSources.snapshot.unreadable.has(*record);
     const Associations* const entry = fSources.model.entry(facts.name);
-    auto read = isKnown ? nullptr : tryToReadAssociations(*record);
+    auto read = isKnown ? nullptr : tryToReadAssociations(*record, fUnknownIndexTypes);
     if (read) {
         facts.text = Text::kReadable;
     } else if (!isKnown && entry && fRead.nodes.count(facts.name) > 0 &&
                fTriedWithModel.insert(facts.name).second) {
-        read = readWithStructuresOf(*entry, *record);
+        read = readWithStructuresOf(*entry, *record, fUnknownIndexTypes);
         if (read) facts.text = Text::kReadableWithModel;
     }
     if (read) {

@@ -69,7 +69,7 @@ class FactFinder {
 
     const Sources fSources;
     const StructureRegistry::SetAside fFileStructures;
-    std::optional<IndexTypes::KeepUnknown> fUnknownAsText;
+    const IndexTypes::Unknown fUnknownIndexTypes;
     std::vector<Merge::RecordFacts> fRecords;
     std::vector<RefPtr<Structure>> fStructures;  // by record; null for all others
     Merge::ReadFacts fRead;

@@ -98,7 +98,7 @@ class Withheld {
 bool readsTheSameWithout(const Uses& structures, const SceneRecord& record,
                          const Associations& associations) {
     const Withheld withheld(structures);
-    const auto again = tryToReadAssociations(record);
+    const auto again = tryToReadAssociations(record, IndexTypes::Unknown::kAsText);
     return again && isSame(associations, *again);
 }
 
@@ -125,8 +125,7 @@ std::vector<StructureUse> usesOf(const SceneRecord& record, const std::set<std::
     Uses named =
         isRaw ? namedIn(record.text, node, ModelPlace::of(node), names) : allAt(names, node, words);
     if (named.empty()) return {};
-    const IndexTypes::KeepUnknown anyIndexType;
-    const auto associations = tryToReadAssociations(record);
+    const auto associations = tryToReadAssociations(record, IndexTypes::Unknown::kAsText);
     if (!associations) return listOf(named);
     Uses used = usedBy(*associations, node, names);
     for (const auto& use : used) named.erase(use.first);

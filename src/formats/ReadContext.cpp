@@ -1,0 +1,27 @@
+// What a read is asked for beyond the arguments that a format's `read` has.
+// SPDX-License-Identifier: Apache-2.0
+#include "formats/ReadContext.h"
+
+namespace orbo::Data {
+
+namespace {
+
+int slot() {
+    static const int number = std::ios_base::xalloc();
+    return number;
+}
+
+}  // namespace
+
+const ReadContext& ReadContext::of(std::istream& in) {
+    static const ReadContext usual;
+    const void* const attached = in.pword(slot());
+    return attached ? *static_cast<const ReadContext*>(attached) : usual;
+}
+
+void ReadContext::attachTo(std::istream& in) const {
+    // The slot takes any pointer; `of` gives it back as a constant.
+    in.pword(slot()) = const_cast<ReadContext*>(this);
+}
+
+}  // namespace orbo::Data
