@@ -8,8 +8,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "scenes/Findings.h"
 
@@ -19,15 +17,5 @@ namespace orbo::Data {
 std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findings);
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, Findings& findings);
-
-/// A structure that an associations text names, and where it does.
-struct NamedStructure {
-    std::string structure;
-    std::string channel;
-    std::string stream;
-};
-
-/// All structures that the text needs, and some more where values look like the line of one.
-std::vector<NamedStructure> structuresNamedIn(std::string_view text);
 
 }  // namespace orbo::Data

@@ -9,9 +9,9 @@
 #include <optional>
 #include <utility>
 
+#include "formats/RawScan.h"
 #include "formats/ReadContext.h"
 #include "scenes/model/ModelDigest.h"
-#include "scenes/model/ModelText.h"
 #include "scenes/reading/RecordReader.h"
 #include "streams/IndexTypes.h"
 
@@ -124,7 +124,7 @@ void ModelBuilder::strikeOff(const SceneRecord& record) {
     // Without both sets, the reading does not end early.
     if (!fRequest.structureNames || !fRequest.associationNames) return;
     if (record.format != AssociationsSerializerRaw::theFormat().formatType()) fNeedsOthers = true;
-    for (const NamedStructure& needed : structuresNamedIn(record.text)) {
+    for (const RawScan::NamedStructure& needed : RawScan::structuresNamedIn(record.text)) {
         if (!fStructureNames.wants(needed.structure)) fNeedsOthers = true;
     }
 }

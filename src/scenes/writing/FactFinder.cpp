@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/Ascii.h"
+#include "formats/RawScan.h"
 #include "scenes/model/ModelDigest.h"
 #include "scenes/model/ModelText.h"
 #include "scenes/reading/QuietRead.h"
@@ -18,20 +18,6 @@ namespace {
 using Merge::RecordFacts;
 using Kind = SceneRecord::Kind;
 using Text = RecordFacts::Text;
-
-// What the name field of a structure text says, though the text as a whole cannot be read.
-std::string nameFieldOf(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t end = text.find_first_of(":\n");
-        const std::string_view field = text.substr(0, end);
-        const std::size_t equals = field.find('=');
-        if (equals != std::string_view::npos && Ascii::trim(field.substr(0, equals)) == "name") {
-            return std::string(Ascii::trim(field.substr(equals + 1)));
-        }
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    }
-    return {};
-}
 
 // The structures that the record was written with may be gone from the file.
 std::unique_ptr<Associations> readWithStructuresOf(const Associations& entry,
@@ -88,7 +74,7 @@ void FactFinder::addStructures() {
         RefPtr<Structure> structure = tryToReadStructure(*record);
         if (!structure) {
             facts.text = Text::kUnreadable;
-            facts.name = nameFieldOf(record->text);
+            facts.name = RawScan::structureNameIn(record->text);
             continue;
         }
         facts.text = Text::kReadable;
@@ -157,7 +143,7 @@ void FactFinder::answer(const Merge::Question& question, const Merge::Plan& plan
         case Fact::kMentions: {
             std::vector<std::string> names;
             if (const auto record = parse(question.record)) {
-                for (NamedStructure& named : structuresNamedIn(record->text)) {
+                for (RawScan::NamedStructure& named : RawScan::structuresNamedIn(record->text)) {
                     names.push_back(std::move(named.structure));
                 }
             }

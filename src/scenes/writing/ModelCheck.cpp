@@ -13,6 +13,7 @@
 #include "core/DataTypes.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
+#include "formats/RawScan.h"
 #include "scenes/model/ModelPlace.h"
 #include "streams/IndexTypes.h"
 
@@ -67,7 +68,7 @@ const char* problemOf(const Index& index, const Stream& stream) {
     if (!index.complexIndex()) return nullptr;
     const std::string text = index.asString();
     if (text.empty()) return "empty index";
-    if (text == "endStream") return "index reads as the end of the stream";
+    if (RawScan::endsStream(text)) return "index reads as the end of the stream";
     return isOneTrimmedLine(text) ? nullptr : "index with a line feed or blanks at its ends";
 }
 

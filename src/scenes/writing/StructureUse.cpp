@@ -11,8 +11,8 @@
 #include <memory>
 #include <utility>
 
+#include "formats/RawScan.h"
 #include "scenes/model/ModelPlace.h"
-#include "scenes/model/ModelText.h"
 #include "scenes/reading/QuietRead.h"
 #include "scenes/writing/ModelCompare.h"
 #include "scenes/writing/WrittenModel.h"
@@ -47,7 +47,7 @@ Uses allAt(const std::set<std::string>& names, const std::string& node, const st
 Uses namedIn(const std::string& text, const std::optional<std::string>& node,
              const std::string& words, const std::set<std::string>& names) {
     Uses uses;
-    for (const NamedStructure& named : structuresNamedIn(text)) {
+    for (const RawScan::NamedStructure& named : RawScan::structuresNamedIn(text)) {
         if (names.count(named.structure) == 0) continue;
         TextPlace where;
         where.channel = named.channel;
