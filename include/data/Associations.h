@@ -4,6 +4,7 @@
 
 #include <data/AssociationsIterator.h>
 #include <data/Channel.h>
+#include <debug/Counted.h>
 #include <debug/Export.h>
 
 #include <string>
@@ -17,7 +18,7 @@ class AssociationsImpl;
 ///
 /// Any number of threads may look for channels and walk them at once, `channel` of a name that is
 /// there included, as long as nobody changes the associations or names in it.
-class METADATA_API Associations {
+class METADATA_API Associations : public Counted<Associations> {
   public:
     using iterator = AssociationsIterator;
     using const_iterator = AssociationsIterator;
@@ -63,19 +64,15 @@ class METADATA_API Associations {
     [[nodiscard]] AssociationsIterator cbegin() const { return begin(); }
     [[nodiscard]] AssociationsIterator cend() const { return end(); }
 
-    static bool Debug(const Associations* associations, Debug::Count& count);
+    using Counted<Associations>::Debug;
     static bool Debug(const Associations* associations, Debug::Footprint& footprint);
     /// Returns false, unlike all other dumps.
     static bool Debug(const Associations* associations, Debug::Print& print);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
 
   private:
     friend class AssociationsIterator;
 
     AssociationsImpl* fImpl;  // one reference
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

@@ -5,6 +5,7 @@
 #include <data/ChannelIterator.h>
 #include <data/Index.h>
 #include <data/Stream.h>
+#include <debug/Counted.h>
 #include <debug/Export.h>
 
 #include <string>
@@ -21,7 +22,7 @@ class ChannelImpl;
 ///
 /// Any number of threads may look for streams and walk them at once, as long as nobody changes the
 /// channel or names in it.
-class METADATA_API Channel {
+class METADATA_API Channel : public Counted<Channel> {
   public:
     using iterator = ChannelIterator;
     using const_iterator = ChannelIterator;
@@ -73,11 +74,9 @@ class METADATA_API Channel {
     [[nodiscard]] ChannelIterator cbegin() const { return begin(); }
     [[nodiscard]] ChannelIterator cend() const { return end(); }
 
-    static bool Debug(const Channel* channel, Debug::Count& count);
+    using Counted<Channel>::Debug;
     static bool Debug(const Channel* channel, Debug::Footprint& footprint);
     static bool Debug(const Channel* channel, Debug::Print& print);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
 
   private:
     friend class ChannelAccess;
@@ -85,8 +84,6 @@ class METADATA_API Channel {
 
     ChannelImpl* fImpl;                  // one reference
     AssociationsImpl* fOwner = nullptr;  // of this object; orders it by name
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <data/Member.h>
+#include <debug/Counted.h>
 #include <debug/Export.h>
 #include <debug/RefPtr.h>
 
@@ -15,7 +16,7 @@ class Structure;
 /// A cursor on one chunk: a structure (which the handle keeps alive), the chunk, a current member.
 /// A copy shares the chunk and never owns it; a move hands ownership over. A handle that does not
 /// own its chunk must not outlive it.
-class METADATA_API Handle {
+class METADATA_API Handle : public Counted<Handle> {
   public:
     /// No members, no data.
     Handle();
@@ -82,11 +83,9 @@ class METADATA_API Handle {
 
     static const char* const kDebugHex;   ///< "hex"
     static const char* const kDebugType;  ///< "type"
-    static bool Debug(const Handle* handle, Debug::Count& count);
+    using Counted<Handle>::Debug;
     static bool Debug(const Handle* handle, Debug::Footprint& footprint);
     static bool Debug(const Handle* handle, Debug::Print& print);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
 
   private:
     friend class HandleAccess;
@@ -114,8 +113,6 @@ class METADATA_API Handle {
     Member::eDataType fType = Member::kInvalid;
     unsigned int fIndex;
     bool fOwnsData = false;
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

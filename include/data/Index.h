@@ -2,15 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <debug/Counted.h>
 #include <debug/Export.h>
 
 #include <map>
 #include <string>
 
 namespace orbo::Debug {
-class Count;
 class Footprint;
-class ObjectCounter;
 class Print;
 }  // namespace orbo::Debug
 
@@ -23,13 +22,14 @@ class IndexType;
 using IndexCreator = Index (*)(const std::string& text);
 
 /// Numeric indices sort before all typed ones; values of different types sort by type name.
-class METADATA_API Index {
+class METADATA_API Index : public Counted<Index> {
   public:
     /// Thrown by value where text is no index.
     enum eCreationErrors { eCreatorNotFound = 0, eMalformedIndex = 1, eTrailingData = 2 };
     using IndexCreator = orbo::Data::IndexCreator;
 
-    /// The number 0. This constructor alone is not counted in the object counters.
+    /// The number 0. This constructor alone does not count, but the destructor of its index does:
+    /// `objectsAlive` may fall below the number of live indices.
     Index();
     Index(unsigned int number);  // NOLINT(google-explicit-constructor): numbers are indices
     /// A number in decimal with blanks, tabs and carriage returns around it; throws otherwise.
@@ -80,10 +80,7 @@ class METADATA_API Index {
     /// Writes the number; nothing for a typed index.
     static bool Debug(const Index* index, Debug::Print& print);
     static bool Debug(const Index* index, Debug::Footprint& footprint);
-    static bool Debug(const Index* index, Debug::Count& count);
-    static unsigned long long objectsCreated();
-    /// May fall below the number of live indices: those made by `Index()` only count when they die.
-    static unsigned long long objectsAlive();
+    using Counted<Index>::Debug;
 
   private:
     friend class IndexType;
@@ -98,8 +95,6 @@ class METADATA_API Index {
 
     unsigned int fNumber = 0;
     IndexType* fType = nullptr;  // one reference
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

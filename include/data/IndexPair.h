@@ -4,6 +4,7 @@
 
 #include <data/IndexType.h>
 #include <debug/CRTP_Debug.h>
+#include <debug/Counted.h>
 #include <debug/Export.h>
 
 #include <string>
@@ -13,7 +14,8 @@ namespace orbo::Data {
 /// Text form "3 7". Ordered by the first number, then the second.
 class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
                                public Debug::CRTP_Debug<IndexPair, Debug::Print>,
-                               public Debug::CRTP_Debug<IndexPair, Debug::Footprint> {
+                               public Debug::CRTP_Debug<IndexPair, Debug::Footprint>,
+                               public Counted<IndexPair> {
   public:
     IndexPair(unsigned int first, unsigned int second);
     IndexPair(const IndexPair& other);
@@ -48,9 +50,7 @@ class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
     /// Prints "3,7".
     static bool Debug(const IndexPair* index, Debug::Print& print);
     static bool Debug(const IndexPair* index, Debug::Footprint& footprint);
-    static bool Debug(const IndexPair* index, Debug::Count& count);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
+    using Counted<IndexPair>::Debug;
 
   protected:
     IndexPair();
@@ -58,8 +58,6 @@ class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
   private:
     unsigned int fFirst = 0;
     unsigned int fSecond = 0;
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

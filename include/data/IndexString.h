@@ -4,6 +4,7 @@
 
 #include <data/IndexType.h>
 #include <debug/CRTP_Debug.h>
+#include <debug/Counted.h>
 #include <debug/Export.h>
 
 #include <cstddef>
@@ -16,7 +17,8 @@ namespace orbo::Data {
 /// The text is kept as it is and compared byte by byte.
 class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
                                  public Debug::CRTP_Debug<IndexString, Debug::Print>,
-                                 public Debug::CRTP_Debug<IndexString, Debug::Footprint> {
+                                 public Debug::CRTP_Debug<IndexString, Debug::Footprint>,
+                                 public Counted<IndexString> {
   public:
     explicit IndexString(const std::string& text);
     IndexString(const IndexString& other);
@@ -54,9 +56,7 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
 
     static bool Debug(const IndexString* index, Debug::Print& print);
     static bool Debug(const IndexString* index, Debug::Footprint& footprint);
-    static bool Debug(const IndexString* index, Debug::Count& count);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
+    using Counted<IndexString>::Debug;
 
   protected:
     IndexString();
@@ -73,8 +73,6 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     // Together in one word, for there are many.
     unsigned long long fSize : 63;
     unsigned long long fOwnsText : 1;  // false where it stands behind the object
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

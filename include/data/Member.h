@@ -2,12 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <debug/Counted.h>
 #include <debug/Export.h>
 
 namespace orbo::Debug {
-class Count;
 class Footprint;
-class ObjectCounter;
 class Print;
 }  // namespace orbo::Debug
 
@@ -18,7 +17,7 @@ class Structure;
 
 /// A member's values lie one behind the other from `offset()` on, in a chunk: the data block of one
 /// element. A default is all zero bits: false, 0, a matrix of zeros, a null string.
-class METADATA_API Member {
+class METADATA_API Member : public Counted<Member> {
   public:
     /// The text formats use the names that `typeName` gives.
     enum eDataType : int {
@@ -78,9 +77,7 @@ class METADATA_API Member {
     static int typeSize(eDataType type);
     static int typeAlignment(eDataType type);
 
-    static bool Debug(const Member* member, Debug::Count& count);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
+    using Counted<Member>::Debug;
 
   private:
     friend class ConstHandle;
@@ -102,8 +99,6 @@ class METADATA_API Member {
     char* fName = nullptr;
     unsigned int fLength = 0;
     unsigned long long fOffset = 0;
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

@@ -45,6 +45,7 @@
 #include <debug/CRTP_Debug.h>
 #include <debug/Checkpointed.h>
 #include <debug/Count.h>
+#include <debug/Counted.h>
 #include <debug/Export.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>

@@ -7,6 +7,7 @@
 #include <data/Index.h>
 #include <data/StreamColumn.h>
 #include <data/StreamIterator.h>
+#include <debug/Counted.h>
 #include <debug/Export.h>
 
 #include <cstdint>
@@ -29,7 +30,7 @@ class Structure;
 /// several that share the storage, as long as nobody changes the storage or its structure. That
 /// holds for everything `const` and for `element`, `begin`, `end` and `column` of a stream that is
 /// not.
-class METADATA_API Stream {
+class METADATA_API Stream : public Counted<Stream> {
   public:
     using iterator = StreamIterator;
     using const_iterator = StreamIterator;
@@ -123,11 +124,9 @@ class METADATA_API Stream {
     bool useDenseStorage(bool dense);
 
     static const char* const kDebugHex;  ///< "hex"
-    static bool Debug(const Stream* stream, Debug::Count& count);
+    using Counted<Stream>::Debug;
     static bool Debug(const Stream* stream, Debug::Footprint& footprint);
     static bool Debug(const Stream* stream, Debug::Print& print);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
 
   private:
     friend class StreamAccess;
@@ -141,8 +140,6 @@ class METADATA_API Stream {
 
     StreamImpl* fImpl = nullptr;            // one reference
     std::uint64_t* fRenameCount = nullptr;  // see StreamAccess::setRenameCount
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

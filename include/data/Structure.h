@@ -5,6 +5,7 @@
 #include <data/Member.h>
 #include <data/StructureIterator.h>
 #include <debug/Checkpointed.h>
+#include <debug/Counted.h>
 #include <debug/Export.h>
 #include <debug/RefCounted.h>
 
@@ -21,7 +22,7 @@ namespace orbo::Data {
 ///
 /// Chunks are `totalSize()` bytes. Chunks and the strings in them come from `malloc` and go to
 /// `free`, on either side of the library's border.
-class METADATA_API Structure : public RefCounted, public Checkpointed {
+class METADATA_API Structure : public RefCounted, public Checkpointed, public Counted<Structure> {
   public:
     Structure();
     /// Null gives the default name, "structure".
@@ -91,12 +92,10 @@ class METADATA_API Structure : public RefCounted, public Checkpointed {
     static Structure* structureByName(const char* name);
     static void deleteAllStructures();
 
-    static bool Debug(const Structure* structure, Debug::Count& count);
+    using Counted<Structure>::Debug;
     static bool Debug(const Structure* structure, Debug::Footprint& footprint);
     /// Null prints the data types and the registered structures.
     static bool Debug(const Structure* structure, Debug::Print& print);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
 
   protected:
     ~Structure() override;
@@ -107,8 +106,6 @@ class METADATA_API Structure : public RefCounted, public Checkpointed {
 
     struct Impl;
     std::unique_ptr<Impl> fImpl;
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

@@ -5,14 +5,11 @@
 #include "containers/AssociationsImpl.h"
 #include "debug/ObjectCounter.h"
 
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 #include <debug/RefPtr.h>
 
 namespace orbo::Data {
-
-Debug::ObjectCounter Associations::_objects;
 
 Associations::Associations() : Associations(nullptr) {}
 
@@ -21,7 +18,6 @@ Associations::Associations(const Associations& other) : Associations(&other) {}
 Associations::Associations(const Associations* other)
     : fImpl(other ? other->fImpl : new AssociationsImpl) {
     fImpl->ref();
-    _objects.objectCreated();
 }
 
 Associations* Associations::create() { return new Associations; }
@@ -33,10 +29,7 @@ Associations& Associations::operator=(const Associations& other) {
     return *this;
 }
 
-Associations::~Associations() {
-    fImpl->unref();
-    _objects.objectDestroyed();
-}
+Associations::~Associations() { fImpl->unref(); }
 
 bool Associations::operator==(const Associations& other) const { return fImpl == other.fImpl; }
 
@@ -82,11 +75,6 @@ AssociationsIterator Associations::begin() const { return {*this, AssociationsIt
 
 AssociationsIterator Associations::end() const { return {*this, AssociationsIterator::kEnd}; }
 
-bool Associations::Debug(const Associations*, Debug::Count& count) {
-    count = _objects.alive();
-    return true;
-}
-
 bool Associations::Debug(const Associations* associations, Debug::Footprint& footprint) {
     if (associations) footprint.addObject(associations, sizeof(Associations));
     return AssociationsImpl::Debug(associations ? associations->fImpl : nullptr, footprint);
@@ -96,8 +84,6 @@ bool Associations::Debug(const Associations* associations, Debug::Print& print) 
     return AssociationsImpl::Debug(associations ? associations->fImpl : nullptr, print);
 }
 
-unsigned long long Associations::objectsCreated() { return _objects.created(); }
-
-unsigned long long Associations::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::Associations>;

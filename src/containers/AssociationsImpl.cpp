@@ -5,22 +5,19 @@
 #include "containers/ChannelAccess.h"
 #include "debug/ObjectCounter.h"
 
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
 namespace orbo::Data {
 
-Debug::ObjectCounter AssociationsImpl::_objects;
+AssociationsImpl::AssociationsImpl() = default;
 
-AssociationsImpl::AssociationsImpl() { _objects.objectCreated(); }
-
-AssociationsImpl::AssociationsImpl(const AssociationsImpl& other) : RefCounted(other) {
+AssociationsImpl::AssociationsImpl(const AssociationsImpl& other)
+    : RefCounted(other), Counted(other) {
     for (auto& entry : other.channels()) insert(fChannels, entry.second);
-    _objects.objectCreated();
 }
 
-AssociationsImpl::~AssociationsImpl() { _objects.objectDestroyed(); }
+AssociationsImpl::~AssociationsImpl() = default;
 
 AssociationsImpl::ChannelSet& AssociationsImpl::channels() const {
     fChannels.sort(fRenames);
@@ -75,11 +72,6 @@ bool AssociationsImpl::makeUnique() {
     return detached;
 }
 
-bool AssociationsImpl::Debug(const AssociationsImpl*, Debug::Count& count) {
-    count = _objects.alive();
-    return true;
-}
-
 bool AssociationsImpl::Debug(const AssociationsImpl* associations, Debug::Footprint& footprint) {
     if (!associations) return true;
     footprint.addObject(associations, sizeof(AssociationsImpl));
@@ -97,3 +89,5 @@ bool AssociationsImpl::Debug(const AssociationsImpl* associations, Debug::Print&
 }
 
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::AssociationsImpl>;

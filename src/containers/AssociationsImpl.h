@@ -5,6 +5,7 @@
 #include "containers/NameOrdered.h"
 
 #include <data/Channel.h>
+#include <debug/Counted.h>
 #include <debug/RefCounted.h>
 
 #include <cstdint>
@@ -16,7 +17,7 @@ struct ChannelName {
     const std::string& operator()(const Channel& channel) const { return channel.name(); }
 };
 
-class AssociationsImpl : public RefCounted {
+class AssociationsImpl : public RefCounted, public Counted<AssociationsImpl> {
   public:
     using ChannelSet = NameOrdered<Channel, ChannelName>;
 
@@ -43,7 +44,7 @@ class AssociationsImpl : public RefCounted {
     /// A channel in here was assigned one of another name.
     void noteRename() { ++fRenames; }
 
-    static bool Debug(const AssociationsImpl* associations, Debug::Count& count);
+    using Counted<AssociationsImpl>::Debug;
     static bool Debug(const AssociationsImpl* associations, Debug::Footprint& footprint);
     /// Always false.
     static bool Debug(const AssociationsImpl* associations, Debug::Print& print);
@@ -53,8 +54,6 @@ class AssociationsImpl : public RefCounted {
 
     mutable ChannelSet fChannels;  // sorted when first needed, also by readers: see NameOrdered
     std::uint64_t fRenames = 0;
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

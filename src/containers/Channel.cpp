@@ -6,26 +6,17 @@
 #include "containers/ChannelImpl.h"
 #include "debug/ObjectCounter.h"
 
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 #include <debug/RefPtr.h>
 
 namespace orbo::Data {
 
-Debug::ObjectCounter Channel::_objects;
-
 Channel::Channel() : Channel("Unnamed") {}
 
-Channel::Channel(const std::string& name) : fImpl(new ChannelImpl(name)) {
-    fImpl->ref();
-    _objects.objectCreated();
-}
+Channel::Channel(const std::string& name) : fImpl(new ChannelImpl(name)) { fImpl->ref(); }
 
-Channel::Channel(const Channel& other) : fImpl(other.fImpl) {
-    fImpl->ref();
-    _objects.objectCreated();
-}
+Channel::Channel(const Channel& other) : Counted(other), fImpl(other.fImpl) { fImpl->ref(); }
 
 Channel& Channel::operator=(const Channel& other) {
     if (fOwner && name() != other.name()) fOwner->noteRename();
@@ -35,10 +26,7 @@ Channel& Channel::operator=(const Channel& other) {
     return *this;
 }
 
-Channel::~Channel() {
-    fImpl->unref();
-    _objects.objectDestroyed();
-}
+Channel::~Channel() { fImpl->unref(); }
 
 bool Channel::operator==(const Channel& other) const { return fImpl == other.fImpl; }
 
@@ -84,11 +72,6 @@ ChannelIterator Channel::begin() const { return {*this, ChannelIterator::kBegin}
 
 ChannelIterator Channel::end() const { return {*this, ChannelIterator::kEnd}; }
 
-bool Channel::Debug(const Channel*, Debug::Count& count) {
-    count = _objects.alive();
-    return true;
-}
-
 bool Channel::Debug(const Channel* channel, Debug::Footprint& footprint) {
     if (channel) footprint.addObject(channel, sizeof(Channel));
     return ChannelImpl::Debug(channel ? channel->fImpl : nullptr, footprint);
@@ -98,8 +81,6 @@ bool Channel::Debug(const Channel* channel, Debug::Print& print) {
     return ChannelImpl::Debug(channel ? channel->fImpl : nullptr, print);
 }
 
-unsigned long long Channel::objectsCreated() { return _objects.created(); }
-
-unsigned long long Channel::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::Channel>;

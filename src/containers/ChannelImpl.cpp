@@ -7,7 +7,6 @@
 
 #include <data/Handle.h>
 #include <data/Structure.h>
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -16,21 +15,19 @@
 
 namespace orbo::Data {
 
-Debug::ObjectCounter ChannelImpl::_objects;
-
 const std::string& StreamName::operator()(const std::unique_ptr<Stream>& stream) const {
     if (!stream) throw std::invalid_argument("Null Stream found in Channel.");
     return stream->name();
 }
 
-ChannelImpl::ChannelImpl(const std::string& name) : fName(name) { _objects.objectCreated(); }
+ChannelImpl::ChannelImpl(const std::string& name) : fName(name) {}
 
-ChannelImpl::ChannelImpl(const ChannelImpl& other) : RefCounted(other), fName(other.fName) {
+ChannelImpl::ChannelImpl(const ChannelImpl& other)
+    : RefCounted(other), Counted(other), fName(other.fName) {
     for (auto& entry : other.streams()) fStreams.insert(ownCopy(*entry.second));
-    _objects.objectCreated();
 }
 
-ChannelImpl::~ChannelImpl() { _objects.objectDestroyed(); }
+ChannelImpl::~ChannelImpl() = default;
 
 ChannelImpl::StreamSet& ChannelImpl::streams() const {
     fStreams.sort(renames());
@@ -132,11 +129,6 @@ bool ChannelImpl::makeUnique() {
     return detached;
 }
 
-bool ChannelImpl::Debug(const ChannelImpl*, Debug::Count& count) {
-    count = _objects.alive();
-    return true;
-}
-
 bool ChannelImpl::Debug(const ChannelImpl* channel, Debug::Footprint& footprint) {
     if (!channel) return true;
     footprint.addObject(channel, sizeof(ChannelImpl));
@@ -162,3 +154,5 @@ bool ChannelImpl::Debug(const ChannelImpl* channel, Debug::Print& print) {
 }
 
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::ChannelImpl>;

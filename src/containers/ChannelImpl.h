@@ -5,6 +5,7 @@
 #include "containers/NameOrdered.h"
 
 #include <data/Stream.h>
+#include <debug/Counted.h>
 #include <debug/RefCounted.h>
 
 #include <cstdint>
@@ -20,7 +21,7 @@ struct StreamName {
     const std::string& operator()(const std::unique_ptr<Stream>& stream) const;
 };
 
-class ChannelImpl : public RefCounted {
+class ChannelImpl : public RefCounted, public Counted<ChannelImpl> {
   public:
     using StreamSet = NameOrdered<std::unique_ptr<Stream>, StreamName>;
 
@@ -48,7 +49,7 @@ class ChannelImpl : public RefCounted {
     /// Replaces each stream by a deep copy; true when there was one.
     bool makeUnique();
 
-    static bool Debug(const ChannelImpl* channel, Debug::Count& count);
+    using Counted<ChannelImpl>::Debug;
     static bool Debug(const ChannelImpl* channel, Debug::Footprint& footprint);
     /// False for null.
     static bool Debug(const ChannelImpl* channel, Debug::Print& print);
@@ -64,8 +65,6 @@ class ChannelImpl : public RefCounted {
     std::string fName;
     // Handed-out pointers to streams that a refused rename dropped stay good.
     std::vector<std::unique_ptr<Stream>> fDropped;
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <data/Handle.h>
 #include <data/Structure.h>
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -23,11 +22,10 @@ constexpr unsigned int kEndIndex = Layout::kNoMember;
 
 }  // namespace
 
-Debug::ObjectCounter Handle::_objects;
 const char* const Handle::kDebugHex = "hex";
 const char* const Handle::kDebugType = "type";
 
-Handle::Handle() : fLayout(&Layout::empty()), fIndex(kEndIndex) { _objects.objectCreated(); }
+Handle::Handle() : fLayout(&Layout::empty()), fIndex(kEndIndex) {}
 
 Handle::Handle(const Structure& structure) : Handle(structure, structure.allocateDefaultChunk()) {
     fOwnsData = true;
@@ -43,18 +41,17 @@ Handle::Handle(const Structure& structure, const Layout& layout, char* data)
       fIndex(layout.memberCount() != 0 ? 0 : kEndIndex) {
     if (fIndex == 0) fType = layout.member(0).fType;  // at the chunk's beginning
     structure.ref();
-    _objects.objectCreated();
 }
 
 Handle::Handle(const Handle& other)
-    : fStructure(other.fStructure),
+    : Counted(other),
+      fStructure(other.fStructure),
       fLayout(other.fLayout),
       fData(other.fData),
       fOffset(other.fOffset),
       fType(other.fType),
       fIndex(other.fIndex) {
     if (fStructure) fStructure->ref();
-    _objects.objectCreated();
 }
 
 Handle::Handle(Handle&& other) noexcept : Handle() { swap(other); }
@@ -80,7 +77,6 @@ Handle& Handle::operator=(Handle&& other) noexcept {
 Handle::~Handle() {
     freeOwnedChunk();
     if (fStructure) fStructure->unref();
-    _objects.objectDestroyed();
 }
 
 void Handle::freeOwnedChunk() noexcept {
@@ -183,18 +179,10 @@ bool Handle::isDefaultMember(const char* name) const {
     return name ? fLayout->isDefault(fData, name) : isDefault();
 }
 
-bool Handle::Debug(const Handle*, Debug::Count& count) {
-    count = objectsAlive();
-    return true;
-}
-
 bool Handle::Debug(const Handle* handle, Debug::Footprint& footprint) {
     if (handle) footprint.addObject(handle, sizeof(Handle));
     return true;
 }
-
-unsigned long long Handle::objectsCreated() { return _objects.created(); }
-unsigned long long Handle::objectsAlive() { return _objects.alive(); }
 
 Handle HandleAccess::borrow(const Structure& structure, const Layout& layout, char* data) {
     return Handle(structure, layout, data);
@@ -218,3 +206,5 @@ char* HandleAccess::release(Handle& handle) {
 }
 
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::Handle>;

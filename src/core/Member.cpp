@@ -1,7 +1,6 @@
 // One typed, dimensioned field of a Structure, and the library's table of data types.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/Member.h>
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -34,14 +33,10 @@ bool areDefault(const T* values, unsigned long long count) {
 
 }  // namespace
 
-Debug::ObjectCounter Member::_objects;
-
-Member::Member() { _objects.objectCreated(); }
+Member::Member() = default;
 
 Member::Member(eDataType type, unsigned int length, const char* name, unsigned long long offset)
-    : fType(type), fName(duplicateName(name)), fLength(length), fOffset(offset) {
-    _objects.objectCreated();
-}
+    : fType(type), fName(duplicateName(name)), fLength(length), fOffset(offset) {}
 
 Member::Member(const Member& other)
     : Member(other.fType, other.fLength, other.fName, other.fOffset) {}
@@ -50,9 +45,7 @@ Member::Member(Member&& other) noexcept
     : fType(other.fType),
       fName(std::exchange(other.fName, nullptr)),
       fLength(other.fLength),
-      fOffset(other.fOffset) {
-    _objects.objectCreated();
-}
+      fOffset(other.fOffset) {}
 
 Member& Member::operator=(const Member& other) {
     char* name = duplicateName(other.fName);
@@ -63,10 +56,7 @@ Member& Member::operator=(const Member& other) {
     return *this;
 }
 
-Member::~Member() {
-    std::free(fName);
-    _objects.objectDestroyed();
-}
+Member::~Member() { std::free(fName); }
 
 bool Member::operator!=(const Member& other) const {
     if (fType != other.fType || fOffset != other.fOffset || fLength != other.fLength) return true;
@@ -140,11 +130,6 @@ bool Member::destroy(char* chunk) const {
     return true;
 }
 
-bool Member::Debug(const Member*, Debug::Count& count) {
-    count = objectsAlive();
-    return true;
-}
-
 bool Member::Debug(const Member* member, Debug::Footprint& footprint) {
     if (!member) return true;
     footprint.addObject(member, sizeof(Member));
@@ -161,7 +146,6 @@ bool Member::Debug(const Member* member, Debug::Print& print) {
     return true;
 }
 
-unsigned long long Member::objectsCreated() { return _objects.created(); }
-unsigned long long Member::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::Member>;

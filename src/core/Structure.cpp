@@ -44,25 +44,18 @@ const RefPtr<Layout>& Layout::presentOf(const Structure& structure) {
 
 const Layout& Layout::of(const Structure& structure) { return *presentOf(structure); }
 
-Debug::ObjectCounter Structure::_objects;
-
 Structure::Structure() : Structure(static_cast<const char*>(nullptr)) {}
 
-Structure::Structure(const char* name) : fImpl(std::make_unique<Impl>(name)) {
-    _objects.objectCreated();
-}
+Structure::Structure(const char* name) : fImpl(std::make_unique<Impl>(name)) {}
 
 // An empty structure that is then assigned: two ticks of the checkpoint, as any copy.
 Structure::Structure(const Structure& other)
-    : RefCounted(), Checkpointed(), fImpl(new Impl(nullptr)) {
+
+    : RefCounted(), Checkpointed(), Counted(), fImpl(new Impl(nullptr)) {
     *this = other;
-    _objects.objectCreated();
 }
 
-Structure::~Structure() {
-    fImpl->isDeleting = true;
-    _objects.objectDestroyed();
-}
+Structure::~Structure() { fImpl->isDeleting = true; }
 
 Structure* Structure::create() { return new Structure; }
 
@@ -167,7 +160,6 @@ Structure* Structure::structureByName(const char* name) {
 
 void Structure::deleteAllStructures() { StructureRegistry::current().clear(); }
 
-unsigned long long Structure::objectsCreated() { return _objects.created(); }
-unsigned long long Structure::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::Structure>;

@@ -1,7 +1,6 @@
 // The debug walks over a Structure.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/Structure.h>
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -77,11 +76,6 @@ void printStaticData(Debug::Print& print) {
 }
 
 }  // namespace
-
-bool Structure::Debug(const Structure*, Debug::Count& count) {
-    count = objectsAlive();
-    return true;
-}
 
 bool Structure::Debug(const Structure* structure, Debug::Footprint& footprint) {
     if (!structure) return true;

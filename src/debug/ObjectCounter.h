@@ -6,17 +6,22 @@
 #include <atomic>
 #include <cstddef>
 
+#include <debug/Count.h>
+#include <debug/Counted.h>
+
 #include "debug/OneThread.h"
 
-namespace orbo::Debug {
+namespace orbo {
+
+namespace Debug {
 
 /// One static per counted class. Needs no construction at load time and no destruction at unload,
 /// so it is good before and after everything else. Each thread counts in a cell of its own (several
 /// threads may share one, the sums stay exact).
 class ObjectCounter {
   public:
-    void objectCreated() noexcept { fetchAdd(cell().created, 1ULL); }
-    void objectDestroyed() noexcept { fetchAdd(cell().destroyed, 1ULL); }
+    void objectCreated() noexcept { count(&Cell::created); }
+    void objectDestroyed() noexcept { count(&Cell::destroyed); }
 
     [[nodiscard]] unsigned long long created() const noexcept;
     [[nodiscard]] unsigned long long alive() const noexcept;
@@ -29,10 +34,51 @@ class ObjectCounter {
     };
 
     static std::size_t cellOfThisThread() noexcept;
-    Cell& cell() noexcept { return fCells[hasOneThread() ? 0 : cellOfThisThread()]; }
+    // The call is marked as unlikely so that constructors need not save registers for it.
+    void count(Number Cell::*number) noexcept {
+        if (__builtin_expect(hasOneThread(), true)) {
+            addAlone(fCells[0].*number, 1ULL);
+        } else {
+            (fCells[cellOfThisThread()].*number).fetch_add(1);
+        }
+    }
 
     static constexpr std::size_t kCells = 16;
     std::array<Cell, kCells> fCells{};
 };
 
-}  // namespace orbo::Debug
+}  // namespace Debug
+
+// A source that defines the constructors of a counted class includes this, and instantiates
+// `Counted` for the class.
+
+template <typename T>
+Debug::ObjectCounter Counted<T>::_objects;
+
+template <typename T>
+inline Counted<T>::Counted() noexcept {
+    _objects.objectCreated();
+}
+
+template <typename T>
+inline Counted<T>::~Counted() {
+    _objects.objectDestroyed();
+}
+
+template <typename T>
+unsigned long long Counted<T>::objectsCreated() {
+    return _objects.created();
+}
+
+template <typename T>
+unsigned long long Counted<T>::objectsAlive() {
+    return _objects.alive();
+}
+
+template <typename T>
+bool Counted<T>::Debug(const T*, Debug::Count& count) {
+    count = objectsAlive();
+    return true;
+}
+
+}  // namespace orbo

@@ -19,13 +19,18 @@ inline bool hasOneThread() noexcept {
 #endif
 }
 
-/// Adds and returns what was there, without a locked instruction while there is one thread.
+/// Adds without a locked instruction, and returns what was there; only while there is one thread.
 template <typename Number>
-Number fetchAdd(std::atomic<Number>& number, Number more) noexcept {
-    if (!hasOneThread()) return number.fetch_add(more);
+Number addAlone(std::atomic<Number>& number, Number more) noexcept {
     const Number before = number.load(std::memory_order_relaxed);
     number.store(before + more, std::memory_order_relaxed);
     return before;
+}
+
+/// Adds and returns what was there, without a locked instruction while there is one thread.
+template <typename Number>
+Number fetchAdd(std::atomic<Number>& number, Number more) noexcept {
+    return hasOneThread() ? addAlone(number, more) : number.fetch_add(more);
 }
 
 }  // namespace orbo

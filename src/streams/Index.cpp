@@ -3,7 +3,6 @@
 
 #include <data/Index.h>
 #include <data/IndexType.h>
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -34,25 +33,20 @@ IndexType* referencedClone(const IndexType* value) {
 
 }  // namespace
 
-Debug::ObjectCounter Index::_objects;
-
 // Uncounted, so that indices which only hold a place do not show up among those created.
-Index::Index() = default;
+Index::Index() : Counted(Uncounted()) {}
 
-Index::Index(unsigned int number) : fNumber(number) { _objects.objectCreated(); }
+Index::Index(unsigned int number) : fNumber(number) {}
 
-Index::Index(const std::string& text) : fNumber(numberIn(text)) { _objects.objectCreated(); }
+Index::Index(const std::string& text) : fNumber(numberIn(text)) {}
 
-Index::Index(const IndexType& value) : fType(referencedClone(&value)) { _objects.objectCreated(); }
+Index::Index(const IndexType& value) : fType(referencedClone(&value)) {}
 
-Index::Index(const Index& other) : fNumber(other.fNumber), fType(referencedClone(other.fType)) {
-    _objects.objectCreated();
-}
+Index::Index(const Index& other)
+    : Counted(other), fNumber(other.fNumber), fType(referencedClone(other.fType)) {}
 
 Index::Index(Index&& other) noexcept
-    : fNumber(other.fNumber), fType(std::exchange(other.fType, nullptr)) {
-    _objects.objectCreated();
-}
+    : fNumber(other.fNumber), fType(std::exchange(other.fType, nullptr)) {}
 
 Index Index::take(IndexType* fresh) {
     Index index(0U);
@@ -63,7 +57,6 @@ Index Index::take(IndexType* fresh) {
 
 Index::~Index() {
     if (fType) fType->unref();
-    _objects.objectDestroyed();
 }
 
 Index& Index::operator=(const Index& other) {
@@ -169,13 +162,6 @@ bool Index::Debug(const Index* index, Debug::Footprint& footprint) {
     return true;
 }
 
-bool Index::Debug(const Index*, Debug::Count& count) {
-    count = objectsAlive();
-    return true;
-}
-
-unsigned long long Index::objectsCreated() { return _objects.created(); }
-
-unsigned long long Index::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::Index>;

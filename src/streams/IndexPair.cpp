@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <data/IndexPair.h>
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -19,13 +18,9 @@ unsigned int distance(unsigned int a, unsigned int b) { return a < b ? b - a : a
 
 }  // namespace
 
-Debug::ObjectCounter IndexPair::_objects;
+IndexPair::IndexPair() = default;
 
-IndexPair::IndexPair() { _objects.objectCreated(); }
-
-IndexPair::IndexPair(unsigned int first, unsigned int second) : fFirst(first), fSecond(second) {
-    _objects.objectCreated();
-}
+IndexPair::IndexPair(unsigned int first, unsigned int second) : fFirst(first), fSecond(second) {}
 
 IndexPair::IndexPair(const IndexPair& other) : IndexPair(other.fFirst, other.fSecond) {}
 
@@ -34,10 +29,9 @@ IndexPair::IndexPair(const std::string& text) {
     fFirst = numbers.next();
     fSecond = numbers.next();
     numbers.finish();
-    _objects.objectCreated();
 }
 
-IndexPair::~IndexPair() { _objects.objectDestroyed(); }
+IndexPair::~IndexPair() = default;
 
 IndexPair& IndexPair::operator=(const IndexPair& other) = default;
 
@@ -83,13 +77,6 @@ bool IndexPair::Debug(const IndexPair* index, Debug::Footprint& footprint) {
     return true;
 }
 
-bool IndexPair::Debug(const IndexPair*, Debug::Count& count) {
-    count = objectsAlive();
-    return true;
-}
-
-unsigned long long IndexPair::objectsCreated() { return _objects.created(); }
-
-unsigned long long IndexPair::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::IndexPair>;

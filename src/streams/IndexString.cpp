@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <data/IndexString.h>
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -20,18 +19,13 @@ std::string_view copyOf(std::string_view text) {
 
 }  // namespace
 
-Debug::ObjectCounter IndexString::_objects;
-
 IndexString::IndexString() : IndexString(std::string_view(), false) {}
 
 IndexString::IndexString(const std::string& text) : IndexString(copyOf(text), true) {}
 
 IndexString::IndexString(const IndexString& other) : IndexString(copyOf(other.text()), true) {}
 
-IndexString::IndexString(std::string_view text, bool owns) noexcept {
-    hold(text, owns);
-    _objects.objectCreated();
-}
+IndexString::IndexString(std::string_view text, bool owns) noexcept { hold(text, owns); }
 
 void IndexString::hold(std::string_view text, bool owns) noexcept {
     constexpr unsigned long long kLargest = ~0ULL >> 1;
@@ -42,7 +36,6 @@ void IndexString::hold(std::string_view text, bool owns) noexcept {
 
 IndexString::~IndexString() {
     if (fOwnsText) delete[] fText;
-    _objects.objectDestroyed();
 }
 
 IndexString* IndexString::make(std::string_view text) {
@@ -77,13 +70,6 @@ bool IndexString::Debug(const IndexString* index, Debug::Footprint& footprint) {
     return true;
 }
 
-bool IndexString::Debug(const IndexString*, Debug::Count& count) {
-    count = objectsAlive();
-    return true;
-}
-
-unsigned long long IndexString::objectsCreated() { return _objects.created(); }
-
-unsigned long long IndexString::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::IndexString>;

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <data/Stream.h>
-#include <debug/Count.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
@@ -50,28 +49,17 @@ std::unique_ptr<StreamImpl> mappedStorage(const StreamImpl& dense) {
 
 }  // namespace
 
-Debug::ObjectCounter Stream::_objects;
 const char* const Stream::kDebugHex = "hex";
 
-Stream::Stream() {
-    setImpl(new StreamImplMapped);
-    _objects.objectCreated();
-}
+Stream::Stream() { setImpl(new StreamImplMapped); }
 
 Stream::Stream(const Structure& structure, const std::string& name) {
     setImpl(new StreamImplMapped(structure, name));
-    _objects.objectCreated();
 }
 
-Stream::Stream(const Stream& other) {
-    setImpl(&other.impl());
-    _objects.objectCreated();
-}
+Stream::Stream(const Stream& other) : Counted(other) { setImpl(&other.impl()); }
 
-Stream::~Stream() {
-    fImpl->unref();
-    _objects.objectDestroyed();
-}
+Stream::~Stream() { fImpl->unref(); }
 
 Stream& Stream::operator=(const Stream& other) {
     const bool renamed = name() != other.name();
@@ -210,11 +198,6 @@ bool Stream::useDenseStorage(bool dense) {
     return wasEmpty;
 }
 
-bool Stream::Debug(const Stream*, Debug::Count& count) {
-    count = objectsAlive();
-    return true;
-}
-
 bool Stream::Debug(const Stream* stream, Debug::Footprint& footprint) {
     if (!stream) return true;
     footprint.addObject(stream, sizeof(Stream));
@@ -228,7 +211,6 @@ bool Stream::Debug(const Stream* stream, Debug::Print& print) {
     return stream->impl().debug(print);
 }
 
-unsigned long long Stream::objectsCreated() { return _objects.created(); }
-unsigned long long Stream::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::Stream>;

@@ -28,8 +28,6 @@ const Layout* referenced(const Layout& layout) {
 
 }  // namespace
 
-Debug::ObjectCounter StreamImpl::_objects;
-
 StreamImpl::StreamImpl() : StreamImpl(*RefPtr<Structure>(Structure::create()), "Stream") {}
 
 StreamImpl::StreamImpl(const Structure& structure, const std::string& name)
@@ -37,26 +35,20 @@ StreamImpl::StreamImpl(const Structure& structure, const std::string& name)
       fPresentLayout(&Layout::presentOf(structure)),
       fLayout(referenced(**fPresentLayout)),
       fName(name),
-      fIndexType(Index::theTypeName()) {
-    _objects.objectCreated();
-}
+      fIndexType(Index::theTypeName()) {}
 
 StreamImpl::StreamImpl(const StreamImpl& other)
     : RefCounted(other),
       CRTP_Debug<StreamImpl, Debug::Print>(other),
       CRTP_Debug<StreamImpl, Debug::Footprint>(other),
+      Counted(other),
       fStructure(other.fStructure),
       fPresentLayout(other.fPresentLayout),
       fLayout(referenced(other.layout())),
       fName(other.fName),
-      fIndexType(other.fIndexType) {
-    _objects.objectCreated();
-}
+      fIndexType(other.fIndexType) {}
 
-StreamImpl::~StreamImpl() {
-    layout().unref();
-    _objects.objectDestroyed();
-}
+StreamImpl::~StreamImpl() { layout().unref(); }
 
 void StreamImpl::setLayout(const Layout& layout) {
     fLayout.exchange(referenced(layout), std::memory_order_acq_rel)->unref();
@@ -192,8 +184,6 @@ bool StreamImpl::Debug(const StreamImpl* storage, Debug::Print& print) {
     return true;
 }
 
-unsigned long long StreamImpl::objectsCreated() { return _objects.created(); }
-
-unsigned long long StreamImpl::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::StreamImpl>;

@@ -6,6 +6,7 @@
 #include <data/Index.h>
 #include <data/Structure.h>
 #include <debug/CRTP_Debug.h>
+#include <debug/Counted.h>
 #include <debug/RefCounted.h>
 #include <debug/RefPtr.h>
 
@@ -46,7 +47,8 @@ class ElementVisitor {
 /// structure.
 class StreamImpl : public RefCounted,
                    public Debug::CRTP_Debug<StreamImpl, Debug::Print>,
-                   public Debug::CRTP_Debug<StreamImpl, Debug::Footprint> {
+                   public Debug::CRTP_Debug<StreamImpl, Debug::Footprint>,
+                   public Counted<StreamImpl> {
   public:
     ~StreamImpl() override;
     StreamImpl& operator=(const StreamImpl&) = delete;
@@ -121,8 +123,6 @@ class StreamImpl : public RefCounted,
     static bool Debug(const StreamImpl* storage, Debug::Footprint& footprint);
     /// The line that both kinds of dump begin with.
     static bool Debug(const StreamImpl* storage, Debug::Print& print);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
 
   protected:
     /// Named "Stream", with an empty structure of its own.
@@ -168,8 +168,6 @@ class StreamImpl : public RefCounted,
     std::string fIndexType;
     bool fUseDefaults = false;
     bool fIsOutOfMemory = false;  // the last conversion was
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

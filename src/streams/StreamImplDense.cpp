@@ -34,27 +34,19 @@ std::size_t bytes(const Layout& layout, unsigned int slots) {
 
 }  // namespace
 
-Debug::ObjectCounter StreamImplDense::_objects;
-
-StreamImplDense::StreamImplDense() { _objects.objectCreated(); }
+StreamImplDense::StreamImplDense() = default;
 
 StreamImplDense::StreamImplDense(const Structure& structure, const std::string& name)
-    : StreamImpl(structure, name) {
-    _objects.objectCreated();
-}
+    : StreamImpl(structure, name) {}
 
 StreamImplDense::StreamImplDense(const StreamImplDense& other)
     : StreamImpl(other),
       CRTP_Debug<StreamImplDense, Debug::Print>(other),
       CRTP_Debug<StreamImplDense, Debug::Footprint>(other),
-      fAllocated(other.fAllocated) {
-    _objects.objectCreated();
-}
+      Counted<StreamImplDense>(other),
+      fAllocated(other.fAllocated) {}
 
-StreamImplDense::~StreamImplDense() {
-    clear();
-    _objects.objectDestroyed();
-}
+StreamImplDense::~StreamImplDense() { clear(); }
 
 std::unique_ptr<StreamImpl> StreamImplDense::clone() const {
     syncToRead();
@@ -298,8 +290,6 @@ void StreamImplDense::printElement(unsigned int position, std::size_t digits, bo
     print << "\n";
 }
 
-unsigned long long StreamImplDense::objectsCreated() { return _objects.created(); }
-
-unsigned long long StreamImplDense::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::StreamImplDense>;

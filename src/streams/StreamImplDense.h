@@ -16,7 +16,8 @@ namespace orbo::Data {
 /// gone (`clear`) while the count remains: its elements have no data then, until something is set.
 class StreamImplDense : public StreamImpl,
                         public Debug::CRTP_Debug<StreamImplDense, Debug::Print>,
-                        public Debug::CRTP_Debug<StreamImplDense, Debug::Footprint> {
+                        public Debug::CRTP_Debug<StreamImplDense, Debug::Footprint>,
+                        public Counted<StreamImplDense> {
   public:
     StreamImplDense();
     StreamImplDense(const Structure& structure, const std::string& name);
@@ -57,8 +58,8 @@ class StreamImplDense : public StreamImpl,
     bool debug(Debug::Footprint& footprint) const override { return Debug(this, footprint); }
     static bool Debug(const StreamImplDense* storage, Debug::Footprint& footprint);
     static bool Debug(const StreamImplDense* storage, Debug::Print& print);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
+    using Counted<StreamImplDense>::objectsAlive;
+    using Counted<StreamImplDense>::objectsCreated;
 
   protected:
     bool store(Index&& index, OwnedChunk&& chunk) override;
@@ -83,8 +84,6 @@ class StreamImplDense : public StreamImpl,
     unsigned int fCount = 0;
     unsigned int fAllocated = 0;
     Block fBlock;
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data

@@ -15,23 +15,14 @@
 
 namespace orbo::Data {
 
-Debug::ObjectCounter StreamImplMapped::_objects;
-
-StreamImplMapped::StreamImplMapped() { _objects.objectCreated(); }
+StreamImplMapped::StreamImplMapped() = default;
 
 StreamImplMapped::StreamImplMapped(const Structure& structure, const std::string& name)
-    : StreamImpl(structure, name) {
-    _objects.objectCreated();
-}
+    : StreamImpl(structure, name) {}
 
-StreamImplMapped::StreamImplMapped(const StreamImpl& base) : StreamImpl(base) {
-    _objects.objectCreated();
-}
+StreamImplMapped::StreamImplMapped(const StreamImpl& base) : StreamImpl(base) {}
 
-StreamImplMapped::~StreamImplMapped() {
-    clear();
-    _objects.objectDestroyed();
-}
+StreamImplMapped::~StreamImplMapped() { clear(); }
 
 template <typename Visit>
 void StreamImplMapped::forEach(const Visit& visit) const {
@@ -337,8 +328,6 @@ bool StreamImplMapped::Debug(const StreamImplMapped* storage, Debug::Print& prin
     return true;
 }
 
-unsigned long long StreamImplMapped::objectsCreated() { return _objects.created(); }
-
-unsigned long long StreamImplMapped::objectsAlive() { return _objects.alive(); }
-
 }  // namespace orbo::Data
+
+template class orbo::Counted<orbo::Data::StreamImplMapped>;

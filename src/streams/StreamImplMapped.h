@@ -14,7 +14,8 @@ namespace orbo::Data {
 
 class StreamImplMapped : public StreamImpl,
                          public Debug::CRTP_Debug<StreamImplMapped, Debug::Print>,
-                         public Debug::CRTP_Debug<StreamImplMapped, Debug::Footprint> {
+                         public Debug::CRTP_Debug<StreamImplMapped, Debug::Footprint>,
+                         public Counted<StreamImplMapped> {
   public:
     /// Chunks, null for elements without data. Keys are never assigned, because assigned indices
     /// share their typed values.
@@ -57,8 +58,8 @@ class StreamImplMapped : public StreamImpl,
     bool debug(Debug::Footprint& footprint) const override { return Debug(this, footprint); }
     static bool Debug(const StreamImplMapped* storage, Debug::Footprint& footprint);
     static bool Debug(const StreamImplMapped* storage, Debug::Print& print);
-    static unsigned long long objectsCreated();
-    static unsigned long long objectsAlive();
+    using Counted<StreamImplMapped>::objectsAlive;
+    using Counted<StreamImplMapped>::objectsCreated;
 
   protected:
     bool store(Index&& index, OwnedChunk&& chunk) override;
@@ -97,8 +98,6 @@ class StreamImplMapped : public StreamImpl,
     ChunkPool fPool;
     Index fLowest;
     Index fHighest;
-
-    static Debug::ObjectCounter _objects;
 };
 
 }  // namespace orbo::Data
