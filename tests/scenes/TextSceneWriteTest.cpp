@@ -110,6 +110,23 @@ TEST_F(TextSceneWrite, StatementsWithMoreInThemStayUntilTheyAreEdited) {
     EXPECT_EQ(loss.offset, (sceneFront() + statement("A~")).size());
 }
 
+// A ";" in the middle keeps us from taking them as statements, but not others.
+TEST_F(TextSceneWrite, KeepsStatementsThatOnlyOthersTakeFromActingWhenNoMetadataIsLeft) {
+    const std::string unread = "applyMetadata -fmt \"raw\" -v \"endAssociations\"; 1 other;\n";
+    file() = sceneFront() + statements("A n1") + unread + kLastLine;
+    ASSERT_TRUE(read());
+    fAccessor.clear();
+    ASSERT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), "//\n" + unread);
+
+    const std::string nobodys = "applyMetadata -fmt \"raw\"; 1 other;\n";
+    file() = sceneFront() + statements("A n1") + nobodys + kLastLine;
+    ASSERT_TRUE(read());
+    fAccessor.clear();
+    ASSERT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), nobodys);
+}
+
 // The literal reader looks at each of these writes, see the fixture.
 TEST_F(TextSceneWrite, KeepsOthersFromGluingLinesToTheFirstStatement) {
     const std::string front = sceneFront();

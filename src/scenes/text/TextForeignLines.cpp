@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/text/TextForeignLines.h"
 
+#include <algorithm>
+
 #include "scenes/text/TextLinesAhead.h"
 #include "scenes/text/TextStatement.h"
 
@@ -34,14 +36,28 @@ void TextForeignLines::appendTo(std::string& out, bool behindStatements, bool is
     appendTo(out, true, behindStatements, isClosed);
 }
 
+// A statement that was not understood may be one for other readers: they take any with two quoted
+// values and a last word.
+bool TextForeignLines::isStatementForOthers(std::size_t at) const {
+    std::size_t quotes = 0;
+    for (; at < fLines.size(); ++at) {
+        const std::string_view line = fLines[at].text;
+        quotes += static_cast<std::size_t>(std::count(line.begin(), line.end(), '"'));
+        const std::size_t last = line.find_last_not_of(kLineEnd);
+        if (last != std::string_view::npos && line[last] == ';') return quotes >= 4;
+    }
+    return false;
+}
+
 // Guards that earlier writes put there go, and come back where they are needed. Where no metadata
-// is left, a statement that was not understood stays as it was found.
+// is left, a statement that nobody reads stays as it was found.
 void TextForeignLines::appendTo(std::string& out, bool unclosed, bool behindStatements,
                                 bool& isClosed) const {
     for (std::size_t at = 0; at < fLines.size(); ++at) {
         const Line& line = fLines[at];
         if (line.unclosed != unclosed || (isClosed && mutesTheNext(at))) continue;
-        const bool mayAct = behindStatements || unclosed || !TextStatement::kindOf(line.text);
+        const bool mayAct = behindStatements || unclosed || !TextStatement::kindOf(line.text) ||
+                            isStatementForOthers(at);
         if (isClosed && mayAct && beginsStatement(line.text)) out += kMutingGuard;
         out += line.text;
         const std::size_t last = line.text.find_last_not_of(kLineEnd);

@@ -29,6 +29,7 @@ class TextForeignLines {
 
     /// The line there is a guard for the one behind it.
     [[nodiscard]] bool mutesTheNext(std::size_t at) const;
+    [[nodiscard]] bool isStatementForOthers(std::size_t at) const;
     void appendTo(std::string& out, bool unclosed, bool behindStatements, bool& isClosed) const;
 
     std::vector<Line> fLines;
