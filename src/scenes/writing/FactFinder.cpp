@@ -100,6 +100,10 @@ void FactFinder::addNodes() {
         if (!record) continue;
         facts.plain = record->plain;
         facts.name = record->name;
+        const bool concerns = fSources.model.hasNode(facts.name) ||
+                              fSources.snapshot.associations.count(facts.name) > 0;
+        // The text is at hand now.
+        if (concerns) readNode(number, *record);
     }
 }
 
@@ -135,7 +139,7 @@ Merge::Plan FactFinder::plan(const Merge::Policy& policy) {
 void FactFinder::answer(const Merge::Question& question, const Merge::Plan& plan) {
     switch (question.fact) {
         case Fact::kText:
-            readNode(question.record);
+            if (const auto record = parse(question.record)) readNode(question.record, *record);
             break;
         case Fact::kUses:
             fRecords[question.record].uses = usesOfRecord(question.record, plan);
@@ -160,25 +164,23 @@ void FactFinder::answer(const Merge::Question& question, const Merge::Plan& plan
 }
 
 // A record that nobody could read counts as unreadable even if a structure has come meanwhile.
-void FactFinder::readNode(std::size_t number) {
+void FactFinder::readNode(std::size_t number, const SceneRecord& record) {
     RecordFacts& facts = fRecords[number];
     facts.text = Text::kUnreadable;
-    const auto record = parse(number);
-    if (!record) return;
-    const bool isKnown = fSources.snapshot.unreadable.has(*record);
+    const bool isKnown = fSources.snapshot.unreadable.has(record);
     const Associations* const entry = fSources.model.entry(facts.name);
-    auto read = isKnown ? nullptr : tryToReadAssociations(*record, fUnknownIndexTypes);
+    auto read = isKnown ? nullptr : tryToReadAssociations(record, fUnknownIndexTypes);
     if (read) {
         facts.text = Text::kReadable;
-    } else if (!isKnown && entry && fRead.nodes.count(facts.name) > 0 &&
+    } else if (!isKnown && entry && fSources.snapshot.associations.count(facts.name) > 0 &&
                fTriedWithModel.insert(facts.name).second) {
-        read = readWithStructuresOf(*entry, *record, fUnknownIndexTypes);
+        read = readWithStructuresOf(*entry, record, fUnknownIndexTypes);
         if (read) facts.text = Text::kReadableWithModel;
     }
     if (read) {
         facts.sameAsModel = entry && isSame(*entry, *read);
     } else {
-        fUnreadable.add(*record);
+        fUnreadable.add(record);
     }
 }
 

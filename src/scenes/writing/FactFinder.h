@@ -60,7 +60,7 @@ class FactFinder {
     void addModel();
     void addSnapshot();
     void answer(const Merge::Question& question, const Merge::Plan& plan);
-    void readNode(std::size_t number);
+    void readNode(std::size_t number, const SceneRecord& record);
     [[nodiscard]] bool isUnedited(const std::string& node) const;
     [[nodiscard]] std::vector<StructureUse> usesOfRecord(std::size_t number,
                                                          const Merge::Plan& plan) const;
