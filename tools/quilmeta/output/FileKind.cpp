@@ -1,18 +1,28 @@
-// What an existing file is, by its first bytes, so that no command replaces what it should not.
+// What an existing file is, so that no command replaces what it must not.
 // SPDX-License-Identifier: Apache-2.0
 #include "output/FileKind.h"
 
+#include "process/CommandError.h"
+#include "process/Messages.h"
+#include "scene/SceneFile.h"
+#include "values/SafeText.h"
+
 #include <data/AccessorQuil.h>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
+#include <string_view>
 
 namespace orbo::Quilmeta {
 
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n";
-// The journal's title, as far as all versions share it.
+// The beginning of a journal's title that all versions share.
 constexpr std::string_view kJournalTitle = "A change of the file beside this";
 
 bool startsWith(std::string_view text, std::string_view start) {
@@ -32,8 +42,23 @@ bool isDocument(std::string_view head) {
            (take(head, ",") || take(head, "}"));
 }
 
-// Also a damaged one, and one of a version that cannot be read.
-bool isScene(std::string_view head) {
+/// The first bytes of a file that is there.
+std::string headOf(const std::string& path) {
+    constexpr size_t kHeadSize = 256;
+    const int file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    std::string head(kHeadSize, '\0');
+    const ssize_t got = file < 0 ? -1 : ::pread(file, head.data(), head.size(), 0);
+    const int error = errno;
+    if (file >= 0) ::close(file);
+    if (got < 0)
+        throw CommandError(
+            fmt::format("cannot write {}: {}", inQuotes(path), systemMessage(error)));
+    head.resize(static_cast<size_t>(got));
+    return head;
+}
+
+/// True also for a damaged scene and for one of an unknown version, which no accessor takes.
+bool beginsAsScene(std::string_view head) {
     namespace Quil = Data::AccessorQuil;
     return startsWith(head, Quil::Ascii::getHeaderPrefix()) ||
            startsWith(head, Quil::Binary::getFormChunkName());
@@ -41,8 +66,9 @@ bool isScene(std::string_view head) {
 
 }  // namespace
 
-FileKind kindOf(std::string_view head) {
-    if (isScene(head)) return FileKind::kScene;
+FileKind kindOf(const std::string& path) {
+    const std::string head = headOf(path);
+    if (beginsAsScene(head) || isScene(path)) return FileKind::kScene;
     if (startsWith(head, kJournalTitle)) return FileKind::kJournal;
     return isDocument(head) ? FileKind::kDocument : FileKind::kOther;
 }

@@ -1,9 +1,8 @@
-// What an existing file is, by its first bytes, so that no command replaces what it should not.
+// What an existing file is, so that no command replaces what it must not.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace orbo::Quilmeta {
 
@@ -14,10 +13,9 @@ enum class FileKind {
     kOther,
 };
 
-/// So many bytes at the front of a file tell its kind.
-constexpr size_t kHeadSize = 256;
-
-FileKind kindOf(std::string_view head);
+/// Looks at the first bytes of the file, and asks the accessor that serves its extension. Throws
+/// `CommandError` when the file cannot be read.
+FileKind kindOf(const std::string& path);
 
 /// Whether the last part of the path is a name that journals have.
 bool isJournalName(const std::string& path);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output/NewFile.h"
 
+#include "output/TargetPath.h"
 #include "process/CommandError.h"
 #include "process/Messages.h"
 #include "values/SafeText.h"
@@ -22,38 +23,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The N of /dev/fd/N and its other names. Following these links would lead to the file behind the
-/// descriptor, which whoever opened it wants written from where the descriptor stands.
-std::optional<int> descriptorNamed(const std::string& path) {
-    if (path == "/dev/stdout") return STDOUT_FILENO;
-    if (path == "/dev/stderr") return STDERR_FILENO;
-    for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
-        if (path.compare(0, folder.size(), folder) != 0) continue;
-        const std::string digits = path.substr(folder.size());
-        const bool isNumber = !digits.empty() && digits.size() < 6 &&
-                              digits.find_first_not_of("0123456789") == digits.npos;
-        if (isNumber) return std::stoi(digits);
-    }
-    return {};
-}
-
-/// Where the bytes end up when `path` is a symbolic link.
-std::string behindLinks(const std::string& path) {
-    constexpr int kMostLinks = 40;
-    std::error_code error;
-    fs::path target = path;
-    for (int i = 0; i < kMostLinks; ++i) {
-        if (descriptorNamed(target.string())) return target.string();
-        if (!fs::is_symlink(target, error)) break;
-        target = target.parent_path() / fs::read_symlink(target, error);
-    }
-    if (target != path && !fs::exists(target, error))
-        throw CommandError(inQuotes(path) + " is a symbolic link that leads nowhere");
-    return target.string();
-}
-
 [[noreturn]] void throwSystemError(const std::string& path) {
-    const int error = errno;
+    const int error = errno;  // before anything below changes it
     throw CommandError(fmt::format("cannot write {}: {}", inQuotes(path), systemMessage(error)));
 }
 
@@ -66,40 +37,11 @@ bool isSameFile(const struct stat& first, const struct stat& second) {
     return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-/// Throws `CommandError` when they cannot be read.
-std::string headOf(const std::string& path) {
-    const int file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (file < 0) throwSystemError(path);
-    std::string head(kHeadSize, '\0');
-    const ssize_t got = ::pread(file, head.data(), head.size(), 0);
-    const int error = errno;
-    ::close(file);
-    errno = error;
-    if (got < 0) throwSystemError(path);
-    head.resize(static_cast<size_t>(got));
-    return head;
-}
-
 void demandNoSceneOrJournal(const std::string& name, FileKind kind) {
     if (kind == FileKind::kScene)
         throw CommandError(inQuotes(name) + " is a scene, which is not replaced by anything else");
     if (kind == FileKind::kJournal)
         throw CommandError(inQuotes(name) + " is a journal, which a scene may need");
-}
-
-enum class Rename { kNeverOver, kExchange };
-
-/// An error of ENOSYS means that system or file system cannot do that.
-int rename(const std::string& from, const std::string& to, Rename how) {
-#ifdef RENAME_EXCHANGE
-    const unsigned flags = how == Rename::kExchange ? RENAME_EXCHANGE : RENAME_NOREPLACE;
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), flags) == 0) return 0;
-    if (errno == EINVAL) errno = ENOSYS;
-#else
-    static_cast<void>(from), static_cast<void>(to), static_cast<void>(how);
-    errno = ENOSYS;
-#endif
-    return -1;
 }
 
 }  // namespace
@@ -116,7 +58,7 @@ NewFile::NewFile(const std::string& path, const std::string& notOver, const Repl
     if (exists && ::stat(notOver.c_str(), &kept) == 0 && isSameFile(there, kept))
         throw CommandError(inQuotes(path) + " is the scene itself");
     if (exists && S_ISREG(there.st_mode) && there.st_size > 0)
-        demandNoSceneOrJournal(fName, kindOf(headOf(fPath)));
+        demandNoSceneOrJournal(fName, kindOf(fPath));
     if (descriptor) {
         openStream(::fcntl(*descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     } else if (!exists) {
@@ -130,7 +72,7 @@ NewFile::NewFile(const std::string& path, const std::string& notOver, const Repl
 
 void NewFile::openToReplace(const struct stat& there, const Replacing& replacing) {
     fReplaced = there;
-    if (!replacing.force && kindOf(headOf(fPath)) != replacing.kind)
+    if (!replacing.force && kindOf(fPath) != replacing.kind)
         throw CommandError(inQuotes(fName) + " is there already; --force replaces it");
     if (!isAsSeen(fPath)) throwChanged(fName);
     openTemporary(there.st_mode & 0777u);
@@ -192,9 +134,10 @@ void NewFile::placeNew() {
     if (result != 0) throwSystemError(fName);
 }
 
-// What was there is looked at once more when nobody can exchange it any longer.
 void NewFile::placeOver() {
     if (rename(fTemporary, fPath, Rename::kExchange) == 0) {
+        // The file that was there has our temporary name now, where nobody else replaces it; so
+        // this look at it is the last word.
         if (isAsSeen(fTemporary)) {
             ::unlink(fTemporary.c_str());
             return;

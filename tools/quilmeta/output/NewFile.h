@@ -13,20 +13,20 @@
 
 namespace orbo::Quilmeta {
 
-/// Written under another name beside `path`, and removed again unless `commit` is reached. A
-/// device, a pipe or a descriptor such as /dev/stdout gets the bytes as they come.
+/// Writes a temporary file beside `path`, which gets that name by `commit` and is removed without
+/// it. A device, a pipe or a descriptor such as /dev/stdout gets the bytes as they come.
 class NewFile {
   public:
-    /// A file of another kind than the new one is only replaced by force. Scenes and journals are
-    /// never replaced.
+    /// An existing file is replaced if it is of this kind, and one of another kind only by force.
+    /// Scenes and journals are never replaced.
     struct Replacing {
         FileKind kind;
         bool force = false;
     };
 
-    /// A symbolic link at `path` stays: the file it points at is replaced. Throws `CommandError`
-    /// when what is there must stay, when it is the file at `notOver`, by whatever name, or when
-    /// the folder takes no file.
+    /// A symbolic link at `path` stays: the file that it leads to is replaced. Throws
+    /// `CommandError` when the file there must stay, when it is the file at `notOver` under any
+    /// name, or when the folder takes no file.
     NewFile(const std::string& path, const std::string& notOver, const Replacing& replacing);
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;

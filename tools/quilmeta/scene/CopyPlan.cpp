@@ -3,6 +3,7 @@
 #include "scene/CopyPlan.h"
 
 #include "scene/Difference.h"
+#include "scene/Losses.h"
 #include "scene/SceneView.h"
 #include "values/SafeText.h"
 

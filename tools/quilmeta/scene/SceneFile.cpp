@@ -22,6 +22,9 @@ using Code = Data::Finding::Code;
 
 namespace {
 
+/// For files that were looked at a moment ago, and that nobody is likely to have locked since.
+constexpr std::chrono::seconds kShortPatience(1);
+
 /// Opening a pipe or a device could block for ever, so only regular files are opened.
 void demandReadableFile(const std::string& file) {
     std::error_code error;
@@ -56,8 +59,7 @@ void read(Data::Accessor& accessor, const std::string& file,
 
 std::vector<Data::Finding> findingsOf(const std::string& file,
                                       const std::set<std::string>* nodes = nullptr) {
-    constexpr std::chrono::seconds kPatience(1);  // the file has just been read, so it is free
-    const std::unique_ptr<Data::Accessor> accessor = accessorFor(file, kPatience);
+    const std::unique_ptr<Data::Accessor> accessor = accessorFor(file, kShortPatience);
     accessor->setReadPolicy({true});
     read(*accessor, file, nullptr, nodes);
     return accessor->findings();
@@ -98,6 +100,13 @@ Scene openScene(const std::string& file, const SceneAccess& access, const SceneN
     complain(file, messagesOf(findings));
     scene.complete = std::all_of(findings.begin(), findings.end(), leavesSceneComplete);
     return scene;
+}
+
+bool isScene(const std::string& file) {
+    const std::unique_ptr<Data::Accessor> accessor = Data::Accessor::accessorByExtension(file);
+    if (!accessor) return false;
+    accessor->setPatience(kShortPatience);
+    return accessor->isFileSupported(file);
 }
 
 std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess& access) {

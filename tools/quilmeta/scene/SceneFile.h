@@ -38,6 +38,9 @@ struct SceneNames {
 Scene openScene(const std::string& file, const SceneAccess& access,
                 const SceneNames* names = nullptr);
 
+/// Whether the accessor that serves the file's extension takes the file for a scene.
+bool isScene(const std::string& file);
+
 /// Everything that a check finds in the file. Throws `CommandError` when it cannot be read, or no
 /// accessor serves its extension.
 std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess& access);
