@@ -60,8 +60,32 @@ TEST(Utf8, KnowsWellFormedText) {
 }
 
 TEST(Utf8, CountsTerminalColumns) {
-    EXPECT_EQ(displayWidth("a\xCC\x88\xC3\xA4"), 2u);  // a with dots of two characters, of one
-    EXPECT_EQ(displayWidth("\xE8\x8C\xB6\xF0\x9F\xAB\x96"), 4u);  // an ideograph, a teapot
+    const struct {
+        const char* what;
+        const char* text;
+        size_t width;
+    } kRows[] = {
+        {"plain", "teapot", 6},
+        {"a with dots of two characters, of one", "a\u0308\u00E4", 2},
+        {"an ideograph, a teapot", "\u8336\U0001FAD6", 4},
+        {"Hebrew points", "\u05D1\u05C1\u05B8", 1},
+        {"Devanagari vowel signs and a virama", "\u0939\u093F\u0928\u094D\u0926\u0940", 5},
+        {"halfwidth and fullwidth", "\uFF71\uFF21", 3},
+        {"wide since emoji: alarm clock, star, Kana supplement", "\u23F0\u2B50\U0001B000", 6},
+        {"narrow in the block of emoji: a thermometer", "\U0001F321", 1},
+        {"a sign that encloses digits", "\u0600", 1},
+    };
+    for (const auto& row : kRows) EXPECT_EQ(displayWidth(row.text), row.width) << row.what;
+}
+
+TEST(Utf8, KnowsWhatCannotBeSeen) {
+    for (const char* seen : {"a", "\u00A0", "\u0301", "\u0600", "\u06DD", "\u3000", "\U0001FAD6",
+                             "\uFFFD", "\U0001FAE9"})
+        EXPECT_FALSE(isUnprintable(firstCharacter(seen).codePoint)) << json(seen);
+    for (const char* unseen :
+         {"\x1F", "\x7F", "\u00AD", "\u200B", "\u2028", "\u202E", "\u2066", "\uFEFF", "\uE000",
+          "\uFDD0", "\uFFFF", "\U000E0041", "\U0010FFFD", "\U00013430"})
+        EXPECT_TRUE(isUnprintable(firstCharacter(unseen).codePoint)) << json(unseen);
 }
 
 TEST(SafeText, EscapesWhatCouldFoolATerminal) {

@@ -130,8 +130,8 @@ void storeValues(Value* parts, const Target& target) {
 
 void assign(Data::Handle& element, const Target& target) {
     element.setPositionByMemberIndex(target.position);
-    withType(target.member->type(), [&](auto* null) {
-        using Part = std::remove_pointer_t<decltype(null)>;
+    Data::visitMemberType(target.member->type(), [&](auto type) {
+        using Part = typename decltype(type)::Scalar;
         Part* parts = static_cast<Part*>(element.asType(target.member->type()));
         if constexpr (std::is_same_v<Part, Text>)
             storeStrings(parts, target);

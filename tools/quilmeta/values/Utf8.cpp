@@ -25,8 +25,12 @@ bool isNoncharacter(char32_t codePoint) {
 }
 
 size_t columns(char32_t codePoint) {
-    if (isVisibleFormat(propertyOf(codePoint))) return 1;
-    return static_cast<size_t>(::utf8proc_charwidth(static_cast<utf8proc_int32_t>(codePoint)));
+    const int width = ::utf8proc_charwidth(static_cast<utf8proc_int32_t>(codePoint));
+    const utf8proc_property_t& property = propertyOf(codePoint);
+    // Terminals give a column of its own to a mark that stands beside its letter.
+    const bool isMarkBeside = property.category == UTF8PROC_CATEGORY_MC;
+    return width == 0 && (isMarkBeside || isVisibleFormat(property)) ? 1
+                                                                     : static_cast<size_t>(width);
 }
 
 }  // namespace
