@@ -92,7 +92,7 @@ bool Accessor::read(const std::string& fileName, const std::set<std::string>* st
 bool Accessor::readBy(const std::function<bool(std::string& errors)>& implementation,
                       const std::string& fileName, std::string& errors) {
     const StructureRegistry::SetAside callersStructures;
-    // Whatever goes wrong from here on, exceptions included, leaves the accessor empty.
+    // Any failure from here on, exceptions included, leaves the accessor empty.
     struct Guard {
         explicit Guard(Accessor& reading) : accessor(reading) {
             accessor.fImpl->lastReadSucceeded = false;
@@ -142,7 +142,7 @@ const Accessor::AssociationsMap& Accessor::associations() const { return fImpl->
 const Accessor::StructureSet& Accessor::structures() const { return fImpl->structures.get(); }
 
 void Accessor::setStructures(const StructureSet& structures) {
-    // A set of one has never compared its element.
+    // The comparison throws for null, but a set of one element never compares.
     for (const Structure* structure : structures) {
         if (!structure) throwNullStructure();
     }

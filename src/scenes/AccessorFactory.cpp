@@ -12,7 +12,7 @@ namespace orbo::Data {
 
 namespace {
 
-// Whoever looks for an accessor finds the library's own, from a static library as well.
+// Makes a static library link the accessors that it registers itself.
 [[gnu::used]] const char* const keep = &registrationAnchor;
 
 using Registry = std::map<std::string, AccessorFactoryBase*>;
@@ -24,8 +24,8 @@ Registry& registry() {
 
 }  // namespace
 
-// Asks for the registry whatever the extension: it is then made before the factory is complete, and
-// so outlives it.
+// Calls `registry` even for an empty extension: the registry is then constructed before the factory
+// and outlives it.
 AccessorFactoryBase::AccessorFactoryBase(const std::string& extension) {
     Registry& factories = registry();
     if (!extension.empty()) factories.emplace(Ascii::lower(extension), this);

@@ -22,7 +22,7 @@ namespace orbo::Data::AccessorQuil::ExternalContent {
 
 namespace {
 
-// Made when first asked for, so that statics anywhere may use the words.
+// Constructed on first use, so that static objects of other files may use the words.
 struct Words {
     std::string table = "externalContentTable";
     std::string version = "v1.0";
@@ -56,7 +56,7 @@ std::string joined(const std::set<std::string>& roles) {
     return text;
 }
 
-// In one pass: what one escape leaves behind begins no other.
+// In one pass, so that the result of one escape is never taken for the start of another.
 std::string unescaped(std::string_view text) {
     std::string role;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -84,7 +84,7 @@ std::set<std::string> split(std::string_view text) {
 void demandMembers(Handle& row) {
     const Words& w = words();
     for (const std::string* name : {&w.node, &w.key, &w.unresolvedPath, &w.resolvedPath, &w.roles})
-        // At the end, where a missing member leaves the handle, this throws.
+        // A member that is missing leaves the handle at its end, where `dataType` throws.
         if (!row.setPositionByMemberName(name->c_str())) (void)row.dataType();
 }
 
@@ -97,7 +97,7 @@ bool setString(Handle& row, const std::string& text) {
     if (text.find('\0') != std::string::npos) return false;
     char* const before = *row.asString();
     std::string ignored;
-    // When memory runs out this throws, and the old string is still in its slot.
+    // If memory runs out this throws, and the slot still holds the old string.
     row.fromStr(text, 0, ignored);
     std::free(before);
     return true;
@@ -114,7 +114,8 @@ bool setNumber(Handle& row, const std::string& text) {
     return false;
 }
 
-/// What reads as the text already stays: the text of a number may have fewer digits than it.
+/// Leaves a value alone that already reads as the text: the text of a number may have fewer digits
+/// than the number.
 bool setText(Handle& row, const std::string& member, const std::string& text) {
     row.setPositionByMemberName(member.c_str());
     if (!row.hasData()) return false;

@@ -127,7 +127,7 @@ void RankedFindings::moveTo(Findings& others) {
 
 void countLines(Files::File& file, std::vector<Finding>& findings) {
     constexpr std::size_t kBlockSize = 64 * 1024;
-    // Behind so much of a scene nobody looks for a line, and it would take long to count.
+    // Counting further would take long, and nobody looks for a line there.
     constexpr std::uint64_t kMostCounted = std::uint64_t{1} << 30;
     const auto hasPlace = [](const Finding& finding) { return finding.offset.has_value(); };
     auto next = std::find_if(findings.begin(), findings.end(), hasPlace);
@@ -141,7 +141,8 @@ void countLines(Files::File& file, std::vector<Finding>& findings) {
         if (!got) return;
         const auto end = block.begin() + static_cast<std::ptrdiff_t>(*got);
         auto counted = block.begin();
-        // At the file's end stand those that lie there or, in a file made shorter, beyond.
+        // Findings at the end of the file, or beyond it if the file became shorter, get the last
+        // line.
         while (next != last && (*next->offset - begin < *got || *got < kBlockSize)) {
             const std::uint64_t inside = std::min<std::uint64_t>(*next->offset - begin, *got);
             const auto at = block.begin() + static_cast<std::ptrdiff_t>(inside);

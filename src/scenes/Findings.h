@@ -17,32 +17,32 @@
 
 namespace orbo::Data {
 
-/// The caller's error text and the accessor's findings are both made of one list, so that the text
-/// can know no more than the findings.
+/// One list from which both the caller's error text and the accessor's findings are made, so the
+/// text never says more than the findings do.
 class Findings {
   public:
     using Code = Finding::Code;
 
-    /// Of more than these only the number is kept: a file can be nothing but mistakes. Those of the
-    /// error text count for themselves, so that others take no room from them.
+    /// At most this many are kept, and the others counted: a file can be full of mistakes. Findings
+    /// that are in the error text are counted apart from those that are not.
     static constexpr std::size_t kMost = 1000;
 
     Findings() = default;
 
-    /// Nothing without a message.
+    /// Adds nothing when the message is empty.
     void add(Code code, std::string message, const FilePlace& place = {});
-    /// About a record, with the node that it belongs to.
+    /// Adds a finding about a record, with its node.
     void add(Code code, std::string message, const SceneRecord& record);
-    /// About a place in the record's text.
+    /// Adds a finding about a place in the record's text.
     void add(Code code, std::string message, const SceneRecord& record, const TextPlace& place);
     bool fail(Code code, std::string message, const SceneRecord& record) {
         add(code, std::move(message), record);
         return false;
     }
     void add(Findings others);
-    /// As it is, of whatever is in it.
+    /// Adds a finding that is complete already.
     void take(Finding finding);
-    /// Found, but not kept; of those that are, or are not, in the error text.
+    /// Counts findings that somebody else left out.
     void addLeftOut(bool inErrors, std::uint64_t count) { fCounts[inErrors].leftOut += count; }
     /// For `return findings.fail(...)`.
     bool fail(Code code, std::string message, const FilePlace& place = {}) {
@@ -54,9 +54,10 @@ class Findings {
     [[nodiscard]] std::uint64_t countLeftOut(bool inErrors) const {
         return fCounts[inErrors].leftOut;
     }
-    /// The messages of codes that are `Finding::isInErrors`, in the order in which they came.
+    /// Appends the messages of all codes that are `Finding::isInErrors`, in the order they were
+    /// added.
     void appendTo(std::string& errors) const;
-    /// In file order, behind those without a place.
+    /// Sorted by their place in the file; findings without a place come first.
     [[nodiscard]] std::vector<Finding> inFileOrder() const;
 
   private:
@@ -71,11 +72,12 @@ class Findings {
     std::array<Count, 2> fCounts;  // by whether they are in the error text
 };
 
-/// Findings that come in another order than they are told in. Keeps those that are told first.
+/// Findings that are added in another order than they are reported in. Of too many, keeps those
+/// that are reported first.
 class RankedFindings {
   public:
     void add(std::uint64_t rank, const Findings& findings);
-    /// By rank; those of one rank as they came.
+    /// Sorts by rank; findings of one rank keep the order they were added in.
     void moveTo(Findings& others);
 
   private:
@@ -84,7 +86,7 @@ class RankedFindings {
         std::uint64_t number;  // in the order in which they came
         Finding finding;
     };
-    /// Those that count together in `Findings`.
+    /// Findings that `Findings` counts together.
     struct Kind {
         void add(Ranked ranked);
         void trim();
@@ -99,14 +101,15 @@ class RankedFindings {
     std::array<Kind, 2> fKinds;  // by whether they are in the error text
 };
 
-/// For a caller that wants their text alone.
+/// Appends the text of the findings and returns false.
 inline bool fail(std::string& errors, const Findings& findings) {
     findings.appendTo(errors);
     return false;
 }
 
-/// Gives the findings with an offset, which are in file order, their lines. Reads the file once, up
-/// to the last of them; where it cannot be read, and behind the first GiB, they stay without.
+/// Sets the line of each finding that has an offset. The findings are in file order. Reads the file
+/// once, up to the last of them. No line is set where the file cannot be read, or beyond the first
+/// GiB.
 void countLines(Files::File& file, std::vector<Finding>& findings);
 
 }  // namespace orbo::Data

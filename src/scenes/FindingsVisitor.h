@@ -1,4 +1,4 @@
-// A visitor of a scan that puts what is said into findings.
+// A visitor of a scan that collects findings.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

@@ -10,7 +10,8 @@
 
 namespace orbo::Data {
 
-/// Of a file that was opened to be inspected, or that could not be.
+/// Describes the recovery that a file needs. `opening` is the result of `LockedFile::inspect`, also
+/// when that failed.
 Recovery inspectionOf(const Files::LockedFile::Opening& opening, const std::string& fileName);
 
 }  // namespace orbo::Data

@@ -20,9 +20,9 @@ std::unique_ptr<SceneLayout> scanLayout(const SceneKind& kind, SceneInput& input
                                         const WritePolicy& policy, Findings& findings,
                                         std::optional<std::size_t> mostRecords = std::nullopt);
 
-/// The same for the same records, wherever they are in the file: for all, or for so many of the
-/// last. Without `tail`, which is everything from `layout.begin` on, reads them and keeps nothing;
-/// empty when they cannot be read.
+/// A checksum of all records, or of the last `count`. It does not depend on where in the file they
+/// are. `tail` is everything from `layout.begin` on; if it is empty the records are read from the
+/// input. The result is empty when they cannot be read.
 std::optional<std::uint64_t> fingerprintOf(const SceneLayout& layout, std::string_view tail,
                                            SceneInput& input,
                                            std::optional<std::size_t> count = std::nullopt);

@@ -7,7 +7,8 @@
 
 namespace orbo::Data {
 
-/// Puts a line feed in front where one is missing, none behind; an empty message adds nothing.
+/// Appends a message on a line of its own, without a line feed behind it. An empty message adds
+/// nothing.
 inline void addMessage(std::string& errors, std::string_view message) {
     if (message.empty()) return;
     if (!errors.empty() && errors.back() != '\n') errors += '\n';

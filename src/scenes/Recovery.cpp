@@ -79,7 +79,7 @@ Recovery Recovery::inspect(const std::string& fileName, std::chrono::millisecond
 
 Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds patience,
                        const std::function<bool()>& stopsWaiting) {
-    // Who may not write the file has nothing to do either, as a rule.
+    // Read-only users normally have nothing to recover.
     Recovery found = inspect(fileName, patience, stopsWaiting);
     if (found.done || found.state == State::kRefused) return found;
     const auto opening =

@@ -121,7 +121,7 @@ struct SceneAccessor::State {
     std::mutex writing;     // threads that write take turns
 };
 
-// Covers the records alone; empty when there is no metadata section to be found.
+// Covers only the records. Empty when there is no metadata section.
 std::optional<std::uint64_t> SceneAccessor::State::fingerprint(
     Files::File& file, std::optional<std::size_t> recordsMet) const {
     Files::ReadAhead ahead(file);
@@ -132,7 +132,8 @@ std::optional<std::uint64_t> SceneAccessor::State::fingerprint(
     return layout ? fingerprintOf(*layout, {}, input) : std::nullopt;
 }
 
-// The metadata first: a change of it shows in the status, unless the time is too coarse.
+// Reads the metadata before the status: a change in between then shows in the time of change,
+// unless the system's clock is too coarse.
 std::optional<Look> SceneAccessor::State::look(Files::File& file) const {
     const std::optional<std::uint64_t> metadata = fingerprint(file, {});
     const std::optional<Files::FileStatus> status = file.status();
@@ -177,7 +178,7 @@ bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTa
     if (!found) return false;
     snapshot = std::move(*found);
     remember(file, task.isCheck || owner.writePolicy().detectConflicts);
-    // Where there are no locks, a writer may have been at work meanwhile.
+    // Without locks, a writer may have changed the file during the read.
     if (opening.hasLocks || (before && before == look(file))) return true;
     return findings.fail(Code::kFileUnreadable,
                          "Another program has written the file while it was read.");
@@ -238,7 +239,7 @@ bool SceneAccessor::State::writeComposed(SceneWriter& writer, LockedFile& file,
     try {
         remember(file.file(), owner.writePolicy().detectConflicts);
     } catch (const std::bad_alloc&) {
-        // The change is made all the same; the next write takes the file as it finds it.
+        // The file is written. Without a fingerprint the next write compares the file's status.
         snapshot.fingerprint.reset();
     }
     return result == RewriteResult::kDone;
@@ -283,7 +284,7 @@ bool SceneAccessor::readImplementation(const std::set<std::string>* structureNam
         setFindings(findings.inFileOrder());
         return false;
     }
-    // Counting lines may take long, and changes nothing.
+    // Counting lines may take long and needs no lock.
     opening.file->file().unlock();
     fState->publish(findings, opening.file->file());
     return done;
@@ -299,7 +300,7 @@ bool SceneAccessor::rehearse(std::string& errors) const {
 
 std::vector<Finding> SceneAccessor::check(const std::string& fileName) {
     Findings findings;
-    // One lock for all: between two of them the file could become another one.
+    // One lock for everything: between two locks another program could replace the file.
     const auto opening = LockedFile::inspect(fileName, {patience(), waitingStops()});
     fState->snapshot = ReadSnapshot();
     std::string ignored;

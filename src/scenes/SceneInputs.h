@@ -28,7 +28,7 @@ class InputOfFile final : public SceneInput {
     Files::File& fFile;
 };
 
-/// The other way round, for the line reader and its like. The input outlives it.
+/// An input seen as a file, for readers that take files. The input outlives it.
 class FileOfInput final : public Files::ReadOnlyFile {
   public:
     explicit FileOfInput(SceneInput& input) : fInput(input) {}

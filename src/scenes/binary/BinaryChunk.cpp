@@ -27,7 +27,7 @@ ChunkWalk::Result ChunkWalk::next(BinaryChunk& chunk) {
     if (fNext == fEnd) return Result::kDone;
     if (fEnd - fNext < BinaryChunk::kHeaderSize) return Result::kBadHeader;
     if (!readChunkHeader(fFile, fNext, chunk)) return Result::kBadHeader;
-    // Room is a multiple of nothing: the padded size is only safe to ask for once the size fits.
+    // `room` need not be a multiple of 8. Computing the padded size is safe once the size fits.
     const std::uint64_t room = fEnd - chunk.dataBegin();
     if (chunk.dataSize > room || BinaryChunk::paddedSize(chunk.dataSize) > room) {
         return Result::kBadData;

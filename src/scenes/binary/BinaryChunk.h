@@ -11,11 +11,11 @@
 #include "files/File.h"
 namespace orbo::Data {
 
-// As numbers are in binary scenes.
+// Numbers in binary scenes are big-endian.
 using Files::bigEndian;
 using Files::fromBigEndian;
 
-/// The four characters that say what a chunk is; zeros are none.
+/// The four characters that say what a chunk is. Four zeros mean no tag.
 class ChunkTag {
   public:
     ChunkTag() = default;
@@ -41,22 +41,22 @@ struct BinaryChunk {
     std::uint64_t dataSize = 0;
 
     [[nodiscard]] std::uint64_t dataBegin() const { return begin + kHeaderSize; }
-    /// Behind the padding. Wraps for sizes that no file has: see `ChunkWalk`.
+    /// Offset behind the padding. Wraps around for sizes that no file has: see `ChunkWalk`.
     [[nodiscard]] std::uint64_t end() const { return dataBegin() + paddedSize(dataSize); }
 
     static std::uint64_t paddedSize(std::uint64_t size) {
         return size + (kAlignment - size % kAlignment) % kAlignment;
     }
     static std::string header(std::string_view tag, std::uint64_t dataSize);
-    /// A whole chunk.
+    /// Appends a whole chunk.
     static void append(std::string& out, std::string_view tag, std::string_view data);
 };
 
 /// Reads the header at `begin`; false when the file has no 16 bytes there.
 bool readChunkHeader(Files::File& file, std::uint64_t begin, BinaryChunk& chunk);
 
-/// Goes from chunk to chunk over a range of a file, all claims checked against its end. Reads
-/// headers only.
+/// Goes from chunk to chunk over a range of a file and checks every size against the end of the
+/// range. Reads only headers.
 class ChunkWalk {
   public:
     enum class Result {
@@ -71,7 +71,7 @@ class ChunkWalk {
         : fFile(file), fNext(begin), fEnd(end) {}
 
     Result next(BinaryChunk& chunk);
-    /// Where the next header is, or was to be.
+    /// Offset of the next header, also when it cannot be read.
     [[nodiscard]] std::uint64_t position() const { return fNext; }
 
   private:

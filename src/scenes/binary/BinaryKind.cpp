@@ -58,7 +58,7 @@ class ChunkScan {
         }
     }
 
-    /// Where the first metadata chunk begins that was told.
+    /// Offset of the first metadata chunk that the visitor was told; empty without any.
     [[nodiscard]] std::optional<std::uint64_t> first() const { return fFirst; }
 
   private:
@@ -96,7 +96,7 @@ class ChunkScan {
     std::optional<std::uint64_t> fFirst;
 };
 
-// Stricter than reading needs it: what does not fit together may have been damaged.
+// Stricter than a read: a file whose sizes do not agree may be damaged.
 bool checkBeforeWrite(Files::File& file, const BinaryTrailer& trailer,
                       std::optional<std::uint64_t> size, SceneVisitor& visitor) {
     if (!size) {
@@ -196,7 +196,7 @@ bool BinaryKind::format(const SceneRecord& record, std::string& bytes) const {
     return appendChunk(bytes, record);
 }
 
-// Fails when the distance back to the trailer's begin would take more than its 32 bits.
+// Fails when the distance back to the trailer's beginning does not fit in 32 bits.
 std::vector<SceneChange> BinaryKind::changes(const SceneLayout& layout, std::string_view tail,
                                              const ScenePlan& plan, Finding& problem) const {
     const auto& binary = static_cast<const BinaryLayout&>(layout);

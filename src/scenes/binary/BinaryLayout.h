@@ -14,7 +14,7 @@ namespace orbo::Data {
 /// chunks in front of it stay where they are; those in between go to its beginning.
 struct BinaryLayout final : SceneLayout {
     BinaryTrailer trailer;
-    /// The sizes of the two groups, as bytes of the file.
+    /// The size fields of the two groups, as the file holds them.
     std::string mainSize, trailerSize;
 };
 

@@ -15,7 +15,7 @@ using Kind = SceneRecord::Kind;
 
 namespace {
 
-// The zero-terminated string at the beginning of what is left, which is shortened by it.
+// Takes the zero-terminated string at the beginning off `left`.
 std::optional<std::string_view> takeString(std::string_view& left) {
     const std::size_t end = left.find('\0');
     if (end == std::string_view::npos) return std::nullopt;
@@ -36,7 +36,7 @@ std::optional<Kind> kindOfChunk(ChunkTag tag) {
     return std::nullopt;
 }
 
-// The tag tells whose metadata it is: what stands for the name of the scene is passed over.
+// The tag says whose metadata it is. A name in the chunk of the scene itself is ignored.
 std::optional<SceneRecord> parseChunk(ChunkTag tag, std::string data, std::size_t begin) {
     SceneRecord record;
     record.kind = kindOfChunk(tag).value_or(Kind::kStructure);
@@ -86,7 +86,7 @@ bool appendChunk(std::string& out, const SceneRecord& record) {
     return true;
 }
 
-// With the node, as far as its name is there. The chunk may claim any size.
+// Reads no more than a name can have: the chunk may claim any size.
 SceneRecord damagedRecord(Files::File& file, const BinaryChunk& chunk) {
     constexpr std::uint64_t kLongestName = 4096;
     SceneRecord record;

@@ -13,14 +13,14 @@
 
 namespace orbo::Data {
 
-/// Empty for the chunks of others.
+/// The kind of a metadata chunk; empty for all other chunks.
 std::optional<SceneRecord::Kind> kindOfChunk(ChunkTag tag);
 /// Takes the data of a metadata chunk apart, which begins at `begin` and ends with the string;
 /// empty when a text in it has no end.
 std::optional<SceneRecord> parseChunk(ChunkTag tag, std::string data, std::size_t begin);
-/// The message for then.
+/// The message when a chunk cannot be taken apart.
 const char* readFailureOf(SceneRecord::Kind kind);
-/// False for names and texts that cannot end with a zero byte, for they have one inside.
+/// Returns false for names and texts that contain a zero byte, which would end them.
 bool appendChunk(std::string& out, const SceneRecord& record);
 
 /// What can be told of a record whose chunk is damaged: its place and, as far as the name is there,

@@ -15,9 +15,9 @@ using Code = Finding::Code;
 
 namespace {
 
-// Tag, zeros, size and form type of the main group.
+// The size of the main group's tag, zeros, size and form type together.
 constexpr std::size_t kIdentificationSize = 20;
-// Behind that, the headers of the main and of the trailer group with their form types.
+// The headers of main and trailer group, with their form types, stand in front of any chunk.
 constexpr std::uint64_t kSmallestBegin = 2 * kIdentificationSize;
 
 bool isScene(std::string_view identification) {

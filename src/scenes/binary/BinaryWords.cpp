@@ -6,7 +6,7 @@ namespace orbo::Data::AccessorQuil {
 
 namespace {
 
-// Made when first asked for, so that statics anywhere may use the words.
+// Constructed on first use, so that static objects of other files may use the words.
 struct Words {
     std::string formChunk = "FOR8";
     std::string mainFormType = "Quil";

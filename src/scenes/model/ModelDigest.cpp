@@ -35,7 +35,7 @@ class ElementHash final : public ElementVisitor {
 
   private:
     enum class Kind { kBytes, kBooleans, kStrings };
-    /// Values of a chunk that are hashed alike.
+    /// A run of values in a chunk that are hashed in the same way.
     struct Span {
         Kind kind;
         std::uint64_t begin;

@@ -8,9 +8,9 @@
 
 namespace orbo::Data {
 
-/// The same for the same content, as far as the texts of scene files can tell: null is the empty
-/// string, empty channels and the kind of storage do not count, numbers count bit by bit. Equal
-/// digests of other content are as unlikely as any 64 random bits. Good within this process.
+/// Equal for equal content, as far as scene files can tell: a null string equals the empty string,
+/// empty channels and the kind of storage are ignored, numbers are compared bit by bit. Different
+/// content has equal digests with a probability of 2^-64. Valid only within this process.
 std::uint64_t digestOf(const Associations& associations);
 
 }  // namespace orbo::Data

@@ -11,7 +11,8 @@
 
 namespace orbo::Data::ModelPlace {
 
-/// A place in one node; what is null is not known, or not meant.
+/// A place in one node. A null pointer means that this part of the place is unknown or does not
+/// matter.
 struct Spot {
     const std::string& node;
     const Channel* channel = nullptr;

@@ -14,7 +14,7 @@ namespace orbo::Data {
 
 namespace {
 
-/// Appends to a string, which a string stream would give away only as a copy.
+/// Appends to a string. A string stream would cost a copy.
 class AppendingBuffer : public std::streambuf {
   public:
     explicit AppendingBuffer(std::string& text) : fText(text) {}

@@ -13,7 +13,8 @@
 
 namespace orbo::Data {
 
-/// Both are empty, with the format's messages as findings, when the format counts an error.
+/// Both functions return nothing, and add the format's messages as findings, when the format
+/// reports an error.
 std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findings);
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, Findings& findings);

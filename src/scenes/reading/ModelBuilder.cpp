@@ -1,4 +1,4 @@
-// Builds the model from the records of a scene file of either kind.
+// Builds the model from the records of a scene.
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/reading/ModelBuilder.h"
 
@@ -34,7 +34,7 @@ Finding::Code codeOf(ReaderRemarks::Kind kind) {
 
 }  // namespace
 
-/// Structures that associations need but nobody asked for: registered for a while.
+/// Registers structures that associations need but nobody asked for, until the end of a read.
 class ModelBuilder::Helpers {
   public:
     Helpers() = default;
@@ -121,7 +121,7 @@ void ModelBuilder::add(SceneRecord record) {
 void ModelBuilder::strikeOff(const SceneRecord& record) {
     if (!fRequest.strikesOff || !fAssociationNames.isLeft(record.name)) return;
     fAssociationNames.found(record.name);
-    // Without both sets, the reading does not end early.
+    // A read ends early only if both sets were given.
     if (!fRequest.structureNames || !fRequest.associationNames) return;
     if (record.format != AssociationsSerializerRaw::theFormat().formatType()) fNeedsOthers = true;
     for (const RawScan::NamedStructure& needed : RawScan::structuresNamedIn(record.text)) {
@@ -186,7 +186,8 @@ bool ModelBuilder::build(const UnreadAssociations& unread, Accessor::Association
     return true;
 }
 
-// A record of the node that can be read as a whole counts, and so does an earlier part.
+// Does nothing if the node is in the map already, from a record that could be read as a whole or
+// from an earlier part.
 void ModelBuilder::buildPart(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
                              ReadSnapshot& snapshot) {
     const SceneRecord& record = unread.record;
@@ -205,8 +206,8 @@ void ModelBuilder::buildPart(const UnreadAssociations& unread, Accessor::Associa
     fFindings.add(unread.rank, findings);
 }
 
-// Those first that count. Structures that nobody asked for mean to a node what they mean in the
-// whole file.
+// Puts the records that count first. Structures that nobody asked for keep the order of the file:
+// they must mean to a node what they mean to a reader of the whole file.
 void ModelBuilder::sortByPrecedence() {
     if (!fRequest.lastFirst) return;
     std::reverse(fStructures.begin(), fStructures.end());
@@ -226,7 +227,7 @@ ReadSnapshot ModelBuilder::build(Accessor::AssociationsMap& map, Findings& findi
     sortByPrecedence();
     ReadSnapshot snapshot;
     Helpers helpers;
-    // Each goes as soon as it is in the model.
+    // Frees each record as soon as it is in the model.
     for (; !fStructures.empty(); fStructures.pop_front()) {
         registerStructure(fStructures.front(), snapshot, helpers);
     }

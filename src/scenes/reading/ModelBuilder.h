@@ -1,4 +1,4 @@
-// Builds the model from the records of a scene file of either kind.
+// Builds the model from the records of a scene.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -32,8 +32,8 @@ class ModelBuilder {
         const std::set<std::string>* associationNames = nullptr;
         /// Records are added from the last in the file to the first.
         bool lastFirst = false;
-        /// Names are struck off the two sets as records of theirs are added. Of several readable
-        /// records of a name the one added first counts.
+        /// Each name is struck off its set when a record of that name is added. Of several readable
+        /// records of a name the one that was added first counts.
         bool strikesOff = false;
         /// Also finds what readers accept silently, and reads what no model needs.
         bool isCheck = false;
@@ -78,7 +78,7 @@ class ModelBuilder {
     auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank);
     void addRepeated(const UnreadAssociations& repeated);
 
-    /// Of several records of a name the last in the file counts, not the first.
+    /// Whether the last of several records of a name counts, instead of the first.
     [[nodiscard]] bool lastCounts(const std::set<std::string>* namesGiven) const {
         return fRequest.strikesOff && fRequest.lastFirst && namesGiven;
     }

@@ -1,4 +1,4 @@
-// Which names a read is asked for, and which of them it has met.
+// Knows which names a read is asked for, and which of them it has met.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -18,7 +18,7 @@ class NameFilter {
         return !fNames || fNames->count(name) > 0;
     }
     void found(const std::string& name) { fLeft.erase(name); }
-    /// It is wanted, and has not been found.
+    /// The name is wanted and has not been found yet.
     [[nodiscard]] bool isLeft(const std::string& name) const {
         return !fNames || fLeft.count(name) > 0;
     }

@@ -1,4 +1,4 @@
-// Reads the text of a record for those who do not want to hear what is wrong with it.
+// Reads the text of a record without telling what is wrong with it.
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/reading/QuietRead.h"
 

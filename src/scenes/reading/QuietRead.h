@@ -1,4 +1,4 @@
-// Reads the text of a record for those who do not want to hear what is wrong with it.
+// Reads the text of a record without telling what is wrong with it.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -13,8 +13,8 @@
 
 namespace orbo::Data {
 
-/// Both are null when the text cannot be read, for whatever reason. Only memory that runs out,
-/// which says nothing about the text, throws.
+/// Both return null when the text cannot be read, also when its format throws. They throw only
+/// `std::bad_alloc`, which says nothing about the text.
 RefPtr<Structure> tryToReadStructure(const SceneRecord& record);
 std::unique_ptr<Associations> tryToReadAssociations(const SceneRecord& record,
                                                     IndexTypes::Unknown unknownIndexTypes);

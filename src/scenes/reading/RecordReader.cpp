@@ -1,4 +1,4 @@
-// From the texts in a scene file to objects, by the formats that the file names.
+// Turns the texts of a scene into objects, by the formats that the scene names.
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/reading/RecordReader.h"
 
@@ -13,7 +13,7 @@ namespace orbo::Data {
 
 namespace {
 
-// Formats may take their error string for their own, so each call gets a new one.
+// A format may overwrite its error string, so each call gets a new one.
 template <typename Format, typename Owner>
 Owner readBy(const SceneRecord& record, const ReadContext& context, const char* failure,
              Findings& findings) {

@@ -1,4 +1,4 @@
-// From the texts in a scene file to objects, by the formats that the file names.
+// Turns the texts of a scene into objects, by the formats that the scene names.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -14,11 +14,11 @@
 
 namespace orbo::Data {
 
-/// Both give null, and always a finding with it, for a format nobody registered and for text that
-/// it cannot read. They let the exceptions of formats pass.
+/// Both return null and add a finding when nobody registered the format or it cannot read the text.
+/// Exceptions that a format throws pass through.
 RefPtr<Structure> readStructure(const SceneRecord& record, const ReadContext& context,
                                 Findings& findings);
-/// Looks the structures up in the registry.
+/// Looks up structures in this thread's registry.
 std::unique_ptr<Associations> readAssociations(const SceneRecord& record,
                                                const ReadContext& context, Findings& findings);
 

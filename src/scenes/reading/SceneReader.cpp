@@ -39,7 +39,7 @@ class ReadingVisitor final : public FindingsVisitor {
     [[nodiscard]] bool found(const SceneRecordRange& range) override {
         ++fMet;
         std::string bytes;
-        // A record without an end is not read: nobody knows what else the bytes are.
+        // A record without an end mark is not read: its bytes may belong to something else.
         if (range.closed && !read(range, bytes)) return false;
         Finding problem;
         auto record = fKind.parse(range, std::move(bytes), fNodes, problem);

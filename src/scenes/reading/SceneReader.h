@@ -13,9 +13,9 @@
 
 namespace orbo::Data {
 
-/// Adds the content of the input to the map, and its structures to this thread's registry. Gives
-/// what was put there; empty, with a finding, when the input could not be scanned to its end.
-/// `request` tells nothing of the order of records: the kind does.
+/// Adds the content of the input to the map, and its structures to this thread's registry. Returns
+/// what was added; nothing, with a finding, when the input could not be scanned to its end.
+/// `request.lastFirst` is ignored: the kind of scene decides the order of records.
 std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
                                       ModelBuilder::Request request, Accessor::AssociationsMap& map,
                                       Findings& findings);

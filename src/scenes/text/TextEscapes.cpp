@@ -11,7 +11,7 @@ namespace orbo::Data::TextStatement {
 
 namespace {
 
-// The letters of the control characters from 7 on.
+// The letters that stand for the control characters from 7 on.
 constexpr char kFirstNamed = 7;
 constexpr std::string_view kNames = "abtnvfr";
 
@@ -25,7 +25,7 @@ void appendOctal(std::string& out, char c) {
     }
 }
 
-// What a character stands for behind a backslash, where most stand for themselves.
+// The meaning of each character behind a backslash; most characters mean themselves.
 constexpr auto kMeanings = [] {
     std::array<char, 256> meanings{};
     for (std::size_t i = 0; i < meanings.size(); ++i) meanings[i] = static_cast<char>(i);
@@ -35,7 +35,7 @@ constexpr auto kMeanings = [] {
     return meanings;
 }();
 
-// The character that the escape at `at`, behind its backslash, stands for; moves behind it.
+// Decodes the escape at `at`, which points behind the backslash, and moves `at` behind it.
 char escapedCharacter(const char*& at, const char* end) {
     if (isOctal(*at)) {
         unsigned int value = 0;
@@ -47,10 +47,10 @@ char escapedCharacter(const char*& at, const char* end) {
     return kMeanings[static_cast<unsigned char>(*at++)];
 }
 
-// Moves all up to the next backslash or the end; `out` is nowhere behind `at`.
+// Moves everything up to the next backslash, or the end, to `out`, which is at most at `at`.
 void movePlain(char*& out, const char*& at, const char* end) {
     constexpr std::ptrdiff_t kStride = EightBytes::kSize;
-    // Once they are a stride apart, no move touches what is still to be read.
+    // Once `out` is a stride behind `at`, a move overwrites nothing that is still to be read.
     while (EightBytes::kUsable && at - out >= kStride && end - at >= kStride) {
         const EightBytes bytes(at);
         bytes.store(out);
@@ -98,7 +98,7 @@ void unescape(std::string& text, std::size_t begin) {
     for (const char* at = text.data() + begin; at != end;) {
         movePlain(out, at, end);
         if (at == end) break;
-        // A backslash with nothing behind it stands for itself.
+        // A backslash at the end of the text means itself.
         const bool escapes = ++at != end;
         *out++ = escapes ? escapedCharacter(at, end) : '\\';
     }

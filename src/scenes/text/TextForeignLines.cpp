@@ -49,8 +49,8 @@ bool TextForeignLines::isStatementForOthers(std::size_t at) const {
     return false;
 }
 
-// Guards that earlier writes put there go, and come back where they are needed. Where no metadata
-// is left, a statement that nobody reads stays as it was found.
+// Removes the guards of earlier writes and adds those that are needed now. If no metadata is left,
+// a statement that no reader takes stays as it was found.
 void TextForeignLines::appendTo(std::string& out, bool unclosed, bool behindStatements,
                                 bool& isClosed) const {
     for (std::size_t at = 0; at < fLines.size(); ++at) {

@@ -9,16 +9,17 @@
 
 namespace orbo::Data {
 
-/// They go behind the metadata, directly in front of the trailer, where the lines that other
-/// readers glue to what is behind them do no harm. See `TextLinesAhead` for the guards among them.
+/// These lines are written behind the metadata, directly in front of the trailer. Readers that know
+/// no comments join a line without ";" to the line behind it, and there that does no harm. See
+/// `TextLinesAhead` for the guard lines among them.
 class TextForeignLines {
   public:
-    /// In file order, with their line feeds; the views outlive this. `unclosed` lines are those of
-    /// a statement that lacks its ";".
+    /// To be called in file order; the line includes its line feed and outlives this object.
+    /// `unclosed` says that it belongs to a statement that lacks its ";".
     void add(std::string_view line, bool unclosed);
 
-    /// Appends them in their order, but unclosed statements last, so that no other line can close
-    /// them. `isClosed` tells whether the line in front ends with ";".
+    /// Appends the lines in their order, but unclosed statements last, so that no other line closes
+    /// them. `isClosed` says that the line in front of them ends with ";".
     void appendTo(std::string& out, bool behindStatements, bool isClosed) const;
 
   private:
@@ -27,7 +28,7 @@ class TextForeignLines {
         bool unclosed;
     };
 
-    /// The line there is a guard for the one behind it.
+    /// Whether the line is a guard that mutes the next one.
     [[nodiscard]] bool mutesTheNext(std::size_t at) const;
     [[nodiscard]] bool isStatementForOthers(std::size_t at) const;
     void appendTo(std::string& out, bool unclosed, bool behindStatements, bool& isClosed) const;

@@ -44,7 +44,7 @@ class StatementScan {
     ScanEnd run() {
         const Result found = fScanner.findTrailer();
         if (isFailure(found)) return failed(found, TextMessages::ofTrailer(found));
-        // Without a known trailer, what was met may yet turn out to lie behind it.
+        // Until the trailer is known, the statements met so far may lie behind it.
         while (!fScanner.trailer() || fVisitor.wantsMore()) {
             SceneRecordRange range;
             const Result result = fScanner.next(range);
@@ -156,7 +156,7 @@ bool TextKind::format(const SceneRecord& record, std::string& bytes) const {
     std::string statement;
     TextStatement::append(statement, record);
     if (isStructure) {
-        // Quotes in names are not escaped, so there are names that end the statement.
+        // Quotes in structure texts are not escaped, so some names would end the statement.
         const char* ignored = nullptr;
         const auto readBack = TextStatement::parse(record.kind, statement, ignored);
         if (!readBack || !readBack->plain || readBack->text != record.text) return false;

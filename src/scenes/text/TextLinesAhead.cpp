@@ -13,8 +13,7 @@ bool isGuard(const Files::LineDescriptor& line, std::string_view guard) {
 
 }  // namespace
 
-// A section behind several closing guards owns the last one: so it takes away what it has put
-// there.
+// Of several closing guards only the last one is ours: a later write takes away exactly that.
 void TextLinesAhead::add(const Files::LineDescriptor& line) {
     if (fComplete) return;
     if (fGuard == Guard::kClosing && fAtGuards && isGuard(line, kClosingGuard)) return;

@@ -9,27 +9,27 @@
 
 namespace orbo::Data {
 
-/// Some readers know no comments: they take a line without a ";" for the beginning of the statement
-/// behind it, whatever the line is. Two lines, which are comments for everybody else, keep them
-/// from that. "//;" in front of the section closes what stands ahead of it; "//" in front of a line
-/// that must not act as a statement makes it a part of one that means nothing.
+/// Some readers know no comments: they join every line without a ";" to the statement behind it.
+/// Two guard lines, which are comments for all other readers, prevent damage. The line "//;" in
+/// front of the section ends whatever stands ahead of it. The line "//" in front of a line that
+/// must not act as a statement joins it to a meaningless one.
 class TextLinesAhead {
   public:
     static constexpr std::string_view kClosingGuard = "//;\n";
     static constexpr std::string_view kMutingGuard = "//\n";
 
-    /// Nothing is known yet of what is in front of the place.
+    /// Knows nothing yet about the lines in front of the place.
     explicit TextLinesAhead(std::uint64_t place) : fBegin(place) {}
 
-    /// To be told of one line after the other, the nearest first.
+    /// To be called for each line, the nearest first.
     void add(const Files::LineDescriptor& line);
 
-    /// Where the line "//;" or "//" begins that ends at the place; the place itself without one.
+    /// Where the guard line begins that ends at the place; the place itself without one.
     [[nodiscard]] std::uint64_t begin() const { return fBegin; }
     [[nodiscard]] bool haveMutingGuard() const { return fGuard == Guard::kMuting; }
-    /// Only where a section needs the line is it taken for one that a write has put there.
+    /// A line "//;" counts as ours only where a section needs it.
     [[nodiscard]] bool haveClosingGuard() const { return fGuard == Guard::kClosing && !fClosed; }
-    /// The last line that is neither blank nor such a guard ends with ";".
+    /// Whether the last line that is neither blank nor a guard ends with ";".
     [[nodiscard]] bool closed() const { return fClosed; }
 
   private:

@@ -23,18 +23,18 @@ inline constexpr const char* kSceneFailed = "Could not write scene associations 
 inline constexpr const char* kRestFailed = "Failed to append the file trailer.";
 inline constexpr const char* kStartSeekFailed = "Could not seek to metadata start.";
 
-/// When a read comes to bytes that cannot be read.
+/// The message when a read meets bytes that cannot be read.
 inline const char* ofReading(TextSceneScanner::Result result) {
     return result == TextSceneScanner::Result::kSeekFailed ? kSeekFailed : kReadFailed;
 }
 
-/// When a write looks for the trailer.
+/// The message when a write cannot look for the trailer.
 inline const char* ofTrailer(TextSceneScanner::Result result) {
     return result == TextSceneScanner::Result::kSeekFailed ? kTrailerSeekFailed
                                                            : kTrailerReadFailed;
 }
 
-/// When a write looks for the metadata, from its end to its beginning.
+/// The message when a write, which looks for the metadata from its end on, cannot read the file.
 inline const char* ofSearch(TextSceneScanner::Result result, bool metStatements) {
     if (result == TextSceneScanner::Result::kSeekFailed) {
         return metStatements ? "Could not seek to the first metadata block."

@@ -22,7 +22,7 @@ bool endsWith(std::string_view text, std::string_view end) {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-// Null when all is well.
+// Returns null when the header is right.
 const char* problemOf(std::string_view line, bool cutOff) {
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
     const std::string start = AccessorQuil::Ascii::getHeaderPrefix() + ' ';

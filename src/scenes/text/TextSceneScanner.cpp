@@ -23,7 +23,7 @@ bool isTrailer(std::string_view line) {
     return Ascii::startsWith(line, AccessorQuil::Ascii::getTrailerPrefix());
 }
 
-// Of a search that ended: `kDone` when it came to the beginning.
+// Tells why a search ended; `kDone` when it reached the beginning.
 TextSceneScanner::Result failureOf(BackwardLineReader::Result result) {
     using Result = TextSceneScanner::Result;
     if (result == BackwardLineReader::Result::kSeekFailed) return Result::kSeekFailed;
@@ -78,7 +78,7 @@ void TextSceneScanner::noteBeginOfStatement(std::uint64_t at) {
     fClose.reset();
 }
 
-// Without a trailer so far, the scene's own commands may be text behind one.
+// As long as no trailer was met, scene commands may be text behind it.
 TextSceneScanner::Result TextSceneScanner::trailerInFront() {
     LineDescriptor line;
     BackwardLineReader::Result result = BackwardLineReader::Result::kLine;
@@ -96,7 +96,8 @@ TextSceneScanner::Result TextSceneScanner::next(SceneRecordRange& statement) {
         if (line.blank) continue;
         if (!fTrailer && isTrailer(line.head())) return foundTrailer(line.begin);
         if (endsScan(line)) return fTrailer ? Result::kDone : trailerInFront();
-        // What begins like a command may be the middle of a statement; the line in front tells.
+        // A line that begins like a command may be the middle of a statement: whether the line in
+        // front of it ends with ";" tells.
         fBehindSceneCommand = TextStatement::isSceneCommand(line.head());
         if (TextStatement::isComment(line.head())) continue;
         if (line.closed) fClose = line.end;

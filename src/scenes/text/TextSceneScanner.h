@@ -13,46 +13,45 @@
 
 namespace orbo::Data {
 
-/// Gives statements from the last to the first and stops at the last of the scene's own commands
-/// whose line stands behind a line that ends with ";", be that a comment. Works on
-/// descriptions of lines, so its memory does not grow with the scene: whoever wants a statement
-/// reads its range.
+/// Gives the ranges of statements from the last to the first. Stops at the last scene command that
+/// stands behind a line that ends with ";", which may be a comment. Works on descriptions of lines,
+/// so its memory does not grow with the scene.
 ///
-/// A statement begins where a line begins with its command word, whatever stands before, and runs
-/// to the first line that ends with ";". Lines that begin with "//" belong to no statement.
+/// A statement begins with a line that begins with its command word, and runs to the first line
+/// that ends with ";". Lines that begin with "//" belong to no statement.
 class TextSceneScanner {
   public:
     enum class Result {
         kStatement,
-        /// The end of the metadata, met behind statements: those are none.
+        /// The trailer was met; all statements behind it are no metadata.
         kTrailer,
         kDone,
         kSeekFailed,
         kReadFailed
     };
 
-    /// The range begins at the beginning of a line. The file outlives the scanner.
+    /// `begin` is the beginning of a line. The file outlives the scanner.
     TextSceneScanner(Files::File& file, std::uint64_t begin, std::uint64_t end);
 
     /// Looks for the trailer in the last 64 KiB, which saves most files from being read further.
-    /// First of all or not at all; `kDone` also when there is none.
+    /// To be called before `next`, if at all. Returns `kDone` when the trailer is not there.
     Result findTrailer();
-    /// In place of `findTrailer`: the range ends where the trailer begins.
+    /// To be called in place of `findTrailer` when the range ends where the trailer begins.
     void trailerIsAtEnd() { fTrailer = fEnd; }
     Result next(SceneRecordRange& statement);
 
-    /// Where the bytes begin that were read last, or that could not be.
+    /// Offset of the block that was read last, or that could not be read.
     [[nodiscard]] std::uint64_t position() const { return fPosition; }
-    /// Where the trailer line begins, as far as it has been met.
+    /// Offset of the trailer line, once it was met.
     [[nodiscard]] std::optional<std::uint64_t> trailer() const { return fTrailer; }
-    /// What is in front of the statement met last, or of the trailer; as far as it has been met.
+    /// The lines in front of the statement met last, or of the trailer, as far as they were read.
     [[nodiscard]] const TextLinesAhead& linesAhead() const { return fLinesAhead; }
 
   private:
     Files::BackwardLineReader::Result previous(Files::LineDescriptor& line);
     Result foundTrailer(std::uint64_t at);
     Result trailerInFront();
-    /// True when the line is the one that the scan ends at.
+    /// Whether the scan ends at this line.
     bool endsScan(const Files::LineDescriptor& line) const;
     void noteBeginOfStatement(std::uint64_t at);
 
@@ -63,7 +62,7 @@ class TextSceneScanner {
     std::uint64_t fPosition;
     std::optional<std::uint64_t> fTrailer;
 
-    // Of what lies behind the present line, all that is remembered:
+    // Everything the scanner remembers about the lines behind the present one:
     std::optional<std::uint64_t> fClose;  // where a statement that begins here ends
     std::uint64_t fNextBegin;             // of the next statement of any kind
     TextLinesAhead fLinesAhead;           // of it or of the trailer

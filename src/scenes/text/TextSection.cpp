@@ -42,7 +42,7 @@ constexpr std::array<const char*, 3> kFailures = {
 
 }  // namespace
 
-// A guard in front of the section belongs to what it was written for.
+// A muting guard stays with a statement that was not understood; a closing guard is replaced.
 std::uint64_t TextSection::begin() const {
     if (fLayout.records.empty()) return *fLayout.trailer;
     const TextLinesAhead& ahead = fLayout.linesAhead;
@@ -66,7 +66,7 @@ std::uint64_t TextSection::understoodEnd() const {
     return 0;
 }
 
-// Blank lines between statements go; in a statement that was not understood they may mean
+// Drops blank lines between statements. In a statement that was not understood they may mean
 // something.
 TextForeignLines TextSection::foreignLines() const {
     TextForeignLines lines;

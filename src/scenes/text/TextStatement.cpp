@@ -17,7 +17,7 @@ namespace {
 
 using Kind = SceneRecord::Kind;
 
-// Ends of lines; the line feeds are what separates lines.
+// Blanks at the ends of lines; line feeds separate lines.
 constexpr std::string_view kLineBlanks = " \t\r";
 
 const std::string& command(Kind kind) {
@@ -37,7 +37,7 @@ const std::string& valueFlag(Kind kind) {
 
 const std::string& sceneFlag() { return AccessorQuil::Ascii::getApplyMetadataCommandSceneFlag(); }
 
-// One blank between lines; blank lines and comments belong to no statement.
+// Joins lines with one blank. Blank lines and comments belong to no statement.
 void joinLines(std::string& text) {
     std::size_t out = 0;
     for (std::size_t begin = 0; begin < text.size();) {
@@ -61,7 +61,7 @@ std::string_view takeWord(std::string_view& text) {
     return word;
 }
 
-// Of a text without blanks at its end.
+// `text` has no blanks at its end.
 std::string_view takeLastWord(std::string_view& text) {
     const std::size_t blank = text.find_last_of(Ascii::kBlanks);
     const std::size_t begin = blank == std::string_view::npos ? 0 : blank + 1;
@@ -77,7 +77,7 @@ bool hasNoWordBut(std::string_view allowed, std::string_view text) {
     return true;
 }
 
-// Where the quotes of the two values are.
+// The positions of the quotes around the two values.
 struct Quotes {
     std::array<std::size_t, 4> at{};
 
@@ -85,7 +85,7 @@ struct Quotes {
         at[0] = text.find('"');
         at[1] = text.find('"', at[0] + 1);
         at[2] = text.find('"', at[1] + 1);
-        // The last one there is closes the value, so that quotes inside need no care here.
+        // The last quote closes the value, so quotes inside need no care here.
         at[3] = text.rfind('"');
     }
     [[nodiscard]] bool complete() const {
@@ -97,12 +97,12 @@ struct Quotes {
     }
 };
 
-// Whether what stands between the quotes of the text, and behind them, is more than one value.
+// Tells whether the text between the outer quotes is more than one value.
 struct Rest {
     bool endsEarly = false;  // a quote without a backslash ends the text
     bool isSeveral = false;  // a ";" outside of quotes ends the statement
 
-    // Structures do not escape their quotes, so only what stands behind one tells.
+    // Quotes in structure texts are not escaped: only the character behind one tells what it is.
     Rest(Kind kind, std::string_view text) {
         bool quoted = true;
         for (std::size_t at = 0; at < text.size(); ++at) {

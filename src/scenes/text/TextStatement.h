@@ -1,4 +1,4 @@
-// The two metadata statements of text scenes: their texts, read and written.
+// The two metadata statements of text scenes, taken apart and put together.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -11,9 +11,9 @@
 
 namespace orbo::Data::TextStatement {
 
-/// Empty when a line begins neither of the statements.
+/// The kind of the statement that begins with this line; empty when none does.
 std::optional<SceneRecord::Kind> kindOf(std::string_view line);
-/// A line begins one of the scene's own statements that end the metadata.
+/// Whether the line begins one of the scene's own statements, which end the metadata.
 bool isSceneCommand(std::string_view line);
 bool isComment(std::string_view line);
 
@@ -24,42 +24,42 @@ struct Parts {
     std::size_t textBegin = 0;
     std::size_t textEnd = 0;
 
-    /// The text in the line.
+    /// The value, still with its escapes.
     [[nodiscard]] std::string_view escapedText() const {
         return std::string_view(line).substr(textBegin, textEnd - textBegin);
     }
 };
 
 /// Takes a whole statement apart, from its command word to the end of the line that its ";" closes.
-/// Takes it as other readers do: what a line begins with makes it one, the first quoted value is
-/// the format, all from the third quote to the last is the text, the last word is the target.
-/// Without these, or with a ";" outside of quotes, it is not understood: nothing is returned and
-/// `message` says so.
+/// Takes it as other readers do: its first word decides the kind, the first quoted value is the
+/// format, everything from the third quote to the last is the text, the last word is the target.
+/// Returns nothing, and sets `message`, when one of these is missing or a ";" stands outside of
+/// quotes.
 std::optional<SceneRecord> parse(SceneRecord::Kind kind, std::string statement,
                                  const char*& message);
 /// The same in two steps, for callers that may not want the text.
 std::optional<Parts> takeApart(SceneRecord::Kind kind, std::string statement, const char*& message);
 SceneRecord unescaped(Parts parts);
-/// A statement that `parse` understands, for readers that take comments in it for a part of it and
-/// want a blank in front of the target: as it is, or in one line and without its comments.
+/// Makes a statement that `parse` understands readable for readers that know no comments and want a
+/// blank in front of the target. Joins its lines only if there are comments among them.
 std::string forOtherReaders(std::string_view statement);
-/// The node of an associations statement that `parse` does not understand, as far as it can be
-/// told; empty for the scene itself.
+/// The node of an associations statement that `parse` does not understand, if it can be told; the
+/// empty string is the scene itself.
 std::optional<std::string> nodeOf(std::string_view statement);
 /// The message about a statement without a ";" of its own.
 const char* unreadableMessage(SceneRecord::Kind kind);
 
-/// Appends the statement that `parse` gives the record back for. Format and name contain nothing
-/// that needs quotes; see `canBeTarget`.
+/// Appends the statement from which `parse` gets the record back. The format contains no quotes,
+/// and the name passes `canBeTarget`.
 void append(std::string& out, const SceneRecord& record);
 /// False for node names that a statement cannot carry.
 bool canBeTarget(std::string_view nodeName);
 
-/// Undoes both escapes, in place; what stands in front of `begin` goes.
+/// Undoes the escapes of both kinds of text in place, and removes everything in front of `begin`.
 void unescape(std::string& text, std::size_t begin = 0);
-/// Of structure texts, which is all that other readers undo there.
+/// Escapes a structure text: only line feeds, which is all that other readers undo there.
 void appendEscapedLines(std::string& out, std::string_view text);
-/// Of associations texts.
+/// Escapes an associations text.
 void appendEscaped(std::string& out, std::string_view text);
 
 }  // namespace orbo::Data::TextStatement

@@ -62,7 +62,7 @@ bool isFinite(const Member& member, const char* chunk) {
     }
 }
 
-// Null when the index reads back as it is.
+// Returns null when the index reads back as it is.
 const char* problemOf(const Index& index, const Stream& stream) {
     if (index.typeName() != stream.indexType()) return "index of another type than the stream's";
     if (!index.complexIndex()) return nullptr;

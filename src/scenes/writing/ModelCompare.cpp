@@ -27,7 +27,7 @@ const char* stringAt(const char* slots, unsigned int i) {
     return text ? text : "";
 }
 
-// Both chunks are laid out alike.
+// Both chunks have the same layout.
 bool isSame(const Member& member, const char* left, const char* right) {
     left += member.offset();
     right += member.offset();

@@ -11,13 +11,13 @@
 
 namespace orbo::Data {
 
-/// The same content, as far as the texts of scene files can tell; see below.
+/// Whether both have the same content, as far as scene files can tell; see `differenceOf`.
 bool isSame(const Associations& left, const Associations& right);
 
 /// The first place where what was read back differs from the model, as a finding without code;
 /// empty when there is none. Structures are looked up in this thread's registry; both sides may
-/// have more than `model` asks for. Null and the empty string are the same, empty channels and the
-/// kind of storage do not count, numbers are compared bit by bit.
+/// have more than `model` asks for. A null string equals the empty string, empty channels and the
+/// kind of storage are ignored, numbers are compared bit by bit.
 std::optional<Finding> differenceOf(const WrittenModel& model,
                                     const Accessor::AssociationsMap& readBack);
 

@@ -27,7 +27,7 @@ using Code = Finding::Code;
 
 enum class NumberProblem { kNone, kNotFinite, kBeyondSixDigits };
 
-// Six digits are what a write without `WritePolicy::exactNumbers` gives.
+// A write without `WritePolicy::exactNumbers` writes six digits.
 template <typename T>
 NumberProblem problemOf(T number) {
     if (!std::isfinite(number)) return NumberProblem::kNotFinite;
@@ -39,7 +39,7 @@ NumberProblem problemOf(T number) {
     return again == number ? NumberProblem::kNone : NumberProblem::kBeyondSixDigits;
 }
 
-// Of the numbers in a member's values, the worst; not finite is worse.
+// The worst problem of a member's numbers; a number that is not finite is the worst of all.
 template <typename T>
 NumberProblem worstOf(const char* values, std::uint64_t count) {
     NumberProblem worst = NumberProblem::kNone;

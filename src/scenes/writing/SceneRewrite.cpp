@@ -16,7 +16,7 @@ using Step = FileRewrite::Step;
 constexpr const char* kWayOut =
     " Without one it can be written: WritePolicy::durable off, or quilmeta --no-journal.";
 
-// A full disk is no reason to write without one.
+// Suggests to do without a journal only where a journal is forbidden, not on a full disk.
 bool isForbidden(const std::error_code& error) {
     return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
            error == std::errc::read_only_file_system || error == std::errc::filename_too_long;
@@ -71,7 +71,7 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
     return {};
 }
 
-// What the file holds now, and what becomes of it.
+// Says what the file holds now, and what becomes of it.
 std::string messageOfRefusedUndo(const FileRewrite::Outcome& outcome, const std::string& journal) {
     using Content = FileRewrite::Content;
     const bool isNew = outcome.content == Content::kNew;

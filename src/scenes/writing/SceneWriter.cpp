@@ -29,7 +29,7 @@ Finding refusal(std::string message, const std::optional<std::string>& node = {}
     return finding;
 }
 
-// A format does not know what it is asked to write.
+// Names the place in front of a format's messages, which the format does not know.
 std::string at(const std::string& place, const Findings& findings) {
     std::string messages;
     findings.appendTo(messages);
@@ -57,7 +57,7 @@ SceneWriter::SceneWriter(const SceneKind& kind, const Accessor& accessor,
     fWritten.partialNodes = snapshot.partialNodes;
 }
 
-// False without a problem as well: for `return fail(...)`.
+// Always returns false, for `return fail(...)`.
 bool SceneWriter::fail(std::optional<Finding> problem) const {
     if (!problem) return false;
     problem->code = Code::kWriteFailed;
@@ -123,7 +123,7 @@ bool SceneWriter::decide(ScenePlan& plan) {
     return true;
 }
 
-// Kinds that take no foreign records keep a write from happening.
+// A strict kind cannot keep a record that it does not understand.
 bool SceneWriter::checkUnderstood() const {
     if (!fKind.traits().strict) return true;
     for (const SceneLayout::Item& item : fLayout->records) {
@@ -135,7 +135,7 @@ bool SceneWriter::checkUnderstood() const {
     return true;
 }
 
-// What is as the file has it came from there, and goes back the same way.
+// Records that stay as the file has them need no check: the file can carry them.
 bool SceneWriter::checkNewRecords(const std::set<std::string>& structures,
                                   const std::set<std::string>& nodes) const {
     for (const auto& structure : fModel.structures()) {
@@ -207,7 +207,7 @@ bool SceneWriter::formatNode(const std::string& name, std::string& bytes) const 
     return fKind.format(*record, bytes) || fail(refusal(place + ": name cannot be written", name));
 }
 
-// Reads the file as it will be, by the very functions that will read it.
+// Reads the file as it will be, with the functions that will read it later.
 bool SceneWriter::verify(SceneInput& input) const {
     const StructureRegistry::SetAside fileStructures;
     std::set<std::string> nodes;

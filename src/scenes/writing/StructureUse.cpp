@@ -1,4 +1,4 @@
-// Which structures a record needs that a write leaves in the file.
+// Finds which structures a kept record needs.
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/writing/StructureUse.h"
 
@@ -94,7 +94,7 @@ class Withheld {
     std::vector<RefPtr<Structure>> fStructures;
 };
 
-// A reader may need a structure for what it passes over.
+// A reader may need a structure for a part of the text that it then ignores.
 bool readsTheSameWithout(const Uses& structures, const SceneRecord& record,
                          const Associations& associations) {
     const Withheld withheld(structures);
@@ -102,8 +102,8 @@ bool readsTheSameWithout(const Uses& structures, const SceneRecord& record,
     return again && isSame(associations, *again);
 }
 
-// Of structures that the text names and the model does not use. Withholding them one by one tells
-// which are needed; where only several together are, all of them count.
+// Some structures that the text names are not used by what was read. Withholding them one by one
+// shows which are needed; if only several together are, all of them count.
 Uses neededOf(const Uses& named, const SceneRecord& record, const Associations& associations) {
     if (named.empty() || readsTheSameWithout(named, record, associations)) return {};
     Uses needed;

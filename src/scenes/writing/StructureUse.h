@@ -1,4 +1,4 @@
-// Which structures a record needs that a write leaves in the file.
+// Finds which structures a kept record needs.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -14,7 +14,7 @@
 
 namespace orbo::Data {
 
-/// What associations use a structure for, or may.
+/// A use of a structure by associations that stay in the file, or a possible one.
 struct StructureUse {
     std::string structure;
     std::optional<std::string> node;  // empty for the scene; none where it cannot be told
@@ -22,12 +22,12 @@ struct StructureUse {
     std::string words;                // "Node 'n', channel 'c', stream 's'"
 };
 
-/// The structures out of `names` that the associations need, each once. This thread's registry
-/// holds all structures of the file; it changes for the duration of the call. A text in a format
+/// Tells which of the structures in `names` the associations need, each once. This thread's
+/// registry holds the structures of the file and is changed during the call. A text in a format
 /// that nobody registered may need any of them.
 std::vector<StructureUse> usesOf(const SceneRecord& record, const std::set<std::string>& names);
 
-/// The same for the bytes of a statement that could not be snapshot apart.
+/// The same for the bytes of a statement that could not be taken apart.
 std::vector<StructureUse> usesIn(std::string_view statement, const std::set<std::string>& names);
 
 }  // namespace orbo::Data

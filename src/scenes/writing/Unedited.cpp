@@ -19,7 +19,7 @@ bool isTaken(const Structure& structure, const ReadSnapshot& snapshot) {
            found->second->members() == Layout::of(structure).members();
 }
 
-// What only streams have of structures belongs to the nodes, which are compared with all of it.
+// Structures that only streams have are compared as a part of their nodes.
 bool structuresAreUnedited(const Accessor& accessor, const ReadSnapshot& snapshot) {
     const WrittenModel model(accessor, snapshot, accessor.writePolicy().addMissingStructures);
     std::size_t same = 0;

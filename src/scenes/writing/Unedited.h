@@ -8,8 +8,8 @@
 
 namespace orbo::Data {
 
-/// Whether a write of the model would store what was read from the file and nothing else. False
-/// also when that cannot be told for some node.
+/// Whether a write of the model would store exactly what was read from the file. Also false when
+/// that cannot be told for some node.
 bool isUnedited(const Accessor& accessor, const ReadSnapshot& snapshot);
 
 }  // namespace orbo::Data

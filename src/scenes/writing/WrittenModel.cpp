@@ -29,7 +29,7 @@ WrittenModel::WrittenModel(const Accessor& accessor, const ReadSnapshot& snapsho
                            bool addMissingStructures)
     : fEntries(accessor.associations()), fPartialNodes(snapshot.partialNodes) {
     for (const Structure* structure : accessor.structures()) fStructures.emplace_back(structure);
-    // Names may have changed since the set put them in order.
+    // Structures may have been renamed since the set sorted them.
     sortByName(fStructures);
     for (const auto& entry : accessor.associations()) {
         const bool isPart = snapshot.partialNodes.count(entry.first) > 0;

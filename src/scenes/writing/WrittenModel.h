@@ -15,7 +15,7 @@
 
 namespace orbo::Data {
 
-/// Keeps the structures alive, and refers to the accessor's associations.
+/// Holds references on the structures, and refers to the accessor's associations.
 class WrittenModel {
   public:
     struct Node {
@@ -26,17 +26,17 @@ class WrittenModel {
     /// Leaves out the nodes that were read in part. The accessor outlives the model.
     WrittenModel(const Accessor& accessor, const ReadSnapshot& snapshot, bool addMissingStructures);
 
-    /// By name, byte by byte; with those that only streams have if the policy asks for them.
+    /// Sorted by name, byte by byte. Includes structures that only streams have, if asked for.
     [[nodiscard]] const std::vector<RefPtr<const Structure>>& structures() const {
         return fStructures;
     }
-    /// By name; those without channels are not written.
+    /// Sorted by name, without nodes that have no channels: these are not written.
     [[nodiscard]] const std::vector<Node>& nodes() const { return fNodes; }
 
     /// Null when no structure of that name is written.
     [[nodiscard]] const Structure* structure(const std::string& name) const;
     [[nodiscard]] bool hasNode(const std::string& name) const;
-    /// Also when there is nothing in it to write; null when the accessor has no such entry.
+    /// The accessor's entry, also if it is empty; null without one.
     [[nodiscard]] const Associations* entry(const std::string& node) const;
     /// The names of all entries, in order; nodes that were read in part are not among them.
     [[nodiscard]] std::vector<std::string> entryNames() const;
