@@ -13,6 +13,7 @@
 
 #include "core/Layout.h"
 #include "scenes/Findings.h"
+#include "scenes/writing/MergeReason.h"
 #include "scenes/writing/StructureUse.h"
 
 /// The decision is one function of facts: `merge`. It opens no file, parses no text and keeps no
@@ -88,30 +89,6 @@ enum class Action {
     kAdd,      ///< made from the model; the file has nothing of the name
     kDrop,
 };
-
-/// Why: the rows of the table in docs/architecture.md.
-enum class Reason {
-    kNotUnderstood,
-    kStructureUnreadable,
-    kStructureOfOthers,
-    kStructureErased,
-    kStructureNeeded,
-    kStructureSame,
-    kStructureDuplicateSame,
-    kStructureChanged,
-    kStructureConflict,
-    kStructureNew,
-    kNodeOfOthers,
-    kNodeUnreadable,
-    kNodeSame,
-    kNodeEmptySame,
-    kNodeSameInOtherWords,
-    kNodeRemoved,
-    kNodeChanged,
-    kNodeNew,
-    kRepeatsModel,
-};
-const char* nameOf(Reason reason);
 
 /// One record of the new section, or one that goes from the file.
 struct Item {
