@@ -133,6 +133,7 @@ TEST_F(StructureEdits, AreRefusedWhereRecordsThatStayNeedThem) {
         {"the scene", a + n1 + replaced(n2, "n2", "-scn"), "*|n1", "Scene" + place},
         {"unreadable", a + n1 + unreadable, "*|*", "Node 'n2'" + place},
         {"hidden", a + b + usesB + replaced(n2, "n2", "n1"), "*|*", "Node 'n1'" + place},
+        {"in front of what was read", a + b + n1 + usesB, "*|n1", "Node 'n1'" + place},
         {"unknown format", a + n1 + replaced(n2, "raw", "odd"), "*|*",
          "Node 'n2', in format 'odd'"},
         {"not understood", a + n1 + replaced(n2, "\t\tn2", "\t\t"), "*|*",

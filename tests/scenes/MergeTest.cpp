@@ -115,7 +115,8 @@ const Row kRows[] = {
        "keep A#0 structure-needed, keep n#1 node-empty | structure-kept"}}},
     {"node-in-other-words",
      {{"A:x n=1(A) n=2", "A:x n=1", "n=1", "careful",
-       "refused: Structure 'A' is in the file 2 times"},
+       "rewrite n node-in-other-words, keep n#2 node-in-other-words, drop A#0 structure-erased, "
+       "drop n#1 node-in-other-words"},
       {"n=1' n=2", "n=1", "n=1", "careful",
        "rewrite n node-in-other-words, keep n#1 node-in-other-words, drop n#0 node-in-other-words"},
       // Only the text of what the model has counts; the others need nothing new.
