@@ -126,12 +126,12 @@ class MergeQuestioning {
 ///     A:xy   structure A with the members x and y     n=1      node n with the content 1
 ///     A:?    its text cannot be read                  n=?      its text cannot be read
 ///     A:!    its statement was not understood         n=!      its statement was not understood
-///                                                     n=1'     readable with the model's structures
-///                                                     n=part   read in part
+///                                                     n=1'     readable with the model's
+///                                                     structures n=part   read in part
 ///
 /// The scene is the node without name, and a node without content ends with "=". Records may go on
-/// with "(A,B)", structures that the text names, "+" for a statement that holds more than is written
-/// of it, "*" for bytes that the write would make for the model. Policies are "careful",
+/// with "(A,B)", structures that the text names, "+" for a statement that holds more than is
+/// written of it, "*" for bytes that the write would make for the model. Policies are "careful",
 /// "rewrites-all" and "scene-first".
 class MergeNotation {
   public:

@@ -124,8 +124,8 @@ bool isSame(const Merge::Plan& left, const Merge::Plan& right) {
     const auto& findings = left.findings.all();
     const auto& others = right.findings.all();
     return std::equal(findings.begin(), findings.end(), others.begin(), others.end(), areSame) &&
-           std::equal(left.items.begin(), left.items.end(), right.items.begin(),
-                      right.items.end(), areSame) &&
+           std::equal(left.items.begin(), left.items.end(), right.items.begin(), right.items.end(),
+                      areSame) &&
            left.structuresOfTheFile == right.structuresOfTheFile;
 }
 
@@ -197,8 +197,8 @@ bool isLeftAlone(const MergeCase& known, const Merge::RecordFacts& dropped) {
     if (read == known.read.nodes.end()) return known.model.nodes.count(name) == 0;
     if (!*read->second.unedited) return false;
     for (const Merge::RecordFacts& record : known.records) {
-        const bool isRead = record.text == Text::kReadable ||
-                            record.text == Text::kReadableWithModel;
+        const bool isRead =
+            record.text == Text::kReadable || record.text == Text::kReadableWithModel;
         if (record.kind == Kind::kAssociations && record.name == name && isRead &&
             *record.sameAsModel) {
             return true;
@@ -266,9 +266,9 @@ TEST_P(MergeLaws, HoldForRandomCases) {
         const MergeCase& known = random.get();
         const Merge::Plan plan = MergeQuestioning(known).plan();
         const Merge::Plan expected = ObviousMerge(known).plan();
-        ASSERT_TRUE(isSame(plan, expected)) << seed << ' ' << wordsOf(known) << "\nmerge:   "
-                                            << wordsOf(plan, known) << "\nobvious: "
-                                            << wordsOf(expected, known);
+        ASSERT_TRUE(isSame(plan, expected))
+            << seed << ' ' << wordsOf(known) << "\nmerge:   " << wordsOf(plan, known)
+            << "\nobvious: " << wordsOf(expected, known);
         if (plan.refusal) continue;
         ++plans;
         const auto shown = [&] { return wordsOf(known) + '\n' + wordsOf(plan, known); };

@@ -1,5 +1,5 @@
-// What becomes of the records of a scene: each row of the table in docs/architecture.md by its name.
-// SPDX-License-Identifier: Apache-2.0
+// What becomes of the records of a scene: each row of the table in docs/architecture.md by its
+// name. SPDX-License-Identifier: Apache-2.0
 #include <string>
 #include <vector>
 
@@ -35,8 +35,9 @@ const Row kRows[] = {
       {"A:y", "A:x", "", "careful", "keep A#0 structure-of-others"}}},
     {"structure-erased",
      {{"A:x", "A:x", "", "careful", "drop A#0 structure-erased"},
-      {"A:x A:y", "A:x", "", "", "drop A#0 structure-erased, drop A#1 structure-erased"
-                                 " | record-dropped"},
+      {"A:x A:y", "A:x", "", "",
+       "drop A#0 structure-erased, drop A#1 structure-erased"
+       " | record-dropped"},
       {"A:x A:y", "A:x", "", "careful",
        "refused: Structure 'A' is in the file 2 times; a change would drop the others"}}},
     {"structure-needed",
@@ -86,7 +87,8 @@ const Row kRows[] = {
        "needs it"}}},
     {"structure-new", {{"A:x", "", "B:x A:x", "", "keep A#0 structure-same, add B structure-new"}}},
     {"node-of-others",
-     {{"n=1 n=2", "", "m=1", "", "keep n#0 node-of-others, keep n#1 node-of-others, add m node-new"},
+     {{"n=1 n=2", "", "m=1", "",
+       "keep n#0 node-of-others, keep n#1 node-of-others, add m node-new"},
       {"n=1", "", "n=", "careful", "keep n#0 node-of-others"}}},
     {"node-in-part",
      {{"n=1 n=2", "n=part", "n=part", "careful", "keep n#0 node-in-part, keep n#1 node-in-part"},
@@ -103,8 +105,7 @@ const Row kRows[] = {
     {"node-same",
      {{"n=1 n=2 =1", "n=1 =1", "n=1 =1", "careful",
        "keep n#0 node-same, keep n#1 node-same, keep scene#2 node-same"},
-      {"=1 n=1", "n=1 =1", "n=1 =1", "scene-first",
-       "keep scene#0 node-same, keep n#1 node-same"},
+      {"=1 n=1", "n=1 =1", "n=1 =1", "scene-first", "keep scene#0 node-same, keep n#1 node-same"},
       // A filtered read takes the last of a name.
       {"n=1 n=2", "n=2", "n=2", "careful", "keep n#0 node-same, keep n#1 node-same"},
       {"n=1 n=2", "n=1", "n=1", "rewrites-all",

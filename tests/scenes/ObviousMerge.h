@@ -267,9 +267,8 @@ class ObviousMerge {
             if (!use) continue;
             const bool isErased = wishFor(name) == Reason::kStructureErased;
             const std::string done = isErased ? "renamed to '" + *newName(name) + "'" : "changed";
-            Finding refusal =
-                failure(words(Kind::kStructure, name) + " cannot be " + done + ": " + use->words +
-                        " stays as it is in the file and needs it");
+            Finding refusal = failure(words(Kind::kStructure, name) + " cannot be " + done + ": " +
+                                      use->words + " stays as it is in the file and needs it");
             refusal.node = use->node;
             return refusal;
         }
@@ -308,9 +307,8 @@ class ObviousMerge {
         const std::string structure = words(Kind::kStructure, name);
         switch (reasonOfStructure(name)) {
             case Reason::kStructureNeeded:
-                findings.add(
-                    Code::kStructureKept,
-                    structure + " stays in the file: " + firstUse(name)->words + " needs it");
+                findings.add(Code::kStructureKept, structure + " stays in the file: " +
+                                                       firstUse(name)->words + " needs it");
                 break;
             case Reason::kStructureConflict:
                 findings.add(Code::kStructureDiffers,
