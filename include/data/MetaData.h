@@ -26,6 +26,7 @@
 #include <data/IndexType.h>
 #include <data/Member.h>
 #include <data/MemberType.h>
+#include <data/NameIterator.h>
 #include <data/ReadPolicy.h>
 #include <data/Recovery.h>
 #include <data/SerializerFamily.h>

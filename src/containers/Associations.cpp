@@ -3,11 +3,11 @@
 #include <data/Associations.h>
 
 #include "containers/AssociationsImpl.h"
+#include "containers/SharedParts.h"
 #include "debug/ObjectCounter.h"
 
 #include <debug/Footprint.h>
 #include <debug/Print.h>
-#include <debug/RefPtr.h>
 
 namespace orbo::Data {
 
@@ -23,9 +23,7 @@ Associations::Associations(const Associations* other)
 Associations* Associations::create() { return new Associations; }
 
 Associations& Associations::operator=(const Associations& other) {
-    other.fImpl->ref();
-    fImpl->unref();
-    fImpl = other.fImpl;
+    shareParts(fImpl, other.fImpl);
     return *this;
 }
 
@@ -61,15 +59,7 @@ bool Associations::renameChannel(const std::string&, const std::string&) { retur
 
 unsigned int Associations::channelCount() const { return fImpl->unsortedChannels().size(); }
 
-bool Associations::makeUnique() {
-    if (!fImpl->isShared()) return false;
-    RefPtr<AssociationsImpl> copy(new AssociationsImpl(*fImpl));
-    const bool detached = copy->makeUnique();
-    copy->ref();
-    fImpl->unref();
-    fImpl = copy.get();
-    return detached;
-}
+bool Associations::makeUnique() { return makePartsUnique(fImpl); }
 
 AssociationsIterator Associations::begin() const { return {*this, AssociationsIterator::kBegin}; }
 

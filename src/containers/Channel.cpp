@@ -4,11 +4,11 @@
 
 #include "containers/AssociationsImpl.h"
 #include "containers/ChannelImpl.h"
+#include "containers/SharedParts.h"
 #include "debug/ObjectCounter.h"
 
 #include <debug/Footprint.h>
 #include <debug/Print.h>
-#include <debug/RefPtr.h>
 
 namespace orbo::Data {
 
@@ -20,9 +20,7 @@ Channel::Channel(const Channel& other) : Counted(other), fImpl(other.fImpl) { fI
 
 Channel& Channel::operator=(const Channel& other) {
     if (fOwner && name() != other.name()) fOwner->noteRename();
-    other.fImpl->ref();
-    fImpl->unref();
-    fImpl = other.fImpl;
+    shareParts(fImpl, other.fImpl);
     return *this;
 }
 
@@ -58,15 +56,7 @@ bool Channel::removeElement(const Index& index) { return fImpl->removeElement(in
 
 unsigned int Channel::dataStreamCount() const { return fImpl->unsortedStreams().size(); }
 
-bool Channel::makeUnique() {
-    if (!fImpl->isShared()) return false;
-    RefPtr<ChannelImpl> copy(new ChannelImpl(*fImpl));
-    const bool detached = copy->makeUnique();
-    copy->ref();
-    fImpl->unref();
-    fImpl = copy.get();
-    return detached;
-}
+bool Channel::makeUnique() { return makePartsUnique(fImpl); }
 
 ChannelIterator Channel::begin() const { return {*this, ChannelIterator::kBegin}; }
 

@@ -3,95 +3,32 @@
 #include <data/ChannelIterator.h>
 
 #include "containers/ChannelImpl.h"
+#include "containers/NameIteratorImpl.h"
 
 #include <data/Channel.h>
-#include <debug/Footprint.h>
-#include <debug/Print.h>
-
-#include <stdexcept>
 
 namespace orbo::Data {
 
-class ChannelIteratorImpl {
-  public:
-    /// Throws when there is no stream here.
-    [[nodiscard]] Stream& current(const char* operation) const {
-        if (!position.valid()) throw std::out_of_range(operation);
-        return **position;
-    }
+template <>
+struct IteratorTraits<ChannelIterator> {
+    using Set = ChannelImpl::StreamSet;
+    static Set& sorted(const ChannelImpl& shared) { return shared.streams(); }
+    static Set& unsorted(const ChannelImpl& shared) { return shared.unsortedStreams(); }
+    static Stream& part(std::unique_ptr<Stream>& entry) { return *entry; }
 
-    ChannelImpl::StreamSet::Position position;
+    static constexpr const char* kContainer = "Channel";
+    static constexpr const char* kPart = "Stream";
 };
 
-ChannelIterator::ChannelIterator() : fImpl(std::make_unique<ChannelIteratorImpl>()) {}
-
-ChannelIterator::ChannelIterator(const Channel& container, IterLocation location)
-    : ChannelIterator() {
-    // An end must not sort: it is asked for while others walk.
-    ChannelImpl::StreamSet& streams =
-        location == kBegin ? container.fImpl->streams() : container.fImpl->unsortedStreams();
-    impl().position = {streams, location == kBegin ? streams.begin() : streams.end()};
-}
-
-ChannelIterator::ChannelIterator(const ChannelIterator& other)
-    : fImpl(std::make_unique<ChannelIteratorImpl>(other.impl())) {}
-
-ChannelIterator& ChannelIterator::operator=(const ChannelIterator& other) {
-    impl() = other.impl();
-    return *this;
-}
-
+ChannelIterator::ChannelIterator() = default;
+ChannelIterator::ChannelIterator(const ChannelIterator& other) = default;
+ChannelIterator& ChannelIterator::operator=(const ChannelIterator& other) = default;
 ChannelIterator::~ChannelIterator() = default;
 
-ChannelIteratorImpl& ChannelIterator::impl() { return *fImpl; }
-
-const ChannelIteratorImpl& ChannelIterator::impl() const { return *fImpl; }
-
-bool ChannelIterator::operator==(const ChannelIterator& other) const {
-    return impl().position == other.impl().position;
+ChannelIterator::ChannelIterator(const Channel& container, IterLocation location) {
+    impl().moveTo(location, *container.fImpl);
 }
 
-Stream& ChannelIterator::operator*() { return impl().current("ChannelImpl::Iterator::operator*"); }
-
-const Stream& ChannelIterator::operator*() const {
-    return impl().current("ChannelImpl::Iterator::operator*");
-}
-
-Stream* ChannelIterator::operator->() {
-    return &impl().current("ChannelImpl::Iterator::operator->");
-}
-
-const Stream* ChannelIterator::operator->() const {
-    return &impl().current("const ChannelImpl::Iterator::operator->");
-}
-
-ChannelIterator& ChannelIterator::operator++() {
-    impl().position.step();
-    return *this;
-}
-
-ChannelIterator ChannelIterator::operator++(int) {
-    ChannelIterator before(*this);
-    ++*this;
-    return before;
-}
-
-bool ChannelIterator::valid() const { return impl().position.valid(); }
-
-bool ChannelIterator::Debug(const ChannelIterator* iterator, Debug::Print& print) {
-    if (!iterator) return true;
-    std::ostream& out = print << "ChannelIterator ";
-    if (iterator->valid()) {
-        out << "positioned at Stream " << (*iterator)->name() << ".\n";
-    } else {
-        out << "postioned at the end.\n";  // spelt so for those who search for it
-    }
-    return true;
-}
-
-bool ChannelIterator::Debug(const ChannelIterator* iterator, Debug::Footprint& footprint) {
-    if (iterator) footprint.addObject(iterator, sizeof(ChannelIterator));
-    return true;
-}
+template class NameIterator<ChannelIterator, Stream>;
 
 }  // namespace orbo::Data

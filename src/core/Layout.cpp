@@ -42,12 +42,11 @@ Layout::Layout(const Layout& other)
       fHasStrings(other.fHasStrings) {}
 
 const Layout& Layout::empty() {
-    static const NeverDestroyed<Layout> layout([](void* place) {
+    return neverDestroyed<Layout>([](void* place) {
         auto* made = new (place) Layout;
         made->ref();
         return made;
     });
-    return *layout;
 }
 
 unsigned int Layout::indexOf(const char* name) const {

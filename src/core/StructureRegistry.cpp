@@ -20,9 +20,8 @@ thread_local StructureRegistry* registryOfThisThread = nullptr;
 }  // namespace
 
 StructureRegistry& StructureRegistry::global() {
-    static const NeverDestroyed<StructureRegistry> registry(
+    return neverDestroyed<StructureRegistry>(
         [](void* place) { return new (place) StructureRegistry; });
-    return *registry;
 }
 
 StructureRegistry& StructureRegistry::current() {

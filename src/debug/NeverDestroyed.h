@@ -27,4 +27,11 @@ class NeverDestroyed {
     T* fObject = nullptr;
 };
 
+/// The one object that `construct` makes when it is first asked for. Each lambda has its own.
+template <typename T, typename Construct>
+T& neverDestroyed(Construct construct) {
+    static const NeverDestroyed<T> object(construct);
+    return *object;
+}
+
 }  // namespace orbo

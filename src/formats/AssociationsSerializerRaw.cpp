@@ -80,9 +80,8 @@ AssociationsSerializerRaw::AssociationsSerializerRaw() { setDefaultFormat(this);
 AssociationsSerializerRaw::~AssociationsSerializerRaw() = default;
 
 const AssociationsSerializerRaw& AssociationsSerializerRaw::theFormat() {
-    static const NeverDestroyed<AssociationsSerializerRaw> format(
+    return neverDestroyed<AssociationsSerializerRaw>(
         [](void* place) { return new (place) AssociationsSerializerRaw; });
-    return *format;
 }
 
 const char* AssociationsSerializerRaw::formatType() const { return keyword(kRaw); }

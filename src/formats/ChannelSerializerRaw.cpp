@@ -69,9 +69,8 @@ ChannelSerializerRaw::ChannelSerializerRaw() { setDefaultFormat(this); }
 ChannelSerializerRaw::~ChannelSerializerRaw() = default;
 
 const ChannelSerializerRaw& ChannelSerializerRaw::theFormat() {
-    static const NeverDestroyed<ChannelSerializerRaw> format(
+    return neverDestroyed<ChannelSerializerRaw>(
         [](void* place) { return new (place) ChannelSerializerRaw; });
-    return *format;
 }
 
 const char* ChannelSerializerRaw::formatType() const { return keyword(kRaw); }

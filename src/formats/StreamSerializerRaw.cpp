@@ -100,9 +100,8 @@ StreamSerializerRaw::StreamSerializerRaw() { setDefaultFormat(this); }
 StreamSerializerRaw::~StreamSerializerRaw() = default;
 
 const StreamSerializerRaw& StreamSerializerRaw::theFormat() {
-    static const NeverDestroyed<StreamSerializerRaw> format(
+    return neverDestroyed<StreamSerializerRaw>(
         [](void* place) { return new (place) StreamSerializerRaw; });
-    return *format;
 }
 
 const char* StreamSerializerRaw::formatType() const { return keyword(kRaw); }

@@ -17,9 +17,8 @@ StructureSerializerDebug::StructureSerializerDebug() = default;
 StructureSerializerDebug::~StructureSerializerDebug() = default;
 
 const StructureSerializerDebug& StructureSerializerDebug::theFormat() {
-    static const NeverDestroyed<StructureSerializerDebug> format(
+    return neverDestroyed<StructureSerializerDebug>(
         [](void* place) { return new (place) StructureSerializerDebug; });
-    return *format;
 }
 
 const char* StructureSerializerDebug::formatType() const { return structureFormatType; }

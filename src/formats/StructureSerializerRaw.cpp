@@ -233,9 +233,8 @@ StructureSerializerRaw::StructureSerializerRaw() { setDefaultFormat(this); }
 StructureSerializerRaw::~StructureSerializerRaw() = default;
 
 const StructureSerializerRaw& StructureSerializerRaw::theFormat() {
-    static const NeverDestroyed<StructureSerializerRaw> format(
+    return neverDestroyed<StructureSerializerRaw>(
         [](void* place) { return new (place) StructureSerializerRaw; });
-    return *format;
 }
 
 const char* StructureSerializerRaw::formatType() const { return keyword(kRaw); }

@@ -22,7 +22,7 @@ namespace orbo::Data {
 namespace {
 
 bool carryElements(const StreamImpl& from, StreamImpl& to) {
-    const std::unique_ptr<StreamIteratorImpl> element = from.begin();
+    const std::unique_ptr<StreamIteratorImpl> element = from.iterator(true);
     for (; element->valid(); element->advance()) {
         if (!to.setElement(element->index(), element->handle())) return false;
     }
@@ -175,10 +175,10 @@ StreamIterator Stream::begin() { return cbegin(); }
 StreamIterator Stream::end() { return cend(); }
 
 StreamIterator Stream::cbegin() const {
-    return StreamIterator(empty() ? impl().end().release() : impl().begin().release());
+    return StreamIterator(impl().iterator(!empty()).release());
 }
 
-StreamIterator Stream::cend() const { return StreamIterator(impl().end().release()); }
+StreamIterator Stream::cend() const { return StreamIterator(impl().iterator(false).release()); }
 
 bool Stream::mergeStream(const Stream& other) { return impl().mergeStream(other.impl()); }
 bool Stream::setStructure(const Structure& structure) { return impl().setStructure(structure); }

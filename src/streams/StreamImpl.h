@@ -66,8 +66,8 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] bool useDefaults() const { return fUseDefaults; }
     bool setUseDefaults(bool use);
 
-    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> begin() const = 0;
-    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> end() const = 0;
+    /// At the first element in order, or behind the last.
+    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> iterator(bool atBegin) const = 0;
 
     [[nodiscard]] virtual unsigned int elementCount() const = 0;
     [[nodiscard]] virtual bool hasElement(const Index& index) const = 0;

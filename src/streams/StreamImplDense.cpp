@@ -68,12 +68,8 @@ bool StreamImplDense::copyBlock(const StreamImplDense& other) {
     return true;
 }
 
-std::unique_ptr<StreamIteratorImpl> StreamImplDense::begin() const {
-    return std::make_unique<StreamDenseIteratorImpl>(*this, true);
-}
-
-std::unique_ptr<StreamIteratorImpl> StreamImplDense::end() const {
-    return std::make_unique<StreamDenseIteratorImpl>(*this, false);
+std::unique_ptr<StreamIteratorImpl> StreamImplDense::iterator(bool atBegin) const {
+    return std::make_unique<StreamDenseIteratorImpl>(*this, atBegin);
 }
 
 bool StreamImplDense::hasElement(const Index& index) const { return hasElement(index.index()); }

@@ -26,8 +26,7 @@ class StreamImplDense : public StreamImpl,
 
     [[nodiscard]] std::unique_ptr<StreamImpl> clone() const override;
     [[nodiscard]] bool isDense() const override { return true; }
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> begin() const override;
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> end() const override;
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> iterator(bool atBegin) const override;
 
     [[nodiscard]] unsigned int elementCount() const override { return fCount; }
     [[nodiscard]] bool hasElement(const Index& index) const override;

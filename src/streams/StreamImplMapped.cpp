@@ -96,12 +96,8 @@ std::unique_ptr<StreamImpl> StreamImplMapped::clone() const {
     return copy;
 }
 
-std::unique_ptr<StreamIteratorImpl> StreamImplMapped::begin() const {
-    return std::make_unique<StreamMappedIteratorImpl>(*this, true);
-}
-
-std::unique_ptr<StreamIteratorImpl> StreamImplMapped::end() const {
-    return std::make_unique<StreamMappedIteratorImpl>(*this, false);
+std::unique_ptr<StreamIteratorImpl> StreamImplMapped::iterator(bool atBegin) const {
+    return std::make_unique<StreamMappedIteratorImpl>(*this, atBegin);
 }
 
 unsigned int StreamImplMapped::elementCount() const {

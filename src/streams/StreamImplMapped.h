@@ -30,23 +30,24 @@ class StreamImplMapped : public StreamImpl,
 
     [[nodiscard]] std::unique_ptr<StreamImpl> clone() const override;
     [[nodiscard]] bool isDense() const override { return false; }
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> begin() const override;
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> end() const override;
+    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> iterator(bool atBegin) const override;
 
     [[nodiscard]] unsigned int elementCount() const override;
-    [[nodiscard]] bool hasElement(const Index& index) const override;
+    void visit(ElementVisitor& visitor) const override;
+    bool reserve(unsigned int elements) override;
+    bool clear() override;
+    /// Notes the range; nothing is restricted by it.
+    bool setElementRange(const Index& first, const Index& last) override;
+
     [[nodiscard]] bool hasElement(unsigned int number) const override;
-    [[nodiscard]] char* chunkAt(const Index& index) const override;
     [[nodiscard]] char* chunkOf(unsigned int number) const override;
     [[nodiscard]] char* place(unsigned int number) override;
-    bool reserve(unsigned int elements) override;
-    void visit(ElementVisitor& visitor) const override;
+
+    [[nodiscard]] bool hasElement(const Index& index) const override;
+    [[nodiscard]] char* chunkAt(const Index& index) const override;
     bool removeElement(const Index& index) override;
     bool reindexElement(const Index& from, const Index& to) override;
     bool swapElements(const Index& first, const Index& second) override;
-    /// Notes the range; nothing is restricted by it.
-    bool setElementRange(const Index& first, const Index& last) override;
-    bool clear() override;
 
     /// In order, these come first.
     [[nodiscard]] const NumberedElements& numbered() const { return fNumbered; }
