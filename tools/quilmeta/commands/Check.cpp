@@ -36,6 +36,7 @@ std::set<Finding::Code> codesOf(const std::vector<std::string>& names) {
     return codes;
 }
 
+/// Leaves out what the finding does not know.
 JsonObject json(const std::string& file, const Finding& finding) {
     JsonObject object;
     object.add("file", file).add("line", finding.line).add("offset", finding.offset);
@@ -77,6 +78,7 @@ class Check : public Command {
     Outcome check(const std::string& file) {
         Outcome outcome = Outcome::kDone;
         for (Finding& finding : checkScene(file, fAccess)) {
+            // Notes tell what opening the file did, such as a recovery; they are no damage.
             if (finding.code == Finding::Code::kFileNote) {
                 complain(file, messagesOf({finding}));
             } else if (fIgnored.count(finding.code) == 0) {

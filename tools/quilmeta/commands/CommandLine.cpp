@@ -18,8 +18,9 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// The words from last to first, as CLI11 wants them. CLI11 would take the next word for the value
-/// of "--node=", which is what a shell makes of --node=''; so this puts an empty word there.
+/// Returns the words from last to first, as CLI11 wants them. CLI11 would take the next word for
+/// the value of "--node=", which is what a shell makes of --node=''; so this puts an empty word
+/// there.
 std::vector<std::string> reversedWords(int argc, char** argv) {
     std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
     const auto end = std::find(words.begin(), words.end(), "--");
@@ -48,9 +49,11 @@ struct Called {
     std::string words;
 };
 
+/// Says what is wrong and which help to read.
 std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     const Called called(app);
     std::string message = error.what();
+    // CLI11 would only say that a subcommand is missing, even when it does not know the word.
     if (called.command->get_require_subcommand_min() > 0) {
         const auto words = app.remaining(true);
         message = words.empty() ? "a command is required"
@@ -61,6 +64,7 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
            " --help";
 }
 
+/// Adds a command, or a group of commands, to the help and to the words that are understood.
 CLI::App* addApp(CLI::App& app, const Command::Help& help) {
     CLI::App* added = app.add_subcommand(help.name, help.summary);
     added->footer(help.details + 1);  // without the line feed ahead
@@ -68,6 +72,7 @@ CLI::App* addApp(CLI::App& app, const Command::Help& help) {
     return added;
 }
 
+/// Sets the help and the options of the program itself.
 void setUp(CLI::App& app) {
     app.name("quilmeta");
     app.set_version_flag("--version", "quilmeta " QUILMETA_VERSION, "Print the version");

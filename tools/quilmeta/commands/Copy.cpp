@@ -35,6 +35,7 @@ TARGET gets everything or, when anything is refused, nothing.
 Example:
   quilmeta copy robot.kx robot-exported-again.kx --replace)"};
 
+/// A copy may be refused for thousands of reasons; the first ones are enough to see what is wrong.
 [[noreturn]] void refuse(const std::vector<std::string>& reasons, const char* advice) {
     constexpr size_t kMost = 8;
     std::string message;
@@ -43,11 +44,13 @@ Example:
     throw CommandError(message + advice);
 }
 
+/// Returns the word for the report.
 const char* wordFor(CopyPlan::Fate fate) {
     using Fate = CopyPlan::Fate;
     return fate == Fate::kUnchanged ? "unchanged" : fate == Fate::kAdded ? "added" : "replaced";
 }
 
+/// Returns "2 streams with 12 elements" or the like.
 std::string contentOf(const Data::Associations& associations) {
     size_t streams = 0;
     size_t elements = 0;
@@ -58,6 +61,7 @@ std::string contentOf(const Data::Associations& associations) {
     return counted(streams, "stream") + " with " + counted(elements, "element");
 }
 
+/// Says for each structure and node what became of it.
 void report(const CopyPlan& plan, Output& output) {
     if (plan.structures().empty() && plan.nodes().empty()) output.write("nothing to copy\n");
     const auto add = [&](const std::string& text, const std::vector<std::string>& losses) {
@@ -74,7 +78,7 @@ void report(const CopyPlan& plan, Output& output) {
     output.flush();
 }
 
-/// What a copy would replace in the target, or hide there.
+/// Lists what a copy would replace in the target, or hide there.
 std::vector<std::string> lossesOf(const CopyPlan& plan, const Scene& target) {
     std::vector<std::string> lines = plan.differences();
     if (target.complete) return lines;
@@ -106,6 +110,7 @@ class Copy : public Command {
     }
 
     Outcome run(Output& output) override {
+        // The source is read once, however often a conflict makes us read the target again.
         Scene source;
         const Outcome opened = guarded(fSource, [&] {
             source = openSource();
@@ -123,6 +128,7 @@ class Copy : public Command {
         Scene source = openScene(fSource, fAccess);
         for (const std::string& node : fNodes) findNode(*source.accessor, node);
         if (source.complete) return source;
+        // What cannot be read cannot be copied, and nobody would notice that it is missing.
         if (fNodes.empty())
             throw CommandError(
                 "was not read without complaint: name the nodes to copy with --node");

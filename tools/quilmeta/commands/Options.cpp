@@ -8,6 +8,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
+/// Checks the value of --wait. Returns what is wrong with it; empty when it is good.
 std::string problemOfSeconds(const std::string& text) {
     constexpr double kLongest = 24 * 60 * 60;
     double seconds = -1;

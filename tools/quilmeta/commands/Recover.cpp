@@ -30,8 +30,10 @@ Examples:
   quilmeta recover --list shots/*.kx
   quilmeta recover old-name.kx --file shots/new-name.kx)"};
 
+/// Ends the wait for a lock after a signal.
 bool interrupted() { return Signals::received() != 0; }
 
+/// How a line about a journal begins, and how it ends with and without --list.
 struct Words {
     const char* found;
     const char* toDo;
@@ -116,6 +118,7 @@ class Recover : public Command {
         return isOrphaned ? Outcome::kFound : Outcome::kDone;
     }
 
+    /// Prints what the journal is about and what becomes of it.
     void print(const std::string& file, State state, const char* ending, Output& output) const {
         const std::string found =
             stays(state) ? "the journal of " + safeLine(oldName()) + " does not fit the file "

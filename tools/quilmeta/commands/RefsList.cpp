@@ -39,6 +39,7 @@ bool isMissing(const ListedReference& listed) {
     return path.empty() || !fs::exists(fs::path(listed.scene).parent_path() / path, error);
 }
 
+/// The roles with commas between; a role that has a comma itself gets quotes.
 std::string shownRoles(const std::set<std::string>& roles) {
     std::string text;
     for (const std::string& role : roles) {

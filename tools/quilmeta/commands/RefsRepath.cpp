@@ -33,6 +33,7 @@ path begins with is reported, with exit code 1.
 Example:
   quilmeta refs repath shots/*.kx --from /shows/demo --to /archive/demo --dry-run)"};
 
+/// A pipe is welcome as well, so this does not ask for the size.
 std::string contentOf(const std::string& file) {
     std::error_code error;
     if (std::filesystem::is_directory(file, error)) throw CommandError("is a directory");
@@ -91,6 +92,7 @@ class RefsRepath : public Command {
 
     Outcome repath(const std::string& file, Output& output) {
         const Scene scene = openForReferences(file, fAccess, ReferencesFor::kWriting);
+        // Printed only once the file is written; see `forEachFile`.
         std::string text;
         if (Data::Stream* table = tableOf(scene))
             for (Data::StreamIterator row = table->begin(); row.valid(); ++row)

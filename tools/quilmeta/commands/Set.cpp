@@ -27,6 +27,7 @@ Example:
   quilmeta set robot.kx --node rig --channel joints --stream pose \
       --index lid side=-1 'label=the lid')"};
 
+/// Makes an element with default values.
 Data::Handle newElement(const Data::Structure& structure) {
     // Nobody creates a larger element by hand: such a structure is damaged or hostile.
     constexpr unsigned long long kLargest = 1ULL << 26;
@@ -39,7 +40,7 @@ Data::Handle newElement(const Data::Structure& structure) {
     return element;
 }
 
-/// The indices of the first elements, as many as a message shows, and more.
+/// Lists the indices of the first elements: more than a message shows, so that it ends with "...".
 std::vector<std::string> firstIndices(const Data::Stream& stream) {
     constexpr size_t kMoreThanShown = 16;
     std::vector<std::string> indices;

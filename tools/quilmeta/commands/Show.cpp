@@ -23,7 +23,8 @@ constexpr Command::Help kHelp = {"show", "Show the metadata of scenes", R"(
 Example:
   quilmeta show --values --node rig --channel joints robot.kx)"};
 
-/// A misspelt name must not look like scenes without metadata.
+/// Repeats the names that match nothing, which may be misspelt; silence would look like scenes
+/// without metadata.
 void complainOfNothing(const Selection& selection) {
     std::string message = "nothing matches";
     for (const std::string& name : selection.nodes) message += " --node " + inQuotes(name);

@@ -21,6 +21,7 @@ std::string json(std::string_view text) {
 
 void JsonDocument::indent() { fOutput.write(std::string(2 * fDepth, ' ')); }
 
+// An empty list stays on one line.
 template <typename Fill>
 void JsonDocument::list(Fill&& fill) {
     bool empty = true;

@@ -13,8 +13,8 @@ class Member;
 
 namespace orbo::Quilmeta {
 
-/// One line for each member, element and container: short to scan and good to compare. Never holds
-/// more than one element in memory.
+/// Writes one line for each member, element and container, which is easy to read and to compare.
+/// Holds no more than one element in memory.
 class JsonDocument {
   public:
     explicit JsonDocument(Output& output) : fOutput(output) {}
@@ -27,7 +27,7 @@ class JsonDocument {
     void write(const ChannelView& channel);
     void write(const Data::Stream& stream);
 
-    /// `fill` calls what it is given ahead of each item.
+    /// `fill` is given a function, which it calls before it writes each item.
     template <typename Fill>
     void list(Fill&& fill);
     template <typename Items>

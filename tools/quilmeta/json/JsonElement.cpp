@@ -1,4 +1,4 @@
-// One element after the other as JSON.
+// Writes the elements of a stream as JSON.
 // SPDX-License-Identifier: Apache-2.0
 #include "json/JsonElement.h"
 
@@ -12,6 +12,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
+/// Appends a number, a pair as a list, or the text of any other index.
 void appendIndex(std::string& out, const Data::Index& index) {
     const Data::IndexType* typed = index.complexIndex();
     if (!typed) return appendJson(out, index.index());
@@ -33,7 +34,7 @@ void appendList(std::string& out, const Part* parts, size_t count) {
     out += ']';
 }
 
-/// A value is one part, or the list of a matrix' sixteen.
+/// Appends one value: a single part, or a list for the sixteen numbers of a matrix.
 template <typename Part>
 void appendValue(std::string& out, const Part* parts, size_t count) {
     if (count == 1)
@@ -42,6 +43,7 @@ void appendValue(std::string& out, const Part* parts, size_t count) {
         appendList(out, parts, count);
 }
 
+/// Appends all values of a member: one value alone, or a list of values.
 template <typename Part>
 void appendValues(std::string& out, const Part* parts, const Data::Member& member) {
     const size_t partCount = partsPerValue(member.type());

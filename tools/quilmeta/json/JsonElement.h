@@ -1,4 +1,4 @@
-// One element after the other as JSON.
+// Writes the elements of a stream as JSON.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -10,13 +10,15 @@
 
 namespace orbo::Quilmeta {
 
+/// Writes the elements of streams with one structure.
 class JsonElement {
   public:
-    /// The structure must not change meanwhile.
+    /// The structure must not change while this object is used.
     explicit JsonElement(const Data::Structure& structure);
 
-    /// { "index": ..., "values": { MEMBER: VALUE, ... } }. The values are a list, in member order,
-    /// when a member's name is not UTF-8 and so cannot be a key; null without data.
+    /// Appends { "index": ..., "values": { MEMBER: VALUE, ... } }. When the name of a member is not
+    /// UTF-8, and so cannot be a key, the values are a list in member order. They are null for an
+    /// element without data.
     void append(std::string& out, Data::StreamIterator& element) const;
 
   private:

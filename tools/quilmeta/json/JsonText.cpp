@@ -12,6 +12,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
+/// Three bytes make four digits; "=" fills the last group.
 void appendBase64(std::string& out, std::string_view bytes) {
     constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     for (size_t i = 0; i < bytes.size(); i += 3) {
@@ -24,7 +25,7 @@ void appendBase64(std::string& out, std::string_view bytes) {
     }
 }
 
-/// Characters beyond 16 bits take two escapes.
+/// JSON escapes have 16 bits, so a larger character takes two.
 void appendEscape(std::string& out, unsigned codePoint) {
     if (codePoint >= 0x10000) {
         appendEscape(out, 0xD800 + ((codePoint - 0x10000) >> 10));
@@ -33,6 +34,7 @@ void appendEscape(std::string& out, unsigned codePoint) {
     fmt::format_to(std::back_inserter(out), "\\u{:04x}", codePoint);
 }
 
+/// Appends one character, escaped where JSON or a terminal needs it.
 void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoint) {
     switch (codePoint) {
         case '"':
@@ -53,7 +55,7 @@ void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoin
         default:
             break;
     }
-    // More than JSON demands, so that a document may be shown on a terminal.
+    // JSON would allow most of these as they are; a terminal should not get them.
     if (isUnprintable(codePoint))
         appendEscape(out, static_cast<unsigned>(codePoint));
     else

@@ -11,12 +11,12 @@
 
 namespace orbo::Quilmeta {
 
-/// A JSON string; for what is not UTF-8, { "base64": "..." }.
+/// A JSON string; { "base64": "..." } for bytes that are no UTF-8.
 void appendJson(std::string& out, std::string_view text);
-/// Null is `null`.
+/// The same, and `null` for a null pointer.
 void appendJson(std::string& out, const char* text);
 
-/// Booleans, and numbers as `appendNumber` has them; in quotes what is not finite.
+/// Booleans, and numbers as `appendNumber` writes them. Numbers that are not finite get quotes.
 template <typename Value, typename = std::enable_if_t<std::is_arithmetic_v<Value>>>
 void appendJson(std::string& out, Value value) {
     if constexpr (std::is_same_v<Value, bool>) {

@@ -8,25 +8,26 @@
 
 namespace orbo::Quilmeta {
 
-/// A longer text sticks out of its column, so that it does not push all other rows to the right.
+/// Columns are no wider than this. A longer text sticks out, so that it moves the rest of its own
+/// row and no other row.
 constexpr size_t kWidestColumn = 40;
 
-/// Makes a column wide enough for the text, up to the widest that it may get.
+/// Makes a column wide enough for the text, but no wider than `widest`.
 void widen(size_t& width, std::string_view text, size_t widest = kWidestColumn);
 
-/// Is filled with cells from the left; no blanks at its end.
+/// Cells are added from left to right. The line has no blanks at its end.
 class AlignedLine {
   public:
     explicit AlignedLine(size_t indent) : fText(indent, ' ') {}
 
-    /// `gap` blanks stand in front of the column.
+    /// Adds a cell, with `gap` blanks between it and the cell before.
     void add(std::string_view text, size_t width, bool rightAligned, size_t gap);
-    /// The line, with its line feed; nothing is added after that.
+    /// Returns the line with a line feed. Nothing can be added after that.
     std::string end();
 
   private:
     std::string fText;
-    size_t fBlanks = 0;  // ahead of the next text
+    size_t fBlanks = 0;  // to write before the next text, if one comes
 };
 
 }  // namespace orbo::Quilmeta

@@ -1,4 +1,4 @@
-// What an existing file is, so that no command replaces what it must not.
+// Tells what an existing file is, so that no command replaces what it must not.
 // SPDX-License-Identifier: Apache-2.0
 #include "output/FileKind.h"
 
@@ -37,12 +37,13 @@ bool take(std::string_view& text, std::string_view token) {
     return true;
 }
 
+/// Says whether these are the first bytes of a JSON document that `export` could have written.
 bool isDocument(std::string_view head) {
     return take(head, "{") && take(head, "\"quilmeta\"") && take(head, ":") && take(head, "1") &&
            (take(head, ",") || take(head, "}"));
 }
 
-/// The first bytes of a file that is there.
+/// Reads the first bytes of a file, without waiting for the writer of a pipe.
 std::string headOf(const std::string& path) {
     constexpr size_t kHeadSize = 256;
     const int file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);

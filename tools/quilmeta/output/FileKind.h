@@ -1,4 +1,4 @@
-// What an existing file is, so that no command replaces what it must not.
+// Tells what an existing file is, so that no command replaces what it must not.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

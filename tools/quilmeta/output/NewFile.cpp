@@ -23,6 +23,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// Tells the user what `errno` says.
 [[noreturn]] void throwSystemError(const std::string& path) {
     const int error = errno;  // before anything below changes it
     throw CommandError(fmt::format("cannot write {}: {}", inQuotes(path), systemMessage(error)));
@@ -33,10 +34,12 @@ namespace {
                                    inQuotes(path)));
 }
 
+/// Compares what identifies a file under all its names.
 bool isSameFile(const struct stat& first, const struct stat& second) {
     return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
+/// Not even --force replaces these: their loss cannot be undone.
 void demandNoSceneOrJournal(const std::string& name, FileKind kind) {
     if (kind == FileKind::kScene)
         throw CommandError(inQuotes(name) + " is a scene, which is not replaced by anything else");
@@ -80,10 +83,12 @@ void NewFile::openToReplace(const struct stat& there, const Replacing& replacing
     ::fchmod(fDescriptor, there.st_mode & 0777u);
 }
 
+// A block device is refused, because it may hold a whole file system.
 void NewFile::openDevice(const struct stat& there) {
     if (S_ISDIR(there.st_mode)) throw CommandError(inQuotes(fName) + " is a directory");
     if (S_ISBLK(there.st_mode)) throw CommandError(inQuotes(fName) + " is a block device");
     openStream(::open(fPath.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+    // Somebody may have put a regular file there since we looked, which must not be overwritten.
     struct stat opened {};
     if (::fstat(fDescriptor, &opened) != 0 || S_ISREG(opened.st_mode)) throwChanged(fName);
 }
@@ -97,6 +102,7 @@ void NewFile::openStream(int descriptor) {
 
 void NewFile::openTemporary(unsigned mode) {
     const fs::path folder = fs::path(fPath).parent_path();
+    // A process with our number may have left such a file; O_EXCL never opens one that is there.
     for (unsigned attempt = 0; attempt < 100 && fDescriptor < 0; ++attempt) {
         fTemporary = folder / fmt::format(".quilmeta-{}-{}.tmp", ::getpid(), attempt);
         fDescriptor = ::open(fTemporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
@@ -118,6 +124,7 @@ NewFile::~NewFile() {
 void NewFile::commit() {
     fOutput->flush();
     if (fTemporary.empty()) return;
+    // Without this, a power cut could leave the name with an empty file.
     if (::fsync(fDescriptor) != 0 || ::close(std::exchange(fDescriptor, -1)) != 0)
         throwSystemError(fName);
     fReplaced ? placeOver() : placeNew();
@@ -126,6 +133,7 @@ void NewFile::commit() {
 
 void NewFile::placeNew() {
     int result = rename(fTemporary, fPath, Rename::kNeverOver);
+    // A hard link never replaces a file either.
     if (result != 0 && errno == ENOSYS) {
         result = ::link(fTemporary.c_str(), fPath.c_str());
         if (result == 0) ::unlink(fTemporary.c_str());

@@ -33,8 +33,8 @@ class NewFile {
     ~NewFile();
 
     Output& output() { return *fOutput; }
-    /// All bytes are on the disk before the file gets its name. Throws `CommandError` when somebody
-    /// else has meanwhile put another file there, which stays.
+    /// Waits until all bytes are on the disk, then gives the file its name. Throws `CommandError`
+    /// when somebody else has put another file there meanwhile, which stays.
     void commit();
 
   private:

@@ -28,7 +28,8 @@ void Output::write(std::string_view bytes) {
 }
 
 void Output::flush() {
-    // What was done is told also when whoever read the output got the same signal.
+    // After Ctrl-C our reader may be gone, too. We still report what was done, so a broken pipe
+    // must not end us first.
     if (Signals::received() != 0) Signals::ignoreBrokenPipes();
     std::string_view rest = fPending;
     while (!rest.empty()) {

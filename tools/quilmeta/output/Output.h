@@ -7,19 +7,19 @@
 
 namespace orbo::Quilmeta {
 
-/// Collects what is written and hands it on in large pieces. All three throw `OutputError` when
-/// it cannot be delivered. What was not flushed is lost with the object.
+/// Buffers what is written and flushes it in large pieces. `write` and `flush` throw `OutputError`
+/// when the bytes cannot be delivered. The destructor does not flush.
 class Output {
   public:
-    /// Borrows the descriptor. `name` is for messages.
+    /// Does not close the descriptor. `name` is for messages.
     Output(int descriptor, std::string name);
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
     void write(std::string_view bytes);
     void flush();
-    /// `write` throws `Interrupted` from now on when a signal has come: nothing is lost by stopping
-    /// in the middle.
+    /// Makes `write` throw `Interrupted` once a signal has come. Use it for output that may end in
+    /// the middle.
     void stopOnSignals() { fStops = true; }
 
   private:

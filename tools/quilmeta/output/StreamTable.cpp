@@ -21,6 +21,7 @@ constexpr std::string_view kIndexTitle = "index";
 constexpr size_t kGroupGap = 2;
 constexpr size_t kCellGap = 1;
 
+/// Returns the text of one value. A null string looks different from an empty one.
 template <typename Part>
 std::string cell(const Part& part) {
     if constexpr (std::is_same_v<Part, Text>) {
@@ -68,11 +69,12 @@ void StreamTable::measure() {
     for (Group& group : fGroups) makeRoomForTitle(group);
 }
 
+// Widens the columns for the values of one element.
 void StreamTable::measureElement(Data::Handle& handle) {
     for (unsigned int i = 0; i < fGroups.size(); ++i) {
         Group& group = fGroups[i];
         handle.setPositionByMemberIndex(i);
-        // Only now: an element shows that the length is more than a claim.
+        // Not before there is an element: a structure alone may claim any length.
         group.widths.resize(partsOf(*group.member));
         withParts(handle, *group.member, [&](auto* parts) {
             for (size_t k = 0; k < group.widths.size(); ++k) widen(group.widths[k], cell(parts[k]));
@@ -80,6 +82,7 @@ void StreamTable::measureElement(Data::Handle& handle) {
     }
 }
 
+// A title stands above all values of its member, so the first column gets what they lack together.
 void StreamTable::makeRoomForTitle(Group& group) {
     if (group.widths.empty()) group.widths.push_back(0);
     const size_t wanted = std::min(displayWidth(group.title), kWidestColumn);
@@ -87,6 +90,7 @@ void StreamTable::makeRoomForTitle(Group& group) {
     if (wanted > width) group.widths.front() += wanted - width;
 }
 
+// A title that stands above several columns is aligned to the left, where the first one begins.
 void StreamTable::writeHeader() {
     AlignedLine line(fIndent);
     line.add(kIndexTitle, fIndexWidth, fNumericIndex, 0);

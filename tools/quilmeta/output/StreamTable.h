@@ -11,8 +11,8 @@
 
 namespace orbo::Quilmeta {
 
-/// A header line, then a line for each element: its index, then its values, a column for each.
-/// Walks the stream twice, and holds one line and a width for each column.
+/// Writes a header line, then a line for each element: its index, then a column for each value.
+/// Walks the stream twice, so that memory holds only one line and the width of each column.
 class StreamTable {
   public:
     StreamTable(Output& output, const Data::Stream& stream, size_t indent);

@@ -19,9 +19,9 @@ class TextTable {
     };
 
     explicit TextTable(std::vector<Column> columns);
-    /// One cell for each column, safe to show.
+    /// Adds a row with a cell for each column. The cells must be safe to show.
     void add(std::vector<std::string> row);
-    /// The titles, then the rows; nothing when there are no rows.
+    /// Writes the titles and the rows; writes nothing when there are no rows.
     void write(Output& output) const;
 
   private:

@@ -5,6 +5,7 @@
 #include "output/StreamTable.h"
 #include "values/SafeText.h"
 #include "values/ValueType.h"
+#include "values/Wording.h"
 
 #include <data/Structure.h>
 #include <fmt/format.h>
@@ -26,6 +27,7 @@ void TreeWriter::write(const std::string& title, const SceneView& view) {
 
 void TreeWriter::write(const Data::Structure& structure) {
     line(1, "structure " + shownName(structure.name()));
+    // The names of the members stand below each other, behind the longest type.
     size_t width = 0;
     for (const Data::Member& member : structure) width = std::max(width, typeText(member).size());
     for (const Data::Member& member : structure)
@@ -40,10 +42,11 @@ void TreeWriter::write(const NodeView& node) {
     }
 }
 
+// A stream without elements gets no table, which would be a header line alone.
 void TreeWriter::write(const Data::Stream& stream) {
     const unsigned int count = stream.elementCount();
-    line(3, fmt::format("stream {}: {} {} of {}, {} index", shownName(stream.name()), count,
-                        count == 1 ? "element" : "elements", shownName(stream.structure().name()),
+    line(3, fmt::format("stream {}: {} of {}, {} index", shownName(stream.name()),
+                        counted(count, "element"), shownName(stream.structure().name()),
                         shownName(stream.indexType())));
     if (fValues && count > 0) StreamTable(fOutput, stream, 8).write();
 }

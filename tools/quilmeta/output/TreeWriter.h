@@ -9,9 +9,10 @@
 
 namespace orbo::Quilmeta {
 
+/// Writes scenes, structures, nodes, channels and streams, a line each, indented by their depth.
 class TreeWriter {
   public:
-    /// With `values`, a table of its elements follows each stream.
+    /// With `values`, each stream is followed by a table of its elements.
     TreeWriter(Output& output, bool values) : fOutput(output), fValues(values) {}
     void write(const std::string& title, const SceneView& view);
 

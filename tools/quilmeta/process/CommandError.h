@@ -1,4 +1,4 @@
-// What stops a command.
+// The exceptions that stop a command.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

@@ -18,6 +18,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
+/// Remembers which files are done, for the report at an early end.
 class Progress {
   public:
     Progress(const std::vector<std::string>& files, Purpose purpose)

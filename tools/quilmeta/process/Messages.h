@@ -12,10 +12,10 @@ namespace orbo::Quilmeta {
 /// that could control a terminal are escaped.
 void complain(std::string_view subject, std::string_view text);
 
-/// The name of a file as the subject of a message; an empty name is shown as "".
+/// Returns the name of a file as the subject of a message; an empty name becomes "".
 std::string subjectOf(const std::string& file);
 
-/// "No such file or directory" and the like, for an `errno`.
+/// Returns "No such file or directory" or the like for an `errno`.
 std::string systemMessage(int error);
 
 }  // namespace orbo::Quilmeta

@@ -25,8 +25,8 @@ namespace {
 
 constexpr const char* kVariable = "QUILMETA_PLUGINS";
 
-/// The files that the variable lists. A relative path would mean another file in each folder, even
-/// one that others may write to.
+/// Returns the files that the variable lists. A relative path would mean another file in each
+/// folder, even one that others may write to.
 std::vector<std::string> filesOfEnvironment() {
     const char* value = std::getenv(kVariable);
     std::string rest = value ? value : "";
@@ -44,12 +44,12 @@ std::vector<std::string> filesOfEnvironment() {
     return files;
 }
 
-/// Where the sticky bit of a folder is set, as in /tmp, only its owner may replace a file.
+/// In a folder with the sticky bit, such as /tmp, only the owner of a file may replace it.
 bool othersMayReplaceFilesIn(const struct stat& folder) {
     return (folder.st_mode & S_IWOTH) != 0 && (folder.st_mode & S_ISVTX) == 0;
 }
 
-/// What speaks against loading the file, which has no symbolic link in its path; empty for nothing.
+/// Says why the file must not be loaded; empty when it may be. `file` has no symbolic links.
 std::string objectionTo(const fs::path& file) {
     struct stat plugin {};
     struct stat folder {};
@@ -65,7 +65,7 @@ std::string objectionTo(const fs::path& file) {
     return {};
 }
 
-/// The reason why the file was not loaded; empty when it was.
+/// Returns the reason why the file was not loaded; empty when it was.
 std::string load(const std::string& file) {
     std::error_code error;
     const fs::path path = fs::canonical(file, error);

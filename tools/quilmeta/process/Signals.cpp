@@ -1,4 +1,4 @@
-// Signals that ask for the end: the file in hand is finished or undone first.
+// Signals that ask the process to end: it first finishes or undoes the file it works on.
 // SPDX-License-Identifier: Apache-2.0
 #include "process/Signals.h"
 
@@ -22,19 +22,23 @@ volatile std::sig_atomic_t gReceived = 0;
 void setAction(int signal, void (*action)(int)) {
     struct sigaction settings {};
     settings.sa_handler = action;
-    // One at a time. Calls that wait are interrupted: there is no SA_RESTART.
+    // No other signal interrupts the handler. Without SA_RESTART, a signal ends calls that wait.
     for (const Noted& noted : kNoted) ::sigaddset(&settings.sa_mask, noted.number);
     ::sigaction(signal, &settings, nullptr);
 }
 
+/// True under `nohup` and the like; such a signal stays ignored.
 bool isIgnored(int signal) {
     struct sigaction settings {};
     return ::sigaction(signal, nullptr, &settings) == 0 && settings.sa_handler == SIG_IGN;
 }
 
+/// Runs between any two instructions, so it may only call what is safe in a signal handler. It
+/// keeps `errno` for the code that it interrupts.
 extern "C" void noteSignal(int signal) {
     const int error = errno;
     gReceived = signal;
+    // The user means it when a second signal comes: that one ends the process.
     for (const Noted& noted : kNoted)
         if (!isIgnored(noted.number)) setAction(noted.number, SIG_DFL);
     errno = error;
@@ -63,6 +67,7 @@ void ignoreBrokenPipes() { setAction(SIGPIPE, SIG_IGN); }
 
 void endBy(int signal) {
     setAction(signal, SIG_DFL);
+    // The signal may be blocked, which would let `raise` return.
     sigset_t wanted;
     ::sigemptyset(&wanted);
     ::sigaddset(&wanted, signal);

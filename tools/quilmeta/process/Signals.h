@@ -1,4 +1,4 @@
-// Signals that ask for the end: the file in hand is finished or undone first.
+// Signals that ask the process to end: it first finishes or undoes the file it works on.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -6,7 +6,7 @@
 
 namespace orbo::Quilmeta {
 
-/// Ends the command behind a signal. Nothing is in hand then.
+/// Ends the command after a signal, at a moment when no file is half changed.
 class Interrupted : public std::exception {
   public:
     [[nodiscard]] const char* what() const noexcept override { return "ended by a signal"; }
@@ -14,16 +14,16 @@ class Interrupted : public std::exception {
 
 namespace Signals {
 
-/// SIGINT, SIGTERM, SIGHUP and SIGPIPE are only noted from here on, unless they are ignored. A
-/// second one ends the process at once, whatever it is doing.
+/// From now on SIGINT, SIGTERM, SIGHUP and SIGPIPE are only noted, unless they are ignored. A
+/// second signal ends the process at once, whatever it is doing.
 void noteThem();
-/// The first one that came; 0 when none has.
+/// The first signal that came; 0 when none has.
 int received();
-/// "SIGINT" and the like, of one that is noted.
+/// "SIGINT" and the like, for a signal that is noted.
 const char* nameOf(int signal);
-/// Throws `Interrupted` when one has come.
+/// Throws `Interrupted` when a signal has come.
 void stopIfReceived();
-/// A reader of our messages that goes away no longer ends the process.
+/// From now on the process survives when the reader of its messages goes away.
 void ignoreBrokenPipes();
 /// Ends the process by this signal, so that its parent sees why.
 [[noreturn]] void endBy(int signal);

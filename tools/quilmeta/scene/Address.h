@@ -16,10 +16,12 @@ struct StreamAddress {
     std::string stream;
 };
 
-/// All three throw `CommandError` that lists what there is instead.
+/// Throws `CommandError` that lists the nodes there are.
 Data::Associations& findNode(Data::Accessor& scene, const std::string& name);
+/// Throws `CommandError` that lists what there is instead of the missing node, channel or stream.
 Data::Stream& findStream(Data::Accessor& scene, const StreamAddress& address);
-/// The text as an index of the stream's type. A type that nobody registered takes any text.
+/// Makes an index of the stream's type from its text. A type that nobody registered takes any text;
+/// else throws `CommandError` for a text that is no index.
 Data::Index indexOf(const Data::Stream& stream, const std::string& text);
 
 }  // namespace orbo::Quilmeta

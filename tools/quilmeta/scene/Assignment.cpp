@@ -26,6 +26,7 @@ using Data::Member;
 
 namespace {
 
+/// The member and the value that one assignment names.
 struct Target {
     const Member* member;
     unsigned int position;             ///< of the member in its structure
@@ -34,13 +35,14 @@ struct Target {
     std::string_view text;
 };
 
+/// Returns a target without slot and text; no value when the structure has no such member.
 std::optional<Target> findMember(const Data::Structure& structure, std::string_view name) {
     for (auto it = structure.begin(); it.valid(); ++it)
         if (name == it->name()) return Target{&*it, it.index(), {}, name, {}};
     return {};
 }
 
-/// A member may itself be named "a[0]", so whole names come first.
+/// A member may itself be named "a[0]", so this looks for the whole name first.
 std::optional<Target> findTarget(const Data::Structure& structure, std::string_view name) {
     if (auto target = findMember(structure, name)) return target;
     const size_t bracket = name.rfind('[');
@@ -59,7 +61,7 @@ std::optional<Target> findTarget(const Data::Structure& structure, std::string_v
     return target;
 }
 
-/// Names may hold "=": the first one that ends a known name counts.
+/// Names may contain "=", so this takes the first "=" that has a known name in front of it.
 Target parseTarget(const Data::Structure& structure, std::string_view assignment) {
     const size_t first = assignment.find('=');
     if (first == assignment.npos)
@@ -77,6 +79,7 @@ Target parseTarget(const Data::Structure& structure, std::string_view assignment
                                    })));
 }
 
+/// Splits a text at its blanks.
 std::vector<std::string_view> words(std::string_view text) {
     constexpr std::string_view kBlanks = " \t\n\v\f\r";
     std::vector<std::string_view> result;
@@ -88,6 +91,7 @@ std::vector<std::string_view> words(std::string_view text) {
     return result;
 }
 
+/// The slot owns its string, which is freed only once there is memory for the new one.
 void store(Text* slot, const Target& target) {
     char* copy = static_cast<char*>(std::malloc(target.text.size() + 1));
     if (!copy) throw std::bad_alloc();
@@ -97,6 +101,7 @@ void store(Text* slot, const Target& target) {
     *slot = copy;
 }
 
+/// Stores one number or truth value.
 template <typename Value>
 void store(Value* slot, const Target& target, std::string_view word) {
     const Parsed parsed = parseValue(word, *slot);
@@ -107,6 +112,7 @@ void store(Value* slot, const Target& target, std::string_view word) {
                     parsed == Parsed::kMalformed ? "no value of type" : "out of range for", type));
 }
 
+/// Blanks belong to a string, so one text cannot hold several strings.
 void storeStrings(Text* parts, const Target& target) {
     if (!target.slot && target.member->length() > 1)
         throw CommandError(fmt::format("{} holds {} strings: set one at a time, as in {}",
@@ -115,6 +121,7 @@ void storeStrings(Text* parts, const Target& target) {
     store(parts + target.slot.value_or(0), target);
 }
 
+/// Stores all values of a member, or one value of the slot.
 template <typename Value>
 void storeValues(Value* parts, const Target& target) {
     const size_t perValue = partsPerValue(target.member->type());
@@ -140,7 +147,7 @@ void assign(Data::Handle& element, const Target& target) {
     });
 }
 
-/// Notes the values that assignments give, to find those that would undo another.
+/// Remembers which values were given, because an assignment must not undo an earlier one.
 class GivenValues {
   public:
     void add(const Target& target) {
@@ -153,7 +160,7 @@ class GivenValues {
     }
 
   private:
-    static constexpr long long kWhole = -1;  // ahead of all slots
+    static constexpr long long kWhole = -1;  // a whole member; sorts in front of all its slots
     std::set<std::pair<unsigned int, long long>> fSlots;
 };
 

@@ -12,10 +12,10 @@ class Structure;
 
 namespace orbo::Quilmeta {
 
-/// Stores the values in an element of the structure. Without [k] a text holds all values of its
-/// member, with blanks between; a matrix is one value of sixteen numbers. Strings are taken as they
-/// are, and one at a time. Throws `CommandError` that names the member and the text, also for a
-/// value that is given twice; the element may then hold some of the values.
+/// Stores the values in an element of the structure. Without [k] the text has all values of the
+/// member, with blanks between them; a matrix is one value of sixteen numbers. A string is the
+/// whole text as it is. Throws `CommandError` that names the member and the text, also for a value
+/// that is given twice; the element may then hold some of the values.
 void assign(const Data::Structure& structure, Data::Handle& element,
             const std::vector<std::string>& assignments);
 

@@ -1,4 +1,4 @@
-// What copying metadata into a scene changes there, and what stands against it.
+// Plans what a copy of metadata changes in the target, and what forbids it.
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/CopyPlan.h"
 
@@ -38,6 +38,7 @@ CopyPlan::StructureCopy copyOf(const Data::Structure& structure, const Structure
             lossesOf(*namesake->second, structure)};
 }
 
+/// A scene file does not keep channels without streams.
 bool holdsStreams(const Data::Associations& associations) {
     return std::any_of(associations.begin(), associations.end(),
                        [](const Data::Channel& channel) { return !channel.empty(); });
@@ -54,7 +55,7 @@ CopyPlan::NodeCopy copyOf(const std::string& name, const Data::Associations& ass
             lossesOf(namesake->second, associations)};
 }
 
-/// Empty when no stream has a structure of that name.
+/// The first stream that uses the structure; empty when there is none.
 std::string placeOfUse(const Data::Associations& associations, const std::string& structure) {
     for (const Data::Channel& channel : associations)
         for (const Data::Stream& stream : channel)
@@ -128,6 +129,7 @@ void CopyPlan::apply(Data::Accessor& target) const {
     Data::Accessor::StructureSet structures = target.structures();
     for (const StructureCopy& copy : fStructures) {
         if (copy.fate == Fate::kUnchanged) continue;
+        // The set compares names, so this removes the namesake.
         structures.erase(copy.structure.get());
         structures.insert(copy.structure.get());
     }

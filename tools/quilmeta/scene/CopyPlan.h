@@ -1,4 +1,4 @@
-// What copying metadata into a scene changes there, and what stands against it.
+// Plans what a copy of metadata changes in the target, and what forbids it.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -11,7 +11,7 @@
 
 namespace orbo::Quilmeta {
 
-/// Shares the content of nodes with the source.
+/// Shares the content of nodes with the source, which may be closed meanwhile.
 class CopyPlan {
   public:
     enum class Fate { kUnchanged, kAdded, kReplaced };
@@ -19,8 +19,8 @@ class CopyPlan {
     struct StructureCopy {
         RefPtr<const Data::Structure> structure;
         Fate fate;
-        std::string difference;           ///< from what is replaced
-        std::vector<std::string> losses;  ///< what of that goes, a line each
+        std::string difference;           ///< from the namesake that it replaces
+        std::vector<std::string> losses;  ///< what of the namesake is lost, a line each
     };
     struct NodeCopy {
         std::string name;
@@ -30,26 +30,26 @@ class CopyPlan {
         std::vector<std::string> losses;
     };
 
-    /// Without names all nodes that have something to write, and all structures; else the nodes of
-    /// these names and the structures that they use.
+    /// Plans to copy the nodes with these names and the structures that they use. Without names it
+    /// plans to copy all structures, and all nodes that have streams.
     CopyPlan(const Data::Accessor& source, const Data::Accessor& target,
              const std::vector<std::string>& nodes);
 
-    /// A line for each structure and node that has another namesake in the target.
+    /// A line for each structure and node that has a namesake with other content in the target.
     [[nodiscard]] std::vector<std::string> differences() const;
-    /// A line for each structure that cannot give way, as something that stays in the target needs
-    /// it. `complete` says that all of the target's metadata could be read.
+    /// A line for each structure that cannot be replaced, because metadata that stays in the target
+    /// needs it. `complete` says that all of the target's metadata could be read.
     [[nodiscard]] std::vector<std::string> obstacles(const Data::Accessor& target,
                                                      bool complete) const;
 
     [[nodiscard]] const std::vector<StructureCopy>& structures() const { return fStructures; }
     [[nodiscard]] const std::vector<NodeCopy>& nodes() const { return fNodes; }
-    /// The target would not be as it is.
+    /// False when the target has everything already.
     [[nodiscard]] bool changes() const;
     void apply(Data::Accessor& target) const;
 
   private:
-    /// A stream of a node that is not copied; empty when none uses the structure of that name.
+    /// The place of a stream that uses the structure and is not replaced; empty when there is none.
     [[nodiscard]] std::string userThatStays(const Data::Accessor& target,
                                             const std::string& structure) const;
 

@@ -19,7 +19,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// Both structures must have members of the same names.
+/// Compares the orders of members. Both structures must have members of the same names.
 bool ordersAreEqual(const Data::Structure& ours, const Data::Structure& theirs) {
     Data::StructureIterator other = theirs.begin();
     for (const Data::Member& member : ours) {
@@ -29,6 +29,7 @@ bool ordersAreEqual(const Data::Structure& ours, const Data::Structure& theirs) 
     return true;
 }
 
+/// Returns "no index 3" and the like.
 std::string atIndex(const char* what, const Data::Index& index) {
     return fmt::format("{} index {}", what, shownName(index.asString()));
 }
@@ -61,7 +62,7 @@ std::string differenceOf(const Data::Stream& ours, const Data::Stream& theirs) {
                        inQuotes(theirs.indexType()));
 }
 
-/// The part of `container` with the name of `namesake`; null without one that counts.
+/// Finds the part of `container` with the name of `namesake`; null without one that counts.
 const Data::Stream* find(const Data::Channel& container, const Data::Stream& namesake) {
     return container.findDataStream(namesake.name());
 }
@@ -76,7 +77,7 @@ bool counts(const Data::Channel& channel) { return !channel.empty(); }
 
 std::string differenceOf(const Data::Channel& ours, const Data::Channel& theirs);
 
-/// For channels of associations and streams of channels; `kind` says which.
+/// Compares the channels of associations, or the streams of channels; `kind` says which.
 template <typename Container>
 std::string differenceOfContent(const Container& ours, const Container& theirs, const char* kind) {
     for (const auto& item : theirs) {
@@ -97,7 +98,7 @@ std::string differenceOf(const Data::Channel& ours, const Data::Channel& theirs)
     return differenceOfContent(ours, theirs, "stream");
 }
 
-/// Members that only one side has, or that have other types.
+/// Lists the members that only one side has, or that have other types.
 std::vector<std::string> differencesOfMembers(const Data::Structure& ours,
                                               const Data::Structure& theirs) {
     const MembersByName members = membersByName(ours);
@@ -118,6 +119,7 @@ std::vector<std::string> differencesOfMembers(const Data::Structure& ours,
     return differences;
 }
 
+/// Compares the names of members, whatever their order.
 bool namesAreEqual(const Data::Structure& ours, const Data::Structure& theirs) {
     const auto haveEqualNames = [](const auto& left, const auto& right) {
         return left.first == right.first;

@@ -14,7 +14,7 @@ using Data::Finding;
 
 namespace {
 
-/// "line 12: ", "chunk MTDA at byte 96: " or "byte 96: "; empty without a place.
+/// Returns "line 12: ", "chunk MTDA at byte 96: " or "byte 96: "; empty without a place.
 std::string placeOf(const Finding& finding) {
     if (finding.line) return fmt::format("line {}: ", *finding.line);
     if (!finding.offset) return {};
@@ -22,12 +22,12 @@ std::string placeOf(const Finding& finding) {
     return fmt::format("chunk {} at byte {}: ", finding.tag, *finding.offset);
 }
 
-/// "node arm: "; empty for a finding that is about no node.
+/// Returns "node arm: "; empty for a finding that is about no node.
 std::string nodeOf(const Finding& finding) {
     return finding.node ? "node " + shownNode(*finding.node) + ": " : "";
 }
 
-/// A format's message may have several lines.
+/// Replaces line feeds, which a format's message may have.
 std::string withLineEnds(const std::string& message, std::string_view lineEnd) {
     std::string text;
     for (const char c : message) {

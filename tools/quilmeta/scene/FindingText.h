@@ -9,10 +9,10 @@
 
 namespace orbo::Quilmeta {
 
-/// For `complain`: one message for each finding, which begins with its place and node.
+/// Makes the text for `complain`: a message for each finding, which begins with its place and node.
 std::string messagesOf(const std::vector<Data::Finding>& findings);
 
-/// "line 12: node arm: text-unreadable: ...", on one line and safe to show.
+/// Returns "line 12: node arm: text-unreadable: ...", on one line and safe to show.
 std::string lineOf(const Data::Finding& finding);
 
 }  // namespace orbo::Quilmeta

@@ -1,4 +1,4 @@
-// What is lost when metadata gives way to other metadata of the same name.
+// Tells what is lost when metadata gives way to other metadata of the same name.
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/Losses.h"
 
@@ -15,7 +15,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// "2 elements: index a, b"; empty without any.
+/// Returns "2 elements: index a, b"; empty without indices.
 std::string listOf(const char* what, const std::vector<std::string>& indices) {
     if (indices.empty()) return {};
     return fmt::format("{}{}: index {}", what, counted(indices.size(), "element"),

@@ -1,4 +1,4 @@
-// What is lost when metadata gives way to other metadata of the same name.
+// Tells what is lost when metadata gives way to other metadata of the same name.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -10,10 +10,10 @@
 
 namespace orbo::Quilmeta {
 
-/// The members of `ours` that `theirs` lacks or has with another type, a line each.
+/// Lists the members of `ours` that `theirs` lacks or has with another type, a line each.
 std::vector<std::string> lossesOf(const Data::Structure& ours, const Data::Structure& theirs);
 
-/// The streams, elements and values of `ours` that `theirs` lacks, a line for each stream.
+/// Lists the streams, elements and values of `ours` that `theirs` lacks, a line for each stream.
 std::vector<std::string> lossesOf(const Data::Associations& ours, const Data::Associations& theirs);
 
 }  // namespace orbo::Quilmeta

@@ -17,33 +17,35 @@ namespace {
 
 bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 
+/// Says whether a path begins with "C:" or another drive.
 bool isDrive(std::string_view text) {
     return text.size() >= 2 && isLetter(text[0]) && text[1] == ':';
 }
 
-/// As paths compare: of the same length, with "/" for every separator and small drive letters.
+/// The form in which paths are compared, of the same length: "/" for every separator, and a drive
+/// letter in lower case.
 std::string comparable(std::string_view path) {
     std::string text(path);
     std::replace(text.begin(), text.end(), '\\', '/');
-    // Also in the long form of Windows paths, \\?\C:\...
+    // The long form of a Windows path, \\?\C:\..., has its drive letter behind four characters.
     const size_t start = text.compare(0, 4, "//?/") == 0 ? 4 : 0;
     if (isDrive(std::string_view(text).substr(start)))
         text[start] = static_cast<char>(text[start] | 0x20);
     return text;
 }
 
-/// Of a comparable prefix without the separators at its end. Of the two roots "/" and "//" this
-/// leaves nothing and "/".
+/// The length of a comparable prefix without the separators at its end: 0 for the root "/", and 1
+/// for the root "//".
 size_t bodyLength(const std::string& prefix) {
     const size_t last = prefix.find_last_not_of('/');
     if (last != prefix.npos) return last + 1;
     return prefix.size() > 1 ? 1 : 0;
 }
 
-/// Would stand for something else without the separator at its end.
+/// True for a prefix that would mean something else without the separator at its end.
 bool isRoot(std::string_view body) { return body.empty() || body == "/" || body.back() == ':'; }
 
-/// May a prefix of this length end here? `path` is comparable and not empty.
+/// Says whether a prefix of this length may end here. `path` is comparable and not empty.
 bool isBorder(const std::string& path, size_t length) {
     const bool doubled = path.compare(0, 2, "//") == 0;
     if (length == 0) return path[0] == '/' && !doubled;
@@ -84,6 +86,7 @@ void PathMap::addCsv(std::string_view text) {
 std::optional<std::string> PathMap::apply(const std::string& path) const {
     if (path.empty() || empty()) return {};
     const std::string text = comparable(path);
+    // The search begins with the longest prefix, so the first hit is the right one.
     for (size_t length = std::min(fLongest, text.size()) + 1; length-- > 0;) {
         if (!isBorder(text, length)) continue;
         const auto found = fTargets.find(std::string_view(text).substr(0, length));

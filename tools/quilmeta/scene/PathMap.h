@@ -9,29 +9,30 @@
 
 namespace orbo::Quilmeta {
 
-/// A prefix counts where a component of the path ends. "/" and "\" both separate and are the same
-/// to the comparison; the case counts, except that of a drive letter. Separators at the end of a
-/// prefix make no difference. "/" is the root of paths that begin with one separator, "\\" of
-/// those that begin with two.
+/// A prefix fits where a component of the path ends. The comparison takes "/" and "\" for the same
+/// separator; it heeds the case of letters, except for drive letters. Separators at the end of a
+/// prefix make no difference. "/" is the root of paths that begin with one separator, "\\" of paths
+/// that begin with two.
 class PathMap {
   public:
-    /// Throws `CommandError` for an empty prefix, and for one that is to become two things.
+    /// Throws `CommandError` for an empty prefix, and for one that already has another replacement.
     void add(const std::string& from, const std::string& to);
-    /// Each record of a table of two columns is a pair, the first included. Throws `CommandError`
+    /// Adds each record of a table with two columns, the first record included. Throws an exception
     /// that names the line.
     void addCsv(std::string_view text);
 
-    /// The path with its longest prefix replaced; none when there is none. What follows the prefix
-    /// stays as it is.
+    /// The path with its longest known prefix replaced; no value when no prefix fits. The rest of
+    /// the path stays as it is.
     [[nodiscard]] std::optional<std::string> apply(const std::string& path) const;
     [[nodiscard]] bool empty() const { return fTargets.empty(); }
 
   private:
     struct Target {
-        std::string ahead;  ///< of what follows the prefix, which begins with a separator
-        std::string alone;  ///< when nothing follows
+        std::string ahead;  ///< stands in front of the rest of the path, which begins with "/"
+        std::string alone;  ///< replaces a path that is the prefix and nothing more
     };
-    std::map<std::string, Target, std::less<>> fTargets;  // by what the prefixes have in common
+    std::map<std::string, Target, std::less<>>
+        fTargets;  // by the body of the prefix, in comparable form
     size_t fLongest = 0;
 };
 

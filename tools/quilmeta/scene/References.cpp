@@ -20,6 +20,7 @@ namespace Table = Data::AccessorQuil::ExternalContent;
 
 namespace {
 
+/// The library reads rows with missing members as empty; nobody wants those in a list.
 void demandMembers(const Data::Structure& structure) {
     Data::Handle row(structure, nullptr);
     for (const std::string& name :
@@ -38,7 +39,7 @@ void demandMembers(const Data::Structure& structure) {
 }  // namespace
 
 Scene openForReferences(const std::string& file, const SceneAccess& access, ReferencesFor purpose) {
-    // No structures are asked for: they serve the reading, and stay in the file where they are.
+    // Asking for no structures leaves them in the file where they are; the read knows them anyway.
     SceneNames names;
     if (purpose == ReferencesFor::kReading)
         names.nodes.emplace({Data::AccessorQuil::getSceneAssociationsName()});

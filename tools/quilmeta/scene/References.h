@@ -17,8 +17,8 @@ struct Reference {
     std::set<std::string> roles;
 };
 
-/// To look at the table, the scene's own metadata is enough. To write it the nodes are read, too,
-/// so that each keeps its place in the file.
+/// Listing the table needs only the scene's own metadata. Writing it reads all nodes, so that each
+/// keeps its place in the file.
 enum class ReferencesFor { kReading, kWriting };
 
 /// Opens a scene whose table is to be used, and reads no more than that takes. Throws

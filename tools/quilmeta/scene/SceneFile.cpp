@@ -22,7 +22,7 @@ using Code = Data::Finding::Code;
 
 namespace {
 
-/// For files that were looked at a moment ago, and that nobody is likely to have locked since.
+/// We have looked at these files a moment ago, so nobody is likely to hold a lock on them.
 constexpr std::chrono::seconds kShortPatience(1);
 
 /// Opening a pipe or a device could block for ever, so only regular files are opened.
@@ -35,7 +35,7 @@ void demandReadableFile(const std::string& file) {
     if (::access(file.c_str(), R_OK) != 0) throw CommandError(systemMessage(errno));
 }
 
-/// An accessor that waits as the user allows, and no longer once a signal has come.
+/// Makes an accessor that waits as the user allows, and no longer once a signal has come.
 std::unique_ptr<Data::Accessor> accessorFor(const std::string& file,
                                             std::chrono::milliseconds patience) {
     std::unique_ptr<Data::Accessor> accessor = Data::Accessor::accessorByExtension(file);
@@ -57,6 +57,7 @@ void read(Data::Accessor& accessor, const std::string& file,
     throw CommandError(messagesOf(accessor.findings()));
 }
 
+/// Reads these nodes, or all of them, and returns what the read found.
 std::vector<Data::Finding> findingsOf(const std::string& file,
                                       const std::set<std::string>* nodes = nullptr) {
     const std::unique_ptr<Data::Accessor> accessor = accessorFor(file, kShortPatience);
@@ -74,7 +75,7 @@ bool leavesSceneComplete(const Data::Finding& finding) {
     return finding.code == Code::kFileNote || !Data::Finding::isInErrors(finding.code);
 }
 
-/// What a failed write has to say. Accessors that leave no finding have only their error text.
+/// Says why a write failed. Accessors that leave no finding have only their error text.
 std::string messagesOfFailure(const Data::Accessor& scene, const std::string& errors) {
     std::vector<Data::Finding> failures;
     for (const Data::Finding& finding : scene.findings())

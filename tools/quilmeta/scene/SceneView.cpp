@@ -13,6 +13,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
+/// Does the list of wanted names let this name through?
 bool keeps(const std::vector<std::string>& wanted, const std::string& name) {
     return wanted.empty() || std::find(wanted.begin(), wanted.end(), name) != wanted.end();
 }
@@ -30,14 +31,17 @@ NodeView viewOf(const std::string& name, const Data::Associations& associations,
     for (const Data::Channel& channel : associations) {
         if (!keeps(selection.channels, channel.name())) continue;
         ChannelView kept = viewOf(channel, selection);
+        // A user who asks for a stream does not want to see channels without it.
         if (selection.streams.empty() || !kept.streams.empty())
             view.channels.push_back(std::move(kept));
     }
     return view;
 }
 
+/// Returns the structures that streams in the view use, and with `everything` all others, too.
 std::vector<const Data::Structure*> structuresOf(const Data::Accessor& accessor,
                                                  const SceneView& view, bool everything) {
+    // The file's structures come first, so they win over namesakes that streams use.
     std::map<std::string, const Data::Structure*> byName;
     if (everything)
         for (const Data::Structure* structure : accessor.structures())

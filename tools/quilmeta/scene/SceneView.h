@@ -11,7 +11,7 @@
 
 namespace orbo::Quilmeta {
 
-/// Names to keep; an empty list keeps all.
+/// Names that the user asks for; an empty list means all names.
 struct Selection {
     std::vector<std::string> nodes, channels, streams;
 
@@ -30,10 +30,10 @@ struct NodeView {
     std::vector<ChannelView> channels;
 };
 
-/// Shares its content with the accessor and must not outlive it. In the library's order.
+/// Shares its content with the accessor and must not outlive it. The order is the library's.
 struct SceneView {
-    /// Each name once. Of everything: all that the file defines and that streams use. Else those
-    /// that the selected streams use.
+    /// Has one structure for each name: those that the selected streams use, and with an empty
+    /// selection also those that the file defines.
     std::vector<const Data::Structure*> structures;
     std::vector<NodeView> nodes;
 

@@ -10,6 +10,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
+/// Takes one record after the other from the front of the text.
 class Parser {
   public:
     explicit Parser(std::string_view text) : fRest(text) {}
@@ -52,6 +53,7 @@ class Parser {
         do {
             const size_t end = fRest.find('"');
             if (end == fRest.npos) {
+                // The line where the quote began helps more than the last line of the file.
                 fLine = first;
                 refuse("a quote that is never closed");
             }

@@ -11,8 +11,8 @@
 
 namespace orbo::Quilmeta {
 
-/// A float takes as many digits as it needs as a float. What is not finite is NaN, Infinity or
-/// -Infinity.
+/// Appends a number. A float gets the digits that it needs to be read back as a float, not as a
+/// double. NaN, Infinity and -Infinity stand for what is not finite.
 template <typename Number>
 void appendNumber(std::string& out, Number number) {
     if constexpr (std::is_floating_point_v<Number>) {

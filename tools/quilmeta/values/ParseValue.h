@@ -12,7 +12,7 @@ namespace orbo::Quilmeta {
 
 enum class Parsed { kGood, kMalformed, kOutOfRange };
 
-/// The spellings that scene files know.
+/// Takes the spellings of truth values that scene files use.
 inline Parsed parseValue(std::string_view text, bool& value) {
     for (const char* word : {"1", "t", "T", "true", "True"})
         if (text == word) return value = true, Parsed::kGood;
@@ -21,8 +21,8 @@ inline Parsed parseValue(std::string_view text, bool& value) {
     return Parsed::kMalformed;
 }
 
-/// Decimal digits without blanks; a sign, a point and an exponent as the type has them. A number
-/// other than 0 that the type could only hold as 0 is out of range, too.
+/// Takes decimal digits without blanks, with a sign, a point and an exponent where the type allows
+/// them. A number too small for the type, which would become 0, is out of range.
 template <typename Number>
 Parsed parseValue(std::string_view text, Number& value) {
     constexpr bool kReal = std::is_floating_point_v<Number>;

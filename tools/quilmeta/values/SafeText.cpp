@@ -12,7 +12,7 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// Returns false when there is nothing to escape.
+/// Appends the character escaped, if it must be. Returns false when it can be shown as it is.
 bool appendEscape(std::string& out, const Utf8Character& character) {
     if (!character.valid || (character.codePoint < 0x80 && isUnprintable(character.codePoint))) {
         switch (character.codePoint) {
@@ -37,6 +37,7 @@ bool appendEscape(std::string& out, const Utf8Character& character) {
     return true;
 }
 
+/// Appends the text with everything escaped that must be, and with `quotes` also what quotes need.
 void appendEscaped(std::string& out, std::string_view text, bool quotes) {
     while (!text.empty()) {
         const Utf8Character character = firstCharacter(text);
@@ -59,6 +60,7 @@ std::string shownName(std::string_view name) {
 }
 
 std::string shownPath(std::string_view path) {
+    // Blanks at the ends are easily missed, and "(" begins "(scene)", which no node must fake.
     const bool plain = !path.empty() && path.find('"') == path.npos && safeLine(path) == path &&
                        path.front() != ' ' && path.back() != ' ' && path.front() != '(';
     return plain ? std::string(path) : inQuotes(path);

@@ -7,16 +7,17 @@
 
 namespace orbo::Quilmeta {
 
-/// On one line in double quotes. Quotes, backslashes, unprintable characters and bytes that are no
-/// UTF-8 are escaped: \" \\ \n \t \r \x1b \u{202e}.
+/// The text on one line in double quotes. Quotes, backslashes, unprintable characters and bytes
+/// that are no UTF-8 are escaped: \" \\ \n \t \r \x1b \u{202e}.
 std::string inQuotes(std::string_view text);
-/// As it is when nobody could misread it, else `inQuotes`.
+/// The name as it is when nobody can misread it, else `inQuotes`.
 std::string shownName(std::string_view name);
-/// As `shownName`, but with backslashes as they are: outside of quotes they escape nothing.
+/// Like `shownName`, but a backslash alone is no reason for quotes: paths may be full of them.
 std::string shownPath(std::string_view path);
 /// The name of a node; "(scene)" for the scene itself.
 std::string shownNode(std::string_view name);
-/// As it is, but for unprintable characters and bytes that are no UTF-8: for messages.
+/// The text without quotes, for messages. Unprintable characters and bytes that are no UTF-8 are
+/// escaped.
 std::string safeLine(std::string_view text);
 
 }  // namespace orbo::Quilmeta

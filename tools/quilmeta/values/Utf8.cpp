@@ -24,6 +24,7 @@ bool isNoncharacter(char32_t codePoint) {
     return (codePoint & 0xFFFE) == 0xFFFE || (codePoint >= 0xFDD0 && codePoint <= 0xFDEF);
 }
 
+/// Returns the columns that one character takes on a terminal.
 size_t columns(char32_t codePoint) {
     const int width = ::utf8proc_charwidth(static_cast<utf8proc_int32_t>(codePoint));
     const utf8proc_property_t& property = propertyOf(codePoint);

@@ -12,10 +12,10 @@
 
 namespace orbo::Quilmeta {
 
-/// What a visitor is given for a string.
+/// Visitors get this type for a string.
 using Text = char*;
 
-/// "int8", "float[3]".
+/// Returns "int8", "float[3]" and the like.
 inline std::string typeText(const Data::Member& member) {
     const char* name = Data::Member::typeName(member.type());
     return member.length() == 1 ? name : fmt::format("{}[{}]", name, member.length());

@@ -13,7 +13,7 @@ inline std::string counted(size_t count, const char* thing) {
     return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s");
 }
 
-/// "a, b, c", cut short when there are many; `text` gives what is to be shown of an item.
+/// "a, b, c", cut short when there are many. `text` turns an item into its text.
 template <typename Items, typename Text>
 std::string shortList(const Items& items, Text&& text) {
     constexpr int kMost = 8;
@@ -27,7 +27,8 @@ std::string shortList(const Items& items, Text&& text) {
     return list;
 }
 
-/// What there is, behind what there is not: " (members: a, b, c)"; nothing when there is nothing.
+/// Tells what there is, after a message about what is missing: " (members: a, b, c)". Empty without
+/// items.
 template <typename Items, typename Text>
 std::string nameList(const char* what, const Items& items, Text&& text) {
     const std::string list = shortList(items, text);
