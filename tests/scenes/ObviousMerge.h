@@ -73,6 +73,7 @@ class ObviousMerge {
     }
     [[nodiscard]] Numbers readable(Kind kind, const std::string& name) const {
         Numbers numbers;
+        numbers.reserve(fCase.records.size());
         for (std::size_t number = 0; number < fCase.records.size(); ++number) {
             const Text text = record(number).text;
             const bool isReadable = text == Text::kReadable || text == Text::kReadableWithModel;

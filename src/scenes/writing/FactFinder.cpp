@@ -19,7 +19,8 @@ using Merge::RecordFacts;
 using Kind = SceneRecord::Kind;
 using Text = RecordFacts::Text;
 
-// The structures that the record was written with may be gone from the file.
+// The model's streams still have the structures that the record was written with, which may be
+// gone from the file.
 std::unique_ptr<Associations> readWithStructuresOf(const Associations& entry,
                                                    const SceneRecord& record,
                                                    IndexTypes::Unknown unknownIndexTypes) {
@@ -163,7 +164,8 @@ void FactFinder::answer(const Merge::Question& question, const Merge::Plan& plan
     }
 }
 
-// A record that nobody could read counts as unreadable even if a structure has come meanwhile.
+// A record that the last read could not read counts as unreadable, even if its structure has come
+// into the file since.
 void FactFinder::readNode(std::size_t number, const SceneRecord& record) {
     RecordFacts& facts = fRecords[number];
     facts.text = Text::kUnreadable;

@@ -40,14 +40,15 @@ class FactFinder {
     /// refers to outlives the finder.
     explicit FactFinder(const Sources& sources);
 
-    /// Merges with the facts at hand, and finds those that are asked for, until nothing is asked.
+    /// Calls `merge` with the facts at hand, and again with those that it asks for, until it asks
+    /// for nothing more.
     Merge::Plan plan(const Merge::Policy& policy);
 
-    /// The structure of a record that could be read.
+    /// Only for a record that is a readable structure.
     [[nodiscard]] const Structure& structureOf(std::size_t record) const {
         return *fStructures[record];
     }
-    /// Nodes whose records were tried and cannot be read, for the next snapshot.
+    /// The associations that `plan` tried to read in vain, for the next snapshot.
     UnreadableRecords& unreadable() { return fUnreadable; }
 
   private:
@@ -74,8 +75,8 @@ class FactFinder {
     std::vector<RefPtr<Structure>> fStructures;  // by record; null for all others
     Merge::ReadFacts fRead;
     Merge::ModelFacts fModel;
-    std::set<std::string> fTriedWithModel;                  // nodes
-    std::optional<std::set<std::string>> fModelStructures;  // as the file would have them
+    std::set<std::string> fTriedWithModel;                  // names of nodes
+    std::optional<std::set<std::string>> fModelStructures;  // bytes, as the file would have them
     UnreadableRecords fUnreadable;
 };
 

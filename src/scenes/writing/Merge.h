@@ -35,7 +35,7 @@ struct RecordFacts {
 
     Kind kind = Kind::kStructure;
     Text text = Text::kNotTried;
-    /// The structure or the node. Of an unreadable structure what its text says, perhaps nothing.
+    /// Names the structure or the node. An unreadable structure may be without a name.
     std::string name;
     /// The members of a readable structure; outlives the facts.
     const Layout* members = nullptr;
@@ -45,12 +45,12 @@ struct RecordFacts {
 
     /// A readable node is the same as the model's.
     std::optional<bool> sameAsModel = {};
-    /// The bytes of an unreadable record are those that the write would make for the model.
+    /// An unreadable record has the very bytes that the write would make for the model.
     std::optional<bool> repeatsModel = {};
-    /// The structures that the record cannot be read without. Needs to tell only of those that
-    /// `Plan::structuresAtStake` names.
+    /// The structures that the record cannot be read without, as far as `Plan::structuresAtStake`
+    /// has them.
     std::optional<std::vector<StructureUse>> uses = {};
-    /// Names that the text has where it names structures, used or not. Same limits.
+    /// All structures that the text names, used or not.
     std::optional<std::vector<std::string>> mentions = {};
 };
 
@@ -58,19 +58,20 @@ struct RecordFacts {
 struct ReadFacts {
     std::map<std::string, const Layout*> structures;
     struct Node {
-        /// The model's node is as the read left it. Matters only where the file has several records
-        /// of the node.
+        /// The model's node is as the read left it. Asked for only when the file has several
+        /// records of the node.
         std::optional<bool> unedited = {};
     };
     std::map<std::string, Node> nodes;
-    /// Nodes that were read in part. True when the model's is no longer what the read left.
+    /// Nodes that were read in part: true when the caller has changed or removed the part. They
+    /// are not in `nodes`.
     std::map<std::string, bool> partialNodes;
 };
 
 /// What the write is to store.
 struct ModelFacts {
     std::map<std::string, const Layout*> structures;
-    /// True for nodes that a record is written for; false for those that are there, but empty.
+    /// True for nodes with content; false for empty ones, which are not written.
     std::map<std::string, bool> nodes;
 };
 
@@ -86,7 +87,7 @@ struct Policy {
 enum class Action {
     kKeep,     ///< stays as it was found
     kRewrite,  ///< made from the model, in place of what the file has
-    kAdd,      ///< made from the model; the file has nothing of the name
+    kAdd,      ///< made from the model; no record of the file goes for it
     kDrop,
 };
 
@@ -97,9 +98,10 @@ struct Item {
     Kind kind = Kind::kStructure;
     /// Number of the file's record; none for those that are made from the model.
     std::optional<std::size_t> record = {};
-    /// The name in the model; empty also for a record that is kept ahead of it or behind.
+    /// The name in the model. Empty for a record that is dropped, or kept for another reason than
+    /// that the model has the same.
     std::string name = {};
-    /// Stands where the model's record of the scene itself stands.
+    /// The model's associations of the scene itself.
     bool isScene = false;
 };
 
@@ -111,20 +113,20 @@ struct Question {
 };
 
 struct Plan {
-    /// In the order in which the records will stand; dropped ones are last. Records that were not
+    /// In the order in which the records will stand; dropped ones come last. Records that were not
     /// understood are not listed: the kind of scene keeps them with its foreign parts.
     std::vector<Item> items;
-    /// Facts that were not given and that the decision needs. When there are any, nothing else in
-    /// the plan counts but `structuresAtStake`.
+    /// Facts that the decision needs and was not given. While there are any, only
+    /// `structuresAtStake` counts besides.
     std::vector<Question> questions;
     /// What the caller might not expect of the write.
     Findings findings;
     /// Why nothing may be written. When it is there, items and findings do not count.
     std::optional<Finding> refusal;
-    /// Structures of the file that go or change, if nobody needs them: uses of these matter.
+    /// Structures of the file that go or change unless a record that stays uses them.
     std::vector<std::string> structuresAtStake;
-    /// Structures that readers of the new file find as the file had them, not as the model has
-    /// them: by name, the number of the record that counts.
+    /// Structures that readers of the new file find as the file had them: by name, the number of
+    /// the record that counts.
     std::map<std::string, std::size_t> structuresOfTheFile;
 };
 
