@@ -137,103 +137,113 @@ std::string foreignChunks(const BinaryLayout& layout, std::string_view tail) {
     return chunks.append(bytes(at, layout.trailer.end));
 }
 
+/// See `SceneKind` for what each function does.
+class BinaryKind final : public SceneKind {
+  public:
+    BinaryKind() : SceneKind(traitsOfBinaryScenes()) {}
+
+    [[nodiscard]] bool recognise(SceneInput& input, Finding& problem) const override {
+        FileOfInput file(input);
+        BinaryTrailer trailer;
+        return locateTrailer(file, trailer, problem);
+    }
+
+    [[nodiscard]] ScanEnd scan(SceneInput& input, SceneVisitor& visitor,
+                               std::unique_ptr<SceneLayout>& layout) const override {
+        FileOfInput file(input);
+        auto found = std::make_unique<BinaryLayout>();
+        BinaryTrailer& trailer = found->trailer;
+        Finding problem;
+        if (!locateTrailer(file, trailer, problem)) {
+            visitor.fail(problem.code, problem.message, FilePlace{problem.offset, problem.tag});
+            return ScanEnd::kFailed;
+        }
+        const auto size = input.size();
+        if (visitor.purpose() == Purpose::kWrite) {
+            if (!checkBeforeWrite(file, trailer, size, visitor)) return ScanEnd::kFailed;
+        } else {
+            reportEnd(trailer, size, visitor);
+        }
+        ChunkScan chunks(file, trailer, visitor);
+        if (!chunks.run()) return ScanEnd::kFailed;
+        found->begin = chunks.first().value_or(trailer.end);
+        found->cannotSeek = chunks.first() ? "Error skipping existing metadata chunks."
+                                           : "Error skipping backward size chunk.";
+        found->cannotRead = found->cannotSeek;
+        found->size = size.value_or(0);
+        found->mainSize = bigEndian(trailer.mainSize(), 8);
+        found->trailerSize = bigEndian(trailer.size(), 8);
+        layout = std::move(found);
+        return ScanEnd::kComplete;
+    }
+
+    [[nodiscard]] std::optional<SceneRecord> parse(const SceneRecordRange& range, std::string bytes,
+                                                   const std::set<std::string>*,
+                                                   Finding& problem) const override {
+        const bool isNode = range.tag == AccessorQuil::Binary::getApplyNodeMetaDataChunkName();
+        problem.code = Code::kChunkDamaged;
+        problem.message = readFailureOf(range.kind);
+        if (bytes.size() < BinaryChunk::kHeaderSize) return std::nullopt;
+        const auto dataSize = fromBigEndian(std::string_view(bytes).substr(8, 8));
+        if (dataSize > bytes.size() - BinaryChunk::kHeaderSize) return std::nullopt;
+        bytes.resize(BinaryChunk::kHeaderSize + static_cast<std::size_t>(dataSize));
+        const std::size_t nameEnd = bytes.find('\0', BinaryChunk::kHeaderSize);
+        if (isNode && nameEnd != std::string::npos) {
+            problem.node =
+                bytes.substr(BinaryChunk::kHeaderSize, nameEnd - BinaryChunk::kHeaderSize);
+        }
+        return parseChunk(ChunkTag(range.tag), std::move(bytes), BinaryChunk::kHeaderSize);
+    }
+
+    [[nodiscard]] bool format(const SceneRecord& record, std::string& bytes) const override {
+        return appendChunk(bytes, record);
+    }
+
+    /// Fails when the distance back to the trailer's beginning does not fit in 32 bits.
+    [[nodiscard]] std::vector<SceneChange> changes(const SceneLayout& layout, std::string_view tail,
+                                                   const ScenePlan& plan,
+                                                   Finding& problem) const override {
+        const auto& binary = static_cast<const BinaryLayout&>(layout);
+        std::string chunks = foreignChunks(binary, tail);
+        for (const ScenePlan::Entry& entry : plan.entries) {
+            if (!entry.kept) {
+                chunks += entry.bytes;
+            } else {
+                const SceneRecordRange& range = entry.kept->range;
+                chunks += tail.substr(static_cast<std::size_t>(range.begin - binary.begin),
+                                      static_cast<std::size_t>(range.end - range.begin));
+            }
+        }
+        const BinaryTrailer trailer{binary.trailer.begin, binary.begin + chunks.size()};
+        if (trailer.distance() > std::numeric_limits<std::uint32_t>::max()) {
+            problem.message = "The trailer would be longer than its 32-bit distance can say.";
+            return {};
+        }
+        std::string endChunk;
+        BinaryChunk::append(endChunk, AccessorQuil::Binary::getBackwardChunkSizeChunkName(),
+                            bigEndian(trailer.distance(), 4));
+        std::vector<SceneChange> changes;
+        changes.push_back(
+            {BinaryTrailer::kMainSizeAt,
+             binary.mainSize,
+             {{bigEndian(trailer.mainSize(), 8), "Failed to write the new main chunk size."}},
+             "Failed to the main chunk size position."});
+        changes.push_back(
+            {binary.trailer.sizeAt(),
+             binary.trailerSize,
+             {{bigEndian(trailer.size(), 8), "Failed to write the new trailer size."}},
+             "Failed to seek to the trailer size position."});
+        changes.push_back({binary.begin,
+                           tail,
+                           {{std::move(chunks), "Failed to write the new trailer."},
+                            {std::move(endChunk), "Failed to write the backward chunk size."}},
+                           "Failed to seek to the trailer data start."});
+        return changes;
+    }
+};
+
 }  // namespace
 
-BinaryKind::BinaryKind() : SceneKind(traitsOfBinaryScenes()) {}
-
-bool BinaryKind::recognise(SceneInput& input, Finding& problem) const {
-    FileOfInput file(input);
-    BinaryTrailer trailer;
-    return locateTrailer(file, trailer, problem);
-}
-
-SceneKind::ScanEnd BinaryKind::scan(SceneInput& input, SceneVisitor& visitor,
-                                    std::unique_ptr<SceneLayout>& layout) const {
-    FileOfInput file(input);
-    auto found = std::make_unique<BinaryLayout>();
-    BinaryTrailer& trailer = found->trailer;
-    Finding problem;
-    if (!locateTrailer(file, trailer, problem)) {
-        visitor.fail(problem.code, problem.message, FilePlace{problem.offset, problem.tag});
-        return ScanEnd::kFailed;
-    }
-    const auto size = input.size();
-    if (visitor.purpose() == Purpose::kWrite) {
-        if (!checkBeforeWrite(file, trailer, size, visitor)) return ScanEnd::kFailed;
-    } else {
-        reportEnd(trailer, size, visitor);
-    }
-    ChunkScan chunks(file, trailer, visitor);
-    if (!chunks.run()) return ScanEnd::kFailed;
-    found->begin = chunks.first().value_or(trailer.end);
-    found->cannotSeek = chunks.first() ? "Error skipping existing metadata chunks."
-                                       : "Error skipping backward size chunk.";
-    found->cannotRead = found->cannotSeek;
-    found->size = size.value_or(0);
-    found->mainSize = bigEndian(trailer.mainSize(), 8);
-    found->trailerSize = bigEndian(trailer.size(), 8);
-    layout = std::move(found);
-    return ScanEnd::kComplete;
-}
-
-std::optional<SceneRecord> BinaryKind::parse(const SceneRecordRange& range, std::string bytes,
-                                             const std::set<std::string>*, Finding& problem) const {
-    const bool isNode = range.tag == AccessorQuil::Binary::getApplyNodeMetaDataChunkName();
-    problem.code = Code::kChunkDamaged;
-    problem.message = readFailureOf(range.kind);
-    if (bytes.size() < BinaryChunk::kHeaderSize) return std::nullopt;
-    const auto dataSize = fromBigEndian(std::string_view(bytes).substr(8, 8));
-    if (dataSize > bytes.size() - BinaryChunk::kHeaderSize) return std::nullopt;
-    bytes.resize(BinaryChunk::kHeaderSize + static_cast<std::size_t>(dataSize));
-    const std::size_t nameEnd = bytes.find('\0', BinaryChunk::kHeaderSize);
-    if (isNode && nameEnd != std::string::npos) {
-        problem.node = bytes.substr(BinaryChunk::kHeaderSize, nameEnd - BinaryChunk::kHeaderSize);
-    }
-    return parseChunk(ChunkTag(range.tag), std::move(bytes), BinaryChunk::kHeaderSize);
-}
-
-bool BinaryKind::format(const SceneRecord& record, std::string& bytes) const {
-    return appendChunk(bytes, record);
-}
-
-// Fails when the distance back to the trailer's beginning does not fit in 32 bits.
-std::vector<SceneChange> BinaryKind::changes(const SceneLayout& layout, std::string_view tail,
-                                             const ScenePlan& plan, Finding& problem) const {
-    const auto& binary = static_cast<const BinaryLayout&>(layout);
-    std::string chunks = foreignChunks(binary, tail);
-    for (const ScenePlan::Entry& entry : plan.entries) {
-        if (!entry.kept) {
-            chunks += entry.bytes;
-        } else {
-            const SceneRecordRange& range = entry.kept->range;
-            chunks += tail.substr(static_cast<std::size_t>(range.begin - binary.begin),
-                                  static_cast<std::size_t>(range.end - range.begin));
-        }
-    }
-    const BinaryTrailer trailer{binary.trailer.begin, binary.begin + chunks.size()};
-    if (trailer.distance() > std::numeric_limits<std::uint32_t>::max()) {
-        problem.message = "The trailer would be longer than its 32-bit distance can say.";
-        return {};
-    }
-    std::string endChunk;
-    BinaryChunk::append(endChunk, AccessorQuil::Binary::getBackwardChunkSizeChunkName(),
-                        bigEndian(trailer.distance(), 4));
-    std::vector<SceneChange> changes;
-    changes.push_back(
-        {BinaryTrailer::kMainSizeAt,
-         binary.mainSize,
-         {{bigEndian(trailer.mainSize(), 8), "Failed to write the new main chunk size."}},
-         "Failed to the main chunk size position."});
-    changes.push_back({binary.trailer.sizeAt(),
-                       binary.trailerSize,
-                       {{bigEndian(trailer.size(), 8), "Failed to write the new trailer size."}},
-                       "Failed to seek to the trailer size position."});
-    changes.push_back({binary.begin,
-                       tail,
-                       {{std::move(chunks), "Failed to write the new trailer."},
-                        {std::move(endChunk), "Failed to write the backward chunk size."}},
-                       "Failed to seek to the trailer data start."});
-    return changes;
-}
+std::unique_ptr<const SceneKind> makeBinaryKind() { return std::make_unique<BinaryKind>(); }
 
 }  // namespace orbo::Data

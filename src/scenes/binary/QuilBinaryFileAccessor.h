@@ -4,15 +4,13 @@
 
 #include <data/SceneAccessor.h>
 
-#include <memory>
-
 #include "scenes/binary/BinaryKind.h"
 
 namespace orbo::Data {
 
 class QuilBinaryFileAccessor : public SceneAccessor {
   public:
-    QuilBinaryFileAccessor() : SceneAccessor(std::make_unique<BinaryKind>()) {}
+    QuilBinaryFileAccessor() : SceneAccessor(makeBinaryKind()) {}
 };
 
 }  // namespace orbo::Data

@@ -4,15 +4,13 @@
 
 #include <data/SceneAccessor.h>
 
-#include <memory>
-
 #include "scenes/text/TextKind.h"
 
 namespace orbo::Data {
 
 class QuilAsciiFileAccessor : public SceneAccessor {
   public:
-    QuilAsciiFileAccessor() : SceneAccessor(std::make_unique<TextKind>()) {}
+    QuilAsciiFileAccessor() : SceneAccessor(makeTextKind()) {}
 };
 
 }  // namespace orbo::Data

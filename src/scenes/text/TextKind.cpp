@@ -89,87 +89,95 @@ bool failHeader(SceneInput& input, SceneVisitor& visitor) {
     return true;
 }
 
+/// See `SceneKind` for what each function does.
+class TextKind final : public SceneKind {
+  public:
+    TextKind() : SceneKind(traitsOfTextScenes()) {}
+
+    [[nodiscard]] bool recognise(SceneInput& input, Finding& problem) const override {
+        FileOfInput file(input);
+        return checkTextSceneHeader(file, problem);
+    }
+
+    [[nodiscard]] ScanEnd scan(SceneInput& input, SceneVisitor& visitor,
+                               std::unique_ptr<SceneLayout>& layout) const override {
+        if (failHeader(input, visitor)) return ScanEnd::kFailed;
+        const bool isWrite = visitor.purpose() == Purpose::kWrite;
+        const auto size = input.size();
+        if (!size) {
+            visitor.fail(Code::kFileUnreadable,
+                         isWrite ? TextMessages::kTrailerSeekFailed : TextMessages::kSeekFailed,
+                         FilePlace{0, {}});
+            return ScanEnd::kFailed;
+        }
+        FileOfInput file(input);
+        StatementScan scan(file, *size, visitor);
+        const ScanEnd end = scan.run();
+        if (end == ScanEnd::kFailed) return end;
+        const TextSceneScanner& scanner = scan.scanner();
+        if (visitor.purpose() == Purpose::kCheck) {
+            reportTrailer(file, scanner.trailer(), *size, visitor);
+        }
+        if (isWrite && !checkTrailer(scanner.trailer(), *size, scan.metAny(), visitor)) {
+            return ScanEnd::kFailed;
+        }
+        auto found = std::make_unique<TextLayout>();
+        found->begin = scanner.linesAhead().begin();
+        found->size = *size;
+        found->cannotSeek = TextMessages::kSectionSeekFailed;
+        found->cannotRead = TextMessages::kSectionReadFailed;
+        found->trailer = scanner.trailer();
+        found->linesAhead = scanner.linesAhead();
+        layout = std::move(found);
+        return end;
+    }
+
+    [[nodiscard]] std::optional<SceneRecord> parse(const SceneRecordRange& range, std::string bytes,
+                                                   const std::set<std::string>* nodes,
+                                                   Finding& problem) const override {
+        const char* message = TextStatement::unreadableMessage(range.kind);
+        const bool isNode = range.kind == Kind::kAssociations;
+        std::optional<TextStatement::Parts> parts;
+        if (range.closed) {
+            if (isNode) problem.node = TextStatement::nodeOf(bytes);
+            parts = TextStatement::takeApart(range.kind, std::move(bytes), message);
+        }
+        if (!parts) {
+            problem.code = range.closed ? Code::kStatementUnreadable : Code::kStatementUnclosed;
+            problem.message = message;
+            return std::nullopt;
+        }
+        if (isNode && nodes && nodes->count(parts->record.name) == 0)
+            return std::move(parts->record);
+        return TextStatement::unescaped(std::move(*parts));
+    }
+
+    [[nodiscard]] bool format(const SceneRecord& record, std::string& bytes) const override {
+        const bool isStructure = record.kind == Kind::kStructure;
+        if (!isStructure && !TextStatement::canBeTarget(record.name)) return false;
+        std::string statement;
+        TextStatement::append(statement, record);
+        if (isStructure) {
+            // Quotes in structure texts are not escaped, so some names would end the statement.
+            const char* ignored = nullptr;
+            const auto readBack = TextStatement::parse(record.kind, statement, ignored);
+            if (!readBack || !readBack->plain || readBack->text != record.text) return false;
+        }
+        bytes += statement;
+        return true;
+    }
+
+    [[nodiscard]] std::vector<SceneChange> changes(const SceneLayout& layout, std::string_view tail,
+                                                   const ScenePlan& plan,
+                                                   Finding& problem) const override {
+        const auto& text = static_cast<const TextLayout&>(layout);
+        if (!checkFirstSection(text, plan.policy, problem)) return {};
+        return {TextSection(text, tail).changeFor(plan)};
+    }
+};
+
 }  // namespace
 
-TextKind::TextKind() : SceneKind(traitsOfTextScenes()) {}
-
-bool TextKind::recognise(SceneInput& input, Finding& problem) const {
-    FileOfInput file(input);
-    return checkTextSceneHeader(file, problem);
-}
-
-SceneKind::ScanEnd TextKind::scan(SceneInput& input, SceneVisitor& visitor,
-                                  std::unique_ptr<SceneLayout>& layout) const {
-    if (failHeader(input, visitor)) return ScanEnd::kFailed;
-    const bool isWrite = visitor.purpose() == Purpose::kWrite;
-    const auto size = input.size();
-    if (!size) {
-        visitor.fail(Code::kFileUnreadable,
-                     isWrite ? TextMessages::kTrailerSeekFailed : TextMessages::kSeekFailed,
-                     FilePlace{0, {}});
-        return ScanEnd::kFailed;
-    }
-    FileOfInput file(input);
-    StatementScan scan(file, *size, visitor);
-    const ScanEnd end = scan.run();
-    if (end == ScanEnd::kFailed) return end;
-    const TextSceneScanner& scanner = scan.scanner();
-    if (visitor.purpose() == Purpose::kCheck) {
-        reportTrailer(file, scanner.trailer(), *size, visitor);
-    }
-    if (isWrite && !checkTrailer(scanner.trailer(), *size, scan.metAny(), visitor)) {
-        return ScanEnd::kFailed;
-    }
-    auto found = std::make_unique<TextLayout>();
-    found->begin = scanner.linesAhead().begin();
-    found->size = *size;
-    found->cannotSeek = TextMessages::kSectionSeekFailed;
-    found->cannotRead = TextMessages::kSectionReadFailed;
-    found->trailer = scanner.trailer();
-    found->linesAhead = scanner.linesAhead();
-    layout = std::move(found);
-    return end;
-}
-
-std::optional<SceneRecord> TextKind::parse(const SceneRecordRange& range, std::string bytes,
-                                           const std::set<std::string>* nodes,
-                                           Finding& problem) const {
-    const char* message = TextStatement::unreadableMessage(range.kind);
-    const bool isNode = range.kind == Kind::kAssociations;
-    std::optional<TextStatement::Parts> parts;
-    if (range.closed) {
-        if (isNode) problem.node = TextStatement::nodeOf(bytes);
-        parts = TextStatement::takeApart(range.kind, std::move(bytes), message);
-    }
-    if (!parts) {
-        problem.code = range.closed ? Code::kStatementUnreadable : Code::kStatementUnclosed;
-        problem.message = message;
-        return std::nullopt;
-    }
-    if (isNode && nodes && nodes->count(parts->record.name) == 0) return std::move(parts->record);
-    return TextStatement::unescaped(std::move(*parts));
-}
-
-bool TextKind::format(const SceneRecord& record, std::string& bytes) const {
-    const bool isStructure = record.kind == Kind::kStructure;
-    if (!isStructure && !TextStatement::canBeTarget(record.name)) return false;
-    std::string statement;
-    TextStatement::append(statement, record);
-    if (isStructure) {
-        // Quotes in structure texts are not escaped, so some names would end the statement.
-        const char* ignored = nullptr;
-        const auto readBack = TextStatement::parse(record.kind, statement, ignored);
-        if (!readBack || !readBack->plain || readBack->text != record.text) return false;
-    }
-    bytes += statement;
-    return true;
-}
-
-std::vector<SceneChange> TextKind::changes(const SceneLayout& layout, std::string_view tail,
-                                           const ScenePlan& plan, Finding& problem) const {
-    const auto& text = static_cast<const TextLayout&>(layout);
-    if (!checkFirstSection(text, plan.policy, problem)) return {};
-    return {TextSection(text, tail).changeFor(plan)};
-}
+std::unique_ptr<const SceneKind> makeTextKind() { return std::make_unique<TextKind>(); }
 
 }  // namespace orbo::Data

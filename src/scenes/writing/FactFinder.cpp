@@ -43,8 +43,7 @@ FactFinder::FactFinder(const Sources& sources)
                                                                 : IndexTypes::Unknown::kThrow),
       fRecords(sources.layout.records.size()),
       fStructures(sources.layout.records.size()) {
-    addStructures();
-    addNodes();
+    addRecords();
     addModel();
     addSnapshot();
 }
@@ -61,51 +60,49 @@ std::optional<SceneRecord> FactFinder::parse(std::size_t number) const {
     return fSources.kind.parse(item.range, std::string(bytesOf(item)), nullptr, ignored);
 }
 
-void FactFinder::addStructures() {
-    for (std::size_t number = 0; number < fRecords.size(); ++number) {
-        SceneLayout::Item& item = fSources.layout.records[number];
-        if (item.range.kind != Kind::kStructure) continue;
-        RecordFacts& facts = fRecords[number];
-        facts.text = Text::kNotUnderstood;
-        facts.place = {item.range.begin, item.range.tag};
-        const auto record = parse(number);
-        if (!record) continue;
-        item.understood = true;
-        facts.plain = record->plain;
-        RefPtr<Structure> structure = tryToReadStructure(*record);
-        if (!structure) {
-            facts.text = Text::kUnreadable;
-            facts.name = RawScan::structureNameIn(record->text);
-            continue;
+// Structures first: what the nodes mean depends on them.
+void FactFinder::addRecords() {
+    for (const Kind kind : {Kind::kStructure, Kind::kAssociations}) {
+        for (std::size_t number = 0; number < fRecords.size(); ++number) {
+            SceneLayout::Item& item = fSources.layout.records[number];
+            if (item.range.kind != kind) continue;
+            RecordFacts& facts = fRecords[number];
+            facts.kind = kind;
+            facts.place = {item.range.begin, item.range.tag};
+            const auto record = parse(number);
+            item.understood = record.has_value();
+            facts.text = record ? Text::kNotTried : Text::kNotUnderstood;
+            if (!record) continue;
+            facts.plain = record->plain;
+            kind == Kind::kStructure ? addStructure(number, *record) : addNode(number, *record);
         }
-        facts.text = Text::kReadable;
-        facts.name = structure->name();
-        facts.members = &Layout::of(*structure);
-        if (!Structure::structureByName(structure->name())) {
-            Structure::registerStructure(*structure);
-        }
-        fStructures[number] = std::move(structure);
     }
 }
 
-void FactFinder::addNodes() {
-    for (std::size_t number = 0; number < fRecords.size(); ++number) {
-        SceneLayout::Item& item = fSources.layout.records[number];
-        if (item.range.kind != Kind::kAssociations) continue;
-        RecordFacts& facts = fRecords[number];
-        facts.kind = Kind::kAssociations;
-        facts.place = {item.range.begin, item.range.tag};
-        const auto record = parse(number);
-        item.understood = record.has_value();
-        facts.text = record ? Text::kNotTried : Text::kNotUnderstood;
-        if (!record) continue;
-        facts.plain = record->plain;
-        facts.name = record->name;
-        const bool concerns = fSources.model.hasNode(facts.name) ||
-                              fSources.snapshot.associations.count(facts.name) > 0;
-        // The text is at hand now.
-        if (concerns) readNode(number, *record);
+void FactFinder::addStructure(std::size_t number, const SceneRecord& record) {
+    RecordFacts& facts = fRecords[number];
+    RefPtr<Structure> structure = tryToReadStructure(record);
+    if (!structure) {
+        facts.text = Text::kUnreadable;
+        facts.name = RawScan::structureNameIn(record.text);
+        return;
     }
+    facts.text = Text::kReadable;
+    facts.name = structure->name();
+    facts.members = &Layout::of(*structure);
+    if (!Structure::structureByName(structure->name())) {
+        Structure::registerStructure(*structure);
+    }
+    fStructures[number] = std::move(structure);
+}
+
+void FactFinder::addNode(std::size_t number, const SceneRecord& record) {
+    const std::string& name = record.name;
+    fRecords[number].name = name;
+    const bool concerns =
+        fSources.model.hasNode(name) || fSources.snapshot.associations.count(name) > 0;
+    // The text is at hand now.
+    if (concerns) readNode(number, record);
 }
 
 void FactFinder::addModel() {

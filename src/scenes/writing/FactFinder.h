@@ -56,8 +56,9 @@ class FactFinder {
 
     [[nodiscard]] std::string_view bytesOf(const SceneLayout::Item& item) const;
     [[nodiscard]] std::optional<SceneRecord> parse(std::size_t number) const;
-    void addStructures();
-    void addNodes();
+    void addRecords();
+    void addStructure(std::size_t number, const SceneRecord& record);
+    void addNode(std::size_t number, const SceneRecord& record);
     void addModel();
     void addSnapshot();
     void answer(const Merge::Question& question, const Merge::Plan& plan);

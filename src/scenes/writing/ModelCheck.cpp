@@ -10,11 +10,11 @@
 #include <utility>
 
 #include "core/Ascii.h"
-#include "core/DataTypes.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
 #include "formats/RawScan.h"
 #include "scenes/model/ModelPlace.h"
+#include "scenes/writing/FloatingNumbers.h"
 #include "streams/IndexTypes.h"
 
 namespace orbo::Data {
@@ -37,29 +37,11 @@ Finding withMessage(std::string message) {
     return finding;
 }
 
-template <typename T>
-bool areFinite(const char* values, std::uint64_t count) {
-    for (std::uint64_t i = 0; i < count; ++i) {
-        T value;
-        std::memcpy(&value, values + i * sizeof value, sizeof value);
-        if (!std::isfinite(value)) return false;
-    }
-    return true;
-}
-
 bool isFinite(const Member& member, const char* chunk) {
-    const char* const values = chunk + member.offset();
-    const std::uint64_t count = std::uint64_t{member.length()} * dataType(member.type()).numbers;
-    switch (member.type()) {
-        case Member::kDouble:
-        case Member::kDoubleMatrix4x4:
-            return areFinite<double>(values, count);
-        case Member::kFloat:
-        case Member::kFloatMatrix4x4:
-            return areFinite<float>(values, count);
-        default:
-            return true;
-    }
+    bool finite = true;
+    visitFloatingNumbers(member, chunk,
+                         [&](auto number) { return finite = std::isfinite(number); });
+    return finite;
 }
 
 // Returns null when the index reads back as it is.

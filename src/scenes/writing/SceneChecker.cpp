@@ -10,10 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "core/DataTypes.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
 #include "scenes/model/ModelPlace.h"
+#include "scenes/writing/FloatingNumbers.h"
 #include "scenes/writing/ModelCheck.h"
 #include "scenes/writing/SceneWriter.h"
 #include "scenes/writing/WrittenModel.h"
@@ -40,31 +40,14 @@ NumberProblem problemOf(T number) {
 }
 
 // The worst problem of a member's numbers; a number that is not finite is the worst of all.
-template <typename T>
-NumberProblem worstOf(const char* values, std::uint64_t count) {
+NumberProblem problemOf(const Member& member, const char* chunk) {
     NumberProblem worst = NumberProblem::kNone;
-    for (std::uint64_t i = 0; i < count && worst != NumberProblem::kNotFinite; ++i) {
-        T number;
-        std::memcpy(&number, values + i * sizeof number, sizeof number);
+    visitFloatingNumbers(member, chunk, [&](auto number) {
         const NumberProblem problem = problemOf(number);
         if (problem != NumberProblem::kNone) worst = problem;
-    }
+        return worst != NumberProblem::kNotFinite;
+    });
     return worst;
-}
-
-NumberProblem problemOf(const Member& member, const char* chunk) {
-    const char* const values = chunk + member.offset();
-    const std::uint64_t count = std::uint64_t{member.length()} * dataType(member.type()).numbers;
-    switch (member.type()) {
-        case Member::kDouble:
-        case Member::kDoubleMatrix4x4:
-            return worstOf<double>(values, count);
-        case Member::kFloat:
-        case Member::kFloatMatrix4x4:
-            return worstOf<float>(values, count);
-        default:
-            return NumberProblem::kNone;
-    }
 }
 
 /// The elements where a member has a problem.
