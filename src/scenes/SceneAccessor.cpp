@@ -302,7 +302,6 @@ std::vector<Finding> SceneAccessor::check(const std::string& fileName) {
     Findings findings;
     // One lock for everything: between two locks another program could replace the file.
     const auto opening = LockedFile::inspect(fileName, {patience(), waitingStops()});
-    fState->snapshot = ReadSnapshot();
     std::string ignored;
     if (!findJournal(opening, fileName, findings)) {
         setFindings(findings.inFileOrder());
@@ -310,6 +309,7 @@ std::vector<Finding> SceneAccessor::check(const std::string& fileName) {
     }
     Files::File& file = opening.file->file();
     const auto readAll = [&](std::string&) {
+        fState->snapshot = ReadSnapshot();
         findings.add(Code::kFileNote, opening.notes);
         return fState->read(opening, {nullptr, nullptr, {true}, true}, findings);
     };

@@ -13,12 +13,17 @@ namespace orbo::Data {
 
 namespace {
 
+const WritePolicy& policyOfReads() {
+    static const WritePolicy usual;
+    return usual;
+}
+
 /// Gives the records that a scan finds to a builder.
 class ReadingVisitor final : public FindingsVisitor {
   public:
     ReadingVisitor(Purpose purpose, const SceneKind& kind, SceneInput& input,
                    const std::set<std::string>* nodes, ModelBuilder& builder, Findings& findings)
-        : FindingsVisitor(purpose, fNoPolicy, findings),
+        : FindingsVisitor(purpose, policyOfReads(), findings),
           fKind(kind),
           fInput(input),
           fNodes(nodes),
@@ -77,7 +82,6 @@ class ReadingVisitor final : public FindingsVisitor {
         return true;
     }
 
-    const WritePolicy fNoPolicy;
     const SceneKind& fKind;
     SceneInput& fInput;
     const std::set<std::string>* fNodes;
