@@ -1,4 +1,4 @@
-// Entries in byte-wise order of names that may change behind the container's back.
+// Keeps entries in byte-wise order of names that may change outside the container.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -12,16 +12,15 @@
 
 namespace orbo::Data {
 
-/// Each entry is filed under the name it had when it was last sorted, so the tree stays sound
+/// Each entry is stored under the name it had when it was last sorted, so the tree stays valid
 /// whatever happens to the names, and two entries may come to share one. `NameOf` gives the present
 /// name of an entry. Entries never move in memory.
 ///
-/// `renames` is everywhere a number that the owner of the entries raises when one of them may have
-/// got another name: as long as it stays the same, nothing is searched for.
+/// The owner of the entries passes `renames`, a number that it raises when an entry may have got
+/// another name: while it stays the same, the order is known to be right.
 ///
-/// Readers may come from any number of threads while nobody changes entries or names. They call
-/// `sort` first: where names changed before they came, the first of them files the entries and the
-/// others wait for it.
+/// Any number of threads may read while nobody changes entries or names. They call `sort` first: if
+/// names have changed before, the first thread sorts the entries and the others wait.
 template <typename Entry, typename NameOf>
 class NameOrdered {
     using Map = std::multimap<std::string, Entry>;
@@ -33,7 +32,8 @@ class NameOrdered {
 
     iterator begin() { return fEntries.begin(); }
     iterator end() { return fEntries.end(); }
-    /// Needs no order: sorting takes entries out of the map for a moment, and is not seen here.
+    /// Works without sorting, and while another reader sorts, which takes entries out of the map
+    /// for a moment.
     [[nodiscard]] unsigned int size() const { return fSize; }
 
     /// The end when there are fewer entries.
@@ -41,13 +41,13 @@ class NameOrdered {
         return position < size() ? std::next(begin(), position) : end();
     }
 
-    /// An entry that has this name now.
+    /// Finds an entry that has this name now.
     iterator find(const std::string& name, std::uint64_t renames) {
         sort(renames);
         return findFiled(name);
     }
-    /// The same for one who changes the entries, and so is alone: what is found needs no order,
-    /// only a miss does.
+    /// Does the same for a caller that changes the entries, and so is alone: only a miss needs the
+    /// entries sorted.
     iterator findToChange(const std::string& name, std::uint64_t renames) {
         const iterator found = findFiled(name);
         if (found != end() || isSorted(renames)) return found;
@@ -80,26 +80,26 @@ class NameOrdered {
         if (isSorted(renames)) return;
         const std::lock_guard<std::mutex> lock(fSorting);
         if (isSorted(renames)) return;
-        // An entry may come to lie ahead and be met a second time, then in its place.
+        // An entry may move ahead and be met a second time; it is then in its place.
         for (iterator next = begin(); next != end();) file(next++);
         markSorted(renames);
     }
 
-    /// Puts the entry in its place by its present name.
+    /// Moves the entry to the place of its present name.
     void file(iterator entry) {
         const std::string& present = NameOf()(entry->second);
         if (entry->first == present) return;
-        std::string name = present;  // before the entry leaves: memory may run out
+        std::string name = present;  // made before the entry is extracted, as memory may run out
         auto node = fEntries.extract(entry);
         node.key() = std::move(name);
         fEntries.insert(std::move(node));
     }
-    /// For an owner that knows which entries were renamed, and filed them.
+    /// Tells that the owner has moved all renamed entries to their places.
     void markSorted(std::uint64_t renames) {
         fRenamesSeen.store(renames, std::memory_order_release);
     }
 
-    /// Whether another entry is filed under the same name.
+    /// Whether another entry is stored under the same name.
     [[nodiscard]] bool hasTwin(iterator entry) const { return fEntries.count(entry->first) > 1; }
 
   private:
@@ -115,11 +115,11 @@ class NameOrdered {
     unsigned int fSize = 0;
     std::atomic<std::uint64_t> fRenamesSeen{0};
 
-    // Names seldom change where readers could notice: one for all is enough.
+    // Sorting while others read is rare, so one mutex serves all containers.
     inline static std::mutex fSorting;
 };
 
-/// Where an iterator stands; bound to nothing by default.
+/// The position of an iterator; a default one has no container.
 template <typename Entry, typename NameOf>
 class NameOrdered<Entry, NameOf>::Position {
   public:

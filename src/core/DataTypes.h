@@ -1,4 +1,4 @@
-// The table of data types: all that is known about each, said once.
+// The table of data types: names, words for messages, sizes.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -15,7 +15,7 @@ struct DataType {
     int size = 0;                                 // bytes of one value
     int alignment = 0;                            // bytes
     int numbers = 0;                              // in one value
-    Member::eDataType number = Member::kInvalid;  // the type of each of them
+    Member::eDataType number = Member::kInvalid;  // the data type of one of them
 };
 
 /// The rows are in the order of `Member::eDataType`. Sizes follow from the C++ types.

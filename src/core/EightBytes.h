@@ -1,4 +1,4 @@
-// Text looked at eight bytes at a time.
+// Examines text eight bytes at a time.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -8,13 +8,13 @@
 
 namespace orbo::Data {
 
-/// As a number of which the first byte is the lowest: only where `kUsable` says that processors
-/// load them like that.
+/// Eight bytes as one number, the first byte lowest. Use it only where `kUsable` says that the
+/// processor loads bytes in that order.
 class EightBytes {
   public:
     static constexpr bool kUsable = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
     static constexpr std::ptrdiff_t kSize = 8;
-    /// All eight with this value.
+    /// A number with this value in each byte.
     static constexpr std::uint64_t all(unsigned char value) {
         return std::uint64_t{0x0101010101010101} * value;
     }
@@ -24,16 +24,16 @@ class EightBytes {
 
     [[nodiscard]] std::uint64_t bits() const { return fBits; }
 
-    /// How many stand in front of the first of these characters, 8 when none is there.
+    /// How many bytes stand in front of the first of these characters; 8 when none is there.
     template <typename... Characters>
     [[nodiscard]] int countBefore(Characters... characters) const {
         return trailingZeros((... | marks(characters))) / 8;
     }
-    /// 64 for 0.
+    /// The number of zero bits below the lowest set bit; 64 for 0.
     static int trailingZeros(std::uint64_t bits) { return bits == 0 ? 64 : __builtin_ctzll(bits); }
 
   private:
-    /// The lowest bit is the top bit of the first byte that is the character.
+    /// The lowest bit set is the top bit of the first byte that equals the character.
     [[nodiscard]] std::uint64_t marks(char c) const {
         const std::uint64_t difference = fBits ^ all(static_cast<unsigned char>(c));
         return (difference - all(1)) & ~difference & all(0x80);

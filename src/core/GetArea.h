@@ -1,4 +1,4 @@
-// The characters that a stream buffer holds ready.
+// Reads the characters that a stream buffer holds ready.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -10,7 +10,7 @@
 
 namespace orbo::Data {
 
-/// Looks at, and takes, characters without a call for each of them. Never makes the buffer read on.
+/// Reads and takes characters without a call for each of them. Never makes the buffer read on.
 class GetArea : private std::streambuf {
   public:
     static std::string_view of(const std::streambuf& buffer) {

@@ -39,7 +39,7 @@ Handle::Handle(const Structure& structure, const Layout& layout, char* data)
       fLayout(&layout),
       fData(data),
       fIndex(layout.memberCount() != 0 ? 0 : kEndIndex) {
-    if (fIndex == 0) fType = layout.member(0).fType;  // at the chunk's beginning
+    if (fIndex == 0) fType = layout.member(0).fType;  // the first member is at offset 0
     structure.ref();
 }
 
@@ -57,7 +57,8 @@ Handle::Handle(const Handle& other)
 Handle::Handle(Handle&& other) noexcept : Handle() { swap(other); }
 
 Handle& Handle::operator=(const Handle& other) {
-    // A copy of itself, or of a copy of it, would point at the chunk that it is about to free.
+    // Without this test, assigning a handle to itself or to a copy of it would free the chunk that
+    // both use.
     if (this == &other) return *this;
     Handle copy(other);
     if (fOwnsData && fData == other.fData) copy.fOwnsData = std::exchange(fOwnsData, false);
@@ -114,12 +115,12 @@ void Handle::swap(Handle& other) noexcept {
 
 bool Handle::usesStructure(const Structure& structure) const { return fStructure == &structure; }
 
-// Without a chunk there is none to protect from the structure's changes.
+// A handle without a chunk follows the structure; a chunk keeps the layout it was made with.
 void Handle::followStructure() {
     if (!fData && fStructure) useLayout(Layout::of(*fStructure));
 }
 
-// An index that the members do not reach is kept: they may come back.
+// An index behind the last member is kept, because the structure may get more members.
 void Handle::useLayout(const Layout& layout) {
     if (fLayout.get() == &layout) return;
     fLayout = RefPtr<const Layout>(&layout);
@@ -165,7 +166,7 @@ bool Handle::setPositionByMemberName(const char* name) {
 Member::eDataType Handle::dataType() const { return checkedCurrent().type(); }
 unsigned int Handle::dataLength() const { return checkedCurrent().length(); }
 
-// The end has no type, and nothing is of its kind.
+// At the end no type matches.
 const void* Handle::asType(Member::eDataType type) const {
     return type == Member::kInvalid ? nullptr : valuesOf<void>(type);
 }

@@ -1,4 +1,4 @@
-// What storage and formats may do with a handle that its users may not.
+// Gives storage and formats access to parts of a handle that users do not see.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -12,17 +12,17 @@ namespace orbo::Data {
 
 class HandleAccess {
   public:
-    /// Borrows a chunk (or null) of the given layout of the structure, at the first member.
+    /// A handle at the first member that borrows a chunk, or null, of this layout of the structure.
     static Handle borrow(const Structure& structure, const Layout& layout, char* data);
-    /// The same to read only.
+    /// Does the same for a handle that only reads.
     static ConstHandle look(const Structure& structure, const Layout& layout, const char* data) {
         ConstHandle handle(&structure, layout, data);
         if (layout.memberCount() != 0) handle.moveTo(&layout.member(0), 0);
         return handle;
     }
-    /// Owns the chunk, at the first member.
+    /// A handle at the first member that owns the chunk.
     static Handle own(const Structure& structure, const Layout& layout, char* data);
-    /// Points a handle of the same structure at another chunk, borrowed; it stays at its member.
+    /// Makes a handle of the same structure borrow another chunk; it stays at its member.
     static void point(Handle& handle, const Layout& layout, char* data) {
         if (handle.fOwnsData || handle.fLayout.get() != &layout) {
             pointAnew(handle, layout, data);
@@ -30,8 +30,8 @@ class HandleAccess {
             handle.fData = data;
         }
     }
-    /// The chunk, which the caller now owns and frees by `layout(handle)`; null when the handle
-    /// owns none.
+    /// Returns the chunk, which the caller now owns and frees by `layout(handle)`; null when the
+    /// handle owns none.
     static char* release(Handle& handle);
 
     /// Throws `std::out_of_range` ("Const Member") at the end.

@@ -1,4 +1,4 @@
-// The values of a handle's current member as text.
+// Converts the values of a handle's current member to and from text.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/Handle.h>
 #include <debug/Print.h>
@@ -18,7 +18,7 @@ namespace orbo::Data {
 
 namespace {
 
-// The position that messages give: one behind the characters taken, 0 where the text ended first.
+// The position for messages: one more than the characters taken, 0 where the text ended first.
 std::string positionIn(std::istream& in) {
     return std::to_string(static_cast<long long>(in.tellg()) + 1);
 }
@@ -61,7 +61,7 @@ unsigned int parseNumber(std::istream& in, Member::eDataType number, void* slot,
     return 1;
 }
 
-// The slot's old pointer stays the caller's.
+// The caller still owns the slot's old pointer.
 unsigned int storeString(const std::string& text, char** slot) {
     char* copy = ::strdup(text.c_str());
     if (!copy) throw std::bad_alloc();
@@ -92,7 +92,7 @@ unsigned int Handle::fromStr(const std::string& text, unsigned int index, std::s
         return 1;
     }
     if (!storesData(member.type())) {
-        // Reported, but no error.
+        // This is reported, but not counted as an error.
         errors += "Invalid type " + std::to_string(member.type()) + " in structure.\n";
         return 0;
     }
@@ -121,7 +121,7 @@ std::string valueText(const Member& member, const char* chunk, unsigned int inde
     const char* const values = chunk + member.offset();
     if (member.type() == Member::kString) {
         const auto* strings = reinterpret_cast<const char* const*>(values);
-        // Value 0 decides, whatever the index.
+        // A null first string makes all values empty, by contract.
         return strings[0] && strings[index] ? strings[index] : "";
     }
     std::ostringstream out;

@@ -1,4 +1,4 @@
-// A hash whose collisions nobody can prepare.
+// A hash for which nobody can prepare collisions.
 // SPDX-License-Identifier: Apache-2.0
 #include "core/KeyedHash.h"
 
@@ -11,8 +11,8 @@ namespace orbo::Data {
 
 namespace {
 
-// Where the system has no randomness to give, what a file's author cannot know has to do: the time,
-// the process, and where its stack and the library lie.
+// Without randomness from the system, the key comes from what a file's author cannot know: the
+// time, the process, the addresses of stack and library.
 KeyedHash::Key makeKey() {
     KeyedHash::Key key;
     const ::ssize_t drawn = ::getrandom(&key, sizeof key, GRND_NONBLOCK);

@@ -1,4 +1,4 @@
-// A hash whose collisions nobody can prepare.
+// A hash for which nobody can prepare collisions.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -11,12 +11,12 @@
 
 namespace orbo::Data {
 
-/// SipHash-1-3 with a secret key. A file's author can find names that collide under a hash function
-/// that is known, and make each look-up as slow as a walk over all names. Tables whose keys come
-/// from files are therefore ordered, or hashed by this. The value differs from process to process,
-/// so nothing that is shown or stored may depend on it.
+/// SipHash-1-3 with a secret key. With a known hash function, a file's author could choose names
+/// that collide, so that each look-up walks over all names. So tables whose keys come from files
+/// are ordered, or use this hash. The value differs from process to process; nothing that is shown
+/// or stored may depend on it.
 ///
-/// `of` hashes one name. To hash more, make one, `add` the parts and ask for the `value`.
+/// `of` hashes one name. To hash several parts, make an object, `add` them and ask for the `value`.
 class KeyedHash {
   public:
     struct Key {
@@ -24,7 +24,7 @@ class KeyedHash {
         std::uint64_t second = 0;
     };
 
-    /// With the key of this process, which is drawn when the first name is hashed.
+    /// Hashes with the key of this process, which is drawn at the first use.
     static std::uint64_t of(std::string_view name) { return ofProcess().taken(name); }
 
     static std::uint64_t of(std::string_view name, const Key& key) {
@@ -38,12 +38,12 @@ class KeyedHash {
         ++fWords;
         mix(word);
     }
-    /// Two texts in a row hash otherwise than one text of both.
+    /// Two texts that are added hash differently from one text of both.
     void add(std::string_view text) {
         add(std::uint64_t{text.size()});
         addBytes(text.data(), text.size());
     }
-    /// Adds bytes whose number is the same in all that are compared, or was added before.
+    /// Adds bytes. Their number must be the same in all that is compared, or added before.
     void addBytes(const char* bytes, std::size_t count) {
         for (; count >= 8; count -= 8, bytes += 8) add(word<std::uint64_t>(bytes));
         if (count > 0) add(lastBytes(bytes, count));
@@ -107,9 +107,9 @@ class KeyedHash {
         std::memcpy(&word, from, sizeof word);
         return word;
     }
-    /// Fewer than eight, the first of them lowest.
+    /// Loads fewer than eight bytes, the first lowest.
     static std::uint64_t lastBytes(const char* from, std::size_t count) {
-        if (EightBytes::kUsable && count >= 4) {  // two halves, which may overlap
+        if (EightBytes::kUsable && count >= 4) {  // two halves that may overlap
             return word<std::uint32_t>(from) | std::uint64_t{word<std::uint32_t>(from + count - 4)}
                                                    << (8 * (count - 4));
         }

@@ -1,4 +1,4 @@
-// The members of a structure at one moment, and all that is done to chunks laid out by them.
+// The members of a structure at one moment, and the operations on chunks laid out by them.
 // SPDX-License-Identifier: Apache-2.0
 #include "core/Layout.h"
 
@@ -14,7 +14,7 @@ namespace orbo::Data {
 
 namespace {
 
-// From this many members on, names are found through a table.
+// From this many members on, a hash table finds names.
 constexpr std::size_t kMembersWorthATable = 16;
 
 std::uint64_t roundUp(std::uint64_t value, int alignment) {
@@ -107,7 +107,7 @@ bool Layout::fillWithDuplicate(char* destination, const char* source) const {
     if (!fHasStrings) return true;
     for (auto member = fMembers.begin(); member != fMembers.end(); ++member) {
         if (member->constructDuplicate(destination, source)) continue;
-        // The members behind still hold the source's pointers, which must not be freed.
+        // The later members still hold the source's pointers, which must not be freed.
         std::for_each(member + 1, fMembers.end(),
                       [&](const Member& later) { later.fillWithDefault(destination); });
         reset(destination);
@@ -144,7 +144,7 @@ bool Layout::canAdd(Member::eDataType type, unsigned int length, const char* nam
     return bytes < kLargestSize - fEnd && indexOf(name) == kNoMember;
 }
 
-// All that can run out of memory comes first, so that a failure changes nothing.
+// Everything that can run out of memory comes first, so that a failure changes nothing.
 void Layout::add(Member::eDataType type, unsigned int length, const char* name) {
     if (fMembers.size() == fMembers.capacity()) fMembers.reserve(2 * fMembers.size() + 1);
     const std::uint64_t offset = fMembers.empty() ? 0 : roundUp(fEnd, Member::typeAlignment(type));
@@ -153,13 +153,13 @@ void Layout::add(Member::eDataType type, unsigned int length, const char* name) 
     fMembers.push_back(std::move(member));
     if (!fSlots.empty()) fillSlot(memberCount() - 1);
     fEnd = offset + valueBytes(fMembers.back());
-    // The first member's alignment alone decides: {int8, int16, int8} ends at 5 and stays 5.
+    // Only the first member's alignment counts: {int8, int16, int8} ends at 5 and stays 5.
     fTotalSize = roundUp(fEnd, Member::typeAlignment(fMembers.front().type()));
     fAlignment = std::max(fAlignment, Member::typeAlignment(type));
     fHasStrings = fHasStrings || type == Member::kString;
 }
 
-// At most two thirds of the slots are taken, so that a search ends.
+// At most two thirds of the slots are used, so that every search ends.
 void Layout::growTable() {
     const std::size_t needed = (fMembers.size() + 1) * 3 / 2;
     if (needed < fSlots.size()) return;

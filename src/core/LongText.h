@@ -1,4 +1,4 @@
-// Collects a text of any length without room for much more than is there.
+// Collects a text of any length in little more memory than it needs.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -12,8 +12,8 @@
 
 namespace orbo::Data {
 
-/// Unlike a string, which doubles, a long one grows by small steps, and it can be given away as it
-/// is. The heap moves large blocks without copying them.
+/// Grows by small steps where a `std::string` doubles, and can give its block away. The heap moves
+/// large blocks without copying them.
 class LongText {
   public:
     LongText() = default;
@@ -21,7 +21,7 @@ class LongText {
     LongText& operator=(const LongText&) = delete;
     ~LongText() { std::free(fText); }
 
-    /// A long text's room goes, too.
+    /// Empties the text; also frees the memory of a long one.
     void clear() {
         if (fRoom > kLong) std::free(release());
         fSize = 0;
@@ -37,15 +37,15 @@ class LongText {
         fText[fSize++] = c;
     }
 
-    /// Puts a zero behind the text, which is no part of it.
+    /// Puts a NUL behind the text, which does not belong to it.
     void terminate() {
         append('\0');
         --fSize;
     }
 
-    /// Good until the text changes.
+    /// The text, valid until it changes.
     [[nodiscard]] std::string_view view() const { return {fText, fSize}; }
-    /// A block of its own from the heap, with a zero behind the text, which is empty then. Throws
+    /// Gives the text away as a heap block that ends with a NUL, and leaves this empty. Throws
     /// `std::bad_alloc`.
     [[nodiscard]] char* toHeap() {
         char* const text = static_cast<char*>(fSize > kLong ? std::realloc(fText, fSize + 1)

@@ -99,8 +99,9 @@ bool Member::isDefault(const char* chunk) const {
     const char* const values = chunk + fOffset;
     return visitMemberType(fType, [&](auto type) {
         using Scalar = typename decltype(type)::Scalar;
-        // Byte by byte where the bits decide: a boolean of another program may be neither 0 nor 1.
-        // Floating-point numbers compare as numbers: -0.0 is a default, a NaN never is.
+        // Compares bytes where the bits decide, because another program may have stored a boolean
+        // that is neither 0 nor 1. Floating-point values compare as numbers: -0.0 is a default, a
+        // NaN never is.
         using Compared = std::conditional_t<std::is_integral_v<Scalar>, char, Scalar>;
         return areDefault(reinterpret_cast<const Compared*>(values),
                           fLength * (sizeof(Scalar) / sizeof(Compared)) * type.kScalars);
@@ -114,7 +115,7 @@ bool Member::constructDuplicate(char* destination, const char* source) const {
     for (unsigned int k = 0; k < fLength; ++k) {
         to[k] = from[k] ? ::strdup(from[k]) : nullptr;
         if (from[k] && !to[k]) {
-            // What was not reached yet still holds the source's pointers.
+            // The slots not reached yet still hold the source's pointers.
             std::fill(to + k, to + fLength, nullptr);
             return false;
         }

@@ -1,4 +1,4 @@
-// What handles of both kinds do with their current member.
+// What both kinds of handle do with their current member.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -8,11 +8,11 @@
 
 namespace orbo::Data {
 
-/// Throws `std::out_of_range` for null, the end.
+/// Returns the member. Throws `std::out_of_range` for null, which stands for the end.
 const Member& checkedMember(const Member* current);
 
-/// Value `index` of a member as text; empty when the member has no such value. The chunk may be
-/// null, for an element without data.
+/// Formats value `index` of a member; empty when the member has no such value. The chunk is null
+/// for an element without data.
 std::string valueText(const Member& member, const char* chunk, unsigned int index);
 
 }  // namespace orbo::Data

@@ -1,4 +1,4 @@
-// Ordinary decimal numbers, faster than the standard library reads them.
+// Reads ordinary decimal numbers faster than the standard library.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -11,8 +11,9 @@
 
 namespace orbo::Data {
 
-/// Digits, with a "-" and a point where the type has one, of so few that the arithmetic is exact
-/// and gives what `std::from_chars` does. Null for all others, among them exponents.
+/// Reads digits, with a "-" where the type is signed and a point where it has fractions, as long as
+/// they are so few that the arithmetic is exact and gives what `std::from_chars` does. Returns null
+/// for all others, such as numbers with an exponent.
 template <typename T>
 class PlainNumber {
   public:
@@ -35,8 +36,8 @@ class PlainNumber {
     static constexpr std::uint64_t kShifts[] = {1,      10,      100,      1000,     10000,
                                                 100000, 1000000, 10000000, 100000000};
 
-    // Most numbers end within eight characters, point and all: then all digits are taken at once,
-    // as where they end is hard to foresee for a processor. Null for the others.
+    // Most numbers end within eight characters, including the point. Taking all digits at once
+    // avoids a branch that the processor cannot predict. Returns null for longer numbers.
     const char* takeShort(const char* at, const char* last) {
         if (!EightBytes::kUsable || last - at < EightBytes::kSize) return nullptr;
         std::uint64_t values = valuesAt(at);
@@ -91,25 +92,25 @@ class PlainNumber {
         return at;
     }
 
-    // The values of digits, in bytes; of other characters something else.
+    // XOR turns each digit into its value, in its own byte.
     static std::uint64_t valuesAt(const char* at) {
         return EightBytes(at).bits() ^ EightBytes::all('0');
     }
 
-    // The top bits of the bytes that are above 9.
+    // The top bit of each byte whose value is above 9.
     static std::uint64_t othersIn(std::uint64_t values) {
         constexpr auto all = EightBytes::all;
         return (((values & all(0x7F)) + all(0x7F - 9)) | values) & all(0x80);
     }
 
-    // There is one.
+    // `others` is not 0.
     static unsigned bytesBefore(std::uint64_t others) {
         return static_cast<unsigned>(EightBytes::trailingZeros(others)) / 8;
     }
 
-    // The number that the first one to eight values make.
+    // Combines the first one to eight values into a number.
     static std::uint64_t numberOf(std::uint64_t values, unsigned count) {
-        // Zeros in front, then neighbours together: two, four, all eight.
+        // Shifts zeros in front, then combines neighbours: pairs, fours, all eight.
         values <<= 64 - 8 * count;
         values = (values * 10 + (values >> 8)) & 0x00FF00FF00FF00FF;
         values = (values * 100 + (values >> 16)) & 0x0000FFFF0000FFFF;
@@ -131,7 +132,7 @@ class PlainNumber {
                 if (isNearHalfway(number)) return false;
                 value = static_cast<float>(number * kSigns[isNegative]);
             } else {
-                // Both are exact, so that the quotient is rounded once.
+                // Both operands are exact, so the quotient is rounded only once.
                 const double number = digits / kPowersOfTen[fScale];
                 value = number * kSigns[isNegative];
             }
@@ -139,8 +140,8 @@ class PlainNumber {
         }
     }
 
-    // Between two floats, of a number that is right but for two of its last bits: the tenth and the
-    // product with it were rounded.
+    // True when the double lies near the middle between two floats. The power of ten and the
+    // product were rounded, so its last two bits may be wrong.
     static bool isNearHalfway(double number) {
         std::uint64_t bits = 0;
         std::memcpy(&bits, &number, sizeof bits);
@@ -150,7 +151,7 @@ class PlainNumber {
         return dropped + kNear >= kHalf && dropped <= kHalf + kNear;
     }
 
-    // Looked up, not branched on: nobody can foresee the signs of an artist's numbers.
+    // A table instead of a branch: the sign is unpredictable.
     static constexpr double kSigns[] = {1, -1};
     static constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
                                               1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,

@@ -13,28 +13,30 @@ namespace {
 constexpr int kDigits = 6;
 constexpr std::uint32_t kLimit = 1'000'000;
 
-// All that a double holds exactly; so a product or quotient with one is rounded only once.
+// All powers of ten that a double holds exactly; a product or quotient with one is rounded only
+// once.
 constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-// Below a million, one rounding is off by less than 1e-10.
+// Below a million one rounding changes the value by less than 1e-10.
 constexpr double kTooNear = 1e-9;
 
 double scaled(double value, int power) {
     return power >= 0 ? value * kPowersOfTen[power] : value / kPowersOfTen[-power];
 }
 
-// Of a normal number: the decimal exponent, or one less.
+// For a normal number: the decimal exponent, or one less.
 int leastExponent(double magnitude) {
     std::uint64_t bits;
     std::memcpy(&bits, &magnitude, sizeof bits);
     const int binary = static_cast<int>(bits >> 52) - 1023;
-    // log10(2), which is good for the exponents between the limits below. Rounds down.
+    // log10(2) in fixed point, exact enough for the exponents between the limits below. Rounds
+    // down.
     return (binary * 78913 + (1023 << 18)) / (1 << 18) - 1023;
 }
 
-// Copying as many as a register holds is faster than copying as many as are needed.
+// Copying a full register is faster than copying only the bytes needed.
 constexpr int kCopied = 8;
 
 constexpr char kPairs[] =
@@ -42,8 +44,7 @@ constexpr char kPairs[] =
     "4748495051525354555657585960616263646566676869707172737475767778798081828384858687888990919293"
     "949596979899";
 
-/// Six digits, the first of which is not 0, and how many of them are there without zeros at the
-/// end.
+/// Six digits, the first of which is not 0, and how many of them remain without zeros at the end.
 struct Digits {
     explicit Digits(std::uint32_t number) {
         const std::uint32_t pairs[] = {number / 10000, number / 100 % 100, number % 100};
@@ -93,7 +94,7 @@ char* writeSixDigits(char* to, double value) {
     const double magnitude = std::fabs(value);
     if (std::signbit(value)) *to++ = '-';
     if (magnitude == 0) return *to++ = '0', to;
-    // So that the powers of ten below exist; false for what is not a number, too.
+    // Keeps to the range of the table of powers; false also for NaN.
     if (!(magnitude >= 1e-16 && magnitude < 1e27)) return nullptr;
 
     int exponent = leastExponent(magnitude);

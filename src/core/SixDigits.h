@@ -1,4 +1,4 @@
-// Numbers with six significant digits, as the standard streams write them by default.
+// Writes numbers with six significant digits, as the standard streams do by default.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -6,12 +6,13 @@
 
 namespace orbo::Data {
 
-/// Bytes that must be there: the longest, "-1.23457e-05", and some that are written behind it.
+/// The bytes that must be available: the longest text is "-1.23457e-05", and some more are
+/// overwritten.
 constexpr std::size_t kSixDigitsRoom = 24;
 
 /// Writes what `std::to_chars(to, ..., value, std::chars_format::general, 6)` does, and returns the
-/// end; null where only that can tell: numbers too near to halfway between two results, too large,
-/// too small, not finite. There are few of them.
+/// end. Returns null for the few numbers that only `std::to_chars` rounds right: near the middle
+/// between two results, too large, too small, not finite.
 char* writeSixDigits(char* to, double value);
 
 }  // namespace orbo::Data

@@ -48,7 +48,7 @@ Structure::Structure() : Structure(static_cast<const char*>(nullptr)) {}
 
 Structure::Structure(const char* name) : fImpl(std::make_unique<Impl>(name)) {}
 
-// An empty structure that is then assigned: two ticks of the checkpoint, as any copy.
+// Makes an empty structure and assigns to it, because a copy takes two ticks of the checkpoint.
 Structure::Structure(const Structure& other)
 
     : RefCounted(), Checkpointed(), Counted(), fImpl(new Impl(nullptr)) {
@@ -84,7 +84,8 @@ bool Structure::operator==(const Structure& other) const {
 
 void Structure::setName(const char* name) {
     objectChanged();
-    std::string newName = name ? name : kDefaultName;  // a copy first: `name` may lie in ours
+    std::string newName =
+        name ? name : kDefaultName;  // copied first, as `name` may point into ours
     fImpl->name.swap(newName);
     if (fImpl->registrations != 0) StructureRegistry::noteRename(*this, newName);
 }
@@ -132,7 +133,7 @@ const char* Structure::defaultData() const {
 }
 
 char* Structure::allocateDefaultChunk() const {
-    // The kept block may be older, and smaller, than the members of today.
+    // The default block may be smaller than the present members need.
     return defaultData() ? fImpl->layout->allocate() : nullptr;
 }
 

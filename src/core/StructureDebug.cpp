@@ -1,4 +1,4 @@
-// The debug walks over a Structure.
+// The dumps and the footprint of a structure.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/Structure.h>
 #include <debug/Footprint.h>

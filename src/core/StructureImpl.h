@@ -1,4 +1,4 @@
-// What a Structure keeps: its name, its layouts, its default block.
+// The data of a structure: its name, its layout, its default block.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -15,7 +15,7 @@
 namespace orbo::Data {
 
 struct Structure::Impl {
-    /// All zero bits: there are no other defaults.
+    /// A block of zeros, as all defaults are zero bits.
     struct DefaultBlock {
         explicit DefaultBlock(std::uint64_t bytesNeeded)
             : size(bytesNeeded), bytes(static_cast<char*>(std::calloc(1, bytesNeeded))) {}
@@ -30,17 +30,17 @@ struct Structure::Impl {
     explicit Impl(const char* givenName);
     ~Impl();
 
-    /// The layout, to be changed: from now on a copy when chunks have the present one.
+    /// The layout for a change: a copy if chunks use the present one.
     Layout& editableLayout();
 
-    /// Null for a size of 0 and when memory runs out. Two threads may ask at once.
+    /// Returns null for a size of 0 and when memory runs out. Two threads may call it at once.
     const DefaultBlock* makeDefaultBlock(std::uint64_t size);
     void dropDefaultBlock();
 
     std::string name;
     RefPtr<Layout> layout;
     std::atomic<const DefaultBlock*> defaultBlock{nullptr};
-    std::atomic<int> registrations{0};  // in how many registries
+    std::atomic<int> registrations{0};  // the number of registries that have it
     bool isDeleting = false;
 };
 

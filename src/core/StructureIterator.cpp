@@ -68,7 +68,7 @@ const Member* StructureIterator::operator->() const {
 const Member& StructureIterator::operator*() { return *operator->(); }
 const Member& StructureIterator::operator*() const { return *operator->(); }
 
-// The end's index wraps round to 0.
+// Stepping from the end goes to member 0, because the end's index wraps round.
 StructureIterator& StructureIterator::operator++() {
     ++fIndex;
     if (fIndex >= structure().memberCount()) fIndex = kEndIndex;

@@ -14,7 +14,8 @@ namespace orbo::Data {
 
 namespace {
 
-// Plain pointer: a thread-local with a destructor would keep the library from being unloaded.
+// This is a plain pointer because a thread-local with a destructor would keep the library from
+// being unloaded.
 thread_local StructureRegistry* registryOfThisThread = nullptr;
 
 }  // namespace
@@ -32,26 +33,26 @@ void StructureRegistry::noteRename(Structure& structure, const std::string& oldN
     for (StructureRegistry* registry = &current(); registry; registry = registry->fOuter) {
         if (registry->fStructures.count(&structure) == 0) continue;
         registry->fTableIsStale = true;
-        registry->strike(structure, oldName);
-        registry->enter(structure);
+        registry->eraseEntry(structure, oldName);
+        registry->addEntry(structure);
         registry->fTableIsStale = false;
     }
 }
 
-void StructureRegistry::enter(Structure& structure) {
+void StructureRegistry::addEntry(Structure& structure) {
     fByName.emplace(KeyedHash::of(structure.name()), &structure);
 }
 
 StructureRegistry::NameIndex& StructureRegistry::byName() {
     if (fTableIsStale) {
         fByName.clear();
-        for (Structure* structure : fStructures) enter(*structure);
+        for (Structure* structure : fStructures) addEntry(*structure);
         fTableIsStale = false;
     }
     return fByName;
 }
 
-void StructureRegistry::strike(const Structure& structure, std::string_view name) {
+void StructureRegistry::eraseEntry(const Structure& structure, std::string_view name) {
     const auto [first, last] = fByName.equal_range(KeyedHash::of(name));
     const auto entry = std::find_if(first, last, [&](const NameIndex::value_type& other) {
         return other.second == &structure;
@@ -66,7 +67,7 @@ bool StructureRegistry::add(Structure& structure) {
     });
     if (known) return false;
     fTableIsStale = true;
-    enter(structure);
+    addEntry(structure);
     fStructures.insert(&structure);
     fTableIsStale = false;
     structure.ref();
@@ -77,7 +78,7 @@ bool StructureRegistry::add(Structure& structure) {
 bool StructureRegistry::remove(Structure& structure) {
     if (fStructures.count(&structure) == 0) return false;
     byName();
-    strike(structure, structure.name());
+    eraseEntry(structure, structure.name());
     fStructures.erase(&structure);
     --structure.fImpl->registrations;
     structure.unref();

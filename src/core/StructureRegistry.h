@@ -20,37 +20,36 @@ class StructureRegistry {
     StructureRegistry& operator=(const StructureRegistry&) = delete;
     ~StructureRegistry() { clear(); }
 
-    /// Of all threads. Never destroyed; unloading the library clears it.
+    /// The registry of the process. It is never destroyed; unloading the library clears it.
     static StructureRegistry& global();
-    /// The one that the static operations of `Structure` work on in this thread.
+    /// The registry that the static operations of `Structure` use in this thread.
     static StructureRegistry& current();
 
-    /// False when the structure or an equal one is there.
+    /// Returns false when the structure or an equal one is registered.
     bool add(Structure& structure);
     bool remove(Structure& structure);
     void clear();
     [[nodiscard]] Structure* find(std::string_view name);
     [[nodiscard]] const std::set<Structure*>& all() const { return fStructures; }
 
-    /// While it lives, this thread works on a registry of its own, at first empty, so that the
-    /// structures of a file never meet the caller's. What is left in it is released in the end.
+    /// While it lives, this thread uses a registry of its own, empty at first, so that the
+    /// structures of a file never meet the caller's. The destructor releases what is left in it.
     class SetAside;
 
-    /// A structure that is registered somewhere had another name until now. Looked for in the
-    /// registries of this thread.
+    /// Tells the registries of this thread that a registered structure had another name until now.
     static void noteRename(Structure& structure, const std::string& oldName);
 
   private:
-    /// By the hash of their names.
+    /// Structures by the hash of their names.
     using NameIndex = std::unordered_multimap<std::uint64_t, Structure*>;
-    void enter(Structure& structure);
+    void addEntry(Structure& structure);
     NameIndex& byName();
-    void strike(const Structure& structure, std::string_view name);
+    void eraseEntry(const Structure& structure, std::string_view name);
 
     std::set<Structure*> fStructures;
     NameIndex fByName;
-    bool fTableIsStale = false;           // memory ran out while it was changed
-    StructureRegistry* fOuter = nullptr;  // the one that this one is worked on instead of
+    bool fTableIsStale = false;           // a change of the table ran out of memory
+    StructureRegistry* fOuter = nullptr;  // the registry that this one hides
 };
 
 class StructureRegistry::SetAside {

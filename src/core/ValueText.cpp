@@ -1,4 +1,4 @@
-// Single values as text, the same way for every user: handles, stream texts, scenes.
+// Converts single values to and from text, in the same way for handles, stream texts and scenes.
 // SPDX-License-Identifier: Apache-2.0
 #include "core/ValueText.h"
 
@@ -24,8 +24,9 @@ namespace {
 
 constexpr int kEnd = std::char_traits<char>::eof();
 
-// An ordinary number at the start of the text: behind it, or null when it is none. `strtod` and
-// `from_chars` agree on what this lets pass; a plus sign, say, is not ordinary.
+// Reads an ordinary number at the start of the text. Returns the end of the number, or null when it
+// is not ordinary. `strtod` and `from_chars` agree on all numbers accepted here; one with a plus
+// sign, for example, is not ordinary.
 template <typename T>
 const char* parsePlain(std::string_view text, T& value) {
     const char* last = text.data() + text.size();
@@ -34,7 +35,7 @@ const char* parsePlain(std::string_view text, T& value) {
     }
     if (std::is_unsigned_v<T> && !text.empty() && text.front() == '-') return nullptr;
     if constexpr (std::is_floating_point_v<T>) {
-        // Not "inf", "nan" and their like.
+        // Leaves "inf", "nan" and the like to the stream.
         const std::size_t digit = !text.empty() && text.front() == '-' ? 1 : 0;
         if (digit >= text.size() || !(Ascii::isDigit(text[digit]) || text[digit] == '.')) {
             return nullptr;
@@ -52,13 +53,13 @@ template <typename T>
 bool extractPlain(std::streambuf& buffer, T& value) {
     const std::string_view ready = GetArea::of(buffer);
     const char* end = parsePlain(ready, value);
-    // What ends the token must be in sight: "1.5e" may go on behind the area's end.
+    // The character behind the token must be in the buffer: "1.5e" may go on behind the area's end.
     if (!end || end == ready.data() + ready.size()) return false;
     GetArea::take(buffer, static_cast<std::size_t>(end - ready.data()));
     return true;
 }
 
-// Making another stream takes longer than reading the number.
+// Avoids making another stream, which takes longer than reading the number.
 bool readsAsClassic(const std::istream& in) {
     constexpr auto kDefault = std::ios_base::skipws | std::ios_base::dec;
     return in.flags() == kDefault && in.exceptions() == std::ios_base::goodbit && !in.tie() &&
@@ -103,7 +104,7 @@ bool readAs(Member::eDataType type, void* slot, Read read) {
     });
 }
 
-// Takes the line feed, too. Mostly the whole line is in sight.
+// Also takes the line feed. Usually the whole line is in the buffer.
 std::ios_base::iostate takeLine(std::streambuf& buffer, std::string& line) {
     constexpr auto kNothing = std::ios_base::eofbit | std::ios_base::failbit;
     LongText text;
@@ -125,7 +126,7 @@ std::ios_base::iostate takeLine(std::streambuf& buffer, std::string& line) {
             if (next == '\n') return std::ios_base::goodbit;
             return line.empty() ? kNothing : std::ios_base::eofbit;
         }
-        // A buffer may give single characters only.
+        // Some stream buffers give single characters only.
         if (GetArea::of(buffer).empty()) text.append(static_cast<char>(buffer.sbumpc()));
     }
 }
@@ -271,7 +272,7 @@ void write(std::ostream& out, Member::eDataType type, const void* slot) {
     visitMemberType(type, [&](auto memberType) {
         using T = typename decltype(memberType)::Scalar;
         if constexpr (std::is_same_v<T, bool>) {
-            // As a byte: another program may have left neither 0 nor 1 there.
+            // Read as a byte, because another program may have stored neither 0 nor 1.
             write(out, *static_cast<const unsigned char*>(slot) != 0 ? "true" : "false");
         } else if constexpr (std::is_floating_point_v<T>) {
             writeFloating(out, *static_cast<const T*>(slot));

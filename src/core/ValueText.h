@@ -1,4 +1,4 @@
-// Single values as text, the same way for every user: handles, stream texts, scenes.
+// Converts single values to and from text, in the same way for handles, stream texts and scenes.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -13,30 +13,30 @@
 #include <type_traits>
 
 /// Numbers are read and written exactly as the standard streams do with default flags and the
-/// classic locale, whatever locale the process or the stream has. Ordinary decimal numbers take a
-/// short way that avoids the streams; everything else is handed to them, so the two cannot
+/// classic locale, whatever the locale of the process or the stream. A fast path handles ordinary
+/// decimal numbers without the streams; all others go through the streams, so the two cannot
 /// disagree.
 namespace orbo::Data::ValueText {
 
-/// What `in >> value` does: same result, same characters taken, same stream state. For int,
-/// unsigned int, long long, unsigned long long, float and double.
+/// Does what `in >> value` does: same result, same characters taken, same stream state. `T` is int,
+/// unsigned int, long long, unsigned long long, float or double.
 template <typename T>
 bool extract(std::istream& in, T& value);
 
-/// What `in >> word` and `in >> std::ws` do, with the six blanks of ASCII.
+/// Do what `in >> word` and `in >> std::ws` do, with the six white-space characters of ASCII.
 bool extractWord(std::istream& in, std::string& word);
 void skipBlanks(std::istream& in);
-/// What `std::getline` does, except that `std::bad_alloc` gets through, which says nothing about
-/// the text.
+/// Does what `std::getline` does, but lets `std::bad_alloc` through, which says nothing about the
+/// text.
 bool readLine(std::istream& in, std::string& line);
 
-/// Reads one number of a value of `type` (a matrix has 16) into `slot`. False when the text is no
-/// such number, an infinity included; the slot may then have been written all the same.
+/// Reads one number of a value of `type` (a matrix has 16) into `slot`. Returns false when the text
+/// is not such a number, or is infinite; the slot may have been written nevertheless.
 bool readNumber(std::istream& in, Member::eDataType type, void* slot);
-/// The short way alone: behind the ordinary number of the type that `text` begins with, or null.
+/// The fast path alone: returns the end of the ordinary number that `text` begins with, or null.
 /// The slot may be written in any case.
 const char* readPlainNumber(std::string_view text, Member::eDataType type, void* slot);
-/// The value of one of the ten spellings of a boolean.
+/// Converts one of the ten spellings of a boolean; returns false for other words.
 bool readBoolean(std::string_view word, bool& value);
 
 /// Writes a bool or one number of a value of `type`. Integers are plain decimal; float and double
@@ -44,14 +44,14 @@ bool readBoolean(std::string_view word, bool& value);
 void write(std::ostream& out, Member::eDataType type, const void* slot);
 void write(std::ostream& out, std::string_view text);
 
-/// Room that the text of any number needs which `put` writes.
+/// The room that `put` needs for any number.
 inline constexpr std::size_t kNumberRoom = 128;
 
-/// How a stream wants float and double.
+/// The format of float and double that a stream asks for.
 struct NumberFormat {
     explicit NumberFormat(std::ios_base& stream);
 
-    bool isUsual;  // no sign for positive numbers, no fixed point and the like: `put` can do it
+    bool isUsual;  // `put` can do it: no forced sign, no fixed point and the like
     bool isExact;
     int precision;
 };
@@ -65,7 +65,8 @@ char* put(char* to, const NumberFormat&, T value) {
     return std::to_chars(to, to + kNumberRoom, Wide{value}).ptr;
 }
 
-/// Makes float and double come out with the shortest digits that read back as the same value.
+/// Makes the stream write float and double with the shortest digits that read back as the same
+/// value.
 void setExactNumbers(std::ios_base& stream, bool exact);
 
 }  // namespace orbo::Data::ValueText

@@ -1,4 +1,4 @@
-// Change stamps: has this object, its class or anything at all changed since?
+// Change stamps, which tell whether an object, its class or anything at all has changed.
 // SPDX-License-Identifier: Apache-2.0
 #include <debug/Checkpointed.h>
 #include <debug/Footprint.h>
@@ -16,7 +16,7 @@ namespace {
 std::atomic<unsigned long long> sfGlobalCheckpoint{0};
 std::atomic<unsigned long long> sfCheckpoint{0};
 
-// Two threads may arrive in the other order than they drew their numbers.
+// Two threads may arrive in a different order than they drew their numbers.
 void raiseClassCheckpoint(unsigned long long value) {
     unsigned long long seen = sfCheckpoint.load();
     while (seen < value && !sfCheckpoint.compare_exchange_weak(seen, value)) {

@@ -1,4 +1,4 @@
-// A singleton in static storage that is made on first use and never destroyed.
+// An object in static storage that is made at first use and never destroyed.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -6,13 +6,13 @@
 
 namespace orbo {
 
-/// For what somebody may still use while the library unloads or the process exits. It takes no
-/// memory from the heap, so nothing is lost either.
+/// For objects that may still be used while the library unloads or the process exits. It takes no
+/// memory from the heap, so nothing leaks.
 template <typename T>
 class NeverDestroyed {
   public:
-    /// `construct` makes the T at the address it is given; a lambda of the T's own class may call a
-    /// private constructor.
+    /// `construct` makes the T at the address it is given. A lambda in a member function of T may
+    /// call a private constructor.
     template <typename Construct>
     explicit NeverDestroyed(Construct construct) {
         fObject = construct(fStorage);
@@ -27,7 +27,7 @@ class NeverDestroyed {
     T* fObject = nullptr;
 };
 
-/// The one object that `construct` makes when it is first asked for. Each lambda has its own.
+/// Returns the object that `construct` makes at the first call. Each lambda has its own.
 template <typename T, typename Construct>
 T& neverDestroyed(Construct construct) {
     static const NeverDestroyed<T> object(construct);

@@ -6,7 +6,7 @@ namespace orbo::Debug {
 
 std::size_t ObjectCounter::cellOfThisThread() noexcept {
     static std::atomic<std::size_t> nextCell{0};
-    // No destructor: a thread-local with one would keep the library from being unloaded.
+    // This needs no destructor: a thread-local with one would keep the library from being unloaded.
     static thread_local std::size_t cell = kCells;
     if (cell == kCells) cell = nextCell.fetch_add(1, std::memory_order_relaxed) % kCells;
     return cell;

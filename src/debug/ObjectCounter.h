@@ -15,9 +15,9 @@ namespace orbo {
 
 namespace Debug {
 
-/// One static per counted class. Needs no construction at load time and no destruction at unload,
-/// so it is good before and after everything else. Each thread counts in a cell of its own (several
-/// threads may share one, the sums stay exact).
+/// One static object per counted class. It needs no construction when the library loads and no
+/// destruction when it unloads, so it works before and after everything else. Each thread counts in
+/// a cell of its own; when several share one, the sums stay exact.
 class ObjectCounter {
   public:
     void objectCreated() noexcept { count(&Cell::created); }

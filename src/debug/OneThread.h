@@ -1,4 +1,4 @@
-// Whether the process has but one thread, for counts that need not be locked then.
+// Tells whether the process has only one thread, so that counts need no locked instructions.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -10,7 +10,7 @@
 
 namespace orbo {
 
-/// False also where nobody knows.
+/// False also where the system does not tell.
 inline bool hasOneThread() noexcept {
 #if __has_include(<sys/single_threaded.h>)
     return __libc_single_threaded != 0;
@@ -19,7 +19,8 @@ inline bool hasOneThread() noexcept {
 #endif
 }
 
-/// Adds without a locked instruction, and returns what was there; only while there is one thread.
+/// Adds without a locked instruction, and returns the value from before. Call it only while there
+/// is one thread.
 template <typename Number>
 Number addAlone(std::atomic<Number>& number, Number more) noexcept {
     const Number before = number.load(std::memory_order_relaxed);
@@ -27,7 +28,7 @@ Number addAlone(std::atomic<Number>& number, Number more) noexcept {
     return before;
 }
 
-/// Adds and returns what was there, without a locked instruction while there is one thread.
+/// Adds, and returns the value from before, without a locked instruction while there is one thread.
 template <typename Number>
 Number fetchAdd(std::atomic<Number>& number, Number more) noexcept {
     return hasOneThread() ? addAlone(number, more) : number.fetch_add(more);

@@ -20,8 +20,8 @@ BackwardLineReader::BackwardLineReader(File& file, std::uint64_t begin, std::uin
       fBlockOffset(fPosition),
       fBytes(std::make_unique<char[]>(kBlockSize + LineDescriptor::kHeadSize)) {}
 
-// Blocks lie one in front of the other from the end of the range; only the last one read, at the
-// range's beginning, may be smaller.
+// Blocks are read from the end of the range towards its beginning. Only the last block read, at the
+// beginning, may be smaller.
 BackwardLineReader::Result BackwardLineReader::loadBlock() {
     const std::uint64_t left = fBlockOffset - fBegin;
     const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left, kBlockSize));
@@ -49,7 +49,7 @@ BackwardLineReader::Result BackwardLineReader::previous(LineDescriptor& line) {
 bool BackwardLineReader::takeFromBlock(LineDescriptor& line) {
     const char* const first = fBytes.get();
     const char* at = first + (line.begin - fBlockOffset);
-    if (line.begin == line.end && at[-1] == '\n') --at;  // the line's own
+    if (line.begin == line.end && at[-1] == '\n') --at;  // skip the line feed that ends the line
     if (line.blank) {
         const char* last = at;
         while (last != first && isLineBlank(last[-1])) --last;

@@ -11,17 +11,17 @@
 
 namespace orbo::Files {
 
-/// Where a line lies and the little that tells lines apart. A line may be gigabytes long: its text
-/// is read by range, once it is known to be wanted.
+/// Describes a line by its place and what is needed to classify it. A line may be gigabytes long,
+/// so its text is read by range, and only when it is wanted.
 struct LineDescriptor {
     static constexpr std::size_t kHeadSize = 16;
 
     std::uint64_t begin = 0;
-    /// Behind the line feed, or the end of the range for a last line without one.
+    /// The offset behind the line feed, or the end of the range for a last line without one.
     std::uint64_t end = 0;
-    /// Nothing but blanks, tabs and carriage returns.
+    /// True when the line has only blanks, tabs and carriage returns.
     bool blank = true;
-    /// The last character that is none of these is a semicolon.
+    /// True when the last character that is none of these is a semicolon.
     bool closed = false;
     std::array<char, kHeadSize> headBytes{};
     std::size_t headSize = 0;
@@ -40,24 +40,26 @@ class BackwardLineReader {
     /// The range begins at the beginning of a line. The file outlives the reader.
     BackwardLineReader(File& file, std::uint64_t begin, std::uint64_t end);
 
-    /// The line in front of the one given last; at first the last line of the range. After anything
-    /// but `kLine` there is nothing more to ask for.
+    /// Gives the line in front of the one given last; the first call gives the last line of the
+    /// range. Don't call again after any result but `kLine`.
     Result previous(LineDescriptor& line);
 
-    /// Where the block begins that was read last, or that could not be.
+    /// The offset of the block that was read last, or that could not be read.
     [[nodiscard]] std::uint64_t blockOffset() const { return fBlockOffset; }
 
   private:
     Result loadBlock();
-    /// Looks at what the block holds of the line; true when that reaches the line's beginning.
+    /// Looks at the part of the line that the block holds; returns true when that reaches the
+    /// beginning of the line.
     bool takeFromBlock(LineDescriptor& line);
     void takeHead(LineDescriptor& line) const;
 
     File* fFile;
     std::uint64_t fBegin;
-    std::uint64_t fPosition;     // the lines from here on have been given
-    std::uint64_t fBlockOffset;  // of what is in the block, in the file
-    // The block, with the first bytes of the one behind it, so that heads are in one piece.
+    std::uint64_t fPosition;     // lines from this offset on have been given
+    std::uint64_t fBlockOffset;  // where in the file the block begins
+    // The block, followed by the first bytes of the block behind it, so that no head of a line is
+    // split.
     std::unique_ptr<char[]> fBytes;
 };
 

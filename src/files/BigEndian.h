@@ -1,4 +1,4 @@
-// Numbers as bytes, the highest first.
+// Converts numbers to bytes and back, highest byte first.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

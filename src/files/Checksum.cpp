@@ -19,7 +19,8 @@ constexpr std::uint64_t kBlockSize = 64 * 1024;
 
 using Table = std::array<std::array<std::uint64_t, 256>, kSlices>;
 
-// Row k is what a byte does to the state k bytes later, so that eight go in one step.
+// Row k is what a byte does to the state k bytes later. With eight rows, eight bytes are added in
+// one step.
 constexpr Table makeTable() {
     Table table{};
     for (std::size_t byte = 0; byte < 256; ++byte) {

@@ -9,12 +9,12 @@ namespace orbo::Files {
 
 class File;
 
-/// CRC-64/XZ: the reflected ECMA-182 polynomial, all bits inverted before and after. Of
-/// "123456789" it is 0x995DC9BBDF1939FA.
+/// CRC-64/XZ: the reflected ECMA-182 polynomial, with all bits inverted before and after. The
+/// checksum of "123456789" is 0x995DC9BBDF1939FA.
 class Checksum {
   public:
     void add(std::string_view bytes);
-    /// Adds a stretch of a file, block by block; false when it cannot be read.
+    /// Adds a range of a file, block by block; returns false when it cannot be read.
     [[nodiscard]] bool add(File& file, std::uint64_t at, std::uint64_t size);
     [[nodiscard]] std::uint64_t value() const { return ~fState; }
 

@@ -1,4 +1,4 @@
-// What any file offers beyond its few calls, and the choice of file system.
+// What all files have in common, and the choice of the file system.
 // SPDX-License-Identifier: Apache-2.0
 #include "files/File.h"
 
@@ -9,7 +9,8 @@ namespace orbo::Files {
 
 namespace {
 
-// Plain pointer: a thread-local with a destructor would keep the library from being unloaded.
+// This is a plain pointer because a thread-local with a destructor would keep the library from
+// being unloaded.
 thread_local FileSystem* fileSystemOfThisThread = nullptr;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Bytes on disk: as little of a file system as is needed here, so that a test can fail any call.
+// A file and a file system as a few virtual calls, so that a test can make any of them fail.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -14,31 +14,31 @@ namespace orbo::Files {
 
 struct FileAccess;
 
-/// What tells one file from another, and whose it is.
+/// Identity, owner and state of a file.
 struct FileStatus {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
-    std::uint64_t links = 1;  // names that it has
+    std::uint64_t links = 1;  // number of hard links
     std::uint64_t owner = 0;
     std::uint64_t group = 0;
-    unsigned permissions = 0;  // as for chmod
+    unsigned permissions = 0;  // mode bits, as for chmod
     std::uint64_t length = 0;  // in bytes
-    /// Nanoseconds since 1970, of the last change of its bytes. Systems count in steps of up to
-    /// some milliseconds.
+    /// Time of the last change of its bytes, in nanoseconds since 1970. Systems count in steps of
+    /// up to some milliseconds.
     std::int64_t modified = 0;
     bool isRegular = true;
 
     [[nodiscard]] bool isSameFile(const FileStatus& other) const {
         return device == other.device && inode == other.inode;
     }
-    /// As far as can be told from outside.
+    /// True when length and time show no change; a change within one clock step goes unseen.
     [[nodiscard]] bool hasSameBytes(const FileStatus& other) const {
         return isSameFile(other) && length == other.length && modified == other.modified;
     }
 };
 
-/// A regular file with one position, which `seek` sets and `read` and `write` move. Nothing throws;
-/// after a failure the position is undefined. Closed, and unlocked, when it is destroyed.
+/// A regular file with one position, which `seek` sets and `read` and `write` move. No function
+/// throws. After a failure the position is undefined. The destructor unlocks and closes the file.
 class File {
   public:
     enum class Lock { kShared, kExclusive };
@@ -51,78 +51,81 @@ class File {
 
     /// Empty on failure.
     [[nodiscard]] virtual std::optional<FileStatus> status() = 0;
-    /// Who may read and write it. Empty on failure.
+    /// Tells who may read and write the file. Empty on failure.
     [[nodiscard]] virtual std::optional<FileAccess> access();
-    /// From the start of the file.
+    /// Sets the position, counted from the start of the file.
     [[nodiscard]] virtual bool seek(std::uint64_t offset) = 0;
-    /// The bytes read, which are fewer than `count` only at the end of the file; empty on failure.
+    /// Returns the number of bytes read, which is less than `count` only at the end of the file;
+    /// empty on failure.
     [[nodiscard]] virtual std::optional<std::size_t> read(char* to, std::size_t count) = 0;
-    /// When it fails, some of the bytes may have been written.
+    /// A failed write may have written some of the bytes.
     [[nodiscard]] virtual bool write(const char* from, std::size_t count) = 0;
     [[nodiscard]] virtual bool truncate(std::uint64_t length) = 0;
-    /// True once everything written has reached the disk.
+    /// Returns true once everything written has reached the disk.
     [[nodiscard]] virtual bool sync() = 0;
-    /// Finds room on the disk for the bytes from one offset to another without changing the file's
-    /// length. True also where the file system cannot do that. Without any bytes it only asks
-    /// whether this process may make the file that long.
+    /// Reserves disk space for the range `from` to `to` without changing the file's length. Also
+    /// returns true where the file system cannot reserve space. An empty range only asks whether
+    /// this process may make the file that long.
     [[nodiscard]] virtual bool reserve(std::uint64_t from, std::uint64_t to) = 0;
-    /// An advisory lock on the whole file, in place of one that is held already. Never waits.
+    /// Takes an advisory lock on the whole file, which replaces the lock held already. Never waits.
     [[nodiscard]] virtual LockResult lock(Lock kind) = 0;
     virtual void unlock() = 0;
 
-    /// In bytes; empty on failure.
+    /// The length in bytes; empty on failure.
     [[nodiscard]] std::optional<std::uint64_t> size();
-    /// The size without the holes of a sparse file, as far as the system tells; empty on failure.
+    /// The bytes that the file takes on the disk, without the holes of a sparse file, as far as the
+    /// system tells; empty on failure.
     [[nodiscard]] virtual std::optional<std::uint64_t> sizeOnDisk() { return size(); }
-    /// Why the last call failed that did.
+    /// The error of the last call that failed.
     [[nodiscard]] const std::error_code& error() const { return fError; }
 
   protected:
     std::error_code fError;
 };
 
-/// Where files are. Paths given to anything but `resolve` are not followed when their last part is
-/// a symbolic link. Functions set `error`, or clear it.
+/// Finds, opens, creates and removes files. Only `resolve` follows a symbolic link in the last part
+/// of a path. Every function sets `error` or clears it.
 class FileSystem {
   public:
     enum class Mode { kRead, kReadWrite };
 
-    /// The real one, unless a `Replacement` is in force in this thread.
+    /// The file system of the operating system, unless this thread has a `Replacement`.
     static FileSystem& current();
 
     virtual ~FileSystem() = default;
-    /// The absolute path of what is there, free of symbolic links.
+    /// Returns the absolute path of an existing file, free of symbolic links.
     [[nodiscard]] virtual std::string resolve(const std::string& name, std::error_code& error) = 0;
-    /// Null when the file is not there, may not be opened or is no regular file. Never waits.
+    /// Returns null when the file does not exist, may not be opened or is not a regular file. Never
+    /// waits.
     [[nodiscard]] virtual std::unique_ptr<File> open(const std::string& path, Mode mode,
                                                      std::error_code& error) = 0;
-    /// A new, empty file with the rights of a journal beside a file with the rights `file`. Null
-    /// when anything has that name already, and when those rights cannot be had.
+    /// Creates an empty file with the rights of a journal beside a file with the rights `file`.
+    /// Returns null when the name is taken, and when those rights cannot be granted.
     [[nodiscard]] virtual std::unique_ptr<File> create(const std::string& path,
                                                        const FileAccess& file,
                                                        std::error_code& error) = 0;
-    /// Empty without an error when there is nothing.
+    /// Empty, without an error, when nothing has this name.
     [[nodiscard]] virtual std::optional<FileStatus> status(const std::string& path,
                                                            std::error_code& error) = 0;
     virtual bool remove(const std::string& path, std::error_code& error) = 0;
-    /// May replace what has the new name.
+    /// Replaces a file that has the new name.
     virtual bool rename(const std::string& from, const std::string& to, std::error_code& error) = 0;
-    /// True once the names in the folder of this path have reached the disk.
+    /// Returns true once the names in the folder of this path have reached the disk.
     virtual bool syncFolderOf(const std::string& path, std::error_code& error) = 0;
-    /// Who owns what `create` makes.
+    /// The user who owns what `create` makes.
     [[nodiscard]] virtual std::uint64_t user() = 0;
-    /// Who may read and write what has this name. Empty on failure, and when there is nothing.
+    /// Who may read and write the file of this name. Empty on failure, and when there is none.
     [[nodiscard]] virtual std::optional<FileAccess> access(const std::string& path,
                                                            std::error_code& error);
-    /// Whether the file of this path and status is, there or elsewhere, mounted on its own, without
-    /// its folder. False also where the system does not tell.
+    /// Whether the file itself, and not just its folder, is mounted somewhere, under this path or
+    /// another one. False also where the system does not tell.
     [[nodiscard]] virtual bool isMounted(const std::string& path, const FileStatus& status);
-    /// The groups that a user is in; empty when nobody knows.
+    /// The groups of a user; empty when the system does not know them.
     [[nodiscard]] virtual std::optional<std::vector<std::uint64_t>> groupsOf(std::uint64_t user);
-    /// For people: the number of a user, and the name if there is one.
+    /// Describes a user for messages: the number, and the name if there is one.
     [[nodiscard]] virtual std::string describeUser(std::uint64_t user);
 
-    /// While it lives, this thread opens its files elsewhere.
+    /// While it lives, this thread uses the other file system.
     class Replacement {
       public:
         explicit Replacement(FileSystem& other);
@@ -135,13 +138,13 @@ class FileSystem {
     };
 };
 
-/// Whether the path leads to this open file. False also on failure, with an error then.
+/// Whether the path leads to this open file. Returns false, with an error, on failure.
 [[nodiscard]] bool isNamed(FileSystem& system, const std::string& path, File& file,
                            std::error_code& error);
 
-/// False also when the file ends before.
+/// Reads `count` bytes; returns false also when the file ends before.
 [[nodiscard]] bool readExactly(File& file, char* to, std::size_t count);
-/// The same, from an offset.
+/// Does the same from an offset.
 [[nodiscard]] bool readExactlyAt(File& file, std::uint64_t offset, char* to, std::size_t count);
 
 }  // namespace orbo::Files

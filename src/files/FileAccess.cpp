@@ -11,7 +11,7 @@ namespace {
 using Ids = std::vector<std::uint64_t>;
 
 constexpr std::uint64_t kRoot = 0;
-// No user has this number: it stands for everybody whom no list names.
+// No user has this number: it stands for all users whom no list names.
 constexpr std::uint64_t kNobodyNamed = ~std::uint64_t{0};
 
 const FileAccess::Entry* find(const std::vector<FileAccess::Entry>& entries, std::uint64_t id) {
@@ -67,7 +67,7 @@ void FileAccess::applyMask(unsigned mask) {
     for (Entry& entry : groups) entry.rights &= mask;
 }
 
-// A user may do what one matching entry allows, whatever the other matching ones say.
+// One matching entry is enough to grant a right, whatever the other matching entries say.
 unsigned FileAccess::groupClassOf(const Ids& memberOf, bool& matches) const {
     unsigned rights = 0;
     matches = contains(memberOf, group);
@@ -88,7 +88,7 @@ unsigned FileAccess::rightsOf(std::uint64_t user, const Ids& memberOf) const {
     return matches ? rights : otherRights;
 }
 
-// Another group can take away what everybody has, but nothing that a group gives.
+// Being in another group can take away what everybody has, but nothing that a group grants.
 unsigned FileAccess::surelyRightsOf(std::uint64_t user, const Ids& memberOf) const {
     unsigned rights = rightsOf(user, memberOf);
     bool matches = false;
@@ -121,7 +121,7 @@ bool FileAccess::givesUserNoMoreThan(const FileAccess& other, std::uint64_t user
     addGroups(*this, here);
     Ids there;
     addGroups(other, there);
-    // Who is in no group of this file's is in none of the other's, or in one.
+    // A user in none of this file's groups may be in one of the other file's groups, or in none.
     return isCovered(otherRights, other.rightsOf(user, {})) &&
            std::all_of(here.begin(), here.end(),
                        [&](std::uint64_t one) {
@@ -151,7 +151,8 @@ FileAccess journalAccess(const FileAccess& file, std::uint64_t owner, std::uint6
     } else if (named) {
         journal.groupRights = named->rights;
     } else {
-        // What members of a group that the file does not name have whatever else they are in.
+        // The rights of members of a group that the file does not name, whatever other groups they
+        // are in.
         journal.groupRights = file.otherRights & file.groupRights;
         for (const FileAccess::Entry& entry : file.groups) journal.groupRights &= entry.rights;
     }

@@ -15,7 +15,7 @@ struct FileAccess {
     static constexpr unsigned kMayWrite = 2;
     static constexpr unsigned kMayBoth = kMayRead | kMayWrite;
 
-    /// What a list gives to a user, or to the members of a group.
+    /// The rights that a list grants to a user, or to the members of a group.
     struct Entry {
         std::uint64_t id = 0;
         unsigned rights = 0;
@@ -26,16 +26,17 @@ struct FileAccess {
     unsigned ownerRights = kMayBoth;
     unsigned groupRights = 0;
     unsigned otherRights = 0;
-    /// No two of one number, and none of the groups is that of the file: see `addUser`, `addGroup`.
+    /// No two entries have one number, and none of the groups is that of the file: see `addUser`,
+    /// `addGroup`.
     std::vector<Entry> users;
     std::vector<Entry> groups;
-    /// The set-group-id bit: in such a folder new files get the folder's group.
+    /// The set-group-id bit: new files in such a folder get the folder's group.
     bool givesGroup = false;
 
     /// The rights of a file that has no list.
     static FileAccess of(const FileStatus& status);
 
-    /// The first entry of a user counts; of a group all do.
+    /// The first entry of a user counts; the entries of a group add up.
     void addUser(std::uint64_t user, unsigned rights);
     void addGroup(std::uint64_t another, unsigned rights);
     void applyMask(unsigned mask);
@@ -47,7 +48,7 @@ struct FileAccess {
     /// The rights of a user who is in these groups and perhaps in others.
     [[nodiscard]] unsigned surelyRightsOf(std::uint64_t user,
                                           const std::vector<std::uint64_t>& memberOf) const;
-    /// Whether nobody but this file's owner has one of these rights here without having it there.
+    /// Whether every user but this file's owner who has one of these rights here has it there, too.
     [[nodiscard]] bool givesNoMoreThan(const FileAccess& other, unsigned rights = kMayBoth) const;
 
   private:
@@ -57,12 +58,13 @@ struct FileAccess {
                                            unsigned rights) const;
 };
 
-/// The rights that a journal of this owner and group is to have beside a file: no more than the
-/// file gives to anybody, and both to the file's owner.
+/// The rights for a journal of this owner and group beside a file: no more than the file gives to
+/// anybody, and both to the file's owner.
 FileAccess journalAccess(const FileAccess& file, std::uint64_t owner, std::uint64_t group);
 
-/// Whether a journal may have these rights beside a file of those. `user` writes it, and is in the
-/// groups `userGroups`; `fileOwnerGroups` are groups that the file's owner is known to be in.
+/// Whether a journal may have the rights `journal` beside a file with the rights `file`. `user`
+/// writes it, and is in the groups `userGroups`; the file's owner is known to be in
+/// `fileOwnerGroups`.
 bool suitsJournal(const FileAccess& journal, const FileAccess& file, std::uint64_t user,
                   const std::vector<std::uint64_t>& userGroups,
                   const std::vector<std::uint64_t>& fileOwnerGroups);

@@ -22,7 +22,7 @@ bool holdsNewAlready(const RewriteRange& range) {
     return left.empty();
 }
 
-// From where the file is. Must not run out of memory.
+// Reads from the current position. Must not allocate: it also runs after memory has run out.
 bool holds(File& file, std::string_view bytes) {
     std::array<char, 4096> block;
     while (!bytes.empty()) {
@@ -44,7 +44,7 @@ FileRewrite::Outcome FileRewrite::failed(Step step, const std::error_code& error
 }
 
 FileRewrite::Outcome FileRewrite::run() {
-    // Whoever wrote it may not have made sure.
+    // The program that wrote it may have ended before its sync.
     if (std::all_of(fRanges.begin(), fRanges.end(), holdsNewAlready)) return finish();
     if (Outcome outcome = prepare(); outcome.failed != Step::kDone) return outcome;
     Outcome outcome = change();
@@ -67,8 +67,8 @@ FileRewrite::Outcome FileRewrite::rehearse() {
     return fLocked.isInPlace() ? outcome : failed(Step::kInPlace, {});
 }
 
-// In the journal, also for what the file grows by: to reserve that in the file would change its
-// times.
+// The space is reserved in the journal, also for what the file grows by: to reserve it in the file
+// would change the file's times.
 FileRewrite::Outcome FileRewrite::findRoom() {
     const std::uint64_t size = Journal::sizeFor(fLocked.path(), fRanges);
     if (!fJournal->reserve(0, size)) return failed(Step::kJournal, fJournal->error());
@@ -76,7 +76,7 @@ FileRewrite::Outcome FileRewrite::findRoom() {
     const std::uint64_t newEnd = fRanges.back().newEnd();
     if (newEnd <= oldEnd) return {};
     if (!fFile.reserve(newEnd, newEnd)) return failed(Step::kReserve, fFile.error());
-    // A limit on the length of files holds for each of the two.
+    // The limit on file lengths holds for the file and for the journal.
     const bool done = fJournal->reserve(size, size + newEnd - oldEnd) ||
                       fJournal->error() == std::errc::file_too_large;
     return done ? Outcome() : failed(Step::kReserve, fJournal->error());
@@ -93,12 +93,13 @@ FileRewrite::Outcome FileRewrite::prepare() {
         endJournal();
         throw;
     }
-    // If it cannot be removed either it is short, or tells that the file holds the old bytes.
+    // A journal that cannot be removed either is too short, or shows that the file holds the old
+    // bytes.
     if (outcome.failed != Step::kDone) endJournal();
     return outcome;
 }
 
-// By another way to the file nobody would find the journal.
+// A program that opens the file by another name would not find the journal.
 FileRewrite::Outcome FileRewrite::checkIsReachedOneWay() {
     const auto status = fFile.status();
     if (!status) return failed(Step::kPrepare, fFile.error());
@@ -116,8 +117,8 @@ FileRewrite::Outcome FileRewrite::openJournal() {
     return outcome.failed == Step::kDone ? createJournal() : outcome;
 }
 
-// Always a new file: whoever left an old one there may keep it open, and would read and write what
-// is put into it.
+// Always creates a new file: a program that left an old one there may still have it open, and could
+// read and write the journal.
 FileRewrite::Outcome FileRewrite::createJournal() {
     fJournal = fLocked.claimedJournal();
     if (fJournal) return fJournal->seek(0) ? Outcome() : failed(Step::kJournal, fJournal->error());
@@ -139,8 +140,7 @@ FileRewrite::Outcome FileRewrite::createJournal() {
     }
 }
 
-// Where names cannot be removed, an empty journal is left. Whoever may write that one gains
-// nothing.
+// Where names cannot be removed, an empty journal is left, which is harmless whoever may write it.
 bool FileRewrite::isLeftOver(const FileStatus& found) {
     if (!found.isRegular || found.length > 0 || found.links > 1) return false;
     std::error_code ignored;
@@ -159,9 +159,9 @@ FileRewrite::Outcome FileRewrite::writeJournal() {
     if (newEnd > oldEnd && !fFile.reserve(oldEnd, newEnd)) {
         return failed(Step::kReserve, fFile.error());
     }
-    // There are programs, and file systems, without locks.
+    // Some programs and file systems do not lock.
     if (!holdsOld()) return failed(Step::kChanged, {});
-    // Somebody may just have made another way to the file.
+    // Another link to the file may have been made just now.
     return checkIsReachedOneWay();
 }
 
@@ -221,11 +221,11 @@ FileRewrite::Outcome FileRewrite::undo(Outcome failure) {
     if (!fTouched) {
         failure.restored = true;
     } else if (fDurable) {
-        // What a failed sync leaves on the disk nobody knows: all is written again.
+        // After a failed sync the disk may hold anything, so all is written again.
         failure.restored =
             Journal::appendMark(*fJournal) && writeOld() && fFile.sync() && holdsOld();
     } else {
-        // Where nothing can be written, nothing may have been overwritten either.
+        // If writing is impossible, nothing can have been overwritten either.
         failure.restored = writeOld() || holdsOld();
     }
     if (fJournal && failure.restored) endJournal();
@@ -241,7 +241,7 @@ FileRewrite::Content FileRewrite::content() {
     return isReadable ? Content::kMixed : Content::kUnknown;
 }
 
-// One that keeps others out stays as long as the file is open, but empty, which counts as much.
+// A journal that serves as a lock stays while the file is open, but empty, which commits as well.
 bool FileRewrite::endJournal() {
     if (fLocked.claimedJournal()) return fJournal->truncate(0) && fJournal->sync();
     return discardJournal(fLocked.system(), fJournalPath, *fJournal);

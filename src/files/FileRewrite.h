@@ -14,14 +14,14 @@
 
 namespace orbo::Files {
 
-/// A durable rewrite survives the end of the process and of the power at any instruction: a journal
-/// with the old bytes is on the disk before the first of them is overwritten. One that is not
-/// leaves the file as it was only after failures that it lives to see.
+/// A durable rewrite survives the end of the process and a power cut at any instruction: a journal
+/// with the old bytes is on the disk before the first of them is overwritten. A rewrite that is not
+/// durable restores the file only after failures that it can handle itself.
 class FileRewrite {
   public:
     enum class Step {
         kDone,
-        kPrepare,  ///< several hard links, or a mount of its own: nobody finds the journal there
+        kPrepare,  ///< several hard links, or a mount of its own: others would not find the journal
         kReserve,  ///< no room on the disk
         kJournal,  ///< the folder takes no journal
         kSeek,
@@ -31,29 +31,30 @@ class FileRewrite {
         kCompare,  ///< the file does not hold what was written
         kChanged,  ///< another program has written the file since it was read
         kInPlace,  ///< another program has put a new file in its place, or removed it
-        kCommit,   ///< the journal cannot be removed, or not for sure
+        kCommit,   ///< the journal cannot be removed, or its removal may not survive a power cut
     };
 
-    /// What a file holds, whatever the disk does.
+    /// What the file holds for readers of this system, whatever has reached the disk.
     enum class Content { kOld, kNew, kMixed, kUnknown };
 
     struct Outcome {
         Step failed = Step::kDone;
-        /// The range that could not be sought or written, and which of its pieces.
+        /// The range that could not be written, and which of its pieces.
         std::size_t range = 0;
         std::size_t piece = 0;
         std::error_code error;
-        /// What is in the place of the journal, for people; empty when nothing is.
+        /// Describes, for messages, what is in the place of the journal; empty when nothing is.
         std::string occupant;
-        /// When it failed: whether the file is as it was. If not, and if it is not `holdsNew`, it
-        /// holds some of both, and after a durable rewrite the next one to open it restores it.
+        /// After a failure: whether the file is as it was. If it is neither that nor `holdsNew`, it
+        /// holds some old and some new bytes; after a durable rewrite the next program to open it
+        /// restores it.
         bool restored = true;
         bool holdsNew = false;
-        /// When it is not as it was: what it holds now.
+        /// What the file holds now when it is not as it was.
         Content content = Content::kOld;
     };
 
-    /// There is at least one range.
+    /// `ranges` is not empty.
     FileRewrite(LockedFile& file, std::vector<RewriteRange> ranges, bool durable)
         : fLocked(file),
           fFile(file.file()),
@@ -61,11 +62,11 @@ class FileRewrite {
           fDurable(durable),
           fJournalPath(Journal::pathFor(file.path())) {}
 
-    /// The file is only made shorter once everything is written. A file that holds the new bytes
-    /// already is only synced.
+    /// Shortens the file only once everything is written. A file that already holds the new bytes
+    /// is only synced.
     Outcome run();
-    /// All that can fail ahead of the first byte. An empty journal is there for a moment, which
-    /// shows that the folder takes one and the disk has room; the file stays as it is.
+    /// Does all that can fail ahead of the first byte, and leaves the file as it is. It creates an
+    /// empty journal for a moment, to see that the folder takes one and the disk has room.
     Outcome rehearse();
     [[nodiscard]] const std::string& journalPath() const { return fJournalPath; }
 

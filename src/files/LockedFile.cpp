@@ -18,7 +18,7 @@ using Verdict = JournalRecovery::Verdict;
 
 constexpr std::chrono::milliseconds kShortestPause{1};
 constexpr std::chrono::milliseconds kLongestPause{16};
-// Far from where sums of times wrap.
+// The longest wait: sums with a time of the clock must not overflow.
 constexpr std::chrono::milliseconds kMostPatience = std::chrono::hours(24 * 365);
 
 void addNote(std::string& notes, const std::string& note) {
@@ -44,7 +44,7 @@ class FileOpener {
 
     LockedFile::Opening toWrite() {
         auto file = locked(Mode::kReadWrite, File::Lock::kExclusive);
-        // Where this has made the journal, there is no other.
+        // If this process has made the journal, there is no other to recover by.
         if (file && (fClaim || recover(*file))) finish(file);
         return std::move(fOpening);
     }
@@ -81,12 +81,12 @@ class FileOpener {
         fPause = std::min(2 * fPause, kLongestPause);
     }
 
-    /// Null, with an error or a problem, when there is no getting it.
+    /// Returns null, with an error or a problem, when the file cannot be had.
     std::unique_ptr<File> locked(Mode mode, File::Lock lock) {
         if (fPath.empty()) return nullptr;
         std::unique_ptr<File> file;
         for (;;) {
-            // The same file again: who waits to write has a place in the queue.
+            // Tries the same open file again: a waiting writer has a place in the queue.
             if (!file) file = fSystem.open(fPath, mode, fOpening.error);
             if (!file) return nullptr;
             const File::LockResult result = file->lock(lock);
@@ -116,7 +116,7 @@ class FileOpener {
                " is there, and the file system has no locks";
     }
 
-    // Without locks nobody knows whether a journal's writer is still at work.
+    // Without locks there is no telling whether a journal's writer is still at work.
     bool isFreeWithoutLocks(File& file) {
         if (!fUse || *fUse == LockedFile::Use::kRecover) return true;
         if (*fUse == LockedFile::Use::kWrite) return claim(file);
@@ -125,7 +125,7 @@ class FileOpener {
         return fOpening.verdict == Verdict::kNothing;
     }
 
-    // Of all who create the same file exclusively, one succeeds.
+    // Only one of those who create the same file exclusively succeeds.
     bool claim(File& file) {
         std::error_code error;
         const auto access = file.access();
@@ -154,7 +154,8 @@ class FileOpener {
         return fOpening.verdict != Verdict::kNothing && fOpening.verdict != Verdict::kNotBegun;
     }
 
-    // Recovering takes another lock, so the first goes, and everything is looked at once more.
+    // Recovery needs an exclusive lock, so the shared one is released and everything is checked
+    // again.
     std::unique_ptr<File> readPending(std::unique_ptr<File> file) {
         file.reset();
         file = locked(Mode::kReadWrite, File::Lock::kExclusive);

@@ -1,4 +1,4 @@
-// A file that is open and locked, with no interrupted rewrite left to deal with.
+// Opens and locks a file, after dealing with a rewrite that was interrupted.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -18,49 +18,49 @@ namespace orbo::Files {
 struct Patience {
     Patience() = default;
     template <typename Count, typename Period>
-    // NOLINTNEXTLINE(google-explicit-constructor): mostly it is just a time
+    // mostly it is just a time
     Patience(std::chrono::duration<Count, Period> time, std::function<bool()> condition = {})
         : longest(time), isOver(std::move(condition)) {}
 
     std::chrono::milliseconds longest{0};
-    /// Asked some times a second while waiting; true ends the wait. May be empty.
+    /// Called several times a second while waiting; returning true ends the wait. May be empty.
     std::function<bool()> isOver;
 };
 
-/// Locked for others that lock, until it is destroyed: exclusively to be written, shared to be
-/// read. Where the system has no locks, one that is written durably keeps others out by its
-/// journal.
+/// A file with an advisory lock until it is destroyed: exclusive to write, shared to read. Where
+/// the system has no locks, a file that is written durably keeps others out by its journal.
 class LockedFile {
   public:
     enum class Use {
         kRead,
         kWrite,
-        /// To be written without a journal.
+        /// Write without a journal.
         kWriteInPlace,
-        /// As to be written, by somebody who knows that nobody else is at work: also where the file
-        /// system has no locks.
+        /// Like `kWrite`, also where the file system has no locks: the caller knows that nobody
+        /// else is at work.
         kRecover,
     };
 
     struct Opening {
         std::unique_ptr<LockedFile> file;  // null when it failed
-        /// Why the system did not open it; none when there is a problem instead.
+        /// The system's error; none when there is a problem instead.
         std::error_code error;
-        /// Why it is not to be used, for people.
+        /// Says, for people, why the file must not be used.
         std::string problem;
-        /// What its user should know, a line each.
+        /// Notes for the user, a line each.
         std::string notes;
-        /// Where a journal is, or would be; empty when there is no such file.
+        /// The path of the journal, whether there is one or not; empty when the file does not
+        /// exist.
         std::string journalPath;
         bool hasLocks = true;
-        /// About the journal, before anything was done about it.
+        /// What the journal asked for, before anything was done about it.
         JournalRecovery::Verdict verdict = JournalRecovery::Verdict::kNothing;
     };
 
-    /// Follows links. When others hold a lock, waits for up to `patience`. Recovers what a journal
-    /// asks for; a reader that may not write sees the right bytes all the same.
+    /// Follows links. Waits for up to `patience` while others hold a lock. Recovers what a journal
+    /// asks for; a reader that may not write is shown the right bytes nevertheless.
     static Opening open(const std::string& name, Use use, const Patience& patience);
-    /// Tells what a journal asks for, in the verdict and the notes, and does nothing about it: the
+    /// Reports what a journal asks for, in the verdict and the notes, without acting on it: the
     /// file shows what it holds.
     static Opening inspect(const std::string& name, const Patience& patience);
 
@@ -70,16 +70,15 @@ class LockedFile {
 
     [[nodiscard]] File& file() { return *fFile; }
     [[nodiscard]] FileSystem& system() { return fSystem; }
-    /// Absolute and free of links.
+    /// The absolute path, free of links.
     [[nodiscard]] const std::string& path() const { return fPath; }
-    /// Whether its path still leads to this file: other programs save by putting a new file in the
-    /// place of the old one.
+    /// Whether the path still leads to this file: other programs save by replacing the file.
     [[nodiscard]] bool isInPlace();
-    /// The journal, created empty before anything was read, that keeps other writers out where
-    /// there are no locks; null elsewhere. It goes with this object, unless there is something in
+    /// The journal that keeps other writers out where there are no locks, created empty before
+    /// anything was read; null elsewhere. The destructor removes it unless something was written to
     /// it.
     [[nodiscard]] File* claimedJournal() { return fClaim.get(); }
-    /// Path of the first journal of this file that was set aside; empty without one.
+    /// The path of the first journal of this file that was set aside; empty without one.
     [[nodiscard]] std::string journalSetAside();
 
   private:

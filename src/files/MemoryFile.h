@@ -1,4 +1,4 @@
-// Bytes in memory, read like a file.
+// Reads bytes in memory like a file.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace orbo::Files {
 
-/// Views the bytes.
+/// The bytes outlive the file.
 class MemoryFile : public ReadOnlyFile {
   public:
     explicit MemoryFile(std::string_view bytes) : fBytes(bytes) {}

@@ -7,14 +7,14 @@
 
 namespace orbo::Files {
 
-// Outside of the window the file itself says whether it can.
+// Outside the window the file decides whether the offset can be reached.
 bool ReadAhead::seek(std::uint64_t offset) {
     fPosition = offset;
     return fLoaded.contains({offset, offset}) || noting(fFile.seek(offset));
 }
 
 ReadAhead::Range ReadAhead::windowFor(const Range& wanted) const {
-    constexpr std::uint64_t kNear = 4096;  // a disk would read that anyway
+    constexpr std::uint64_t kNear = 4096;  // disks read that much ahead anyway
     const auto isNear = [](std::uint64_t from, std::uint64_t to) {
         return from <= to && to - from <= kNear;
     };
@@ -43,10 +43,10 @@ std::optional<std::size_t> ReadAhead::read(char* to, std::size_t count) {
     fLast = wanted;
     std::optional<std::size_t> got;
     if (window.size() == 0 || !(fLoaded.contains(wanted) || load(window))) {
-        // Also where something else in the window could not be read.
+        // This also serves a read whose window could not be loaded because of other bytes in it.
         got = readFrom(fPosition, to, count);
     } else {
-        // The file may end inside of them.
+        // The file may end within the wanted bytes.
         const std::uint64_t end = std::min(wanted.end, fLoaded.end);
         got = static_cast<std::size_t>(std::max(end, fPosition) - fPosition);
         std::memcpy(to, fWindow.get() + (fPosition - fLoaded.begin), *got);

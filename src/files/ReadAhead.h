@@ -1,4 +1,4 @@
-// Small reads of a file, served from memory.
+// Serves small reads of a file from memory.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -8,13 +8,13 @@
 
 namespace orbo::Files {
 
-/// Once reads follow each other, forwards or backwards, reads more than it is asked for and keeps
-/// it: not for files that change meanwhile.
+/// Reads ahead once reads follow each other, forwards or backwards, and keeps what it read. Don't
+/// use it for a file that changes meanwhile.
 class ReadAhead : public ReadOnlyFile {
   public:
     static constexpr std::size_t kWindowSize = 64 * 1024;
 
-    /// The file outlives it.
+    /// The file outlives this.
     explicit ReadAhead(File& file) : fFile(file), fWindow(new char[kWindowSize]) {}
 
     [[nodiscard]] std::optional<FileStatus> status() override { return noting(fFile.status()); }
@@ -38,7 +38,7 @@ class ReadAhead : public ReadOnlyFile {
         if (!result) fError = fFile.error();
         return result;
     }
-    /// Where the window is to lie for these bytes; empty when they should be read alone.
+    /// The window to load for these bytes; empty when they should be read alone.
     [[nodiscard]] Range windowFor(const Range& wanted) const;
     [[nodiscard]] std::optional<std::size_t> readFrom(std::uint64_t begin, char* to,
                                                       std::size_t count);
@@ -46,8 +46,8 @@ class ReadAhead : public ReadOnlyFile {
 
     File& fFile;
     std::unique_ptr<char[]> fWindow;
-    Range fLoaded;  // what the window holds of the file
-    Range fLast;    // what was asked for last
+    Range fLoaded;  // the range of the file in the window
+    Range fLast;    // the last read
     std::uint64_t fPosition = 0;
 };
 

@@ -1,4 +1,4 @@
-// What files have in common that are not there to be written.
+// The base of files that are only read.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

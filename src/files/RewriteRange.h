@@ -1,4 +1,4 @@
-// A part of a file that gives way to new bytes.
+// A range of a file, with its old and its new bytes.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -8,12 +8,12 @@
 
 namespace orbo::Files {
 
-/// The ranges of one rewrite are in the order of the file and do not overlap. All keep their length
-/// but the last, which runs to the end of the file and makes it longer or shorter.
+/// The ranges of one rewrite are in file order and do not overlap. Each keeps its length, except
+/// the last, which runs to the end of the file and may grow or shrink it.
 struct RewriteRange {
     std::uint64_t offset;
-    std::string_view oldBytes;  // what the file holds there
-    /// What it is to hold, one behind the other.
+    std::string_view oldBytes;  // the bytes there now
+    /// The new bytes, in pieces that follow each other.
     std::vector<std::string_view> pieces;
 
     [[nodiscard]] std::uint64_t newSize() const {

@@ -1,4 +1,4 @@
-// The chunk of an element while its values are read.
+// Holds the chunk of an element while its values are read.
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/ElementChunk.h"
 
@@ -14,7 +14,7 @@ namespace orbo::Data {
 
 namespace {
 
-/// Chunks of up to so many bytes are allocated as a whole; larger ones grow by at least as many.
+/// Chunks of up to this many bytes are allocated as a whole; larger ones grow by at least as many.
 constexpr std::uint64_t kSmall = 64 * 1024;
 
 std::uint64_t sizeOf(const Member& member) {
@@ -48,7 +48,8 @@ char* ElementChunk::slots(const Member& member, unsigned int first, unsigned int
     return fChunk + begin;
 }
 
-// A quarter more than is needed: the text of the values is at least as long.
+// Allocates a quarter more than is needed. The text of the values is at least as long, so memory
+// stays in proportion to the text.
 void ElementChunk::reach(std::uint64_t end) {
     if (end <= fSize) return;
     const std::uint64_t total = fLayout.totalSize();

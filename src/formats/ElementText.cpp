@@ -1,4 +1,4 @@
-// Data lines of elements as they mostly are, straight from memory and to memory.
+// Reads and writes ordinary data lines of elements, directly from and to memory.
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/ElementText.h"
 
@@ -17,12 +17,12 @@ namespace orbo::Data {
 
 namespace {
 
-/// A position in the text. Values that cannot be read leave it where it is.
+/// A position in the text. It does not move for values that cannot be read.
 class PlainLine {
   public:
     PlainLine(const char* first, const char* last) : fNext(first), fLast(last) {}
 
-    /// At a value: false at the end of the line or of the text.
+    /// Goes to the next value; returns false at the end of the line or of the text.
     bool skipToValue() {
         while (fNext != fLast && (*fNext == ' ' || *fNext == '\t')) ++fNext;
         return fNext != fLast && !Ascii::isBlank(*fNext);
@@ -34,7 +34,7 @@ class PlainLine {
         if (!end || end == fLast || !Ascii::isBlank(*end)) {
             const std::string_view text(fNext, static_cast<std::size_t>(fLast - fNext));
             end = ValueText::readPlainNumber(text, type, &value);
-            // More of it may follow behind what is in sight.
+            // The number may go on behind what is in memory.
             if (!end || end == fLast) return false;
         }
         fNext = end;
@@ -64,7 +64,7 @@ class PlainLine {
         return true;
     }
 
-    /// Behind the line; null unless nothing more is on it.
+    /// Returns the end of the line; null when something else follows.
     const char* end() {
         while (fNext != fLast && *fNext != '\n' && Ascii::isBlank(*fNext)) ++fNext;
         return fNext == fLast || *fNext != '\n' ? nullptr : fNext + 1;
@@ -108,9 +108,9 @@ bool readRun(PlainLine& line, Member::eDataType type, char* to, std::uint64_t co
 }
 
 template <typename T>
-void writeScalar(LumpedOutput& out, const ValueText::NumberFormat& format, const T* value) {
+void writeScalar(BufferedWriter& out, const ValueText::NumberFormat& format, const T* value) {
     if constexpr (std::is_same_v<T, bool>) {
-        // As a byte: another program may have left neither 0 nor 1 there.
+        // Read as a byte, because another program may have stored neither 0 nor 1.
         const bool isTrue = *reinterpret_cast<const char*>(value) != 0;
         out.write(isTrue ? std::string_view("true") : std::string_view("false"));
     } else if constexpr (std::is_pointer_v<T>) {
@@ -132,7 +132,7 @@ ElementText::ElementText(const Layout& layout) : fLayout(layout) {
 const char* ElementText::read(const char* first, const char* last, char* chunk) const {
     PlainLine line(first, last);
     bool isPlain = true;
-    // Inline, as an algorithm's call for each run takes as long as a short value.
+    // A plain loop, because the call of an algorithm takes as long as reading a short value.
     for (auto run = fRuns.begin(); isPlain && run != fRuns.end(); ++run) {
         isPlain = readRun(line, run->type, chunk + run->offset, run->count);
     }
@@ -141,7 +141,7 @@ const char* ElementText::read(const char* first, const char* last, char* chunk) 
     return end;
 }
 
-void ElementText::write(LumpedOutput& out, const ValueText::NumberFormat& format,
+void ElementText::write(BufferedWriter& out, const ValueText::NumberFormat& format,
                         const char* chunk) const {
     bool isFirst = true;
     for (const Run& run : fRuns) {

@@ -1,4 +1,4 @@
-// Data lines of elements as they mostly are, straight from memory and to memory.
+// Reads and writes ordinary data lines of elements, directly from and to memory.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -7,29 +7,30 @@
 
 #include "core/Layout.h"
 #include "core/ValueText.h"
-#include "formats/LumpedOutput.h"
+#include "formats/BufferedWriter.h"
 
 namespace orbo::Data {
 
-/// Knows the members of one layout.
+/// Reads and writes elements of one layout. Lines that are not ordinary are left to
+/// `MemberTextReader`.
 class ElementText {
   public:
     explicit ElementText(const Layout& layout);
 
-    /// Reads the values of all members from one line into a default chunk; behind the line. Null
-    /// when something is not as usual, such as an escape, a value too many, or a line that goes on
-    /// behind `last`: the chunk is then default again.
+    /// Reads the values of all members from one line into a default chunk, and returns the end of
+    /// the line. Returns null, with a default chunk, when something is not ordinary, such as an
+    /// escape, a value too many, or a line that goes on behind `last`.
     const char* read(const char* first, const char* last, char* chunk) const;
 
-    /// Writes the line, as `StreamSerializerRaw::writeMember` does for each member.
-    void write(LumpedOutput& out, const ValueText::NumberFormat& format, const char* chunk) const;
+    /// Writes the line in the way that `StreamSerializerRaw::writeMember` does for each member.
+    void write(BufferedWriter& out, const ValueText::NumberFormat& format, const char* chunk) const;
 
   private:
     /// Values of one type that follow each other in a chunk.
     struct Run {
         Member::eDataType type;
         std::uint64_t offset;
-        std::uint64_t count;  // of numbers, not of matrices
+        std::uint64_t count;  // of scalars: a matrix has 16
     };
 
     const Layout& fLayout;

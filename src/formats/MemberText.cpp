@@ -1,4 +1,4 @@
-// The values of one member on an element's data line.
+// Reads and writes the values of one member on an element's data line.
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/MemberText.h"
 
@@ -10,7 +10,7 @@
 #include "core/Ascii.h"
 #include "core/GetArea.h"
 #include "core/ValueText.h"
-#include "formats/LumpedOutput.h"
+#include "formats/BufferedWriter.h"
 #include "formats/RawMessages.h"
 
 namespace orbo::Data {
@@ -18,7 +18,7 @@ namespace orbo::Data {
 namespace {
 
 constexpr int kEnd = std::char_traits<char>::eof();
-// Characters of a bad value.
+// The number of characters that are kept of a bad value.
 constexpr std::size_t kMostShown = 40;
 
 unsigned int bytesPerNumber(const DataType& type) {
@@ -35,7 +35,7 @@ unsigned int MemberTextReader::read(Member::eDataType valueType, unsigned int co
     fHasBad = false;
     const DataType& type = dataType(valueType);
     if (!storesData(valueType)) {
-        // Reported, but no error.
+        // This is reported, but not counted as an error.
         report("Invalid type " + std::to_string(valueType) + " in structure.");
         return 0;
     }
@@ -80,7 +80,8 @@ unsigned int MemberTextReader::readNumbers(Member::eDataType number, char* value
     return errors;
 }
 
-// What a failed attempt took is still in sight, unless the buffer had to be filled anew.
+// The characters that a failed attempt took are still in the buffer, unless the buffer was
+// refilled.
 bool MemberTextReader::readNumber(Member::eDataType number, char* value) {
     const std::string_view before = GetArea::of(*fIn.rdbuf());
     if (ValueText::readNumber(fIn, number, value)) return true;
@@ -91,7 +92,7 @@ bool MemberTextReader::readNumber(Member::eDataType number, char* value) {
     return false;
 }
 
-// Of a long text the beginning.
+// Keeps only the beginning of a long text.
 void MemberTextReader::noteBad(std::string_view text) {
     if (std::exchange(fHasBad, true)) return;
     fFirstBad = text.substr(0, std::min(text.find_first_of(Ascii::kBlanks), kMostShown));
@@ -114,7 +115,7 @@ unsigned int MemberTextReader::readMatrices(Member::eDataType matrix, char* valu
     const unsigned long long count = 16ULL * length;
     unsigned int errors = 0;
     for (unsigned long long i = 0; i < count; ++i) {
-        // A matrix that was begun is read to its end, also where the text ends before.
+        // Once begun, a matrix is read to its end, even if the text ends before.
         if (i % 16 == 0 && !fIn.good()) break;
         char* const value = values + i * bytesPerNumber(type);
         if (readNumber(matrix, value)) continue;
@@ -145,7 +146,8 @@ void MemberTextReader::reportMatrixValue(const DataType& type, unsigned long lon
            std::to_string(inMatrix % 4));
 }
 
-// What cannot begin a number is not taken, so every further attempt would fail on it again.
+// Characters that cannot begin a number are not taken, so every further attempt would fail on them
+// again.
 bool MemberTextReader::restOfMatrixIsBad() {
     ValueText::skipBlanks(fIn);
     fIn.clear();
@@ -181,13 +183,13 @@ bool MemberTextReader::readString(char** slot) {
     if (!terminated) {
         report("String element not terminated on or about character " + position());
     } else {
-        // A string value ends there; what is behind must not vanish without a word.
+        // A string value ends at its first NUL; the text behind it must not be lost silently.
         report("String element on or about character " + position() + " has a NUL character");
     }
     return false;
 }
 
-// Takes the text behind the opening quote into fText, and the closing quote.
+// Reads the text behind the opening quote into fText, and takes the closing quote.
 bool MemberTextReader::readQuoted() {
     fText.clear();
     std::streambuf& buffer = *fIn.rdbuf();
@@ -227,9 +229,9 @@ void writeMemberText(std::ostream& out, const Member& member, const char* values
         if (i != 0) ValueText::write(out, " ");
         if (member.type() == Member::kString) {
             const char* text = reinterpret_cast<const char* const*>(values)[i];
-            LumpedOutput quoted(out);
+            BufferedWriter quoted(out);
             quoted.writeQuoted(text ? text : "");
-            quoted.handOn();
+            quoted.flush();
         } else {
             ValueText::write(out, member.type(), values + i * bytesPerNumber(type));
         }

@@ -1,4 +1,4 @@
-// The values of one member on an element's data line.
+// Reads and writes the values of one member on an element's data line.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -18,7 +18,7 @@ namespace orbo::Data {
 class MemberTextReader {
   public:
     enum class Messages { kKeep, kCountOnly };
-    /// Behind a number that cannot be read: the input stays failed, or the word is passed over.
+    /// What to do after a number that cannot be read: leave the input failed, or skip the word.
     enum class AfterBadNumber { kStop, kSkipWord };
 
     explicit MemberTextReader(std::istream& in, Messages messages,
@@ -26,22 +26,20 @@ class MemberTextReader {
         : fIn(in), fMessagesWanted(messages), fAfterBadNumber(after) {}
 
     /// Reads `count` values of a type; a matrix is one value. `values` is the first in its chunk,
-    /// null where the chunk cannot be reached. Strings in it are overwritten. Returns the number of
-    /// errors, the largest number there is when there are more. Stops where the input is no longer
-    /// good. `record` numbers the data line in messages.
+    /// or null where the chunk cannot be reached. Overwrites strings there. Returns the number of
+    /// errors, at most the largest number that fits. Stops where the input is no longer good.
+    /// `record` is the number of the data line, for messages.
     unsigned int read(Member::eDataType type, unsigned int count, char* values,
                       unsigned int record);
 
-    /// True after values among which nothing more could be taken from the text as a number:
-    /// matrices that follow would fail on the same characters.
+    /// True when nothing more could be read as a number from the text: following matrices would
+    /// fail on the same characters.
     [[nodiscard]] bool stuck() const { return fStuck; }
 
-    /// The first of the values read last that was bad, as far as its text is known. Only after
-    /// errors.
+    /// The first bad value of the last call, as far as its text is known. Valid only after errors.
     [[nodiscard]] const std::string& firstBad() const { return fFirstBad; }
 
-    /// What went wrong with the values read last, a line each. Of very many errors not all are
-    /// here.
+    /// The errors of the last call, a line each; very many errors are not all listed.
     [[nodiscard]] const std::string& messages() const { return fMessages; }
 
   private:
@@ -73,7 +71,7 @@ class MemberTextReader {
     LongText fText;     // of the string being read
 };
 
-/// Writes all values, separated by blanks. `values` is the member's first value in its chunk.
+/// Writes all values with blanks between them. `values` is the member's first value in its chunk.
 void writeMemberText(std::ostream& out, const Member& member, const char* values);
 
 }  // namespace orbo::Data

@@ -1,4 +1,4 @@
-// What readers of the raw formats accept without a word, for whoever wants to hear of it.
+// Remarks of readers of the raw formats about what they accept silently.
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/ReaderRemarks.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t kMost = 1000;
 
-// The last few are about the stream being read, so this is where the same thing is found.
+// Searches only the last few remarks, which are about the same stream.
 constexpr std::size_t kLooksBack = 4;
 
 }  // namespace

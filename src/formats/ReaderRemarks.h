@@ -1,4 +1,4 @@
-// What readers of the raw formats accept without a word, for whoever wants to hear of it.
+// Remarks of readers of the raw formats about what they accept silently.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

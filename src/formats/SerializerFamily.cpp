@@ -1,4 +1,4 @@
-// Registry and default of the formats of one kind of object; the bases of the four families.
+// The registries and default formats of the four families, and the destructors of their bases.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/SerializerFamily.h>
 
@@ -12,7 +12,7 @@
 namespace orbo::Data {
 
 namespace {
-// Whoever looks for a format finds the raw ones, from a static library as well.
+// This makes a program that is linked with the static library load the raw formats, too.
 [[gnu::used]] const char* const keep = &registrationAnchor;
 }  // namespace
 

@@ -1,4 +1,4 @@
-// Keywords and string helpers that the raw text formats share.
+// The keywords and string functions that the raw text formats share.
 // SPDX-License-Identifier: Apache-2.0
 #include <data/SerializerRaw.h>
 

@@ -12,8 +12,8 @@
 #include "core/HandleAccess.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
+#include "formats/BufferedWriter.h"
 #include "formats/ElementText.h"
-#include "formats/LumpedOutput.h"
 #include "formats/MemberText.h"
 #include "formats/RawMessages.h"
 #include "formats/StreamTextReader.h"
@@ -28,7 +28,7 @@ std::string errorCountText(unsigned int count) {
     return std::to_string(count) + (count > 1 ? " errors" : " error");
 }
 
-// The handle's current member and its first value; the value is null without data.
+// The first value of the handle's current member; null without data.
 char* memberValues(Handle& handle, const Member& member) {
     return static_cast<char*>(handle.asType(member.type()));
 }
@@ -45,41 +45,41 @@ class ElementWriter final : public ElementVisitor {
           fFormat(out),
           fOut(out),
           fErrors(errors),
-          fLumps(out) {}
+          fWriter(out) {}
 
     void visit(unsigned int number, char* chunk) override {
-        fLumps.take(ValueText::put(fLumps.room(ValueText::kNumberRoom), fFormat, number));
+        fWriter.take(ValueText::put(fWriter.room(ValueText::kNumberRoom), fFormat, number));
         writeValues(chunk);
     }
     void visit(const Index& index, char* chunk) override {
-        fLumps.write(index.asString());
+        fWriter.write(index.asString());
         writeValues(chunk);
     }
     [[nodiscard]] unsigned int errorCount() const { return fErrorCount; }
 
   private:
     void writeValues(char* chunk) {
-        fLumps.write('\n');
+        fWriter.write('\n');
         ++fRecord;
         if (fFormat.isUsual && (chunk || fLayout.totalSize() == 0)) {
-            fText.write(fLumps, fFormat, chunk);
+            fText.write(fWriter, fFormat, chunk);
         } else {
-            fLumps.handOn();
+            fWriter.flush();
             writeMembers(chunk);
         }
-        fLumps.handOn();
+        fWriter.flush();
     }
 
     void writeMembers(char* chunk) {
         Handle handle = HandleAccess::borrow(fStructure, fLayout, chunk);
         for (unsigned int i = 0; i < fLayout.memberCount(); ++i) {
-            if (i != 0) fLumps.write(' ');
-            fLumps.handOn();
+            if (i != 0) fWriter.write(' ');
+            fWriter.flush();
             handle.setPositionByMemberIndex(i);
             const int errors = fSerializer.writeMember(handle, fRecord, fOut, fErrors);
             fErrorCount += static_cast<unsigned int>(errors);
         }
-        fLumps.write('\n');
+        fWriter.write('\n');
     }
 
     const StreamSerializerRaw& fSerializer;
@@ -89,7 +89,7 @@ class ElementWriter final : public ElementVisitor {
     const ValueText::NumberFormat fFormat;
     std::ostream& fOut;
     std::string& fErrors;
-    LumpedOutput fLumps;
+    BufferedWriter fWriter;
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;
 };

@@ -23,17 +23,18 @@ namespace {
 
 using Remarks = ReaderRemarks::Kind;
 
-// Characters of an index line that cannot be read.
+// The number of characters that messages show of an index line that cannot be read.
 constexpr std::size_t kMostShown = 40;
 
-// Elements of more bytes take too long to prepare for the fast path to be worth a try.
+// The size limit for the fast path; larger elements take too long to prepare.
 constexpr std::uint64_t kSmallElement = 64 * 1024;
 
 unsigned long long numbersIn(const Member& member) {
     return static_cast<unsigned long long>(dataType(member.type()).numbers);
 }
 
-// Numbers of the matrix members from this one on, up to the next member of another kind.
+// Counts the numbers of the matrix members from `member` on, up to the next member that is no
+// matrix, and moves `member` there.
 unsigned long long numbersInMatrices(const Layout& layout, unsigned int& member) {
     unsigned long long numbers = 0;
     for (; member < layout.memberCount(); ++member) {
@@ -158,8 +159,8 @@ void StreamTextReader::readElements(Stream& stream) {
     }
 }
 
-// The ordinary case: a number on a line and values on the next, both in sight. The first element
-// that is not so, and all that cannot be read, is left to the others.
+// The fast path: a number on one line and values on the next, both in the buffer. Stop at the first
+// element this fast path cannot parse; the general reader takes over there.
 void StreamTextReader::readPlainElements(Stream& stream) {
     StreamImpl* const places = StreamAccess::placesOf(stream, *fLayout);
     if (!places) return;
@@ -170,8 +171,8 @@ void StreamTextReader::readPlainElements(Stream& stream) {
         unsigned int number = 0;
         const char* const indexEnd = PlainNumber<unsigned int>::read(next, last, number);
         if (!indexEnd || indexEnd == last || *indexEnd != '\n') break;
-        // Of one that is not plain after all a default element stays for the moment: the long way
-        // puts its own in the place, or there will be no stream.
+        // If the values turn out not to be plain, a default element stays for now: the general
+        // reader replaces it, or no stream results.
         char* const chunk = places->place(number);
         const char* const end = chunk ? fPlainText->read(indexEnd + 1, last, chunk) : nullptr;
         if (!end) break;
@@ -198,10 +199,11 @@ void StreamTextReader::readElement(Stream& stream) {
         if (fErrorCount == 0 && !fChunk->isWhole()) reportTooShort();
         if (fErrorCount == 0) remarkOn(stream, *index);
     }
-    // Behind a bad index line the next line is an index line, too, unless somebody wants the rest.
+    // By contract the line behind a bad index line is an index line, too, unless the caller wants
+    // all that can be read.
     if (index || fContext.partial) fIn.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
     if (fErrorCount != 0 && !fContext.partial) {
-        // No stream will come of it: the rest is read to count the errors.
+        // No stream will result, but the rest is read to count the errors.
         stream.clear();
         fChunk->discard();
     } else if (index && fElementIsWhole) {
@@ -214,7 +216,7 @@ void StreamTextReader::readElement(Stream& stream) {
 void StreamTextReader::store(Stream& stream, std::optional<Index>& index) {
     Handle element = HandleAccess::own(*fStructure, *fLayout, fChunk->release());
     if (StreamAccess::adoptElement(stream, std::move(*index), std::move(element))) return;
-    // A message, but no error. What was not adopted is still there.
+    // This is a message, but not an error. The chunk was not taken; its owner still frees it.
     fMessages += "Could not add element at index " + index->asString() + "\n";
 }
 
@@ -250,7 +252,7 @@ void StreamTextReader::remarkOnUnreadable(const Member& member, const Index& ind
                  {}, place);
 }
 
-// Reading stops in front of "nan" or "inf", behind a sign. Some writers print "1.#INF".
+// Reading stops in front of "nan" or "inf", after a sign. Some writers print "1.#INF".
 void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& index) {
     ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kNotFinite);
     if (!remarks) return;
@@ -266,7 +268,7 @@ void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& inde
 }
 
 std::optional<Index> StreamTextReader::takeIndex() {
-    // A copy of the line only where it has blanks at its ends.
+    // The line is copied only if there are blanks at its ends.
     if (fTrimmed.size() != fLine.size()) {
         fLine = std::string(fTrimmed);
         fTrimmed = fLine;
@@ -301,7 +303,7 @@ void StreamTextReader::readValues(const Index& index) {
     fElementIsWhole = fChunk->isWhole() && !(fMembers.stuck() && i > 0);
 }
 
-// Some values at a time, so that there is never memory for many more than there are in the text.
+// Reads some values at a time, so that memory stays in proportion to the text.
 unsigned long long StreamTextReader::readMember(const Member& member, const Index& index) {
     const unsigned int most = ElementChunk::mostAtOnce(member);
     unsigned long long errors = 0;

@@ -1,4 +1,4 @@
-// Parser of one stream's text.
+// Parses the text of one stream.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -21,8 +21,8 @@
 
 namespace orbo::Data {
 
-/// Header lines in any order, then pairs of lines: an index, the values of its element. Lines may
-/// have any length. One reader reads one text.
+/// A text has header lines in any order, then pairs of lines: an index and the values of its
+/// element. Lines may have any length. Use a reader for one text only.
 class StreamTextReader {
   public:
     struct Keywords {
@@ -71,13 +71,13 @@ class StreamTextReader {
     MemberTextReader fMembers;
 
     std::string fLine;          // as read
-    std::string_view fTrimmed;  // the same without blanks at its ends
+    std::string_view fTrimmed;  // the line without blanks at its ends
 
     std::string fName;
     IndexTypes::Maker fMakeIndex;
     const Structure* fStructure = nullptr;
     RefPtr<const Layout> fLayout;
-    std::optional<ElementText> fPlainText;  // for streams whose elements may be plain
+    std::optional<ElementText> fPlainText;  // for streams that the fast path can read
     std::optional<ElementChunk> fChunk;     // of the element being read
 
     std::string fMessages;
@@ -86,7 +86,7 @@ class StreamTextReader {
     bool fHasIndexLine = false;
     bool fNameSeen = false;
     bool fIndexTypeSeen = false;
-    bool fElementIsWhole = false;  // all its values were there, be it bad ones
+    bool fElementIsWhole = false;  // all its values were there, even if bad
     bool fReadAMember = false;
 };
 

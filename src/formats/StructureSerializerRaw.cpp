@@ -70,7 +70,7 @@ struct Unreferenced {
 };
 using FreshStructure = std::unique_ptr<Structure, Unreferenced>;
 
-/// 0 for everything that is no number of values; the member is then left out.
+/// Returns 0 for everything that is not a number of values; the member is then left out.
 unsigned int parseDimension(std::string_view text) {
     text = Ascii::trim(text);
     if (!text.empty() && text.front() == '+') text.remove_prefix(1);
@@ -84,7 +84,7 @@ Member::eDataType parseType(const std::string& text) {
     return text == Member::typeName(type) ? type : Member::kInvalid;
 }
 
-/// Reads one structure field by field; a bad field does not stop the others.
+/// Reads one structure field by field; after a bad field it continues with the next.
 class Parser {
   public:
     Parser(std::string_view equals, std::string_view nameKey, ReaderRemarks* remarks)
@@ -93,14 +93,14 @@ class Parser {
           fRemarks(remarks),
           fStructure(Structure::create()) {}
 
-    /// Of a text with a zero behind it, which is changed: its names are not copied once more.
+    /// The field is followed by a NUL. It is changed, so that its names need not be copied.
     void parseField(std::string_view field) {
         std::string_view left;
         std::string_view right;
         if (!splitInTwo(field, left, right)) {
             record(std::string("Member type and name must be separated by '") + fEquals + "'");
         } else if (right.find('\0') != std::string_view::npos) {
-            record("Names cannot hold a zero byte");  // they would end there
+            record("Names cannot hold a zero byte");  // the names would end there
         } else if (left == fNameKey) {
             fStructure->setName(terminated(right));
             fNameSeen = true;
@@ -109,7 +109,7 @@ class Parser {
         }
     }
 
-    /// Null when there is any message; they are appended to `errors`.
+    /// Returns null when there is any message; appends the messages to `errors`.
     Structure* finish(std::string& errors) {
         if (!fNameSeen) {
             record("Name is missing; member type '" + std::string(fNameKey) +
@@ -126,7 +126,8 @@ class Parser {
         return part.data();
     }
 
-    /// False unless there are exactly two parts; nothing behind a last "=" is no part.
+    /// Returns false unless there are exactly two parts; an empty part behind a last "=" does not
+    /// count.
     bool splitInTwo(std::string_view field, std::string_view& left, std::string_view& right) const {
         if (field.back() == fEquals) field.remove_suffix(1);
         const std::size_t equals = field.find(fEquals);
@@ -137,15 +138,14 @@ class Parser {
         return true;
     }
 
-    /// The dimension stands in brackets behind the type.
+    /// Parses the type, and the dimension in brackets behind it.
     void parseMember(std::string_view left, const char* name) {
         const std::size_t open = left.find('[');
         const std::size_t close = left.rfind(']');
         const bool opens = open != std::string_view::npos;
         const bool closes = close != std::string_view::npos;
         unsigned int dimension = 1;
-        // Each of the last two messages names the bracket that is there: they are known as they
-        // are.
+        // The last two messages name the wrong bracket; users know them by these words.
         if (open == 0) return recordMember(left, "needs name before dimension specifier");
         if (closes && !opens) {
             return recordMember(left,
@@ -170,7 +170,7 @@ class Parser {
         if (type == Member::kInvalid) {
             record("Member type '" + typeName + "' not recognized");
         } else {
-            // A refusal, of a repeated name or a dimension of 0, is no error: files rely on it.
+            // A repeated name or a dimension of 0 is not an error: files rely on that.
             const bool added = fStructure->addMember(type, dimension, name);
             if (!added && fRemarks) {
                 fRemarks->add(kPassedOver,
@@ -192,7 +192,7 @@ class Parser {
 
     char fEquals;
     std::string_view fNameKey;
-    ReaderRemarks* fRemarks;  // null when nobody wants to hear
+    ReaderRemarks* fRemarks;  // null when no remarks are wanted
     FreshStructure fStructure;
     bool fNameSeen = false;
     std::string fMessages;
@@ -204,8 +204,8 @@ bool isAtEnd(std::streambuf& buffer) { return Traits::eq_int_type(buffer.sgetc()
 
 char peek(std::streambuf& buffer) { return Traits::to_char_type(buffer.sgetc()); }
 
-/// Takes the text up to the next separator, which goes, too. True when it is the last of all, and
-/// blanks at its end belong to the end of the text.
+/// Takes the text up to the next separator, and the separator. Returns true for the last field,
+/// which includes the blanks at the end of the text.
 bool takeField(std::streambuf& buffer, std::string_view separators, LongText& field) {
     field.clear();
     while (!isAtEnd(buffer)) {
@@ -214,7 +214,7 @@ bool takeField(std::streambuf& buffer, std::string_view separators, LongText& fi
         field.append(ready.substr(0, size));
         GetArea::take(buffer, size);
         if (size != 0 && size == ready.size()) continue;
-        // Also for a buffer that gives single characters only.
+        // Handles buffers that give single characters only, too.
         const char next = Traits::to_char_type(buffer.sbumpc());
         if (separators.find(next) != std::string_view::npos) {
             if (next != '\n') return false;
@@ -261,7 +261,7 @@ Structure* StructureSerializerRaw::read(std::istream& in, std::string& errors) c
 
 int StructureSerializerRaw::write(const Structure& structure, std::ostream& out) const {
     std::string text = std::string(keyword(kStructureName)) + keyword(kEquals) + structure.name();
-    // Not by its iterators: they would delete a structure that nobody refers to yet.
+    // Don't use iterators here: they would delete a structure that nobody refers to yet.
     for (const Member& member : Layout::of(structure).members()) {
         text += keyword(kSeparator);
         text += Member::typeName(member.type());

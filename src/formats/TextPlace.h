@@ -7,7 +7,7 @@
 
 namespace orbo::Data {
 
-/// Each name is there as far as it is known.
+/// Each name is set as far as it is known.
 struct TextPlace {
     std::optional<std::string> channel = {};
     std::optional<std::string> stream = {};

@@ -1,4 +1,4 @@
-// Memory for the chunks of one layout, many to a block.
+// Memory for the chunks of one layout, in blocks of many chunks.
 // SPDX-License-Identifier: Apache-2.0
 #include "streams/ChunkPool.h"
 
@@ -38,13 +38,13 @@ bool ChunkPool::reserve(const Layout& layout, std::size_t chunks) {
     return addBlock(std::max(chunks * stride, nextBlockSize(stride)), stride);
 }
 
-// Each twice as large as the one before, so that few elements take little.
+// Each block is twice as large as the one before, so that few elements take little memory.
 std::size_t ChunkPool::nextBlockSize(std::size_t stride) const {
     const std::size_t wanted = fBlocks.empty() ? kFirstBlock : 2 * fBlockSize;
     return std::max(std::min(wanted, kLargestBlock), stride) / stride * stride;
 }
 
-// Nothing is left of the last one.
+// Call it only when the last block is used up.
 bool ChunkPool::addBlock(std::size_t size, std::size_t stride) {
     std::unique_ptr<char, Free> block(static_cast<char*>(std::malloc(size)));
     if (!block) return false;
@@ -74,7 +74,7 @@ void ChunkPool::giveBack(const Layout& layout, char* chunk) {
     fReturned = chunk;
 }
 
-// Room for the address that a chunk begins with once it was given back.
+// A chunk needs room for an address, which it holds after it was given back.
 std::size_t ChunkPool::strideOf(const Layout& layout) {
     return std::max(static_cast<std::size_t>(layout.stride()), sizeof(char*));
 }

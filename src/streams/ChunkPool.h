@@ -1,4 +1,4 @@
-// Memory for the chunks of one layout, many to a block.
+// Memory for the chunks of one layout, in blocks of many chunks.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -10,8 +10,8 @@
 
 namespace orbo::Data {
 
-/// Chunks stay where they are until they are given back. Large ones have blocks of their own, from
-/// `Layout::allocate` and given back to `free`.
+/// Chunks do not move until they are given back. Large ones have blocks of their own, from
+/// `Layout::allocate`, which `giveBack` frees.
 class ChunkPool {
   public:
     ChunkPool() = default;
@@ -19,19 +19,19 @@ class ChunkPool {
     ChunkPool& operator=(const ChunkPool&) = delete;
     void swap(ChunkPool& other) noexcept;
 
-    /// A chunk of any content; null for a size of 0 and when memory runs out. All that are there at
-    /// a time are of one layout.
+    /// Returns a chunk with undefined content; null for a size of 0 and when memory runs out. All
+    /// chunks out at a time have one layout.
     [[nodiscard]] char* take(const Layout& layout);
-    /// Room for so many more. False when memory runs out.
+    /// Makes room for that many more chunks. Returns false when memory runs out.
     bool reserve(const Layout& layout, std::size_t chunks);
-    /// `take`, of a heap block with its content, which is gone afterwards. Throws
-    /// `std::bad_alloc`, and leaves the block.
+    /// Takes a chunk, moves the content of a heap block into it and frees the block. Throws
+    /// `std::bad_alloc`, leaving the block alone.
     [[nodiscard]] char* adopt(const Layout& layout, char* block);
-    /// Its strings are nobody's any more.
+    /// Takes a chunk back. Does not free its strings; the caller already has.
     void giveBack(const Layout& layout, char* chunk);
-    /// All chunks but large ones are gone.
+    /// Frees all chunks but large ones, which must have been given back before.
     void clear();
-    /// Bytes from one chunk to the next in a block; 0 without a block.
+    /// The bytes from one chunk to the next in a block; 0 without a block.
     [[nodiscard]] std::size_t stride() const { return fStride; }
     static bool isLarge(const Layout& layout) { return layout.totalSize() > kLargestPooled; }
 
@@ -49,11 +49,11 @@ class ChunkPool {
         void operator()(char* block) const;
     };
     std::vector<std::unique_ptr<char, Free>> fBlocks;
-    std::size_t fBlockSize = 0;  // of the last one
-    char* fNext = nullptr;       // what is left of it
+    std::size_t fBlockSize = 0;  // the size of the last block
+    char* fNext = nullptr;       // the unused rest of it
     std::size_t fLeft = 0;       // in bytes, a multiple of the stride
     std::size_t fStride = 0;
-    char* fReturned = nullptr;  // begins with the address of the next
+    char* fReturned = nullptr;  // the free list: each chunk begins with the address of the next
 };
 
 }  // namespace orbo::Data

@@ -33,7 +33,7 @@ IndexType* referencedClone(const IndexType* value) {
 
 }  // namespace
 
-// Uncounted, so that indices which only hold a place do not show up among those created.
+// This constructor does not count, so that placeholders do not show up among the indices created.
 Index::Index() : Counted(Uncounted()) {}
 
 Index::Index(unsigned int number) : fNumber(number) {}
@@ -60,7 +60,8 @@ Index::~Index() {
 }
 
 Index& Index::operator=(const Index& other) {
-    // Assigning an index to itself releases its typed value before it is looked at, by contract.
+    // By contract, an index that is assigned to itself releases its typed value before the value is
+    // read.
     IndexType* const shared = &other == this ? nullptr : other.fType;
     if (shared) {
         shared->ref();

@@ -1,4 +1,4 @@
-// The numbers in the text of an index.
+// Reads the numbers in the text of an index.
 // SPDX-License-Identifier: Apache-2.0
 
 #include "streams/IndexNumbers.h"

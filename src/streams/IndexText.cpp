@@ -1,4 +1,4 @@
-// Index of a type that nobody registered, kept as its text.
+// An index of an unregistered type, kept as its text.
 // SPDX-License-Identifier: Apache-2.0
 
 #include <data/IndexText.h>
@@ -19,8 +19,8 @@ bool IndexText::operator==(const IndexType& other) const {
 
 bool IndexText::operator<(const IndexType& other) const {
     const auto* same = dynamic_cast<const IndexText*>(&other);
-    // Values of a type that was registered since sort behind its kept texts: they do not count
-    // themselves before an equal type name, and the order must stay strict.
+    // When the type is registered later, its values sort behind the kept texts. They compare as not
+    // less than an equal type name, and the order must stay strict.
     if (!same) return fTypeName <= other.typeName();
     return std::tie(fTypeName, fText) < std::tie(same->fTypeName, same->fText);
 }

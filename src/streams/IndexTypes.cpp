@@ -1,4 +1,4 @@
-// Look-up of index types, with a way to carry those that nobody registered.
+// Looks up index types, and can carry those that nobody registered.
 // SPDX-License-Identifier: Apache-2.0
 
 #include "streams/IndexTypes.h"

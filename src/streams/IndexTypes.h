@@ -1,4 +1,4 @@
-// Look-up of index types, with a way to carry those that nobody registered.
+// Looks up index types, and can carry those that nobody registered.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -13,7 +13,7 @@ class IndexTypes {
     /// Makes indices of one type from text.
     class Maker {
       public:
-        /// True when null was registered as the type's creator.
+        /// True when the type was registered with a null creator.
         [[nodiscard]] bool isNull() const { return !fCreator && !fAsText; }
         /// Throws what the type's creator throws.
         [[nodiscard]] Index operator()(const std::string& text) const;
@@ -26,14 +26,14 @@ class IndexTypes {
         bool fAsText = false;
     };
 
-    /// What to do about a type that nobody registered.
+    /// What `maker` does for a type that nobody registered.
     enum class Unknown {
         kThrow,   ///< `Index::eCreatorNotFound`
         kAsText,  ///< its indices become `IndexText`
     };
 
     static Maker maker(const std::string& typeName, Unknown unknown = Unknown::kThrow);
-    /// Whether somebody registered it.
+    /// Whether the type is registered.
     static bool isKnown(const std::string& typeName);
 };
 

@@ -1,4 +1,4 @@
-// Chunks by number, in pages that lie in order.
+// Finds chunks by number, in ordered pages.
 // SPDX-License-Identifier: Apache-2.0
 #include "streams/NumberedElements.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 std::ptrdiff_t offset(std::size_t place) { return static_cast<std::ptrdiff_t>(place); }
 
-/// Makes room for one more, so that adding it cannot fail.
+/// Makes room for one more entry, so that adding it cannot fail.
 template <typename List>
 void makeRoom(List& list) {
     if (list.size() == list.capacity()) list.reserve(2 * list.size() + 1);
@@ -20,7 +20,7 @@ void makeRoom(List& list) {
 
 }  // namespace
 
-// Rounded up: the first number of a page must not be taken for one of the page in front.
+// The slope is rounded up, so that the first number of a page is not placed on the page in front.
 template <typename List>
 void NumberedElements::fit(Steps& steps, const List& list) {
     steps = Steps();
@@ -31,7 +31,7 @@ void NumberedElements::fit(Steps& steps, const List& list) {
     if (span != 0) steps.perNumber = ((std::uint64_t{steps.last - 1U} << 32) + span - 1) / span;
 }
 
-// It is a little beside the guess, as a rule.
+// The place is usually close to the guess.
 template <typename List>
 std::size_t NumberedElements::placeNear(std::size_t guess, const List& list, unsigned int number) {
     const auto* const first = list.data();
@@ -46,7 +46,7 @@ std::size_t NumberedElements::placeNear(std::size_t guess, const List& list, uns
             return static_cast<std::size_t>(at - first);
         }
     }
-    // Which half is taken cannot be predicted: without a branch nothing is guessed wrongly.
+    // Branch-free: the taken half is unpredictable.
     std::size_t place = 0;
     for (std::size_t left = list.size(); left > 1;) {
         const std::size_t half = left / 2;
@@ -68,14 +68,14 @@ bool NumberedElements::moveToNext(Place& place) const {
     return ++place.group != fGroups.size();
 }
 
-// The first that is not below. Where no number is left out it lies as far behind as the number
-// does.
+// Returns the first entry that is not below `number`. If no number is missing, the entry lies as
+// far from the first as the number does.
 std::size_t NumberedElements::entryOf(const Page& page, unsigned int number) {
     const Entries& entries = page.entries;
     const std::size_t guess = number - page.lowest;
     if (guess < entries.size() && entries[guess].number == number) return guess;
     if (entries.empty() || entries.back().number < number) return entries.size();
-    std::size_t below = 0;  // it, and those in front, are below or the first
+    std::size_t below = 0;  // this entry and those in front are below, or it is the first
     for (std::size_t left = entries.size(); left > 1;) {
         const std::size_t half = left / 2;
         below += entries[below + half].number < number ? half : 0;
@@ -88,12 +88,12 @@ bool NumberedElements::hasAt(const Page& page, std::size_t entry, unsigned int n
     return entry != page.entries.size() && page.entries[entry].number == number;
 }
 
-// Here and below: a guessed page that has the number needs no other proof that it is the right one.
+// Here and below: if the guessed page has the number, no search is needed to confirm the page.
 bool NumberedElements::has(unsigned int number) const {
     if (fSize == 0) return false;
     const Group& group = fGroups[findGroup(number)];
     const std::size_t guess = group.steps.guess(number);
-    if (isEven(group.pages[guess], number)) return true;
+    if (isContiguous(group.pages[guess], number)) return true;
     const Page& page = group.pages[placeNear(guess, group.pages, number)];
     return hasAt(page, entryOf(page, number), number);
 }
@@ -103,14 +103,14 @@ char* NumberedElements::chunkOf(unsigned int number, std::size_t stride) const {
     const Group& group = fGroups[findGroup(number)];
     const std::size_t guess = group.steps.guess(number);
     const Page& guessed = group.pages[guess];
-    if (isEven(guessed, number)) return evenChunkOf(guessed, number, stride);
+    if (isContiguous(guessed, number)) return contiguousChunkOf(guessed, number, stride);
     const Page& page = group.pages[placeNear(guess, group.pages, number)];
     const std::size_t entry = entryOf(page, number);
     return hasAt(page, entry, number) ? page.entries[entry].chunk : nullptr;
 }
 
 char* NumberedElements::chunkIn(const Page& page, unsigned int number, std::size_t stride) {
-    if (isEven(page, number)) return evenChunkOf(page, number, stride);
+    if (isContiguous(page, number)) return contiguousChunkOf(page, number, stride);
     const std::size_t entry = entryOf(page, number);
     return hasAt(page, entry, number) ? page.entries[entry].chunk : nullptr;
 }
@@ -125,43 +125,44 @@ NumberedElements::Run NumberedElements::from(unsigned int number, std::size_t st
     }
     const Entries& entries = pageAt(place).entries;
     return {entries.data() + entry, entries.data() + entries.size(),
-            evenFrom(place, entry, stride)};
+            contiguousFrom(place, entry, stride)};
 }
 
-// Over few pages only: an insertion at each step must not make a walk look at all of them each
-// time.
-std::size_t NumberedElements::evenFrom(Place place, std::size_t entry, std::size_t stride) const {
+// Looks at few pages only: a walk that inserts at each step would otherwise look at all pages at
+// each step.
+std::size_t NumberedElements::contiguousFrom(Place place, std::size_t entry,
+                                             std::size_t stride) const {
     const Page* page = &pageAt(place);
-    if (page->evenCount <= entry) return 0;
+    if (page->contiguousCount <= entry) return 0;
     const Entry& first = page->entries[entry];
-    std::size_t even = page->evenCount - entry;
+    std::size_t contiguous = page->contiguousCount - entry;
     for (unsigned int ahead = 0; ahead < kPagesAhead; ++ahead) {
-        if (page->evenCount < page->entries.size() || !moveToNext(place)) break;
+        if (page->contiguousCount < page->entries.size() || !moveToNext(place)) break;
         page = &pageAt(place);
-        if (page->evenCount == 0 || page->evenNumber != first.number + even ||
-            page->evenChunk != first.chunk + even * stride) {
+        if (page->contiguousCount == 0 || page->contiguousNumber != first.number + contiguous ||
+            page->contiguousChunk != first.chunk + contiguous * stride) {
             break;
         }
-        even += page->evenCount;
+        contiguous += page->contiguousCount;
     }
-    return even;
+    return contiguous;
 }
 
-// After a change at `from`; what stands in front is as it was.
-void NumberedElements::noteEven(Page& page, std::size_t from, std::size_t stride) {
+// Updates the count after a change at entry `from`; the entries in front are as they were.
+void NumberedElements::noteContiguous(Page& page, std::size_t from, std::size_t stride) {
     const Entries& entries = page.entries;
-    std::size_t count = std::min(std::size_t{page.evenCount}, from);
+    std::size_t count = std::min(std::size_t{page.contiguousCount}, from);
     if (count == 0 && !entries.empty() && entries.front().chunk) {
-        page.evenNumber = entries.front().number;
-        page.evenChunk = entries.front().chunk;
+        page.contiguousNumber = entries.front().number;
+        page.contiguousChunk = entries.front().chunk;
         count = 1;
     }
     while (count != 0 && count < entries.size() &&
-           entries[count].number == page.evenNumber + count &&
-           entries[count].chunk == page.evenChunk + count * stride) {
+           entries[count].number == page.contiguousNumber + count &&
+           entries[count].chunk == page.contiguousChunk + count * stride) {
         ++count;
     }
-    page.evenCount = static_cast<unsigned int>(count);
+    page.contiguousCount = static_cast<unsigned int>(count);
 }
 
 NumberedElements::Page& NumberedElements::pageToChange(unsigned int number) {
@@ -193,19 +194,19 @@ char* NumberedElements::put(unsigned int number, char* chunk, std::size_t stride
     std::size_t entry = entryOf(*page, number);
     if (hasAt(*page, entry, number)) {
         char* const earlier = std::exchange(page->entries[entry].chunk, chunk);
-        noteEven(*page, entry, stride);
+        noteContiguous(*page, entry, stride);
         return earlier;
     }
     if (page->entries.size() == kPageSize) {
-        // At an end of the page the neighbours stay together.
+        // Don't split the page for a number at one of its ends.
         const bool isInside = entry > 0 && entry < kPageSize;
         split(isInside ? kPageSize / 2 : entry, stride);
         page = &pageToChange(number);
         entry = entryOf(*page, number);
     }
     page->entries.insert(page->entries.begin() + offset(entry), {number, chunk});
-    noteEven(*page, entry, stride);
-    // Only now: memory may have run out.
+    noteContiguous(*page, entry, stride);
+    // Not earlier: memory may have run out.
     fHighest = fSize == 0 ? number : std::max(fHighest, number);
     ++fSize;
     return nullptr;
@@ -214,15 +215,16 @@ char* NumberedElements::put(unsigned int number, char* chunk, std::size_t stride
 void NumberedElements::append(Page& page, Entry entry, std::size_t stride) {
     const std::size_t inFront = page.entries.size();
     page.entries.push_back(entry);
-    if (page.evenCount == inFront && entry.number == page.evenNumber + page.evenCount &&
-        entry.chunk == page.evenChunk + inFront * stride) {
-        ++page.evenCount;
+    if (page.contiguousCount == inFront &&
+        entry.number == page.contiguousNumber + page.contiguousCount &&
+        entry.chunk == page.contiguousChunk + inFront * stride) {
+        ++page.contiguousCount;
     }
     fHighest = fSize == 0 ? entry.number : std::max(fHighest, entry.number);
     ++fSize;
 }
 
-// Splits the recent page.
+// Splits the page of the last change.
 void NumberedElements::split(std::size_t at, std::size_t stride) {
     const Entries& entries = pageAt(fRecent).entries;
     const unsigned int lowest = pageAt(fRecent).lowest;
@@ -230,12 +232,13 @@ void NumberedElements::split(std::size_t at, std::size_t stride) {
     Page behind;
     behind.lowest = isAtEnd ? entries.back().number + 1 : entries[at].number;
     behind.entries.assign(entries.begin() + offset(at), entries.end());
-    if (isAtEnd) behind.entries.reserve(kPageSize);  // without which it may not stay empty
-    noteEven(behind, 0, stride);
+    if (isAtEnd)
+        behind.entries.reserve(kPageSize);  // reserved now, as the page must not stay empty
+    noteContiguous(behind, 0, stride);
     addBehind(fRecent, std::move(behind));
     Page& front = pageToChange(lowest);
     front.entries.resize(at);
-    front.evenCount = std::min(front.evenCount, static_cast<unsigned int>(at));
+    front.contiguousCount = std::min(front.contiguousCount, static_cast<unsigned int>(at));
 }
 
 void NumberedElements::addBehind(Place place, Page&& page) {
@@ -247,8 +250,8 @@ void NumberedElements::addBehind(Place place, Page&& page) {
     fit(group.steps, group.pages);
 }
 
-// A page that begins with `lowest` is to be added at the place. All that can fail comes before
-// anything moves.
+// Makes room for a page that begins with `lowest`. Everything that can fail comes before anything
+// moves.
 void NumberedElements::splitGroup(Place& place, unsigned int lowest) {
     const std::size_t kept = place.page == kGroupSize ? kGroupSize : kGroupSize / 2;
     Group behind;
@@ -275,12 +278,12 @@ void NumberedElements::erase(unsigned int number, std::size_t stride) {
     const std::size_t entry = entryOf(page, number);
     if (!hasAt(page, entry, number)) return;
     entries.erase(entries.begin() + offset(entry));
-    if (entry == 0 && page.evenCount > 1) {
-        --page.evenCount;
-        ++page.evenNumber;
-        page.evenChunk += stride;
+    if (entry == 0 && page.contiguousCount > 1) {
+        --page.contiguousCount;
+        ++page.contiguousNumber;
+        page.contiguousChunk += stride;
     } else {
-        noteEven(page, entry, stride);
+        noteContiguous(page, entry, stride);
     }
     --fSize;
     if (entries.empty()) remove(fRecent);
@@ -288,7 +291,7 @@ void NumberedElements::erase(unsigned int number, std::size_t stride) {
         fHighest = fGroups.back().pages.back().entries.back().number;
 }
 
-// Its neighbour's page takes what may come.
+// The neighbouring page takes numbers that come later.
 void NumberedElements::remove(Place place) {
     forget();
     Group& group = fGroups[place.group];

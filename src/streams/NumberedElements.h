@@ -1,4 +1,4 @@
-// Chunks by number, in pages that lie in order.
+// Finds chunks by number, in ordered pages.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -8,24 +8,25 @@
 
 namespace orbo::Data {
 
-/// Up to 64 neighbours share a page, however far apart their numbers are, and up to 512 pages a
-/// group: few enough to be searched quickly, and to make room among. Numbers that come in order, up
-/// or down, fill their pages.
+/// Up to 64 neighbours share a page, however far apart their numbers are, and up to 512 pages share
+/// a group: few enough to search quickly and to insert cheaply. Numbers that come in ascending or
+/// descending order fill their pages.
 ///
-/// Everything `const` only reads, so that any number of threads may use it at once. Where chunks
-/// lie in a block, `stride` is the number of bytes from one to the next.
+/// `const` functions only read, so any number of threads may call them at once. `stride` is the
+/// number of bytes from one chunk to the next in a block.
 class NumberedElements {
   public:
     struct Entry {
         unsigned int number;
         char* chunk;  // null for an element without data
     };
-    /// Neighbours in order; good until the next insertion or removal.
+    /// Neighbours in order, valid until the next insertion or removal.
     struct Run {
         const Entry* first = nullptr;
         const Entry* end = nullptr;
-        // So many, which may go beyond `end`, have numbers without a gap and chunks side by side.
-        std::size_t even = 0;
+        // The number of entries, which may reach beyond `end`, whose numbers have no gap and whose
+        // chunks lie side by side.
+        std::size_t contiguous = 0;
     };
 
     NumberedElements() = default;
@@ -34,11 +35,11 @@ class NumberedElements {
 
     [[nodiscard]] std::size_t size() const { return fSize; }
     [[nodiscard]] bool has(unsigned int number) const;
-    /// Null where there is no element, too.
+    /// Also null where there is no element.
     [[nodiscard]] char* chunkOf(unsigned int number, std::size_t stride) const;
-    /// Begins with the first element that is not below; empty when there is none.
+    /// The run that begins with the first element not below `number`; empty when there is none.
     [[nodiscard]] Run from(unsigned int number, std::size_t stride) const;
-    /// There is at least one.
+    /// The highest number; there must be an element.
     [[nodiscard]] unsigned int highest() const { return fHighest; }
     /// Calls `visit(number, chunk)` for each in order.
     template <typename Visit>
@@ -50,12 +51,12 @@ class NumberedElements {
         }
     }
 
-    /// Gives an element its chunk, and returns the one that it had: null for a new element. Throws
-    /// `std::bad_alloc`, with nothing changed.
+    /// Stores the chunk of an element, and returns the chunk that it had: null for a new element.
+    /// Throws `std::bad_alloc`, with nothing changed.
     char* put(unsigned int number, char* chunk, std::size_t stride);
     void erase(unsigned int number, std::size_t stride);
     void clear();
-    /// `chunkOf` for one who is about to change something there.
+    /// Does what `chunkOf` does, for a caller that is about to change something there.
     [[nodiscard]] char* chunkToChange(unsigned int number, std::size_t stride) {
         if (fSize == 0 || number > fHighest) return nullptr;
         return chunkIn(pageToChange(number), number, stride);
@@ -66,7 +67,7 @@ class NumberedElements {
         for (Group& group : fGroups) {
             for (Page& page : group.pages) {
                 for (Entry& entry : page.entries) change(entry.chunk);
-                noteEven(page, 0, stride);
+                noteContiguous(page, 0, stride);
             }
         }
     }
@@ -74,20 +75,22 @@ class NumberedElements {
   private:
     using Entries = std::vector<Entry>;
     struct Page {
-        unsigned int lowest = 0;  // not above its numbers, and above those of the page in front
-        // So many that stand first have the numbers from this one on, and chunks side by side:
-        // these are found without a look at the entries, which are not at hand among many.
-        unsigned int evenCount = 0;
-        unsigned int evenNumber = 0;
-        char* evenChunk = nullptr;
+        unsigned int lowest =
+            0;  // at most its first number, and above all numbers of the page in front
+        // The first `contiguousCount` entries have the numbers from `contiguousNumber` on, and
+        // chunks side by side. They are found without reading the entries, which are rarely in the
+        // cache.
+        unsigned int contiguousCount = 0;
+        unsigned int contiguousNumber = 0;
+        char* contiguousChunk = nullptr;
         Entries entries;
     };
-    /// Guesses where in an ordered list a number belongs: rightly where the list rises in equal
-    /// steps. The first step is left out, for what begins there may begin far below its numbers.
+    /// Estimates the place of a number in an ordered list; exact where the list rises in equal
+    /// steps. The first step is left out, because the first page may begin far below its numbers.
     struct Steps {
         unsigned int second = ~0U;
-        unsigned int last = 0;        // the last place
-        std::uint64_t perNumber = 0;  // times 2^32
+        unsigned int last = 0;        // the highest place
+        std::uint64_t perNumber = 0;  // as a fixed-point number with 32 fraction bits
 
         [[nodiscard]] std::size_t guess(unsigned int number) const {
             if (number < second) return 0;
@@ -95,9 +98,9 @@ class NumberedElements {
             return static_cast<std::size_t>(place < last ? place : last);
         }
     };
-    /// Never without a page, which is empty only where the whole group is.
+    /// Has at least one page, which is empty only where the whole group is.
     struct Group {
-        unsigned int lowest = 0;  // that of its first page
+        unsigned int lowest = 0;  // of its first page
         Steps steps;
         std::vector<Page> pages;
     };
@@ -113,7 +116,7 @@ class NumberedElements {
 
     template <typename List>
     static void fit(Steps& steps, const List& list);
-    /// Where in the list the number belongs, looked for from a guess on.
+    /// The place of the number in the list, searched from a guess on.
     template <typename List>
     static std::size_t placeNear(std::size_t guess, const List& list, unsigned int number);
     [[nodiscard]] std::size_t findGroup(unsigned int number) const {
@@ -125,17 +128,18 @@ class NumberedElements {
     }
     [[nodiscard]] Page& pageAt(Place place) { return fGroups[place.group].pages[place.page]; }
     [[nodiscard]] bool moveToNext(Place& place) const;
-    static bool isEven(const Page& page, unsigned int number) {
-        return number - page.evenNumber < page.evenCount;
+    static bool isContiguous(const Page& page, unsigned int number) {
+        return number - page.contiguousNumber < page.contiguousCount;
     }
-    static char* evenChunkOf(const Page& page, unsigned int number, std::size_t stride) {
-        return page.evenChunk + std::size_t{number - page.evenNumber} * stride;
+    static char* contiguousChunkOf(const Page& page, unsigned int number, std::size_t stride) {
+        return page.contiguousChunk + std::size_t{number - page.contiguousNumber} * stride;
     }
     static char* chunkIn(const Page& page, unsigned int number, std::size_t stride);
     static std::size_t entryOf(const Page& page, unsigned int number);
     static bool hasAt(const Page& page, std::size_t entry, unsigned int number);
-    static void noteEven(Page& page, std::size_t from, std::size_t stride);
-    [[nodiscard]] std::size_t evenFrom(Place place, std::size_t entry, std::size_t stride) const;
+    static void noteContiguous(Page& page, std::size_t from, std::size_t stride);
+    [[nodiscard]] std::size_t contiguousFrom(Place place, std::size_t entry,
+                                             std::size_t stride) const;
 
     Page& pageToChange(unsigned int number);
     void findToChange(unsigned int number);
@@ -146,16 +150,16 @@ class NumberedElements {
     void remove(Place place);
     void forget() { fRecentReach = 0; }
 
-    // The first is that of 0, if there is any.
+    // The first group begins at 0.
     std::vector<Group> fGroups;
     Steps fSteps;
     std::size_t fSize = 0;
-    unsigned int fHighest = 0;  // while there is an element
-    // Most changes are near the one before. Only what changes elements may look here: readers do
-    // not, for they would have to keep it true.
+    unsigned int fHighest = 0;  // valid while there is an element
+    // Most changes are near the one before. Only functions that change elements use this; readers
+    // may not, as several run at once.
     Place fRecent;
     unsigned int fRecentLowest = 0;
-    std::uint64_t fRecentReach = 0;  // so many numbers are its page's; 0 when pages moved
+    std::uint64_t fRecentReach = 0;  // how many numbers belong to the page; 0 when pages have moved
 };
 
 }  // namespace orbo::Data

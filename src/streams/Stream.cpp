@@ -29,13 +29,13 @@ bool carryElements(const StreamImpl& from, StreamImpl& to) {
     return true;
 }
 
-/// Null when an element has no place in dense storage, or no memory.
+/// Returns null when an element does not fit dense storage, and when memory runs out.
 std::unique_ptr<StreamImpl> denseStorage(const StreamImplMapped& mapped) {
     auto dense = std::make_unique<StreamImplDense>(mapped.structure(), mapped.name());
     if (mapped.elementCount() == 0) return dense;
     if (!mapped.typed().empty()) return nullptr;
     const unsigned int highest = mapped.numbered().highest();
-    if (highest == ~0U) return nullptr;  // a count could not include it
+    if (highest == ~0U) return nullptr;  // a 32-bit count could not include it
     if (!dense->ensureSpaceForElement(highest) && !dense->reserve(highest + 1)) return nullptr;
     if (!carryElements(mapped, *dense)) return nullptr;
     return dense;
@@ -79,7 +79,7 @@ void Stream::setImpl(StreamImpl* impl) {
 bool Stream::makeUnique() {
     if (!fImpl->isShared()) return false;
     std::unique_ptr<StreamImpl> copy = fImpl->clone();
-    // Going on with shared elements would change the other streams behind the caller's back.
+    // Keeping shared elements would let later changes reach the other streams.
     if (!copy) throw std::bad_alloc();
     setImpl(copy.release());
     return true;
@@ -92,7 +92,7 @@ bool Stream::useDefaults() const { return impl().useDefaults(); }
 bool Stream::setUseDefaults(bool use) { return impl().setUseDefaults(use); }
 
 unsigned int Stream::elementCount() const { return impl().elementCount(); }
-// A conversion does not change what is there, but touches what these look at.
+// `syncToRead` does not change the result, but the storage must not be read before it.
 bool Stream::hasElement(const Index& index) const {
     impl().syncToRead();
     return impl().hasElement(index);
@@ -194,7 +194,7 @@ bool Stream::useDenseStorage(bool dense) {
         dense ? denseStorage(static_cast<StreamImplMapped&>(impl())) : mappedStorage(impl());
     if (!storage) return false;
     setImpl(storage.release());
-    // Also false when all elements were carried over: that is what the result has always told.
+    // By contract the result is false also when all elements were carried over.
     return wasEmpty;
 }
 

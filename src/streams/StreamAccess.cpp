@@ -1,4 +1,4 @@
-// What containers and formats may do with a stream that its users may not.
+// Gives containers and formats access to parts of a stream that users do not see.
 // SPDX-License-Identifier: Apache-2.0
 
 #include "streams/StreamAccess.h"
@@ -48,7 +48,7 @@ bool StreamAccess::setIndexType(Stream& stream, const std::string& typeName) {
 
 void StreamAccess::setName(Stream& stream, const std::string& name) {
     stream.impl().setName(name);
-    // Nobody else can have storage that is not shared.
+    // Storage that is not shared belongs to this stream only.
     if (stream.impl().isShared()) sharedRenameCount.fetch_add(1, std::memory_order_relaxed);
 }
 

@@ -1,4 +1,4 @@
-// Walks dense storage, slot by slot.
+// Walks dense storage slot by slot.
 // SPDX-License-Identifier: Apache-2.0
 
 #include "streams/StreamDenseIteratorImpl.h"
@@ -28,7 +28,7 @@ Index StreamDenseIteratorImpl::index() const {
 
 void StreamDenseIteratorImpl::step() {
     moveTo(number() + 1);
-    // Without a block nothing follows the first element.
+    // Without a block the walk ends behind the first element.
     if (fStorage->layout().totalSize() != 0 && !fStorage->elementAddr(number())) fAtEnd = true;
 }
 

@@ -1,4 +1,4 @@
-// Walks dense storage, slot by slot.
+// Walks dense storage slot by slot.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

@@ -1,4 +1,4 @@
-// Shared storage of streams: what both kinds have in common.
+// The storage that streams share: what both kinds have in common.
 // SPDX-License-Identifier: Apache-2.0
 
 #include "streams/StreamImpl.h"
@@ -18,7 +18,7 @@ namespace orbo::Data {
 
 namespace {
 
-/// Held while readers have chunks converted, which is rare: one serves all streams.
+/// Held while readers have chunks converted. This is rare, so one mutex serves all streams.
 std::mutex conversion;
 
 const Layout* referenced(const Layout& layout) {
@@ -80,16 +80,16 @@ bool StreamImpl::setElement(const Index& index, const Handle& handle) {
     const Layout& to = **fPresentLayout;
     const char* const data = HandleAccess::data(handle);
     if (data && &from == &to && &from == &layout()) return storeCopy(index, data);
-    // The copy comes first: the handle may be on a chunk of this storage, which `sync` moves.
+    // Copies first: the handle may be on a chunk of this storage, which `sync` moves.
     OwnedChunk copy(&from == &to ? to.duplicate(data) : LayoutConversion(from, to).duplicate(data),
                     ChunkDeleter{&to});
     if (data && !copy && to.totalSize() != 0) return false;
     sync();
-    // Without memory to convert the others, this one has the wrong layout.
+    // If there was no memory to convert the other chunks, the copy has the wrong layout.
     return (!copy || &layout() == &to) && store(Index(index), std::move(copy));
 }
 
-// The copy comes first: `store` may move or free the chunk.
+// Copies first: `store` may move or free the chunk.
 bool StreamImpl::storeCopy(const Index& index, const char* chunk) {
     OwnedChunk copy(layout().duplicate(chunk), ChunkDeleter{&layout()});
     return (copy || layout().totalSize() == 0) && store(Index(index), std::move(copy));
@@ -120,7 +120,7 @@ Handle StreamImpl::emplaceElement(unsigned int number) {
 }
 
 bool StreamImpl::mergeStream(const StreamImpl& other) {
-    // Only numbers below the count are looked at, also where mapped storage has others.
+    // By contract only numbers below the count are merged, also where mapped storage has others.
     for (unsigned int k = 0; k < other.elementCount(); ++k) {
         other.syncToRead();
         const Handle handle = other.handleOn(other.chunkOf(k));
@@ -131,7 +131,8 @@ bool StreamImpl::mergeStream(const StreamImpl& other) {
 
 void StreamImpl::convertToPresent(bool toRead) {
     const std::lock_guard<std::mutex> lock(conversion);
-    // Another reader may have been here first. What readers were given stays where it is.
+    // Another reader may have converted the chunks already. Chunks that readers were given do not
+    // move.
     if (isPresent() || (toRead && fIsOutOfMemory)) return;
     const Layout& now = **fPresentLayout;
     try {
@@ -147,7 +148,7 @@ void StreamImpl::convertToPresent(bool toRead) {
 void StreamImpl::replace(char* destination, OwnedChunk&& chunk) const {
     layout().destroyStrings(destination);
     std::memcpy(destination, chunk.get(), static_cast<std::size_t>(layout().totalSize()));
-    std::free(chunk.release());  // its strings live on in the destination
+    std::free(chunk.release());  // the destination owns its strings now
 }
 
 void StreamImpl::printMembers(Handle& handle, const Layout& layout, Debug::Print& print) {

@@ -1,4 +1,4 @@
-// Shared storage of streams: what both kinds have in common.
+// The storage that streams share: what both kinds have in common.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -26,10 +26,10 @@ struct ChunkDeleter {
     const Layout* layout = nullptr;
     void operator()(char* chunk) const { layout->free(chunk); }
 };
-/// A chunk on its way into a storage.
+/// A chunk that no storage owns yet.
 using OwnedChunk = std::unique_ptr<char, ChunkDeleter>;
 
-/// Is told of elements. Chunks are null for those without data.
+/// Receives elements. The chunk of an element without data is null.
 class ElementVisitor {
   public:
     virtual void visit(unsigned int number, char* chunk) = 0;
@@ -39,12 +39,12 @@ class ElementVisitor {
     ~ElementVisitor() = default;
 };
 
-/// Holds its chunks in the layout that the structure had when they were made. Every operation that
-/// touches chunks calls `sync` or `syncToRead` first, which converts them when the structure has
+/// Holds chunks in the layout that the structure had when they were made. Every operation that
+/// touches chunks first calls `sync` or `syncToRead`, which converts them when the structure has
 /// changed since.
 ///
-/// Any number of threads may use what is `const` at once, while nobody changes the storage or its
-/// structure.
+/// Any number of threads may call `const` functions at once, while no thread changes the storage or
+/// its structure.
 class StreamImpl : public RefCounted,
                    public Debug::CRTP_Debug<StreamImpl, Debug::Print>,
                    public Debug::CRTP_Debug<StreamImpl, Debug::Footprint>,
@@ -66,31 +66,31 @@ class StreamImpl : public RefCounted,
     [[nodiscard]] bool useDefaults() const { return fUseDefaults; }
     bool setUseDefaults(bool use);
 
-    /// At the first element in order, or behind the last.
+    /// An iterator at the first element, or behind the last.
     [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> iterator(bool atBegin) const = 0;
 
     [[nodiscard]] virtual unsigned int elementCount() const = 0;
     [[nodiscard]] virtual bool hasElement(const Index& index) const = 0;
     [[nodiscard]] virtual bool hasElement(unsigned int number) const = 0;
-    /// The element's chunk, null without one; after a `sync` or `syncToRead`.
+    /// The element's chunk; null when there is none. Call `sync` or `syncToRead` before.
     [[nodiscard]] virtual char* chunkAt(const Index& index) const = 0;
     [[nodiscard]] virtual char* chunkOf(unsigned int number) const = 0;
-    /// On the element's chunk.
+    /// A handle on an element's chunk.
     [[nodiscard]] Handle handleOn(char* chunk) const {
         return HandleAccess::borrow(*fStructure, layout(), chunk);
     }
     bool setElement(const Index& index, const Handle& handle);
-    /// Takes the handle's chunk over when the handle owns it, else copies it.
+    /// Takes the chunk over when the handle owns it, otherwise copies it.
     bool adoptElement(Index&& index, Handle&& handle);
-    /// The same of a default chunk, which is made where it stays.
+    /// Stores a default chunk, which is made where it stays.
     [[nodiscard]] Handle emplaceElement(Index&& index);
     [[nodiscard]] Handle emplaceElement(unsigned int number);
-    /// The chunk of an element that is there from now on, with default values. Null without memory,
-    /// and for chunks of no bytes. After a `sync`.
+    /// Returns the chunk of a new or existing element, set to default values. Null when memory runs
+    /// out, and for chunks of no bytes. Call `sync` before.
     [[nodiscard]] virtual char* place(unsigned int number) = 0;
-    /// After a `sync`.
+    /// Call `sync` before.
     virtual bool reserve(unsigned int elements) = 0;
-    /// In order; after a `sync` or `syncToRead`.
+    /// Shows the elements in order. Call `sync` or `syncToRead` before.
     virtual void visit(ElementVisitor& visitor) const = 0;
     virtual bool removeElement(const Index& index) = 0;
     virtual bool reindexElement(const Index& from, const Index& to) = 0;
@@ -99,29 +99,29 @@ class StreamImpl : public RefCounted,
     virtual bool clear() = 0;
     bool mergeStream(const StreamImpl& other);
 
-    /// Brings the chunks to the structure's present layout. When there is no memory for that, the
-    /// storage goes on with the layout that it has.
+    /// Converts the chunks to the structure's present layout. Without memory for that, the storage
+    /// keeps the layout that it has.
     void sync() {
         if (!isPresent()) convertToPresent(false);
     }
-    /// The same for an operation that only reads. The first thread that reads after the structure's
-    /// change converts the chunks and the others wait for it, so that no chunk moves while somebody
-    /// reads. Where memory runs out for that, readers go on with the old layout until the next
-    /// `sync`.
+    /// Does the same for an operation that only reads. The first thread that reads after the
+    /// structure's change converts the chunks; the others wait, so no chunk moves while somebody
+    /// reads. Without memory, readers keep the old layout until the next `sync`.
     void syncToRead() const {
         if (!isPresent()) const_cast<StreamImpl*>(this)->convertToPresent(true);
     }
-    /// The one that the chunks have.
+    /// The layout of the chunks.
     [[nodiscard]] const Layout& layout() const { return *fLayout.load(std::memory_order_relaxed); }
-    /// Grows when elements with numbers come or go, when a chunk lies elsewhere and when the
-    /// structure is another. Not when dense storage has more elements in the same block.
+    /// A number that grows when numbered elements come or go, when a chunk moves and when the
+    /// structure is replaced. It does not grow when dense storage gets more elements in the same
+    /// block.
     [[nodiscard]] const std::uint64_t& changes() const { return fChanges; }
 
-    /// Virtual: both reach the `Debug` of the kind.
+    /// These are virtual and reach the `Debug` of the kind of storage.
     using CRTP_Debug<StreamImpl, Debug::Footprint>::debug;
     using CRTP_Debug<StreamImpl, Debug::Print>::debug;
     static bool Debug(const StreamImpl* storage, Debug::Footprint& footprint);
-    /// The line that both kinds of dump begin with.
+    /// Prints the first line of the dump of both kinds.
     static bool Debug(const StreamImpl* storage, Debug::Print& print);
 
   protected:
@@ -132,20 +132,21 @@ class StreamImpl : public RefCounted,
     StreamImpl(const StreamImpl& other);
 
     /// Stores a chunk of `layout()`, or an element without data. Takes the chunk when the result is
-    /// true, and of the index what it needs. An element that is there keeps its address and gets
-    /// the new content.
+    /// true, and moves from the index if it needs it. An existing element keeps its address and
+    /// gets the new content.
     virtual bool store(Index&& index, OwnedChunk&& chunk) = 0;
-    /// `store`, of a copy of a chunk of `layout()`, which may be the element's own. False without
-    /// memory.
+    /// Stores a copy of a chunk of `layout()`, which may be the element's own. Returns false when
+    /// memory runs out.
     virtual bool storeCopy(const Index& index, const char* chunk);
-    /// `place`, of a typed index.
+    /// Does what `place` does, for a typed index.
     [[nodiscard]] virtual char* placeTyped(Index&& index) = 0;
-    /// Forgets all elements, and whatever was allocated for them.
+    /// Removes all elements and frees their memory.
     virtual void dropChunks() = 0;
-    /// All chunks from `layout()` to another; false with nothing changed without memory.
+    /// Converts all chunks from `layout()` to another. Returns false, with nothing changed, when
+    /// memory runs out.
     virtual bool convert(const Layout& to) = 0;
 
-    /// Gives `destination` the content of `chunk`, both of `layout()`.
+    /// Moves the content of `chunk` to `destination`, both of `layout()`.
     void replace(char* destination, OwnedChunk&& chunk) const;
 
     void noteChange() { ++fChanges; }
@@ -167,7 +168,7 @@ class StreamImpl : public RefCounted,
     std::string fName;
     std::string fIndexType;
     bool fUseDefaults = false;
-    bool fIsOutOfMemory = false;  // the last conversion was
+    bool fIsOutOfMemory = false;  // the last conversion ran out of memory
 };
 
 }  // namespace orbo::Data

@@ -1,4 +1,4 @@
-// Storage in one block, for indices that are the numbers from 0.
+// Storage in one block, for the numbers from 0.
 // SPDX-License-Identifier: Apache-2.0
 
 #include "streams/StreamImplDense.h"
@@ -22,7 +22,7 @@ namespace {
 constexpr unsigned int kNoPosition = std::numeric_limits<unsigned int>::max();
 constexpr std::uint64_t kFirstBlockBytes = 4096;
 
-/// 0 where three times the number does not fit 32 bits.
+/// Returns 0 where three times the number does not fit 32 bits.
 std::uint64_t timesOneAndAHalf(unsigned int number) {
     const std::uint64_t triple = std::uint64_t{number} * 3;
     return triple > kNoPosition ? 0 : triple / 2;
@@ -74,7 +74,7 @@ std::unique_ptr<StreamIteratorImpl> StreamImplDense::iterator(bool atBegin) cons
 
 bool StreamImplDense::hasElement(const Index& index) const { return hasElement(index.index()); }
 
-// As the iterator does, which finds nothing behind the first element when there is no block.
+// Like the iterator, shows only the first element when there is no block.
 void StreamImplDense::visit(ElementVisitor& visitor) const {
     const bool hasChunks = fBlock || layout().totalSize() == 0;
     const unsigned int count = hasChunks ? fCount : std::min(fCount, 1U);
@@ -96,7 +96,7 @@ Index StreamImplDense::indexOfPhysicalElement(unsigned int position) const {
     return Index(position < fCount ? position : kNoPosition);
 }
 
-// Defaults are all zero bits, and large blocks of zeros cost nothing before they are touched.
+// `calloc` gives the default values, and large zero blocks cost nothing until they are used.
 StreamImplDense::Block StreamImplDense::defaultBlock(const Layout& layout, unsigned int slots) {
     return Block(static_cast<char*>(std::calloc(slots, static_cast<std::size_t>(layout.stride()))));
 }
@@ -118,14 +118,14 @@ std::uint64_t StreamImplDense::grownCapacity(unsigned int position) const {
 }
 
 bool StreamImplDense::ensureSpaceForElement(unsigned int position) {
-    if (position == kNoPosition) return false;  // the count could not include it
+    if (position == kNoPosition) return false;  // a 32-bit count could not include it
     if (layout().totalSize() == 0) return true;
     if (position < fAllocated) return fBlock || allocate(fAllocated);
     const std::uint64_t capacity = grownCapacity(position);
     return capacity > position && allocate(static_cast<unsigned int>(capacity));
 }
 
-// Also where the growth steps would not.
+// Also allocates sizes that the growth steps would not reach.
 bool StreamImplDense::reserve(unsigned int elements) {
     if (elements == 0 || layout().totalSize() == 0) return true;
     if (elements <= fAllocated && fBlock) return true;
@@ -189,7 +189,7 @@ bool StreamImplDense::setElementRange(const Index& first, const Index& last) {
         return true;
     }
     noteChange();
-    // A shrunk range ends one short of the count asked for, by contract.
+    // By contract, a range that shrinks ends one short of the count asked for.
     const unsigned int kept = count > 0 ? count - 1 : 0;
     for (unsigned int k = kept; fBlock && k < fCount; ++k) layout().reset(elementAddr(k));
     fCount = kept;

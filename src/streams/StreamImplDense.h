@@ -1,4 +1,4 @@
-// Storage in one block, for indices that are the numbers from 0.
+// Storage in one block, for the numbers from 0.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -12,8 +12,8 @@
 namespace orbo::Data {
 
 /// Every slot below the count is an element; the slots behind it hold defaults. Slots lie
-/// `Layout::stride()` bytes apart. Elements of an empty structure need no block. The block may be
-/// gone (`clear`) while the count remains: its elements have no data then, until something is set.
+/// `Layout::stride()` bytes apart. Elements of an empty structure need no block. After `clear` the
+/// block is gone while the count remains: the elements then have no data until one is set.
 class StreamImplDense : public StreamImpl,
                         public Debug::CRTP_Debug<StreamImplDense, Debug::Print>,
                         public Debug::CRTP_Debug<StreamImplDense, Debug::Footprint>,
@@ -49,8 +49,8 @@ class StreamImplDense : public StreamImpl,
     [[nodiscard]] unsigned int physicalElementCount() const { return fAllocated; }
     /// Null for slots that are not allocated.
     [[nodiscard]] char* elementAddr(unsigned int position) const;
-    /// False, with nothing changed, when memory runs out, when the number of slots would exceed 32
-    /// bits, and for the first elements of more than 4096 bytes.
+    /// Returns false, with nothing changed, when memory runs out, when the number of slots would
+    /// exceed 32 bits, and for the first elements of more than 4096 bytes.
     bool ensureSpaceForElement(unsigned int position);
 
     bool debug(Debug::Print& print) const override { return Debug(this, print); }

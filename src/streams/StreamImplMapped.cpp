@@ -1,4 +1,4 @@
-// Storage that holds elements of any indices where they were set.
+// Storage for elements of any indices.
 // SPDX-License-Identifier: Apache-2.0
 
 #include "streams/StreamImplMapped.h"
@@ -42,12 +42,12 @@ void StreamImplMapped::changeEach(std::size_t stride, const Change& change) {
     for (auto& entry : fTyped) change(entry.second);
 }
 
-// At the place of an index is its element or the one behind it.
+// Whether the place has the element of the index itself, and not the one behind it.
 bool StreamImplMapped::isAt(TypedElements::const_iterator place, const Index& index) const {
     return place != fTyped.end() && !(index < place->first);
 }
 
-// The first that is not less. Most are stored in order.
+// The first element that is not less. Most elements are stored in order.
 StreamImplMapped::TypedElements::iterator StreamImplMapped::placeOf(const Index& index) {
     if (fTyped.empty() || std::prev(fTyped.end())->first < index) return fTyped.end();
     return fTyped.lower_bound(index);
@@ -175,7 +175,7 @@ bool StreamImplMapped::reserve(unsigned int elements) {
     return elements <= count || fPool.reserve(layout(), elements - count);
 }
 
-// Null without memory, and for chunks of no bytes.
+// Returns null when memory runs out, and for chunks of no bytes.
 char* StreamImplMapped::takeDefault() {
     char* const chunk = fPool.take(layout());
     if (chunk) layout().fillWithDefault(chunk);
@@ -183,7 +183,7 @@ char* StreamImplMapped::takeDefault() {
 }
 
 char* StreamImplMapped::place(unsigned int number) {
-    // Iterators need not know of what keeps its place.
+    // The chunk stays where it is, so iterators stay valid.
     if (char* const there = present(number)) {
         layout().reset(there);
         return there;
@@ -220,7 +220,7 @@ bool StreamImplMapped::reindexElement(const Index& from, const Index& to) {
     if (!hasElement(from)) return false;
     if (from == to) return true;
     noteChange();
-    // A type may order alike what it tells apart: both are then one element.
+    // Indices that differ may be equal in their type's order: both then name one element.
     if (from < to || to < from) {
         free(put(to, chunkAt(from)));
         erase(from);
@@ -258,7 +258,7 @@ bool StreamImplMapped::clear() {
 
 bool StreamImplMapped::convert(const Layout& to) {
     const LayoutConversion conversion(layout(), to);
-    // Elements of an empty structure have no chunk and still are elements with data.
+    // Elements of an empty structure have no chunk, but count as having data.
     const bool allHaveData = layout().totalSize() == 0;
     ChunkPool pool;
     std::vector<char*> chunks;

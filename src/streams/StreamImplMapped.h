@@ -1,4 +1,4 @@
-// Storage that holds elements of any indices where they were set.
+// Storage for elements of any indices.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -17,13 +17,13 @@ class StreamImplMapped : public StreamImpl,
                          public Debug::CRTP_Debug<StreamImplMapped, Debug::Footprint>,
                          public Counted<StreamImplMapped> {
   public:
-    /// Chunks, null for elements without data. Keys are never assigned, because assigned indices
-    /// share their typed values.
+    /// Maps indices to chunks, which are null for elements without data. Keys are never assigned,
+    /// because assigned indices share their typed values.
     using TypedElements = std::map<Index, char*>;
 
     StreamImplMapped();
     StreamImplMapped(const Structure& structure, const std::string& name);
-    /// Empty, with the name, structure and index type of the other.
+    /// An empty storage with the name, structure and index type of the other.
     explicit StreamImplMapped(const StreamImpl& base);
     ~StreamImplMapped() override;
     StreamImplMapped& operator=(const StreamImplMapped&) = delete;
@@ -36,7 +36,7 @@ class StreamImplMapped : public StreamImpl,
     void visit(ElementVisitor& visitor) const override;
     bool reserve(unsigned int elements) override;
     bool clear() override;
-    /// Notes the range; nothing is restricted by it.
+    /// Stores the range, which restricts nothing.
     bool setElementRange(const Index& first, const Index& last) override;
 
     [[nodiscard]] bool hasElement(unsigned int number) const override;
@@ -49,9 +49,9 @@ class StreamImplMapped : public StreamImpl,
     bool reindexElement(const Index& from, const Index& to) override;
     bool swapElements(const Index& first, const Index& second) override;
 
-    /// In order, these come first.
+    /// The elements with numbers, which come first in order.
     [[nodiscard]] const NumberedElements& numbered() const { return fNumbered; }
-    /// Bytes from one chunk to the next, of those that lie in a block.
+    /// The bytes from one chunk to the next in a block.
     [[nodiscard]] std::size_t stride() const { return fPool.stride(); }
     [[nodiscard]] const TypedElements& typed() const { return fTyped; }
 
@@ -79,15 +79,15 @@ class StreamImplMapped : public StreamImpl,
     /// Calls `change(chunk)`, which may replace the chunk, for each in order.
     template <typename Change>
     void changeEach(std::size_t stride, const Change& change);
-    /// The element's chunk, null without one.
+    /// The element's chunk; null when there is none.
     [[nodiscard]] char* present(unsigned int number) {
         return fNumbered.chunkToChange(number, stride());
     }
     [[nodiscard]] TypedElements::iterator placeOf(const Index& index);
     [[nodiscard]] bool isAt(TypedElements::const_iterator place, const Index& index) const;
-    /// Gives an element its chunk, and returns the one that it had: null for a new element.
+    /// Stores the chunk of an element, and returns the chunk that it had: null for a new element.
     char* put(const Index& index, char* chunk);
-    /// The same of a chunk of the pool, which goes back there without memory for its element.
+    /// Does the same with a chunk of the pool, which goes back there when memory runs out.
     char* putFresh(unsigned int number, char* chunk);
     void erase(const Index& index);
     void free(char* chunk);

@@ -29,7 +29,7 @@ StreamIterator& StreamIterator::operator=(const StreamIterator& other) {
 
 void StreamIterator::refuse(const char* problem) { throw std::runtime_error(problem); }
 
-// The wrong way round, and required to be: it is the result that moves on.
+// By contract the result moves on, and this iterator does not.
 StreamIterator StreamIterator::operator++(int) {
     StreamIterator next(impl().clone().release());
     ++next;

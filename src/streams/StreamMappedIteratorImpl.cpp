@@ -68,14 +68,14 @@ void StreamMappedIteratorImpl::moveTo(std::uint64_t number) {
 }
 
 void StreamMappedIteratorImpl::showNumbered() {
-    const std::size_t count = std::max(fBehind.even, std::size_t{1});
+    const std::size_t count = std::max(fBehind.contiguous, std::size_t{1});
     Stretch stretch;
     stretch.chunk = fBehind.first->chunk;
     stretch.step = fStorage->stride();
     stretch.number = fBehind.first->number;
     stretch.last = stretch.number + static_cast<unsigned int>(count) - 1;
     fBehind.first += std::min(count, static_cast<std::size_t>(fBehind.end - fBehind.first));
-    fBehind.even = 0;
+    fBehind.contiguous = 0;
     enter(stretch, *fStorage);
 }
 

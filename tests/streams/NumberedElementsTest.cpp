@@ -39,7 +39,7 @@ struct Pair {
     void replace(unsigned int number, char* chunk) {
         EXPECT_EQ(elements.put(number, chunk, kStride), std::exchange(model[number], chunk));
     }
-    // Runs of the elements come out as the map's, and even ones as long as they are said to be.
+    // Runs of the elements come out as the map's, and contiguous ones as long as they are said to be.
     void check() {
         ASSERT_EQ(elements.size(), model.size());
         auto expected = model.begin();
@@ -48,7 +48,7 @@ struct Pair {
             const auto run = elements.from(static_cast<unsigned int>(number), kStride);
             if (run.first == run.end) break;
             auto ahead = expected;
-            for (std::size_t k = 0; k < run.even; ++k, ++ahead) {
+            for (std::size_t k = 0; k < run.contiguous; ++k, ++ahead) {
                 ASSERT_TRUE(ahead != model.end() && ahead->first == run.first->number + k);
                 ASSERT_EQ(ahead->second, run.first->chunk + k * kStride);
             }

@@ -1,4 +1,5 @@
-// What a rewrite leaves beside a file until it is finished: the old bytes and the new ones.
+// The journal of a rewrite: the old bytes and the new ones, kept beside the file until it is
+// finished.
 // SPDX-License-Identifier: Apache-2.0
 #include "files/journal/Journal.h"
 
@@ -24,21 +25,21 @@ constexpr std::uint64_t kVersion = 2;
 constexpr std::size_t kFixedSize = kTitle.size() + 4 + 4 + 8 + 8 + 8 + 4 + 4;
 constexpr std::size_t kRangeSize = 3 * 8;
 constexpr std::size_t kChecksumSize = 8;
-// No file system has longer names, no rewrite more ranges.
+// No file system has longer names, and no rewrite has more ranges.
 constexpr std::uint64_t kMostName = 4096;
 constexpr std::uint64_t kMostRanges = 64;
 constexpr std::uint64_t kLargestHeader =
     kFixedSize + kMostRanges * (kRangeSize + kChecksumSize) + kMostName + kChecksumSize;
-// No file is larger, and sums of a few stay far from the end of their type.
+// No file is larger, and sums of a few such sizes do not overflow.
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 62;
 
 constexpr std::size_t kBlockSize = 64 * 1024;
-// A journal is written from end to end; a copy may have gained some holes where it has zeros.
+// A journal is written without holes; a copy of it may have holes where it has zeros.
 constexpr std::uint64_t kMostHoles = 1024 * 1024;
-// Ends the journal of a rewrite that is being undone.
+// This mark ends the journal of a rewrite that is being undone.
 constexpr std::string_view kMark = "\n";
 constexpr std::string_view kSuffix = ".metadata-journal";
-constexpr std::size_t kLongestName = 255;  // in bytes; of the usual file systems
+constexpr std::size_t kLongestName = 255;  // in bytes, on the usual file systems
 
 std::string checksumOf(std::string_view bytes) {
     Checksum checksum;
@@ -51,7 +52,7 @@ std::uint64_t randomNumber() {
         std::random_device random;
         return std::uint64_t{random()} << 32 | random();
     } catch (const std::exception&) {
-        return 0;  // one that repeats still has the checksum
+        return 0;  // without randomness the checksum still tells journals apart
     }
 }
 
@@ -74,7 +75,7 @@ std::string headerFor(const std::string& name, const std::vector<RewriteRange>& 
 std::string besideFile(const std::string& filePath, const std::string& suffix) {
     const std::string name = Journal::nameOf(filePath);
     if (name.size() + suffix.size() <= kLongestName) return filePath + suffix;
-    // Names with the same beginning must not share a journal.
+    // Long names with the same beginning must not share a journal.
     Checksum checksum;
     checksum.add(name);
     std::string digits = "-";
@@ -85,7 +86,7 @@ std::string besideFile(const std::string& filePath, const std::string& suffix) {
     return folder + name.substr(0, kLongestName - suffix.size() - digits.size()) + digits + suffix;
 }
 
-/// Hands bytes on in large pieces and sums them up.
+/// Writes bytes in large pieces and sums them up.
 class SummedOutput {
   public:
     explicit SummedOutput(File& file) : fFile(file) {}
@@ -180,7 +181,7 @@ class Reader {
                       : Condition::kOtherVersion;
     }
 
-    // What the size of the header and the checksum at its end are, all versions agree on.
+    // All versions of the layout agree on the size of the header and on the checksum at its end.
     Condition readLists(std::string& header) {
         const bool isPossible = fHeaderSize >= kFixedSize + kChecksumSize &&
                                 fHeaderSize <= kLargestHeader && fHeaderSize <= fLength;
@@ -211,7 +212,7 @@ class Reader {
 
     [[nodiscard]] bool hasOldChecksums() const { return fJournal.version > kFirstVersion; }
 
-    // A right checksum proves nothing: anybody can make one.
+    // A right checksum does not make the numbers trustworthy: anybody can compute one.
     bool fitsTogether() {
         std::uint64_t at = 0;
         fExpected = fHeaderSize;
@@ -241,7 +242,7 @@ class Reader {
         return sum == Condition::kWhole && hasOldChecksums() ? checkOldBytes() : sum;
     }
 
-    // A power cut may have left room for the mark, and nothing in it.
+    // A power cut may have left the mark's byte as zero.
     bool isMarked() {
         char mark = 0;
         fJournal.isUndone = hasOldChecksums() && fLength - fExpected == kMark.size() &&

@@ -1,4 +1,5 @@
-// What a rewrite leaves beside a file until it is finished: the old bytes and the new ones.
+// The journal of a rewrite: the old bytes and the new ones, kept beside the file until it is
+// finished.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -11,17 +12,17 @@
 
 namespace orbo::Files {
 
-/// A journal as it was found: where in it the bytes of each range are. The bytes themselves stay on
-/// the disk.
+/// A journal that was read: it says where in the file of the journal the bytes of each range are.
+/// The bytes themselves stay on the disk.
 struct Journal {
     enum class Condition {
         kWhole,
-        kEmpty,         ///< has no byte: a journal that could not be removed, or was not begun
+        kEmpty,         ///< has no byte: it could not be removed, or was not begun
         kShort,         ///< ends before it should: it was not finished, or has lost its tail
         kDamaged,       ///< as long as it should be, or of unknown length, but with other bytes
         kSparse,        ///< claims far more than it has on the disk
         kOtherVersion,  ///< has a layout that only another program knows
-        kUnreadable,    ///< the system says no
+        kUnreadable,    ///< the system refuses to read it
     };
 
     struct Range {
@@ -30,37 +31,38 @@ struct Journal {
         std::uint64_t newSize = 0;
         std::uint64_t oldAt = 0;  // in the journal
         std::uint64_t newAt = 0;
-        std::uint64_t oldChecksum = 0;  // of the old bytes; layout 1 has none
+        std::uint64_t oldChecksum = 0;  // of the old bytes; 0 in layout 1, which has none
     };
 
-    /// The layout, of which this program knows two.
+    /// The version of the layout; this program knows two.
     std::uint64_t version = 0;
-    /// Whether the header is whole, and all below is known.
+    /// Whether the header is whole, so that all fields below are valid.
     bool hasHeader = false;
     std::string fileName;  // the last part of the path that the file had then
     std::uint64_t oldLength = 0;
     std::uint64_t newLength = 0;
     std::vector<Range> ranges;
-    /// Somebody has begun to put the old bytes back.
+    /// A program has begun to put the old bytes back.
     bool isUndone = false;
 
-    /// In the folder of the file, by a name that the file system takes.
+    /// The path of the journal: in the folder of the file, under a name that the file system
+    /// accepts.
     static std::string pathFor(const std::string& filePath);
-    /// Where the `n`-th journal goes that is no longer one.
+    /// The path for the `n`-th journal that is set aside.
     static std::string pathSetAside(const std::string& filePath, int n);
     /// The last part of a path.
     static std::string nameOf(const std::string& filePath);
 
-    /// In bytes, of what `write` writes.
+    /// The number of bytes that `write` writes.
     static std::uint64_t sizeFor(const std::string& filePath,
                                  const std::vector<RewriteRange>& ranges);
-    /// Into a new file; false on failure. There is at least one range.
+    /// Writes a journal into a new file; returns false on failure. `ranges` is not empty.
     static bool write(File& journal, const std::string& filePath,
                       const std::vector<RewriteRange>& ranges);
-    /// Takes nothing in it for granted. Reads it all, a block at a time, which is in proportion to
+    /// Trusts nothing in the journal. Reads all of it, block by block; the work is in proportion to
     /// what the journal has on the disk.
     Condition read(File& journal);
-    /// Marks a whole journal, on the disk, as one whose old bytes are being put back.
+    /// Appends, and syncs, the mark that says: the old bytes are being put back.
     [[nodiscard]] static bool appendMark(File& journal);
 };
 

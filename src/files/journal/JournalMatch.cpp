@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint64_t kSector = 512;
 constexpr std::uint64_t kBlockSize = 128 * kSector;
-// A short journal of a few bytes may speak of a file of many.
+// A journal of a few bytes may claim a large range; this bounds the work.
 constexpr std::uint64_t kMostUnfounded = 16 * 1024 * 1024;
 
 /// The index of the first byte from `at` on that differs; the size when there is none.
@@ -23,7 +23,7 @@ std::size_t firstDifference(std::string_view left, std::string_view right, std::
     return static_cast<std::size_t>(found - left.begin());
 }
 
-/// All three are of one size.
+/// All three have the same size.
 bool isSectorExplained(std::string_view sector, std::string_view oldBytes,
                        std::string_view newBytes, bool isUndone) {
     if (sector == oldBytes) return true;
@@ -32,7 +32,7 @@ bool isSectorExplained(std::string_view sector, std::string_view oldBytes,
     return sector.substr(written) == oldBytes.substr(written);
 }
 
-/// The same stretch of the file, of the old bytes and of the new ones.
+/// The same range of the file, of the old bytes and of the new bytes.
 struct Block {
     std::string file, oldBytes, newBytes;
 
@@ -69,7 +69,7 @@ class Matching {
     }
 
   private:
-    // Blocks end where sectors do.
+    // Each block ends at the end of a sector.
     bool compare(const Journal::Range& range) {
         const std::uint64_t there = fLength < range.offset ? 0 : fLength - range.offset;
         const std::uint64_t end = std::min(there, std::max(range.oldSize, range.newSize));
@@ -98,10 +98,11 @@ class Matching {
 
     void explain(const Journal::Range& range, std::uint64_t at) {
         std::string_view file(fBlock.file), oldBytes(fBlock.oldBytes);
-        // A file that was shortened, and is made longer again, shows anything there.
+        // Behind the new length a file that was shortened, and then made longer again, may hold
+        // anything.
         const std::size_t lastSure = fJournal.isUndone ? fBlock.newBytes.size() : file.size();
         const std::size_t evidence = std::min({file.size(), oldBytes.size(), lastSure});
-        // Where the end is cut off, a file system may write zeros first.
+        // A file system may zero the rest of the last sector before it cuts the end off.
         fBlock.newBytes.resize(std::max(evidence, fBlock.newBytes.size()));
         const std::string_view newBytes(fBlock.newBytes);
         std::size_t next = 0;
@@ -122,8 +123,8 @@ class Matching {
     Block fBlock;
 };
 
-/// False when it cannot be read. Empty when the journal, or what it has on the disk, says too
-/// little.
+/// Returns false on a read error. `found` is empty when the journal, or the part of it on the disk,
+/// is too short to tell.
 bool oldChecksum(const Journal& journal, const Journal::Range& range, File& journalFile,
                  std::optional<std::uint64_t>& found) {
     found = range.oldChecksum;

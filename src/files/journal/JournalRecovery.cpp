@@ -40,7 +40,7 @@ JournalRecovery::Verdict JournalRecovery::unreadable(const std::error_code& erro
     return Verdict::kUnreadable;
 }
 
-// Opens it when it can be trusted as far as its owner, and all who may write it, go.
+// Opens the journal if its owner, and all who may write it, can be trusted.
 JournalRecovery::Verdict JournalRecovery::openJournal() {
     fJournalFile.reset();
     std::error_code error;
@@ -63,7 +63,8 @@ JournalRecovery::Verdict JournalRecovery::openJournal() {
                    fSystem.describeUser(facts->journal.owner) + ' ' + reasonOf(trust);
         return Verdict::kForeign;
     }
-    // A kill just after the creation leaves an empty one that only its writer may open.
+    // A process that was killed just after creating the journal leaves an empty one that only its
+    // user may open.
     if (!journal && facts->journal.length == 0) return Verdict::kNothing;
     if (!journal) return unreadable(openError);
     if (!facts->journal.isSameFile(*named)) {
@@ -102,8 +103,8 @@ JournalRecovery::Verdict JournalRecovery::judge() {
     return judgeWhole();
 }
 
-// The file is touched once the whole journal is on the disk, but journals lose their tails later,
-// too.
+// A writer touches the file only once the whole journal is on the disk, but a journal can lose its
+// tail later.
 JournalRecovery::Verdict JournalRecovery::judgeShort() {
     const std::optional<bool> isOld = isPlainlyOld(fJournal, *fJournalFile, fFile);
     if (!isOld) return unreadable(fFile.error() ? fFile.error() : fJournalFile->error());
@@ -140,7 +141,7 @@ bool JournalRecovery::run() {
             return removeJournal();
         case Verdict::kRestoreOld:
         case Verdict::kKeepNew:
-            return rewrite() && removeJournal();  // which looks once more where the file is
+            return rewrite() && removeJournal();  // this checks once more where the file is
         case Verdict::kDamaged:
         case Verdict::kUnexplained:
             return setAside();
@@ -156,7 +157,7 @@ bool JournalRecovery::runAndKeepJournal() {
     return isToWrite ? rewrite() : fVerdict == Verdict::kNotBegun;
 }
 
-// Even what the file holds already: the disk may not, after a kill.
+// Also writes bytes that the file holds already: after a kill the disk may not have them.
 bool JournalRecovery::rewrite() {
     const bool toOld = fVerdict == Verdict::kRestoreOld;
     std::error_code markError;
@@ -175,8 +176,8 @@ bool JournalRecovery::rewrite() {
     return true;
 }
 
-// Where old bytes take the place of old ones there is nothing to tell apart. A journal that may not
-// be written stays without a mark.
+// No mark is needed where old bytes replace old bytes. A journal that may not be written stays
+// without a mark.
 bool JournalRecovery::markUndone(std::error_code& error) {
     if (fIsOld || fJournal.version < 2) return true;
     const auto journal = fSystem.open(fJournalPath, FileSystem::Mode::kReadWrite, error);
@@ -186,7 +187,7 @@ bool JournalRecovery::markUndone(std::error_code& error) {
     }
     const auto mine = fJournalFile->status(), found = journal->status();
     const bool isSame = mine && found && mine->isSameFile(*found);
-    // Whoever has left a mark may not have come to its sync.
+    // The program that left the mark may have ended before its sync.
     const bool isMarked =
         isSame && (fJournal.isUndone ? journal->sync() : Journal::appendMark(*journal));
     if (!isMarked) {
@@ -213,8 +214,8 @@ bool JournalRecovery::writeChosen() {
     return fFile.truncate(length) && fFile.sync();
 }
 
-// While this waited for its turn, another program may have put a new file there, and somebody else
-// a journal for it.
+// While this process waited for the lock, another program may have put a new file there, with a
+// journal of its own.
 bool JournalRecovery::isInPlace() {
     std::error_code ignored;
     return isNamed(fSystem, fFilePath, fFile, ignored);
@@ -226,7 +227,7 @@ bool JournalRecovery::removeJournal() {
     if (!isOurs || !isInPlace()) {
         return fail("Another program has put a new file in the place of this one");
     }
-    // Only what is writable can be emptied.
+    // Only a writable file can be emptied.
     const auto writable = fSystem.open(fJournalPath, FileSystem::Mode::kReadWrite, error);
     File& journal = writable ? *writable : *fJournalFile;
     if (!discardJournal(fSystem, fJournalPath, journal)) {
@@ -260,7 +261,7 @@ std::unique_ptr<File> JournalRecovery::oldBytesOver(std::unique_ptr<File> file) 
 
 bool discardJournal(FileSystem& system, const std::string& journalPath, File& journal) {
     std::error_code ignored;
-    // Whoever took another file for ours may have set the journal aside, and left another there.
+    // Another program may have set the journal aside by mistake, and left a different one there.
     return (isNamed(system, journalPath, journal, ignored) &&
             system.remove(journalPath, ignored)) ||
            (journal.truncate(0) && journal.sync());

@@ -10,40 +10,40 @@
 
 namespace orbo::Files {
 
-/// Whoever meets a journal decides by this one class what it means, and acts only once it holds a
-/// lock on the file: the writer of the journal had one, too, so it is gone.
+/// Decides what a journal means, for every program that meets one, and acts only while it holds a
+/// lock on the file. The writer of the journal held such a lock, too, so that writer has ended.
 class JournalRecovery {
   public:
     enum class Verdict {
         kNothing,      ///< there is no journal
-        kNotBegun,     ///< the journal was not finished, and the file plainly is as it was
+        kNotBegun,     ///< the journal was not finished, and the file certainly is as it was
         kRestoreOld,   ///< the file may hold some new bytes
         kKeepNew,      ///< the file holds all new bytes, though perhaps not on the disk yet
-        kDamaged,      ///< the journal is none, or other bytes than were written, or too few
+        kDamaged,      ///< the journal has other bytes than were written, or too few
         kUnexplained,  ///< the journal is whole, but the file holds what is not in it
-        kForeign,      ///< somebody left it there who may not change the file
-        kUnreadable,   ///< the journal, or the file, cannot be looked at
+        kForeign,      ///< a user who may not change the file left it there
+        kUnreadable,   ///< the journal, or the file, cannot be read
     };
 
-    /// The paths are free of links. File and file system outlive the recovery.
+    /// The paths are free of links. File and file system outlive this.
     JournalRecovery(FileSystem& system, const std::string& filePath, File& file);
-    /// For a journal that lies where the file was before it was moved.
+    /// Takes a journal from the place where the file was before it was moved.
     JournalRecovery(FileSystem& system, std::string filePath, File& file, std::string journalPath);
 
-    /// Reads only.
+    /// Decides what to do; writes nothing.
     Verdict look();
-    /// Acts on what `look` found; the file is writable. False when the journal is still there, and
-    /// with it the need to recover, or to be told what to do; `message` says why.
+    /// Does what `look` decided; the file is writable. Returns false when the journal is still
+    /// there, so that somebody has to recover or decide later; `message` says why.
     bool run();
-    /// Acts likewise on the file, and leaves the journal where it is. False also when the journal
-    /// has nothing for this file.
+    /// Does the same to the file, but leaves the journal where it is. Also returns false when the
+    /// journal is not about this file.
     bool runAndKeepJournal();
-    /// Shows the old bytes of the file in place of those that it holds, after the verdict that they
-    /// are to be restored. Takes the file, which must be the one that was looked at.
+    /// Returns a file that shows the old bytes in place of those that `file` holds; for the verdict
+    /// that they are to be restored. `file` must be the one that `look` read.
     std::unique_ptr<File> oldBytesOver(std::unique_ptr<File> file);
 
     [[nodiscard]] const std::string& journalPath() const { return fJournalPath; }
-    /// About what was found or done, for people; empty when nobody needs to know.
+    /// Describes, for people, what was found or done; empty when there is nothing to tell.
     [[nodiscard]] const std::string& message() const { return fMessage; }
 
   private:
@@ -71,8 +71,8 @@ class JournalRecovery {
     std::string fMessage;
 };
 
-/// Removes a journal, or empties it where names cannot be removed: both end a rewrite. False when
-/// neither can be done. When something else has its name, that is left alone. Allocates nothing.
+/// Removes a journal, or empties it where names cannot be removed: both end a rewrite. Returns
+/// false when neither works. Another file that has its name is left alone. Allocates nothing.
 bool discardJournal(FileSystem& system, const std::string& journalPath, File& journal);
 
 }  // namespace orbo::Files

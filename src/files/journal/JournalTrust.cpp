@@ -1,4 +1,4 @@
-// Whether a file that is in the place of a journal may be acted on.
+// Whether a file in the place of a journal may be acted on.
 // SPDX-License-Identifier: Apache-2.0
 #include "files/journal/JournalTrust.h"
 
@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned kMayWrite = FileAccess::kMayWrite;
 
-// Whether a user who is not in the group may make names in the folder.
+// Whether a user outside the group may create files in the folder.
 bool opensWithout(const FileAccess& folder, std::uint64_t user, std::uint64_t group) {
     const auto opensTo = [&](std::uint64_t another) {
         return another != group && (folder.rightsOf(user, {another}) & kMayWrite) != 0;
@@ -20,7 +20,7 @@ bool opensWithout(const FileAccess& folder, std::uint64_t user, std::uint64_t gr
                        [&](const FileAccess::Entry& entry) { return opensTo(entry.id); });
 }
 
-// A file is given to a group by its members, or by a folder that gives its own to new files.
+// A file gets its group from a member of the group, or from a folder that passes its own group on.
 bool provesMembership(const JournalFacts& facts) {
     const FileAccess& journal = facts.journalAccess;
     if (!facts.folderAccess) return false;
@@ -81,7 +81,7 @@ std::optional<JournalFacts> journalFacts(FileSystem& system, const std::string& 
     if (!status || !access || !fileAccess) {
         if (!fileAccess) error = file.error();
         if (journal && !error) error = journal->error();
-        // It has gone meanwhile.
+        // The journal has been removed meanwhile.
         if (!error) error = std::make_error_code(std::errc::resource_unavailable_try_again);
         return std::nullopt;
     }

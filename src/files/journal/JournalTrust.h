@@ -1,4 +1,4 @@
-// Whether a file that is in the place of a journal may be acted on.
+// Whether a file in the place of a journal may be acted on.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -16,9 +16,9 @@ struct JournalFacts {
     FileStatus journal;
     FileAccess journalAccess;
     FileAccess fileAccess;
-    /// Empty when it cannot be looked at.
+    /// Empty when the folder cannot be examined.
     std::optional<FileAccess> folderAccess;
-    /// The groups that the journal's owner is in; empty when nobody knows.
+    /// The groups of the journal's owner; empty when the system does not know them.
     std::optional<std::vector<std::uint64_t>> ownerGroups;
 };
 
@@ -26,18 +26,18 @@ enum class JournalTrust {
     kActedOn,        ///< whoever could have written it may write the file, too
     kIgnored,        ///< a stranger's file, but an empty one
     kOfStranger,     ///< its owner may not write the file, as far as is known
-    kOpenToOthers,   ///< others may write it who may not write the file
+    kOpenToOthers,   ///< users may write it who may not write the file
     kHasOtherNames,  ///< it has several hard links
 };
 
 /// Whether the journal's owner may write the file, as far as is known.
 bool isOfWriter(const JournalFacts& facts);
-/// The table of docs/journal.md. All but the first two are reported.
+/// Decides by the table of docs/journal.md. All results but the first two are reported.
 JournalTrust trustIn(const JournalFacts& facts);
-/// For people: what is wrong about a journal that is reported, and what can be done.
+/// Says, for people, what is wrong with a journal that is reported, and what can be done.
 const char* reasonOf(JournalTrust trust);
 
-/// The facts about a journal, which is null when it cannot be opened. Empty on failure.
+/// Collects the facts about a journal, which is null when it cannot be opened. Empty on failure.
 std::optional<JournalFacts> journalFacts(FileSystem& system, const std::string& journalPath,
                                          File* journal, File& file, std::error_code& error);
 

@@ -18,7 +18,7 @@ void addLine(std::string& text, const std::string& line) {
     text += line;
 }
 
-/// The absolute path of a file that need not be there any more; empty when its folder is not.
+/// The absolute path of a file that may not exist any more; empty when its folder does not exist.
 std::string pathOf(FileSystem& system, const std::string& name, std::error_code& error) {
     std::string path = system.resolve(name, error);
     if (!path.empty()) return path;
@@ -80,7 +80,7 @@ class Mover {
                fResult.verdict == Verdict::kNotBegun;
     }
 
-    // Whether a file at the old name needs the journal; a writer at work there needs it, too.
+    // Whether a file at the old name still needs the journal; a writer at work there needs it, too.
     bool look(File& file) {
         std::error_code error;
         const auto there = fSystem.status(fOldPath, error);

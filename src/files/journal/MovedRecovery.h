@@ -12,22 +12,22 @@ namespace orbo::Files {
 struct MovedRecovery {
     using Verdict = JournalRecovery::Verdict;
 
-    /// About the journal of the old name and the file of the new one.
+    /// What the journal of the old name means for the file of the new name.
     Verdict verdict = Verdict::kNothing;
-    /// Nothing is left to be done for the file.
+    /// The file needs nothing more.
     bool done = false;
     std::string journalPath;
-    /// What is to be known, a line each; why it was not done.
+    /// Notes for people, a line each; or why it was not done.
     std::string message;
 
-    /// Nothing needs to be at the old name any more. When another file is there that the journal
-    /// explains as well, as after a copy, the journal stays for that one. A journal that does not
-    /// fit stays, too. Waits for others that have one of the files in use.
+    /// No file needs to exist at the old name any more. If the journal also explains a file there,
+    /// as after a copy, it stays for that one. A journal that does not fit stays, too. Waits while
+    /// others use one of the files.
     static MovedRecovery inspect(const std::string& oldName, const std::string& newName,
                                  const Patience& patience);
     static MovedRecovery run(const std::string& oldName, const std::string& newName,
                              const Patience& patience);
-    /// The path of the journal for a name at which no file is; empty when there is none.
+    /// The path of a journal that was left for a name without a file; empty when there is none.
     static std::string journalLeftAt(const std::string& oldName);
 };
 

@@ -1,4 +1,4 @@
-// A file with the old bytes of a journal in the place of those that it holds.
+// Shows a file with the old bytes of a journal in place of its own.
 // SPDX-License-Identifier: Apache-2.0
 #include "files/journal/OverlayFile.h"
 

@@ -1,4 +1,4 @@
-// A file with the old bytes of a journal in the place of those that it holds.
+// Shows a file with the old bytes of a journal in place of its own.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -9,10 +9,10 @@
 
 namespace orbo::Files {
 
-/// A lock is one on the file itself.
+/// A lock is a lock on the file itself.
 class OverlayFile : public ReadOnlyFile {
   public:
-    /// The journal has been read from `journalFile`.
+    /// `journal` was read from `journalFile`.
     OverlayFile(std::unique_ptr<File> file, std::unique_ptr<File> journalFile, Journal journal);
 
     [[nodiscard]] std::optional<FileStatus> status() override;
@@ -22,7 +22,7 @@ class OverlayFile : public ReadOnlyFile {
     void unlock() override;
 
   private:
-    /// A stretch of bytes that lie together in one of the two files.
+    /// A range of bytes that lie together in one of the two files.
     struct Stretch {
         File* file;
         std::uint64_t at;

@@ -1,4 +1,4 @@
-// The number of an open file, which no child of this process keeps.
+// A file descriptor that no child process keeps.
 // SPDX-License-Identifier: Apache-2.0
 #include "files/posix/Descriptor.h"
 
@@ -11,10 +11,10 @@
 
 namespace orbo::Files {
 
-/// All descriptors of this process, for the children that it forks.
+/// All descriptors of this process, to be closed in children that it forks.
 class OpenDescriptors {
   public:
-    // When the library is unloaded, the system forgets what it was told here.
+    // The system removes these handlers when the library is unloaded.
     static void expectForks() {
         static const int outcome = ::pthread_atfork(beforeFork, afterFork, inChild);
         static_cast<void>(outcome);
@@ -38,13 +38,13 @@ class OpenDescriptors {
     static inline std::atomic<unsigned long> forks{0};
 
   private:
-    // Nobody may be about to change the list when the child gets it.
+    // No thread may be changing the list when the child gets its copy.
     static void beforeFork() {
         fMutex.lock();
         ++forks;
     }
     static void afterFork() { fMutex.unlock(); }
-    // Makes only calls that the child of a process with several threads may make.
+    // Makes only calls that are allowed in the child of a process with several threads.
     static void inChild() {
         while (fFirst) ::close(remove(*fFirst));
         fMutex.unlock();

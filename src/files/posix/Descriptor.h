@@ -1,15 +1,15 @@
-// The number of an open file, which no child of this process keeps.
+// A file descriptor that no child process keeps.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 namespace orbo::Files {
 
-/// Closed at the end of its life. A lock belongs to all processes that have the file open, so the
-/// child of a `fork` closes its copy before `fork` returns there; in the child the descriptor then
-/// has no number, and all calls fail.
+/// Closes the file at the end of its life. A lock belongs to all processes that have the file open,
+/// so the child of a `fork` closes its copy before `fork` returns there. In the child the
+/// descriptor then has no number, and all calls fail.
 class Descriptor {
   public:
-    /// Takes the result of a call that opens; a negative one stands for nothing.
+    /// Takes the result of a call such as `open`; a negative number means no file.
     explicit Descriptor(int number);
     Descriptor(const Descriptor&) = delete;
     Descriptor(Descriptor&& other) noexcept;
@@ -18,7 +18,7 @@ class Descriptor {
     // NOLINTNEXTLINE(google-explicit-constructor): it is the number wherever one is wanted
     operator int() const { return fNumber; }
 
-    /// Opens a file by `open`, again if a child was forked before it was known here.
+    /// Calls `open`; calls it again if a child was forked before this descriptor was in the list.
     template <typename Open>
     static Descriptor opened(Open open) {
         for (int tries = 0;; ++tries) {

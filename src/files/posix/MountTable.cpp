@@ -1,4 +1,4 @@
-// What is mounted in this system.
+// Finds mounts of single files in the table of the system.
 // SPDX-License-Identifier: Apache-2.0
 #include "files/posix/MountTable.h"
 
@@ -32,7 +32,8 @@ std::string lastPartOf(const std::string& path) { return path.substr(path.rfind(
 
 }  // namespace
 
-// A line begins with two numbers, the device, what of its file system is mounted, and where.
+// A line begins with two numbers, the device, the mounted path within the file system, and the
+// mount point.
 std::vector<std::string> mountsOfFile(const std::string& path, std::istream& table) {
     std::vector<std::string> places;
     const std::string name = lastPartOf(path);
@@ -45,7 +46,7 @@ std::vector<std::string> mountsOfFile(const std::string& path, std::istream& tab
         std::string place;
         if (!(fields >> number >> parent >> device >> mounted >> place)) continue;
         place = unescaped(place);
-        // Asking about all of them could wait for a machine that is away.
+        // Examining every mount could block on a machine that is away.
         if (place == path || lastPartOf(unescaped(mounted)) == name) places.push_back(place);
     }
     return places;

@@ -1,4 +1,4 @@
-// What is mounted in this system.
+// Finds mounts of single files in the table of the system.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -8,10 +8,10 @@
 
 namespace orbo::Files {
 
-/// Where files are mounted, as far as can be told by names, that may be the file of this path. The
-/// table is in the format of `/proc/self/mountinfo`.
+/// The mount points that may show the file of this path, judged by their names. The table has the
+/// format of `/proc/self/mountinfo`.
 std::vector<std::string> mountsOfFile(const std::string& path, std::istream& table);
-/// From the table of this process; nowhere if there is none.
+/// Does the same with the table of this process; empty if there is none.
 std::vector<std::string> mountsOfFile(const std::string& path);
 
 }  // namespace orbo::Files

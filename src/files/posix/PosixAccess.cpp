@@ -52,9 +52,10 @@ std::string entry(Kind kind, unsigned rights, std::uint64_t id = kNoId) {
     return littleEndian(kind, 2) + littleEndian(rights, 2) + littleEndian(id, 4);
 }
 
-// What the entries for users and groups give at most, so that each gives what it says. Where that
-// is nothing the system does not look at the list, and everybody on it would have the rights of all
-// others: a right that no entry gives, to run the file, makes it look.
+// The mask is the sum of what the entries for users and groups grant, so that each entry takes
+// effect. Where the sum is nothing, the system ignores the list, and everybody on it would have the
+// rights of all others. A right that no entry grants, to execute the file, makes the system look at
+// the list.
 unsigned maskOf(const FileAccess& access) {
     constexpr unsigned kMayRun = 1;
     unsigned mask = access.groupRights;
@@ -75,7 +76,7 @@ constexpr const char* kListName = "system.posix_acl_access";
 
 bool hasNoList(int error) { return error == ENODATA || error == ENOTSUP || error == ENOSYS; }
 
-/// The bytes of a list; empty without one.
+/// Reads the bytes of a list; empty without one.
 template <typename Get>
 std::optional<std::string> listBytes(Get get, std::error_code& error) {
     std::string bytes(1024, '\0');
@@ -133,7 +134,7 @@ std::optional<FileAccess> withList(const struct stat& found, const Place& place,
     return std::nullopt;
 }
 
-/// Tells that a journal would let others read or write what the file does not.
+/// The error that a journal would let others read or write what the file does not.
 class NoSuitableAccess : public std::error_category {
   public:
     [[nodiscard]] const char* name() const noexcept override { return "access"; }
@@ -165,8 +166,8 @@ bool giveGroup(int descriptor, std::uint64_t group) {
     return ::fchown(descriptor, static_cast<uid_t>(-1), static_cast<gid_t>(group)) == 0;
 }
 
-// Only root gives files away, and only members give files to a group. By a group that may write the
-// file the owner of a journal shows that this owner may, too.
+// Only root can give files away, and only members can give files to a group. A journal in a group
+// that may write the file shows that the journal's owner may write it, too.
 void giveOwnerAndGroup(int descriptor, const FileAccess& file) {
     const auto owner = static_cast<uid_t>(file.owner);
     const auto group = static_cast<gid_t>(file.group);
@@ -178,12 +179,13 @@ void giveOwnerAndGroup(int descriptor, const FileAccess& file) {
     giveGroup(descriptor, file.group);
 }
 
-// Where there are no lists. Nobody may open the file between two of its modes who may not at last.
+// Where there are no lists, sets mode bits. At no step may a user open the file who may not in the
+// end.
 bool giveMode(int descriptor, FileAccess wanted, const Suited& suits) {
     wanted.users.clear();
     wanted.groups.clear();
     if (!suits(wanted)) wanted.groupRights = wanted.otherRights = 0;
-    // Some systems have one mode for all files; what came of it is looked at later.
+    // Some systems have one mode for all files; the result is checked later.
     return suits(wanted) && (::fchmod(descriptor, modeOf(wanted)) == 0 || errno == EPERM);
 }
 
@@ -231,7 +233,7 @@ bool readAccessList(std::string_view bytes, FileAccess& access) {
         }
     }
     access.applyMask(mask);
-    // The system does not look at such a list.
+    // The system ignores such a list.
     if (mask == 0) access.users.clear(), access.groups.clear();
     return true;
 }

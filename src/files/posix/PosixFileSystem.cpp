@@ -1,4 +1,4 @@
-// The files of the operating system, interrupted calls and short counts taken care of.
+// The files of the operating system; repeats interrupted calls and continues after short counts.
 // SPDX-License-Identifier: Apache-2.0
 #ifndef _FILE_OFFSET_BITS
 #define _FILE_OFFSET_BITS 64
@@ -30,9 +30,9 @@ namespace {
 
 static_assert(sizeof(off_t) >= 8, "offsets in scenes need 64 bits");
 
-// Systems differ in how much they move in one call; all take this much.
+// The largest transfer in one call that all systems accept.
 constexpr std::size_t kMostPerCall = std::size_t{1} << 30;
-// Far more than signals come; a file system that never does anything else must not hang us.
+// The number of repetitions is limited so that a file system that always interrupts cannot hang us.
 constexpr int kMostInterruptions = 1000;
 
 template <typename Call>
@@ -57,7 +57,7 @@ bool isAnyOf(int error, std::initializer_list<int> errors) {
     return std::find(errors.begin(), errors.end(), error) != errors.end();
 }
 
-// To find room does not ask for the process's own limit, but to write does.
+// Reserving space does not check the limit of the process, but writing does.
 bool isAllowedLength(std::uint64_t length) {
     struct rlimit limit = {};
     return ::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
@@ -78,9 +78,9 @@ FileStatus statusOf(const struct stat& found) {
     return status;
 }
 
-// Readers pass the gate one after the other; whoever waits to write keeps it meanwhile, so readers
-// that take turns cannot keep a writer out. Both are locks on ranges of bytes that no file has, or
-// may have; other versions lock all of them at once.
+// A gate gives waiting writers their turn: readers hold it only while they lock, and a waiting
+// writer keeps it, so that readers which take turns cannot keep a writer out. Gate and lock are
+// locks on ranges of bytes that no file has; other versions lock both ranges at once.
 constexpr off_t kGate = off_t{1} << 62;
 
 class PosixFile : public File {
@@ -200,7 +200,7 @@ class PosixFile : public File {
 
   private:
 #ifdef F_OFD_SETLK
-    // Unlike the other locks on ranges these do not go when somebody in this process closes the
+    // Unlike traditional locks on ranges, these stay when another part of this process closes the
     // file.
     int setRange(short type, off_t start, off_t size) {
         struct flock range = {};
@@ -230,7 +230,7 @@ class PosixFile : public File {
     bool fMayBeLocked = false;
 };
 
-/// Null, with an error, for anything but a regular file.
+/// Returns null, with an error, for anything but a regular file.
 std::unique_ptr<File> regularFile(Descriptor descriptor, std::error_code& error) {
     error = descriptor < 0 ? lastError() : std::error_code();
     if (descriptor < 0) return nullptr;
@@ -252,7 +252,7 @@ std::string PosixFileSystem::resolve(const std::string& name, std::error_code& e
 
 std::unique_ptr<File> PosixFileSystem::open(const std::string& path, Mode mode,
                                             std::error_code& error) {
-    // Without O_NONBLOCK a named pipe would wait here for its other end.
+    // Without O_NONBLOCK opening a named pipe would wait for its other end.
     const int flags =
         (mode == Mode::kRead ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW;
     auto descriptor = Descriptor::opened(

@@ -1,4 +1,4 @@
-// Hands text on in lumps.
+// Collects text in a buffer in front of a stream.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -11,23 +11,23 @@
 
 namespace orbo::Data {
 
-/// Collects characters in memory: a stream takes a few thousand in the time that it takes for one
-/// of them. What was not handed on is lost with it.
-class LumpedOutput {
+/// Writing to the buffer is far faster than to the stream: a stream takes a few thousand characters
+/// in the time that it takes for one. The destructor does not flush.
+class BufferedWriter {
   public:
     static constexpr std::size_t kRoom = 4096;
 
-    /// The stream outlives it.
-    explicit LumpedOutput(std::ostream& out) : fOut(out) {}
-    LumpedOutput(const LumpedOutput&) = delete;
-    LumpedOutput& operator=(const LumpedOutput&) = delete;
+    /// The stream outlives this object.
+    explicit BufferedWriter(std::ostream& out) : fOut(out) {}
+    BufferedWriter(const BufferedWriter&) = delete;
+    BufferedWriter& operator=(const BufferedWriter&) = delete;
 
-    /// Where the next `size` characters go, which are at most `kRoom`.
+    /// Returns the place for the next `size` characters, which are at most `kRoom`.
     [[nodiscard]] char* room(std::size_t size) {
-        if (static_cast<std::size_t>(fRoom.data() + kRoom - fNext) < size) handOn();
+        if (static_cast<std::size_t>(fRoom.data() + kRoom - fNext) < size) flush();
         return fNext;
     }
-    /// Takes those that were put there, up to `end`.
+    /// Adds the characters that were put there, up to `end`.
     void take(char* end) { fNext = end; }
 
     void write(char c) {
@@ -41,7 +41,7 @@ class LumpedOutput {
             text.remove_prefix(size);
         }
     }
-    /// As stream texts have strings.
+    /// Writes a string in quotes with the escapes of stream texts.
     void writeQuoted(const char* text) {
         write('"');
         for (; *text != '\0'; ++text) {
@@ -52,7 +52,7 @@ class LumpedOutput {
         }
         write('"');
     }
-    void handOn() {
+    void flush() {
         const std::streamsize size = fNext - fRoom.data();
         fNext = fRoom.data();
         if (fOut.good() && fOut.rdbuf()->sputn(fRoom.data(), size) != size) {
