@@ -39,7 +39,8 @@ struct Pair {
     void replace(unsigned int number, char* chunk) {
         EXPECT_EQ(elements.put(number, chunk, kStride), std::exchange(model[number], chunk));
     }
-    // Runs of the elements come out as the map's, and contiguous ones as long as they are said to be.
+    // Runs of the elements come out as the map's, and contiguous ones as long as they are said to
+    // be.
     void check() {
         ASSERT_EQ(elements.size(), model.size());
         auto expected = model.begin();

@@ -19,6 +19,8 @@
 #include <cerrno>
 #include <limits>
 
+#include "files/posix/SystemCall.h"
+
 namespace orbo::Files {
 
 namespace {
@@ -31,8 +33,6 @@ constexpr std::uint32_t kListVersion = 2;
 constexpr std::size_t kEntrySize = 8;
 enum Kind : unsigned { kOwner = 1, kUser = 2, kOwnGroup = 4, kGroup = 8, kMask = 16, kOther = 32 };
 constexpr std::uint32_t kNoId = ~std::uint32_t{0};
-
-std::error_code lastError() { return {errno, std::generic_category()}; }
 
 std::string littleEndian(std::uint64_t value, int size) {
     std::string bytes;

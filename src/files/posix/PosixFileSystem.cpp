@@ -7,7 +7,6 @@
 #include "files/posix/PosixFileSystem.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -21,8 +20,10 @@
 #include <utility>
 
 #include "files/posix/Descriptor.h"
+#include "files/posix/DescriptorLock.h"
 #include "files/posix/MountTable.h"
 #include "files/posix/PosixAccess.h"
+#include "files/posix/SystemCall.h"
 
 namespace orbo::Files {
 
@@ -32,17 +33,6 @@ static_assert(sizeof(off_t) >= 8, "offsets in scenes need 64 bits");
 
 // The largest transfer in one call that all systems accept.
 constexpr std::size_t kMostPerCall = std::size_t{1} << 30;
-// The number of repetitions is limited so that a file system that always interrupts cannot hang us.
-constexpr int kMostInterruptions = 1000;
-
-template <typename Call>
-auto untilNotInterrupted(Call call) {
-    auto result = call();
-    for (int i = 0; i < kMostInterruptions && result == -1 && errno == EINTR; ++i) result = call();
-    return result;
-}
-
-std::error_code lastError() { return {errno, std::generic_category()}; }
 
 bool outcome(int result, std::error_code& error) {
     error = result == 0 ? std::error_code() : lastError();
@@ -51,10 +41,6 @@ bool outcome(int result, std::error_code& error) {
 
 bool isOffset(std::uint64_t offset) {
     return offset <= static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
-}
-
-bool isAnyOf(int error, std::initializer_list<int> errors) {
-    return std::find(errors.begin(), errors.end(), error) != errors.end();
 }
 
 // Reserving space does not check the limit of the process, but writing does.
@@ -77,11 +63,6 @@ FileStatus statusOf(const struct stat& found) {
     status.isRegular = S_ISREG(found.st_mode);
     return status;
 }
-
-// A gate gives waiting writers their turn: readers hold it only while they lock, and a waiting
-// writer keeps it, so that readers which take turns cannot keep a writer out. Gate and lock are
-// locks on ranges of bytes that no file has; other versions lock both ranges at once.
-constexpr off_t kGate = off_t{1} << 62;
 
 class PosixFile : public File {
   public:
@@ -176,51 +157,15 @@ class PosixFile : public File {
 
     LockResult lock(Lock kind) override {
         fMayBeLocked = true;
-#ifdef F_OFD_SETLK
-        const short type = kind == Lock::kShared ? F_RDLCK : F_WRLCK;
-        LockResult result = lockRange(type, kGate, 1);
-        if (result == LockResult::kLocked) result = lockRange(type, 0, kGate);
-        if (kind == Lock::kShared) setRange(F_UNLCK, kGate, 1);
-        return result;
-#else
-        return resultOf(untilNotInterrupted([&] {
-            return ::flock(fDescriptor, LOCK_NB | (kind == Lock::kShared ? LOCK_SH : LOCK_EX));
-        }));
-#endif
+        return lockDescriptor(fDescriptor, kind, fError);
     }
 
     void unlock() override {
-#ifdef F_OFD_SETLK
-        setRange(F_UNLCK, 0, 0);
-#else
-        ::flock(fDescriptor, LOCK_UN);
-#endif
+        unlockDescriptor(fDescriptor);
         fMayBeLocked = false;
     }
 
   private:
-#ifdef F_OFD_SETLK
-    // Unlike traditional locks on ranges, these stay when another part of this process closes the
-    // file.
-    int setRange(short type, off_t start, off_t size) {
-        struct flock range = {};
-        range.l_type = type;
-        range.l_whence = SEEK_SET;
-        range.l_start = start;
-        range.l_len = size;
-        return untilNotInterrupted([&] { return ::fcntl(fDescriptor, F_OFD_SETLK, &range); });
-    }
-    LockResult lockRange(short type, off_t start, off_t size) {
-        return resultOf(setRange(type, start, size));
-    }
-#endif
-    LockResult resultOf(int result) {
-        if (succeeded(result == 0)) return LockResult::kLocked;
-        const int error = fError.value();
-        if (isAnyOf(error, {EAGAIN, EACCES, EWOULDBLOCK})) return LockResult::kBusy;
-        const bool isUnsupported = isAnyOf(error, {EINVAL, ENOLCK, ENOSYS, ENOTSUP, EOPNOTSUPP});
-        return isUnsupported ? LockResult::kUnsupported : LockResult::kFailed;
-    }
     bool succeeded(bool success) {
         if (!success) fError = lastError();
         return success;
