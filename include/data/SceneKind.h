@@ -27,6 +27,8 @@ class METADATA_API SceneLayout {
         SceneRecordRange range;
         /// `SceneKind::parse` could take it apart. Set by the library after the scan.
         bool understood = false;
+        /// The plan has an entry for it. Set by the library ahead of `SceneKind::changes`.
+        bool kept = false;
     };
 
     SceneLayout() = default;
@@ -36,14 +38,14 @@ class METADATA_API SceneLayout {
 
     /// In file order. Filled by the library.
     std::deque<Item> records;
-    /// The offset of the first byte that a write replaces. Everything from there to the end of the
-    /// file is in memory when `SceneKind::changes` is called.
-    std::uint64_t begin = 0;
-    /// The size of the file in bytes.
+    /// The size of the file in bytes. Filled by the library.
     std::uint64_t size = 0;
+    /// Everything from this offset to the end of the file is in memory when `SceneKind::changes` is
+    /// called. No record lies in front of it.
+    std::uint64_t begin = 0;
     /// Messages for when the bytes from `begin` on cannot be read.
-    const char* cannotSeek = "Could not seek to the metadata.";
-    const char* cannotRead = "Could not read the metadata.";
+    std::string cannotSeek = "Could not seek to the metadata.";
+    std::string cannotRead = "Could not read the metadata.";
 };
 
 /// What a scan tells the library, record by record.
@@ -67,7 +69,8 @@ class METADATA_API SceneVisitor {
     /// False when records of that kind need not be told any more.
     [[nodiscard]] virtual bool wants(SceneRecord::Kind kind) const = 0;
     /// Takes the next record, in the order of `SceneTraits::lastFirst`. False when the file could
-    /// not be read there, or the record stops a read: a finding says so, and the scan failed.
+    /// not be read there, the record stops a read, or its range is impossible: a finding says so,
+    /// and the scan failed. Moves the position of the input.
     [[nodiscard]] virtual bool found(const SceneRecordRange& range) = 0;
     /// Everything found so far turned out not to be metadata.
     virtual void forget() = 0;
@@ -115,8 +118,9 @@ struct SceneChange {
     };
 
     std::uint64_t offset = 0;
-    /// What the file holds there now; the last change replaces all up to the end of the file. Views
-    /// the tail, or the layout, that `SceneKind::changes` was given.
+    /// What the file holds there now. The last change replaces all up to the end of the file; the
+    /// others put as many bytes in place of the old ones. Views the tail, or the layout, that
+    /// `SceneKind::changes` was given.
     std::string_view oldBytes = {};
     std::vector<Piece> pieces = {};
     /// The message for when the file cannot be positioned there.
@@ -148,6 +152,10 @@ struct SceneTraits {
 /// recovery, building the model, deciding what a write keeps, verification and the journal. Hostile
 /// files must be expected: compare sizes with `SceneInput::size` before believing them.
 ///
+/// The library does not trust the answers. An exception other than `std::bad_alloc`, or an answer
+/// that cannot be right, becomes a finding, and the file stays as it is. Of a `problem` the message
+/// will do; without a code it gets the usual one.
+///
 /// Register a kind by a static `SceneKindFactory<MyKind> factory("ext");`, see
 /// `data/SceneAccessor.h` and `examples/plugin`.
 class METADATA_API SceneKind {
@@ -155,7 +163,7 @@ class METADATA_API SceneKind {
     enum class ScanEnd {
         kComplete,
         kStopped,  ///< because the visitor wanted no more
-        kFailed,   ///< with a finding, told by `SceneVisitor::fail`
+        kFailed,   ///< told by `SceneVisitor::fail`, unless the file could not be read
     };
 
     SceneKind(const SceneKind&) = delete;
@@ -165,15 +173,16 @@ class METADATA_API SceneKind {
     [[nodiscard]] const SceneTraits& traits() const { return fTraits; }
 
     /// Whether the file is a scene of this kind, told by as few bytes as possible. When it is not,
-    /// `problem` gets code and message.
+    /// `problem` gets a message.
     [[nodiscard]] virtual bool recognise(SceneInput& input, Finding& problem) const = 0;
-    /// Tells the visitor each record, and fills in the layout but for its records, or puts one of a
-    /// derived class in its place. Checks all that `recognise` does.
+    /// Tells the visitor each record. Checks all that `recognise` does, first. Changes the layout
+    /// where its defaults do not fit, or puts one of a derived class in its place.
     [[nodiscard]] virtual ScanEnd scan(SceneInput& input, SceneVisitor& visitor,
                                        std::unique_ptr<SceneLayout>& layout) const = 0;
-    /// Takes the bytes of a record apart. Empty when they are none; `problem` then has a code, a
-    /// message and, as far as it can be told, the node. With `nodes`, the text may be left out for
-    /// a node that is not in the set.
+    /// Takes the bytes of a record apart. Empty when they are none; `problem` then has a message
+    /// and, as far as it can be told, the node. With `nodes`, the text may be left out for a node
+    /// that is not in the set. There are no bytes of a record that is not closed, or that could not
+    /// be read.
     [[nodiscard]] virtual std::optional<SceneRecord> parse(const SceneRecordRange& range,
                                                            std::string bytes,
                                                            const std::set<std::string>* nodes,
@@ -182,8 +191,8 @@ class METADATA_API SceneKind {
     /// the record cannot be written for its name.
     [[nodiscard]] virtual bool format(const SceneRecord& record, std::string& bytes) const = 0;
     /// Turns a plan into changes of the file, of which `tail` is everything from `layout.begin` on.
-    /// Empty, with code and message in `problem`, when that cannot be done. In ascending order,
-    /// without overlap.
+    /// Empty, with a message in `problem`, when that cannot be done. In ascending order, without
+    /// overlap.
     [[nodiscard]] virtual std::vector<SceneChange> changes(const SceneLayout& layout,
                                                            std::string_view tail,
                                                            const ScenePlan& plan,
@@ -192,6 +201,9 @@ class METADATA_API SceneKind {
   protected:
     SceneKind() = default;
     explicit SceneKind(SceneTraits traits);
+
+    /// For the first line of `scan`: `recognise`, with its problem told to the visitor.
+    [[nodiscard]] bool isRecognised(SceneInput& input, SceneVisitor& visitor) const;
 
   private:
     SceneTraits fTraits;

@@ -54,7 +54,7 @@ void Findings::add(Findings others) {
 }
 
 void Findings::take(Finding finding) {
-    if (hasRoom(finding.code)) fFindings.push_back(std::move(finding));
+    if (!finding.message.empty() && hasRoom(finding.code)) fFindings.push_back(std::move(finding));
 }
 
 bool Findings::hasRoom(Code code) {

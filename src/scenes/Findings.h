@@ -40,7 +40,7 @@ class Findings {
         return false;
     }
     void add(Findings others);
-    /// Adds a finding that is complete already.
+    /// Adds a finding that is complete already; nothing without a message.
     void take(Finding finding);
     /// Counts findings that somebody else left out.
     void addLeftOut(bool inErrors, std::uint64_t count) { fCounts[inErrors].leftOut += count; }

@@ -11,6 +11,7 @@
 
 #include "files/LockedFile.h"
 #include "files/ReadAhead.h"
+#include "scenes/CheckedKind.h"
 #include "scenes/Findings.h"
 #include "scenes/Inspection.h"
 #include "scenes/LayoutScan.h"
@@ -98,7 +99,7 @@ bool findJournal(const LockedFile::Opening& opening, const std::string& fileName
 
 struct SceneAccessor::State {
     State(SceneAccessor& accessor, std::unique_ptr<const SceneKind> ofFile)
-        : owner(accessor), kind(std::move(ofFile)) {}
+        : owner(accessor), kind(std::make_unique<CheckedKind>(std::move(ofFile))) {}
 
     [[nodiscard]] LockedFile::Opening open(const std::string& fileName, Use use) const {
         return LockedFile::open(fileName, use, {owner.patience(), owner.waitingStops()});
@@ -116,7 +117,7 @@ struct SceneAccessor::State {
                        Findings& findings);
 
     SceneAccessor& owner;
-    const std::unique_ptr<const SceneKind> kind;
+    const std::unique_ptr<const CheckedKind> kind;
     ReadSnapshot snapshot;  // a write replaces what the last read left
     std::mutex writing;     // threads that write take turns
 };

@@ -14,4 +14,11 @@ SceneKind::SceneKind(SceneTraits traits) : fTraits(std::move(traits)) {}
 
 SceneKind::~SceneKind() = default;
 
+bool SceneKind::isRecognised(SceneInput& input, SceneVisitor& visitor) const {
+    Finding problem;
+    if (recognise(input, problem)) return true;
+    if (problem.code == Finding::Code::kOther) problem.code = Finding::Code::kNotAScene;
+    return visitor.fail(problem.code, problem.message, FilePlace{problem.offset, problem.tag});
+}
+
 }  // namespace orbo::Data

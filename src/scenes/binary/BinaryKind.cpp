@@ -170,7 +170,6 @@ class BinaryKind final : public SceneKind {
         found->cannotSeek = chunks.first() ? "Error skipping existing metadata chunks."
                                            : "Error skipping backward size chunk.";
         found->cannotRead = found->cannotSeek;
-        found->size = size.value_or(0);
         found->mainSize = bigEndian(trailer.mainSize(), 8);
         found->trailerSize = bigEndian(trailer.size(), 8);
         layout = std::move(found);

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "scenes/CheckedKind.h"
 #include "scenes/FindingsVisitor.h"
 
 namespace orbo::Data {
@@ -29,12 +30,19 @@ class ReadingVisitor final : public FindingsVisitor {
           fNodes(nodes),
           fBuilder(builder) {}
 
-    [[nodiscard]] std::size_t met() const { return fMet; }
+    /// How many of the last records in the file were met, if they are those that another scan meets
+    /// first.
+    [[nodiscard]] std::optional<std::size_t> met() const {
+        if (!fKind.traits().lastFirst || fHasSkipped) return std::nullopt;
+        return fMet;
+    }
 
     [[nodiscard]] bool wantsMore() const override { return fBuilder.wantsMore(); }
     [[nodiscard]] bool wants(SceneRecord::Kind kind) const override {
-        return kind == SceneRecord::Kind::kStructure ? fBuilder.wantsMore()
-                                                     : fBuilder.wantsAssociations();
+        const bool isWanted = kind == SceneRecord::Kind::kStructure ? fBuilder.wantsMore()
+                                                                    : fBuilder.wantsAssociations();
+        fHasSkipped = fHasSkipped || !isWanted;
+        return isWanted;
     }
     void forget() override {
         fMet = 0;
@@ -63,11 +71,7 @@ class ReadingVisitor final : public FindingsVisitor {
         const bool isThere = fInput.seek(range.begin);
         const auto got = isThere ? fInput.read(bytes.data(), bytes.size()) : std::nullopt;
         if (got && *got == bytes.size()) return true;
-        if (traits.strict) {
-            Finding problem;
-            (void)fKind.parse(range, {}, fNodes, problem);
-            return rejected(range, std::move(problem));
-        }
+        if (traits.strict) return rejected(range, refusalOf(fKind, range));
         return fail(Finding::Code::kFileUnreadable,
                     isThere ? traits.cannotReadRecord : traits.cannotSeekRecord,
                     FilePlace{range.begin, {}});
@@ -87,6 +91,7 @@ class ReadingVisitor final : public FindingsVisitor {
     const std::set<std::string>* fNodes;
     ModelBuilder& fBuilder;
     std::size_t fMet = 0;
+    mutable bool fHasSkipped = false;
 };
 
 }  // namespace

@@ -81,14 +81,6 @@ class StatementScan {
     bool fMetAny = false;
 };
 
-bool failHeader(SceneInput& input, SceneVisitor& visitor) {
-    Finding problem;
-    FileOfInput file(input);
-    if (checkTextSceneHeader(file, problem)) return false;
-    visitor.fail(problem.code, problem.message, FilePlace{problem.offset, {}});
-    return true;
-}
-
 /// See `SceneKind` for what each function does.
 class TextKind final : public SceneKind {
   public:
@@ -101,7 +93,7 @@ class TextKind final : public SceneKind {
 
     [[nodiscard]] ScanEnd scan(SceneInput& input, SceneVisitor& visitor,
                                std::unique_ptr<SceneLayout>& layout) const override {
-        if (failHeader(input, visitor)) return ScanEnd::kFailed;
+        if (!isRecognised(input, visitor)) return ScanEnd::kFailed;
         const bool isWrite = visitor.purpose() == Purpose::kWrite;
         const auto size = input.size();
         if (!size) {
@@ -123,7 +115,6 @@ class TextKind final : public SceneKind {
         }
         auto found = std::make_unique<TextLayout>();
         found->begin = scanner.linesAhead().begin();
-        found->size = *size;
         found->cannotSeek = TextMessages::kSectionSeekFailed;
         found->cannotRead = TextMessages::kSectionReadFailed;
         found->trailer = scanner.trailer();

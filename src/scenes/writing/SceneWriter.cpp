@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/writing/SceneWriter.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
 #include "core/StructureRegistry.h"
+#include "scenes/CheckedKind.h"
 #include "scenes/LayoutScan.h"
 #include "scenes/SceneInputs.h"
 #include "scenes/model/ModelDigest.h"
@@ -73,11 +75,33 @@ bool SceneWriter::compose(Files::File& file, Findings& findings) {
     if (!fLayout || !loadTail(input) || !checkConflict(file, input)) return false;
     ScenePlan plan;
     plan.policy = fSettings.policy;
-    if (!decide(plan)) return false;
+    try {
+        if (!decide(plan)) return false;
+    } catch (const SceneKindFailure& failure) {
+        return fail(refusal(failure.what()));
+    }
     Finding problem;
     fChanges = fKind.changes(*fLayout, fTail, plan, problem);
     if (fChanges.empty()) return fail(std::move(problem));
+    if (!checkOldBytes(input)) return false;
     return !fSettings.policy.verify || verify(input);
+}
+
+// Those in the tail are known to be right.
+bool SceneWriter::checkOldBytes(SceneInput& input) const {
+    for (const SceneChange& change : fChanges) {
+        if (change.offset >= fLayout->begin) break;
+        const auto size =
+            std::min<std::uint64_t>(change.oldBytes.size(), fLayout->begin - change.offset);
+        std::string bytes(static_cast<std::size_t>(size), '\0');
+        const auto got =
+            input.seek(change.offset) ? input.read(bytes.data(), bytes.size()) : std::nullopt;
+        if (!got || *got != size) return fail(refusal(change.seekFailure));
+        if (change.oldBytes.substr(0, bytes.size()) != bytes) {
+            return fail(refusal("The kind of scene made changes of bytes the file lacks."));
+        }
+    }
+    return true;
 }
 
 bool SceneWriter::loadTail(SceneInput& input) {
@@ -128,9 +152,7 @@ bool SceneWriter::checkUnderstood() const {
     if (!fKind.traits().strict) return true;
     for (const SceneLayout::Item& item : fLayout->records) {
         if (item.understood) continue;
-        Finding problem;
-        (void)fKind.parse(item.range, {}, nullptr, problem);
-        return fail(std::move(problem));
+        return fail(refusalOf(fKind, item.range));
     }
     return true;
 }
@@ -175,7 +197,9 @@ bool SceneWriter::format(const Merge::Item& item, ScenePlan& plan) const {
     const bool isStructure = item.kind == Kind::kStructure;
     const Part part = isStructure ? Part::kStructures : item.isScene ? Part::kScene : Part::kNodes;
     if (item.action == Action::kKeep) {
-        plan.entries.push_back({part, &fLayout->records[*item.record], {}});
+        SceneLayout::Item& kept = fLayout->records[*item.record];
+        kept.kept = true;
+        plan.entries.push_back({part, &kept, {}});
         return true;
     }
     plan.entries.push_back({part, nullptr, {}});

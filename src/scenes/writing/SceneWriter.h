@@ -55,6 +55,7 @@ class SceneWriter {
     bool loadTail(SceneInput& input);
     bool checkConflict(Files::File& file, SceneInput& input);
     bool decide(ScenePlan& plan);
+    bool checkOldBytes(SceneInput& input) const;
     bool checkUnderstood() const;
     bool checkNewRecords(const std::set<std::string>& structures,
                          const std::set<std::string>& nodes) const;
