@@ -29,32 +29,32 @@ struct Functions {
 class TamperedKind final : public SceneKind {
   public:
     explicit TamperedKind(const Functions& functions)
-        : SceneKind(TextKind().traits()), fUse(functions) {}
+        : SceneKind(makeTextKind()->traits()), fUse(functions) {}
 
     bool recognise(SceneInput& input, Finding& problem) const override {
-        return fUse.recognise ? fUse.recognise(problem) : fText.recognise(input, problem);
+        return fUse.recognise ? fUse.recognise(problem) : fText->recognise(input, problem);
     }
     ScanEnd scan(SceneInput& input, SceneVisitor& visitor, Layout& layout) const override {
         const bool isTampered = fUse.scan != nullptr;
-        return isTampered ? fUse.scan(visitor, layout) : fText.scan(input, visitor, layout);
+        return isTampered ? fUse.scan(visitor, layout) : fText->scan(input, visitor, layout);
     }
     Record parse(const SceneRecordRange& range, std::string bytes,
                  const std::set<std::string>* nodes, Finding& problem) const override {
         return fUse.parse ? fUse.parse(range, problem)
-                          : fText.parse(range, std::move(bytes), nodes, problem);
+                          : fText->parse(range, std::move(bytes), nodes, problem);
     }
     bool format(const SceneRecord& record, std::string& bytes) const override {
-        return fUse.format ? fUse.format(bytes) : fText.format(record, bytes);
+        return fUse.format ? fUse.format(bytes) : fText->format(record, bytes);
     }
     Changes changes(const SceneLayout& layout, std::string_view tail, const ScenePlan& plan,
                     Finding& problem) const override {
-        Changes changes = fText.changes(layout, tail, plan, problem);
+        Changes changes = fText->changes(layout, tail, plan, problem);
         if (fUse.alterChanges) fUse.alterChanges(changes, problem);
         return changes;
     }
 
   private:
-    const TextKind fText;
+    const std::unique_ptr<const SceneKind> fText = makeTextKind();
     const Functions& fUse;
 };
 
