@@ -1,9 +1,7 @@
 // A kind of scene as a plug-in: a `.meta` file is nothing but metadata, one statement a line.
-//
 //     #meta
 //     structure<TAB>raw<TAB>name=Point:float=x
 //     associations<TAB>raw<TAB>lid<TAB>channel\nname marks\n...
-//
 // Associations name their node behind the format; the scene itself has an empty name. `\\`, `\n`,
 // `\r` and `\t` are escapes. All other lines belong to others, and stay as they are.
 // SPDX-License-Identifier: Apache-2.0
@@ -80,8 +78,7 @@ class MetaFiles final : public SceneKind {
     std::optional<SceneRecord> parse(const SceneRecordRange& range, std::string bytes,
                                      const std::set<std::string>*,
                                      Finding& problem) const override {
-        bytes.resize(bytes.find_last_not_of("\r\n") + 1);
-        bytes += '\n';
+        bytes.replace(bytes.find_last_not_of("\r\n") + 1, std::string::npos, "\n");
         std::string_view line = bytes;
         std::string word;
         SceneRecord record;
@@ -104,34 +101,37 @@ class MetaFiles final : public SceneKind {
         return true;
     }
 
-    // Lines of others stay in front of the record that they are in front of. A new record takes the
-    // place of one that goes, if that one is next.
+    // Lines of others stay in front of the record they are in front of; new records end the file.
     std::vector<SceneChange> changes(const SceneLayout& layout, std::string_view tail,
                                      const ScenePlan& plan, Finding&) const override {
         const char* const lineEnd = tail.substr(kHeader.size(), 1) == "\r" ? "\r" : "";
+        const std::size_t last = tail.size() - (tail.back() == '\n' ? 1 : 0);
         // With the line feed in front of it in place of its own, which the last line may lack.
         const auto lineOf = [&](const SceneRecordRange& range) {
-            const bool isOpen = tail[range.end - 1] != '\n';
-            return tail.substr(range.begin - 1, range.end - range.begin + (isOpen ? 1 : 0));
+            const std::size_t end = range.end == tail.size() ? last : range.end - 1;
+            return tail.substr(range.begin - 1, end - (range.begin - 1));
         };
+        std::vector<std::pair<std::string_view, bool>> lines;  // and whether a new one may go there
+        for (const SceneLayout::Item& item : layout.records) {
+            if (item.understood) lines.emplace_back(lineOf(item.range), !item.kept);
+        }
+        lines.emplace_back(tail.substr(last, 0), true);
         std::string file;
-        std::size_t at = 0;
-        auto next = layout.records.begin();
+        const char* at = tail.data();
+        auto next = lines.begin();
         const auto passNext = [&] {
-            if (next->understood) {
-                file += tail.substr(at, next->range.begin - 1 - at);
-                at = next->range.begin - 1 + lineOf(next->range).size();
-            }
-            ++next;
+            file.append(at, next->first.data());
+            at = next->first.data() + next->first.size();
+            if (!next->first.empty()) ++next;
         };
         for (const auto& [part, old, bytes] : plan.entries) {
-            while (old && at < old->range.begin) passNext();
-            if (!old && next != layout.records.end() && next->understood && !next->kept) passNext();
+            while (old && at <= lineOf(old->range).data()) passNext();
+            if (!old && next->second) passNext();
             file += old ? std::string(lineOf(old->range))
                         : '\n' + bytes.substr(0, bytes.size() - 1) + lineEnd;
         }
-        while (next != layout.records.end()) passNext();
-        file += tail.substr(at);
+        while (!next->first.empty()) passNext();
+        file.append(at, tail.data() + tail.size());
         return {{0, tail, {{file, "Could not write the statements."}}}};
     }
 };

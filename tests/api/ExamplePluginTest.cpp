@@ -182,7 +182,10 @@ TEST_F(ExamplePluginTest, CarriesAnyCharacters) {
     };
     const orbo::RefPtr<Structure> note(new Structure("Note"));
     note->addMember(Member::kString, 1, "text");
-    for (int round = 0; round < 200; ++round) {
+    WritePolicy policy;
+    policy.durable = false;
+    fAccessor->setWritePolicy(policy);
+    for (int round = 0; round < 100; ++round) {
         makeFile(round % 2 ? "#meta\r\n# A comment." : "#meta");
         ASSERT_TRUE(read()) << fErrors;
         fAccessor->setStructures({note.get()});
