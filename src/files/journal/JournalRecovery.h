@@ -42,7 +42,6 @@ class JournalRecovery {
     /// that they are to be restored. `file` must be the one that `look` read.
     std::unique_ptr<File> oldBytesOver(std::unique_ptr<File> file);
 
-    [[nodiscard]] const std::string& journalPath() const { return fJournalPath; }
     /// Describes, for people, what was found or done; empty when there is nothing to tell.
     [[nodiscard]] const std::string& message() const { return fMessage; }
 

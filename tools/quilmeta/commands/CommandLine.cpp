@@ -115,6 +115,8 @@ void CommandLine::add(CLI::App& app, std::unique_ptr<Command> command) {
     fCommands.push_back(std::move(command));
 }
 
+// The callback of a command only notes that it was called. It runs later, so that plug-ins can be
+// loaded first, and so that its exceptions do not pass through CLI11.
 Command* CommandLine::parse(int argc, char** argv, Output& output) {
     try {
         fApp->parse(reversedWords(argc, argv));

@@ -82,6 +82,7 @@ void JsonDocument::write(const ChannelView& channel) {
     fOutput.write(" }");
 }
 
+// Elements are written one by one, because a stream may be larger than the memory for its text.
 void JsonDocument::write(const Data::Stream& stream) {
     fOutput.write("{ \"name\": " + json(stream.name()) +
                   ", \"structure\": " + json(stream.structure().name()) +

@@ -58,6 +58,7 @@ void appendValues(std::string& out, const Part* parts, const Data::Member& membe
 
 }  // namespace
 
+// The keys are the same for all elements, so they are escaped once.
 JsonElement::JsonElement(const Data::Structure& structure) {
     for (const Data::Member& member : structure) {
         std::string key;

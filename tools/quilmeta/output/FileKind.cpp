@@ -67,6 +67,7 @@ bool beginsAsScene(std::string_view head) {
 
 }  // namespace
 
+// A scene is recognised first, because replacing one by mistake costs the most.
 FileKind kindOf(const std::string& path) {
     const std::string head = headOf(path);
     if (beginsAsScene(head) || isScene(path)) return FileKind::kScene;
@@ -74,6 +75,8 @@ FileKind kindOf(const std::string& path) {
     return isDocument(head) ? FileKind::kDocument : FileKind::kOther;
 }
 
+// The library appends ".metadata-journal" to the name of a scene, and more to a journal that it
+// sets aside.
 bool isJournalName(const std::string& path) {
     constexpr std::string_view kSuffix = ".metadata-journal";
     const std::string name = std::filesystem::path(path).filename().string();

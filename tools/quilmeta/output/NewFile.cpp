@@ -58,6 +58,7 @@ NewFile::NewFile(const std::string& path, const std::string& notOver, const Repl
     const std::optional<int> descriptor = descriptorNamed(fPath);
     const bool exists =
         (descriptor ? ::fstat(*descriptor, &there) : ::stat(fPath.c_str(), &there)) == 0;
+    // Other names of the scene are found as well: links, and paths that lead to the same folder.
     if (exists && ::stat(notOver.c_str(), &kept) == 0 && isSameFile(there, kept))
         throw CommandError(inQuotes(path) + " is the scene itself");
     if (exists && S_ISREG(there.st_mode) && there.st_size > 0)
@@ -93,6 +94,7 @@ void NewFile::openDevice(const struct stat& there) {
     if (::fstat(fDescriptor, &opened) != 0 || S_ISREG(opened.st_mode)) throwChanged(fName);
 }
 
+// The bytes go out as they come, and what has gone out cannot be taken back.
 void NewFile::openStream(int descriptor) {
     if (descriptor < 0) throwSystemError(fName);
     fDescriptor = descriptor;
@@ -121,6 +123,8 @@ NewFile::~NewFile() {
     if (!fTemporary.empty()) ::unlink(fTemporary.c_str());
 }
 
+// Only this file is flushed to the disk, not its folder: after a power cut the old file may be
+// back, which is complete as well.
 void NewFile::commit() {
     fOutput->flush();
     if (fTemporary.empty()) return;
@@ -161,6 +165,7 @@ void NewFile::placeOver() {
     if (::rename(fTemporary.c_str(), fPath.c_str()) != 0) throwSystemError(fName);
 }
 
+// Size and time tell whether somebody has written to the file that we decided to replace.
 bool NewFile::isAsSeen(const std::string& path) const {
     struct stat now {};
     return ::lstat(path.c_str(), &now) == 0 && isSameFile(now, *fReplaced) &&

@@ -18,6 +18,7 @@ namespace orbo::Quilmeta {
 namespace {
 
 constexpr std::string_view kIndexTitle = "index";
+// The values of one member stand closer together than the members.
 constexpr size_t kGroupGap = 2;
 constexpr size_t kCellGap = 1;
 
@@ -48,6 +49,7 @@ StreamTable::StreamTable(Output& output, const Data::Stream& stream, size_t inde
       fNumericIndex(stream.indexType() == Data::Index::theTypeName()),
       fIndexWidth(kIndexTitle.size()) {
     for (const Data::Member& member : stream.structure()) {
+        // Numbers are easier to compare when their last digits stand below each other.
         const bool number =
             member.type() != Data::Member::kString && member.type() != Data::Member::kBoolean;
         fGroups.push_back({&member, shownName(member.name()), number, {}});
@@ -101,6 +103,7 @@ void StreamTable::writeHeader() {
     fOutput.write(line.end());
 }
 
+// An element without data has only its index.
 void StreamTable::writeElement(Data::StreamIterator& element) {
     AlignedLine line(fIndent);
     line.add(shownName(element.index().asString()), fIndexWidth, fNumericIndex, 0);

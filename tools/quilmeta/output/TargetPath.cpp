@@ -17,6 +17,7 @@ namespace orbo::Quilmeta {
 
 namespace fs = std::filesystem;
 
+// A number of six digits is beyond what systems allow, and would overflow before long.
 std::optional<int> descriptorNamed(const std::string& path) {
     if (path == "/dev/stdout") return STDOUT_FILENO;
     if (path == "/dev/stderr") return STDERR_FILENO;

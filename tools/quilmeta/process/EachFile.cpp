@@ -77,6 +77,7 @@ Outcome forEachFile(const std::vector<std::string>& files, Purpose purpose,
     return outcome;
 }
 
+// The last handler is for index types, which throw a plain enumeration.
 Outcome guarded(const std::string& file, const std::function<Outcome()>& work) {
     const std::string subject = subjectOf(file);
     try {

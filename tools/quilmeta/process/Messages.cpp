@@ -24,6 +24,7 @@ void complain(std::string_view subject, std::string_view text) {
         lines += safeLine(line) + '\n';
     }
     if (Signals::received() != 0) Signals::ignoreBrokenPipes();
+    // One call for all lines, so that those of other processes do not come between them.
     std::fwrite(lines.data(), 1, lines.size(), stderr);
 }
 

@@ -23,6 +23,7 @@ namespace {
 using Fate = CopyPlan::Fate;
 using StructuresByName = std::map<std::string, const Data::Structure*>;
 
+/// Returns the structures that the file defines and those that its streams use.
 StructuresByName structuresOf(const Data::Accessor& scene) {
     StructuresByName structures;
     for (const Data::Structure* structure : select(scene, {}).structures)
@@ -30,6 +31,7 @@ StructuresByName structuresOf(const Data::Accessor& scene) {
     return structures;
 }
 
+/// Compares a structure with its namesake in the target.
 CopyPlan::StructureCopy copyOf(const Data::Structure& structure, const StructuresByName& target) {
     const auto namesake = target.find(structure.name());
     if (namesake == target.end()) return {RefPtr(&structure), Fate::kAdded, {}, {}};
@@ -44,6 +46,8 @@ bool holdsStreams(const Data::Associations& associations) {
                        [](const Data::Channel& channel) { return !channel.empty(); });
 }
 
+/// Compares a node with its namesake in the target. A node without streams is not in the file, so a
+/// copy adds it.
 CopyPlan::NodeCopy copyOf(const std::string& name, const Data::Associations& associations,
                           const Data::Accessor& target) {
     const auto namesake = target.associations().find(name);
@@ -93,6 +97,7 @@ std::vector<std::string> CopyPlan::differences() const {
     return lines;
 }
 
+// Metadata that could not be read may use any structure.
 std::vector<std::string> CopyPlan::obstacles(const Data::Accessor& target, bool complete) const {
     std::vector<std::string> lines;
     for (const StructureCopy& copy : fStructures) {

@@ -66,6 +66,7 @@ std::vector<std::string> lossesOf(const Data::Associations& ours,
             const std::string place = fmt::format("channel {}, stream {}", inQuotes(channel.name()),
                                                   inQuotes(stream.name()));
             const Data::Stream* namesake = other ? other->findDataStream(stream.name()) : nullptr;
+            // Elements of another structure or index type cannot be compared, so all of them go.
             if (namesake && isAlike(stream, *namesake))
                 addLosses(place, stream, *namesake, lines);
             else

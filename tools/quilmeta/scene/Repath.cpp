@@ -32,6 +32,8 @@ struct PathChange {
     }
 };
 
+/// The table joins its roles and paths into text, so a path with odd characters may come back
+/// changed.
 void demandHeld(const Reference& row, const PathChange& change, const std::string& held) {
     if (held == change.after()) return;
     throw CommandError(fmt::format("node {}, key {}: the table cannot hold the path {}",
@@ -48,6 +50,7 @@ void Repath::add(const std::string& from, const std::string& to) {
 
 std::string Repath::apply(Data::Handle& row) {
     const Reference before = referenceOf(row);
+    // Each path is looked up once in its old form: a new path may begin with another prefix.
     const PathChange path{"path", before.path, fMap.apply(before.path)};
     const PathChange resolved{"resolved", before.resolvedPath, fMap.apply(before.resolvedPath)};
     noteUse(path.before, path.mapped.has_value());

@@ -118,6 +118,7 @@ std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess
     return findings;
 }
 
+// Findings that are not in the errors are about metadata that was read.
 bool isReadable(const std::string& file, const std::set<std::string>& nodes) {
     const auto found = findingsOf(file, &nodes);
     return std::none_of(found.begin(), found.end(), [&](const auto& finding) {
@@ -134,6 +135,7 @@ bool lacksStructure(const std::string& file, const std::string& name) {
     });
 }
 
+// A signal that came while the scene was read ends the command here, with the file untouched.
 void writeScene(const Data::Accessor& scene, const SceneAccess& access) {
     Signals::stopIfReceived();
     std::string errors;
@@ -145,6 +147,7 @@ void writeScene(const Data::Accessor& scene, const SceneAccess& access) {
     complain(scene.fileName(), messagesOf(scene.findings()));
 }
 
+// A few attempts are made even without any patience, because they cost little.
 Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outcome()>& edit) {
     using Clock = std::chrono::steady_clock;
     constexpr int kFewest = 5;

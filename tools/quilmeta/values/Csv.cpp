@@ -37,6 +37,7 @@ class Parser {
         return true;
     }
 
+    // A quote inside such a field is most likely a mistake, as in 3" steel, so it is refused.
     std::string field() {
         if (take("\"")) return quoted();
         size_t end = std::min(fRest.find_first_of(",\n"), fRest.size());
@@ -78,6 +79,7 @@ class Parser {
 }  // namespace
 
 std::vector<CsvRecord> parseCsv(std::string_view text) {
+    // Spreadsheets write this mark in front of the first field.
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
     if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark)
         text.remove_prefix(kByteOrderMark.size());
