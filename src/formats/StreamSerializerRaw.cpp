@@ -24,6 +24,40 @@ namespace orbo::Data {
 
 namespace {
 
+constexpr const char* kValuesDescription =
+    R"(
+Any text after the terminator will not be read.
+
+The format of {INDEX} varies with the type of Index this Stream
+has been defined to accept. In the simplest case it is a number
+corresponding to the array index of the Metadata element. In
+more complex cases it could be a number pair, a string, or even
+a point or vector in space.
+
+The {DATA_AT_INDEX} is a space-separated series of values,
+one per structure member. If a data member has length greater
+than one then each value appears in order together.
+
+Numeric values are formatted as normal, boolean values can be
+0, f, F, false, False, 1, t, T, true, or True with the obvious
+meanings. String values must be enclosed in double quotation
+marks (") and quotation marks and newlines within the string
+must be escaped using the backslash character (\", \n), as
+is the backslash itself (\\) Matrix elements are printed in
+row-major order (R1C1 R1C2 R1C3 R1C4 R2C1 R2C2...)
+
+Here is a sample of a stream 'S1' that uses a structure named
+'X1' with member types integer, string, float[3], and boolean
+	S1
+	X1
+	0
+	12 "Shoulder" 0.0 1.0 0.5 true
+	3
+	88 "Shoulder" -12.3 8.0 2.2 true
+	4
+	1 "Bicep" 17.0 -1.0 3.5 false
+	)";
+
 std::string errorCountText(unsigned int count) {
     return std::to_string(count) + (count > 1 ? " errors" : " error");
 }
@@ -181,39 +215,7 @@ This is followed by pairs of lines of data, one per element:
 	{DATA_AT_INDEX}
 terminated with a line containing the literal text:
 	)" + keyword(kEndStream) +
-                              R"(
-Any text after the terminator will not be read.
-
-The format of {INDEX} varies with the type of Index this Stream
-has been defined to accept. In the simplest case it is a number
-corresponding to the array index of the Metadata element. In
-more complex cases it could be a number pair, a string, or even
-a point or vector in space.
-
-The {DATA_AT_INDEX} is a space-separated series of values,
-one per structure member. If a data member has length greater
-than one then each value appears in order together.
-
-Numeric values are formatted as normal, boolean values can be
-0, f, F, false, False, 1, t, T, true, or True with the obvious
-meanings. String values must be enclosed in double quotation
-marks (") and quotation marks and newlines within the string
-must be escaped using the backslash character (\", \n), as
-is the backslash itself (\\) Matrix elements are printed in
-row-major order (R1C1 R1C2 R1C3 R1C4 R2C1 R2C2...)
-
-Here is a sample of a stream 'S1' that uses a structure named
-'X1' with member types integer, string, float[3], and boolean
-	S1
-	X1
-	0
-	12 "Shoulder" 0.0 1.0 0.5 true
-	3
-	88 "Shoulder" -12.3 8.0 2.2 true
-	4
-	1 "Bicep" 17.0 -1.0 3.5 false
-	)" + keyword(kEndStream) +
-                              "\n");
+                              kValuesDescription + keyword(kEndStream) + "\n");
 }
 
 }  // namespace orbo::Data
