@@ -4,6 +4,7 @@
 #include <data/SceneAccessor.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -80,7 +81,10 @@ class ExamplePluginTest : public testing::Test {
     }
 
     void* const fLibrary;
-    const std::string fName = testing::TempDir() + "example-plugin.meta";
+    // Tests run side by side.
+    const std::string fName = testing::TempDir() +
+                              testing::UnitTest::GetInstance()->current_test_info()->name() +
+                              std::to_string(::getpid()) + ".meta";
     std::unique_ptr<Accessor> fAccessor;
     std::string fErrors;
 };
