@@ -8,7 +8,7 @@
 
 namespace orbo::Quilmeta {
 
-TextTable::TextTable(std::vector<Column> columns) : fWidths(columns.size(), 0) {
+TextTable::TextTable(const std::vector<Column>& columns) : fWidths(columns.size(), 0) {
     std::vector<std::string> titles;
     for (const Column& column : columns) {
         titles.emplace_back(column.title);

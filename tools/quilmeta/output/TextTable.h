@@ -18,7 +18,7 @@ class TextTable {
         size_t widest;  ///< a longer cell sticks out instead of widening the column
     };
 
-    explicit TextTable(std::vector<Column> columns);
+    explicit TextTable(const std::vector<Column>& columns);
     /// Adds a row with a cell for each column. The cells must be safe to show.
     void add(std::vector<std::string> row);
     /// Writes the titles and the rows; writes nothing when there are no rows.

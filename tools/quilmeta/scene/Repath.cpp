@@ -55,7 +55,7 @@ std::string Repath::apply(Data::Handle& row) {
     const PathChange resolved{"resolved", before.resolvedPath, fMap.apply(before.resolvedPath)};
     noteUse(path.before, path.mapped.has_value());
     noteUse(resolved.before, resolved.mapped.has_value());
-    const std::string text = path.text() + resolved.text();
+    std::string text = path.text() + resolved.text();
     if (text.empty()) return text;
     Data::AccessorQuil::ExternalContent::updateEntry(row, path.after(), resolved.after());
     const Reference after = referenceOf(row);
