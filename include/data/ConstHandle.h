@@ -3,8 +3,11 @@
 #pragma once
 
 #include <data/Member.h>
+#include <data/TextArgument.h>
+#include <data/detail/Values.h>
 #include <debug/Export.h>
 
+#include <optional>
 #include <string>
 
 namespace orbo::Data {
@@ -13,34 +16,66 @@ class Handle;
 class Layout;
 class Structure;
 
-/// A cursor on one chunk, as `Handle` is, that can change nothing and owns nothing: it borrows the
-/// chunk and all that describes it, and counts no references. A copy is a few words.
+/// Reads one element, as `Handle` does, but changes nothing and owns nothing. It borrows the
+/// element's values and all that describes them, and counts no references: a copy is a few words.
 ///
-/// One from a stream is good as long as some stream has the storage, and until the element goes,
-/// dense storage grows, or the structure gets new members. One made of a handle is good until that
-/// handle is changed or destroyed.
+///     const ConstHandle element = stream.element(5);
+///     float radius = element.get<float>("radius");
+///     std::array<float, 3> place = element.get<std::array<float, 3>>("place");
+///
+/// A handle from a stream is good until the last stream that shares the elements dies, the element
+/// is removed, dense storage grows, or the structure gets new members. A handle made of another
+/// handle is good until that handle is changed or destroyed.
 class METADATA_API ConstHandle {
   public:
-    /// No members, no data.
+    /// A handle without members and without data.
     ConstHandle() = default;
-    /// On the handle's chunk, at its member.
+    /// Reads the chunk of `handle`, at the same current member.
     ConstHandle(const Handle& handle);  // NOLINT(google-explicit-constructor): reads the same
 
+    /// False when there is no element to read: `stream.element(5)` of a stream without number 5.
     [[nodiscard]] bool hasData() const { return fData != nullptr; }
     /// True for the very structure object, not for an equal one.
     [[nodiscard]] bool usesStructure(const Structure& structure) const {
         return fStructure == &structure;
     }
 
-    /// Both move to the end and return false when there is no such member.
+    /// The member's value as exactly its type: `float` for a float, `int` for an int32. A string
+    /// is a `std::string_view`, good until it is replaced, or a `std::string`. A member of N values
+    /// is a `std::array` of N; N matrices are one of 16 * N numbers, row after row.
+    ///
+    /// Throws `std::invalid_argument`, naming the member, its type and the request, when the
+    /// structure has no such member, its type or length is another, the string is null, or the
+    /// handle has no data. Finds the member by name each time: see `MemberRef` for loops.
+    template <typename T>
+    [[nodiscard]] T get(TextArgument member) const {
+        detail::requireValueType<T>();
+        const char* const values = detail::valuesToGet(*this, member, detail::Value<T>::request);
+        if (detail::hasNullString<T>(values))
+            detail::refuseNullString(detail::ValueCall::kGet, member);
+        return detail::load<T>(values);
+    }
+    /// The same value, or nothing where `get` would throw.
+    template <typename T>
+    [[nodiscard]] std::optional<T> tryGet(TextArgument member) const {
+        detail::requireValueType<T>();
+        const char* const values = detail::findValues(*this, member, detail::Value<T>::request);
+        if (!values || detail::hasNullString<T>(values)) return std::nullopt;
+        return detail::load<T>(values);
+    }
+
+    /// Makes the member the current one, by its place among the members or by its name. Both move
+    /// to the end, where there is no current member, and return false when there is none. A null
+    /// name returns false and moves nothing.
     bool setPositionByMemberIndex(unsigned int index);
-    /// Null returns false and stays.
     bool setPositionByMemberName(const char* name);
-    /// Of the current member; at the end both throw `std::out_of_range` ("Const Member").
+    /// Type and number of values of the current member. Both throw `std::out_of_range` ("Const
+    /// Member") at the end.
     [[nodiscard]] Member::eDataType dataType() const;
     [[nodiscard]] unsigned int dataLength() const;
 
-    /// The current member's first value, or null without data, at the end, or for another type.
+    /// The current member's values, which follow each other in memory. Null without data, at the
+    /// end, and when the member has another type; nothing is converted. A matrix is 16 numbers.
     [[nodiscard]] const void* asType(Member::eDataType type) const {
         return type == Member::kInvalid ? nullptr : valuesOf<void>(type);
     }
@@ -57,6 +92,7 @@ class METADATA_API ConstHandle {
     [[nodiscard]] const short* asInt16() const { return valuesOf<short>(Member::kInt16); }
     [[nodiscard]] const int* asInt32() const { return valuesOf<int>(Member::kInt32); }
     [[nodiscard]] const long long* asInt64() const { return valuesOf<long long>(Member::kInt64); }
+    /// The pointers may be null: a string that nobody has set is.
     [[nodiscard]] const char* const* asString() const {
         return valuesOf<const char*>(Member::kString);
     }
@@ -73,16 +109,21 @@ class METADATA_API ConstHandle {
         return valuesOf<unsigned long long>(Member::kUInt64);
     }
 
-    /// Both false without data; the second true for a name that no member has.
+    /// Whether all values, or those of one member, are as in a new element: false, 0 or a null
+    /// string. Both are false without data; the second is true for a name that no member has.
     [[nodiscard]] bool isDefault() const;
     [[nodiscard]] bool isDefaultMember(const char* name) const;
 
-    /// Value `index` of the current member as text; empty when the member has no such value. At the
-    /// end it throws `std::out_of_range` ("Const Member").
+    /// Value `index` of the current member as text, in the classic locale, floats and doubles with
+    /// six digits; empty when the member has no such value. Throws `std::out_of_range` ("Const
+    /// Member") at the end.
     [[nodiscard]] std::string str(unsigned int index) const;
 
   private:
+    friend class ElementHandle;
     friend class HandleAccess;
+    friend class HandleStep;
+    friend class MemberPlace;
 
     ConstHandle(const Structure* structure, const Layout& layout, const char* data)
         : fStructure(structure), fLayout(&layout), fData(data) {}
@@ -102,7 +143,7 @@ class METADATA_API ConstHandle {
     const Structure* fStructure = nullptr;
     const Layout* fLayout = nullptr;  // the one that fData was made with
     const char* fData = nullptr;
-    // Of the current member, so that access does not look it up. No type at the end.
+    // Those of the current member, so that access does not look it up. No type at the end.
     unsigned long long fOffset = 0;
     Member::eDataType fType = Member::kInvalid;
     unsigned int fIndex = ~0U;

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/TextArgument.h>
+#include <data/detail/IndexKey.h>
 #include <debug/Counted.h>
 #include <debug/Export.h>
 
@@ -21,63 +23,124 @@ class IndexType;
 /// Makes an index from its text form; throws `Index::eCreationErrors` when it cannot.
 using IndexCreator = Index (*)(const std::string& text);
 
-/// Numeric indices sort before all typed ones; values of different types sort by type name.
+/// A number from 0 to 4294967295, or a typed value such as a pair or a string. Numbers sort before
+/// typed values, and typed values of different types by type name.
+///
+///     Index face = 5;                    Index edge(3, 7);
+///     Index joint = IndexString("lid");  Index asText(std::string("5"));
+///     if (face == 5 && edge == IndexPair(3, 7) && joint == "lid") ...
+///
+/// Copying a typed index copies its value, which takes memory; assigning one shares the value.
 class METADATA_API Index : public Counted<Index> {
   public:
-    /// Thrown by value where text is no index.
+    /// Thrown by value where a text is no index.
     enum eCreationErrors { eCreatorNotFound = 0, eMalformedIndex = 1, eTrailingData = 2 };
     using IndexCreator = orbo::Data::IndexCreator;
 
-    /// The number 0. This constructor alone does not count, but the destructor of its index does:
+    /// The number 0. This constructor does not count, but the destructor of its index does:
     /// `objectsAlive` may fall below the number of live indices.
     Index();
     Index(unsigned int number);  // NOLINT(google-explicit-constructor): numbers are indices
-    /// A number in decimal with blanks, tabs and carriage returns around it; throws otherwise.
+    /// The pair of the two numbers, as `IndexPair`: `stream.element({3, 7})`. Throws
+    /// `std::out_of_range` for a number below 0 or above 4294967295.
+    template <typename First, typename Second, detail::IfNumbers<First, Second> = 0>
+    Index(First first, Second second)
+        : Index(pairOf(checked(first), checked(second))) {}
+    /// The number that the text shows, with blanks, tabs and carriage returns around it. Throws
+    /// `eMalformedIndex` for any other text and `eTrailingData` for two numbers.
     Index(const std::string& text);  // NOLINT(google-explicit-constructor): so is their text
-    /// Holds a clone of the value.
+    /// A copy of the typed value.
     Index(const IndexType& value);  // NOLINT(google-explicit-constructor): so are typed values
-    /// Holds a clone of the other's typed value.
     Index(const Index& other);
-    /// Takes over the other's typed value; the other becomes a number.
+    /// Takes the other's typed value; the other becomes a number.
     Index(Index&& other) noexcept;
     ~Index();
 
-    /// Shares the other's typed value, where construction clones it. An index that is assigned to
-    /// itself loses its typed value and becomes the number it last held.
+    /// Shares the other's typed value: changing it through one changes both. An index that is
+    /// assigned to itself loses its typed value and becomes the number it last held.
     Index& operator=(const Index& other);
     Index& operator=(unsigned int number);
 
-    /// 0 for a typed index.
+    /// The index that a plain value names: a number, or a text as `IndexString`. Throws
+    /// `std::out_of_range` for a number below 0 or above 4294967295.
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    [[nodiscard]] static Index of(const Key& key) {
+        if constexpr (detail::isTextKey<Key>) {
+            return ofText(key);
+        } else {
+            return Index(checked(key));
+        }
+    }
+    static const Index& of(const Index& index) { return index; }
+
+    /// The number; 0 for a typed index.
     [[nodiscard]] unsigned int index() const { return fType ? 0 : fNumber; }
     operator unsigned int() const { return index(); }  // NOLINT(google-explicit-constructor)
-    /// The typed value, owned by the index; null for a number.
+    /// The typed value, which the index owns; null for a number.
     [[nodiscard]] const IndexType* complexIndex() const { return fType; }
     [[nodiscard]] IndexType* complexIndex() { return fType; }
     operator IndexType*() { return fType; }  // NOLINT(google-explicit-constructor)
 
+    /// "5", "3 7" or "lid": the text that `doCreate` makes an equal index of.
     [[nodiscard]] std::string asString() const;
+    /// "numeric", "pair", "string", or what a plug-in has registered.
     [[nodiscard]] std::string typeName() const;
     /// "numeric".
     static std::string theTypeName();
 
+    /// Whether dense storage makes sense for such indices.
     [[nodiscard]] bool supportsDenseMode() const;
-    /// Elements from one index to the other, both included, modulo 2^32; 0 when the types differ.
+    /// The number of elements from one index to the other, both included, modulo 2^32; 0 when the
+    /// types differ.
     [[nodiscard]] unsigned int denseSpaceBetween(const Index& other) const;
 
+    /// A number and a typed value are never equal, and neither are values of two types.
     bool operator==(const Index& other) const;
     bool operator!=(const Index& other) const;
     bool operator<(const Index& other) const;
     bool operator<=(const Index& other) const;
     bool operator>(const Index& other) const;
     bool operator>=(const Index& other) const;
+    /// With a number of any type, a text as `IndexString`, or a typed value. A number that no index
+    /// can have, such as -1, equals none.
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    friend bool operator==(const Index& index, const Key& key) {
+        return index.equals(key);
+    }
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    friend bool operator==(const Key& key, const Index& index) {
+        return index.equals(key);
+    }
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    friend bool operator!=(const Index& index, const Key& key) {
+        return !index.equals(key);
+    }
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    friend bool operator!=(const Key& key, const Index& index) {
+        return !index.equals(key);
+    }
+    friend bool operator==(const Index& index, const IndexType& value) {
+        return index.equalsValue(value);
+    }
+    friend bool operator==(const IndexType& value, const Index& index) {
+        return index.equalsValue(value);
+    }
+    friend bool operator!=(const Index& index, const IndexType& value) {
+        return !index.equalsValue(value);
+    }
+    friend bool operator!=(const IndexType& value, const Index& index) {
+        return !index.equalsValue(value);
+    }
 
-    /// Throws `eCreatorNotFound` for a type nobody registered. May be null when null was
-    /// registered.
+    /// The creator of a registered type, null when null was registered. Throws `eCreatorNotFound`
+    /// for a type that nobody registered.
     static IndexCreator creator(const std::string& typeName);
-    /// Throws `eCreatorNotFound` also where null was registered.
+    /// An index of that type from its text form. Throws `eCreatorNotFound` for a type without a
+    /// creator, and what the creator throws.
     static Index doCreate(const std::string& typeName, const std::string& text);
 
-    /// Writes the number; nothing for a typed index.
+    /// The first prints the number, and nothing for a typed index; the second adds the index. Both
+    /// return true.
     static bool Debug(const Index* index, Debug::Print& print);
     static bool Debug(const Index* index, Debug::Footprint& footprint);
     using Counted<Index>::Debug;
@@ -92,6 +155,26 @@ class METADATA_API Index : public Counted<Index> {
     static void deregisterType(const std::string& typeName);
     static Index TypeCreator(const std::string& text);
     static Index take(IndexType* fresh);
+
+    static Index ofText(TextArgument text);
+    static Index pairOf(unsigned int first, unsigned int second);
+    [[noreturn]] static void refuseNumber(bool isNegative, unsigned long long number);
+    template <typename Number>
+    static unsigned int checked(Number number) {
+        if (!detail::isIndexNumber(number))
+            refuseNumber(number < Number(), static_cast<unsigned long long>(number));
+        return static_cast<unsigned int>(number);
+    }
+    template <typename Key>
+    [[nodiscard]] bool equals(const Key& key) const {
+        if constexpr (detail::isTextKey<Key>) {
+            return equalsText(key);
+        } else {
+            return !fType && detail::isIndexNumber(key) && fNumber == static_cast<unsigned>(key);
+        }
+    }
+    [[nodiscard]] bool equalsText(TextArgument text) const;
+    [[nodiscard]] bool equalsValue(const IndexType& value) const;
 
     unsigned int fNumber = 0;
     IndexType* fType = nullptr;  // one reference

@@ -16,6 +16,9 @@
 #include <data/ChannelSerializer.h>
 #include <data/ChannelSerializerRaw.h>
 #include <data/ConstHandle.h>
+#include <data/EditResult.h>
+#include <data/ElementHandle.h>
+#include <data/ElementIndex.h>
 #include <data/ExternalContent.h>
 #include <data/Finding.h>
 #include <data/Handle.h>
@@ -25,6 +28,7 @@
 #include <data/IndexText.h>
 #include <data/IndexType.h>
 #include <data/Member.h>
+#include <data/MemberRef.h>
 #include <data/MemberType.h>
 #include <data/NameIterator.h>
 #include <data/ReadPolicy.h>
@@ -33,6 +37,7 @@
 #include <data/SerializerRaw.h>
 #include <data/Stream.h>
 #include <data/StreamColumn.h>
+#include <data/StreamElements.h>
 #include <data/StreamIterator.h>
 #include <data/StreamIteratorImpl.h>
 #include <data/StreamSerializer.h>
@@ -42,6 +47,7 @@
 #include <data/StructureSerializer.h>
 #include <data/StructureSerializerDebug.h>
 #include <data/StructureSerializerRaw.h>
+#include <data/TextArgument.h>
 #include <data/WritePolicy.h>
 #include <debug/CRTP_Debug.h>
 #include <debug/Checkpointed.h>

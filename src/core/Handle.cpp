@@ -189,6 +189,14 @@ Handle HandleAccess::borrow(const Structure& structure, const Layout& layout, ch
     return Handle(structure, layout, data);
 }
 
+Handle HandleAccess::handleOn(const ElementHandle& element) {
+    if (!element.fStructure) return Handle();
+    Handle handle = borrow(*element.fStructure, *element.fLayout,
+                           const_cast<char*>(element.fData));
+    handle.moveTo(element.fIndex);
+    return handle;
+}
+
 Handle HandleAccess::own(const Structure& structure, const Layout& layout, char* data) {
     Handle handle = borrow(structure, layout, data);
     handle.fOwnsData = true;

@@ -5,6 +5,7 @@
 #include "core/Layout.h"
 
 #include <data/ConstHandle.h>
+#include <data/ElementHandle.h>
 #include <data/Handle.h>
 #include <data/Structure.h>
 
@@ -20,6 +21,12 @@ class HandleAccess {
         if (layout.memberCount() != 0) handle.moveTo(&layout.member(0), 0);
         return handle;
     }
+    /// `look`, on an element that may be changed.
+    static ElementHandle edit(const Structure& structure, const Layout& layout, char* data) {
+        return ElementHandle(look(structure, layout, data));
+    }
+    /// Borrows the element's chunk, at the same member.
+    static Handle handleOn(const ElementHandle& element);
     /// A handle at the first member that owns the chunk.
     static Handle own(const Structure& structure, const Layout& layout, char* data);
     /// Makes a handle of the same structure borrow another chunk; it stays at its member.
@@ -41,6 +48,9 @@ class HandleAccess {
     static char* data(const Handle& handle) { return handle.fData; }
     /// The layout that the data was made with.
     static const Layout& layout(const Handle& handle) { return *handle.fLayout; }
+    static const char* data(const ConstHandle& handle) { return handle.fData; }
+    static const Layout& layout(const ConstHandle& handle) { return *handle.fLayout; }
+    static const Structure* structure(const ConstHandle& handle) { return handle.fStructure; }
     /// Null for a handle that was made without one.
     static const Structure* structure(const Handle& handle) { return handle.fStructure; }
 

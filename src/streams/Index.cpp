@@ -2,10 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <data/Index.h>
+#include <data/IndexPair.h>
+#include <data/IndexString.h>
 #include <data/IndexType.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <stdexcept>
 #include <utility>
 
 #include "debug/ObjectCounter.h"
@@ -55,6 +58,17 @@ Index Index::take(IndexType* fresh) {
     return index;
 }
 
+Index Index::ofText(TextArgument text) { return Index(IndexString(std::string(text.view()))); }
+
+Index Index::pairOf(unsigned int first, unsigned int second) {
+    return Index(IndexPair(first, second));
+}
+
+void Index::refuseNumber(bool isNegative, unsigned long long number) {
+    const std::string shown = isNegative ? "-" + std::to_string(0 - number) : std::to_string(number);
+    throw std::out_of_range("No index can have the number " + shown + ".");
+}
+
 Index::~Index() {
     if (fType) fType->unref();
 }
@@ -97,6 +111,13 @@ unsigned int Index::denseSpaceBetween(const Index& other) const {
 bool Index::operator==(const Index& other) const {
     if (fType && other.fType) return *fType == *other.fType;
     return !fType && !other.fType && fNumber == other.fNumber;
+}
+
+bool Index::equalsValue(const IndexType& value) const { return fType && *fType == value; }
+
+bool Index::equalsText(TextArgument text) const {
+    const auto* const string = dynamic_cast<const IndexString*>(fType);
+    return string && string->indexString() == text.view();
 }
 
 bool Index::operator!=(const Index& other) const {

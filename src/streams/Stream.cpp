@@ -88,6 +88,7 @@ bool Stream::makeUnique() {
 const std::string& Stream::name() const { return impl().name(); }
 const Structure& Stream::structure() const { return impl().structure(); }
 const std::string& Stream::indexType() const { return impl().indexType(); }
+bool Stream::isDense() const { return impl().isDense(); }
 bool Stream::useDefaults() const { return impl().useDefaults(); }
 bool Stream::setUseDefaults(bool use) { return impl().setUseDefaults(use); }
 
@@ -122,6 +123,8 @@ ConstHandle Stream::element(unsigned int number) const {
     impl().syncToRead();
     return HandleAccess::look(impl().structure(), impl().layout(), impl().chunkOf(number));
 }
+
+Handle Stream::nothing() const { return impl().handleOn(nullptr); }
 
 bool Stream::setElement(Index index, const Handle& handle) {
     return impl().setElement(index, handle);

@@ -83,7 +83,10 @@ void StreamMappedIteratorImpl::showTyped() {
     fStorage->syncToRead();
     fAtEnd = fTyped == fStorage->typed().end();
     Stretch stretch;
-    if (!fAtEnd) stretch.chunk = fTyped->second;
+    if (!fAtEnd) {
+        stretch.chunk = fTyped->second;
+        stretch.typed = &fTyped->first;
+    }
     enter(stretch, *fStorage);
 }
 

@@ -1,0 +1,89 @@
+// The index of an element that a walk over a stream has come to.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/Index.h>
+#include <debug/Export.h>
+
+#include <string>
+
+namespace orbo::Data {
+
+/// Stands for an `Index`, without the cost of one: a copy is two words. It is good until its element
+/// is removed; `Index kept = index;` keeps the index for good.
+///
+///     for (auto [index, element] : stream.elements()) {
+///         if (index == 5 || index == "lid") std::cout << index.asString() << '\n';
+///     }
+class METADATA_API ElementIndex {
+  public:
+    /// The number 0.
+    ElementIndex() = default;
+    /// A copy that lives on its own.
+    operator Index() const;  // NOLINT(google-explicit-constructor): it is that index
+
+    /// As the functions of these names in `Index`.
+    [[nodiscard]] unsigned int index() const { return fNumber; }
+    [[nodiscard]] const IndexType* complexIndex() const {
+        return fTyped ? fTyped->complexIndex() : nullptr;
+    }
+    [[nodiscard]] std::string asString() const;
+    [[nodiscard]] std::string typeName() const;
+
+    /// With a number of any type, a text as `IndexString`, a typed value, an `Index`, or another
+    /// one of these.
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    friend bool operator==(const ElementIndex& index, const Key& key) {
+        return index.equals(key);
+    }
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    friend bool operator==(const Key& key, const ElementIndex& index) {
+        return index.equals(key);
+    }
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    friend bool operator!=(const ElementIndex& index, const Key& key) {
+        return !index.equals(key);
+    }
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    friend bool operator!=(const Key& key, const ElementIndex& index) {
+        return !index.equals(key);
+    }
+    friend bool operator==(const ElementIndex& index, const IndexType& value) {
+        return index.fTyped && *index.fTyped == value;
+    }
+    friend bool operator!=(const ElementIndex& index, const IndexType& value) {
+        return !(index == value);
+    }
+    friend bool operator==(const ElementIndex& index, const Index& other) {
+        return index.fTyped ? *index.fTyped == other : other == index.fNumber;
+    }
+    friend bool operator!=(const ElementIndex& index, const Index& other) {
+        return !(index == other);
+    }
+    friend bool operator==(const ElementIndex& index, const ElementIndex& other) {
+        return other.fTyped ? index == *other.fTyped : index == other.fNumber;
+    }
+    friend bool operator!=(const ElementIndex& index, const ElementIndex& other) {
+        return !(index == other);
+    }
+
+  private:
+    template <typename Handle>
+    friend class StreamElements;
+
+    ElementIndex(unsigned int number, const Index* typed) : fNumber(number), fTyped(typed) {}
+
+    template <typename Key>
+    [[nodiscard]] bool equals(const Key& key) const {
+        if constexpr (detail::isTextKey<Key>) {
+            return fTyped && *fTyped == key;
+        } else {
+            return !fTyped && detail::isIndexNumber(key) && fNumber == static_cast<unsigned>(key);
+        }
+    }
+
+    unsigned int fNumber = 0;
+    const Index* fTyped = nullptr;  // in the storage; null for a number
+};
+
+}  // namespace orbo::Data

@@ -1,0 +1,123 @@
+// A member of a structure that is looked up once and then used with many elements.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/ConstHandle.h>
+#include <data/ElementHandle.h>
+#include <data/Handle.h>
+#include <data/TextArgument.h>
+#include <data/detail/Values.h>
+#include <debug/Export.h>
+#include <debug/RefPtr.h>
+
+#include <optional>
+
+namespace orbo::Data {
+
+class Layout;
+class Structure;
+
+/// Where `MemberRef` finds its values; of no use to programs.
+class METADATA_API MemberPlace {
+  protected:
+    MemberPlace(const Structure& structure, TextArgument member, detail::ValueRequest request);
+    MemberPlace(const MemberPlace& other);
+    MemberPlace& operator=(const MemberPlace& other);
+    ~MemberPlace();
+
+    /// The first value. Throws `std::invalid_argument` where the element has no such member.
+    template <typename AnyHandle>
+    [[nodiscard]] const char* valuesIn(const AnyHandle& element) const {
+        const Layout* const layout = layoutOf(element);
+        if (layout == fLayoutSeen && element.fData) return element.fData + fOffset;
+        return lookUp(element.fStructure, layout, element.fData);
+    }
+    /// The same, or null.
+    [[nodiscard]] const char* findIn(const ConstHandle& element) const;
+    [[nodiscard]] TextArgument name() const;
+
+  private:
+    static const Layout* layoutOf(const ConstHandle& element) { return element.fLayout; }
+    static const Layout* layoutOf(const Handle& element) { return element.fLayout.get(); }
+    [[nodiscard]] const char* lookUp(const Structure* structure, const Layout* layout,
+                                     const char* data) const;
+
+    RefPtr<const Structure> fStructure;
+    RefPtr<const Layout> fLayout;  // the one that the member was found in
+    const Layout* fLayoutSeen;     // the same, at hand
+    unsigned long long fOffset;
+    detail::ValueRequest fRequest;
+};
+
+/// Saves the look-up by name that `get` and `set` make each time: in a loop over a stream it costs
+/// what a pointer costs. `T` is one of the types that `ConstHandle::get` takes. Keeps the structure
+/// alive. Any number of threads may use one object at once.
+///
+///     const MemberRef<float> radius(stream.structure(), "radius");
+///     for (auto [index, element] : stream.elements()) {
+///         if (radius(element) > 1) radius.set(element, 1.0F);
+///     }
+///
+/// It works with every handle and iterator on elements of that structure object, and throws
+/// `std::invalid_argument` for elements of another one, even an equal one. When members are added
+/// to the structure later it still works, but looks the member up by name again each time.
+template <typename T>
+class MemberRef : private MemberPlace {
+  public:
+    /// Throws `std::invalid_argument`, naming the member, its type and the request, when the
+    /// structure has no such member or it is not exactly a `T`.
+    MemberRef(const Structure& structure, TextArgument member)
+        : MemberPlace(structure, member, detail::Value<T>::request) {
+        detail::requireValueType<T>();
+    }
+
+    /// The element's value: `radius(element)` or `radius.get(element)`. Throws
+    /// `std::invalid_argument` for elements of other structures, without data, and for null
+    /// strings. A `std::string_view` is good until the string is replaced.
+    template <typename Element>
+    [[nodiscard]] T operator()(const Element& element) const {
+        return loadFrom(valuesIn(handleOf(element)));
+    }
+    template <typename Element>
+    [[nodiscard]] T get(const Element& element) const {
+        return (*this)(element);
+    }
+    /// The same value, or nothing where `get` would throw.
+    template <typename Element>
+    [[nodiscard]] std::optional<T> tryGet(const Element& element) const {
+        const char* const values = findIn(handleOf(element));
+        if (!values || detail::hasNullString<T>(values)) return std::nullopt;
+        return detail::load<T>(values);
+    }
+
+    /// Sets the element's value, through a handle on it or an iterator. Throws as `get` does, and
+    /// as `Handle::set` does for texts; the element then has its old value.
+    void set(const ElementHandle& element, const T& value) const { storeTo(element, value); }
+    void set(Handle& element, const T& value) const { storeTo(element, value); }
+    void set(Handle&& element, const T& value) const { storeTo(element, value); }
+    template <typename Iterator>
+    auto set(Iterator&& place, const T& value) const -> decltype(place.index(), void()) {
+        storeTo(*place, value);
+    }
+
+  private:
+    static const ConstHandle& handleOf(const ConstHandle& element) { return element; }
+    static const Handle& handleOf(const Handle& element) { return element; }
+    template <typename Iterator>
+    static auto handleOf(const Iterator& place) -> decltype((place.index(), *place)) {
+        return *place;
+    }
+
+    T loadFrom(const char* values) const {
+        if (detail::hasNullString<T>(values))
+            detail::refuseNullString(detail::ValueCall::kMemberRef, name());
+        return detail::load<T>(values);
+    }
+    template <typename AnyHandle>
+    void storeTo(const AnyHandle& element, const T& value) const {
+        detail::store(const_cast<char*>(valuesIn(element)), value, detail::ValueCall::kMemberRef,
+                      name());
+    }
+};
+
+}  // namespace orbo::Data
