@@ -68,7 +68,7 @@ class METADATA_API ElementIndex {
     }
 
   private:
-    template <typename Handle>
+    template <typename Element>
     friend class StreamElements;
 
     ElementIndex(unsigned int number, const Index* typed) : fNumber(number), fTyped(typed) {}

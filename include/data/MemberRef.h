@@ -28,9 +28,8 @@ class METADATA_API MemberPlace {
     /// The first value. Throws `std::invalid_argument` where the element has no such member.
     template <typename AnyHandle>
     [[nodiscard]] const char* valuesIn(const AnyHandle& element) const {
-        const Layout* const layout = layoutOf(element);
-        if (layout == fLayoutSeen && element.fData) return element.fData + fOffset;
-        return lookUp(element.fStructure, layout, element.fData);
+        if (layoutOf(element) == fLayoutSeen && element.fData) return element.fData + fOffset;
+        refuse(element.fStructure, element.fData);
     }
     /// The same, or null.
     [[nodiscard]] const char* findIn(const ConstHandle& element) const;
@@ -39,8 +38,7 @@ class METADATA_API MemberPlace {
   private:
     static const Layout* layoutOf(const ConstHandle& element) { return element.fLayout; }
     static const Layout* layoutOf(const Handle& element) { return element.fLayout.get(); }
-    [[nodiscard]] const char* lookUp(const Structure* structure, const Layout* layout,
-                                     const char* data) const;
+    [[noreturn]] void refuse(const Structure* structure, const char* data) const;
 
     RefPtr<const Structure> fStructure;
     RefPtr<const Layout> fLayout;  // the one that the member was found in
@@ -58,9 +56,9 @@ class METADATA_API MemberPlace {
 ///         if (radius(element) > 1) radius.set(element, 1.0F);
 ///     }
 ///
-/// It works with every handle and iterator on elements of that structure object, and throws
-/// `std::invalid_argument` for elements of another one, even an equal one. When members are added
-/// to the structure later it still works, but looks the member up by name again each time.
+/// It works with every handle and iterator on elements of that structure object. Make it when the
+/// structure has all its members: elements of another structure, even an equal one, and of a
+/// structure that has got members since, are refused with `std::invalid_argument`.
 template <typename T>
 class MemberRef : private MemberPlace {
   public:

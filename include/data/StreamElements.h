@@ -8,47 +8,58 @@
 #include <debug/Export.h>
 
 #include <cstddef>
-#include <string>  // has the iterator categories; <iterator> takes a compiler long
+#include <string>  // it has the iterator categories; <iterator> takes a compiler long
+#include <utility>
 
 namespace orbo::Data {
 
 class StreamImpl;
-class StreamIteratorImpl;
-
-class HandleStep {
-  public:
-    static void advance(ConstHandle& handle, std::size_t bytes) { handle.fData += bytes; }
-};
 
 /// Where `StreamElements` finds the elements; of no use to programs. Keeps the storage alive.
-class METADATA_API ElementWalk {
+class METADATA_API ElementPlaces {
   public:
     /// Elements with consecutive numbers, whose chunks lie at equal distances.
     struct Stretch {
-        ElementHandle first;
-        std::size_t step = 0;  // bytes from one chunk to the next
+        const char* chunk = nullptr;
         unsigned int number = 0;
-        unsigned int left = 0;         // elements behind the first
-        const Index* typed = nullptr;  // the index of an element that has no number
-        bool isEnd = true;             // behind the last element
+        unsigned int left = 0;  // elements behind the first
     };
+    /// An element whose index is no number, and its chunk.
+    using Typed = std::pair<const Index, char*>;
 
-    explicit ElementWalk(const StreamImpl& storage);
-    ElementWalk(const ElementWalk&) = delete;
-    ElementWalk& operator=(const ElementWalk&) = delete;
-    ~ElementWalk();
-
-    /// The stretch that the elements begin with, and the one behind the last that was given.
-    [[nodiscard]] Stretch first();
-    [[nodiscard]] Stretch next();
+    explicit ElementPlaces(const StreamImpl& storage);
+    ElementPlaces(const ElementPlaces&) = delete;
+    ElementPlaces& operator=(const ElementPlaces&) = delete;
+    ~ElementPlaces();
 
   private:
+    template <typename Element>
+    friend class StreamElements;
+    class Collector;
+
     const StreamImpl& fStorage;
-    StreamIteratorImpl* fPlace = nullptr;  // owned
+    ElementHandle fBlank;      // for the elements, without data
+    std::size_t fStep = 0;     // bytes from one chunk of a stretch to the next
+    const Stretch* fStretch;   // the first
+    const Stretch* fEnd;       // behind the last
+    const Typed* const* fTyped;     // the first of those behind the numbers, with null at their end
+    const Typed* const* fTypedEnd;  // at the null
+    Stretch fAll;                     // dense storage needs no other
+    Collector* fCollector = nullptr;  // owned; keeps those of mapped storage
 };
 
-/// What `Stream::elements` returns: a range of pairs of an index and an element, in index order. A
-/// step of the loop costs what a step along an array costs where elements have consecutive numbers.
+/// Moves the handle of a loop; of no use to programs.
+class HandleStep {
+  public:
+    static void advance(ConstHandle& handle, std::size_t bytes) { handle.fData += bytes; }
+    static void point(ConstHandle& handle, const char* chunk) { handle.fData = chunk; }
+};
+
+/// What `Stream::elements` returns: a range of pairs of an index and an element, in index order.
+///
+/// In dense storage a step costs what a step along an array costs. In mapped storage making the
+/// range takes a few bytes for each gap between the numbers and for each typed index, and the time
+/// to look at them; it throws `std::bad_alloc` when memory runs out.
 ///
 ///     for (auto [index, element] : stream.elements()) {
 ///         std::cout << index.asString() << ": " << element.get<float>("radius") << '\n';
@@ -59,18 +70,19 @@ class METADATA_API ElementWalk {
 /// elements do (see `Stream`), and the index until the element is removed.
 ///
 /// Inside the loop values may be read and set. Elements must not be added or removed, and the
-/// structure must not get members, until the loop has ended. The range keeps the elements alive, so
-/// that the stream itself may be a temporary. It serves one loop at a time.
-template <typename Handle>
+/// structure must not get members, as long as the range is used. The range keeps the elements
+/// alive, so that the stream itself may be a temporary.
+template <typename Element>
 class StreamElements {
   public:
     /// One pair.
     struct value_type {
         ElementIndex index;
-        Handle element;
+        Element element;
     };
 
-    /// Passes along the range once. Only `begin` and `end` of one range may be compared.
+    /// Goes from pair to pair; good as long as the range is. Only iterators of one range may be
+    /// compared.
     class iterator {
       public:
         using iterator_category = std::input_iterator_tag;
@@ -79,8 +91,8 @@ class StreamElements {
         using pointer = const value_type*;
         using reference = const value_type&;
 
-        /// The end of every range.
         iterator() = default;
+        /// The pair is the iterator's own, and another one after the next step.
         const value_type& operator*() const { return fNow; }
         const value_type* operator->() const { return &fNow; }
         iterator& operator++() {
@@ -88,8 +100,12 @@ class StreamElements {
                 --fLeft;
                 ++fNow.index.fNumber;
                 HandleStep::advance(fNow.element, fStep);
+            } else if (fStretch == fEnd) {
+                ++fTyped;
+                enter();
             } else {
-                enter(fWalk->next());
+                ++fStretch;
+                enter();
             }
             return *this;
         }
@@ -98,35 +114,51 @@ class StreamElements {
             ++*this;
             return before;
         }
-        bool operator==(const iterator& other) const { return fWalk == other.fWalk; }
-        bool operator!=(const iterator& other) const { return fWalk != other.fWalk; }
+        bool operator==(const iterator& other) const {
+            return fStretch == other.fStretch && fTyped == other.fTyped && fLeft == other.fLeft;
+        }
+        bool operator!=(const iterator& other) const { return !(*this == other); }
 
       private:
         friend class StreamElements;
-        explicit iterator(ElementWalk& walk) : fWalk(&walk) { enter(walk.first()); }
-        void enter(const ElementWalk::Stretch& stretch) {
-            if (stretch.isEnd) fWalk = nullptr;
-            fNow = {ElementIndex(stretch.number, stretch.typed), stretch.first};
-            fStep = stretch.step;
-            fLeft = stretch.left;
+        iterator(const ElementPlaces& places, const ElementPlaces::Stretch* stretch,
+                 const ElementPlaces::Typed* const* typed)
+            : fNow{ElementIndex(), Element(places.fBlank)},
+              fStep(places.fStep),
+              fStretch(stretch),
+              fEnd(places.fEnd),
+              fTyped(typed) {
+            enter();
+        }
+        void enter() {
+            if (fStretch != fEnd) {
+                fLeft = fStretch->left;
+                fNow.index = ElementIndex(fStretch->number, nullptr);
+                HandleStep::point(fNow.element, fStretch->chunk);
+            } else if (*fTyped) {
+                fNow.index = ElementIndex(0, &(*fTyped)->first);
+                HandleStep::point(fNow.element, (*fTyped)->second);
+            }
         }
 
         value_type fNow;
         std::size_t fStep = 0;
         unsigned int fLeft = 0;
-        ElementWalk* fWalk = nullptr;  // null at the end
+        const ElementPlaces::Stretch* fStretch = nullptr;
+        const ElementPlaces::Stretch* fEnd = nullptr;
+        const ElementPlaces::Typed* const* fTyped = nullptr;
     };
     using const_iterator = iterator;
 
-    /// Starts again each time, and ends a loop that is under way.
-    [[nodiscard]] iterator begin() const { return iterator(fWalk); }
-    [[nodiscard]] iterator end() const { return iterator(); }
+    [[nodiscard]] iterator begin() const { return iterator(fPlaces, fPlaces.fStretch, fPlaces.fTyped); }
+    [[nodiscard]] iterator end() const { return iterator(fPlaces, fPlaces.fEnd, fPlaces.fTypedEnd); }
+    [[nodiscard]] bool empty() const { return begin() == end(); }
 
   private:
     friend class Stream;
-    explicit StreamElements(const StreamImpl& storage) : fWalk(storage) {}
+    explicit StreamElements(const StreamImpl& storage) : fPlaces(storage) {}
 
-    mutable ElementWalk fWalk;
+    ElementPlaces fPlaces;
 };
 
 }  // namespace orbo::Data

@@ -4,7 +4,6 @@
 
 #include <data/Handle.h>
 #include <data/Index.h>
-#include <data/StreamElements.h>
 #include <debug/Export.h>
 #include <debug/RefPtr.h>
 
@@ -62,8 +61,7 @@ class METADATA_API StreamIteratorImpl {
         char* chunk = nullptr;
         std::size_t step = 0;  // bytes from one chunk to the next
         unsigned int number = 0;
-        unsigned int last = 0;         // the number where it ends
-        const Index* typed = nullptr;  // the index of an element that has no number
+        unsigned int last = 0;  // the number where it ends
     };
 
     StreamIteratorImpl() = default;
@@ -86,13 +84,7 @@ class METADATA_API StreamIteratorImpl {
     bool fAtEnd = true;
 
   private:
-    friend class ElementWalk;
-
     [[noreturn]] static void refuse();
-    /// The current element and those behind it, for a walk that counts them itself.
-    [[nodiscard]] ElementWalk::Stretch restOfStretch(const StreamImpl& storage) const;
-    /// Goes to the last element of the stretch.
-    void passStretch();
     /// Whether storage and structure are as they were when the stretch was entered, and the handle
     /// shows the element. The changes come first: the structure may be gone with them.
     [[nodiscard]] bool isUpToDate() const {

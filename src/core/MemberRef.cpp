@@ -30,25 +30,18 @@ TextArgument MemberPlace::name() const {
 }
 
 const char* MemberPlace::findIn(const ConstHandle& element) const {
-    if (element.fLayout == fLayoutSeen && element.fData) return element.fData + fOffset;
-    if (!element.usesStructure(*fStructure)) return nullptr;
-    return detail::findValues(element, name(), fRequest);
+    return element.fLayout == fLayoutSeen && element.fData ? element.fData + fOffset : nullptr;
 }
 
-// The chunk has another layout: the structure has changed since, or it is another one.
-const char* MemberPlace::lookUp(const Structure* structure, const Layout* layout,
-                                const char* data) const {
-    const std::string member(name().view());
+void MemberPlace::refuse(const Structure* structure, const char* data) const {
+    const std::string_view member = name().view();
     if (!data) refuseUse(member, fRequest, "the handle has no data; there may be no such element");
-    if (structure != fStructure.get()) {
-        const std::string other = structure ? structure->name() : "";
-        refuseUse(member, fRequest,
-                  "the element is of structure \"" + other + "\", and the member of another, \"" +
-                      fStructure->name() + "\"");
-    }
-    const Member* const found = memberNamed(*layout, member);
-    if (found && fits(*found, fRequest)) return data + found->offset();
-    refuseUse(member, fRequest, "the structure no longer has such a member");
+    if (structure == fStructure.get())
+        refuseUse(member, fRequest, "the structure has got other members since this was made");
+    const std::string other = structure ? structure->name() : "";
+    refuseUse(member, fRequest,
+              "the element is of structure \"" + other + "\", and the member of another, \"" +
+                  fStructure->name() + "\"");
 }
 
 }  // namespace orbo::Data

@@ -83,10 +83,7 @@ void StreamMappedIteratorImpl::showTyped() {
     fStorage->syncToRead();
     fAtEnd = fTyped == fStorage->typed().end();
     Stretch stretch;
-    if (!fAtEnd) {
-        stretch.chunk = fTyped->second;
-        stretch.typed = &fTyped->first;
-    }
+    if (!fAtEnd) stretch.chunk = fTyped->second;
     enter(stretch, *fStorage);
 }
 
