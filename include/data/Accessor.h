@@ -3,15 +3,16 @@
 #pragma once
 
 #include <data/Associations.h>
+#include <data/Callback.h>
 #include <data/Finding.h>
+#include <data/Milliseconds.h>
 #include <data/ReadPolicy.h>
 #include <data/WritePolicy.h>
+#include <data/detail/UniquePtr.h>
 #include <debug/Export.h>
+#include <debug/OwnedPtr.h>
 
-#include <chrono>
-#include <functional>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -87,11 +88,11 @@ class METADATA_API Accessor {
     [[nodiscard]] const std::string& fileName() const;
 
     /// How long to wait for other programs that read or write the file; 10 seconds unless set.
-    [[nodiscard]] std::chrono::milliseconds patience() const;
-    void setPatience(std::chrono::milliseconds patience);
+    [[nodiscard]] Milliseconds patience() const;
+    void setPatience(Milliseconds patience);
     /// While it waits, it asks this some times a second; true ends the wait as the end of its
     /// patience would. May be empty.
-    void stopWaitingWhen(std::function<bool()> condition);
+    void stopWaitingWhen(Callback<bool()> condition);
     /// Whether the last `write` was refused because the file's metadata is no longer what was read.
     /// Reading it again and repeating the edit is the way out.
     [[nodiscard]] bool metConflict() const;
@@ -106,7 +107,7 @@ class METADATA_API Accessor {
 
     /// False before the first `read` and after one that failed: there is nothing to write then.
     [[nodiscard]] bool lastReadSucceeded() const;
-    [[nodiscard]] const std::function<bool()>& waitingStops() const;
+    [[nodiscard]] const Callback<bool()>& waitingStops() const;
     /// What `metConflict` is to tell.
     void setMetConflict(bool conflict) const;
     /// For implementations of reading and writing. An implementation that leaves none has one made
@@ -121,12 +122,12 @@ class METADATA_API Accessor {
 
     /// For `check`, or another way to read: does what `read` does, but calls `implementation` in
     /// place of `readImplementation`.
-    bool readBy(const std::function<bool(std::string& errors)>& implementation,
+    bool readBy(const Callback<bool(std::string& errors)>& implementation,
                 const std::string& fileName, std::string& errors);
 
   private:
     struct Impl;
-    std::unique_ptr<Impl> fImpl;
+    OwnedPtr<Impl> fImpl;
 };
 
 }  // namespace orbo::Data

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <data/Accessor.h>
+#include <data/detail/UniquePtr.h>
 #include <debug/Export.h>
 
-#include <memory>
 #include <string>
 
 namespace orbo::Data {
@@ -22,15 +22,14 @@ class METADATA_API AccessorFactoryBase {
     /// Without regard to case. An extension that is served already stays with the earlier factory;
     /// an empty one is not registered.
     explicit AccessorFactoryBase(const std::string& extension);
+    static std::unique_ptr<Accessor> owned(Accessor* accessor);
 };
 
 template <typename T>
 class AccessorFactory : public AccessorFactoryBase {
   public:
     explicit AccessorFactory(const std::string& extension) : AccessorFactoryBase(extension) {}
-    [[nodiscard]] std::unique_ptr<Accessor> create() override {
-        return std::unique_ptr<Accessor>(new T);
-    }
+    [[nodiscard]] std::unique_ptr<Accessor> create() override { return owned(new T); }
 };
 
 }  // namespace orbo::Data

@@ -4,8 +4,7 @@
 
 #include <data/Attach.h>
 #include <debug/Export.h>
-
-#include <memory>
+#include <debug/RefPtr.h>
 
 namespace orbo::Data {
 
@@ -26,7 +25,8 @@ class METADATA_API AttachDirectly : public Attach {
     bool deleteMetadata() override;
 
   private:
-    std::shared_ptr<Associations> fMetadata;
+    struct Shared;
+    RefPtr<Shared> fMetadata;
 };
 
 }  // namespace orbo::Data

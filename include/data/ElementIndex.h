@@ -9,8 +9,8 @@
 
 namespace orbo::Data {
 
-/// Stands for an `Index`, without the cost of one: a copy is two words. It is good until its element
-/// is removed; `Index kept = index;` keeps the index for good.
+/// Stands for an `Index`, without the cost of one: a copy is two words. It is good until its
+/// element is removed; `Index kept = index;` keeps the index for good.
 ///
 ///     for (auto [index, element] : stream.elements()) {
 ///         if (index == 5 || index == "lid") std::cout << index.asString() << '\n';

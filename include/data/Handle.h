@@ -72,8 +72,8 @@ class METADATA_API Handle : public Counted<Handle> {
     ///
     /// Throws `std::invalid_argument`, naming the member, its type and the request, when the
     /// structure has no such member, its type or length is another, the handle has no data, or a
-    /// text is a null pointer or has a NUL in it; `std::bad_alloc` when memory runs out. The element
-    /// then has its old values.
+    /// text is a null pointer or has a NUL in it; `std::bad_alloc` when memory runs out. The
+    /// element then has its old values.
     template <typename T>
     void set(TextArgument member, const T& value) {
         detail::requireValueType<T>();

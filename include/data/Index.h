@@ -44,8 +44,7 @@ class METADATA_API Index : public Counted<Index> {
     /// The pair of the two numbers, as `IndexPair`: `stream.element({3, 7})`. Throws
     /// `std::out_of_range` for a number below 0 or above 4294967295.
     template <typename First, typename Second, detail::IfNumbers<First, Second> = 0>
-    Index(First first, Second second)
-        : Index(pairOf(checked(first), checked(second))) {}
+    Index(First first, Second second) : Index(pairOf(checked(first), checked(second))) {}
     /// The number that the text shows, with blanks, tabs and carriage returns around it. Throws
     /// `eMalformedIndex` for any other text and `eTrailingData` for two numbers.
     Index(const std::string& text);  // NOLINT(google-explicit-constructor): so is their text

@@ -44,12 +44,12 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     using CRTP_IndexType<IndexString>::operator<=;
     using CRTP_IndexType<IndexString>::operator>;
     using CRTP_IndexType<IndexString>::operator>=;
-    bool operator==(const IndexString& other) const { return text() == other.text(); }
-    bool operator!=(const IndexString& other) const { return text() != other.text(); }
-    bool operator<(const IndexString& other) const { return text() < other.text(); }
-    bool operator<=(const IndexString& other) const { return text() <= other.text(); }
-    bool operator>(const IndexString& other) const { return text() > other.text(); }
-    bool operator>=(const IndexString& other) const { return text() >= other.text(); }
+    bool operator==(const IndexString& other) const;
+    bool operator!=(const IndexString& other) const;
+    bool operator<(const IndexString& other) const;
+    bool operator<=(const IndexString& other) const;
+    bool operator>(const IndexString& other) const;
+    bool operator>=(const IndexString& other) const;
 
     static const std::string myTypeName;  ///< "string"
     static IndexRegistration myRegistration;

@@ -11,6 +11,7 @@
 #include <data/AssociationsSerializerRaw.h>
 #include <data/Attach.h>
 #include <data/AttachDirectly.h>
+#include <data/Callback.h>
 #include <data/Channel.h>
 #include <data/ChannelIterator.h>
 #include <data/ChannelSerializer.h>
@@ -30,6 +31,7 @@
 #include <data/Member.h>
 #include <data/MemberRef.h>
 #include <data/MemberType.h>
+#include <data/Milliseconds.h>
 #include <data/NameIterator.h>
 #include <data/ReadPolicy.h>
 #include <data/Recovery.h>
@@ -55,6 +57,7 @@
 #include <debug/Counted.h>
 #include <debug/Export.h>
 #include <debug/Footprint.h>
+#include <debug/OwnedPtr.h>
 #include <debug/Print.h>
 #include <debug/RefCounted.h>
 #include <debug/RefPtr.h>

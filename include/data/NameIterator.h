@@ -3,10 +3,10 @@
 #pragma once
 
 #include <debug/Export.h>
+#include <debug/OwnedPtr.h>
 
 #include <cstddef>
-#include <iterator>
-#include <memory>
+#include <string>  // it has the iterator categories; <iterator> takes a compiler long
 
 namespace orbo::Debug {
 class Footprint;
@@ -58,7 +58,7 @@ class METADATA_API NameIterator {
     [[nodiscard]] const Impl& impl() const { return *fImpl; }
 
   private:
-    std::unique_ptr<Impl> fImpl;
+    OwnedPtr<Impl> fImpl;
 };
 
 }  // namespace orbo::Data

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/Callback.h>
+#include <data/Milliseconds.h>
 #include <debug/Export.h>
 
-#include <chrono>
-#include <functional>
 #include <string>
 
 namespace orbo::Data {
@@ -35,23 +35,22 @@ struct METADATA_API Recovery {
     /// Changes nothing. Both wait that long for others that have the file in use.
     /// `stopsWaiting` is as in `Accessor::stopWaitingWhen`.
     static Recovery inspect(const std::string& fileName,
-                            std::chrono::milliseconds patience = std::chrono::seconds(10),
-                            const std::function<bool()>& stopsWaiting = {});
+                            Milliseconds patience = Milliseconds(10'000),
+                            const Callback<bool()>& stopsWaiting = {});
     /// No writer is at work on the file, as far as there are no locks to tell.
-    static Recovery run(const std::string& fileName,
-                        std::chrono::milliseconds patience = std::chrono::seconds(10),
-                        const std::function<bool()>& stopsWaiting = {});
+    static Recovery run(const std::string& fileName, Milliseconds patience = Milliseconds(10'000),
+                        const Callback<bool()>& stopsWaiting = {});
 
     /// The same for a file that was moved, or renamed, without its journal, which still lies where
     /// the file was. Nothing needs to be at the old name any more; if another file is there that
     /// the journal explains as well, the journal stays for that one. A journal that does not fit
     /// (`kOrphaned`) is left where it is.
     static Recovery inspectMoved(const std::string& oldName, const std::string& fileName,
-                                 std::chrono::milliseconds patience = std::chrono::seconds(10),
-                                 const std::function<bool()>& stopsWaiting = {});
+                                 Milliseconds patience = Milliseconds(10'000),
+                                 const Callback<bool()>& stopsWaiting = {});
     static Recovery runMoved(const std::string& oldName, const std::string& fileName,
-                             std::chrono::milliseconds patience = std::chrono::seconds(10),
-                             const std::function<bool()>& stopsWaiting = {});
+                             Milliseconds patience = Milliseconds(10'000),
+                             const Callback<bool()>& stopsWaiting = {});
 };
 
 }  // namespace orbo::Data

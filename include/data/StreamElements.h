@@ -38,13 +38,13 @@ class METADATA_API ElementPlaces {
     class Collector;
 
     const StreamImpl& fStorage;
-    ElementHandle fBlank;      // for the elements, without data
-    std::size_t fStep = 0;     // bytes from one chunk of a stretch to the next
-    const Stretch* fStretch;   // the first
-    const Stretch* fEnd;       // behind the last
+    ElementHandle fBlank;           // for the elements, without data
+    std::size_t fStep = 0;          // bytes from one chunk of a stretch to the next
+    const Stretch* fStretch;        // the first
+    const Stretch* fEnd;            // behind the last
     const Typed* const* fTyped;     // the first of those behind the numbers, with null at their end
     const Typed* const* fTypedEnd;  // at the null
-    Stretch fAll;                     // dense storage needs no other
+    Stretch fAll;                   // dense storage needs no other
     Collector* fCollector = nullptr;  // owned; keeps those of mapped storage
 };
 
@@ -150,8 +150,12 @@ class StreamElements {
     };
     using const_iterator = iterator;
 
-    [[nodiscard]] iterator begin() const { return iterator(fPlaces, fPlaces.fStretch, fPlaces.fTyped); }
-    [[nodiscard]] iterator end() const { return iterator(fPlaces, fPlaces.fEnd, fPlaces.fTypedEnd); }
+    [[nodiscard]] iterator begin() const {
+        return iterator(fPlaces, fPlaces.fStretch, fPlaces.fTyped);
+    }
+    [[nodiscard]] iterator end() const {
+        return iterator(fPlaces, fPlaces.fEnd, fPlaces.fTypedEnd);
+    }
     [[nodiscard]] bool empty() const { return begin() == end(); }
 
   private:

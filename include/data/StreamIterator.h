@@ -6,10 +6,10 @@
 #include <data/Index.h>
 #include <data/StreamIteratorImpl.h>
 #include <debug/Export.h>
+#include <debug/OwnedPtr.h>
 
 #include <cstddef>
-#include <iterator>
-#include <memory>
+#include <string>  // it has the iterator categories; <iterator> takes a compiler long
 
 namespace orbo::Data {
 
@@ -50,7 +50,7 @@ class METADATA_API StreamIterator {
 
     bool operator==(const StreamIterator& other) const { return !(*this != other); }
     bool operator!=(const StreamIterator& other) const {
-        if (!fImpl || !other.fImpl) return fImpl != other.fImpl;
+        if (!fImpl || !other.fImpl) return fImpl.get() != other.fImpl.get();
         return *fImpl != *other.fImpl;
     }
 
@@ -71,7 +71,7 @@ class METADATA_API StreamIterator {
   private:
     [[noreturn]] static void refuse(const char* problem);
 
-    std::unique_ptr<StreamIteratorImpl> fImpl;
+    OwnedPtr<StreamIteratorImpl> fImpl;
 };
 
 }  // namespace orbo::Data

@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 
 namespace orbo::Data {
@@ -27,7 +26,8 @@ class METADATA_API StreamIteratorImpl {
     virtual ~StreamIteratorImpl();
     StreamIteratorImpl& operator=(const StreamIteratorImpl&) = delete;
 
-    [[nodiscard]] virtual std::unique_ptr<StreamIteratorImpl> clone() const = 0;
+    /// A new one at the same place, which the caller owns.
+    [[nodiscard]] virtual StreamIteratorImpl* clone() const = 0;
     /// Throws `std::out_of_range` when the iterator was made without a storage.
     [[nodiscard]] Handle& handle() {
         if (!fHandle) refuse();

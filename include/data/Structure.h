@@ -7,9 +7,9 @@
 #include <debug/Checkpointed.h>
 #include <debug/Counted.h>
 #include <debug/Export.h>
+#include <debug/OwnedPtr.h>
 #include <debug/RefCounted.h>
 
-#include <memory>
 #include <set>
 
 namespace orbo::Data {
@@ -105,7 +105,7 @@ class METADATA_API Structure : public RefCounted, public Checkpointed, public Co
     friend class StructureRegistry;
 
     struct Impl;
-    std::unique_ptr<Impl> fImpl;
+    OwnedPtr<Impl> fImpl;
 };
 
 }  // namespace orbo::Data

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <debug/Export.h>
+#include <debug/OwnedPtr.h>
 
-#include <memory>
-#include <ostream>
+#include <iosfwd>
 #include <string>
 
 namespace orbo::Debug {
@@ -62,7 +62,7 @@ class METADATA_API Print {
 
   private:
     struct State;
-    std::unique_ptr<State> fState;
+    OwnedPtr<State> fState;
 };
 
 }  // namespace orbo::Debug

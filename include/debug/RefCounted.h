@@ -4,8 +4,6 @@
 
 #include <debug/Export.h>
 
-#include <atomic>
-
 namespace orbo {
 
 namespace Debug {
@@ -20,7 +18,7 @@ class METADATA_API RefCounted {
     void ref() const;
     void unref() const;
 
-    [[nodiscard]] int refCount() const { return fRefCount.load(); }
+    [[nodiscard]] int refCount() const { return __atomic_load_n(&fRefCount, __ATOMIC_SEQ_CST); }
     [[nodiscard]] bool isShared() const { return refCount() > 1; }
 
     static bool Debug(const RefCounted* object, Debug::Footprint& footprint);
@@ -34,7 +32,7 @@ class METADATA_API RefCounted {
     virtual ~RefCounted();
 
   private:
-    mutable std::atomic<int> fRefCount{0};
+    mutable int fRefCount = 0;  // changed atomically; <atomic> takes a compiler long
 };
 
 }  // namespace orbo

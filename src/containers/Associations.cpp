@@ -9,6 +9,8 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
+
 namespace orbo::Data {
 
 Associations::Associations() : Associations(nullptr) {}

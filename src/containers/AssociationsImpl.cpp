@@ -8,6 +8,8 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
+
 namespace orbo::Data {
 
 AssociationsImpl::AssociationsImpl() = default;

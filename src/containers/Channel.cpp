@@ -10,6 +10,8 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
+
 namespace orbo::Data {
 
 Channel::Channel() : Channel("Unnamed") {}

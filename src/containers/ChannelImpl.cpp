@@ -10,6 +10,7 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
 #include <stdexcept>
 #include <utility>
 

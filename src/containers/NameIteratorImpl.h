@@ -6,6 +6,7 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
 #include <stdexcept>
 #include <string>
 
@@ -46,11 +47,11 @@ class NameIterator<Iterator, Part>::Impl {
 };
 
 template <typename Iterator, typename Part>
-NameIterator<Iterator, Part>::NameIterator() : fImpl(std::make_unique<Impl>()) {}
+NameIterator<Iterator, Part>::NameIterator() : fImpl(new Impl) {}
 
 template <typename Iterator, typename Part>
 NameIterator<Iterator, Part>::NameIterator(const NameIterator& other)
-    : fImpl(std::make_unique<Impl>(other.impl())) {}
+    : fImpl(new Impl(other.impl())) {}
 
 template <typename Iterator, typename Part>
 NameIterator<Iterator, Part>& NameIterator<Iterator, Part>::operator=(const NameIterator& other) {

@@ -5,6 +5,7 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
 #include <stdexcept>
 #include <utility>
 
@@ -191,8 +192,7 @@ Handle HandleAccess::borrow(const Structure& structure, const Layout& layout, ch
 
 Handle HandleAccess::handleOn(const ElementHandle& element) {
     if (!element.fStructure) return Handle();
-    Handle handle = borrow(*element.fStructure, *element.fLayout,
-                           const_cast<char*>(element.fData));
+    Handle handle = borrow(*element.fStructure, *element.fLayout, const_cast<char*>(element.fData));
     handle.moveTo(element.fIndex);
     return handle;
 }

@@ -3,6 +3,7 @@
 #include <data/Structure.h>
 
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "core/StructureImpl.h"
@@ -46,7 +47,7 @@ const Layout& Layout::of(const Structure& structure) { return *presentOf(structu
 
 Structure::Structure() : Structure(static_cast<const char*>(nullptr)) {}
 
-Structure::Structure(const char* name) : fImpl(std::make_unique<Impl>(name)) {}
+Structure::Structure(const char* name) : fImpl(new Impl(name)) {}
 
 // Makes an empty structure and assigns to it, because a copy takes two ticks of the checkpoint.
 Structure::Structure(const Structure& other)

@@ -5,6 +5,7 @@
 #include <debug/Print.h>
 
 #include <cstdio>
+#include <ostream>
 #include <string>
 
 #include "core/DataTypes.h"

@@ -6,6 +6,7 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
 #include <stdexcept>
 
 #include <string>

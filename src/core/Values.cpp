@@ -66,8 +66,9 @@ const char* valuesOf(detail::ValueCall call, const ConstHandle& handle, TextArgu
     if (const char* const values = detail::findValues(handle, member, request)) return values;
     const bool hasData = handle.hasData();
     refuse(call, member, typeText(request),
-           hasData ? problemOf(HandleAccess::layout(handle), member, HandleAccess::structure(handle))
-                   : "the handle has no data; there may be no such element");
+           hasData
+               ? problemOf(HandleAccess::layout(handle), member, HandleAccess::structure(handle))
+               : "the handle has no data; there may be no such element");
 }
 
 }  // namespace

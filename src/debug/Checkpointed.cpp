@@ -5,6 +5,7 @@
 #include <debug/Print.h>
 
 #include <atomic>
+#include <ostream>
 #include <string>
 
 #include "debug/StartUp.h"

@@ -3,6 +3,7 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
 #include <string>
 
 namespace orbo::Debug {

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <map>
+#include <ostream>
 #include <utility>
 
 namespace orbo::Debug {

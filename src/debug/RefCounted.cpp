@@ -4,11 +4,24 @@
 #include <debug/Print.h>
 #include <debug/RefCounted.h>
 
+#include <ostream>
 #include <string>
 
 #include "debug/OneThread.h"
 
 namespace orbo {
+
+namespace {
+
+// Adds and returns what was there, without a locked instruction while there is one thread.
+int fetchAdd(int& count, int more) noexcept {
+    if (!hasOneThread()) return __atomic_fetch_add(&count, more, __ATOMIC_SEQ_CST);
+    const int before = __atomic_load_n(&count, __ATOMIC_RELAXED);
+    __atomic_store_n(&count, before + more, __ATOMIC_RELAXED);
+    return before;
+}
+
+}  // namespace
 
 RefCounted::~RefCounted() = default;
 

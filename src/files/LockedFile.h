@@ -17,9 +17,8 @@ namespace orbo::Files {
 /// How long to wait for others.
 struct Patience {
     Patience() = default;
-    template <typename Count, typename Period>
     // mostly it is just a time
-    Patience(std::chrono::duration<Count, Period> time, std::function<bool()> condition = {})
+    Patience(std::chrono::milliseconds time, std::function<bool()> condition = {})
         : longest(time), isOver(std::move(condition)) {}
 
     std::chrono::milliseconds longest{0};

@@ -59,8 +59,8 @@ struct Accessor::Impl {
     AssociationsMap associations;
     WritePolicy writePolicy;
     ReadPolicy readPolicy;
-    std::chrono::milliseconds patience = std::chrono::seconds(10);
-    std::function<bool()> waitingStops;
+    Milliseconds patience = Milliseconds(10'000);
+    Callback<bool()> waitingStops;
     bool lastReadSucceeded = false;
     bool metConflict = false;
     std::vector<Finding> findings;
@@ -72,7 +72,7 @@ bool Accessor::StructureNameLessThan::operator()(const Structure* left,
     return std::strcmp(nameOf(*left), nameOf(*right)) < 0;
 }
 
-Accessor::Accessor() : fImpl(std::make_unique<Impl>()) {}
+Accessor::Accessor() : fImpl(new Impl) {}
 
 Accessor::~Accessor() = default;
 
@@ -89,7 +89,7 @@ bool Accessor::read(const std::string& fileName, const std::set<std::string>* st
         fileName, errors);
 }
 
-bool Accessor::readBy(const std::function<bool(std::string& errors)>& implementation,
+bool Accessor::readBy(const Callback<bool(std::string& errors)>& implementation,
                       const std::string& fileName, std::string& errors) {
     const StructureRegistry::SetAside callersStructures;
     // Any failure from here on, exceptions included, leaves the accessor empty.
@@ -168,15 +168,15 @@ void Accessor::setMetConflict(bool conflict) const { fImpl->metConflict = confli
 
 bool Accessor::metConflict() const { return fImpl->metConflict; }
 
-std::chrono::milliseconds Accessor::patience() const { return fImpl->patience; }
+Milliseconds Accessor::patience() const { return fImpl->patience; }
 
-void Accessor::setPatience(std::chrono::milliseconds patience) { fImpl->patience = patience; }
+void Accessor::setPatience(Milliseconds patience) { fImpl->patience = patience; }
 
-void Accessor::stopWaitingWhen(std::function<bool()> condition) {
+void Accessor::stopWaitingWhen(Callback<bool()> condition) {
     fImpl->waitingStops = std::move(condition);
 }
 
-const std::function<bool()>& Accessor::waitingStops() const { return fImpl->waitingStops; }
+const Callback<bool()>& Accessor::waitingStops() const { return fImpl->waitingStops; }
 
 const WritePolicy& Accessor::writePolicy() const { return fImpl->writePolicy; }
 

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <data/AccessorFactory.h>
 
+#include <iterator>
 #include <map>
+#include <memory>
 
 #include "core/Ascii.h"
 #include "debug/StartUp.h"
@@ -29,6 +31,10 @@ Registry& registry() {
 AccessorFactoryBase::AccessorFactoryBase(const std::string& extension) {
     Registry& factories = registry();
     if (!extension.empty()) factories.emplace(Ascii::lower(extension), this);
+}
+
+std::unique_ptr<Accessor> AccessorFactoryBase::owned(Accessor* accessor) {
+    return std::unique_ptr<Accessor>(accessor);
 }
 
 AccessorFactoryBase::~AccessorFactoryBase() {

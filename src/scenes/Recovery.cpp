@@ -72,13 +72,13 @@ Recovery inspectionOf(const LockedFile::Opening& opening, const std::string& fil
     return recovery;
 }
 
-Recovery Recovery::inspect(const std::string& fileName, std::chrono::milliseconds patience,
-                           const std::function<bool()>& stopsWaiting) {
+Recovery Recovery::inspect(const std::string& fileName, Milliseconds patience,
+                           const Callback<bool()>& stopsWaiting) {
     return inspectionOf(LockedFile::inspect(fileName, {patience, stopsWaiting}), fileName);
 }
 
-Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds patience,
-                       const std::function<bool()>& stopsWaiting) {
+Recovery Recovery::run(const std::string& fileName, Milliseconds patience,
+                       const Callback<bool()>& stopsWaiting) {
     // Read-only users normally have nothing to recover.
     Recovery found = inspect(fileName, patience, stopsWaiting);
     if (found.done || found.state == State::kRefused) return found;
@@ -91,14 +91,14 @@ Recovery Recovery::run(const std::string& fileName, std::chrono::milliseconds pa
 }
 
 Recovery Recovery::inspectMoved(const std::string& oldName, const std::string& fileName,
-                                std::chrono::milliseconds patience,
-                                const std::function<bool()>& stopsWaiting) {
+                                Milliseconds patience,
+                                const Callback<bool()>& stopsWaiting) {
     return recoveryOf(MovedRecovery::inspect(oldName, fileName, {patience, stopsWaiting}));
 }
 
 Recovery Recovery::runMoved(const std::string& oldName, const std::string& fileName,
-                            std::chrono::milliseconds patience,
-                            const std::function<bool()>& stopsWaiting) {
+                            Milliseconds patience,
+                            const Callback<bool()>& stopsWaiting) {
     return recoveryOf(MovedRecovery::run(oldName, fileName, {patience, stopsWaiting}));
 }
 

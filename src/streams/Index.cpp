@@ -8,6 +8,7 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
 #include <stdexcept>
 #include <utility>
 
@@ -65,7 +66,8 @@ Index Index::pairOf(unsigned int first, unsigned int second) {
 }
 
 void Index::refuseNumber(bool isNegative, unsigned long long number) {
-    const std::string shown = isNegative ? "-" + std::to_string(0 - number) : std::to_string(number);
+    const std::string shown =
+        isNegative ? "-" + std::to_string(0 - number) : std::to_string(number);
     throw std::out_of_range("No index can have the number " + shown + ".");
 }
 

@@ -5,6 +5,7 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
 #include <tuple>
 
 #include "debug/ObjectCounter.h"

@@ -5,6 +5,8 @@
 #include <debug/Footprint.h>
 #include <debug/Print.h>
 
+#include <ostream>
+
 #include "debug/ObjectCounter.h"
 
 namespace orbo::Data {
@@ -33,6 +35,13 @@ void IndexString::hold(std::string_view text, bool owns) noexcept {
     fSize = text.size() & kLargest;
     fOwnsText = owns;
 }
+
+bool IndexString::operator==(const IndexString& other) const { return text() == other.text(); }
+bool IndexString::operator!=(const IndexString& other) const { return text() != other.text(); }
+bool IndexString::operator<(const IndexString& other) const { return text() < other.text(); }
+bool IndexString::operator<=(const IndexString& other) const { return text() <= other.text(); }
+bool IndexString::operator>(const IndexString& other) const { return text() > other.text(); }
+bool IndexString::operator>=(const IndexString& other) const { return text() >= other.text(); }
 
 IndexString::~IndexString() {
     if (fOwnsText) delete[] fText;

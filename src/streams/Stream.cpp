@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <new>
+#include <ostream>
 #include <utility>
 
 #include "core/DataTypes.h"

@@ -17,8 +17,8 @@ StreamDenseIteratorImpl::StreamDenseIteratorImpl(const StreamDenseIteratorImpl& 
     if (fStorage) show(number());
 }
 
-std::unique_ptr<StreamIteratorImpl> StreamDenseIteratorImpl::clone() const {
-    return std::make_unique<StreamDenseIteratorImpl>(*this);
+StreamIteratorImpl* StreamDenseIteratorImpl::clone() const {
+    return new StreamDenseIteratorImpl(*this);
 }
 
 Index StreamDenseIteratorImpl::index() const {

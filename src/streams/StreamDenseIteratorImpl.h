@@ -16,7 +16,7 @@ class StreamDenseIteratorImpl : public StreamIteratorImpl {
     StreamDenseIteratorImpl(const StreamImplDense& storage, bool begin);
     StreamDenseIteratorImpl(const StreamDenseIteratorImpl& other);
 
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> clone() const override;
+    [[nodiscard]] StreamIteratorImpl* clone() const override;
     /// 4294967295 at the end.
     [[nodiscard]] Index index() const override;
 

@@ -28,8 +28,8 @@ EditResult missing(const Index& index) {
 EditResult notEmpty(const Stream& stream, const char* part) {
     const unsigned int count = stream.elementCount();
     return EditResult("The stream has " + std::to_string(count) +
-                      (count == 1 ? " element" : " elements") + ", and only an empty one changes its " +
-                      part + ".");
+                      (count == 1 ? " element" : " elements") +
+                      ", and only an empty one changes its " + part + ".");
 }
 
 EditResult otherStructure(const Structure* handles, const Structure& streams) {

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <ostream>
 #include <utility>
 
 #include "debug/ObjectCounter.h"

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <ostream>
 #include <utility>
 
 #include "debug/ObjectCounter.h"

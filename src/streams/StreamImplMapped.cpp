@@ -7,6 +7,7 @@
 #include <debug/Print.h>
 
 #include <iterator>
+#include <ostream>
 #include <utility>
 #include <vector>
 

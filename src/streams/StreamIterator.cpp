@@ -9,8 +9,8 @@ namespace orbo::Data {
 
 namespace {
 
-std::unique_ptr<StreamIteratorImpl> copyOf(const std::unique_ptr<StreamIteratorImpl>& impl) {
-    return impl ? impl->clone() : nullptr;
+OwnedPtr<StreamIteratorImpl> copyOf(const OwnedPtr<StreamIteratorImpl>& impl) {
+    return OwnedPtr<StreamIteratorImpl>(impl ? impl->clone() : nullptr);
 }
 
 }  // namespace
@@ -23,7 +23,7 @@ StreamIterator& StreamIterator::operator=(StreamIterator&& other) noexcept = def
 StreamIterator::~StreamIterator() = default;
 
 StreamIterator& StreamIterator::operator=(const StreamIterator& other) {
-    if (fImpl != other.fImpl) fImpl = copyOf(other.fImpl);
+    if (fImpl.get() != other.fImpl.get()) fImpl = copyOf(other.fImpl);
     return *this;
 }
 
@@ -31,7 +31,7 @@ void StreamIterator::refuse(const char* problem) { throw std::runtime_error(prob
 
 // By contract the result moves on, and this iterator does not.
 StreamIterator StreamIterator::operator++(int) {
-    StreamIterator next(impl().clone().release());
+    StreamIterator next(impl().clone());
     ++next;
     return next;
 }

@@ -36,8 +36,8 @@ void StreamMappedIteratorImpl::showAgain() {
     enter(removed, *fStorage);
 }
 
-std::unique_ptr<StreamIteratorImpl> StreamMappedIteratorImpl::clone() const {
-    return std::make_unique<StreamMappedIteratorImpl>(*this);
+StreamIteratorImpl* StreamMappedIteratorImpl::clone() const {
+    return new StreamMappedIteratorImpl(*this);
 }
 
 Index StreamMappedIteratorImpl::index() const {

@@ -17,7 +17,7 @@ class StreamMappedIteratorImpl : public StreamIteratorImpl {
     StreamMappedIteratorImpl(const StreamImplMapped& storage, bool begin);
     StreamMappedIteratorImpl(const StreamMappedIteratorImpl& other);
 
-    [[nodiscard]] std::unique_ptr<StreamIteratorImpl> clone() const override;
+    [[nodiscard]] StreamIteratorImpl* clone() const override;
     /// 0 at the end.
     [[nodiscard]] Index index() const override;
 

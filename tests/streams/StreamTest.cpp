@@ -147,8 +147,9 @@ TEST(EmptyStreamIteratorTest, SaysThatItWalksNothing) {
     EXPECT_THAT([&] { *std::as_const(it); }, throws("No const Stream Iterator implementation"));
     EXPECT_THAT([&] { (void)it.index(); }, throws("No const Stream Iterator implementation"));
     EXPECT_THAT([&] { (void)dense.handle(); }, throws("Iterator not at a valid position"));
-    EXPECT_THAT([] { (void)StreamMappedIteratorImpl().clone()->handle(); },
-                throws("Iterator not at a valid position"));
+    EXPECT_THAT(
+        [] { (void)OwnedPtr<StreamIteratorImpl>(StreamMappedIteratorImpl().clone())->handle(); },
+        throws("Iterator not at a valid position"));
 }
 
 }  // namespace

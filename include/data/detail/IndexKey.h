@@ -17,9 +17,8 @@ constexpr bool isNumberKey = std::is_integral_v<Key>;
 template <typename Key>
 using IfIndexKey = std::enable_if_t<isTextKey<Key> || isNumberKey<Key>, int>;
 template <typename First, typename Second>
-using IfOneIsKey = std::enable_if_t<isTextKey<First> || isNumberKey<First> || isTextKey<Second> ||
-                                        isNumberKey<Second>,
-                                    int>;
+using IfOneIsKey = std::enable_if_t<
+    isTextKey<First> || isNumberKey<First> || isTextKey<Second> || isNumberKey<Second>, int>;
 template <typename First, typename Second>
 using IfNumbers = std::enable_if_t<isNumberKey<First> && isNumberKey<Second>, int>;
 

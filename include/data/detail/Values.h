@@ -43,7 +43,8 @@ struct Value {
     static constexpr ValueRequest request{valueTypeOf<T>(), 0};
 };
 template <typename T>
-struct Value<T, std::enable_if_t<std::tuple_size<T>::value != 0, std::void_t<typename T::value_type>>> {
+struct Value<
+    T, std::enable_if_t<std::tuple_size<T>::value != 0, std::void_t<typename T::value_type>>> {
     static constexpr bool isList = true;
     static constexpr ValueRequest request{valueTypeOf<typename T::value_type>(),
                                           std::tuple_size<T>::value};

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <data/MetaData.h>
 
+#include <memory>
 #include <sstream>
 
 using namespace orbo::Data;

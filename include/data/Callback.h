@@ -1,0 +1,61 @@
+// A function of the program that the library calls.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <debug/RefCounted.h>
+#include <debug/RefPtr.h>
+
+#include <type_traits>
+#include <utility>
+
+namespace orbo::Data {
+
+template <typename Signature>
+class Callback;
+
+/// Made of anything that can be called so: a lambda, a function, a `std::function`. It is one of
+/// those, but costs a compiler much less than `<functional>`. Copies share the function and what it
+/// has captured.
+///
+///     accessor->stopWaitingWhen([&] { return isCancelled.load(); });
+template <typename Result, typename... Arguments>
+class Callback<Result(Arguments...)> {
+  public:
+    /// Calls nothing.
+    Callback() = default;
+    /// An empty `std::function` and a null pointer call nothing either.
+    template <typename Function,
+              typename = std::enable_if_t<!std::is_same_v<Function, Callback> &&
+                                          std::is_invocable_r_v<Result, Function&, Arguments...>>>
+    // NOLINTNEXTLINE(google-explicit-constructor): it is that function
+    Callback(Function function) {
+        if constexpr (!std::is_empty_v<Function> && std::is_constructible_v<bool, Function&>) {
+            if (!static_cast<bool>(function)) return;
+        }
+        fTarget = RefPtr<const Target>(new Holder<Function>(std::move(function)));
+    }
+
+    /// False when there is nothing to call.
+    explicit operator bool() const { return static_cast<bool>(fTarget); }
+    /// Calls the function, and gives a default result when there is none.
+    Result operator()(Arguments... arguments) const {
+        return fTarget ? fTarget->call(std::forward<Arguments>(arguments)...) : Result();
+    }
+
+  private:
+    struct Target : RefCounted {
+        virtual Result call(Arguments... arguments) const = 0;
+    };
+    template <typename Function>
+    struct Holder final : Target {
+        explicit Holder(Function wrapped) : function(std::move(wrapped)) {}
+        Result call(Arguments... arguments) const override {
+            return function(std::forward<Arguments>(arguments)...);
+        }
+        mutable Function function;
+    };
+
+    RefPtr<const Target> fTarget;
+};
+
+}  // namespace orbo::Data
