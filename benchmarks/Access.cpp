@@ -1,5 +1,8 @@
 // What it costs to come to the values of elements that are there.
 // SPDX-License-Identifier: Apache-2.0
+#include <data/MemberRef.h>
+
+#include <array>
 #include <numeric>
 
 #include "Bench.h"
@@ -8,6 +11,8 @@ using namespace orbo::Benchmarks;
 using orbo::Data::Stream;
 
 namespace {
+
+using Values = std::array<float, 12>;
 
 float walk(Stream& stream) {
     float sum = 0;
@@ -21,6 +26,18 @@ float walk(Stream& stream) {
 float walk(const orbo::Data::StreamColumn<float>& column) {
     float sum = 0;
     for (unsigned i = 0; i < column.size(); ++i) sum += *column[i];
+    return sum;
+}
+
+float walkPairs(const Stream& stream) {
+    float sum = 0;
+    for (auto [index, element] : stream.elements()) sum += *element.asFloat();
+    return sum;
+}
+
+float walkPairs(const Stream& stream, const orbo::Data::MemberRef<Values>& values) {
+    float sum = 0;
+    for (auto [index, element] : stream.elements()) sum += values(element)[0];
     return sum;
 }
 
@@ -45,6 +62,10 @@ int main() {
     benchmark::DoNotOptimize(stride);  // known at run time only
     const auto column = dense.column<float>("values");
     require(walk(column) == walkRaw(first, stride), "the column");
+    const orbo::Data::MemberRef<Values> values(dense.structure(), "values");
+    require(walkPairs(dense, values) == walkRaw(first, stride), "the member");
+    require(walkPairs(dense) == walkRaw(first, stride) && walkPairs(mapped) == walkPairs(dense),
+            "pairs");
     require(walk(dense) == walkRaw(first, stride) && walk(mapped) == walk(dense), "sums");
 
     Bench bench(41, kElements);
@@ -53,10 +74,16 @@ int main() {
     bench.measure("column", [&] { return walk(column); });
     bench.measure("dense", [&] { return walk(dense); });
     bench.measure("mapped", [&] { return walk(mapped); });
+    bench.measure("MemberRef", [&] { return walkPairs(dense, values); });
+    bench.measure("elements, dense", [&] { return walkPairs(dense); });
+    bench.measure("elements, mapped", [&] { return walkPairs(mapped); });
     bench.run();
     bench.compare("walk a column", "column", "raw loop", 1.05);
     bench.atMost("walk with an iterator, dense", "dense", 5);
     bench.compare("", "dense", "raw loop");
     bench.atMost("walk with an iterator, mapped", "mapped", 5);
+    bench.compare("a member that is looked up once", "MemberRef", "column", 1.1);
+    bench.compare("walk pairs, dense", "elements, dense", "dense", 1.1);
+    bench.compare("walk pairs, mapped", "elements, mapped", "mapped", 1.1);
     return bench.result();
 }

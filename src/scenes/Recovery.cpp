@@ -91,14 +91,12 @@ Recovery Recovery::run(const std::string& fileName, Milliseconds patience,
 }
 
 Recovery Recovery::inspectMoved(const std::string& oldName, const std::string& fileName,
-                                Milliseconds patience,
-                                const Callback<bool()>& stopsWaiting) {
+                                Milliseconds patience, const Callback<bool()>& stopsWaiting) {
     return recoveryOf(MovedRecovery::inspect(oldName, fileName, {patience, stopsWaiting}));
 }
 
 Recovery Recovery::runMoved(const std::string& oldName, const std::string& fileName,
-                            Milliseconds patience,
-                            const Callback<bool()>& stopsWaiting) {
+                            Milliseconds patience, const Callback<bool()>& stopsWaiting) {
     return recoveryOf(MovedRecovery::run(oldName, fileName, {patience, stopsWaiting}));
 }
 
