@@ -5,7 +5,7 @@
 #include <debug/Export.h>
 
 #include <cstddef>
-#include <iterator>
+#include <string>  // it has the iterator categories; <iterator> takes a compiler long
 
 namespace orbo::Debug {
 class Footprint;
