@@ -11,7 +11,12 @@
 
 namespace orbo::Data {
 
-/// Text form "3 7". Ordered by the first number, then the second.
+/// Two numbers from 0 to 4294967295. Its text form is "3 7". Pairs are ordered by the first number,
+/// then by the second; (3, 7) and (7, 3) are two indices.
+///
+///     stream.setIndexType("pair");
+///     stream.emplaceElement({3, 7}).set("sharpness", 0.5F);
+///     bool isThere = stream.hasElement(IndexPair(3, 7));
 class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
                                public Debug::CRTP_Debug<IndexPair, Debug::Print>,
                                public Debug::CRTP_Debug<IndexPair, Debug::Footprint>,
@@ -24,13 +29,17 @@ class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
     ~IndexPair() override;
     IndexPair& operator=(const IndexPair& other);
 
+    /// Gives both numbers.
     void getIndexPair(unsigned int& first, unsigned int& second) const;
 
+    /// "3 7".
     [[nodiscard]] std::string asString() const override;
+    /// True, although dense storage takes every pair for the number 0.
     [[nodiscard]] bool supportsDenseMode() const override { return true; }
     /// The area of the rectangle that both pairs span, corners included, modulo 2^32.
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType& other) const override;
 
+    /// With another type of index (see `IndexType`), or with another pair.
     using CRTP_IndexType<IndexPair>::operator==;
     using CRTP_IndexType<IndexPair>::operator!=;
     using CRTP_IndexType<IndexPair>::operator<;
@@ -44,10 +53,11 @@ class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
     bool operator>(const IndexPair& other) const;
     bool operator>=(const IndexPair& other) const;
 
-    static const std::string myTypeName;  ///< "pair"
+    /// "pair", the name that files give the type, and its entry in the registry.
+    static const std::string myTypeName;
     static IndexRegistration myRegistration;
 
-    /// Prints "3,7".
+    /// The first prints "3,7", the second adds the value. Both return true.
     static bool Debug(const IndexPair* index, Debug::Print& print);
     static bool Debug(const IndexPair* index, Debug::Footprint& footprint);
     using Counted<IndexPair>::Debug;

@@ -14,30 +14,40 @@
 
 namespace orbo::Data {
 
-/// The text is kept as it is and compared byte by byte.
+/// Any text, the empty one included. It is kept as it is and compared byte by byte. Streams take a
+/// plain text for one of these.
+///
+///     stream.setIndexType("string");
+///     stream.emplaceElement("lid").set("radius", 1.5F);
+///     bool isThere = stream.hasElement(IndexString("lid"));
 class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
                                  public Debug::CRTP_Debug<IndexString, Debug::Print>,
                                  public Debug::CRTP_Debug<IndexString, Debug::Footprint>,
                                  public Counted<IndexString> {
   public:
+    /// Copies the text.
     explicit IndexString(const std::string& text);
     IndexString(const IndexString& other);
     ~IndexString() override;
     IndexString& operator=(const IndexString& other);
     IndexString& operator=(const std::string& text);
 
+    /// A copy of the text.
     [[nodiscard]] std::string indexString() const { return std::string(text()); }
 
     /// In one block with its text, as those are that `doCreate` makes.
     [[nodiscard]] IndexType* clone() const override { return make(text()); }
     static Index doCreate(const std::string& text) { return take(make(text)); }
-    /// The size of the block is not that of the object.
+    /// Clones have their text behind the object in one block, whose size is not the object's.
     static void operator delete(void* block) { ::operator delete(block); }
 
+    /// The text as it is.
     [[nodiscard]] std::string asString() const override { return indexString(); }
+    /// False: texts have no numbers, and no space between them.
     [[nodiscard]] bool supportsDenseMode() const override { return false; }
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType&) const override { return 0; }
 
+    /// With another type of index (see `IndexType`), or with another text.
     using CRTP_IndexType<IndexString>::operator==;
     using CRTP_IndexType<IndexString>::operator!=;
     using CRTP_IndexType<IndexString>::operator<;
@@ -51,7 +61,8 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     bool operator>(const IndexString& other) const;
     bool operator>=(const IndexString& other) const;
 
-    static const std::string myTypeName;  ///< "string"
+    /// "string", the name that files give the type, and its entry in the registry.
+    static const std::string myTypeName;
     static IndexRegistration myRegistration;
 
     static bool Debug(const IndexString* index, Debug::Print& print);

@@ -9,16 +9,23 @@
 
 namespace orbo::Data {
 
-/// Lets a tool carry streams through whose index type only somebody's plug-in knows: see
-/// `ReadPolicy::unknownIndexTypesAsText`. Values sort by type name, then by text, byte by byte.
+/// Lets a tool carry streams whose index type only somebody's plug-in knows: a read makes them of
+/// such indices with `ReadPolicy::unknownIndexTypesAsText`, and a write gives the same text back.
+/// Values sort by type name, then by text, byte by byte.
+///
+///     Index corner = IndexText("uv", "0.5 0.25");
+///     corner.typeName();  // "uv"
 class METADATA_API IndexText : public IndexType {
   public:
     IndexText(const std::string& typeName, const std::string& text);
 
+    /// A new copy, which the caller owns.
     [[nodiscard]] IndexType* clone() const override;
     [[nodiscard]] std::string asString() const override { return fText; }
+    /// False, as nobody knows what the text means.
     [[nodiscard]] bool supportsDenseMode() const override { return false; }
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType&) const override { return 0; }
+    /// Equal to an `IndexText` of the same type name and text, and to no other type of index.
     bool operator==(const IndexType& other) const override;
     bool operator!=(const IndexType& other) const override { return !(*this == other); }
     bool operator<(const IndexType& other) const override;
@@ -27,6 +34,7 @@ class METADATA_API IndexText : public IndexType {
     }
     bool operator>(const IndexType& other) const override { return !(*this <= other); }
     bool operator>=(const IndexType& other) const override { return !(*this < other); }
+    /// The name that was given, not one of this class.
     [[nodiscard]] std::string typeName() const override { return fTypeName; }
 
   private:

@@ -11,12 +11,23 @@
 
 namespace orbo::Data {
 
+/// A value that names an element, of a type that somebody defines. Indices own such values and
+/// count references on them. Derive from `CRTP_IndexType`, which implements most of this:
+///
+///     class IndexUv : public CRTP_IndexType<IndexUv> {
+///       public:
+///         explicit IndexUv(const std::string& text);  // throws Index::eMalformedIndex
+///         static const std::string myTypeName;        // "uv"
+///         static IndexRegistration myRegistration;    // {myTypeName, &IndexUv::doCreate}
+///         ...
+///     };
 class METADATA_API IndexType : public RefCounted {
   public:
-    /// Enters a type into the registry while it lives, typically as a static of the type. An
-    /// unloaded plug-in thereby leaves nothing behind.
+    /// Registers a type as long as the object lives, typically as a static of the type: a plug-in
+    /// that is unloaded leaves nothing behind. Must not happen while other threads use indices.
     class METADATA_API IndexRegistration {
       public:
+        /// `creator` makes an index of the type from its text form.
         IndexRegistration(const std::string& typeName, IndexCreator creator);
         IndexRegistration(const IndexRegistration&) = delete;
         IndexRegistration& operator=(const IndexRegistration&) = delete;
@@ -35,22 +46,26 @@ class METADATA_API IndexType : public RefCounted {
   public:
     /// A new value without references, owned by the caller.
     [[nodiscard]] virtual IndexType* clone() const = 0;
-    /// `Index::doCreate(typeName(), asString())` gives an equal index.
+    /// The text form: `Index::doCreate(typeName(), asString())` gives an equal index.
     [[nodiscard]] virtual std::string asString() const = 0;
+    /// Whether dense storage makes sense for such indices. The library only reports it.
     [[nodiscard]] virtual bool supportsDenseMode() const = 0;
+    /// The number of elements between both values, both included, modulo 2^32; 0 for another type.
     [[nodiscard]] virtual unsigned int denseSpaceBetween(const IndexType& other) const = 0;
-    /// Values of another type are never equal and sort by `typeName()`.
+    /// Values of two types are never equal and sort by `typeName()`. The order must be total and
+    /// must not change while a stream has the value.
     virtual bool operator==(const IndexType& other) const = 0;
     virtual bool operator!=(const IndexType& other) const = 0;
     virtual bool operator<(const IndexType& other) const = 0;
     virtual bool operator<=(const IndexType& other) const = 0;
     virtual bool operator>(const IndexType& other) const = 0;
     virtual bool operator>=(const IndexType& other) const = 0;
+    /// The name that files and the registry give the type.
     [[nodiscard]] virtual std::string typeName() const = 0;
 
   protected:
     friend class Index;
-    /// An index of a value without references, which it owns.
+    /// An index that takes over a value without references.
     static Index take(IndexType* fresh) { return Index::take(fresh); }
 
     IndexType() = default;
@@ -58,15 +73,17 @@ class METADATA_API IndexType : public RefCounted {
     IndexType& operator=(const IndexType&) = default;
 };
 
-/// What a concrete type `T` gets for free: naming, cloning, creation, and comparison with values of
-/// any type. `T` has a static `std::string myTypeName`, a constructor from text that may throw
-/// `Index::eCreationErrors`, and the six comparisons with its own type.
+/// Implements naming, cloning, creation, and comparison with values of any type for a concrete type
+/// `T`. `T` has a static `std::string myTypeName`, a constructor from text that may throw
+/// `Index::eCreationErrors`, and the six comparisons with its own type. See `IndexType`.
 template <typename T>
 class CRTP_IndexType : public IndexType {
   public:
+    /// Copies by `T`'s copy constructor.
     [[nodiscard]] IndexType* clone() const override { return new T(self()); }
     [[nodiscard]] std::string typeName() const override { return T::myTypeName; }
     static std::string theTypeName() { return T::myTypeName; }
+    /// The creator to register: throws what `T`'s constructor from text throws.
     static Index doCreate(const std::string& text) { return take(new T(text)); }
 
     bool operator==(const IndexType& other) const override {
@@ -96,7 +113,7 @@ class CRTP_IndexType : public IndexType {
 
   private:
     [[nodiscard]] const T& self() const { return static_cast<const T&>(*this); }
-    // Nearly all that are compared are of one type, which takes no search through its bases.
+    // Nearly all compared values are of one type: spare them the search through their bases.
     static const T* asOwnType(const IndexType& other) {
         return typeid(other) == typeid(T) ? static_cast<const T*>(&other)
                                           : dynamic_cast<const T*>(&other);

@@ -15,11 +15,16 @@ namespace orbo::Data {
 class Layout;
 class Structure;
 
-/// A member's values lie one behind the other from `offset()` on, in a chunk: the data block of one
-/// element. A default is all zero bits: false, 0, a matrix of zeros, a null string.
+/// A member has a name, a type, and a length: the number of its values. The values follow each
+/// other in a chunk, which is the memory of one element, from `offset()` on. A default value is all
+/// zero bits: false, 0, a matrix of zeros, a null string.
+///
+///     for (const Member& member : structure) {
+///         std::cout << member.name() << ": " << Member::typeName(member.type()) << '\n';
+///     }
 class METADATA_API Member : public Counted<Member> {
   public:
-    /// The text formats use the names that `typeName` gives.
+    /// The types that values have. All text formats use the names that `typeName` gives.
     enum eDataType : int {
         kBoolean = 0,
         kDouble = 1,
@@ -41,7 +46,9 @@ class METADATA_API Member : public Counted<Member> {
     /// The offset of a member that is in no structure yet.
     static constexpr unsigned long long kNotPlaced = ~0ULL;
 
+    /// No name, length 0: only structures make members that hold values.
     Member();
+    /// Copies the name.
     Member(const Member& other);
     Member(Member&& other) noexcept;
     Member& operator=(const Member& other);
@@ -52,8 +59,9 @@ class METADATA_API Member : public Counted<Member> {
     /// null.
     bool operator!=(const Member& other) const;
 
+    /// Constant for the life of a member in a structure, like all that follows.
     [[nodiscard]] eDataType type() const { return type(this); }
-    /// The number of values.
+    /// The number of values, at least 1 in a structure.
     [[nodiscard]] unsigned int length() const { return length(this); }
     /// Lives as long as the member; null in a member that no structure made.
     [[nodiscard]] const char* name() const { return name(this); }
@@ -69,11 +77,13 @@ class METADATA_API Member : public Counted<Member> {
     static unsigned long long offset(const Member* member);
     static unsigned long long offset(const Member* member, unsigned int k);
 
-    /// "invalid" for everything that is not a type.
+    /// The name that text formats use: "float", "dbl4x4". "invalid" for what is not a type. Lives
+    /// as long as the library.
     static const char* typeName(eDataType type);
     /// Exact and case-sensitive; `kInvalid` for null and for every other text.
     static eDataType typeFromName(const char* name);
-    /// Bytes of one value (a matrix is one value); 0 for what is not a type.
+    /// Bytes of one value (a matrix is one value), and the multiple of bytes that its address must
+    /// be; 0 for what is not a type.
     static int typeSize(eDataType type);
     static int typeAlignment(eDataType type);
 

@@ -19,28 +19,35 @@ struct ColumnPlace {
     std::string problem;
 };
 
-/// A strided view of one member, for loops that touch every element; from `Stream::column`. Good
-/// as long as handles on the stream's elements are. Values may be changed; strings, which are
-/// `char*`, as through `Handle::asString`.
+/// One member of every element of a stream with dense storage, for loops over plain memory: what
+/// `Stream::column` returns. It is good as long as handles on the stream's elements are.
+///
+///     const StreamColumn<float> radius = stream.column<float>("radius");
+///     for (unsigned int i = 0; i < radius.size(); ++i) *radius[i] *= 2;
+///
+/// Values may be changed unless `T` is `const`. Strings are `char*`, owned by their slots as those
+/// of `Handle::asString`.
 template <typename T>
 class StreamColumn {
   public:
+    /// Made by `Stream::column`.
     explicit StreamColumn(ColumnPlace place) : fPlace(std::move(place)) {}
 
-    /// Of elements.
+    /// The number of elements; 0 when the column cannot be had, too.
     [[nodiscard]] unsigned int size() const { return fPlace.count; }
     [[nodiscard]] bool empty() const { return fPlace.count == 0; }
-    /// The first of the element's values, which follow each other.
+    /// The first of the element's values, which follow each other. `element` is less than `size()`.
     [[nodiscard]] T* operator[](unsigned int element) const {
         return reinterpret_cast<T*>(fPlace.first + element * fPlace.stride);
     }
-    /// Of the first element; null for an empty column.
+    /// The first value of the first element; null for an empty column.
     [[nodiscard]] T* data() const { return reinterpret_cast<T*>(fPlace.first); }
     /// Bytes from the values of one element to those of the next.
     [[nodiscard]] std::size_t stride() const { return fPlace.stride; }
+    /// The member's length, times 16 for matrices.
     [[nodiscard]] unsigned int valuesPerElement() const { return fPlace.valuesPerElement; }
-    /// Why the column cannot be had; empty for one that can, also of a stream without elements or
-    /// whose elements have no data (`Stream::clear`).
+    /// A sentence that says why the column cannot be had. Empty when it can, even if the stream has
+    /// no elements, or has elements without data after `Stream::clear`.
     [[nodiscard]] const std::string& problem() const { return fPlace.problem; }
 
   private:

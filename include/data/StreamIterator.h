@@ -13,8 +13,16 @@
 
 namespace orbo::Data {
 
-/// Yields a handle on the element, which it re-points as it walks: position the handle on a member
-/// once and it stays there. Does not keep the stream alive. At the end the handle has no data.
+/// Yields a handle on the current element. The handle is the iterator's own, and each step points
+/// it at the next element: put it on a member once, and it stays there. `Stream::elements` gives
+/// the same walk as pairs.
+///
+///     for (StreamIterator it = stream.begin(); it != stream.end(); ++it) {
+///         std::cout << it.index().asString() << ": " << it->get<float>("radius") << '\n';
+///     }
+///
+/// The iterator does not keep the stream alive. It is good as long as handles on elements are, and
+/// notices elements that are added. At the end its handle has no data.
 class METADATA_API StreamIterator {
   public:
     using iterator_category = std::input_iterator_tag;
@@ -25,6 +33,7 @@ class METADATA_API StreamIterator {
 
     /// Walks nothing. What is marked (*) throws `std::runtime_error` on it.
     StreamIterator();
+    /// A copy walks on its own.
     StreamIterator(const StreamIterator& other);
     StreamIterator(StreamIterator&& other) noexcept;
     StreamIterator& operator=(const StreamIterator& other);
@@ -46,8 +55,10 @@ class METADATA_API StreamIterator {
 
     /// (*) Of the current element; at the end 4294967295 (dense) or 0 (mapped).
     [[nodiscard]] Index index() const;
+    /// False at the end, and for an iterator that walks nothing.
     [[nodiscard]] bool valid() const { return fImpl && fImpl->valid(); }
 
+    /// True for the same place in the same storage.
     bool operator==(const StreamIterator& other) const { return !(*this != other); }
     bool operator!=(const StreamIterator& other) const {
         if (!fImpl || !other.fImpl) return fImpl.get() != other.fImpl.get();
@@ -56,7 +67,7 @@ class METADATA_API StreamIterator {
 
   protected:
     friend class Stream;
-    /// Takes the object over.
+    /// Takes over `impl`.
     explicit StreamIterator(StreamIteratorImpl* impl);
 
     StreamIteratorImpl& impl() {

@@ -16,11 +16,14 @@ namespace orbo::Data {
 class Layout;
 class StreamImpl;
 
-/// Owns one handle that borrows the current element's chunk. Whatever is assigned to the handle
-/// stays outside the storage and is gone with the next step.
+/// The part of `StreamIterator` that knows the storage; programs use it through that. It is public
+/// so that a loop takes most steps without a call: those within a stretch, where the elements have
+/// consecutive numbers and their chunks lie at equal distances.
 ///
-/// Use it through `StreamIterator`. It is public so that a loop takes most steps without a call:
-/// those within a stretch, where numbers follow each other and chunks lie at equal distances.
+///     for (StreamIterator it = stream.begin(); it != stream.end(); ++it) ...
+///
+/// It owns one handle, which borrows the current element's chunk. Another handle that is assigned
+/// to that one does not get into the storage, and is lost with the next step.
 class METADATA_API StreamIteratorImpl {
   public:
     virtual ~StreamIteratorImpl();
@@ -36,9 +39,12 @@ class METADATA_API StreamIteratorImpl {
     [[nodiscard]] const Handle& handle() const {
         return const_cast<StreamIteratorImpl*>(this)->handle();
     }
+    /// False at the end.
     [[nodiscard]] bool valid() const { return !fAtEnd; }
+    /// A copy of the current element's index.
     [[nodiscard]] virtual Index index() const = 0;
-    /// Stays at the end.
+    /// Goes to the next element, and stays at the end. Looks first whether storage, structure and
+    /// handle are as they were.
     void advance() {
         if (fStretch.number != fStretch.last && isUpToDate()) {
             ++fStretch.number;
@@ -69,16 +75,16 @@ class METADATA_API StreamIteratorImpl {
 
     /// Points the handle at the stretch's first element, after a `syncToRead` of the storage.
     void enter(const Stretch& stretch, const StreamImpl& storage);
-    /// Of the current element in the stretch that was entered.
+    /// The number of the current element in the stretch that was entered.
     [[nodiscard]] unsigned int number() const { return fStretch.number; }
     /// Whether nothing is left of the stretch, and storage and handle are as it was entered.
     [[nodiscard]] bool isPassed() const {
         return fStretch.number == fStretch.last && fChanges && isUpToDate();
     }
-    /// Of an iterator that is not at the end: to the next element, or to the end.
+    /// Goes to the next element, or to the end. Called only when the iterator is not at the end.
     virtual void step() = 0;
     [[nodiscard]] virtual const StreamImpl* storage() const = 0;
-    /// Of two iterators on the same storage that are not at the end.
+    /// Compares with an iterator on the same storage; neither is at the end.
     [[nodiscard]] virtual bool samePlace(const StreamIteratorImpl& other) const = 0;
 
     bool fAtEnd = true;
@@ -94,7 +100,7 @@ class METADATA_API StreamIteratorImpl {
 
     std::optional<Handle> fHandle;
     Stretch fStretch;
-    // Of the storage; not looked at where the stretch is at its end.
+    // The storage's count of changes; not looked at where the stretch is at its end.
     const std::uint64_t* fChanges = nullptr;
     std::uint64_t fChangesSeen = 0;
     const RefPtr<Layout>* fPresentLayout = nullptr;  // where the structure keeps it

@@ -17,8 +17,12 @@ namespace orbo::Data {
 class Member;
 class Structure;
 
-/// Holds a reference on the structure and the index of the current member. Members never move
-/// their place, so an iterator stays good when members are added.
+/// Walks the members in the order in which they were added. It keeps the structure alive, and stays
+/// good when members are added.
+///
+///     for (StructureIterator it = structure.begin(); it != structure.end(); ++it) {
+///         std::cout << it.index() << ": " << it->name() << '\n';
+///     }
 class METADATA_API StructureIterator {
   public:
     using iterator_category = std::forward_iterator_tag;
@@ -35,10 +39,12 @@ class METADATA_API StructureIterator {
     StructureIterator& operator=(const StructureIterator& other);
     ~StructureIterator();
 
+    /// True for the same place in the same structure object.
     bool operator==(const StructureIterator& other) const;
     bool operator!=(const StructureIterator& other) const { return !(*this == other); }
 
-    /// Throws `std::out_of_range` ("Member", in the const forms "Const Member") without a member.
+    /// The current member, good as long as the structure is not assigned to. All four throw
+    /// `std::out_of_range` ("Member", in the const forms "Const Member") at the end.
     const Member& operator*();
     const Member& operator*() const;
     const Member* operator->();
@@ -50,9 +56,12 @@ class METADATA_API StructureIterator {
 
     /// 4294967295 at the end.
     [[nodiscard]] unsigned int index() const { return fIndex; }
+    /// Good as long as the iterator is.
     [[nodiscard]] const Structure& structure() const;
+    /// False at the end.
     [[nodiscard]] bool valid() const;
 
+    /// The first prints a line about the place, the second adds the iterator. Both return true.
     static bool Debug(const StructureIterator* iterator, Debug::Print& print);
     static bool Debug(const StructureIterator* iterator, Debug::Footprint& footprint);
 

@@ -48,9 +48,10 @@ class ElementPlaces::Collector {
             NumberedElements::Run run =
                 mapped.numbered().from(static_cast<unsigned int>(next), step);
             if (run.first == run.end) return;
-            next = run.first->number + std::uint64_t{run.even};
-            if (run.even > 1) {
-                add({run.first->chunk, run.first->number, static_cast<unsigned int>(run.even) - 1},
+            next = run.first->number + std::uint64_t{run.contiguous};
+            if (run.contiguous > 1) {
+                add({run.first->chunk, run.first->number,
+                     static_cast<unsigned int>(run.contiguous) - 1},
                     step);
             } else {
                 for (; run.first != run.end; ++run.first)
