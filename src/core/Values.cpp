@@ -43,7 +43,8 @@ std::string typeText(const Member& member) {
 }
 
 std::string callText(detail::ValueCall call, std::string_view member, const std::string& type) {
-    const std::string name = '"' + std::string(member) + '"';
+    // A NUL would end the message for those who print it as a C string.
+    const std::string name = '"' + std::string(member.substr(0, member.find('\0'))) + '"';
     if (call == detail::ValueCall::kSet) return "set(" + name + ", " + type + "): ";
     const char* const function = call == detail::ValueCall::kGet ? "get<" : "MemberRef<";
     return function + type + ">(" + name + "): ";

@@ -89,7 +89,7 @@ TEST_F(ValuesTest, AreRefusedWithMemberTypeAndRequest) {
          "get<float>(\"Radius\"): structure \"Ball\" has no such member"},
         {[&] { (void)handle.get<float>(kNull); },
          "get<float>(\"\"): structure \"Ball\" has no such member"},
-        {[&] { (void)handle.get<float>(std::string_view("radius\0", 7)); }, "has no such member"},
+        {[&] { (void)handle.get<float>(std::string_view("radius\0x", 8)); }, "has no such member"},
         {[&] { (void)handle.get<std::string>("name"); },
          "get<string>(\"name\"): the member is a null string, as before anybody sets it"},
         {[&] { (void)handle.get<Texts>("tags"); }, "the member is a null string"},
