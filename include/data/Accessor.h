@@ -21,8 +21,14 @@ namespace orbo::Data {
 
 class Structure;
 
-/// Ask for one by file name, `read`, inspect and edit `associations()`, `write`. Messages are
-/// appended to the caller's `errors`, never cleared from it, a line each.
+/// Reads the metadata of a file, holds it as a model, and writes the model back. Messages are
+/// appended to the caller's `errors`, a line each; nothing is cleared from it.
+///
+///     std::string errors;
+///     const auto scene = Accessor::readFile("teapot.kx", errors);
+///     scene->associations()["rig"].removeChannel("joints");
+///     scene->setWritePolicy(WritePolicy::careful());
+///     if (!scene->write(errors)) std::cerr << errors;
 ///
 /// Any number of threads may use what is `const` at once while nobody changes the accessor or its
 /// model. Those that `write` take turns; what the last write says (`findings`, `metConflict`) is to
@@ -41,12 +47,13 @@ class METADATA_API Accessor {
     using StructureSet = std::set<const Structure*, StructureNameLessThan>;
     using AssociationsMap = std::map<std::string, Associations>;
 
-    /// By the text behind the last ".", without regard to case; a name without "." is an extension
-    /// itself. Null when nobody serves it.
+    /// A new, empty accessor for the extension: the text behind the last ".", in upper or lower
+    /// case; a name without "." is an extension itself. Null when nobody serves the extension.
     static std::unique_ptr<Accessor> accessorByExtension(const std::string& fileName);
-    /// In lower case.
+    /// The extensions that have accessors, in lower case: "kx", "ky", and those of plug-ins.
     static std::set<std::string> supportedExtensions();
-    /// Null when there is no accessor for the file or it cannot be read.
+    /// A new accessor that has read the file. Null when there is none for its extension, or the
+    /// file cannot be read.
     static std::unique_ptr<Accessor> readFile(const std::string& fileName, std::string& errors);
 
     virtual ~Accessor();
@@ -70,21 +77,26 @@ class METADATA_API Accessor {
     /// of the model, of conflicts, links, the journal's place and the room on the disk. The files
     /// stay as they are; like reading it finishes or undoes what was cut short.
     virtual bool rehearse(std::string& errors) const;
-    /// What the last `read`, `write` or `check` had to say, also when it failed, in file order.
+    /// What the last `read`, `write` or `check` found, in file order, also when it failed. Good
+    /// until the next of these calls.
     [[nodiscard]] const std::vector<Finding>& findings() const;
-    /// True here for every name, also when there is no such file. Accessors of scenes tell by what
-    /// the file begins with, and deal with an interrupted write first, as reading does.
+    /// Whether the file is one that the accessor can read. This class says true for every name,
+    /// even of a file that does not exist. Accessors of scenes look at how the file begins, and
+    /// deal with an interrupted write first, as reading does.
     [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
 
-    /// By node name; the scene's own under the empty name. Edits are what `write` stores.
+    /// The metadata by node name, the scene's own under the empty name. `write` stores what it
+    /// holds then. Good as long as the accessor is; emptied by `read` and `clear`.
     [[nodiscard]] AssociationsMap& associations();
     [[nodiscard]] const AssociationsMap& associations() const;
+    /// The structures to write, of which the accessor keeps a reference each.
     [[nodiscard]] const StructureSet& structures() const;
-    /// Takes a reference on each. Throws `std::invalid_argument`, with nothing changed, for null.
+    /// Replaces the structures, and takes a reference on each. Throws `std::invalid_argument`, with
+    /// nothing changed, for null.
     void setStructures(const StructureSet& structures);
     /// Empties both; the file name stays.
     void clear();
-    /// Of the last `read`.
+    /// The name that the last `read` was given, which `write` writes to.
     [[nodiscard]] const std::string& fileName() const;
 
     /// How long to wait for other programs that read or write the file; 10 seconds unless set.

@@ -10,21 +10,26 @@
 
 namespace orbo::Data {
 
-/// Registered while it lives, typically as a static of whoever defines the accessor.
+/// Makes accessors for one file extension as long as it lives, typically as a static of whoever
+/// defines the accessor. Programs use `AccessorFactory`.
 class METADATA_API AccessorFactoryBase {
   public:
     AccessorFactoryBase(const AccessorFactoryBase&) = delete;
     AccessorFactoryBase& operator=(const AccessorFactoryBase&) = delete;
     virtual ~AccessorFactoryBase();
+    /// A new, empty accessor.
     [[nodiscard]] virtual std::unique_ptr<Accessor> create() = 0;
 
   protected:
-    /// Without regard to case. An extension that is served already stays with the earlier factory;
-    /// an empty one is not registered.
+    /// Registers the factory for an extension, in upper or lower case. An extension that is served
+    /// already stays with the earlier factory; an empty one is not registered.
     explicit AccessorFactoryBase(const std::string& extension);
     static std::unique_ptr<Accessor> owned(Accessor* accessor);
 };
 
+/// Makes accessors of class `T`, which has a default constructor.
+///
+///     static AccessorFactory<NoteAccessor> notes("note");  // for files such as today.note
 template <typename T>
 class AccessorFactory : public AccessorFactoryBase {
   public:

@@ -14,7 +14,12 @@ namespace orbo::Data {
 class AssociationsImpl;
 
 /// A handle on shared channels, in byte-wise order of their names. Copies see each other's changes
-/// until one calls `makeUnique`. Channels are handed out as handles on the stored ones.
+/// until one calls `makeUnique`. The channels that it hands out are handles on the stored ones:
+/// changing them changes the associations.
+///
+///     Associations associations;
+///     associations.channel("edge").setDataStream(stream);
+///     if (const Channel* edges = associations.findChannel("edge")) ...
 ///
 /// Any number of threads may look for channels and walk them at once, `channel` of a name that is
 /// there included, as long as nobody changes the associations or names in it.
@@ -25,9 +30,9 @@ class METADATA_API Associations : public Counted<Associations> {
 
     Associations();
     Associations(const Associations& other);
-    /// Null gives new, empty associations.
+    /// Shares the channels of `other`; null gives new, empty associations.
     explicit Associations(const Associations* other);
-    /// On the heap, owned by the caller.
+    /// New, empty associations on the heap, which the caller deletes.
     static Associations* create();
     Associations& operator=(const Associations& other);
     ~Associations();
@@ -35,28 +40,31 @@ class METADATA_API Associations : public Counted<Associations> {
     bool operator==(const Associations& other) const;
     bool operator!=(const Associations& other) const { return !(*this == other); }
 
-    /// Made, and stored, if there is none of that name.
+    /// The stored channel of that name, which is made first if there is none. `findChannel` looks
+    /// without making one.
     Channel channel(const std::string& name);
-    /// Past the end a new channel that is not stored.
+    /// The channel at a place in name order; behind the last a new channel that is not stored.
     [[nodiscard]] Channel channelAt(unsigned int position) const;
-    /// Null past the end.
+    /// The same, but null behind the last.
     const Channel* operator[](unsigned int position) const;
     /// Null when there is no such channel. Good until the channel is removed or replaced.
     Channel* findChannel(const std::string& name);
     [[nodiscard]] const Channel* findChannel(const std::string& name) const;
-    /// In place of a channel of the same name; shares the streams.
+    /// Stores the channel, whose streams are then shared, in place of one of the same name.
     void setChannel(Channel channel);
+    /// False when there is no such channel.
     bool removeChannel(const std::string& name);
-    /// Never renames: false and no change, whether or not there is a channel of the old name.
+    /// Never renames: returns false and changes nothing, which old programs rely on. Store the
+    /// streams in a channel of the new name instead, and remove the old one.
     bool renameChannel(const std::string& oldName, const std::string& newName);
 
     [[nodiscard]] unsigned int channelCount() const;
     [[nodiscard]] unsigned int size() const { return channelCount(); }
     [[nodiscard]] bool empty() const { return channelCount() == 0; }
 
-    /// Detaches from associations that share the channels, with everything below. Tells whether a
-    /// stream was detached: false also when they were shared and detached, but held no stream. Of
-    /// associations that are not shared nothing is detached, whoever else may hold single channels.
+    /// Detaches from associations that share the channels, with everything below. Returns whether a
+    /// stream was detached: false also when they were shared but hold no stream. Nothing is
+    /// detached when they are not shared, whoever else may hold single channels.
     bool makeUnique();
 
     [[nodiscard]] AssociationsIterator begin() const;

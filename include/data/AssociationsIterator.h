@@ -10,11 +10,13 @@ namespace orbo::Data {
 class Associations;
 class Channel;
 
-/// Good while the associations lives and its set of channels does not change; does not keep it
-/// alive.
+/// Walks the channels in name order. It is good while the associations live and their set of
+/// channels does not change, and does not keep them alive.
+///
+///     for (const Channel& channel : associations) std::cout << channel.name() << '\n';
 class METADATA_API AssociationsIterator : public NameIterator<AssociationsIterator, Channel> {
   public:
-    /// Walks nothing; not valid.
+    /// An iterator that walks nothing and is not valid.
     AssociationsIterator();
     AssociationsIterator(const AssociationsIterator& other);
     AssociationsIterator& operator=(const AssociationsIterator& other);

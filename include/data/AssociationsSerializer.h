@@ -15,9 +15,15 @@ class AssociationsSerializer;
 
 extern template class SerializerFamily<AssociationsSerializer>;
 
+/// A format turns one kind of object into text and back. Derive from this to add one, and register
+/// it: `CONTRIBUTING.md` says how. Any number of threads may use one format at once.
+///
+///     std::string errors;
+///     const auto* format = AssociationsSerializer::formatByName("raw");
+///     Associations* made = format->read(in, errors);
 class METADATA_API AssociationsSerializer : public SerializerFamily<AssociationsSerializer> {
   public:
-    /// The name that files give the format.
+    /// The name that files give the format. It lives as long as the format.
     [[nodiscard]] virtual const char* formatType() const = 0;
     virtual ~AssociationsSerializer();
     /// A new object that the caller owns, or null; messages are appended to `errors`.
@@ -25,7 +31,7 @@ class METADATA_API AssociationsSerializer : public SerializerFamily<Associations
     /// Returns the number of errors; messages are appended to `errors`.
     virtual int write(const Associations& associations, std::ostream& out,
                       std::string& errors) const = 0;
-    /// For people, with a sample.
+    /// Prints a description of the format for people, with a sample.
     virtual void getFormatDescription(std::ostream& out) const = 0;
 
   protected:

@@ -14,9 +14,11 @@ namespace orbo::Data {
 class METADATA_API AssociationsSerializerRaw : public AssociationsSerializer,
                                                private SerializerRaw {
   public:
+    /// The one object of this class, which lives as long as the library:
+    /// `AssociationsSerializerRaw::theFormat().write(...)`.
     static const AssociationsSerializerRaw& theFormat();
 
-    /// "raw".
+    /// "raw", the name that files give the format.
     [[nodiscard]] const char* formatType() const override;
     ~AssociationsSerializerRaw() override;
     Associations* read(std::istream& in, std::string& errors) const override;

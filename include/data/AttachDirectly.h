@@ -8,8 +8,14 @@
 
 namespace orbo::Data {
 
+/// Carries associations of its own, and none to begin with.
+///
+///     AttachDirectly node;
+///     node.setMetadata(associations);
+///     node.editableMetadata()->channel("edge");
 class METADATA_API AttachDirectly : public Attach {
   public:
+    /// An object that carries no metadata.
     AttachDirectly();
     /// Gets associations of its own that share the other's channels; empty ones if it has none.
     AttachDirectly(const AttachDirectly& other);
@@ -17,6 +23,7 @@ class METADATA_API AttachDirectly : public Attach {
     AttachDirectly& operator=(const AttachDirectly& other);
     ~AttachDirectly() override;
 
+    /// Good until the metadata is set or deleted; null when there is none.
     Associations* editableMetadata() override;
     [[nodiscard]] const Associations* metadata() const override;
     /// Stores a copy that shares the channels. Always true.

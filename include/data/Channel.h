@@ -18,7 +18,13 @@ class ChannelImpl;
 /// A handle on shared streams, in byte-wise order of their names. Copies see each other's changes
 /// until one calls `makeUnique`; nothing that changes a channel does that by itself.
 ///
-/// Streams that the channel hands out are its own: good until they are removed or replaced.
+///     Channel edges("edge");
+///     Stream* crease = edges.setDataStream(Stream(structure, "crease"));
+///     crease->setIndexType("pair");
+///     for (const Stream& stream : edges) std::cout << stream.name() << '\n';
+///
+/// The channel owns the streams that it hands out: they are good until they are removed or
+/// replaced. Finding a stream by name takes logarithmic time.
 ///
 /// Any number of threads may look for streams and walk them at once, as long as nobody changes the
 /// channel or names in it.
@@ -27,9 +33,10 @@ class METADATA_API Channel : public Counted<Channel> {
     using iterator = ChannelIterator;
     using const_iterator = ChannelIterator;
 
-    /// Named "Unnamed".
+    /// An empty channel named "Unnamed".
     Channel();
     explicit Channel(const std::string& name);
+    /// Copies share the streams.
     Channel(const Channel& other);
     Channel& operator=(const Channel& other);
     ~Channel();
@@ -39,17 +46,21 @@ class METADATA_API Channel : public Counted<Channel> {
 
     [[nodiscard]] const std::string& name() const;
 
-    /// Stores a copy, which shares the elements, in place of a stream of the same name.
+    /// Stores a copy, which shares the elements, in place of a stream of the same name. Returns the
+    /// stored copy, never null.
     Stream* setDataStream(const Stream& stream);
     /// Null when there is no such stream.
     Stream* dataStream(const std::string& name) { return findDataStream(name); }
     [[nodiscard]] const Stream* dataStream(const std::string& name) const {
         return findDataStream(name);
     }
+    /// The stream at a place in name order; null behind the last.
     Stream* dataStream(unsigned int position);
     [[nodiscard]] const Stream* dataStream(unsigned int position) const;
+    /// The same as `dataStream` of a name.
     Stream* findDataStream(const std::string& name);
     [[nodiscard]] const Stream* findDataStream(const std::string& name) const;
+    /// False when there is no such stream.
     bool removeDataStream(const std::string& name);
     /// False without a stream of the old name. False too when the new name is taken: the channel
     /// then no longer has the stream, which lives on until the channel dies.
@@ -57,16 +68,18 @@ class METADATA_API Channel : public Counted<Channel> {
 
     /// Sets a default element in every stream whose index type fits; true when one took it.
     bool addElement(const Index& index);
+    /// Removes the element from every stream whose index type fits; true when there was one such
+    /// stream.
     bool removeElement(const Index& index);
 
     [[nodiscard]] unsigned int dataStreamCount() const;
     [[nodiscard]] unsigned int size() const { return dataStreamCount(); }
     [[nodiscard]] bool empty() const { return dataStreamCount() == 0; }
 
-    /// Detaches from channels that share the streams. The streams are then detached, too, from
-    /// everybody who shares their elements. Tells whether one was: false also when the channel was
-    /// shared and detached, but held no stream. Of a channel that is not shared nothing is
-    /// detached: elements that it shares with streams outside of it stay shared.
+    /// Detaches from channels that share the streams, and detaches the streams from everybody who
+    /// shares their elements. Returns whether a stream was detached: false also when the channel
+    /// was shared but holds no stream. Nothing is detached when the channel is not shared: elements
+    /// that it shares with streams outside of it stay shared.
     bool makeUnique();
 
     [[nodiscard]] ChannelIterator begin() const;

@@ -10,10 +10,13 @@ namespace orbo::Data {
 class Channel;
 class Stream;
 
-/// Good while the channel lives and its set of streams does not change; does not keep it alive.
+/// Walks the streams in name order. It is good while the channel lives and its set of streams does
+/// not change, and does not keep the channel alive.
+///
+///     for (Stream& stream : channel) stream.setUseDefaults(true);
 class METADATA_API ChannelIterator : public NameIterator<ChannelIterator, Stream> {
   public:
-    /// Walks nothing; not valid.
+    /// An iterator that walks nothing and is not valid.
     ChannelIterator();
     ChannelIterator(const ChannelIterator& other);
     ChannelIterator& operator=(const ChannelIterator& other);

@@ -13,9 +13,11 @@ namespace orbo::Data {
 /// Needs a line break behind the closing keyword.
 class METADATA_API ChannelSerializerRaw : public ChannelSerializer, private SerializerRaw {
   public:
+    /// The one object of this class, which lives as long as the library:
+    /// `ChannelSerializerRaw::theFormat().write(...)`.
     static const ChannelSerializerRaw& theFormat();
 
-    /// "raw".
+    /// "raw", the name that files give the format.
     [[nodiscard]] const char* formatType() const override;
     ~ChannelSerializerRaw() override;
     Channel* read(std::istream& in, std::string& errors) const override;

@@ -30,6 +30,7 @@ class METADATA_API ElementHandle : public ConstHandle {
     }
 
     /// The current member's values, as in `ConstHandle`, to be changed in place.
+    /// Null where those are.
     [[nodiscard]] bool* asBoolean() const { return editable(ConstHandle::asBoolean()); }
     [[nodiscard]] double* asDouble() const { return editable(ConstHandle::asDouble()); }
     [[nodiscard]] double* asDoubleMatrix4x4() const {

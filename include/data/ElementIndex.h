@@ -22,12 +22,15 @@ class METADATA_API ElementIndex {
     /// A copy that lives on its own.
     operator Index() const;  // NOLINT(google-explicit-constructor): it is that index
 
-    /// As the functions of these names in `Index`.
+    /// The number; 0 for a typed index.
     [[nodiscard]] unsigned int index() const { return fNumber; }
+    /// The typed value, which the stream owns; null for a number.
     [[nodiscard]] const IndexType* complexIndex() const {
         return fTyped ? fTyped->complexIndex() : nullptr;
     }
+    /// "5", "3 7" or "lid".
     [[nodiscard]] std::string asString() const;
+    /// "numeric", "pair", "string", or what a plug-in has registered.
     [[nodiscard]] std::string typeName() const;
 
     /// With a number of any type, a text as `IndexString`, a typed value, an `Index`, or another

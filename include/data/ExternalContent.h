@@ -16,30 +16,39 @@ class Associations;
 class Handle;
 class Stream;
 
-/// The table is a stream of the scene's own associations, a row being an element. Applications make
-/// it, of a structure with at least these five members, of any types that text converts to.
+/// The table is a stream of the scene's own associations, and each of its elements is a row.
+/// Applications make it, of a structure that has at least these five members, of types that text
+/// converts to.
+///
+///     if (Stream* table = ExternalContent::getStream(*accessor)) {
+///         Handle row = table->element(3);
+///         ExternalContent::updateEntry(row, "/archive/teapot.exr");
+///     }
 namespace AccessorQuil::ExternalContent {
 
+/// Where the table is. All names live as long as the library.
 METADATA_API const std::string& getChannelName();
 METADATA_API const std::string& getStructureName();
-/// The version of the layout.
+/// The name of the stream, which is the version of the table's layout.
 METADATA_API const std::string& getStreamName();
-/// The scene node that refers to the file.
+/// The member with the scene node that refers to the file.
 METADATA_API const std::string& getNodeMemberName();
-/// Tells the references of one node apart.
+/// The member that tells the references of one node apart.
 METADATA_API const std::string& getKeyMemberName();
-/// The path as somebody entered it.
+/// The members with the path as somebody entered it, with the path that was found, and with what
+/// the file is for.
 METADATA_API const std::string& getUnresolvedPathMemberName();
 METADATA_API const std::string& getResolvedPathMemberName();
 METADATA_API const std::string& getRolesMemberName();
-/// Stands between the roles in their member. Within a role "-" is doubled, ";" becomes "-*".
+/// The text between the roles in their member. Within a role "-" is doubled, and ";" is "-*".
 METADATA_API const std::string& getRolesSeparator();
 
 /// These four throw `std::out_of_range` ("Const Member"), with nothing read or changed and the row
 /// at its end, when the row's structure lacks one of the five members. Else the row is left at the
 /// last member that was used. `getEntry` gives false without data.
 ///
-/// The empty text reads back as no roles at all, so that a lone empty role is lost.
+/// `getEntry` reads a row. The empty text reads back as no roles at all, so that a lone empty role
+/// is lost.
 METADATA_API bool getEntry(Handle& row, std::string& node, std::string& key,
                            std::string& unresolvedPath, std::string& resolvedPath,
                            std::set<std::string>& roles);
@@ -57,8 +66,8 @@ class METADATA_API EntryResult {
     std::vector<std::string> fFailed;
 };
 
-/// Members that cannot hold their texts keep their values, the others are set; without data none
-/// can. Texts that are replaced are freed.
+/// Sets the five members. Members that cannot hold their texts keep their values, and the others
+/// are set; a row without data has none that can. Texts that are replaced are freed.
 METADATA_API EntryResult setEntry(Handle& row, const std::string& node, const std::string& key,
                                   const std::string& unresolvedPath,
                                   const std::string& resolvedPath,
@@ -68,7 +77,7 @@ METADATA_API EntryResult updateEntry(Handle& row, const std::string& path);
 METADATA_API EntryResult updateEntry(Handle& row, const std::string& unresolvedPath,
                                      const std::string& resolvedPath);
 
-/// Null when there is no table.
+/// The table, good as long as the associations hold it; null when there is none.
 METADATA_API Stream* getStream(Associations& associations);
 METADATA_API const Stream* getStream(const Associations& associations);
 METADATA_API Stream* getStream(Accessor& accessor);

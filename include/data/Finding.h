@@ -11,9 +11,14 @@
 
 namespace orbo::Data {
 
-/// Its message is a sentence of the error texts, unless `isInErrors` says no; here it has its place
-/// in the file.
+/// One thing that a read, a write or a check found, with its place in the file as far as that is
+/// known. Its message is also a line of the error texts, unless `isInErrors` says no.
+///
+///     for (const Finding& finding : scene->findings()) {
+///         std::cout << Finding::nameOf(finding.code) << ": " << finding.message << '\n';
+///     }
 struct METADATA_API Finding {
+    /// What kind of thing it is; `docs/check.md` explains each under its name.
     enum class Code {
         kOther,
         kFileNote,
@@ -47,7 +52,8 @@ struct METADATA_API Finding {
         kMore
     };
 
-    /// "text-unreadable" and the like, which stay the same from version to version.
+    /// The name of the code, such as "text-unreadable", which stays the same from version to
+    /// version.
     static const char* nameOf(Code code);
     /// Empty when no code has that name.
     static std::optional<Code> codeOf(std::string_view name);
@@ -56,20 +62,21 @@ struct METADATA_API Finding {
     static bool isInErrors(Code code);
 
     Code code = Code::kOther;
-    /// Of a text scene: the first line of the statement, counted from 1.
+    /// In text scenes, the first line of the statement, counted from 1.
     std::optional<std::uint64_t> line = {};
-    /// Of the first byte of the statement or chunk.
+    /// The offset of the first byte of the statement or chunk.
     std::optional<std::uint64_t> offset = {};
-    /// Of the chunk in a binary scene, where there is one.
+    /// The tag of the chunk in a binary scene; empty when there is none.
     std::string tag = {};
-    /// Whose metadata it is about, where that is known; empty for the scene itself.
+    /// The node whose metadata it is about, as far as that is known; the scene itself is the empty
+    /// name.
     std::optional<std::string> node = {};
-    /// Where in the node's metadata, as far as that is known; the index in its text form.
+    /// The place in the node's metadata, as far as that is known. The index is in its text form.
     std::optional<std::string> channel = {};
     std::optional<std::string> stream = {};
     std::optional<std::string> index = {};
     std::optional<std::string> member = {};
-    /// Without a line feed behind it; a format's may have several lines.
+    /// A sentence, without a line feed behind it. Messages of formats may have several lines.
     std::string message = {};
 };
 

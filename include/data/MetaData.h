@@ -1,4 +1,5 @@
-// Everything that the library offers.
+// Everything that the library offers to programs. Plug-ins for another kind of scene include
+// data/SceneAccessor.h as well.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

@@ -16,7 +16,9 @@ class Print;
 namespace orbo::Data {
 
 /// What `ChannelIterator` and `AssociationsIterator` share. `Iterator` is the class that derives
-/// from this, `Part` is what it walks.
+/// from this, `Part` is what it walks: its own, so that changing a part changes the container.
+///
+///     for (ChannelIterator it = channel.begin(); it != channel.end(); ++it) it->clear();
 template <typename Iterator, typename Part>
 class METADATA_API NameIterator {
   public:
@@ -28,21 +30,25 @@ class METADATA_API NameIterator {
 
     enum IterLocation { kEnd = 0, kBegin = 1 };
 
+    /// True for the same place in the same container; iterators of two containers are never equal.
     bool operator==(const Iterator& other) const;
     bool operator!=(const Iterator& other) const { return !(*this == other); }
 
-    /// All four throw `std::out_of_range` naming the operation when the iterator is not valid.
+    /// The part at the place. All four throw `std::out_of_range`, naming the operation, when the
+    /// iterator is not valid.
     Part& operator*();
     const Part& operator*() const;
     Part* operator->();
     const Part* operator->() const;
 
-    /// Stays at the end.
+    /// Goes to the next part, and stays at the end.
     Iterator& operator++();
     Iterator operator++(int);
 
+    /// False at the end, and for an iterator that walks nothing.
     [[nodiscard]] bool valid() const;
 
+    /// The first prints a line about the place, the second adds the iterator. Both return true.
     static bool Debug(const Iterator* iterator, Debug::Print& print);
     static bool Debug(const Iterator* iterator, Debug::Footprint& footprint);
 

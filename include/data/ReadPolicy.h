@@ -4,6 +4,11 @@
 
 namespace orbo::Data {
 
+/// Set on an accessor before it reads:
+///
+///     ReadPolicy policy;
+///     policy.partialNodes = true;
+///     accessor->setReadPolicy(policy);
 struct ReadPolicy {
     /// Keep indices of a type that nobody registered as `IndexText`, instead of throwing
     /// `Index::eCreatorNotFound`. They are written back as they were.

@@ -10,8 +10,12 @@
 
 namespace orbo::Data {
 
-/// Accessors recover a file by themselves before they read or write it. This is for looking first,
-/// and for file systems without locks, where nobody but the user knows that no writer is at work.
+/// What became, or is to become, of a change that was cut short. Accessors recover a file by
+/// themselves before they read or write it. This is for looking first, and for file systems without
+/// locks, where only the user knows that no writer is at work.
+///
+///     const Recovery found = Recovery::inspect("teapot.kx");
+///     if (found.state == Recovery::State::kUndo) Recovery::run("teapot.kx");
 struct METADATA_API Recovery {
     enum class State {
         kNothing,   ///< no journal: the last write came to its end
@@ -22,22 +26,24 @@ struct METADATA_API Recovery {
         kRefused,   ///< the journal, or the file, cannot be read, or trusted: nothing is done
     };
 
-    State state = State::kNothing;  // before anything is done
-    /// Nothing is left to be done.
+    /// The state that was found, before anything was done.
+    State state = State::kNothing;
+    /// True when nothing is left to be done.
     bool done = false;
     /// Path of the journal, whether there is one or not; empty when the file was not found.
     std::string journal;
-    /// Of a journal that was set aside earlier; empty without one.
+    /// Path of a journal that was set aside earlier; empty when there is none.
     std::string setAside;
-    /// What else is to be known, a line each; why it was not done.
+    /// What the user should know, and why something was not done, a line each.
     std::string message;
 
-    /// Changes nothing. Both wait that long for others that have the file in use.
-    /// `stopsWaiting` is as in `Accessor::stopWaitingWhen`.
+    /// Looks, and changes nothing. All four wait for others that have the file in use, for as long
+    /// as `patience`; `stopsWaiting` is as in `Accessor::stopWaitingWhen`.
     static Recovery inspect(const std::string& fileName,
                             Milliseconds patience = Milliseconds(10'000),
                             const Callback<bool()>& stopsWaiting = {});
-    /// No writer is at work on the file, as far as there are no locks to tell.
+    /// Finishes or undoes the change. Where there are no locks, the caller vouches for it that no
+    /// writer is at work on the file.
     static Recovery run(const std::string& fileName, Milliseconds patience = Milliseconds(10'000),
                         const Callback<bool()>& stopsWaiting = {});
 

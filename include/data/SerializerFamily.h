@@ -9,21 +9,29 @@
 
 namespace orbo::Data {
 
-/// Base of the four families: `F` is the family's own base class, which declares `formatType`.
-/// Formats are not owned; a plug-in deregisters its own before it is unloaded.
+/// The base of the four families of formats. `F` is the family's own base class, which declares
+/// `formatType`. Formats are not owned: a plug-in deregisters its own before it is unloaded.
+/// Registries change only while something loads or unloads, never beside a read.
+///
+///     for (const StreamSerializer* format : StreamSerializer::allFormats()) {
+///         std::cout << format->formatType() << '\n';
+///     }
 template <typename F>
 class METADATA_API SerializerFamily {
   public:
-    /// Leaves the default alone.
+    /// Adds the format, which must live until it is deregistered; the default stays what it is.
     static void registerFormat(const F& format);
-    /// If the format was the default, the registered one at the lowest address becomes it.
+    /// Removes the format. If it was the default, the one at the lowest address becomes the
+    /// default.
     static void deregisterFormat(const F& format);
-    /// Exact and case-sensitive; null when there is none.
+    /// The format of that exact name, upper and lower case being different; null when there is
+    /// none.
     static const F* formatByName(const std::string& name);
+    /// The format that writes when nobody asks for another one. May be null.
     static const F* defaultFormat();
     /// Does not register the format. May be null.
     static void setDefaultFormat(const F* format);
-    /// Ordered by address.
+    /// All registered formats, ordered by address.
     static const std::set<const F*>& allFormats();
 
   protected:

@@ -11,6 +11,7 @@ namespace orbo::Data {
 
 class METADATA_API SerializerRaw {
   public:
+    /// The words of the raw formats, in the order of their table.
     enum eKeyword {
         kEquals = 0,
         kEndAssociations = 1,
@@ -28,7 +29,7 @@ class METADATA_API SerializerRaw {
     };
 
   protected:
-    /// "????" for what is not a keyword.
+    /// The word that stands in the texts; "????" for what is not a keyword.
     static const char* keyword(eKeyword keyword);
     /// Trims both ends in place and returns a copy; blanks inside stay, whatever the name says.
     static std::string collapseWhitespace(std::string& text);

@@ -91,10 +91,12 @@ class StreamElements {
         using pointer = const value_type*;
         using reference = const value_type&;
 
+        /// An iterator of no range; only copying into it is of use.
         iterator() = default;
         /// The pair is the iterator's own, and another one after the next step.
         const value_type& operator*() const { return fNow; }
         const value_type* operator->() const { return &fNow; }
+        /// Goes to the next pair. Must not be called at the end.
         iterator& operator++() {
             if (fLeft != 0) {
                 --fLeft;
@@ -150,12 +152,14 @@ class StreamElements {
     };
     using const_iterator = iterator;
 
+    /// Every loop begins anew, and several may run at once.
     [[nodiscard]] iterator begin() const {
         return iterator(fPlaces, fPlaces.fStretch, fPlaces.fTyped);
     }
     [[nodiscard]] iterator end() const {
         return iterator(fPlaces, fPlaces.fEnd, fPlaces.fTypedEnd);
     }
+    /// True when the stream had no elements as the range was made.
     [[nodiscard]] bool empty() const { return begin() == end(); }
 
   private:

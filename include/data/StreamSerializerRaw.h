@@ -16,9 +16,11 @@ class Structure;
 /// Reading needs the structure to be registered under the name in the text.
 class METADATA_API StreamSerializerRaw : public StreamSerializer, private SerializerRaw {
   public:
+    /// The one object of this class, which lives as long as the library:
+    /// `StreamSerializerRaw::theFormat().write(...)`.
     static const StreamSerializerRaw& theFormat();
 
-    /// "raw".
+    /// "raw", the name that files give the format.
     [[nodiscard]] const char* formatType() const override;
     ~StreamSerializerRaw() override;
     Stream* read(std::istream& in, std::string& errors) const override;

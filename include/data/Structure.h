@@ -14,8 +14,15 @@
 
 namespace orbo::Data {
 
-/// Members are only ever added: never removed, never reordered. The alignment of the *first* member
-/// rounds the total size, so a structure may end unaligned.
+/// The members of an element, in order: what a record type is to a program. Members are only ever
+/// added: never removed, never reordered. The alignment of the *first* member rounds the total
+/// size, so a structure may end unaligned.
+///
+///     RefPtr<Structure> crease(Structure::create());
+///     crease->setName("Crease");
+///     crease->addMember(Member::kFloat, 1, "sharpness");
+///     crease->addMember(Member::kFloat, 3, "normal");
+///     Structure::registerStructure(*crease);
 ///
 /// A structure lives on the heap. Its count starts at 0; the last `unref` deletes it. Keep it in a
 /// `RefPtr<Structure>`.

@@ -9,7 +9,10 @@
 
 namespace orbo::Data {
 
-/// Writes only. Loading the library does not register it: whoever wants it found by name does.
+/// Writes only. Loading the library does not register it: a program that wants it to be found by
+/// name registers it.
+///
+///     StructureSerializer::registerFormat(StructureSerializerDebug::theFormat());
 class METADATA_API StructureSerializerDebug : public StructureSerializer {
   public:
     /// Lives as long as the library.

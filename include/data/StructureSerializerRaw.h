@@ -13,9 +13,11 @@ namespace orbo::Data {
 /// Fields are separated by colons or line feeds.
 class METADATA_API StructureSerializerRaw : public StructureSerializer, private SerializerRaw {
   public:
+    /// The one object of this class, which lives as long as the library:
+    /// `StructureSerializerRaw::theFormat().write(...)`.
     static const StructureSerializerRaw& theFormat();
 
-    /// "raw".
+    /// "raw", the name that files give the format.
     [[nodiscard]] const char* formatType() const override;
     ~StructureSerializerRaw() override;
     Structure* read(std::istream& in, std::string& errors) const override;

@@ -4,6 +4,7 @@
 
 namespace orbo::Data {
 
+/// Set on an accessor before it writes: `accessor->setWritePolicy(WritePolicy::careful());`.
 struct WritePolicy {
     /// The shortest digits that read back as the very same float or double, instead of six.
     bool exactNumbers = false;

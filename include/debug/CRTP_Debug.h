@@ -7,7 +7,12 @@ namespace orbo::Debug {
 class Print;
 class Footprint;
 
-/// `T` derives from this and has a static `bool Debug(const T*, V&)`.
+/// `T` derives from this and has a static `bool Debug(const T*, V&)`, which `debug` calls.
+///
+///     class Disc : public Shape, public Debug::CRTP_Debug<Disc, Debug::Print> {
+///       public:
+///         static bool Debug(const Disc* disc, Debug::Print& print);
+///     };
 template <typename T, typename V>
 class CRTP_Debug {
   public:

@@ -14,8 +14,14 @@ class Print;
 /// Every change draws the next number of one library-wide sequence and stores it in the object.
 /// Remember a number (`globalCheckpoint()`, `checkpoint()`) and ask later with the
 /// `...ChangedSinceCheckpoint` tests, which are strict: a stamp equal to the number is no change.
+///
+///     const auto before = structure.checkpoint();
+///     edit(structure);
+///     if (structure.changedSinceCheckpoint(before)) redraw();
 class METADATA_API Checkpointed {
   public:
+    /// The first draws the next number, the second gives the last one that was drawn; the other
+    /// three are about all objects that keep no counter of their own class.
     static unsigned long long globalChange();
     static unsigned long long globalCheckpoint();
     static unsigned long long sClassChanged();

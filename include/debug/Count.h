@@ -6,7 +6,11 @@
 
 namespace orbo::Debug {
 
-/// Filled by the `Debug(const T*, Count&)` of every public class.
+/// The `Debug(const T*, Count&)` of every public class sets it.
+///
+///     Debug::Count count;
+///     Stream::Debug(nullptr, count);
+///     std::cout << count.value() << " streams are alive\n";
 class METADATA_API Count {
   public:
     Count() = default;

@@ -8,7 +8,11 @@ namespace orbo::Debug {
 
 class Print;
 
-/// Bytes and blocks reached by a walk. What is shared is counted each time it is reached.
+/// The bytes and blocks that a walk reaches. What is shared is counted each time it is reached.
+///
+///     Debug::Footprint footprint;
+///     Associations::Debug(&associations, footprint);
+///     std::cout << footprint.totalSize() << " bytes\n";
 class METADATA_API Footprint {
   public:
     Footprint() = default;
@@ -16,15 +20,16 @@ class METADATA_API Footprint {
     Footprint& operator=(const Footprint&) = default;
     virtual ~Footprint();
 
+    /// Starts again at 0.
     virtual void clear();
     /// Memory that belongs to an object: a name, an array, a data block.
     virtual void addMember(const void* address, unsigned long long bytes);
     /// An object itself. A derived footprint that counts only members sets `fMembersOnly`.
     virtual void addObject(const void* address, unsigned long long bytes);
 
-    /// Bytes.
+    /// The sum of all bytes.
     [[nodiscard]] unsigned long long totalSize() const { return fTotalSize; }
-    /// Separate memory blocks.
+    /// The number of separate memory blocks.
     [[nodiscard]] unsigned long long totalFragments() const { return fTotalFragments; }
 
     static bool Debug(const Footprint* object, Footprint& footprint);

@@ -12,6 +12,10 @@ namespace orbo::Debug {
 
 /// Writes a dump to a stream that the caller keeps alive. Items come out at the current
 /// indentation; only the first item of a chain is indented, because `<<` returns the stream.
+///
+///     Debug::Print print(std::cout);
+///     print.addFilter(Handle::kDebugType, 1);
+///     Structure::Debug(&structure, print);
 class METADATA_API Print {
   public:
     enum eStyle {
@@ -20,6 +24,7 @@ class METADATA_API Print {
     };
 
     explicit Print(std::ostream& out);
+    /// Copies write to the same stream, with indentation and filters of their own.
     Print(const Print&);
     Print& operator=(const Print&);
     ~Print();
@@ -28,6 +33,7 @@ class METADATA_API Print {
     /// `skipNextIndent(true)`) and returns the stream for the caller's own output.
     std::ostream& doIndent();
 
+    /// All indent, print the value as the stream itself does, and return the stream.
     std::ostream& operator<<(char value);
     std::ostream& operator<<(unsigned char value);
     std::ostream& operator<<(int value);
@@ -41,6 +47,7 @@ class METADATA_API Print {
     std::ostream& operator<<(long long value);
     std::ostream& operator<<(unsigned long long value);
 
+    /// Prints the title and indents what follows, up to `endSection`, by one more level.
     void beginSection(const char* title);
     void endSection();
 

@@ -15,12 +15,15 @@ class Print;
 /// count from 1 to 0 deletes the object; one at 0 goes to -1 and deletes nothing.
 class METADATA_API RefCounted {
   public:
+    /// Both are safe in any number of threads at once.
     void ref() const;
     void unref() const;
 
+    /// The number of references at the moment.
     [[nodiscard]] int refCount() const { return __atomic_load_n(&fRefCount, __ATOMIC_SEQ_CST); }
     [[nodiscard]] bool isShared() const { return refCount() > 1; }
 
+    /// The first adds the object, the second prints the count. Both return true.
     static bool Debug(const RefCounted* object, Debug::Footprint& footprint);
     static bool Debug(const RefCounted* object, Debug::Print& print);
 

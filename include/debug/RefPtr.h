@@ -6,12 +6,16 @@
 
 namespace orbo {
 
-/// Holds what `create()` or a format's `read` returned, so that it is released whatever happens:
-/// `RefPtr<Structure> s(Structure::create());`. Null is allowed.
+/// Holds what `create()` or a format's `read` returned, so that it is released whatever happens.
+/// Null is allowed.
+///
+///     RefPtr<Structure> structure(Structure::create());
+///     structure->addMember(Member::kFloat, 1, "radius");
 template <typename T>
 class RefPtr {
   public:
     RefPtr() = default;
+    /// Takes a reference of its own on the object.
     explicit RefPtr(T* object) : fObject(object) {
         if (fObject) fObject->ref();
     }
@@ -25,6 +29,7 @@ class RefPtr {
         if (fObject) fObject->unref();
     }
 
+    /// The object, which the pointer keeps alive; null when there is none.
     [[nodiscard]] T* get() const { return fObject; }
     T& operator*() const { return *fObject; }
     T* operator->() const { return fObject; }
