@@ -11,7 +11,6 @@ inline constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
 constexpr bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
-constexpr bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
 constexpr std::string_view trimRight(std::string_view text) {
     while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);

@@ -101,12 +101,6 @@ class RankedFindings {
     std::array<Kind, 2> fKinds;  // by whether they are in the error text
 };
 
-/// Appends the text of the findings and returns false.
-inline bool fail(std::string& errors, const Findings& findings) {
-    findings.appendTo(errors);
-    return false;
-}
-
 /// Sets the line of each finding that has an offset. The findings are in file order. Reads the file
 /// once, up to the last of them. No line is set where the file cannot be read, or beyond the first
 /// GiB.

@@ -36,8 +36,6 @@ class TextSceneScanner {
     /// Looks for the trailer in the last 64 KiB, which saves most files from being read further.
     /// To be called before `next`, if at all. Returns `kDone` when the trailer is not there.
     Result findTrailer();
-    /// To be called in place of `findTrailer` when the range ends where the trailer begins.
-    void trailerIsAtEnd() { fTrailer = fEnd; }
     Result next(SceneRecordRange& statement);
 
     /// Offset of the block that was read last, or that could not be read.

@@ -23,11 +23,6 @@ struct Parts {
     std::string line;    // the whole statement
     std::size_t textBegin = 0;
     std::size_t textEnd = 0;
-
-    /// The value, still with its escapes.
-    [[nodiscard]] std::string_view escapedText() const {
-        return std::string_view(line).substr(textBegin, textEnd - textBegin);
-    }
 };
 
 /// Takes a whole statement apart, from its command word to the end of the line that its ";" closes.
