@@ -104,8 +104,9 @@ bool Member::isDefault(const char* chunk) const {
         // that is neither 0 nor 1. Floating-point values compare as numbers: -0.0 is a default, a
         // NaN never is.
         using Compared = std::conditional_t<std::is_integral_v<Scalar>, char, Scalar>;
+        constexpr std::uint64_t kComparisons = std::is_integral_v<Scalar> ? sizeof(Scalar) : 1;
         return areDefault(reinterpret_cast<const Compared*>(values),
-                          fLength * (sizeof(Scalar) / sizeof(Compared)) * type.kScalars);
+                          fLength * kComparisons * type.kScalars);
     });
 }
 

@@ -17,7 +17,7 @@ namespace orbo::Files {
 /// How long to wait for others.
 struct Patience {
     Patience() = default;
-    // mostly it is just a time
+    // NOLINTNEXTLINE(google-explicit-constructor): mostly it is just a time
     Patience(std::chrono::milliseconds time, std::function<bool()> condition = {})
         : longest(time), isOver(std::move(condition)) {}
 
