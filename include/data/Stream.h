@@ -37,8 +37,9 @@ class Structure;
 /// until the element is removed, until dense storage grows, or until the structure gets members.
 ///
 /// An index is an `Index`, a number of any type, a pair `{3, 7}`, or a text, which means an
-/// `IndexString`. Numbers that no index can have, such as -1, name no element: look-ups find
-/// nothing, and edits throw `std::out_of_range`.
+/// `IndexString`; a `std::string` is an exception, for it means the number in it, as `Index` does.
+/// Numbers that no index can have, such as -1, name no element: look-ups find nothing, and edits
+/// throw `std::out_of_range`.
 ///
 /// Any number of threads may look for elements and walk them at once, through one stream object or
 /// several that share the storage, as long as nobody changes the storage or its structure. That

@@ -4,12 +4,15 @@
 
 #include <data/TextArgument.h>
 
+#include <string>
 #include <type_traits>
 
 namespace orbo::Data::detail {
 
+/// A `std::string` is none: it becomes an `Index` by its constructor, which reads a number.
 template <typename Key>
-constexpr bool isTextKey = std::is_convertible_v<const Key&, TextArgument>;
+constexpr bool isTextKey =
+    std::is_convertible_v<const Key&, TextArgument> && !std::is_same_v<Key, std::string>;
 template <typename Key>
 constexpr bool isNumberKey = std::is_integral_v<Key>;
 
