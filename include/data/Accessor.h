@@ -132,7 +132,7 @@ class METADATA_API Accessor {
                                     const std::set<std::string>* associationNames,
                                     std::string& errors) = 0;
 
-    /// For `check`, or another way to read: does what `read` does, but calls `implementation` in
+    /// Reads as `read` does, for `check` or another way to read, but calls `implementation` in
     /// place of `readImplementation`.
     bool readBy(const Callback<bool(std::string& errors)>& implementation,
                 const std::string& fileName, std::string& errors);

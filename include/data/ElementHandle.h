@@ -21,7 +21,8 @@ class METADATA_API ElementHandle : public ConstHandle {
     /// A `Handle` on the same element, which it borrows, at the same member.
     operator Handle() const;  // NOLINT(google-explicit-constructor): it shows the same element
 
-    /// As `Handle::set`. The handle itself stays as it is, so a `const` one changes elements too.
+    /// Works as `Handle::set` does. The handle itself stays as it is, so a `const` one changes
+    /// elements too.
     template <typename T>
     void set(TextArgument member, const T& value) const {
         detail::requireValueType<T>();

@@ -33,8 +33,8 @@ class METADATA_API ElementIndex {
     /// "numeric", "pair", "string", or what a plug-in has registered.
     [[nodiscard]] std::string typeName() const;
 
-    /// With a number of any type, a text as `IndexString`, a typed value, an `Index`, or another
-    /// one of these.
+    /// Compares with a number of any type, a text as `IndexString`, a typed value, an `Index`, or
+    /// another one of these.
     template <typename Key, detail::IfIndexKey<Key> = 0>
     friend bool operator==(const ElementIndex& index, const Key& key) {
         return index.equals(key);

@@ -100,8 +100,8 @@ class METADATA_API Index : public Counted<Index> {
     bool operator<=(const Index& other) const;
     bool operator>(const Index& other) const;
     bool operator>=(const Index& other) const;
-    /// With a number of any type, a text as `IndexString`, or a typed value. A number that no index
-    /// can have, such as -1, equals none.
+    /// Compares with a number of any type, a text as `IndexString`, or a typed value. A number that
+    /// no index can have, such as -1, equals none.
     template <typename Key, detail::IfIndexKey<Key> = 0>
     friend bool operator==(const Index& index, const Key& key) {
         return index.equals(key);
