@@ -1,9 +1,9 @@
 // quilmeta: shows and rewrites the metadata of scene files.
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/CommandLine.h"
-#include "output/Output.h"
 #include "process/CommandError.h"
 #include "process/Messages.h"
+#include "process/Output.h"
 #include "process/Plugins.h"
 #include "process/Signals.h"
 
@@ -12,6 +12,7 @@
 
 #include <csignal>
 #include <exception>
+#include <string>
 
 namespace {
 
@@ -30,11 +31,15 @@ void occupyStandardStreams() {
 Outcome run(int argc, char** argv) {
     Output output(STDOUT_FILENO, "standard output");
     CommandLine commandLine;
-    Command* command = commandLine.parse(argc, argv, output);
     Outcome outcome = Outcome::kDone;
-    if (command) {
-        loadPlugins(commandLine.plugins());
-        outcome = command->run(output);
+    try {
+        if (Command* command = commandLine.parse(argc, argv, output)) {
+            loadPlugins(commandLine.plugins());
+            outcome = command->run(output);
+        }
+    } catch (const UsageError& error) {
+        complain("", std::string(error.what()) + "\nsee " + commandLine.helpCommand());
+        outcome = Outcome::kUsage;
     }
     output.flush();
     return outcome;

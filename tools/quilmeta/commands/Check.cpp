@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "json/JsonList.h"
+#include "json/ResultList.h"
 #include "process/Messages.h"
 #include "scene/FindingText.h"
 #include "scene/SceneFile.h"
@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -60,52 +59,51 @@ class Check : public Command {
   public:
     [[nodiscard]] const Help& help() const override { return kHelp; }
     void declare(Options& options) override {
-        options.words("FILE", fFiles, "Scene files, which are not changed");
-        options.flag("--json", fJson, "Print a JSON list instead of lines");
+        options.files(fFiles, "Scene files, which are not changed");
+        options.results(fFormat);
         options.repeated("--ignore", "CODE", fIgnoredNames, "Leave out findings of this code");
         options.wait(fAccess);
     }
 
     Outcome run(Output& output) override {
         fIgnored = codesOf(fIgnoredNames);
-        const Outcome outcome = forEachFile(fFiles, Purpose::kReading,
-                                            [&](const std::string& file) { return check(file); });
-        fJson ? writeJson(output) : writeLines(output);
+        EachFile how;
+        how.jobs = fFiles.jobs;
+        ResultList results(output, fFormat);
+        const Outcome outcome = forEachFile(filesOf(fFiles), how, results,
+                                            [&](const FileTurn& turn) { return check(turn); });
+        results.end();
         return outcome;
     }
 
   private:
-    Outcome check(const std::string& file) {
+    FileResult check(const FileTurn& turn) const {
         Outcome outcome = Outcome::kDone;
-        for (Finding& finding : checkScene(file, fAccess)) {
+        for (const Finding& finding : checkScene(turn.file, fAccess)) {
             // Notes tell what opening the file did, such as a recovery; they are no damage.
             if (finding.code == Finding::Code::kFileNote) {
-                complain(file, messagesOf({finding}));
+                complain(turn.file, messagesOf({finding}));
             } else if (fIgnored.count(finding.code) == 0) {
                 outcome =
                     std::max(outcome, isFatal(finding.code) ? Outcome::kFailed : Outcome::kFound);
-                fFound.emplace_back(file, std::move(finding));
+                write(turn, finding);
             }
         }
         return outcome;
     }
 
-    void writeLines(Output& output) const {
-        for (const auto& [file, finding] : fFound)
-            output.write(safeLine(file) + ": " + lineOf(finding) + '\n');
+    void write(const FileTurn& turn, const Finding& finding) const {
+        if (fFormat == ResultFormat::kText)
+            turn.output.write(safeLine(turn.file) + ": " + lineOf(finding) + '\n');
+        else
+            ResultList::add(turn.output, fFormat, json(turn.file, finding));
     }
 
-    void writeJson(Output& output) const {
-        JsonList list(output);
-        for (const auto& [file, finding] : fFound) list.add(json(file, finding));
-        list.end();
-    }
-
-    std::vector<std::string> fFiles, fIgnoredNames;
+    FileArguments fFiles;
+    std::vector<std::string> fIgnoredNames;
     SceneAccess fAccess;
-    bool fJson = false;
+    ResultFormat fFormat = ResultFormat::kText;
     std::set<Finding::Code> fIgnored;
-    std::vector<std::pair<std::string, Finding>> fFound;  // each with its file
 };
 
 }  // namespace

@@ -4,8 +4,9 @@
 
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "output/Output.h"
 #include "process/CommandError.h"
+#include "process/Messages.h"
+#include "process/Style.h"
 #include "values/SafeText.h"
 
 #include <CLI/CLI.hpp>
@@ -49,7 +50,7 @@ struct Called {
     std::string words;
 };
 
-/// Says what is wrong and which help to read.
+/// Says what is wrong.
 std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     const Called called(app);
     std::string message = error.what();
@@ -59,9 +60,7 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
         message = words.empty() ? "a command is required"
                                 : "there is no command or option " + inQuotes(words.front());
     }
-    const std::string name = called.command->get_name();
-    return message + "\nsee " + (called.words.empty() ? name : called.words + ' ' + name) +
-           " --help";
+    return message;
 }
 
 /// Adds a command, or a group of commands, to the help and to the words that are understood.
@@ -93,6 +92,9 @@ CommandLine::CommandLine()
     setUp(*fApp);
     Options(*fApp).repeated("--plugin", "FILE", fPlugins,
                             "Load this plug-in before the command runs");
+    Options(*fApp).flag("-q,--quiet", fQuiet, "Say nothing but results and what is wrong");
+    Options(*fApp).flag("-v,--verbose", fVerbose, "Say of each file what became of it");
+    Options(*fApp).optional("--color", "WHEN", fColors, "auto, always or never");
     const Command::Help* group = nullptr;
     CLI::App* groupApp = nullptr;
     for (const CommandEntry& entry : kCommands) {
@@ -127,9 +129,29 @@ Command* CommandLine::parse(int argc, char** argv, Output& output) {
         output.write(std::string(version.what()) + '\n');
         return nullptr;
     } catch (const CLI::ParseError& error) {
-        throw CommandError(usageMessage(*fApp, error));
+        throw UsageError(usageMessage(*fApp, error));
     }
+    applyOptions();
     return fCalled;
+}
+
+void CommandLine::applyOptions() const {
+    if (fQuiet && fVerbose) throw UsageError("--quiet and --verbose exclude each other");
+    if (fQuiet) setVerbosity(Verbosity::kQuiet);
+    if (fVerbose) setVerbosity(Verbosity::kVerbose);
+    const std::string colors = fColors.value_or("auto");
+    if (colors == "always")
+        setColors(Colors::kAlways);
+    else if (colors == "never")
+        setColors(Colors::kNever);
+    else if (colors != "auto")
+        throw UsageError(inQuotes(colors) + " is not auto, always or never");
+}
+
+std::string CommandLine::helpCommand() const {
+    const Called called(*fApp);
+    const std::string name = called.command->get_name();
+    return (called.words.empty() ? name : called.words + ' ' + name) + " --help";
 }
 
 }  // namespace orbo::Quilmeta

@@ -5,6 +5,7 @@
 #include "commands/Command.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,15 +25,21 @@ class CommandLine {
     /// The command to run. Null when help or the version was asked for, which goes to `output`.
     /// Throws `CommandError` that says where to look when the words are wrong.
     Command* parse(int argc, char** argv, Output& output);
+    /// "quilmeta show --help" and the like: where to read more about the words that were parsed.
+    [[nodiscard]] std::string helpCommand() const;
     /// The values of --plugin, once the words are parsed.
     [[nodiscard]] const std::vector<std::string>& plugins() const { return fPlugins; }
 
   private:
     void add(CLI::App& app, std::unique_ptr<Command> command);
+    void applyOptions() const;
 
     std::unique_ptr<CLI::App> fApp;
     std::vector<std::unique_ptr<Command>> fCommands;
     std::vector<std::string> fPlugins;
+    bool fQuiet = false;
+    bool fVerbose = false;
+    std::optional<std::string> fColors;
     Command* fCalled = nullptr;
 };
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "output/Output.h"
+#include "process/Output.h"
 #include "scene/Address.h"
 #include "scene/CopyPlan.h"
 #include "scene/SceneFile.h"
@@ -112,13 +112,14 @@ class Copy : public Command {
     Outcome run(Output& output) override {
         // The source is read once, however often a conflict makes us read the target again.
         Scene source;
-        const Outcome opened = guarded(fSource, [&] {
+        const auto open = [&] {
             source = openSource();
-            return source.outcome();
-        });
+            return FileResult(source.outcome());
+        };
+        const Outcome opened = guarded(fSource, open).outcome;
         if (opened == Outcome::kFailed) return opened;
-        const Outcome copied = editFiles({fTarget}, fAccess, [&](const std::string&) {
-            return copyInto(*source.accessor, output);
+        const Outcome copied = editFiles({fTarget}, fAccess, 1, output, [&](const FileTurn& turn) {
+            return copyInto(*source.accessor, turn.output);
         });
         return std::max(opened, copied);
     }
@@ -137,7 +138,7 @@ class Copy : public Command {
         return source;
     }
 
-    Outcome copyInto(const Data::Accessor& source, Output& output) const {
+    FileResult copyInto(const Data::Accessor& source, Output& output) const {
         std::error_code ignored;
         if (fs::equivalent(fSource, fTarget, ignored))
             throw CommandError("is the scene to copy from as well");
@@ -153,7 +154,7 @@ class Copy : public Command {
             writeScene(*target.accessor, fAccess);
         }
         report(plan, output);
-        return target.outcome();
+        return {target.outcome(), plan.changes()};
     }
 
     std::string fSource, fTarget;

@@ -5,7 +5,7 @@
 #include "json/JsonDocument.h"
 #include "output/NewFile.h"
 #include "scene/SceneFile.h"
-#include "scene/SceneView.h"
+#include "selection/SceneView.h"
 
 #include <optional>
 #include <string>
@@ -33,8 +33,8 @@ class Export : public Command {
 
     Outcome run(Output& output) override {
         output.stopOnSignals();
-        return forEachFile({fFile}, Purpose::kReading,
-                           [&](const auto&) { return exportScene(output); });
+        return forEachFile({fFile}, {}, output,
+                           [&](const FileTurn& turn) { return exportScene(turn.output); });
     }
 
   private:

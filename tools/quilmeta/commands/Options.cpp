@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Options.h"
 
+#include "values/ParseValue.h"
+
 #include <CLI/CLI.hpp>
 
 namespace orbo::Quilmeta {
@@ -17,6 +19,26 @@ std::string problemOfSeconds(const std::string& text) {
     return '"' + text + "\" is no number of seconds from 0 to 86400";
 }
 
+/// Checks the value of --jobs, as `problemOfSeconds` does.
+std::string problemOfJobs(const std::string& text) {
+    constexpr unsigned kMost = 1024;
+    unsigned jobs = 0;
+    if (parseValue(text, jobs) == Parsed::kGood && jobs > 0 && jobs <= kMost) return {};
+    return '"' + text + "\" is no number of jobs from 1 to 1024";
+}
+
+/// Adds all remaining words. With extra arguments allowed, CLI11 would take "[a,b]" apart. So this
+/// expects more words than anybody can give; CLI11 accepts fewer.
+CLI::Option& addWords(CLI::App& command, const char* name, std::vector<std::string>& values,
+                      const char* description) {
+    constexpr int kMost = CLI::detail::expected_max_vector_size;
+    return *command.add_option(name, values, description)
+                ->type_name("")
+                ->expected(kMost, kMost)
+                ->allow_extra_args(false)
+                ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
 }  // namespace
 
 void Options::word(const char* name, std::string& value, const char* description) {
@@ -24,15 +46,40 @@ void Options::word(const char* name, std::string& value, const char* description
 }
 
 void Options::words(const char* name, std::vector<std::string>& values, const char* description) {
-    // With extra arguments allowed, CLI11 would take "[a,b]" apart. So this option expects more
-    // words than anybody can give; CLI11 accepts fewer.
-    constexpr int kMost = CLI::detail::expected_max_vector_size;
-    fCommand.add_option(name, values, description)
-        ->required()
-        ->type_name("")
-        ->expected(kMost, kMost)
-        ->allow_extra_args(false)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addWords(fCommand, name, values, description).required();
+}
+
+void Options::files(FileArguments& files, const char* description) {
+    addWords(fCommand, "FILE", files.words, description);
+    fileOptions(files);
+}
+
+void Options::fileOptions(FileArguments& files) {
+    flag("-r,--recursive", files.recursive, "Take the scenes in folders, and in theirs");
+    repeated("--include", "GLOB", files.includes, "In folders, take only files of this name");
+    repeated("--exclude", "GLOB", files.excludes, "In folders, leave out this name");
+    optional("--files-from", "LIST", files.filesFrom, "Also take the files on the lines of LIST");
+    optional("--files0-from", "LIST", files.files0From, "The same, each name ended by a NUL");
+    fCommand
+        .add_option("-j,--jobs", files.jobs, "Files at once; as many as processors unless given")
+        ->type_name("N")
+        ->check(problemOfJobs);
+}
+
+void Options::selection(SelectionArguments& selection) {
+    repeated("--node", "GLOB", selection.nodes, "Only these nodes; '' is the scene");
+    repeated("--channel", "GLOB", selection.channels, "Only these channels");
+    repeated("--stream", "GLOB", selection.streams, "Only these streams");
+    flag("-F,--fixed", selection.fixed, "Take names as they are, not as patterns");
+}
+
+void Options::results(ResultFormat& format) {
+    const auto add = [&](const char* name, ResultFormat value, const char* description) {
+        fCommand.add_flag_function(
+            name, [&format, value](std::int64_t) { format = value; }, description);
+    };
+    add("--json", ResultFormat::kJson, "Print one JSON document");
+    add("--jsonl", ResultFormat::kJsonLines, "Print JSON, a line for each result");
 }
 
 void Options::flag(const char* name, bool& value, const char* description) {
@@ -76,7 +123,7 @@ void Options::writing(SceneAccess& access) {
     access.writes = true;
     flag("--no-journal", access.noJournal,
          "Write in place; a kill in the middle damages the scene");
-    flag("--dry-run", access.dryRun,
+    flag("-n,--dry-run", access.dryRun,
          "Check and report everything, end as a real run would, and write nothing");
 }
 

@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "json/ResultList.h"
 #include "scene/SceneAccess.h"
+#include "selection/FileList.h"
+#include "selection/Selection.h"
 
 #include <optional>
 #include <string>
@@ -24,6 +27,15 @@ class Options {
     void word(const char* name, std::string& value, const char* description);
     /// All remaining words, at least one.
     void words(const char* name, std::vector<std::string>& values, const char* description);
+
+    /// Files to work on: all remaining words, and the options that find more.
+    void files(FileArguments& files, const char* description);
+    /// The options alone, for a command that takes other words as well.
+    void fileOptions(FileArguments& files);
+    /// --node, --channel, --stream and --fixed.
+    void selection(SelectionArguments& selection);
+    /// --json and --jsonl.
+    void results(ResultFormat& format);
 
     void flag(const char* name, bool& value, const char* description);
     void required(const char* name, const char* type, std::string& value, const char* description);

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "output/Output.h"
 #include "process/CommandError.h"
 #include "process/Messages.h"
+#include "process/Output.h"
 #include "process/Signals.h"
 #include "values/SafeText.h"
 
@@ -64,7 +64,7 @@ class Recover : public Command {
   public:
     [[nodiscard]] const Help& help() const override { return kHelp; }
     void declare(Options& options) override {
-        options.words("FILE", fFiles, "Scene files");
+        options.files(fFiles, "Scene files");
         options.flag("--list", fList,
                      "Only say what is to be done; exit code 1 if there is anything");
         options.optional("--file", "NEW-NAME", fNewName,
@@ -73,18 +73,21 @@ class Recover : public Command {
     }
 
     Outcome run(Output& output) override {
-        if (wasMoved() && fFiles.size() != 1)
+        const std::vector<std::string> files = filesOf(fFiles);
+        if (wasMoved() && files.size() != 1)
             throw CommandError("--file goes with one FILE: the old name of the scene");
-        return forEachFile(wasMoved() ? std::vector{*fNewName} : fFiles,
-                           fList ? Purpose::kReading : Purpose::kWriting,
-                           [&](const std::string& file) {
-                               return fList ? list(file, output) : recover(file, output);
-                           });
+        if (wasMoved()) fOldName = files.front();
+        EachFile how;
+        how.purpose = fList ? Purpose::kReading : Purpose::kWriting;
+        how.jobs = fFiles.jobs;
+        return forEachFile(
+            wasMoved() ? std::vector{*fNewName} : files, how, output, [&](const FileTurn& turn) {
+                return fList ? list(turn.file, turn.output) : recover(turn.file, turn.output);
+            });
     }
 
   private:
     [[nodiscard]] bool wasMoved() const { return fNewName && !fNewName->empty(); }
-    [[nodiscard]] const std::string& oldName() const { return fFiles.front(); }
 
     /// The journal of a scene that was moved away is left where it is.
     [[nodiscard]] bool stays(State state) const { return state == State::kOrphaned && wasMoved(); }
@@ -94,11 +97,11 @@ class Recover : public Command {
         const auto patience = fAccess.patience();
         if (!wasMoved())
             return (fList ? Recovery::inspect : Recovery::run)(file, patience, interrupted);
-        return (fList ? Recovery::inspectMoved : Recovery::runMoved)(oldName(), file, patience,
+        return (fList ? Recovery::inspectMoved : Recovery::runMoved)(fOldName, file, patience,
                                                                      interrupted);
     }
 
-    Outcome list(const std::string& file, Output& output) const {
+    FileResult list(const std::string& file, Output& output) const {
         const Recovery recovery = recoveryOf(file);
         if (recovery.state == State::kRefused) throw CommandError(recovery.message);
         if (recovery.state == State::kNothing) return Outcome::kDone;
@@ -107,7 +110,7 @@ class Recover : public Command {
         return Outcome::kFound;
     }
 
-    Outcome recover(const std::string& file, Output& output) const {
+    FileResult recover(const std::string& file, Output& output) const {
         const Recovery recovery = recoveryOf(file);
         const bool isOrphaned = recovery.state == State::kOrphaned;
         if (!recovery.done && !stays(recovery.state)) throw CommandError(recovery.message);
@@ -121,12 +124,13 @@ class Recover : public Command {
     /// Prints what the journal is about and what becomes of it.
     void print(const std::string& file, State state, const char* ending, Output& output) const {
         const std::string found =
-            stays(state) ? "the journal of " + safeLine(oldName()) + " does not fit the file "
+            stays(state) ? "the journal of " + safeLine(fOldName) + " does not fit the file "
                          : wordsFor(state).found;
         output.write(safeLine(file) + ": " + found + (stays(state) ? "and stays" : ending) + '\n');
     }
 
-    std::vector<std::string> fFiles;
+    FileArguments fFiles;
+    std::string fOldName;  // of a scene that was moved
     std::optional<std::string> fNewName;
     SceneAccess fAccess;
     bool fList = false;

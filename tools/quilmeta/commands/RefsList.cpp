@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "json/JsonList.h"
+#include "json/ResultList.h"
 #include "output/AlignedLine.h"
 #include "output/TextTable.h"
 #include "scene/References.h"
@@ -53,30 +53,54 @@ class RefsList : public Command {
   public:
     [[nodiscard]] const Help& help() const override { return kHelp; }
     void declare(Options& options) override {
-        options.words("FILE", fFiles, "Scene files");
+        options.files(fFiles, "Scene files");
         options.flag("--missing", fMissing,
                      "Only those whose resolved path does not exist; exit code 1 if there are any");
-        options.flag("--json", fJson, "Print a JSON list instead of a table");
+        options.results(fFormat);
         options.wait(fAccess);
     }
 
     Outcome run(Output& output) override {
-        const Outcome outcome = forEachFile(fFiles, Purpose::kReading,
-                                            [&](const std::string& file) { return collect(file); });
-        fJson ? writeJson(output) : writeTable(output);
-        return fMissing && !fListed.empty() ? std::max(outcome, Outcome::kFound) : outcome;
+        EachFile how;
+        how.jobs = fFiles.jobs;
+        const std::vector<std::string> files = filesOf(fFiles);
+        ResultList results(output, fFormat);
+        fListed.resize(files.size());
+        const Outcome outcome =
+            forEachFile(files, how, results, [&](const FileTurn& turn) { return list(turn); });
+        results.end();
+        if (fFormat == ResultFormat::kText) writeTable(output);
+        return outcome;
     }
 
   private:
-    Outcome collect(const std::string& file) {
-        const Scene scene = openForReferences(file, fAccess, ReferencesFor::kReading);
+    FileResult list(const FileTurn& turn) {
+        const Scene scene = openForReferences(turn.file, fAccess, ReferencesFor::kReading);
         Data::Stream* table = tableOf(scene);
         if (!table) return scene.outcome();
+        bool any = false;
         for (Data::StreamIterator row = table->begin(); row.valid(); ++row) {
-            ListedReference listed{file, referenceOf(*row)};
-            if (!fMissing || isMissing(listed)) fListed.push_back(std::move(listed));
+            ListedReference listed{turn.file, referenceOf(*row)};
+            if (fMissing && !isMissing(listed)) continue;
+            any = true;
+            if (fFormat == ResultFormat::kText)
+                fListed[turn.number].push_back(std::move(listed));
+            else
+                ResultList::add(turn.output, fFormat, json(listed));
         }
-        return scene.outcome();
+        return fMissing && any ? std::max(scene.outcome(), Outcome::kFound) : scene.outcome();
+    }
+
+    static JsonObject json(const ListedReference& listed) {
+        const auto& [scene, reference] = listed;
+        JsonObject object;
+        object.add("scene", scene)
+            .add("node", reference.node)
+            .add("key", reference.key)
+            .add("path", reference.path)
+            .add("resolvedPath", reference.resolvedPath)
+            .addList("roles", reference.roles);
+        return object;
     }
 
     void writeTable(Output& output) const {
@@ -87,31 +111,19 @@ class RefsList : public Command {
                          {"path", kWidestPath},
                          {"resolved path", kWidestPath},
                          {"roles", 0}});
-        for (const auto& [scene, reference] : fListed)
-            table.add({shownPath(scene), shownName(reference.node), shownName(reference.key),
-                       shownPath(reference.path), shownPath(reference.resolvedPath),
-                       shownRoles(reference.roles)});
+        for (const auto& ofFile : fListed)
+            for (const auto& [scene, reference] : ofFile)
+                table.add({shownPath(scene), shownName(reference.node), shownName(reference.key),
+                           shownPath(reference.path), shownPath(reference.resolvedPath),
+                           shownRoles(reference.roles)});
         table.write(output);
     }
 
-    void writeJson(Output& output) const {
-        JsonList list(output);
-        for (const auto& [scene, reference] : fListed)
-            list.add(JsonObject()
-                         .add("scene", scene)
-                         .add("node", reference.node)
-                         .add("key", reference.key)
-                         .add("path", reference.path)
-                         .add("resolvedPath", reference.resolvedPath)
-                         .addList("roles", reference.roles));
-        list.end();
-    }
-
-    std::vector<std::string> fFiles;
+    FileArguments fFiles;
     bool fMissing = false;
-    bool fJson = false;
+    ResultFormat fFormat = ResultFormat::kText;
     SceneAccess fAccess;
-    std::vector<ListedReference> fListed;
+    std::vector<std::vector<ListedReference>> fListed;  // of each file, for the table
 };
 
 }  // namespace

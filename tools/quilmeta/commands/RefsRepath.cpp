@@ -2,23 +2,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "output/Output.h"
+#include "process/InputText.h"
 #include "process/Messages.h"
+#include "process/Output.h"
 #include "process/Signals.h"
 #include "scene/References.h"
 #include "scene/Repath.h"
 #include "values/SafeText.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -33,22 +26,11 @@ path begins with is reported, with exit code 1.
 Example:
   quilmeta refs repath shots/*.kx --from /shows/demo --to /archive/demo --dry-run)"};
 
-/// A pipe is welcome as well, so this does not ask for the size.
-std::string contentOf(const std::string& file) {
-    std::error_code error;
-    if (std::filesystem::is_directory(file, error)) throw CommandError("is a directory");
-    std::ifstream in(file, std::ios_base::binary);
-    if (!in) throw CommandError(systemMessage(errno));
-    std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad()) throw CommandError("cannot be read");
-    return content;
-}
-
 class RefsRepath : public Command {
   public:
     [[nodiscard]] const Help& help() const override { return kHelp; }
     void declare(Options& options) override {
-        options.words("FILE", fFiles, "Scene files, which are rewritten");
+        options.files(fFiles, "Scene files, which are rewritten");
         options.repeated("--from", "PREFIX", fFrom, "Where paths begin now");
         options.repeated("--to", "PREFIX", fTo, "What takes the place of --from");
         options.repeated("--map", "CSV", fTables, "More pairs, from a table of two columns");
@@ -58,10 +40,8 @@ class RefsRepath : public Command {
     Outcome run(Output& output) override {
         if (!readPairs()) return Outcome::kUsage;
         const Outcome outcome =
-            forEachFile(fFiles, fAccess.purpose(), [&](const std::string& file) {
-                if (wasSeen(file)) return Outcome::kDone;
-                return repeatAfterConflict(fAccess, [&] { return repath(file, output); });
-            });
+            editFiles(filesOf(fFiles), fAccess, fFiles.jobs, output,
+                      [&](const FileTurn& turn) { return repath(turn.file, turn.output); });
         if (Signals::received() != 0 || fRepath.reportUnused()) return outcome;
         return std::max(outcome, Outcome::kNothingSelected);
     }
@@ -75,22 +55,15 @@ class RefsRepath : public Command {
         Outcome read = Outcome::kDone;
         for (const std::string& file : fTables)
             read = std::max(read, guarded(file, [&] {
-                                fRepath.addCsv(contentOf(file));
-                                return Outcome::kDone;
-                            }));
+                                      fRepath.addCsv(inputText(file));
+                                      return Outcome::kDone;
+                                  }).outcome);
         if (read == Outcome::kDone && fRepath.empty())
             throw CommandError("nothing to replace: give --from and --to, or --map");
         return read == Outcome::kDone;
     }
 
-    /// True for a file that came before under any name: a path must not be replaced twice.
-    bool wasSeen(const std::string& file) {
-        struct stat status {};
-        if (::stat(file.c_str(), &status) != 0) return false;  // reading the file reports it
-        return !fSeen.emplace(status.st_dev, status.st_ino).second;
-    }
-
-    Outcome repath(const std::string& file, Output& output) {
+    FileResult repath(const std::string& file, Output& output) {
         const Scene scene = openForReferences(file, fAccess, ReferencesFor::kWriting);
         // Printed only once the file is written; see `forEachFile`.
         std::string text;
@@ -101,13 +74,13 @@ class RefsRepath : public Command {
         writeScene(*scene.accessor, fAccess);
         output.write(safeLine(file) + '\n' + text);
         output.flush();
-        return scene.outcome();
+        return {scene.outcome(), true};
     }
 
-    std::vector<std::string> fFiles, fFrom, fTo, fTables;
+    FileArguments fFiles;
+    std::vector<std::string> fFrom, fTo, fTables;
     SceneAccess fAccess;
     Repath fRepath;
-    std::set<std::pair<dev_t, ino_t>> fSeen;
 };
 
 }  // namespace

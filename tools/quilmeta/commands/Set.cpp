@@ -64,12 +64,13 @@ class Set : public Command {
         options.words("MEMBER=VALUE", fAssignments, "Members, new values");
     }
 
-    Outcome run(Output&) override {
-        return editFiles({fFile}, fAccess, [this](const std::string&) { return setValues(); });
+    Outcome run(Output& output) override {
+        return editFiles({fFile}, fAccess, 1, output,
+                         [this](const FileTurn&) { return setValues(); });
     }
 
   private:
-    Outcome setValues() const {
+    FileResult setValues() const {
         const Scene scene = openScene(fFile, fAccess);
         Data::Stream& stream = findStream(*scene.accessor, fAddress);
         const Data::Index index = indexOf(stream, fIndex);
@@ -77,7 +78,7 @@ class Set : public Command {
         assign(stream.structure(), draft, fAssignments);
         if (!stream.setElement(index, draft)) throw CommandError("not enough memory");
         writeScene(*scene.accessor, fAccess);
-        return scene.outcome();
+        return {scene.outcome(), true};
     }
 
     /// A copy of the element, or a new one. The stream keeps its own until all values are good.

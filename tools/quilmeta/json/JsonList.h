@@ -3,7 +3,7 @@
 #pragma once
 
 #include "json/JsonText.h"
-#include "output/Output.h"
+#include "process/Output.h"
 
 #include <optional>
 #include <string>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "output/FileKind.h"
-#include "output/Output.h"
+#include "process/Output.h"
 
 #include <sys/stat.h>
 

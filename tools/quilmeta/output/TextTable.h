@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "output/Output.h"
+#include "process/Output.h"
 
 #include <cstddef>
 #include <string>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "output/Output.h"
-#include "scene/SceneView.h"
+#include "process/Output.h"
+#include "selection/SceneView.h"
 
 #include <string>
 

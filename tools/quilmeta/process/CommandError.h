@@ -13,6 +13,12 @@ class CommandError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// The words of the command line do not fit together; the message ends with where to read more.
+class UsageError : public CommandError {
+  public:
+    using CommandError::CommandError;
+};
+
 /// The results could not be delivered: no further file is worth trying.
 class OutputError : public CommandError {
   public:

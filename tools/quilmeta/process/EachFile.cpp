@@ -3,82 +3,94 @@
 #include "process/EachFile.h"
 
 #include "process/CommandError.h"
+#include "process/FileQueue.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
+#include "process/StatusLine.h"
+#include "values/Wording.h"
 
 #include <data/Index.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <csignal>
 #include <exception>
 #include <new>
+#include <set>
+#include <thread>
+#include <utility>
 
 namespace orbo::Quilmeta {
 
 namespace {
 
-/// Remembers which files are done, for the report at an early end.
-class Progress {
-  public:
-    Progress(const std::vector<std::string>& files, Purpose purpose)
-        : fFiles(files), fDone(files.size(), false), fPurpose(purpose) {}
-
-    Outcome work(const std::function<Outcome(const std::string&)>& work) {
-        Outcome worst = Outcome::kDone;
-        for (size_t i = 0; i < fFiles.size() && Signals::received() == 0; ++i) {
-            Outcome outcome = Outcome::kFailed;
-            try {
-                outcome = guarded(fFiles[i], [&] { return work(fFiles[i]); });
-            } catch (const OutputError&) {
-                // A command that writes files has written this one before it printed anything.
-                fDone[i] = fPurpose == Purpose::kWriting;
-                throw;
-            } catch (const Interrupted&) {
-                break;
-            }
-            fDone[i] = outcome != Outcome::kFailed;
-            worst = std::max(worst, outcome);
-        }
-        return worst;
+/// The files without those that came before under any name. What cannot be looked at stays: the
+/// work on it reports why.
+std::vector<std::string> withoutRepeats(const std::vector<std::string>& files) {
+    std::set<std::pair<dev_t, ino_t>> seen;
+    std::vector<std::string> kept;
+    for (const std::string& file : files) {
+        struct stat status {};
+        if (::stat(file.c_str(), &status) != 0 || seen.emplace(status.st_dev, status.st_ino).second)
+            kept.push_back(file);
     }
+    return kept;
+}
 
-    void report(const std::string& problem) const {
-        const int signal = Signals::received();
-        // A reader such as `head`, who has seen enough of what we only show, needs no message.
-        if (fPurpose == Purpose::kReading && (signal == SIGPIPE || signal == 0)) return;
-        const std::string reason =
-            signal != 0 ? fmt::format("ended by {}", Signals::nameOf(signal)) : problem;
-        const auto done = std::count(fDone.begin(), fDone.end(), true);
-        complain("", fmt::format("{}: {} of {} files done", reason, done, fFiles.size()));
-        for (size_t i = 0; i < fFiles.size(); ++i)
-            complain(subjectOf(fFiles[i]), fDone[i] ? "done" : "not done");
-    }
+/// Says after an early end which files are done.
+void reportEarlyEnd(const FileQueue& queue, Purpose purpose, const std::string& problem) {
+    const int signal = Signals::received();
+    // A reader such as `head`, who has seen enough of what we only show, needs no message.
+    if (purpose == Purpose::kReading && (signal == SIGPIPE || signal == 0)) return;
+    const std::string reason =
+        signal != 0 ? fmt::format("ended by {}", Signals::nameOf(signal)) : problem;
+    complain("", fmt::format("{}: {} of {} files done", reason, queue.countDone(), queue.size()));
+    for (size_t i = 0; i < queue.size(); ++i)
+        complain(subjectOf(queue.file(i)), queue.isDone(i) ? "done" : "not done");
+}
 
-  private:
-    const std::vector<std::string>& fFiles;
-    std::vector<bool> fDone;
-    Purpose fPurpose;
-};
+/// "12 files: 3 changed, 1 failed"; only what there is.
+void reportSum(const FileQueue& queue) {
+    if (queue.size() < 2) return;
+    std::string sum;
+    const auto add = [&](size_t count, const char* what) {
+        if (count > 0) sum += fmt::format("{} {} {}", sum.empty() ? ":" : ",", count, what);
+    };
+    add(queue.countChanged(), "changed");
+    for (const Outcome outcome :
+         {Outcome::kNothingSelected, Outcome::kFound, Outcome::kUnreadable, Outcome::kFailed})
+        add(queue.count(outcome), wordsFor(outcome));
+    remark(counted(queue.size(), "file") + (sum.empty() ? " done" : sum));
+}
+
+size_t threadsFor(const EachFile& how, size_t files) {
+    const size_t wanted = how.jobs > 0 ? how.jobs : std::thread::hardware_concurrency();
+    return std::clamp<size_t>(wanted, 1, std::max<size_t>(files, 1));
+}
 
 }  // namespace
 
-Outcome forEachFile(const std::vector<std::string>& files, Purpose purpose,
-                    const std::function<Outcome(const std::string&)>& work) {
-    Progress progress(files, purpose);
-    Outcome outcome = Outcome::kFailed;
+Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, Output& output,
+                    const FileWork& work) {
+    FileQueue queue(how.once ? withoutRepeats(files) : files, how.purpose, output, work);
     try {
-        outcome = progress.work(work);
+        queue.run(threadsFor(how, queue.size()));
     } catch (const OutputError& error) {
-        progress.report(error.what());
+        StatusLine::clear();
+        reportEarlyEnd(queue, how.purpose, error.what());
         throw;
     }
-    if (Signals::received() != 0) progress.report({});
-    return outcome;
+    StatusLine::clear();
+    if (Signals::received() != 0)
+        reportEarlyEnd(queue, how.purpose, {});
+    else
+        reportSum(queue);
+    return queue.worst();
 }
 
 // The last handler is for index types, which throw a plain enumeration.
-Outcome guarded(const std::string& file, const std::function<Outcome()>& work) {
+FileResult guarded(const std::string& file, const std::function<FileResult()>& work) {
     const std::string subject = subjectOf(file);
     try {
         return work();

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "process/Outcome.h"
+#include "process/Output.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -12,15 +14,42 @@ namespace orbo::Quilmeta {
 
 enum class Purpose { kReading, kWriting };
 
-/// Calls `work` for each file in order and returns the worst outcome. A failure with one file is
-/// reported and the next file follows. After a signal, or when the output cannot be delivered, no
-/// further file is started, and standard error lists which files are done. A command that writes
-/// files prints about a file only after writing it; `Purpose` says which kind of command this is.
-Outcome forEachFile(const std::vector<std::string>& files, Purpose purpose,
-                    const std::function<Outcome(const std::string&)>& work);
+struct FileResult {
+    // NOLINTNEXTLINE(google-explicit-constructor): most work has nothing to say but its outcome
+    FileResult(Outcome how, bool hasChanged = false) : outcome(how), changed(hasChanged) {}
 
-/// Runs the work on one file and returns its outcome. Reports an exception as a message about
+    Outcome outcome;
+    bool changed;  ///< the file was written, or would have been but for a dry run
+};
+
+/// One file's turn to be worked on.
+struct FileTurn {
+    size_t number;  ///< its place in the list of files, from 0
+    const std::string& file;
+    Output& output;  ///< of its results
+};
+
+/// The work on one file: results go to the turn's output, messages to `complain`. It is called on
+/// any thread, for several files at once, so what it shares with other files needs a lock.
+using FileWork = std::function<FileResult(const FileTurn& turn)>;
+
+/// How to work through files.
+struct EachFile {
+    Purpose purpose = Purpose::kReading;
+    size_t jobs = 1;    ///< files at once; 0 is the number of processors
+    bool once = false;  ///< a file that comes again, under any name, is left out
+};
+
+/// Calls `work` for each file and returns the worst outcome. Results and messages come out in the
+/// order of the files, however many are worked on at once. A failure with one file is reported and
+/// the others follow; more than one file end in a line that counts them. After a signal, or when
+/// the output cannot be delivered, no further file is started, and standard error lists which files
+/// are done. A command that writes files prints about a file only after writing it.
+Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, Output& output,
+                    const FileWork& work);
+
+/// Runs the work on one file and returns its result. Reports an exception as a message about
 /// `file` and returns `kFailed`, but throws `OutputError` and `Interrupted` on.
-Outcome guarded(const std::string& file, const std::function<Outcome()>& work);
+FileResult guarded(const std::string& file, const std::function<FileResult()>& work);
 
 }  // namespace orbo::Quilmeta

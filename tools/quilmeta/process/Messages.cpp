@@ -3,12 +3,18 @@
 #include "process/Messages.h"
 
 #include "process/Signals.h"
+#include "process/StatusLine.h"
 #include "values/SafeText.h"
 
 #include <cstdio>
 #include <system_error>
 
 namespace orbo::Quilmeta {
+
+namespace {
+thread_local std::string* tCapture = nullptr;
+Verbosity gVerbosity = Verbosity::kUsual;
+}  // namespace
 
 void complain(std::string_view subject, std::string_view text) {
     std::string lines;
@@ -23,9 +29,30 @@ void complain(std::string_view subject, std::string_view text) {
         }
         lines += safeLine(line) + '\n';
     }
+    if (tCapture)
+        *tCapture += lines;
+    else
+        printMessages(lines);
+}
+
+void remark(std::string_view text) {
+    if (gVerbosity != Verbosity::kQuiet) complain("", text);
+}
+
+void setVerbosity(Verbosity verbosity) { gVerbosity = verbosity; }
+
+Verbosity verbosity() { return gVerbosity; }
+
+MessageCapture::MessageCapture(std::string& text) : fBefore(tCapture) { tCapture = &text; }
+
+MessageCapture::~MessageCapture() { tCapture = fBefore; }
+
+// One call for all lines, so that those of other processes do not come between them.
+void printMessages(std::string_view captured) {
+    if (captured.empty()) return;
     if (Signals::received() != 0) Signals::ignoreBrokenPipes();
-    // One call for all lines, so that those of other processes do not come between them.
-    std::fwrite(lines.data(), 1, lines.size(), stderr);
+    StatusLine::clear();
+    std::fwrite(captured.data(), 1, captured.size(), stderr);
 }
 
 std::string subjectOf(const std::string& file) { return file.empty() ? "\"\"" : file; }

@@ -12,6 +12,28 @@ namespace orbo::Quilmeta {
 /// that could control a terminal are escaped.
 void complain(std::string_view subject, std::string_view text);
 
+/// Prints a note, as `complain` does without a subject, unless the user wants silence.
+void remark(std::string_view text);
+
+/// What the user wants to hear beside results.
+enum class Verbosity { kQuiet, kUsual, kVerbose };
+void setVerbosity(Verbosity verbosity);
+Verbosity verbosity();
+
+/// While it lives, what its thread has to say is appended to `text` instead.
+class MessageCapture {
+  public:
+    explicit MessageCapture(std::string& text);
+    MessageCapture(const MessageCapture&) = delete;
+    MessageCapture& operator=(const MessageCapture&) = delete;
+    ~MessageCapture();
+
+  private:
+    std::string* fBefore;
+};
+/// Prints what was captured.
+void printMessages(std::string_view captured);
+
 /// Returns the name of a file as the subject of a message; an empty name becomes "".
 std::string subjectOf(const std::string& file);
 

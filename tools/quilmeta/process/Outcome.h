@@ -30,4 +30,22 @@ constexpr int exitCodeOf(Outcome outcome) {
     return 2;
 }
 
+/// How a summary puts it: "done", "without a match".
+constexpr const char* wordsFor(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::kDone:
+            return "done";
+        case Outcome::kNothingSelected:
+            return "without a match";
+        case Outcome::kFound:
+            return "with findings";
+        case Outcome::kUnreadable:
+            return "not read completely";
+        case Outcome::kFailed:
+        case Outcome::kUsage:
+            break;
+    }
+    return "failed";
+}
+
 }  // namespace orbo::Quilmeta

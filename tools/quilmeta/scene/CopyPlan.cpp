@@ -4,7 +4,7 @@
 
 #include "scene/Difference.h"
 #include "scene/Losses.h"
-#include "scene/SceneView.h"
+#include "selection/SceneView.h"
 #include "values/SafeText.h"
 
 #include <data/Channel.h>
@@ -74,7 +74,9 @@ std::string placeOfUse(const Data::Associations& associations, const std::string
 CopyPlan::CopyPlan(const Data::Accessor& source, const Data::Accessor& target,
                    const std::vector<std::string>& nodes)
     : fSource(source.fileName()) {
-    const SceneView view = select(source, {nodes, {}, {}});
+    Selection selection;
+    for (const std::string& node : nodes) selection.nodes.add(node, NamePatterns::As::kLiteral);
+    const SceneView view = select(source, selection);
     const StructuresByName structures = structuresOf(target);
     for (const Data::Structure* structure : view.structures)
         fStructures.push_back(copyOf(*structure, structures));

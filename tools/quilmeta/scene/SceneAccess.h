@@ -15,8 +15,10 @@ struct SceneAccess {
     bool dryRun = false;     ///< check everything that a write would check, and write nothing
     bool partial = false;    ///< also show the readable part of a damaged node
 
-    [[nodiscard]] Purpose purpose() const {
-        return writes && !dryRun ? Purpose::kWriting : Purpose::kReading;
+    /// How to work through the scenes. One that is changed is changed once, however often it is
+    /// named.
+    [[nodiscard]] EachFile eachFile(size_t jobs = 1) const {
+        return {writes && !dryRun ? Purpose::kWriting : Purpose::kReading, jobs, writes};
     }
     [[nodiscard]] std::chrono::milliseconds patience() const {
         return std::chrono::duration_cast<std::chrono::milliseconds>(

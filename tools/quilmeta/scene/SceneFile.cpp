@@ -148,7 +148,7 @@ void writeScene(const Data::Accessor& scene, const SceneAccess& access) {
 }
 
 // A few attempts are made even without any patience, because they cost little.
-Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outcome()>& edit) {
+FileResult repeatAfterConflict(const SceneAccess& access, const std::function<FileResult()>& edit) {
     using Clock = std::chrono::steady_clock;
     constexpr int kFewest = 5;
     const Clock::time_point end = Clock::now() + access.patience();
@@ -162,10 +162,10 @@ Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outco
     }
 }
 
-Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access,
-                  const std::function<Outcome(const std::string&)>& edit) {
-    return forEachFile(files, access.purpose(), [&](const std::string& file) {
-        return repeatAfterConflict(access, [&] { return edit(file); });
+Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access, size_t jobs,
+                  Output& output, const FileWork& edit) {
+    return forEachFile(files, access.eachFile(jobs), output, [&](const FileTurn& turn) {
+        return repeatAfterConflict(access, [&] { return edit(turn); });
     });
 }
 

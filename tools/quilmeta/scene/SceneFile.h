@@ -66,10 +66,10 @@ void writeScene(const Data::Accessor& scene, const SceneAccess& access);
 
 /// Calls `edit`, which opens, changes and writes one scene, and calls it again after a `Conflict`:
 /// a few times at least, and as long as the access has patience.
-Outcome repeatAfterConflict(const SceneAccess& access, const std::function<Outcome()>& edit);
+FileResult repeatAfterConflict(const SceneAccess& access, const std::function<FileResult()>& edit);
 
 /// `forEachFile` for an `edit` that changes one scene, with `repeatAfterConflict` around each.
-Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access,
-                  const std::function<Outcome(const std::string&)>& edit);
+Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access, size_t jobs,
+                  Output& output, const FileWork& edit);
 
 }  // namespace orbo::Quilmeta

@@ -35,4 +35,25 @@ std::string nameList(const char* what, const Items& items, Text&& text) {
     return list.empty() ? list : fmt::format(" ({}: {})", what, list);
 }
 
+/// "512 B", "1.5 MiB".
+inline std::string byteText(double bytes) {
+    const char* unit = "B";
+    for (const char* next : {"KiB", "MiB", "GiB", "TiB"}) {
+        if (bytes < 1000) break;
+        bytes /= 1024;
+        unit = next;
+    }
+    return bytes < 10 && *unit != 'B' ? fmt::format("{:.1f} {}", bytes, unit)
+                                      : fmt::format("{:.0f} {}", bytes, unit);
+}
+
+/// "0:07", "12:30", "3:00:00".
+inline std::string timeText(double seconds) {
+    constexpr double kLongest = 1e7;
+    const auto whole = static_cast<long>(seconds < kLongest ? seconds + 0.5 : kLongest);
+    const long minutes = whole / 60;
+    if (minutes < 60) return fmt::format("{}:{:02}", minutes, whole % 60);
+    return fmt::format("{}:{:02}:{:02}", minutes / 60, minutes % 60, whole % 60);
+}
+
 }  // namespace orbo::Quilmeta

@@ -1,6 +1,8 @@
-// The part of a scene's metadata that the user asked for.
+// What a selection finds in a scene.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
+
+#include "selection/Selection.h"
 
 #include <data/Accessor.h>
 #include <data/Channel.h>
@@ -10,15 +12,6 @@
 #include <vector>
 
 namespace orbo::Quilmeta {
-
-/// Names that the user asks for; an empty list means all names.
-struct Selection {
-    std::vector<std::string> nodes, channels, streams;
-
-    [[nodiscard]] bool everything() const {
-        return nodes.empty() && channels.empty() && streams.empty();
-    }
-};
 
 struct ChannelView {
     Data::Channel channel;

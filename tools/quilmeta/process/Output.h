@@ -7,25 +7,37 @@
 
 namespace orbo::Quilmeta {
 
-/// Buffers what is written and flushes it in large pieces. `write` and `flush` throw `OutputError`
+/// Buffers what is written and delivers it in large pieces. `write` and `flush` throw `OutputError`
 /// when the bytes cannot be delivered. The destructor does not flush.
 class Output {
   public:
-    /// Does not close the descriptor. `name` is for messages.
+    /// Delivers to the descriptor, which it does not close. `name` is for messages.
     Output(int descriptor, std::string name);
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
+    virtual ~Output() = default;
 
     void write(std::string_view bytes);
     void flush();
+    /// Puts an empty line in front of what follows, if anything was written before.
+    virtual void beginSection();
     /// Makes `write` throw `Interrupted` once a signal has come. Use it for output that may end in
     /// the middle.
     void stopOnSignals() { fStops = true; }
+    [[nodiscard]] bool stopsOnSignals() const { return fStops; }
+    /// Whether people look at it on a terminal.
+    [[nodiscard]] virtual bool isTerminal() const;
+
+  protected:
+    /// For an output that delivers in another way.
+    Output() = default;
+    virtual void deliver(std::string_view bytes);
 
   private:
-    int fDescriptor;
+    int fDescriptor = -1;
     std::string fName;
     std::string fPending;
+    bool fAnything = false;  // was written
     bool fStops = false;
 };
 

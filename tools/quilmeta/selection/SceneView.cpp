@@ -1,11 +1,10 @@
-// The part of a scene's metadata that the user asked for.
+// What a selection finds in a scene.
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/SceneView.h"
+#include "selection/SceneView.h"
 
 #include <data/Associations.h>
 #include <data/Structure.h>
 
-#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -13,15 +12,10 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// Does the list of wanted names let this name through?
-bool keeps(const std::vector<std::string>& wanted, const std::string& name) {
-    return wanted.empty() || std::find(wanted.begin(), wanted.end(), name) != wanted.end();
-}
-
 ChannelView viewOf(const Data::Channel& channel, const Selection& selection) {
     ChannelView view{channel, {}};
     for (const Data::Stream& stream : channel)
-        if (keeps(selection.streams, stream.name())) view.streams.push_back(stream);
+        if (selection.streams.want(stream.name())) view.streams.push_back(stream);
     return view;
 }
 
@@ -29,7 +23,7 @@ NodeView viewOf(const std::string& name, const Data::Associations& associations,
                 const Selection& selection) {
     NodeView view{name, {}};
     for (const Data::Channel& channel : associations) {
-        if (!keeps(selection.channels, channel.name())) continue;
+        if (!selection.channels.want(channel.name())) continue;
         ChannelView kept = viewOf(channel, selection);
         // A user who asks for a stream does not want to see channels without it.
         if (selection.streams.empty() || !kept.streams.empty())
@@ -62,7 +56,7 @@ SceneView select(const Data::Accessor& accessor, const Selection& selection) {
     SceneView view;
     const bool wholeNodes = selection.channels.empty() && selection.streams.empty();
     for (const auto& [name, associations] : accessor.associations()) {
-        if (!keeps(selection.nodes, name)) continue;
+        if (!selection.nodes.want(name)) continue;
         NodeView kept = viewOf(name, associations, selection);
         if (wholeNodes || !kept.channels.empty()) view.nodes.push_back(std::move(kept));
     }

@@ -1,10 +1,11 @@
 // Where results go: bytes to a file descriptor, every failure noticed.
 // SPDX-License-Identifier: Apache-2.0
-#include "output/Output.h"
+#include "process/Output.h"
 
 #include "process/CommandError.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
+#include "process/StatusLine.h"
 
 #include <unistd.h>
 
@@ -22,27 +23,39 @@ Output::Output(int descriptor, std::string name)
 
 void Output::write(std::string_view bytes) {
     fPending += bytes;
+    fAnything = fAnything || !bytes.empty();
     if (fPending.size() < kPiece) return;
     if (fStops) Signals::stopIfReceived();
     flush();
 }
 
+void Output::beginSection() {
+    if (fAnything) write("\n");
+}
+
 void Output::flush() {
+    if (fPending.empty()) return;
+    deliver(fPending);
+    fPending.clear();
+}
+
+bool Output::isTerminal() const { return ::isatty(fDescriptor) == 1; }
+
+void Output::deliver(std::string_view bytes) {
     // After Ctrl-C our reader may be gone, too. We still report what was done, so a broken pipe
     // must not end us first.
     if (Signals::received() != 0) Signals::ignoreBrokenPipes();
-    std::string_view rest = fPending;
-    while (!rest.empty()) {
-        const ssize_t written = ::write(fDescriptor, rest.data(), rest.size());
+    if (isTerminal()) StatusLine::clear();
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(fDescriptor, bytes.data(), bytes.size());
         if (written < 0 && errno == EINTR) {
             if (fStops) Signals::stopIfReceived();
             continue;
         }
         if (written < 0 && errno == EPIPE) throw ReaderGone();
         if (written < 0) throw OutputError(fName + ": " + systemMessage(errno));
-        rest.remove_prefix(static_cast<size_t>(written));
+        bytes.remove_prefix(static_cast<size_t>(written));
     }
-    fPending.clear();
 }
 
 }  // namespace orbo::Quilmeta

@@ -1,0 +1,103 @@
+// The files that a command is to work on.
+// SPDX-License-Identifier: Apache-2.0
+#include "selection/FileList.h"
+
+#include "process/CommandError.h"
+#include "process/InputText.h"
+#include "process/Messages.h"
+#include "selection/NamePatterns.h"
+
+#include <data/Accessor.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+namespace orbo::Quilmeta {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Walks folders and gathers the scenes in them.
+class FolderWalk {
+  public:
+    FolderWalk(const FileArguments& arguments, std::vector<std::string>& found)
+        : fFound(found), fExtensions(Data::Accessor::supportedExtensions()) {
+        for (const std::string& pattern : arguments.includes) fIncludes.add(pattern);
+        for (const std::string& pattern : arguments.excludes) fExcludes.add(pattern);
+    }
+
+    void walk(const fs::path& folder) {
+        std::error_code error;
+        std::vector<fs::directory_entry> entries;
+        for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+             entry.increment(error))
+            entries.push_back(*entry);
+        if (error) fFound.push_back(folder.string());
+        std::sort(entries.begin(), entries.end());
+        for (const fs::directory_entry& entry : entries) take(entry);
+    }
+
+  private:
+    void take(const fs::directory_entry& entry) {
+        std::error_code error;
+        const fs::file_status status = entry.symlink_status(error);
+        const std::string name = entry.path().filename().string();
+        if (fExcludes.patternFor(name)) return;
+        if (fs::is_directory(status)) return walk(entry.path());
+        if (fs::is_regular_file(status) && isSceneName(entry.path()) && fIncludes.want(name))
+            fFound.push_back(entry.path().string());
+    }
+
+    [[nodiscard]] bool isSceneName(const fs::path& path) const {
+        const std::string extension = path.extension().string();
+        return !extension.empty() && fExtensions.count(extension.substr(1)) > 0;
+    }
+
+    std::vector<std::string>& fFound;
+    NamePatterns fIncludes, fExcludes;
+    std::set<std::string> fExtensions;
+};
+
+void addList(std::vector<std::string>& names, const std::string& list, char end) {
+    const std::string text = [&] {
+        try {
+            return inputText(list);
+        } catch (const CommandError& error) {
+            throw CommandError(fmt::format("{}: {}", subjectOf(list), error.what()));
+        }
+    }();
+    for (size_t begin = 0; begin < text.size();) {
+        const size_t stop = std::min(text.find(end, begin), text.size());
+        std::string name = text.substr(begin, stop - begin);
+        if (end == '\n' && !name.empty() && name.back() == '\r') name.pop_back();
+        if (!name.empty()) names.push_back(std::move(name));
+        begin = stop + 1;
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> filesOf(const FileArguments& arguments) {
+    std::vector<std::string> names = arguments.words;
+    if (arguments.filesFrom) addList(names, *arguments.filesFrom, '\n');
+    if (arguments.files0From) addList(names, *arguments.files0From, '\0');
+    const bool listed = arguments.filesFrom || arguments.files0From;
+    if (names.empty() && !listed) throw UsageError("no file is given");
+    std::vector<std::string> files;
+    FolderWalk walk(arguments, files);
+    for (const std::string& name : names) {
+        std::error_code error;
+        if (arguments.recursive && fs::is_directory(name, error))
+            walk.walk(name);
+        else
+            files.push_back(name);
+    }
+    return files;
+}
+
+}  // namespace orbo::Quilmeta

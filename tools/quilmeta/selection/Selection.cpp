@@ -1,0 +1,31 @@
+// The part of a scene's metadata that the user asked for.
+// SPDX-License-Identifier: Apache-2.0
+#include "selection/Selection.h"
+
+#include "values/SafeText.h"
+
+namespace orbo::Quilmeta {
+
+std::string Selection::text() const {
+    std::string text;
+    const auto add = [&](const char* option, const NamePatterns& patterns) {
+        for (const std::string& pattern : patterns.texts())
+            text += std::string(" ") + option + ' ' + inQuotes(pattern);
+    };
+    add("--node", nodes);
+    add("--channel", channels);
+    add("--stream", streams);
+    return text;
+}
+
+Selection SelectionArguments::selection() const {
+    const auto patterns = [&](const std::vector<std::string>& texts) {
+        NamePatterns result;
+        for (const std::string& text : texts)
+            result.add(text, fixed ? NamePatterns::As::kLiteral : NamePatterns::As::kGlob);
+        return result;
+    };
+    return {patterns(nodes), patterns(channels), patterns(streams)};
+}
+
+}  // namespace orbo::Quilmeta

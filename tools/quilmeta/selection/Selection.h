@@ -1,0 +1,31 @@
+// The part of a scene's metadata that the user asked for.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "selection/NamePatterns.h"
+
+#include <string>
+#include <vector>
+
+namespace orbo::Quilmeta {
+
+/// Names that the user asks for.
+struct Selection {
+    NamePatterns nodes, channels, streams;
+
+    [[nodiscard]] bool everything() const {
+        return nodes.empty() && channels.empty() && streams.empty();
+    }
+    /// " --node "a" --channel "b*"", as the user gave it, for messages; empty for everything.
+    [[nodiscard]] std::string text() const;
+};
+
+/// The values of --node, --channel, --stream and --fixed, as the user gave them.
+struct SelectionArguments {
+    std::vector<std::string> nodes, channels, streams;
+    bool fixed = false;  ///< names, not patterns
+
+    [[nodiscard]] Selection selection() const;
+};
+
+}  // namespace orbo::Quilmeta
