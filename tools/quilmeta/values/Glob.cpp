@@ -13,9 +13,7 @@ Glob::Glob(std::string_view pattern) {
             fPieces.push_back({byte == '*' ? Kind::kAny : Kind::kOne, {}});
             continue;
         }
-        const bool escapes =
-            byte == '\\' && i + 1 < pattern.size() &&
-            std::string_view("*?\\").find(pattern[i + 1]) != std::string_view::npos;
+        const bool escapes = byte == '\\' && i + 1 < pattern.size();
         addText(escapes ? pattern[++i] : byte);
     }
     if (fPieces.empty()) fOnlyText.emplace();

@@ -11,8 +11,7 @@ namespace orbo::Quilmeta {
 
 /// A pattern for a whole text. "*" stands for any bytes, none included, whatever they are: also
 /// ":", "|" and "/". "?" stands for one character of UTF-8, or for one byte that is part of none.
-/// "\" takes the wildcard or backslash behind it literally; in front of anything else, and at the
-/// end, it stands for itself.
+/// "\" takes what is behind it literally; at the end it stands for itself.
 class Glob {
   public:
     explicit Glob(std::string_view pattern);
