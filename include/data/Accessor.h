@@ -48,12 +48,13 @@ class METADATA_API Accessor {
     using AssociationsMap = std::map<std::string, Associations>;
 
     /// A new, empty accessor for the extension: the text behind the last ".", in upper or lower
-    /// case; a name without "." is an extension itself. Null when nobody serves the extension.
+    /// case; a name without "." is an extension itself. Returns null when nobody serves the
+    /// extension.
     static std::unique_ptr<Accessor> accessorByExtension(const std::string& fileName);
     /// The extensions that have accessors, in lower case: "kx", "ky", and those of plug-ins.
     static std::set<std::string> supportedExtensions();
-    /// A new accessor that has read the file. Null when there is none for its extension, or the
-    /// file cannot be read.
+    /// A new accessor that has read the file. Returns null when there is none for its extension, or
+    /// the file cannot be read.
     static std::unique_ptr<Accessor> readFile(const std::string& fileName, std::string& errors);
 
     virtual ~Accessor();
@@ -61,9 +62,10 @@ class METADATA_API Accessor {
     Accessor& operator=(const Accessor&) = delete;
 
     bool read(const std::string& fileName, std::string& errors);
-    /// Null means all names. True when the file was scanned to its end, also when single statements
-    /// could not be used; those have messages, and the next `write` keeps them. On failure, and
-    /// when a format throws, the accessor is empty. The caller's structure registry is as before.
+    /// Null means all names. Returns true when the file was scanned to its end, also when single
+    /// statements could not be used; those have messages, and the next `write` keeps them. On
+    /// failure, and when a format throws, the accessor is empty. The caller's structure registry is
+    /// as before.
     bool read(const std::string& fileName, const std::set<std::string>* structureNames,
               const std::set<std::string>* associationNames, std::string& errors);
     /// Reads all of the file, with index types that nobody registered as text, and looks for
@@ -73,20 +75,20 @@ class METADATA_API Accessor {
     /// Writes `structures()` and `associations()` into `fileName()`. When both are what the last
     /// `read` gave, the file is left as it is, whatever others have made of it.
     virtual bool write(std::string& errors) const;
-    /// Passes through all the checks of `write` up to its first byte, and gives what it would give:
-    /// of the model, of conflicts, links, the journal's place and the room on the disk. The files
-    /// stay as they are; like reading it finishes or undoes what was cut short.
+    /// Makes all the checks that `write` makes before its first byte, and returns what it would
+    /// return. It checks the model, conflicts, links, the journal's place and the room on the disk.
+    /// The files stay as they are; like reading it finishes or undoes what was cut short.
     virtual bool rehearse(std::string& errors) const;
-    /// What the last `read`, `write` or `check` found, in file order, also when it failed. Good
-    /// until the next of these calls.
+    /// Gives what the last `read`, `write` or `check` found, in file order, also when that call
+    /// failed. The list is good until the next of these calls.
     [[nodiscard]] const std::vector<Finding>& findings() const;
-    /// Whether the file is one that the accessor can read. This class says true for every name,
-    /// even of a file that does not exist. Accessors of scenes look at how the file begins, and
-    /// deal with an interrupted write first, as reading does.
+    /// Tells whether the accessor can read the file. This class says true for every name, even of a
+    /// file that does not exist. Accessors of scenes look at how the file begins, and deal with an
+    /// interrupted write first, as reading does.
     [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
 
     /// The metadata by node name, the scene's own under the empty name. `write` stores what it
-    /// holds then. Good as long as the accessor is; emptied by `read` and `clear`.
+    /// holds then. It is good as long as the accessor is, and `read` and `clear` empty it.
     [[nodiscard]] AssociationsMap& associations();
     [[nodiscard]] const AssociationsMap& associations() const;
     /// The structures to write, of which the accessor keeps a reference each.
@@ -99,14 +101,15 @@ class METADATA_API Accessor {
     /// The name that the last `read` was given, which `write` writes to.
     [[nodiscard]] const std::string& fileName() const;
 
-    /// How long to wait for other programs that read or write the file; 10 seconds unless set.
+    /// Gives the time to wait for other programs that read or write the file: 10 seconds unless
+    /// set.
     [[nodiscard]] Milliseconds patience() const;
     void setPatience(Milliseconds patience);
     /// While it waits, it asks this some times a second; true ends the wait as the end of its
     /// patience would. May be empty.
     void stopWaitingWhen(Callback<bool()> condition);
-    /// Whether the last `write` was refused because the file's metadata is no longer what was read.
-    /// Reading it again and repeating the edit is the way out.
+    /// Tells whether the last `write` was refused because the file's metadata is no longer what was
+    /// read. Reading it again and repeating the edit is the way out.
     [[nodiscard]] bool metConflict() const;
 
     [[nodiscard]] const WritePolicy& writePolicy() const;
@@ -117,13 +120,14 @@ class METADATA_API Accessor {
   protected:
     Accessor();
 
-    /// False before the first `read` and after one that failed: there is nothing to write then.
+    /// Returns false before the first `read` and after one that failed: there is nothing to write
+    /// then.
     [[nodiscard]] bool lastReadSucceeded() const;
     [[nodiscard]] const Callback<bool()>& waitingStops() const;
-    /// What `metConflict` is to tell.
+    /// Sets what `metConflict` tells.
     void setMetConflict(bool conflict) const;
-    /// For implementations of reading and writing. An implementation that leaves none has one made
-    /// of what it added to `errors`.
+    /// Implementations of reading and writing leave their findings here. One that leaves none has
+    /// one made of what it added to `errors`.
     void setFindings(std::vector<Finding> findings) const;
 
     /// Reads `fileName()`: registers the structures it finds, which are taken over into

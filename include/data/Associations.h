@@ -4,6 +4,7 @@
 
 #include <data/AssociationsIterator.h>
 #include <data/Channel.h>
+#include <data/EditResult.h>
 #include <debug/Counted.h>
 #include <debug/Export.h>
 
@@ -36,24 +37,33 @@ class METADATA_API Associations : public Counted<Associations> {
     static Associations* create();
     Associations& operator=(const Associations& other);
     ~Associations();
-    /// True when both share their channels.
+    /// Returns true when both share their channels.
     bool operator==(const Associations& other) const;
     bool operator!=(const Associations& other) const { return !(*this == other); }
 
     /// The stored channel of that name, which is made first if there is none. `findChannel` looks
     /// without making one.
     Channel channel(const std::string& name);
+    /// The stored channel of that name, as `findChannel` gives it; null when there is none, for
+    /// associations that are `const` get no channel.
+    [[nodiscard]] const Channel* channel(const std::string& name) const {
+        return findChannel(name);
+    }
     /// The channel at a place in name order; behind the last a new channel that is not stored.
     [[nodiscard]] Channel channelAt(unsigned int position) const;
     /// The same, but null behind the last.
     const Channel* operator[](unsigned int position) const;
-    /// Null when there is no such channel. Good until the channel is removed or replaced.
+    /// Returns null when there is no such channel. It is good until the channel is removed or
+    /// replaced.
     Channel* findChannel(const std::string& name);
     [[nodiscard]] const Channel* findChannel(const std::string& name) const;
     /// Stores the channel, whose streams are then shared, in place of one of the same name.
     void setChannel(Channel channel);
-    /// False when there is no such channel.
+    /// The same, but refused when there is a channel of that name.
+    EditResult tryAddChannel(const Channel& channel);
+    /// Returns false when there is no such channel.
     bool removeChannel(const std::string& name);
+    EditResult tryRemoveChannel(const std::string& name);
     /// Never renames: returns false and changes nothing, which old programs rely on. Store the
     /// streams in a channel of the new name instead, and remove the old one.
     bool renameChannel(const std::string& oldName, const std::string& newName);

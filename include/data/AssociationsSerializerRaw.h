@@ -10,7 +10,16 @@
 
 namespace orbo::Data {
 
-/// Channels without streams are not written.
+/// Writes the texts of the channels, in name order, but not those of channels without streams.
+///
+///     std::ostringstream out;
+///     std::string errors;
+///     if (AssociationsSerializerRaw::theFormat().write(associations, out, errors) != 0)
+///         std::cerr << errors;
+///
+/// Reading takes each channel's name from its own text. One channel that cannot be read makes the
+/// result null, and of two channels of one name the later one counts. An index of a type that
+/// nobody registered throws `Index::eCreatorNotFound`.
 class METADATA_API AssociationsSerializerRaw : public AssociationsSerializer,
                                                private SerializerRaw {
   public:

@@ -21,9 +21,9 @@ class METADATA_API Attach {
     /// any.
     virtual Associations* editableMetadata() = 0;
     [[nodiscard]] virtual const Associations* metadata() const = 0;
-    /// Gives the object a copy, in place of what it had. False when it takes none.
+    /// Gives the object a copy, in place of what it had. Returns false when it takes none.
     virtual bool setMetadata(const Associations& associations) = 0;
-    /// The object carries no metadata afterwards. False when it cannot let go of it.
+    /// The object carries no metadata afterwards. Returns false when it cannot let go of it.
     virtual bool deleteMetadata() = 0;
 
   protected:

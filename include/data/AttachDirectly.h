@@ -23,12 +23,12 @@ class METADATA_API AttachDirectly : public Attach {
     AttachDirectly& operator=(const AttachDirectly& other);
     ~AttachDirectly() override;
 
-    /// Good until the metadata is set or deleted; null when there is none.
+    /// It is good until the metadata is set or deleted; null when there is none.
     Associations* editableMetadata() override;
     [[nodiscard]] const Associations* metadata() const override;
-    /// Stores a copy that shares the channels. Always true.
+    /// Stores a copy that shares the channels. Always returns true.
     bool setMetadata(const Associations& associations) override;
-    /// Always true.
+    /// Always returns true.
     bool deleteMetadata() override;
 
   private:

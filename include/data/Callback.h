@@ -13,17 +13,23 @@ namespace orbo::Data {
 template <typename Signature>
 class Callback;
 
-/// Made of anything that can be called so: a lambda, a function, a `std::function`. It is one of
-/// those, but costs a compiler much less than `<functional>`. Copies share the function and what it
-/// has captured.
+/// Is made of anything that can be called so: a lambda, a function, a `std::function`. It works as
+/// the latter does, but costs a compiler much less than `<functional>`. Copies share the function
+/// and what it has captured, which live until the last copy is gone. The library calls it on the
+/// thread that reads or writes.
 ///
 ///     accessor->stopWaitingWhen([&] { return isCancelled.load(); });
+///
+/// A function that captures references must be taken back, by an empty callback, before they go:
+///
+///     accessor->stopWaitingWhen({});
 template <typename Result, typename... Arguments>
 class Callback<Result(Arguments...)> {
   public:
     /// Calls nothing.
     Callback() = default;
-    /// An empty `std::function` and a null pointer call nothing either.
+    /// Keeps a copy of the function, and throws what copying it throws. An empty `std::function`
+    /// and a null pointer call nothing either.
     template <typename Function,
               typename = std::enable_if_t<!std::is_same_v<Function, Callback> &&
                                           std::is_invocable_r_v<Result, Function&, Arguments...>>>
@@ -35,9 +41,9 @@ class Callback<Result(Arguments...)> {
         fTarget = RefPtr<const Target>(new Holder<Function>(std::move(function)));
     }
 
-    /// False when there is nothing to call.
+    /// Returns false when there is nothing to call.
     explicit operator bool() const { return static_cast<bool>(fTarget); }
-    /// Calls the function, and gives a default result when there is none.
+    /// Calls the function and throws what it throws. Gives a default result when there is none.
     Result operator()(Arguments... arguments) const {
         return fTarget ? fTarget->call(std::forward<Arguments>(arguments)...) : Result();
     }

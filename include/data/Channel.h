@@ -3,6 +3,7 @@
 #pragma once
 
 #include <data/ChannelIterator.h>
+#include <data/EditResult.h>
 #include <data/Index.h>
 #include <data/Stream.h>
 #include <debug/Counted.h>
@@ -40,7 +41,7 @@ class METADATA_API Channel : public Counted<Channel> {
     Channel(const Channel& other);
     Channel& operator=(const Channel& other);
     ~Channel();
-    /// True when both share their streams.
+    /// Returns true when both share their streams.
     bool operator==(const Channel& other) const;
     bool operator!=(const Channel& other) const { return !(*this == other); }
 
@@ -49,7 +50,9 @@ class METADATA_API Channel : public Counted<Channel> {
     /// Stores a copy, which shares the elements, in place of a stream of the same name. Returns the
     /// stored copy, never null.
     Stream* setDataStream(const Stream& stream);
-    /// Null when there is no such stream.
+    /// The same, but refused when there is a stream of that name. Find the stored copy by its name.
+    EditResult tryAddDataStream(const Stream& stream);
+    /// Returns null when there is no such stream.
     Stream* dataStream(const std::string& name) { return findDataStream(name); }
     [[nodiscard]] const Stream* dataStream(const std::string& name) const {
         return findDataStream(name);
@@ -60,17 +63,38 @@ class METADATA_API Channel : public Counted<Channel> {
     /// The same as `dataStream` of a name.
     Stream* findDataStream(const std::string& name);
     [[nodiscard]] const Stream* findDataStream(const std::string& name) const;
-    /// False when there is no such stream.
+    /// Returns false when there is no such stream.
     bool removeDataStream(const std::string& name);
-    /// False without a stream of the old name. False too when the new name is taken: the channel
-    /// then no longer has the stream, which lives on until the channel dies.
+    EditResult tryRemoveDataStream(const std::string& name);
+    /// Returns false without a stream of the old name. Returns false too when the new name is
+    /// taken: the channel then no longer has the stream, which lives on until the channel dies.
     bool renameDataStream(const std::string& oldName, const std::string& newName);
+    /// The same, but when the new name is taken the channel keeps the stream under its old name.
+    EditResult tryRenameDataStream(const std::string& oldName, const std::string& newName);
 
     /// Sets a default element in every stream whose index type fits; true when one took it.
     bool addElement(const Index& index);
+    EditResult tryAddElement(const Index& index);
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    bool addElement(const Key& key) {
+        return addElement(Index::of(key));
+    }
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    EditResult tryAddElement(const Key& key) {
+        return tryAddElement(Index::of(key));
+    }
     /// Removes the element from every stream whose index type fits; true when there was one such
     /// stream.
     bool removeElement(const Index& index);
+    EditResult tryRemoveElement(const Index& index);
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    bool removeElement(const Key& key) {
+        return removeElement(Index::of(key));
+    }
+    template <typename Key, detail::IfIndexKey<Key> = 0>
+    EditResult tryRemoveElement(const Key& key) {
+        return tryRemoveElement(Index::of(key));
+    }
 
     [[nodiscard]] unsigned int dataStreamCount() const;
     [[nodiscard]] unsigned int size() const { return dataStreamCount(); }

@@ -10,7 +10,16 @@
 
 namespace orbo::Data {
 
-/// Needs a line break behind the closing keyword.
+/// Writes a channel as its name and the texts of its streams, in name order.
+///
+///     std::string errors;
+///     const std::unique_ptr<Channel> edges(ChannelSerializerRaw::theFormat().read(in, errors));
+///     if (!edges) std::cerr << errors;
+///
+/// Reading needs the structures of the streams to be registered, and a line break behind the
+/// closing keyword. One stream that cannot be read makes the result null. Of two streams of one
+/// name the later one counts. An index of a type that nobody registered throws
+/// `Index::eCreatorNotFound`.
 class METADATA_API ChannelSerializerRaw : public ChannelSerializer, private SerializerRaw {
   public:
     /// The one object of this class, which lives as long as the library:

@@ -33,16 +33,17 @@ class METADATA_API ConstHandle {
     /// Reads the chunk of `handle`, at the same current member.
     ConstHandle(const Handle& handle);  // NOLINT(google-explicit-constructor): reads the same
 
-    /// False when there is no element to read: `stream.element(5)` of a stream without number 5.
+    /// Returns false when there is no element to read: `stream.element(5)` of a stream without
+    /// number 5.
     [[nodiscard]] bool hasData() const { return fData != nullptr; }
-    /// True for the very structure object, not for an equal one.
+    /// Returns true for the very structure object, not for an equal one.
     [[nodiscard]] bool usesStructure(const Structure& structure) const {
         return fStructure == &structure;
     }
 
-    /// The member's value as exactly its type: `float` for a float, `int` for an int32. A string
-    /// is a `std::string_view`, good until it is replaced, or a `std::string`. A member of N values
-    /// is a `std::array` of N; N matrices are one of 16 * N numbers, row after row.
+    /// Gives the member's value as exactly its type: `float` for a float, `int` for an int32. A
+    /// string is a `std::string_view`, good until it is replaced, or a `std::string`. A member of N
+    /// values is a `std::array` of N; N matrices are one of 16 * N numbers, row after row.
     ///
     /// Throws `std::invalid_argument`, naming the member, its type and the request, when the
     /// structure has no such member, its type or length is another, the string is null, or the
@@ -55,7 +56,7 @@ class METADATA_API ConstHandle {
             detail::refuseNullString(detail::ValueCall::kGet, member);
         return detail::load<T>(values);
     }
-    /// The same value, or nothing where `get` would throw.
+    /// Gives the same value, or nothing where `get` would throw.
     template <typename T>
     [[nodiscard]] std::optional<T> tryGet(TextArgument member) const {
         detail::requireValueType<T>();
@@ -74,8 +75,9 @@ class METADATA_API ConstHandle {
     [[nodiscard]] Member::eDataType dataType() const;
     [[nodiscard]] unsigned int dataLength() const;
 
-    /// The current member's values, which follow each other in memory. Null without data, at the
-    /// end, and when the member has another type; nothing is converted. A matrix is 16 numbers.
+    /// The current member's values, which follow each other in memory. Returns null without data,
+    /// at the end, and when the member has another type; nothing is converted. A matrix is 16
+    /// numbers.
     [[nodiscard]] const void* asType(Member::eDataType type) const {
         return type == Member::kInvalid ? nullptr : valuesOf<void>(type);
     }
@@ -109,8 +111,8 @@ class METADATA_API ConstHandle {
         return valuesOf<unsigned long long>(Member::kUInt64);
     }
 
-    /// Whether all values, or those of one member, are as in a new element: false, 0 or a null
-    /// string. Both are false without data; the second is true for a name that no member has.
+    /// Tells whether all values, or those of one member, are as in a new element: false, 0 or a
+    /// null string. Both are false without data; the second is true for a name that no member has.
     [[nodiscard]] bool isDefault() const;
     [[nodiscard]] bool isDefaultMember(const char* name) const;
 

@@ -7,8 +7,8 @@
 
 namespace orbo::Data {
 
-/// What the edits whose names begin with `try` return. It is true when the edit was made; an edit
-/// that was not made has changed nothing.
+/// Tells whether an edit was made, and if not, why. Functions whose names begin with `try` return
+/// it. It is true when the edit was made; an edit that was not made has changed nothing.
 ///
 ///     if (const auto done = stream.trySetElement(5, handle); !done) {
 ///         std::cerr << done.reason() << '\n';

@@ -30,8 +30,8 @@ class METADATA_API ElementHandle : public ConstHandle {
         detail::store(values, value, detail::ValueCall::kSet, member);
     }
 
-    /// The current member's values, as in `ConstHandle`, to be changed in place.
-    /// Null where those are.
+    /// The current member's values, as in `ConstHandle`, to be changed in place. They are null
+    /// where those are.
     [[nodiscard]] bool* asBoolean() const { return editable(ConstHandle::asBoolean()); }
     [[nodiscard]] double* asDouble() const { return editable(ConstHandle::asDouble()); }
     [[nodiscard]] double* asDoubleMatrix4x4() const {

@@ -15,11 +15,16 @@ namespace orbo::Data {
 ///     for (auto [index, element] : stream.elements()) {
 ///         if (index == 5 || index == "lid") std::cout << index.asString() << '\n';
 ///     }
+///
+/// It refers to the stream's own index, so it must not be used when the element is gone, nor when
+/// the last stream that shares the storage is. Making and copying one takes constant time and never
+/// fails. Any number of threads may use one object at once.
 class METADATA_API ElementIndex {
   public:
     /// The number 0.
     ElementIndex() = default;
-    /// A copy that lives on its own.
+    /// Makes a copy that lives on its own. A typed value is copied: `std::bad_alloc` is thrown when
+    /// memory runs out.
     operator Index() const;  // NOLINT(google-explicit-constructor): it is that index
 
     /// The number; 0 for a typed index.
@@ -28,13 +33,16 @@ class METADATA_API ElementIndex {
     [[nodiscard]] const IndexType* complexIndex() const {
         return fTyped ? fTyped->complexIndex() : nullptr;
     }
-    /// "5", "3 7" or "lid".
+    /// Gives "5", "3 7" or "lid": the text that `Index::doCreate` makes an equal index of.
     [[nodiscard]] std::string asString() const;
-    /// "numeric", "pair", "string", or what a plug-in has registered.
+    /// Gives "numeric", "pair", "string", or what a plug-in has registered. Both texts are copies,
+    /// which throw `std::bad_alloc` when memory runs out.
     [[nodiscard]] std::string typeName() const;
 
     /// Compares with a number of any type, a text as `IndexString`, a typed value, an `Index`, or
-    /// another one of these.
+    /// another one of these. A number that no index can have, such as -1, equals none. Comparing
+    /// takes no memory, but for a `std::string`, which becomes an `Index`: it throws
+    /// `Index::eCreationErrors` when it shows no number.
     template <typename Key, detail::IfIndexKey<Key> = 0>
     friend bool operator==(const ElementIndex& index, const Key& key) {
         return index.equals(key);
@@ -61,6 +69,10 @@ class METADATA_API ElementIndex {
         return index.fTyped ? *index.fTyped == other : other == index.fNumber;
     }
     friend bool operator!=(const ElementIndex& index, const Index& other) {
+        return !(index == other);
+    }
+    friend bool operator==(const Index& other, const ElementIndex& index) { return index == other; }
+    friend bool operator!=(const Index& other, const ElementIndex& index) {
         return !(index == other);
     }
     friend bool operator==(const ElementIndex& index, const ElementIndex& other) {

@@ -13,6 +13,7 @@ namespace orbo::Data {
 
 class Accessor;
 class Associations;
+class ConstHandle;
 class Handle;
 class Stream;
 
@@ -26,7 +27,7 @@ class Stream;
 ///     }
 namespace AccessorQuil::ExternalContent {
 
-/// Where the table is. All names live as long as the library.
+/// These name the place of the table. All names live as long as the library.
 METADATA_API const std::string& getChannelName();
 METADATA_API const std::string& getStructureName();
 /// The name of the stream, which is the version of the table's layout.
@@ -52,8 +53,12 @@ METADATA_API const std::string& getRolesSeparator();
 METADATA_API bool getEntry(Handle& row, std::string& node, std::string& key,
                            std::string& unresolvedPath, std::string& resolvedPath,
                            std::set<std::string>& roles);
+/// The same for a row of a `const` table, whose handle stays where it is.
+METADATA_API bool getEntry(const ConstHandle& row, std::string& node, std::string& key,
+                           std::string& unresolvedPath, std::string& resolvedPath,
+                           std::set<std::string>& roles);
 
-/// What `setEntry` and `updateEntry` say: true when every member was set.
+/// Says what `setEntry` and `updateEntry` have done: it is true when every member was set.
 class METADATA_API EntryResult {
   public:
     explicit EntryResult(std::vector<std::string> failed) : fFailed(std::move(failed)) {}
@@ -77,14 +82,15 @@ METADATA_API EntryResult updateEntry(Handle& row, const std::string& path);
 METADATA_API EntryResult updateEntry(Handle& row, const std::string& unresolvedPath,
                                      const std::string& resolvedPath);
 
-/// The table, good as long as the associations hold it; null when there is none.
+/// Give the table, which is good as long as the associations hold it; null when there is none.
 METADATA_API Stream* getStream(Associations& associations);
 METADATA_API const Stream* getStream(const Associations& associations);
 METADATA_API Stream* getStream(Accessor& accessor);
 METADATA_API const Stream* getStream(const Accessor& accessor);
 
-/// Makes `table` the scene's own associations, reading nothing else of the file. False, with
-/// `table` as it was, for a file that cannot be read, and for one without the table's structure.
+/// Makes `table` the scene's own associations, reading nothing else of the file. Returns false,
+/// with `table` as it was, for a file that cannot be read, and for one without the table's
+/// structure.
 METADATA_API bool readTable(const std::string& fileName, Associations& table, std::string& errors);
 
 }  // namespace AccessorQuil::ExternalContent

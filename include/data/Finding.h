@@ -17,8 +17,11 @@ namespace orbo::Data {
 ///     for (const Finding& finding : scene->findings()) {
 ///         std::cout << Finding::nameOf(finding.code) << ": " << finding.message << '\n';
 ///     }
+///
+/// It owns all that it holds, and is good when the accessor is gone. What is not known is empty; a
+/// code stands for the same problem in text scenes and binary ones.
 struct METADATA_API Finding {
-    /// What kind of thing it is; `docs/check.md` explains each under its name.
+    /// Says what kind of thing it is. `docs/check.md` explains each code under its name.
     enum class Code {
         kOther,
         kFileNote,
@@ -52,31 +55,32 @@ struct METADATA_API Finding {
         kMore
     };
 
-    /// The name of the code, such as "text-unreadable", which stays the same from version to
+    /// Gives the name of the code, such as "text-unreadable", which stays the same from version to
     /// version.
     static const char* nameOf(Code code);
-    /// Empty when no code has that name.
+    /// Gives nothing when no code has that name.
     static std::optional<Code> codeOf(std::string_view name);
-    /// False for what a call reports in `Accessor::findings()` alone, such as metadata that was
-    /// read and is hidden: the error texts stay those that programs know.
+    /// Returns false for what a call reports in `Accessor::findings()` alone, such as metadata that
+    /// was read and is hidden: the error texts stay those that programs know.
     static bool isInErrors(Code code);
 
     Code code = Code::kOther;
-    /// In text scenes, the first line of the statement, counted from 1.
+    /// Is the first line of the statement, counted from 1; only text scenes have lines.
     std::optional<std::uint64_t> line = {};
-    /// The offset of the first byte of the statement or chunk.
+    /// Is the offset of the first byte of the statement or chunk, counted from 0.
     std::optional<std::uint64_t> offset = {};
-    /// The tag of the chunk in a binary scene; empty when there is none.
+    /// Is the tag of the chunk in a binary scene; empty when there is none.
     std::string tag = {};
-    /// The node whose metadata it is about, as far as that is known; the scene itself is the empty
-    /// name.
+    /// Names the node whose metadata it is about, as far as that is known; the scene itself is the
+    /// empty name.
     std::optional<std::string> node = {};
-    /// The place in the node's metadata, as far as that is known. The index is in its text form.
+    /// These name the place in the node's metadata, as far as that is known. The index is in its
+    /// text form.
     std::optional<std::string> channel = {};
     std::optional<std::string> stream = {};
     std::optional<std::string> index = {};
     std::optional<std::string> member = {};
-    /// A sentence, without a line feed behind it. Messages of formats may have several lines.
+    /// Is a sentence, without a line feed behind it. Messages of formats may have several lines.
     std::string message = {};
 };
 

@@ -50,14 +50,15 @@ class METADATA_API Handle : public Counted<Handle> {
     /// already. Throws `std::bad_alloc`, still borrowing, when memory runs out.
     bool makeUnique();
     void swap(Handle& other) noexcept;
-    /// False when there is no element to show: `stream.element(5)` of a stream without number 5.
+    /// Returns false when there is no element to show: `stream.element(5)` of a stream without
+    /// number 5.
     [[nodiscard]] bool hasData() const { return fData != nullptr; }
-    /// True for the very structure object, not for an equal one.
+    /// Returns true for the very structure object, not for an equal one.
     [[nodiscard]] bool usesStructure(const Structure& structure) const;
 
-    /// The value of the member with this name, as exactly its type: `ConstHandle::get` lists the
-    /// types. `get` throws `std::invalid_argument` where there is no such value, and `tryGet` gives
-    /// nothing.
+    /// Gives the value of the member with this name, as exactly its type: `ConstHandle::get` lists
+    /// the types. `get` throws `std::invalid_argument` where there is no such value, and `tryGet`
+    /// gives nothing.
     template <typename T>
     [[nodiscard]] T get(TextArgument member) const {
         return ConstHandle(*this).get<T>(member);
@@ -91,8 +92,9 @@ class METADATA_API Handle : public Counted<Handle> {
     [[nodiscard]] Member::eDataType dataType() const;
     [[nodiscard]] unsigned int dataLength() const;
 
-    /// The current member's values, which follow each other in memory. Null without data, at the
-    /// end, and when the member has another type; nothing is converted. A matrix is 16 numbers.
+    /// The current member's values, which follow each other in memory. Returns null without data,
+    /// at the end, and when the member has another type; nothing is converted. A matrix is 16
+    /// numbers.
     void* asType(Member::eDataType type);
     [[nodiscard]] const void* asType(Member::eDataType type) const;
     bool* asBoolean() { return valuesOf<bool>(Member::kBoolean); }
@@ -111,9 +113,38 @@ class METADATA_API Handle : public Counted<Handle> {
     unsigned short* asUInt16() { return valuesOf<unsigned short>(Member::kUInt16); }
     unsigned int* asUInt32() { return valuesOf<unsigned int>(Member::kUInt32); }
     unsigned long long* asUInt64() { return valuesOf<unsigned long long>(Member::kUInt64); }
+    /// The same to read only. The pointers of a string member may be null.
+    [[nodiscard]] const bool* asBoolean() const { return valuesOf<bool>(Member::kBoolean); }
+    [[nodiscard]] const double* asDouble() const { return valuesOf<double>(Member::kDouble); }
+    [[nodiscard]] const double* asDoubleMatrix4x4() const {
+        return valuesOf<double>(Member::kDoubleMatrix4x4);
+    }
+    [[nodiscard]] const float* asFloat() const { return valuesOf<float>(Member::kFloat); }
+    [[nodiscard]] const float* asFloatMatrix4x4() const {
+        return valuesOf<float>(Member::kFloatMatrix4x4);
+    }
+    [[nodiscard]] const signed char* asInt8() const { return valuesOf<signed char>(Member::kInt8); }
+    [[nodiscard]] const short* asInt16() const { return valuesOf<short>(Member::kInt16); }
+    [[nodiscard]] const int* asInt32() const { return valuesOf<int>(Member::kInt32); }
+    [[nodiscard]] const long long* asInt64() const { return valuesOf<long long>(Member::kInt64); }
+    [[nodiscard]] const char* const* asString() const {
+        return valuesOf<const char*>(Member::kString);
+    }
+    [[nodiscard]] const unsigned char* asUInt8() const {
+        return valuesOf<unsigned char>(Member::kUInt8);
+    }
+    [[nodiscard]] const unsigned short* asUInt16() const {
+        return valuesOf<unsigned short>(Member::kUInt16);
+    }
+    [[nodiscard]] const unsigned int* asUInt32() const {
+        return valuesOf<unsigned int>(Member::kUInt32);
+    }
+    [[nodiscard]] const unsigned long long* asUInt64() const {
+        return valuesOf<unsigned long long>(Member::kUInt64);
+    }
 
-    /// Whether all values, or those of one member, are as in a new element: false, 0 or a null
-    /// string. Both are false without data; the second is true for a name that no member has.
+    /// Tells whether all values, or those of one member, are as in a new element: false, 0 or a
+    /// null string. Both are false without data; the second is true for a name that no member has.
     [[nodiscard]] bool isDefault() const;
     [[nodiscard]] bool isDefaultMember(const char* name) const;
 

@@ -45,10 +45,15 @@ class METADATA_API Index : public Counted<Index> {
     /// `std::out_of_range` for a number below 0 or above 4294967295.
     template <typename First, typename Second, detail::IfNumbers<First, Second> = 0>
     Index(First first, Second second) : Index(pairOf(checked(first), checked(second))) {}
+    /// The same of two numbers in a `std::array`.
+    template <typename Pair, detail::IfNumberPair<Pair> = 0>
+    // NOLINTNEXTLINE(google-explicit-constructor): pairs are indices
+    Index(const Pair& pair) : Index(pair[0], pair[1]) {}
     /// The number that the text shows, with blanks, tabs and carriage returns around it. Throws
     /// `eMalformedIndex` for any other text and `eTrailingData` for two numbers.
     Index(const std::string& text);  // NOLINT(google-explicit-constructor): so is their text
-    /// A copy of the typed value.
+    /// A copy of the typed value. This and all that copies a typed index throw `std::bad_alloc`
+    /// when memory runs out.
     Index(const IndexType& value);  // NOLINT(google-explicit-constructor): so are typed values
     Index(const Index& other);
     /// Takes the other's typed value; the other becomes a number.
@@ -87,13 +92,15 @@ class METADATA_API Index : public Counted<Index> {
     /// "numeric".
     static std::string theTypeName();
 
-    /// Whether dense storage makes sense for such indices.
+    /// Tells whether dense storage makes sense for such indices.
     [[nodiscard]] bool supportsDenseMode() const;
     /// The number of elements from one index to the other, both included, modulo 2^32; 0 when the
     /// types differ.
     [[nodiscard]] unsigned int denseSpaceBetween(const Index& other) const;
 
-    /// A number and a typed value are never equal, and neither are values of two types.
+    /// A number and a typed value are never equal, and neither are values of two types. Numbers
+    /// sort before typed values, by their size; typed values sort as their type says, by which the
+    /// elements of a stream are in order. None of these takes memory.
     bool operator==(const Index& other) const;
     bool operator!=(const Index& other) const;
     bool operator<(const Index& other) const;
@@ -117,6 +124,12 @@ class METADATA_API Index : public Counted<Index> {
     template <typename Key, detail::IfIndexKey<Key> = 0>
     friend bool operator!=(const Key& key, const Index& index) {
         return !index.equals(key);
+    }
+    friend bool operator==(const std::string& text, const Index& index) {
+        return index == Index(text);
+    }
+    friend bool operator!=(const std::string& text, const Index& index) {
+        return index != Index(text);
     }
     friend bool operator==(const Index& index, const IndexType& value) {
         return index.equalsValue(value);

@@ -22,24 +22,28 @@ class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
                                public Debug::CRTP_Debug<IndexPair, Debug::Footprint>,
                                public Counted<IndexPair> {
   public:
+    /// Any two numbers are a pair; nothing fails.
     IndexPair(unsigned int first, unsigned int second);
     IndexPair(const IndexPair& other);
-    /// Two numbers with blanks, tabs or carriage returns between; throws `Index::eCreationErrors`.
+    /// Takes two numbers with blanks, tabs or carriage returns between. Throws
+    /// `Index::eMalformedIndex` for any other text, and `Index::eTrailingData` for more than two
+    /// numbers.
     explicit IndexPair(const std::string& text);
     ~IndexPair() override;
     IndexPair& operator=(const IndexPair& other);
 
-    /// Gives both numbers.
+    /// Puts the numbers into `first` and `second`.
     void getIndexPair(unsigned int& first, unsigned int& second) const;
 
     /// "3 7".
     [[nodiscard]] std::string asString() const override;
-    /// True, although dense storage takes every pair for the number 0.
+    /// Returns true, although dense storage takes every pair for the number 0.
     [[nodiscard]] bool supportsDenseMode() const override { return true; }
-    /// The area of the rectangle that both pairs span, corners included, modulo 2^32.
+    /// Gives the area of the rectangle that both pairs span, corners included, modulo 2^32; 0 for
+    /// another type of index.
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType& other) const override;
 
-    /// With another type of index (see `IndexType`), or with another pair.
+    /// Compare with another type of index (see `IndexType`), or with another pair.
     using CRTP_IndexType<IndexPair>::operator==;
     using CRTP_IndexType<IndexPair>::operator!=;
     using CRTP_IndexType<IndexPair>::operator<;

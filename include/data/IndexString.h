@@ -20,22 +20,26 @@ namespace orbo::Data {
 ///     stream.setIndexType("string");
 ///     stream.emplaceElement("lid").set("radius", 1.5F);
 ///     bool isThere = stream.hasElement(IndexString("lid"));
+///
+/// `Index joint = IndexString("lid")` keeps a copy. Comparing takes no memory.
 class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
                                  public Debug::CRTP_Debug<IndexString, Debug::Print>,
                                  public Debug::CRTP_Debug<IndexString, Debug::Footprint>,
                                  public Counted<IndexString> {
   public:
-    /// Copies the text.
+    /// Copies the text. Throws `std::bad_alloc` when memory runs out, as copying and assigning do.
     explicit IndexString(const std::string& text);
+    /// The copy has a text of its own, unless memory runs out: then it throws `std::bad_alloc`.
     IndexString(const IndexString& other);
     ~IndexString() override;
     IndexString& operator=(const IndexString& other);
     IndexString& operator=(const std::string& text);
 
-    /// A copy of the text.
+    /// Gives a copy of the text.
     [[nodiscard]] std::string indexString() const { return std::string(text()); }
 
-    /// In one block with its text, as those are that `doCreate` makes.
+    /// Makes a copy that the caller owns, in one block with its text, as `doCreate` does. Both
+    /// throw `std::bad_alloc` when memory runs out.
     [[nodiscard]] IndexType* clone() const override { return make(text()); }
     static Index doCreate(const std::string& text) { return take(make(text)); }
     /// Clones have their text behind the object in one block, whose size is not the object's.
@@ -43,11 +47,11 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
 
     /// The text as it is.
     [[nodiscard]] std::string asString() const override { return indexString(); }
-    /// False: texts have no numbers, and no space between them.
+    /// Returns false: texts have no numbers, and no space between them.
     [[nodiscard]] bool supportsDenseMode() const override { return false; }
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType&) const override { return 0; }
 
-    /// With another type of index (see `IndexType`), or with another text.
+    /// Compare with another type of index (see `IndexType`), or with another text byte by byte.
     using CRTP_IndexType<IndexString>::operator==;
     using CRTP_IndexType<IndexString>::operator!=;
     using CRTP_IndexType<IndexString>::operator<;
@@ -65,6 +69,7 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     static const std::string myTypeName;
     static IndexRegistration myRegistration;
 
+    /// The first prints the text, the second adds the value, without its text. Both return true.
     static bool Debug(const IndexString* index, Debug::Print& print);
     static bool Debug(const IndexString* index, Debug::Footprint& footprint);
     using Counted<IndexString>::Debug;

@@ -22,7 +22,7 @@ class METADATA_API IndexText : public IndexType {
     /// A new copy, which the caller owns.
     [[nodiscard]] IndexType* clone() const override;
     [[nodiscard]] std::string asString() const override { return fText; }
-    /// False, as nobody knows what the text means.
+    /// Returns false, as nobody knows what the text means.
     [[nodiscard]] bool supportsDenseMode() const override { return false; }
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType&) const override { return 0; }
     /// Equal to an `IndexText` of the same type name and text, and to no other type of index.

@@ -27,12 +27,13 @@ class METADATA_API IndexType : public RefCounted {
     /// that is unloaded leaves nothing behind. Must not happen while other threads use indices.
     class METADATA_API IndexRegistration {
       public:
-        /// `creator` makes an index of the type from its text form.
+        /// `creator` makes an index of the type from its text form. A name that is taken is not
+        /// registered, and nothing is thrown: see `registered`.
         IndexRegistration(const std::string& typeName, IndexCreator creator);
         IndexRegistration(const IndexRegistration&) = delete;
         IndexRegistration& operator=(const IndexRegistration&) = delete;
         ~IndexRegistration();
-        /// False when the name was taken: the earlier creator stays.
+        /// Returns false when the name was taken: the earlier creator stays.
         [[nodiscard]] bool registered() const { return fRegistered; }
 
       private:
@@ -44,13 +45,15 @@ class METADATA_API IndexType : public RefCounted {
     ~IndexType() override;
 
   public:
-    /// A new value without references, owned by the caller.
+    /// Makes a new value without references, which the caller owns. Throws `std::bad_alloc` when
+    /// memory runs out.
     [[nodiscard]] virtual IndexType* clone() const = 0;
-    /// The text form: `Index::doCreate(typeName(), asString())` gives an equal index.
+    /// Gives the text form: `Index::doCreate(typeName(), asString())` gives an equal index.
     [[nodiscard]] virtual std::string asString() const = 0;
-    /// Whether dense storage makes sense for such indices. The library only reports it.
+    /// Tells whether dense storage makes sense for such indices. The library only reports it.
     [[nodiscard]] virtual bool supportsDenseMode() const = 0;
-    /// The number of elements between both values, both included, modulo 2^32; 0 for another type.
+    /// Gives the number of elements between both values, both included, modulo 2^32; 0 for another
+    /// type.
     [[nodiscard]] virtual unsigned int denseSpaceBetween(const IndexType& other) const = 0;
     /// Values of two types are never equal and sort by `typeName()`. The order must be total and
     /// must not change while a stream has the value.
@@ -60,12 +63,12 @@ class METADATA_API IndexType : public RefCounted {
     virtual bool operator<=(const IndexType& other) const = 0;
     virtual bool operator>(const IndexType& other) const = 0;
     virtual bool operator>=(const IndexType& other) const = 0;
-    /// The name that files and the registry give the type.
+    /// Gives the name that files and the registry have for the type.
     [[nodiscard]] virtual std::string typeName() const = 0;
 
   protected:
     friend class Index;
-    /// An index that takes over a value without references.
+    /// Makes an index that takes over a value without references.
     static Index take(IndexType* fresh) { return Index::take(fresh); }
 
     IndexType() = default;
@@ -83,7 +86,7 @@ class CRTP_IndexType : public IndexType {
     [[nodiscard]] IndexType* clone() const override { return new T(self()); }
     [[nodiscard]] std::string typeName() const override { return T::myTypeName; }
     static std::string theTypeName() { return T::myTypeName; }
-    /// The creator to register: throws what `T`'s constructor from text throws.
+    /// Serves as the creator to register. It throws what `T`'s constructor from text throws.
     static Index doCreate(const std::string& text) { return take(new T(text)); }
 
     bool operator==(const IndexType& other) const override {

@@ -65,9 +65,9 @@ class METADATA_API Member : public Counted<Member> {
     [[nodiscard]] unsigned int length() const { return length(this); }
     /// Lives as long as the member; null in a member that no structure made.
     [[nodiscard]] const char* name() const { return name(this); }
-    /// Bytes from the start of the chunk to the first value.
+    /// Gives the bytes from the start of the chunk to the first value.
     [[nodiscard]] unsigned long long offset() const { return offset(this); }
-    /// Bytes to value `k`. The distance to the first value wraps at 32 bits.
+    /// Gives the bytes to value `k`. The distance to the first value wraps at 32 bits.
     [[nodiscard]] unsigned long long offset(unsigned int k) const { return offset(this, k); }
 
     /// The same for a member that may be null: `kInvalid`, 0, null, `kNotPlaced` and 0.
@@ -82,8 +82,8 @@ class METADATA_API Member : public Counted<Member> {
     static const char* typeName(eDataType type);
     /// Exact and case-sensitive; `kInvalid` for null and for every other text.
     static eDataType typeFromName(const char* name);
-    /// Bytes of one value (a matrix is one value), and the multiple of bytes that its address must
-    /// be; 0 for what is not a type.
+    /// Give the bytes of one value (a matrix is one value), and the multiple of bytes that its
+    /// address must be; 0 for what is not a type.
     static int typeSize(eDataType type);
     static int typeAlignment(eDataType type);
 

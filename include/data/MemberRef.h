@@ -10,6 +10,7 @@
 #include <debug/Export.h>
 #include <debug/RefPtr.h>
 
+#include <cstring>
 #include <optional>
 
 namespace orbo::Data {
@@ -17,7 +18,7 @@ namespace orbo::Data {
 class Layout;
 class Structure;
 
-/// Where `MemberRef` finds its values; of no use to programs.
+/// Tells `MemberRef` where its values are. Programs have no use for it.
 class METADATA_API MemberPlace {
   protected:
     MemberPlace(const Structure& structure, TextArgument member, detail::ValueRequest request);
@@ -58,12 +59,18 @@ class METADATA_API MemberPlace {
 ///
 /// It works with every handle and iterator on elements of that structure object. Make it when the
 /// structure has all its members: elements of another structure, even an equal one, and of a
-/// structure that has got members since, are refused with `std::invalid_argument`.
+/// structure that has got members since, are refused with `std::invalid_argument`. For that, each
+/// use compares one pointer and looks whether the element has data: 9 instructions for each element
+/// of a loop, where `StreamColumn`, which does not look, takes 5.
+///
+/// A copy counts two references and looks nothing up. Elements are given as a `Handle`, a
+/// `ConstHandle`, an `ElementHandle`, or a `StreamIterator`, which stands for its element; a
+/// `ConstHandle` and a `const` element of a stream can only be read.
 template <typename T>
 class MemberRef : private MemberPlace {
   public:
-    /// Throws `std::invalid_argument`, naming the member, its type and the request, when the
-    /// structure has no such member or it is not exactly a `T`.
+    /// Looks the member up, once. Throws `std::invalid_argument`, naming the member, its type and
+    /// the request, when the structure has no such member or it is not exactly a `T`.
     MemberRef(const Structure& structure, TextArgument member)
         : MemberPlace(structure, member, detail::Value<T>::request) {
         detail::requireValueType<T>();
@@ -80,7 +87,8 @@ class MemberRef : private MemberPlace {
     [[nodiscard]] T get(const Element& element) const {
         return (*this)(element);
     }
-    /// The same value, or nothing where `get` would throw.
+    /// The same value, or nothing where `get` would throw. It costs a call, and never throws but
+    /// `std::bad_alloc` for a `T` that takes memory.
     template <typename Element>
     [[nodiscard]] std::optional<T> tryGet(const Element& element) const {
         const char* const values = findIn(handleOf(element));
@@ -113,8 +121,12 @@ class MemberRef : private MemberPlace {
     }
     template <typename AnyHandle>
     void storeTo(const AnyHandle& element, const T& value) const {
-        detail::store(const_cast<char*>(valuesIn(element)), value, detail::ValueCall::kMemberRef,
-                      name());
+        char* const values = const_cast<char*>(valuesIn(element));
+        if constexpr (detail::Value<T>::request.type == Member::kString) {
+            detail::store(values, value, detail::ValueCall::kMemberRef, name());
+        } else {
+            std::memcpy(values, &value, sizeof value);
+        }
     }
 };
 

@@ -8,8 +8,11 @@
 
 namespace orbo::Data {
 
-/// What a chunk holds for one value of a data type: `kScalars` objects of type `Scalar`, side by
-/// side. A matrix has 16, every other type has one. The scalar of a string is a `char*`.
+/// Describes what a chunk holds for one value of a data type: `kScalars` objects of type `Scalar`,
+/// side by side. A matrix has 16, every other type has one. The scalar of a string is a `char*`.
+///
+/// All scalars of one value have `Member::typeSize` bytes, and each has the alignment that
+/// `Member::typeAlignment` gives. A `char*` is the slot of a string, which owns its text.
 template <typename T, int kCount = 1>
 struct MemberType {
     using Scalar = T;
@@ -23,6 +26,9 @@ struct MemberType {
 ///         using T = typename decltype(type)::Scalar;
 ///         return static_cast<int>(sizeof(T)) * type.kScalars;
 ///     });
+///
+/// It throws what `visit` throws, and costs one jump. Every call of `visit` must return the same
+/// type, which has a default value.
 template <typename Visit>
 constexpr auto visitMemberType(Member::eDataType type, Visit&& visit)
     -> decltype(visit(MemberType<bool>())) {
@@ -60,8 +66,11 @@ constexpr auto visitMemberType(Member::eDataType type, Visit&& visit)
     }
 }
 
-/// The data type with one scalar of type `T`: `kFloat` for `float`. A `long` counts as an integer
-/// of its size; `kInvalid` for every other type that no data type has.
+/// The data type with one scalar of type `T`: `kFloat` for `float`, `kString` for `char*`. A `long`
+/// counts as an integer of its size. For every other type it is `kInvalid`, and so it is for a
+/// `char`, which is neither `signed char` nor `unsigned char`. The compiler works it out:
+///
+///     static_assert(dataTypeOf<std::int32_t>() == Member::kInt32);
 template <typename T>
 constexpr Member::eDataType dataTypeOf() {
     for (int number = 0; number < Member::kInvalid; ++number) {

@@ -22,7 +22,8 @@ class Milliseconds {
                                   static_cast<long double>(Period::den);
         fCount = count > kMost ? kMost : count < -kMost ? -kMost : static_cast<long long>(count);
     }
-    /// As any duration; coarser ones cut off.
+    /// Gives the time as any duration; coarser ones cut off. A time that the duration's number
+    /// cannot hold is undefined, as in `<chrono>`.
     template <typename Duration, typename Period = typename Duration::period>
     constexpr operator Duration() const {  // NOLINT(google-explicit-constructor): as above
         return Duration(static_cast<typename Duration::rep>(
@@ -30,6 +31,7 @@ class Milliseconds {
             static_cast<long double>(Period::num) / 1000));
     }
 
+    /// Gives the number of milliseconds.
     [[nodiscard]] constexpr long long count() const { return fCount; }
 
     friend constexpr bool operator==(Milliseconds a, Milliseconds b) {

@@ -15,10 +15,15 @@ class Print;
 
 namespace orbo::Data {
 
-/// What `ChannelIterator` and `AssociationsIterator` share. `Iterator` is the class that derives
-/// from this, `Part` is what it walks: its own, so that changing a part changes the container.
+/// Holds what `ChannelIterator` and `AssociationsIterator` share. `Iterator` is the class that
+/// derives from this, `Part` is what it walks: its own, so that changing a part changes the
+/// container.
 ///
 ///     for (ChannelIterator it = channel.begin(); it != channel.end(); ++it) it->clear();
+///
+/// An iterator is good while the container lives and its set of parts does not change. It does not
+/// keep the container alive. A copy walks on its own, and takes memory: it may throw
+/// `std::bad_alloc`.
 template <typename Iterator, typename Part>
 class METADATA_API NameIterator {
   public:
@@ -30,22 +35,23 @@ class METADATA_API NameIterator {
 
     enum IterLocation { kEnd = 0, kBegin = 1 };
 
-    /// True for the same place in the same container; iterators of two containers are never equal.
+    /// Returns true for the same place in the same container; iterators of two containers are never
+    /// equal.
     bool operator==(const Iterator& other) const;
     bool operator!=(const Iterator& other) const { return !(*this == other); }
 
-    /// The part at the place. All four throw `std::out_of_range`, naming the operation, when the
-    /// iterator is not valid.
+    /// Give the part at the place, which is good until the container drops or replaces it. All four
+    /// throw `std::out_of_range`, naming the operation, when the iterator is not valid.
     Part& operator*();
     const Part& operator*() const;
     Part* operator->();
     const Part* operator->() const;
 
-    /// Goes to the next part, and stays at the end.
+    /// Goes to the next part in constant time, and stays at the end. Neither fails.
     Iterator& operator++();
     Iterator operator++(int);
 
-    /// False at the end, and for an iterator that walks nothing.
+    /// Returns false at the end, and for an iterator that walks nothing.
     [[nodiscard]] bool valid() const;
 
     /// The first prints a line about the place, the second adds the iterator. Both return true.

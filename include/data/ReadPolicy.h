@@ -4,7 +4,7 @@
 
 namespace orbo::Data {
 
-/// Set on an accessor before it reads:
+/// A program sets it on an accessor before it reads:
 ///
 ///     ReadPolicy policy;
 ///     policy.partialNodes = true;

@@ -10,7 +10,7 @@
 
 namespace orbo::Data {
 
-/// What became, or is to become, of a change that was cut short. Accessors recover a file by
+/// Tells what became, or is to become, of a change that was cut short. Accessors recover a file by
 /// themselves before they read or write it. This is for looking first, and for file systems without
 /// locks, where only the user knows that no writer is at work.
 ///
@@ -28,13 +28,13 @@ struct METADATA_API Recovery {
 
     /// The state that was found, before anything was done.
     State state = State::kNothing;
-    /// True when nothing is left to be done.
+    /// Is true when nothing is left to be done.
     bool done = false;
     /// Path of the journal, whether there is one or not; empty when the file was not found.
     std::string journal;
     /// Path of a journal that was set aside earlier; empty when there is none.
     std::string setAside;
-    /// What the user should know, and why something was not done, a line each.
+    /// Tells what the user should know, and why something was not done, a line each.
     std::string message;
 
     /// Looks, and changes nothing. All four wait for others that have the file in use, for as long

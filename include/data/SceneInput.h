@@ -21,7 +21,7 @@ class METADATA_API SceneInput {
     SceneInput(const SceneInput&) = delete;
     SceneInput& operator=(const SceneInput&) = delete;
 
-    /// In bytes; empty when the system does not tell.
+    /// Gives the bytes of the file; nothing when the system does not tell.
     [[nodiscard]] virtual std::optional<std::uint64_t> size() = 0;
     /// Sets the position that `read` begins at, counted from the start of the file.
     [[nodiscard]] virtual bool seek(std::uint64_t offset) = 0;

@@ -20,7 +20,8 @@
 
 namespace orbo::Data {
 
-/// What a scan finds in a file. A kind may derive from it to keep more for `SceneKind::changes`.
+/// Holds what a scan finds in a file. A kind may derive from it to keep more for
+/// `SceneKind::changes`.
 class METADATA_API SceneLayout {
   public:
     struct Item {
@@ -36,7 +37,7 @@ class METADATA_API SceneLayout {
     SceneLayout& operator=(const SceneLayout&) = delete;
     virtual ~SceneLayout();
 
-    /// In file order. Filled by the library.
+    /// The library fills it, in file order.
     std::deque<Item> records;
     /// The size of the file in bytes. Filled by the library.
     std::uint64_t size = 0;
@@ -48,7 +49,7 @@ class METADATA_API SceneLayout {
     std::string cannotRead = "Could not read the metadata.";
 };
 
-/// What a scan tells the library, record by record.
+/// Takes what a scan tells the library, record by record.
 class METADATA_API SceneVisitor {
   public:
     enum class Purpose {
@@ -64,13 +65,13 @@ class METADATA_API SceneVisitor {
     [[nodiscard]] Purpose purpose() const { return fPurpose; }
     [[nodiscard]] const WritePolicy& writePolicy() const { return fPolicy; }
 
-    /// False once everything that is asked for has been found.
+    /// Returns false once everything that is asked for has been found.
     [[nodiscard]] virtual bool wantsMore() const = 0;
-    /// False when records of that kind need not be told any more.
+    /// Returns false when records of that kind need not be told any more.
     [[nodiscard]] virtual bool wants(SceneRecord::Kind kind) const = 0;
-    /// Takes the next record, in the order of `SceneTraits::lastFirst`. False when the file could
-    /// not be read there, the record stops a read, or its range is impossible: a finding says so,
-    /// and the scan failed. Moves the position of the input.
+    /// Takes the next record, in the order of `SceneTraits::lastFirst`. Returns false when the file
+    /// could not be read there, the record stops a read, or its range is impossible: a finding says
+    /// so, and the scan failed. Moves the position of the input.
     [[nodiscard]] virtual bool found(const SceneRecordRange& range) = 0;
     /// Everything found so far turned out not to be metadata.
     virtual void forget() = 0;
@@ -100,7 +101,7 @@ struct ScenePlan {
         Part part;
         /// Stays as it was found; null for a new record.
         const SceneLayout::Item* kept;
-        /// What `SceneKind::format` made of a new record.
+        /// Holds what `SceneKind::format` made of a new record.
         std::string bytes;
     };
 
@@ -110,7 +111,7 @@ struct ScenePlan {
 
 /// New bytes for a range of the file.
 struct SceneChange {
-    /// What is written in one go.
+    /// Holds what is written in one go.
     struct Piece {
         std::string bytes;
         /// The message for when the piece cannot be written.
@@ -118,8 +119,8 @@ struct SceneChange {
     };
 
     std::uint64_t offset = 0;
-    /// What the file holds there now. The last change replaces all up to the end of the file; the
-    /// others put as many bytes in place of the old ones. Views the tail, or the layout, that
+    /// Is what the file holds there now. The last change replaces all up to the end of the file;
+    /// the others put as many bytes in place of the old ones. Views the tail, or the layout, that
     /// `SceneKind::changes` was given.
     std::string_view oldBytes = {};
     std::vector<Piece> pieces = {};
@@ -153,8 +154,8 @@ struct SceneTraits {
 /// files must be expected: compare sizes with `SceneInput::size` before believing them.
 ///
 /// The library does not trust the answers. An exception other than `std::bad_alloc`, or an answer
-/// that cannot be right, becomes a finding, and the file stays as it is. Of a `problem` the message
-/// will do; without a code it gets the usual one.
+/// that cannot be right, becomes a finding, and the file stays as it is. A `problem` needs a
+/// message only; without a code it gets the usual one.
 ///
 /// Register a kind by a static `SceneKindFactory<MyKind> factory("ext");`, see
 /// `data/SceneAccessor.h` and `examples/plugin`.
@@ -172,27 +173,27 @@ class METADATA_API SceneKind {
 
     [[nodiscard]] const SceneTraits& traits() const { return fTraits; }
 
-    /// Whether the file is a scene of this kind, told by as few bytes as possible. When it is not,
+    /// Tells whether the file is a scene of this kind, by as few bytes as possible. When it is not,
     /// `problem` gets a message.
     [[nodiscard]] virtual bool recognise(SceneInput& input, Finding& problem) const = 0;
     /// Tells the visitor each record. Checks all that `recognise` does, first. Changes the layout
     /// where its defaults do not fit, or puts one of a derived class in its place.
     [[nodiscard]] virtual ScanEnd scan(SceneInput& input, SceneVisitor& visitor,
                                        std::unique_ptr<SceneLayout>& layout) const = 0;
-    /// Takes the bytes of a record apart. Empty when they are none; `problem` then has a message
-    /// and, as far as it can be told, the node. With `nodes`, the text may be left out for a node
-    /// that is not in the set. There are no bytes of a record that is not closed, or that could not
-    /// be read.
+    /// Takes the bytes of a record apart. Returns nothing when they are none; `problem` then has a
+    /// message and, as far as it can be told, the node. With `nodes`, the text may be left out for
+    /// a node that is not in the set. There are no bytes of a record that is not closed, or that
+    /// could not be read.
     [[nodiscard]] virtual std::optional<SceneRecord> parse(const SceneRecordRange& range,
                                                            std::string bytes,
                                                            const std::set<std::string>* nodes,
                                                            Finding& problem) const = 0;
-    /// Appends the bytes that `parse` gives the record back for. False, with nothing appended, when
-    /// the record cannot be written for its name.
+    /// Appends the bytes that `parse` gives the record back for. Returns false, with nothing
+    /// appended, when the record cannot be written for its name.
     [[nodiscard]] virtual bool format(const SceneRecord& record, std::string& bytes) const = 0;
     /// Turns a plan into changes of the file, of which `tail` is everything from `layout.begin` on.
-    /// Empty, with a message in `problem`, when that cannot be done. In ascending order, without
-    /// overlap.
+    /// Returns none, with a message in `problem`, when that cannot be done. The changes are in
+    /// ascending order, without overlap.
     [[nodiscard]] virtual std::vector<SceneChange> changes(const SceneLayout& layout,
                                                            std::string_view tail,
                                                            const ScenePlan& plan,
@@ -202,7 +203,7 @@ class METADATA_API SceneKind {
     SceneKind() = default;
     explicit SceneKind(SceneTraits traits);
 
-    /// For the first line of `scan`: `recognise`, with its problem told to the visitor.
+    /// Calls `recognise` and tells the visitor its problem: the first line of `scan`.
     [[nodiscard]] bool isRecognised(SceneInput& input, SceneVisitor& visitor) const;
 
   private:

@@ -31,24 +31,24 @@ struct SceneRecord {
     std::string format = {};
     /// The node, empty for the scene itself. Not used for a structure: its text names it.
     std::string name = {};
-    /// Without any escapes of the file.
+    /// The text has none of the file's escapes.
     std::string text = {};
     FilePlace place = {};
-    /// False when the file holds more of the record than `SceneKind::format` would write. A careful
-    /// write then refuses to change it.
+    /// Is false when the file holds more of the record than `SceneKind::format` would write. A
+    /// careful write then refuses to change it.
     bool plain = true;
     /// Counts bytes that belong to the record and that nobody reads; `check` reports them.
     std::uint64_t leftover = 0;
 };
 
-/// Where a record lies in the file, with all that belongs to it.
+/// Tells where a record lies in the file, with all that belongs to it.
 struct SceneRecordRange {
     SceneRecord::Kind kind = SceneRecord::Kind::kStructure;
     /// Offset of the first byte.
     std::uint64_t begin = 0;
     /// Offset of the first byte behind it.
     std::uint64_t end = 0;
-    /// False when the record lacks its end mark: it then reaches to the next record.
+    /// Is false when the record lacks its end mark: it then reaches to the next record.
     bool closed = true;
     /// See `FilePlace`.
     std::string tag = {};

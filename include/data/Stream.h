@@ -54,7 +54,7 @@ class METADATA_API Stream : public Counted<Stream> {
     Stream(const Structure& structure, const std::string& name);
     Stream(const Stream& other);
     Stream& operator=(const Stream& other);
-    /// True when both share their storage.
+    /// Returns true when both share their storage.
     bool operator==(const Stream& other) const;
     bool operator!=(const Stream& other) const { return !(*this == other); }
     ~Stream();
@@ -142,11 +142,11 @@ class METADATA_API Stream : public Counted<Stream> {
     /// Throws `std::bad_alloc`, still sharing, when memory runs out.
     bool makeUnique();
 
-    /// Stores a copy of the element that `handle` shows, in place of an earlier one. False for a
-    /// handle of another structure object, even an equal one, for a handle without data when the
-    /// storage is dense, and when memory runs out for the copy; `trySetElement` says which. Here
-    /// and below `std::bad_alloc` is thrown, with nothing changed, when memory runs out for the
-    /// index.
+    /// Stores a copy of the element that `handle` shows, in place of an earlier one. Returns false
+    /// for a handle of another structure object, even an equal one, for a handle without data when
+    /// the storage is dense, and when memory runs out for the copy; `trySetElement` says which.
+    /// Here and below `std::bad_alloc` is thrown, with nothing changed, when memory runs out for
+    /// the index.
     bool setElement(Index index, const Handle& handle);
     template <typename Key, detail::IfIndexKey<Key> = 0>
     bool setElement(const Key& key, const Handle& handle) {
@@ -167,61 +167,62 @@ class METADATA_API Stream : public Counted<Stream> {
         return emplaceElement(Index::of(key));
     }
     /// Removes the element, or does nothing when there is none. Dense storage keeps it, with
-    /// default values. Always true.
+    /// default values. Always returns true.
     bool removeElement(Index index);
     template <typename Key, detail::IfIndexKey<Key> = 0>
     bool removeElement(const Key& key) {
         return removeElement(Index::of(key));
     }
-    /// Moves an element to another index, where it replaces the one that is there. False when there
-    /// is none at `from`.
+    /// Moves an element to another index, where it replaces the one that is there. Returns false
+    /// when there is none at `from`.
     bool reindexElement(Index from, Index to);
     EditResult tryReindexElement(const Index& from, const Index& to);
-    /// Exchanges two elements. False unless both are there.
+    /// Exchanges two elements. Returns false unless both are there.
     bool swapElements(Index first, Index second);
     EditResult trySwapElements(const Index& first, const Index& second);
     /// Dense storage is resized to last - first + 1 elements when it holds fewer, and to one less
     /// than that when it holds more; false when memory runs out. Mapped storage only notes the
     /// range.
     bool setElementRange(Index first, Index last);
-    /// These take numbers of any type and texts, too.
-    template <typename One, typename Two, detail::IfOneIsKey<One, Two> = 0>
+    /// These take numbers of any type, texts and pairs `{3, 7}`, too.
+    template <typename One = Index, typename Two = Index, detail::IfOneIsKey<One, Two> = 0>
     bool reindexElement(const One& one, const Two& two) {
         return reindexElement(Index::of(one), Index::of(two));
     }
-    template <typename One, typename Two, detail::IfOneIsKey<One, Two> = 0>
+    template <typename One = Index, typename Two = Index, detail::IfOneIsKey<One, Two> = 0>
     EditResult tryReindexElement(const One& one, const Two& two) {
         return tryReindexElement(Index::of(one), Index::of(two));
     }
-    template <typename One, typename Two, detail::IfOneIsKey<One, Two> = 0>
+    template <typename One = Index, typename Two = Index, detail::IfOneIsKey<One, Two> = 0>
     bool swapElements(const One& one, const Two& two) {
         return swapElements(Index::of(one), Index::of(two));
     }
-    template <typename One, typename Two, detail::IfOneIsKey<One, Two> = 0>
+    template <typename One = Index, typename Two = Index, detail::IfOneIsKey<One, Two> = 0>
     EditResult trySwapElements(const One& one, const Two& two) {
         return trySwapElements(Index::of(one), Index::of(two));
     }
-    template <typename One, typename Two, detail::IfOneIsKey<One, Two> = 0>
+    template <typename One = Index, typename Two = Index, detail::IfOneIsKey<One, Two> = 0>
     bool setElementRange(const One& one, const Two& two) {
         return setElementRange(Index::of(one), Index::of(two));
     }
     /// Makes room for so many elements, so that storing them takes no memory for their values.
-    /// False when memory runs out.
+    /// Returns false when memory runs out.
     bool reserve(unsigned int elements);
     /// Mapped storage forgets its elements. Dense storage forgets their values and keeps their
     /// count: until something is set, its elements are there without data, a walk ends behind the
-    /// first, and a column is empty. Always true.
+    /// first, and a column is empty. Always returns true.
     bool clear();
     /// Sets this stream's elements 0 to n - 1 to those of `other` that are there, n being the count
     /// of elements of `other`. Stops with false at the first that cannot be set.
     bool mergeStream(const Stream& other);
     EditResult tryMergeStream(const Stream& other);
 
-    /// False when the stream has elements.
+    /// Returns false when the stream has elements.
     bool setStructure(const Structure& structure);
     EditResult trySetStructure(const Structure& structure);
-    /// False when the stream has elements. Throws `Index::eCreatorNotFound` for a type that nobody
-    /// registered; `trySetIndexType` gives that as its reason. A new type means mapped storage.
+    /// Returns false when the stream has elements. Throws `Index::eCreatorNotFound` for a type that
+    /// nobody registered; `trySetIndexType` gives that as its reason. A new type means mapped
+    /// storage.
     bool setIndexType(const std::string& typeName);
     EditResult trySetIndexType(const std::string& typeName);
     /// Moves the elements to the other kind of storage; streams that shared the old one keep it.

@@ -10,7 +10,7 @@
 
 namespace orbo::Data {
 
-/// What a column of any type knows: where the values are, or why there are none to be had.
+/// Tells a column of any type where the values are, or why there are none to be had.
 struct ColumnPlace {
     char* first = nullptr;
     std::size_t stride = 0;             // bytes from one element to the next
@@ -42,12 +42,12 @@ class StreamColumn {
     }
     /// The first value of the first element; null for an empty column.
     [[nodiscard]] T* data() const { return reinterpret_cast<T*>(fPlace.first); }
-    /// Bytes from the values of one element to those of the next.
+    /// Gives the bytes from the values of one element to those of the next.
     [[nodiscard]] std::size_t stride() const { return fPlace.stride; }
     /// The member's length, times 16 for matrices.
     [[nodiscard]] unsigned int valuesPerElement() const { return fPlace.valuesPerElement; }
-    /// A sentence that says why the column cannot be had. Empty when it can, even if the stream has
-    /// no elements, or has elements without data after `Stream::clear`.
+    /// A sentence that says why the column cannot be had. It is empty when it can, even if the
+    /// stream has no elements, or has elements without data after `Stream::clear`.
     [[nodiscard]] const std::string& problem() const { return fPlace.problem; }
 
   private:

@@ -15,7 +15,8 @@ namespace orbo::Data {
 
 class StreamImpl;
 
-/// Where `StreamElements` finds the elements; of no use to programs. Keeps the storage alive.
+/// Tells `StreamElements` where the elements are, and keeps the storage alive. Programs have no use
+/// for it.
 class METADATA_API ElementPlaces {
   public:
     /// Elements with consecutive numbers, whose chunks lie at equal distances.
@@ -48,14 +49,14 @@ class METADATA_API ElementPlaces {
     Collector* fCollector = nullptr;  // owned; keeps those of mapped storage
 };
 
-/// Moves the handle of a loop; of no use to programs.
+/// Moves the handle of a loop. Programs have no use for it.
 class HandleStep {
   public:
     static void advance(ConstHandle& handle, std::size_t bytes) { handle.fData += bytes; }
     static void point(ConstHandle& handle, const char* chunk) { handle.fData = chunk; }
 };
 
-/// What `Stream::elements` returns: a range of pairs of an index and an element, in index order.
+/// `Stream::elements` returns this range of pairs of an index and an element, in index order.
 ///
 /// In dense storage a step costs what a step along an array costs. In mapped storage making the
 /// range takes a few bytes for each gap between the numbers and for each typed index, and the time
@@ -72,10 +73,13 @@ class HandleStep {
 /// Inside the loop values may be read and set. Elements must not be added or removed, and the
 /// structure must not get members, as long as the range is used. The range keeps the elements
 /// alive, so that the stream itself may be a temporary.
+///
+/// Where only some elements are wanted, `Stream::element` finds each by its index. Where one member
+/// of dense elements is wanted, `Stream::column` gives it as plain memory.
 template <typename Element>
 class StreamElements {
   public:
-    /// One pair.
+    /// One pair. Copying it takes constant time, whatever the index is.
     struct value_type {
         ElementIndex index;
         Element element;
@@ -98,26 +102,23 @@ class StreamElements {
         const value_type* operator->() const { return &fNow; }
         /// Goes to the next pair. Must not be called at the end.
         iterator& operator++() {
-            if (fLeft != 0) {
-                --fLeft;
+            if (--fLeft != 0) {
                 ++fNow.index.fNumber;
                 HandleStep::advance(fNow.element, fStep);
-            } else if (fStretch == fEnd) {
-                ++fTyped;
-                enter();
             } else {
-                ++fStretch;
+                leave();
                 enter();
             }
             return *this;
         }
+        /// The copy is of no use but to be read; making it takes constant time.
         iterator operator++(int) {
             iterator before = *this;
             ++*this;
             return before;
         }
         bool operator==(const iterator& other) const {
-            return fStretch == other.fStretch && fTyped == other.fTyped && fLeft == other.fLeft;
+            return fLeft == other.fLeft && fStretch == other.fStretch && fTyped == other.fTyped;
         }
         bool operator!=(const iterator& other) const { return !(*this == other); }
 
@@ -129,15 +130,21 @@ class StreamElements {
               fStep(places.fStep),
               fStretch(stretch),
               fEnd(places.fEnd),
-              fTyped(typed) {
-            enter();
+              fTyped(typed) {}
+        void leave() {
+            if (fStretch != fEnd) {
+                ++fStretch;
+            } else {
+                ++fTyped;
+            }
         }
         void enter() {
             if (fStretch != fEnd) {
-                fLeft = fStretch->left;
+                fLeft = std::size_t{fStretch->left} + 1;
                 fNow.index = ElementIndex(fStretch->number, nullptr);
                 HandleStep::point(fNow.element, fStretch->chunk);
             } else if (*fTyped) {
+                fLeft = 1;
                 fNow.index = ElementIndex(0, &(*fTyped)->first);
                 HandleStep::point(fNow.element, (*fTyped)->second);
             }
@@ -145,21 +152,24 @@ class StreamElements {
 
         value_type fNow;
         std::size_t fStep = 0;
-        unsigned int fLeft = 0;
+        std::size_t fLeft = 0;  // in the stretch, this one included; 0 only at the end
         const ElementPlaces::Stretch* fStretch = nullptr;
         const ElementPlaces::Stretch* fEnd = nullptr;
         const ElementPlaces::Typed* const* fTyped = nullptr;
     };
     using const_iterator = iterator;
 
-    /// Every loop begins anew, and several may run at once.
+    /// Every loop begins anew, and several may run at once, in several threads too. Beginning one
+    /// takes constant time and never fails.
     [[nodiscard]] iterator begin() const {
-        return iterator(fPlaces, fPlaces.fStretch, fPlaces.fTyped);
+        iterator first(fPlaces, fPlaces.fStretch, fPlaces.fTyped);
+        first.enter();
+        return first;
     }
     [[nodiscard]] iterator end() const {
         return iterator(fPlaces, fPlaces.fEnd, fPlaces.fTypedEnd);
     }
-    /// True when the stream had no elements as the range was made.
+    /// Returns true when the stream had no elements as the range was made.
     [[nodiscard]] bool empty() const { return begin() == end(); }
 
   private:

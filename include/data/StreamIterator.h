@@ -55,10 +55,10 @@ class METADATA_API StreamIterator {
 
     /// (*) Of the current element; at the end 4294967295 (dense) or 0 (mapped).
     [[nodiscard]] Index index() const;
-    /// False at the end, and for an iterator that walks nothing.
+    /// Returns false at the end, and for an iterator that walks nothing.
     [[nodiscard]] bool valid() const { return fImpl && fImpl->valid(); }
 
-    /// True for the same place in the same storage.
+    /// Returns true for the same place in the same storage.
     bool operator==(const StreamIterator& other) const { return !(*this != other); }
     bool operator!=(const StreamIterator& other) const {
         if (!fImpl || !other.fImpl) return fImpl.get() != other.fImpl.get();

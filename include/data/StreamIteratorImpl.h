@@ -29,7 +29,7 @@ class METADATA_API StreamIteratorImpl {
     virtual ~StreamIteratorImpl();
     StreamIteratorImpl& operator=(const StreamIteratorImpl&) = delete;
 
-    /// A new one at the same place, which the caller owns.
+    /// Makes a new one at the same place, which the caller owns.
     [[nodiscard]] virtual StreamIteratorImpl* clone() const = 0;
     /// Throws `std::out_of_range` when the iterator was made without a storage.
     [[nodiscard]] Handle& handle() {
@@ -39,7 +39,7 @@ class METADATA_API StreamIteratorImpl {
     [[nodiscard]] const Handle& handle() const {
         return const_cast<StreamIteratorImpl*>(this)->handle();
     }
-    /// False at the end.
+    /// Returns false at the end.
     [[nodiscard]] bool valid() const { return !fAtEnd; }
     /// A copy of the current element's index.
     [[nodiscard]] virtual Index index() const = 0;
@@ -77,7 +77,7 @@ class METADATA_API StreamIteratorImpl {
     void enter(const Stretch& stretch, const StreamImpl& storage);
     /// The number of the current element in the stretch that was entered.
     [[nodiscard]] unsigned int number() const { return fStretch.number; }
-    /// Whether nothing is left of the stretch, and storage and handle are as it was entered.
+    /// Tells whether nothing is left of the stretch, and storage and handle are as it was entered.
     [[nodiscard]] bool isPassed() const {
         return fStretch.number == fStretch.last && fChanges && isUpToDate();
     }
@@ -91,8 +91,8 @@ class METADATA_API StreamIteratorImpl {
 
   private:
     [[noreturn]] static void refuse();
-    /// Whether storage and structure are as they were when the stretch was entered, and the handle
-    /// shows the element. The changes come first: the structure may be gone with them.
+    /// Tells whether storage and structure are as they were when the stretch was entered, and the
+    /// handle shows the element. The changes come first: the structure may be gone with them.
     [[nodiscard]] bool isUpToDate() const {
         return *fChanges == fChangesSeen && fPresentLayout->get() == fLayout &&
                fHandle->fData == fStretch.chunk && fHandle->fLayout.get() == fLayout;

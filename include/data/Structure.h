@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/EditResult.h>
 #include <data/Member.h>
 #include <data/StructureIterator.h>
+#include <data/TextArgument.h>
 #include <debug/Checkpointed.h>
 #include <debug/Counted.h>
 #include <debug/Export.h>
@@ -50,16 +52,24 @@ class METADATA_API Structure : public RefCounted, public Checkpointed, public Co
     void setName(const char* name);
     [[nodiscard]] const char* name() const;
 
-    /// False, with nothing changed, for a type that stores nothing, a length of 0, a name that is
-    /// null, empty or taken.
+    /// Returns false, with nothing changed, for a type that stores nothing, a length of 0, a name
+    /// that is null, empty or taken, and a member that makes elements larger than 2^60 bytes;
+    /// `tryAddMember` says which. Both throw `std::bad_alloc`, with nothing changed, when memory
+    /// runs out.
     bool addMember(Member::eDataType type, unsigned int length, const char* name);
+    EditResult tryAddMember(Member::eDataType type, unsigned int length, const char* name);
+    /// The member with that name, or at that place among the members; null when there is none. It
+    /// is good until the structure gets another member, is assigned to or dies. Many names are
+    /// found in constant time; a null name is nobody's.
+    [[nodiscard]] const Member* member(TextArgument name) const;
+    [[nodiscard]] const Member* member(unsigned int position) const;
     /// Both give the number of members; `size` is no byte size.
     [[nodiscard]] unsigned int memberCount() const;
     [[nodiscard]] unsigned int size() const { return memberCount(); }
     [[nodiscard]] bool empty() const { return memberCount() == 0; }
-    /// Bytes of one chunk.
+    /// Gives the bytes of one chunk.
     [[nodiscard]] unsigned long long totalSize() const;
-    /// True once destruction has begun.
+    /// Returns true once destruction has begun.
     [[nodiscard]] bool isDeleting() const;
 
     using iterator = StructureIterator;
@@ -79,7 +89,7 @@ class METADATA_API Structure : public RefCounted, public Checkpointed, public Co
     /// Frees the chunk's strings and nulls their slots; the block itself stays the caller's.
     bool destroyChunk(char* chunk) const;
     /// Built on the first call, from the members of that moment, and owned by the structure.
-    /// Members that are added later are not in it. Null when memory runs out.
+    /// Members that are added later are not in it. Returns null when memory runs out.
     [[nodiscard]] const char* defaultData() const;
     /// A new default chunk that the caller owns; null for a size of 0 or when memory runs out.
     [[nodiscard]] char* allocateDefaultChunk() const;
@@ -90,12 +100,16 @@ class METADATA_API Structure : public RefCounted, public Checkpointed, public Co
     /// The registered structures, ordered by address. While an accessor reads a file, the reading
     /// thread sees a registry of that read alone.
     static const std::set<Structure*>& allStructures();
-    /// Takes a reference. False when the structure, or one equal to it, is registered.
+    /// Takes a reference. Returns false when the structure, or one equal to it, is registered;
+    /// `tryRegisterStructure` says which.
     static bool registerStructure(Structure& structure);
-    /// Drops the registry's reference, which may delete the structure. False if not registered.
+    static EditResult tryRegisterStructure(Structure& structure);
+    /// Drops the registry's reference, which may delete the structure. Returns false if not
+    /// registered.
     static bool deregisterStructure(Structure& structure);
-    /// Null for null and for a name nobody registered; of several structures with one name, the one
-    /// at the lowest address.
+    static EditResult tryDeregisterStructure(Structure& structure);
+    /// Returns null for null and for a name nobody registered; of several structures with one name,
+    /// the one at the lowest address.
     static Structure* structureByName(const char* name);
     static void deleteAllStructures();
 

@@ -33,32 +33,33 @@ class METADATA_API StructureIterator {
 
     enum IterLocation { kEnd = 0, kBegin = 1 };
 
-    /// At the end of an empty structure of its own.
+    /// Stands at the end of an empty structure of its own.
     StructureIterator();
     StructureIterator(const StructureIterator& other);
     StructureIterator& operator=(const StructureIterator& other);
     ~StructureIterator();
 
-    /// True for the same place in the same structure object.
+    /// Returns true for the same place in the same structure object.
     bool operator==(const StructureIterator& other) const;
     bool operator!=(const StructureIterator& other) const { return !(*this == other); }
 
-    /// The current member, good as long as the structure is not assigned to. All four throw
-    /// `std::out_of_range` ("Member", in the const forms "Const Member") at the end.
+    /// Give the current member, which is good until the structure gets another member or is
+    /// assigned to. All four throw `std::out_of_range` ("Member", in the const forms "Const
+    /// Member") at the end.
     const Member& operator*();
     const Member& operator*() const;
     const Member* operator->();
     const Member* operator->() const;
 
-    /// One step behind the end is the first member again.
+    /// Goes to the next member; one step behind the end is the first member again.
     StructureIterator& operator++();
     StructureIterator operator++(int);
 
-    /// 4294967295 at the end.
+    /// Gives the member's place in the structure, from 0; 4294967295 at the end.
     [[nodiscard]] unsigned int index() const { return fIndex; }
-    /// Good as long as the iterator is.
+    /// The structure is good as long as the iterator is.
     [[nodiscard]] const Structure& structure() const;
-    /// False at the end.
+    /// Returns false at the end.
     [[nodiscard]] bool valid() const;
 
     /// The first prints a line about the place, the second adds the iterator. Both return true.

@@ -24,9 +24,9 @@ class METADATA_API StructureSerializerDebug : public StructureSerializer {
 
     /// "debug".
     [[nodiscard]] const char* formatType() const override;
-    /// Null; takes nothing from `in`. Its message *replaces* what `errors` held.
+    /// Returns null, and takes nothing from `in`. Its message *replaces* what `errors` held.
     Structure* read(std::istream& in, std::string& errors) const override;
-    /// What `Structure::Debug` prints; 1 when that fails.
+    /// Writes what `Structure::Debug` prints. Returns 0, or 1 when that fails.
     int write(const Structure& structure, std::ostream& out) const override;
     void getFormatDescription(std::ostream& out) const override;
 

@@ -10,7 +10,14 @@
 
 namespace orbo::Data {
 
-/// Fields are separated by colons or line feeds.
+/// Writes a structure as its name and a field for each member, separated by colons or line feeds.
+/// Reading makes a new structure and does not register it. A text that is damaged gives null, with
+/// a message for each problem.
+///
+///     std::istringstream in("name=Tag:int32=ID:float[3]=Origin");
+///     std::string errors;
+///     const RefPtr<Structure> tag(StructureSerializerRaw::theFormat().read(in, errors));
+///     if (!tag) std::cerr << errors;
 class METADATA_API StructureSerializerRaw : public StructureSerializer, private SerializerRaw {
   public:
     /// The one object of this class, which lives as long as the library:

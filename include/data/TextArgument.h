@@ -21,7 +21,7 @@ class TextArgument {
     TextArgument(const std::string& text) : fView(text) {}
     // NOLINTEND(google-explicit-constructor)
 
-    /// True for a null pointer only; an empty text is not null.
+    /// Returns true for a null pointer only; an empty text is not null.
     [[nodiscard]] bool isNull() const { return fIsNull; }
     /// The characters, which need not end with a NUL; none for a null text.
     [[nodiscard]] std::string_view view() const { return fView; }

@@ -4,7 +4,8 @@
 
 namespace orbo::Data {
 
-/// Set on an accessor before it writes: `accessor->setWritePolicy(WritePolicy::careful());`.
+/// A program sets it on an accessor before it writes:
+/// `accessor->setWritePolicy(WritePolicy::careful());`.
 struct WritePolicy {
     /// The shortest digits that read back as the very same float or double, instead of six.
     bool exactNumbers = false;
@@ -25,7 +26,7 @@ struct WritePolicy {
     /// only written so.
     bool durable = true;
 
-    /// For tools that work on files unattended: all of the above.
+    /// Sets all of the above, for tools that work on files unattended.
     static constexpr WritePolicy careful() { return {true, true, true, true, true, true}; }
 };
 

@@ -17,9 +17,9 @@ class ObjectCounter;
 template <typename T>
 class METADATA_API Counted {
   public:
-    /// How many objects were ever made.
+    /// Gives the number of objects that were ever made.
     static unsigned long long objectsCreated();
-    /// How many of them were not destroyed yet.
+    /// Gives the number of those that were not destroyed yet.
     static unsigned long long objectsAlive();
     /// Sets `count` to the objects alive; the pointer may be null.
     static bool Debug(const T* object, Debug::Count& count);
@@ -28,7 +28,8 @@ class METADATA_API Counted {
     struct Uncounted {};
 
     Counted() noexcept;
-    /// For a constructor that leaves its object out of both numbers; the destructor still counts.
+    /// This serves a constructor that leaves its object out of both numbers; the destructor still
+    /// counts.
     explicit Counted(Uncounted) noexcept {}
     Counted(const Counted&) noexcept : Counted() {}
     Counted& operator=(const Counted&) noexcept = default;

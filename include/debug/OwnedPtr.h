@@ -6,8 +6,9 @@
 
 namespace orbo {
 
-/// What `std::unique_ptr` is, for the private parts of classes in public headers, where it costs a
-/// compiler a twentieth. The object is deleted with its owner; null is allowed.
+/// Owns one object, as `std::unique_ptr` does. It serves the private parts of classes in public
+/// headers, where it costs a compiler a twentieth. The object is deleted with its owner; null is
+/// allowed.
 ///
 ///     class Channels {
 ///         struct Impl;

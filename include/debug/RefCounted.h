@@ -13,13 +13,18 @@ class Print;
 
 /// A new object has a count of 0: whoever keeps it calls `ref` first. The `unref` that takes the
 /// count from 1 to 0 deletes the object; one at 0 goes to -1 and deletes nothing.
+///
+///     Structure* structure = Structure::create();
+///     structure->ref();
+///     ...
+///     structure->unref();  // deletes it, unless somebody else keeps it; `RefPtr` does both
 class METADATA_API RefCounted {
   public:
     /// Both are safe in any number of threads at once.
     void ref() const;
     void unref() const;
 
-    /// The number of references at the moment.
+    /// Gives the number of references at the moment, which another thread may change at once.
     [[nodiscard]] int refCount() const { return __atomic_load_n(&fRefCount, __ATOMIC_SEQ_CST); }
     [[nodiscard]] bool isShared() const { return refCount() > 1; }
 

@@ -11,9 +11,14 @@ namespace orbo {
 ///
 ///     RefPtr<Structure> structure(Structure::create());
 ///     structure->addMember(Member::kFloat, 1, "radius");
+///
+/// Each `RefPtr` may be used by one thread at a time, and two that share an object by two threads.
+/// Going through a null pointer is undefined. Nothing here throws, but the destructor of the object
+/// runs where its last reference goes.
 template <typename T>
 class RefPtr {
   public:
+    /// Null.
     RefPtr() = default;
     /// Takes a reference of its own on the object.
     explicit RefPtr(T* object) : fObject(object) {
@@ -31,6 +36,7 @@ class RefPtr {
 
     /// The object, which the pointer keeps alive; null when there is none.
     [[nodiscard]] T* get() const { return fObject; }
+    /// Both require that there is an object.
     T& operator*() const { return *fObject; }
     T* operator->() const { return fObject; }
     explicit operator bool() const { return fObject != nullptr; }

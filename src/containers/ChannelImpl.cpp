@@ -78,12 +78,18 @@ bool ChannelImpl::removeDataStream(const std::string& name) {
     return true;
 }
 
-bool ChannelImpl::renameDataStream(const std::string& oldName, const std::string& newName) {
+ChannelImpl::Rename ChannelImpl::planRename(const std::string& oldName,
+                                            const std::string& newName) {
     const auto found = findToChange(oldName);
+    if (found == fStreams.end() || oldName == newName) return {found, false};
+    return {found, findToChange(newName) != fStreams.end()};
+}
+
+bool ChannelImpl::renameDataStream(const std::string& oldName, const std::string& newName) {
+    const auto [found, taken] = planRename(oldName, newName);
     if (found == fStreams.end()) return false;
     if (oldName == newName) return true;
 
-    const bool taken = findToChange(newName) != fStreams.end();
     if (taken) fDropped.emplace_back();
     // Streams of one name may share their storage, and are then renamed together.
     const bool othersStay = fStreams.isSorted(renames()) && !fStreams.hasTwin(found);
@@ -99,12 +105,16 @@ bool ChannelImpl::renameDataStream(const std::string& oldName, const std::string
     return !taken;
 }
 
-bool ChannelImpl::addElement(const Index& index) {
+bool ChannelImpl::addElement(const Index& index, Stream** refused) {
     bool added = false;
     for (auto& entry : streams()) {
         Stream& stream = *entry.second;
         if (stream.indexType() != index.typeName()) continue;
-        if (stream.setElement(index, Handle(stream.structure()))) added = true;
+        if (stream.setElement(index, Handle(stream.structure()))) {
+            added = true;
+        } else if (refused && !*refused) {
+            *refused = &stream;
+        }
     }
     return added;
 }

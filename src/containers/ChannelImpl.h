@@ -43,8 +43,15 @@ class ChannelImpl : public RefCounted, public Counted<ChannelImpl> {
     [[nodiscard]] Stream* dataStream(unsigned int position) const;
     [[nodiscard]] Stream* findDataStream(const std::string& name) const;
     bool removeDataStream(const std::string& name);
+    /// A stream that is to be renamed, and whether another has the new name.
+    struct Rename {
+        StreamSet::iterator stream;
+        bool isTaken = false;
+    };
+    [[nodiscard]] Rename planRename(const std::string& oldName, const std::string& newName);
     bool renameDataStream(const std::string& oldName, const std::string& newName);
-    bool addElement(const Index& index);
+    /// The first stream that did not take the element is kept in `refused`.
+    bool addElement(const Index& index, Stream** refused = nullptr);
     bool removeElement(const Index& index);
     /// Replaces each stream by a deep copy; true when there was one.
     bool makeUnique();

@@ -138,10 +138,14 @@ bool Layout::isDefault(const char* chunk, const char* memberName) const {
     return chunk && (index == kNoMember || fMembers[index].isDefault(chunk));
 }
 
-bool Layout::canAdd(Member::eDataType type, unsigned int length, const char* name) const {
-    if (!storesData(type) || length == 0 || !name || !*name) return false;
+Layout::AddProblem Layout::problemOfAdding(Member::eDataType type, unsigned int length,
+                                           const char* name) const {
+    if (!name || !*name) return AddProblem::kNoName;
+    if (!storesData(type)) return AddProblem::kType;
+    if (length == 0) return AddProblem::kLength;
+    if (indexOf(name) != kNoMember) return AddProblem::kNameTaken;
     const std::uint64_t bytes = std::uint64_t{length} * static_cast<unsigned>(dataType(type).size);
-    return bytes < kLargestSize - fEnd && indexOf(name) == kNoMember;
+    return bytes < kLargestSize - fEnd ? AddProblem::kNone : AddProblem::kSize;
 }
 
 // Everything that can run out of memory comes first, so that a failure changes nothing.

@@ -70,10 +70,12 @@ class Layout : public RefCounted {
     /// Checks one member only; true for a name that no member has.
     [[nodiscard]] bool isDefault(const char* chunk, const char* memberName) const;
 
-    /// Returns false when the type stores nothing, the length is 0, the name is null, empty or
-    /// taken, or the chunk would exceed `kLargestSize`.
-    bool canAdd(Member::eDataType type, unsigned int length, const char* name) const;
-    /// Requires `canAdd`, and a layout that nobody else refers to.
+    /// Why a member cannot be added: its type stores nothing, its length is 0, its name is null or
+    /// empty, another member has the name, or the chunk would exceed `kLargestSize`.
+    enum class AddProblem { kNone, kType, kLength, kNoName, kNameTaken, kSize };
+    [[nodiscard]] AddProblem problemOfAdding(Member::eDataType type, unsigned int length,
+                                             const char* name) const;
+    /// Requires that there is no problem, and that nobody else refers to the layout.
     void add(Member::eDataType type, unsigned int length, const char* name);
 
   private:

@@ -8,6 +8,7 @@
 
 #include "core/StructureImpl.h"
 #include "core/StructureRegistry.h"
+#include "core/ValueCalls.h"
 #include "debug/ObjectCounter.h"
 
 namespace orbo::Data {
@@ -94,7 +95,8 @@ void Structure::setName(const char* name) {
 const char* Structure::name() const { return fImpl->name.c_str(); }
 
 bool Structure::addMember(Member::eDataType type, unsigned int length, const char* name) {
-    if (!fImpl->layout->canAdd(type, length, name)) return false;
+    if (fImpl->layout->problemOfAdding(type, length, name) != Layout::AddProblem::kNone)
+        return false;
     fImpl->editableLayout().add(type, length, name);
     objectChanged();
     return true;
@@ -103,6 +105,14 @@ bool Structure::addMember(Member::eDataType type, unsigned int length, const cha
 unsigned int Structure::memberCount() const { return fImpl->layout->memberCount(); }
 unsigned long long Structure::totalSize() const { return fImpl->layout->totalSize(); }
 bool Structure::isDeleting() const { return fImpl->isDeleting; }
+
+const Member* Structure::member(TextArgument name) const {
+    return memberNamed(*fImpl->layout, name.view());
+}
+
+const Member* Structure::member(unsigned int position) const {
+    return position < memberCount() ? &fImpl->layout->member(position) : nullptr;
+}
 
 StructureIterator Structure::begin() const {
     return {*this, empty() ? StructureIterator::kEnd : StructureIterator::kBegin};

@@ -81,16 +81,30 @@ std::set<std::string> split(std::string_view text) {
     }
 }
 
-void demandMembers(Handle& row) {
+template <typename Row>
+void demandMembers(Row& row) {
     const Words& w = words();
     for (const std::string* name : {&w.node, &w.key, &w.unresolvedPath, &w.resolvedPath, &w.roles})
         // A member that is missing leaves the handle at its end, where `dataType` throws.
         if (!row.setPositionByMemberName(name->c_str())) (void)row.dataType();
 }
 
-std::string memberText(Handle& row, const std::string& member) {
+template <typename Row>
+std::string memberText(Row& row, const std::string& member) {
     row.setPositionByMemberName(member.c_str());
     return row.str(0);
+}
+
+template <typename Row>
+bool readEntry(Row& row, std::string& node, std::string& key, std::string& unresolvedPath,
+               std::string& resolvedPath, std::set<std::string>& roles) {
+    demandMembers(row);
+    node = memberText(row, words().node);
+    key = memberText(row, words().key);
+    unresolvedPath = memberText(row, words().unresolvedPath);
+    resolvedPath = memberText(row, words().resolvedPath);
+    roles = split(memberText(row, words().roles));
+    return row.hasData();
 }
 
 bool setString(Handle& row, const std::string& text) {
@@ -151,13 +165,14 @@ const std::string& getRolesSeparator() { return words().separator; }
 
 bool getEntry(Handle& row, std::string& node, std::string& key, std::string& unresolvedPath,
               std::string& resolvedPath, std::set<std::string>& roles) {
-    demandMembers(row);
-    node = memberText(row, words().node);
-    key = memberText(row, words().key);
-    unresolvedPath = memberText(row, words().unresolvedPath);
-    resolvedPath = memberText(row, words().resolvedPath);
-    roles = split(memberText(row, words().roles));
-    return row.hasData();
+    return readEntry(row, node, key, unresolvedPath, resolvedPath, roles);
+}
+
+bool getEntry(const ConstHandle& row, std::string& node, std::string& key,
+              std::string& unresolvedPath, std::string& resolvedPath,
+              std::set<std::string>& roles) {
+    ConstHandle moved = row;
+    return readEntry(moved, node, key, unresolvedPath, resolvedPath, roles);
 }
 
 EntryResult setEntry(Handle& row, const std::string& node, const std::string& key,

@@ -37,6 +37,15 @@ TEST(AssociationsTest, CopiesShareUntilOneIsMadeUniqueAndSoDoChannels) {
     EXPECT_THAT(names(channel), ElementsAre("s", "t"));
 }
 
+TEST(AssociationsTest, ConstantOnesAreSearchedAndStayAsTheyAre) {
+    Associations associations;
+    associations.channel("face");
+    const Associations& fixed = associations;
+    EXPECT_EQ(fixed.channel("face"), fixed.findChannel("face"));
+    EXPECT_EQ(fixed.channel("edge"), nullptr);
+    EXPECT_EQ(fixed.channelCount(), 1U);
+}
+
 // A channel is known by its identity, not by its name.
 TEST(AssociationsTest, FindsChannelsByTheNamesThatTheyHaveNow) {
     const Channel z("z");

@@ -49,6 +49,22 @@ TEST(StructureTest, MembersArePlacedInOrderAndTheFirstOnesAlignmentRoundsTheSize
     }
 }
 
+TEST(StructureTest, FindsMembersByNameAndByPlace) {
+    // From 16 members on, another search finds them.
+    for (const std::size_t count : {2U, 20U}) {
+        const auto structure = make("S", Fields(count, {M::kInt16, 1}));
+        const Structure& fixed = *structure;
+        ASSERT_TRUE(fixed.member("b") && fixed.member(1));
+        EXPECT_EQ(fixed.member("b"), fixed.member(1));
+        EXPECT_EQ(fixed.member(std::string_view("bx").substr(0, 1)), fixed.member(1));
+        EXPECT_EQ(fixed.member(0)->offset(), 0U);
+        EXPECT_EQ(fixed.member(static_cast<unsigned int>(count)), nullptr);
+        for (const char* name : {"", "z", static_cast<const char*>(nullptr)})
+            EXPECT_EQ(fixed.member(name), nullptr);
+        EXPECT_EQ(fixed.member(std::string_view("b\0", 2)), nullptr);
+    }
+}
+
 TEST(StructureTest, RefusesMembersThatCannotBe) {
     const auto structure = make("S", {{M::kInt32, 1}});
     const auto stamp = structure->checkpoint();

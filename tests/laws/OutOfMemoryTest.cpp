@@ -9,6 +9,7 @@
 #include <debug/RefPtr.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -17,7 +18,9 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <optional>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 #include "core/StructureRegistry.h"
@@ -135,6 +138,46 @@ TEST(OutOfMemory, EditingLeavesSoundElements) {
             EXPECT_NE(written(*edited).find("endAssociations"), std::string::npos);
             edited.reset();
         });
+}
+
+TEST(OutOfMemory, SettingStringsKeepsTheOldOnesAndLosesNone) {
+    using Pair = std::array<std::string_view, 2>;
+    constexpr Pair kTexts[] = {{"the first text of some length", "and one"},
+                               {"another text, which is longer than the first", ""},
+                               {"a", "the last text of some length"}};
+    constexpr std::size_t kSteps = 10;
+    std::size_t before = Allocations::inUse();
+    std::optional<Handle> handle;
+    Pair label;
+    Pair pair;
+    const auto prepare = [&] {
+        before = Allocations::inUse();
+        const RefPtr<Structure> structure(new Structure("T"));
+        structure->addMember(Member::kString, 1, "label");
+        structure->addMember(Member::kString, 2, "a name that is longer than a short string");
+        handle.emplace(*structure);
+        label[0] = pair[0] = pair[1] = "old";
+        handle->set("label", label[0]);
+        handle->set("a name that is longer than a short string", pair);
+    };
+    const auto scenario = [&] {
+        for (std::size_t step = 0; step < kSteps; ++step) {
+            const Pair& texts = kTexts[step % std::size(kTexts)];
+            handle->set("label", texts[0]);
+            label = texts;
+            handle->set("a name that is longer than a short string", texts);
+            pair = texts;
+        }
+    };
+    const auto check = [&] {
+        EXPECT_EQ(handle->get<std::string_view>("label"), label[0]);
+        EXPECT_EQ(handle->get<Pair>("a name that is longer than a short string"), pair);
+        handle.reset();
+        EXPECT_EQ(Allocations::inUse(), before);
+    };
+    prepare();
+    check();
+    failEachAllocation(prepare, scenario, check);
 }
 
 /// A real file, as descriptors can leak, too.

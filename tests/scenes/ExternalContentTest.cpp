@@ -42,7 +42,11 @@ struct Row {
     std::string entry() {
         std::string node, key, upath, rpath;
         roles = {"left", "over"};
+        const Handle& fixed = handle;
+        EXPECT_TRUE(getEntry(fixed, node, key, upath, rpath, roles));
+        const std::string looked = node + key + upath + rpath;
         EXPECT_TRUE(getEntry(handle, node, key, upath, rpath, roles));
+        EXPECT_EQ(node + key + upath + rpath, looked);
         return node + "|" + key + "|" + upath + "|" + rpath;
     }
 

@@ -6,10 +6,11 @@
 
 #include <string>
 #include <type_traits>
+#include <utility>
 
 namespace orbo::Data::detail {
 
-/// A `std::string` is none: it becomes an `Index` by its constructor, which reads a number.
+/// A `std::string` is no text key: it becomes an `Index` by its constructor, which reads a number.
 template <typename Key>
 constexpr bool isTextKey =
     std::is_convertible_v<const Key&, TextArgument> && !std::is_same_v<Key, std::string>;
@@ -25,7 +26,13 @@ using IfOneIsKey = std::enable_if_t<
 template <typename First, typename Second>
 using IfNumbers = std::enable_if_t<isNumberKey<First> && isNumberKey<Second>, int>;
 
-/// Whether the number is one that an index can have: 0 to 4294967295.
+/// A `std::array` of two numbers, or a type that looks like it.
+template <typename Pair>
+using IfNumberPair =
+    std::enable_if_t<std::tuple_size<Pair>::value == 2 && isNumberKey<typename Pair::value_type>,
+                     int>;
+
+/// Tells whether the number is one that an index can have: 0 to 4294967295.
 template <typename Number>
 constexpr bool isIndexNumber(Number number) {
     if constexpr (std::is_signed_v<Number>) {

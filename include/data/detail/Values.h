@@ -19,7 +19,7 @@ class ConstHandle;
 
 namespace detail {
 
-/// What a program asked a member for.
+/// Describes what a program asked a member for.
 struct ValueRequest {
     Member::eDataType type = Member::kInvalid;
     std::size_t count = 0;  // of a list; 0 asks for one value
@@ -56,7 +56,7 @@ METADATA_API const char* valuesToGet(const ConstHandle& handle, TextArgument mem
                                      ValueRequest request);
 METADATA_API char* valuesToSet(const ConstHandle& handle, TextArgument member,
                                ValueRequest request);
-/// Null where the member has no such values.
+/// Returns null where the member has no such values.
 METADATA_API const char* findValues(const ConstHandle& handle, TextArgument member,
                                     ValueRequest request);
 [[noreturn]] METADATA_API void refuseNullString(ValueCall call, TextArgument member);
