@@ -42,6 +42,14 @@ float walkPairs(const Stream& stream, const MemberRef<float>& radius) {
     return sum;
 }
 
+void grow(const orbo::Data::StreamColumn<float>& column) {
+    for (unsigned i = 0; i < column.size(); ++i) *column[i] += 1;
+}
+
+void growPairs(Stream& stream, const MemberRef<float>& radius) {
+    for (auto [index, element] : stream.elements()) radius.set(element, radius(element) + 1);
+}
+
 /// Dense elements as large as those of `makeRecords`, with a member of one float in front.
 Stream makeBalls() {
     const orbo::RefPtr<Structure> ball(Structure::create());
@@ -75,10 +83,13 @@ int main() {
     benchmark::DoNotOptimize(stride);  // known at run time only
     const auto column = dense.column<float>("values");
     require(walk(column) == walkRaw(first, stride), "the column");
-    const Stream balls = makeBalls();
+    Stream balls = makeBalls();
     const MemberRef<float> radius(balls.structure(), "radius");
     const auto radii = balls.column<float>("radius");
     require(walkPairs(balls, radius) == walk(radii), "the member");
+    grow(radii);
+    growPairs(balls, radius);
+    require(*radii[0] == 2 && *radii[kElements - 1] == kElements + 1, "values that were set");
     require(walkPairs(dense) == walkRaw(first, stride) && walkPairs(mapped) == walkPairs(dense),
             "pairs");
     require(walk(dense) == walkRaw(first, stride) && walk(mapped) == walk(dense), "sums");
@@ -91,6 +102,8 @@ int main() {
     bench.measure("mapped", [&] { return walk(mapped); });
     bench.measure("column of one float", [&] { return walk(radii); });
     bench.measure("MemberRef", [&] { return walkPairs(balls, radius); });
+    bench.measure("set a column", [&] { grow(radii); });
+    bench.measure("set by MemberRef", [&] { growPairs(balls, radius); });
     bench.measure("elements, dense", [&] { return walkPairs(dense); });
     bench.measure("elements, mapped", [&] { return walkPairs(mapped); });
     bench.run();
@@ -99,6 +112,7 @@ int main() {
     bench.compare("", "dense", "raw loop");
     bench.atMost("walk with an iterator, mapped", "mapped", 5);
     bench.compare("a member that is looked up once", "MemberRef", "column of one float", 1.1);
+    bench.compare("set a member that is looked up once", "set by MemberRef", "set a column", 1.5);
     bench.compare("walk pairs, dense", "elements, dense", "dense", 1.1);
     bench.compare("walk pairs, mapped", "elements, mapped", "mapped", 1.1);
     return bench.result();

@@ -65,7 +65,7 @@ class METADATA_API MemberPlace {
 ///
 /// A copy counts two references and looks nothing up. Elements are given as a `Handle`, a
 /// `ConstHandle`, an `ElementHandle`, or a `StreamIterator`, which stands for its element; a
-/// `ConstHandle` and a `const` element of a stream can only be read.
+/// `ConstHandle` can only be read.
 template <typename T>
 class MemberRef : private MemberPlace {
   public:
