@@ -87,10 +87,10 @@ TEST(EditReasons, OfChannels) {
 TEST(EditReasons, OfAStreamThatDoesNotTakeAnElement) {
     Channel channel("face");
     channel.setDataStream(denseStream(*bytesStructure(5000), "large"));
-    EXPECT_EQ(channel.tryAddElement(3).reason(),
-              "Stream \"large\" did not take the element. Dense storage grows to element 3 of more "
+    EXPECT_EQ(channel.tryAddElement(0).reason(),
+              "Stream \"large\" did not take the element. Dense storage grows to element 0 of more "
               "than 4096 bytes only after `reserve`.");
-    EXPECT_FALSE(channel.addElement(3));
+    EXPECT_FALSE(channel.addElement(0));
 }
 
 TEST(EditReasons, OfAssociations) {
