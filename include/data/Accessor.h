@@ -47,14 +47,14 @@ class METADATA_API Accessor {
     using StructureSet = std::set<const Structure*, StructureNameLessThan>;
     using AssociationsMap = std::map<std::string, Associations>;
 
-    /// A new, empty accessor for the extension: the text behind the last ".", in upper or lower
-    /// case; a name without "." is an extension itself. Returns null when nobody serves the
+    /// Makes a new, empty accessor for the extension: the text behind the last ".", in upper or
+    /// lower case; a name without "." is an extension itself. Returns null when nobody serves the
     /// extension.
     static std::unique_ptr<Accessor> accessorByExtension(const std::string& fileName);
-    /// The extensions that have accessors, in lower case: "kx", "ky", and those of plug-ins.
+    /// Gives the extensions that have accessors, in lower case: "kx", "ky", and those of plug-ins.
     static std::set<std::string> supportedExtensions();
-    /// A new accessor that has read the file. Returns null when there is none for its extension, or
-    /// the file cannot be read.
+    /// Makes a new accessor that has read the file. Returns null when there is none for its
+    /// extension, or the file cannot be read.
     static std::unique_ptr<Accessor> readFile(const std::string& fileName, std::string& errors);
 
     virtual ~Accessor();
@@ -87,18 +87,18 @@ class METADATA_API Accessor {
     /// interrupted write first, as reading does.
     [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
 
-    /// The metadata by node name, the scene's own under the empty name. `write` stores what it
-    /// holds then. It is good as long as the accessor is, and `read` and `clear` empty it.
+    /// Gives the metadata by node name, the scene's own under the empty name. `write` stores what
+    /// it holds then. It is good as long as the accessor is, and `read` and `clear` empty it.
     [[nodiscard]] AssociationsMap& associations();
     [[nodiscard]] const AssociationsMap& associations() const;
-    /// The structures to write, of which the accessor keeps a reference each.
+    /// Gives the structures to write, of which the accessor keeps a reference each.
     [[nodiscard]] const StructureSet& structures() const;
     /// Replaces the structures, and takes a reference on each. Throws `std::invalid_argument`, with
     /// nothing changed, for null.
     void setStructures(const StructureSet& structures);
     /// Empties both; the file name stays.
     void clear();
-    /// The name that the last `read` was given, which `write` writes to.
+    /// Gives the name that the last `read` was given, which `write` writes to.
     [[nodiscard]] const std::string& fileName() const;
 
     /// Gives the time to wait for other programs that read or write the file: 10 seconds unless

@@ -17,7 +17,7 @@ class METADATA_API AccessorFactoryBase {
     AccessorFactoryBase(const AccessorFactoryBase&) = delete;
     AccessorFactoryBase& operator=(const AccessorFactoryBase&) = delete;
     virtual ~AccessorFactoryBase();
-    /// A new, empty accessor.
+    /// Makes a new, empty accessor. Throws what its constructor throws.
     [[nodiscard]] virtual std::unique_ptr<Accessor> create() = 0;
 
   protected:

@@ -33,7 +33,7 @@ class METADATA_API Associations : public Counted<Associations> {
     Associations(const Associations& other);
     /// Shares the channels of `other`; null gives new, empty associations.
     explicit Associations(const Associations* other);
-    /// New, empty associations on the heap, which the caller deletes.
+    /// Makes new, empty associations on the heap, which the caller deletes.
     static Associations* create();
     Associations& operator=(const Associations& other);
     ~Associations();
@@ -41,17 +41,18 @@ class METADATA_API Associations : public Counted<Associations> {
     bool operator==(const Associations& other) const;
     bool operator!=(const Associations& other) const { return !(*this == other); }
 
-    /// The stored channel of that name, which is made first if there is none. `findChannel` looks
-    /// without making one.
+    /// Gives the stored channel of that name, which is made first if there is none. `findChannel`
+    /// looks without making one.
     Channel channel(const std::string& name);
-    /// The stored channel of that name, as `findChannel` gives it; null when there is none, for
+    /// Gives the stored channel of that name, as `findChannel` does; null when there is none, for
     /// associations that are `const` get no channel.
     [[nodiscard]] const Channel* channel(const std::string& name) const {
         return findChannel(name);
     }
-    /// The channel at a place in name order; behind the last a new channel that is not stored.
+    /// Gives the channel at a place in name order; behind the last a new channel that is not
+    /// stored.
     [[nodiscard]] Channel channelAt(unsigned int position) const;
-    /// The same, but null behind the last.
+    /// Gives the same channel, but null behind the last.
     const Channel* operator[](unsigned int position) const;
     /// Returns null when there is no such channel. It is good until the channel is removed or
     /// replaced.

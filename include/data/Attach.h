@@ -17,8 +17,8 @@ class Associations;
 class METADATA_API Attach {
   public:
     virtual ~Attach();
-    /// The metadata, which the object owns; null when it carries none. Neither of the two makes
-    /// any.
+    /// These give the metadata, which the object owns; null when it carries none. Neither of the
+    /// two makes any.
     virtual Associations* editableMetadata() = 0;
     [[nodiscard]] virtual const Associations* metadata() const = 0;
     /// Gives the object a copy, in place of what it had. Returns false when it takes none.

@@ -15,7 +15,7 @@ namespace orbo::Data {
 ///     node.editableMetadata()->channel("edge");
 class METADATA_API AttachDirectly : public Attach {
   public:
-    /// An object that carries no metadata.
+    /// Makes an object that carries no metadata.
     AttachDirectly();
     /// Gets associations of its own that share the other's channels; empty ones if it has none.
     AttachDirectly(const AttachDirectly& other);

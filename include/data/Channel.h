@@ -34,7 +34,7 @@ class METADATA_API Channel : public Counted<Channel> {
     using iterator = ChannelIterator;
     using const_iterator = ChannelIterator;
 
-    /// An empty channel named "Unnamed".
+    /// Makes an empty channel named "Unnamed".
     Channel();
     explicit Channel(const std::string& name);
     /// Copies share the streams.
@@ -57,10 +57,10 @@ class METADATA_API Channel : public Counted<Channel> {
     [[nodiscard]] const Stream* dataStream(const std::string& name) const {
         return findDataStream(name);
     }
-    /// The stream at a place in name order; null behind the last.
+    /// Gives the stream at a place in name order, which takes linear time; null behind the last.
     Stream* dataStream(unsigned int position);
     [[nodiscard]] const Stream* dataStream(unsigned int position) const;
-    /// The same as `dataStream` of a name.
+    /// Works as `dataStream` of a name.
     Stream* findDataStream(const std::string& name);
     [[nodiscard]] const Stream* findDataStream(const std::string& name) const;
     /// Returns false when there is no such stream.

@@ -23,10 +23,10 @@ extern template class SerializerFamily<ChannelSerializer>;
 ///     Channel* made = format->read(in, errors);
 class METADATA_API ChannelSerializer : public SerializerFamily<ChannelSerializer> {
   public:
-    /// The name that files give the format. It lives as long as the format.
+    /// Gives the name that files have for the format. It lives as long as the format.
     [[nodiscard]] virtual const char* formatType() const = 0;
     virtual ~ChannelSerializer();
-    /// A new object that the caller owns, or null; messages are appended to `errors`.
+    /// Makes a new object that the caller owns, or gives null; messages are appended to `errors`.
     virtual Channel* read(std::istream& in, std::string& errors) const = 0;
     /// Returns the number of errors; messages are appended to `errors`.
     virtual int write(const Channel& channel, std::ostream& out, std::string& errors) const = 0;

@@ -28,7 +28,7 @@ class Structure;
 /// handle is good until that handle is changed or destroyed.
 class METADATA_API ConstHandle {
   public:
-    /// A handle without members and without data.
+    /// Makes a handle without members and without data.
     ConstHandle() = default;
     /// Reads the chunk of `handle`, at the same current member.
     ConstHandle(const Handle& handle);  // NOLINT(google-explicit-constructor): reads the same
@@ -75,9 +75,9 @@ class METADATA_API ConstHandle {
     [[nodiscard]] Member::eDataType dataType() const;
     [[nodiscard]] unsigned int dataLength() const;
 
-    /// The current member's values, which follow each other in memory. Returns null without data,
-    /// at the end, and when the member has another type; nothing is converted. A matrix is 16
-    /// numbers.
+    /// These give the current member's values, which follow each other in memory. They are null
+    /// without data, at the end, and when the member has another type; nothing is converted. A
+    /// matrix is 16 numbers.
     [[nodiscard]] const void* asType(Member::eDataType type) const {
         return type == Member::kInvalid ? nullptr : valuesOf<void>(type);
     }

@@ -21,7 +21,7 @@ class [[nodiscard]] EditResult {
     explicit EditResult(std::string reason) : fIsDone(false), fReason(std::move(reason)) {}
 
     operator bool() const { return fIsDone; }  // NOLINT(google-explicit-constructor): it is a test
-    /// A sentence for people, such as "There is no element 5."; empty when the edit was made.
+    /// Gives a sentence for people, such as "There is no element 5."; empty when the edit was made.
     [[nodiscard]] const std::string& reason() const { return fReason; }
 
   private:

@@ -16,9 +16,9 @@ namespace orbo::Data {
 ///     }
 class METADATA_API ElementHandle : public ConstHandle {
   public:
-    /// A handle without members and without data.
+    /// Makes a handle without members and without data.
     ElementHandle() = default;
-    /// A `Handle` on the same element, which it borrows, at the same member.
+    /// Gives a `Handle` on the same element, which it borrows, at the same member.
     operator Handle() const;  // NOLINT(google-explicit-constructor): it shows the same element
 
     /// Works as `Handle::set` does. The handle itself stays as it is, so a `const` one changes
@@ -30,8 +30,8 @@ class METADATA_API ElementHandle : public ConstHandle {
         detail::store(values, value, detail::ValueCall::kSet, member);
     }
 
-    /// The current member's values, as in `ConstHandle`, to be changed in place. They are null
-    /// where those are.
+    /// These give the current member's values, as in `ConstHandle`, to be changed in place. They
+    /// are null where those are.
     [[nodiscard]] bool* asBoolean() const { return editable(ConstHandle::asBoolean()); }
     [[nodiscard]] double* asDouble() const { return editable(ConstHandle::asDouble()); }
     [[nodiscard]] double* asDoubleMatrix4x4() const {

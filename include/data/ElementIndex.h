@@ -21,15 +21,15 @@ namespace orbo::Data {
 /// fails. Any number of threads may use one object at once.
 class METADATA_API ElementIndex {
   public:
-    /// The number 0.
+    /// Makes the number 0.
     ElementIndex() = default;
     /// Makes a copy that lives on its own. A typed value is copied: `std::bad_alloc` is thrown when
     /// memory runs out.
     operator Index() const;  // NOLINT(google-explicit-constructor): it is that index
 
-    /// The number; 0 for a typed index.
+    /// Gives the number; 0 for a typed index.
     [[nodiscard]] unsigned int index() const { return fNumber; }
-    /// The typed value, which the stream owns; null for a number.
+    /// Gives the typed value, which the stream owns; null for a number.
     [[nodiscard]] const IndexType* complexIndex() const {
         return fTyped ? fTyped->complexIndex() : nullptr;
     }

@@ -30,18 +30,18 @@ namespace AccessorQuil::ExternalContent {
 /// These name the place of the table. All names live as long as the library.
 METADATA_API const std::string& getChannelName();
 METADATA_API const std::string& getStructureName();
-/// The name of the stream, which is the version of the table's layout.
+/// Gives the name of the stream, which is the version of the table's layout.
 METADATA_API const std::string& getStreamName();
-/// The member with the scene node that refers to the file.
+/// Gives the member with the scene node that refers to the file.
 METADATA_API const std::string& getNodeMemberName();
-/// The member that tells the references of one node apart.
+/// Gives the member that tells the references of one node apart.
 METADATA_API const std::string& getKeyMemberName();
-/// The members with the path as somebody entered it, with the path that was found, and with what
-/// the file is for.
+/// These give the members with the path as somebody entered it, with the path that was found, and
+/// with what the file is for.
 METADATA_API const std::string& getUnresolvedPathMemberName();
 METADATA_API const std::string& getResolvedPathMemberName();
 METADATA_API const std::string& getRolesMemberName();
-/// The text between the roles in their member. Within a role "-" is doubled, and ";" is "-*".
+/// Gives the text between the roles in their member. Within a role "-" is doubled, and ";" is "-*".
 METADATA_API const std::string& getRolesSeparator();
 
 /// These four throw `std::out_of_range` ("Const Member"), with nothing read or changed and the row
@@ -82,7 +82,8 @@ METADATA_API EntryResult updateEntry(Handle& row, const std::string& path);
 METADATA_API EntryResult updateEntry(Handle& row, const std::string& unresolvedPath,
                                      const std::string& resolvedPath);
 
-/// Give the table, which is good as long as the associations hold it; null when there is none.
+/// These give the table, which is good as long as the associations hold it; null when there is
+/// none.
 METADATA_API Stream* getStream(Associations& associations);
 METADATA_API const Stream* getStream(const Associations& associations);
 METADATA_API Stream* getStream(Accessor& accessor);

@@ -29,7 +29,7 @@ class Structure;
 /// shares the chunk and never owns it, and must not outlive the owner; a move hands ownership over.
 class METADATA_API Handle : public Counted<Handle> {
   public:
-    /// A handle without members and without data.
+    /// Makes a handle without members and without data.
     Handle();
     /// Owns a new chunk of default values, at the first member. It has no data when the structure
     /// has no members or memory runs out.
@@ -92,9 +92,9 @@ class METADATA_API Handle : public Counted<Handle> {
     [[nodiscard]] Member::eDataType dataType() const;
     [[nodiscard]] unsigned int dataLength() const;
 
-    /// The current member's values, which follow each other in memory. Returns null without data,
-    /// at the end, and when the member has another type; nothing is converted. A matrix is 16
-    /// numbers.
+    /// These give the current member's values, which follow each other in memory. They are null
+    /// without data, at the end, and when the member has another type; nothing is converted. A
+    /// matrix is 16 numbers.
     void* asType(Member::eDataType type);
     [[nodiscard]] const void* asType(Member::eDataType type) const;
     bool* asBoolean() { return valuesOf<bool>(Member::kBoolean); }
@@ -113,7 +113,7 @@ class METADATA_API Handle : public Counted<Handle> {
     unsigned short* asUInt16() { return valuesOf<unsigned short>(Member::kUInt16); }
     unsigned int* asUInt32() { return valuesOf<unsigned int>(Member::kUInt32); }
     unsigned long long* asUInt64() { return valuesOf<unsigned long long>(Member::kUInt64); }
-    /// The same to read only. The pointers of a string member may be null.
+    /// These give the same to read only. The pointers of a string member may be null.
     [[nodiscard]] const bool* asBoolean() const { return valuesOf<bool>(Member::kBoolean); }
     [[nodiscard]] const double* asDouble() const { return valuesOf<double>(Member::kDouble); }
     [[nodiscard]] const double* asDoubleMatrix4x4() const {

@@ -23,8 +23,8 @@ class IndexType;
 /// Makes an index from its text form; throws `Index::eCreationErrors` when it cannot.
 using IndexCreator = Index (*)(const std::string& text);
 
-/// A number from 0 to 4294967295, or a typed value such as a pair or a string. Numbers sort before
-/// typed values, and typed values of different types by type name.
+/// Is a number from 0 to 4294967295, or a typed value such as a pair or a string. Numbers sort
+/// before typed values, and typed values of different types by type name.
 ///
 ///     Index face = 5;                    Index edge(3, 7);
 ///     Index joint = IndexString("lid");  Index asText(std::string("5"));
@@ -37,23 +37,23 @@ class METADATA_API Index : public Counted<Index> {
     enum eCreationErrors { eCreatorNotFound = 0, eMalformedIndex = 1, eTrailingData = 2 };
     using IndexCreator = orbo::Data::IndexCreator;
 
-    /// The number 0. This constructor does not count, but the destructor of its index does:
+    /// Makes the number 0. This constructor does not count, but the destructor of its index does:
     /// `objectsAlive` may fall below the number of live indices.
     Index();
     Index(unsigned int number);  // NOLINT(google-explicit-constructor): numbers are indices
-    /// The pair of the two numbers, as `IndexPair`: `stream.element({3, 7})`. Throws
+    /// Makes the pair of the two numbers, as `IndexPair`: `stream.element({3, 7})`. Throws
     /// `std::out_of_range` for a number below 0 or above 4294967295.
     template <typename First, typename Second, detail::IfNumbers<First, Second> = 0>
     Index(First first, Second second) : Index(pairOf(checked(first), checked(second))) {}
-    /// The same of two numbers in a `std::array`.
+    /// Makes the same of two numbers in a `std::array`.
     template <typename Pair, detail::IfNumberPair<Pair> = 0>
     // NOLINTNEXTLINE(google-explicit-constructor): pairs are indices
     Index(const Pair& pair) : Index(pair[0], pair[1]) {}
-    /// The number that the text shows, with blanks, tabs and carriage returns around it. Throws
-    /// `eMalformedIndex` for any other text and `eTrailingData` for two numbers.
+    /// Takes the number that the text shows, with blanks, tabs and carriage returns around it.
+    /// Throws `eMalformedIndex` for any other text and `eTrailingData` for two numbers.
     Index(const std::string& text);  // NOLINT(google-explicit-constructor): so is their text
-    /// A copy of the typed value. This and all that copies a typed index throw `std::bad_alloc`
-    /// when memory runs out.
+    /// Copies the typed value. This and all that copies a typed index throw `std::bad_alloc` when
+    /// memory runs out.
     Index(const IndexType& value);  // NOLINT(google-explicit-constructor): so are typed values
     Index(const Index& other);
     /// Takes the other's typed value; the other becomes a number.
@@ -65,7 +65,7 @@ class METADATA_API Index : public Counted<Index> {
     Index& operator=(const Index& other);
     Index& operator=(unsigned int number);
 
-    /// The index that a plain value names: a number, or a text as `IndexString`. Throws
+    /// Makes the index that a plain value names: a number, or a text as `IndexString`. Throws
     /// `std::out_of_range` for a number below 0 or above 4294967295.
     template <typename Key, detail::IfIndexKey<Key> = 0>
     [[nodiscard]] static Index of(const Key& key) {
@@ -77,10 +77,10 @@ class METADATA_API Index : public Counted<Index> {
     }
     static const Index& of(const Index& index) { return index; }
 
-    /// The number; 0 for a typed index.
+    /// Gives the number; 0 for a typed index.
     [[nodiscard]] unsigned int index() const { return fType ? 0 : fNumber; }
     operator unsigned int() const { return index(); }  // NOLINT(google-explicit-constructor)
-    /// The typed value, which the index owns; null for a number.
+    /// Gives the typed value, which the index owns; null for a number.
     [[nodiscard]] const IndexType* complexIndex() const { return fType; }
     [[nodiscard]] IndexType* complexIndex() { return fType; }
     operator IndexType*() { return fType; }  // NOLINT(google-explicit-constructor)
@@ -94,8 +94,8 @@ class METADATA_API Index : public Counted<Index> {
 
     /// Tells whether dense storage makes sense for such indices.
     [[nodiscard]] bool supportsDenseMode() const;
-    /// The number of elements from one index to the other, both included, modulo 2^32; 0 when the
-    /// types differ.
+    /// Gives the number of elements from one index to the other, both included, modulo 2^32; 0 when
+    /// the types differ.
     [[nodiscard]] unsigned int denseSpaceBetween(const Index& other) const;
 
     /// A number and a typed value are never equal, and neither are values of two types. Numbers
@@ -144,11 +144,11 @@ class METADATA_API Index : public Counted<Index> {
         return !index.equalsValue(value);
     }
 
-    /// The creator of a registered type, null when null was registered. Throws `eCreatorNotFound`
-    /// for a type that nobody registered.
+    /// Gives the creator of a registered type, null when null was registered. Throws
+    /// `eCreatorNotFound` for a type that nobody registered.
     static IndexCreator creator(const std::string& typeName);
-    /// An index of that type from its text form. Throws `eCreatorNotFound` for a type without a
-    /// creator, and what the creator throws.
+    /// Makes an index of that type from its text form. Throws `eCreatorNotFound` for a type without
+    /// a creator, and what the creator throws.
     static Index doCreate(const std::string& typeName, const std::string& text);
 
     /// The first prints the number, and nothing for a typed index; the second adds the index. Both

@@ -11,8 +11,8 @@
 
 namespace orbo::Data {
 
-/// Two numbers from 0 to 4294967295. Its text form is "3 7". Pairs are ordered by the first number,
-/// then by the second; (3, 7) and (7, 3) are two indices.
+/// Holds two numbers from 0 to 4294967295. Its text form is "3 7". Pairs are ordered by the first
+/// number, then by the second; (3, 7) and (7, 3) are two indices.
 ///
 ///     stream.setIndexType("pair");
 ///     stream.emplaceElement({3, 7}).set("sharpness", 0.5F);
@@ -43,7 +43,7 @@ class METADATA_API IndexPair : public CRTP_IndexType<IndexPair>,
     /// another type of index.
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType& other) const override;
 
-    /// Compare with another type of index (see `IndexType`), or with another pair.
+    /// These compare with another type of index (see `IndexType`), or with another pair.
     using CRTP_IndexType<IndexPair>::operator==;
     using CRTP_IndexType<IndexPair>::operator!=;
     using CRTP_IndexType<IndexPair>::operator<;

@@ -14,8 +14,8 @@
 
 namespace orbo::Data {
 
-/// Any text, the empty one included. It is kept as it is and compared byte by byte. Streams take a
-/// plain text for one of these.
+/// Holds any text, the empty one included. It is kept as it is and compared byte by byte. Streams
+/// take a plain text for one of these.
 ///
 ///     stream.setIndexType("string");
 ///     stream.emplaceElement("lid").set("radius", 1.5F);
@@ -51,7 +51,8 @@ class METADATA_API IndexString : public CRTP_IndexType<IndexString>,
     [[nodiscard]] bool supportsDenseMode() const override { return false; }
     [[nodiscard]] unsigned int denseSpaceBetween(const IndexType&) const override { return 0; }
 
-    /// Compare with another type of index (see `IndexType`), or with another text byte by byte.
+    /// These compare with another type of index (see `IndexType`), or with another text byte by
+    /// byte.
     using CRTP_IndexType<IndexString>::operator==;
     using CRTP_IndexType<IndexString>::operator!=;
     using CRTP_IndexType<IndexString>::operator<;

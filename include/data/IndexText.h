@@ -19,7 +19,7 @@ class METADATA_API IndexText : public IndexType {
   public:
     IndexText(const std::string& typeName, const std::string& text);
 
-    /// A new copy, which the caller owns.
+    /// Makes a new copy, which the caller owns. Throws `std::bad_alloc` when memory runs out.
     [[nodiscard]] IndexType* clone() const override;
     [[nodiscard]] std::string asString() const override { return fText; }
     /// Returns false, as nobody knows what the text means.

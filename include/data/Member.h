@@ -61,7 +61,7 @@ class METADATA_API Member : public Counted<Member> {
 
     /// Constant for the life of a member in a structure, like all that follows.
     [[nodiscard]] eDataType type() const { return type(this); }
-    /// The number of values, at least 1 in a structure.
+    /// Gives the number of values, at least 1 in a structure.
     [[nodiscard]] unsigned int length() const { return length(this); }
     /// Lives as long as the member; null in a member that no structure made.
     [[nodiscard]] const char* name() const { return name(this); }
@@ -77,13 +77,13 @@ class METADATA_API Member : public Counted<Member> {
     static unsigned long long offset(const Member* member);
     static unsigned long long offset(const Member* member, unsigned int k);
 
-    /// The name that text formats use: "float", "dbl4x4". "invalid" for what is not a type. Lives
-    /// as long as the library.
+    /// Gives the name that text formats use: "float", "dbl4x4". "invalid" for what is not a type.
+    /// Lives as long as the library.
     static const char* typeName(eDataType type);
     /// Exact and case-sensitive; `kInvalid` for null and for every other text.
     static eDataType typeFromName(const char* name);
-    /// Give the bytes of one value (a matrix is one value), and the multiple of bytes that its
-    /// address must be; 0 for what is not a type.
+    /// These give the bytes of one value (a matrix is one value), and the multiple of bytes that
+    /// its address must be; 0 for what is not a type.
     static int typeSize(eDataType type);
     static int typeAlignment(eDataType type);
 

@@ -26,13 +26,13 @@ class METADATA_API MemberPlace {
     MemberPlace& operator=(const MemberPlace& other);
     ~MemberPlace();
 
-    /// The first value. Throws `std::invalid_argument` where the element has no such member.
+    /// Finds the first value. Throws `std::invalid_argument` where the element has no such member.
     template <typename AnyHandle>
     [[nodiscard]] const char* valuesIn(const AnyHandle& element) const {
         if (layoutOf(element) == fLayoutSeen && element.fData) return element.fData + fOffset;
         refuse(element.fStructure, element.fData);
     }
-    /// The same, or null.
+    /// Finds the same, or returns null.
     [[nodiscard]] const char* findIn(const ConstHandle& element) const;
     [[nodiscard]] TextArgument name() const;
 
@@ -76,7 +76,7 @@ class MemberRef : private MemberPlace {
         detail::requireValueType<T>();
     }
 
-    /// The element's value: `radius(element)` or `radius.get(element)`. Throws
+    /// Gives the element's value: `radius(element)` or `radius.get(element)`. Throws
     /// `std::invalid_argument` for elements of other structures, without data, and for null
     /// strings. A `std::string_view` is good until the string is replaced.
     template <typename Element>
@@ -87,8 +87,8 @@ class MemberRef : private MemberPlace {
     [[nodiscard]] T get(const Element& element) const {
         return (*this)(element);
     }
-    /// The same value, or nothing where `get` would throw. It costs a call, and never throws but
-    /// `std::bad_alloc` for a `T` that takes memory.
+    /// Gives the same value, or nothing where `get` would throw. It costs a call, and never throws
+    /// but `std::bad_alloc` for a `T` that takes memory.
     template <typename Element>
     [[nodiscard]] std::optional<T> tryGet(const Element& element) const {
         const char* const values = findIn(handleOf(element));

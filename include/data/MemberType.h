@@ -66,9 +66,9 @@ constexpr auto visitMemberType(Member::eDataType type, Visit&& visit)
     }
 }
 
-/// The data type with one scalar of type `T`: `kFloat` for `float`, `kString` for `char*`. A `long`
-/// counts as an integer of its size. For every other type it is `kInvalid`, and so it is for a
-/// `char`, which is neither `signed char` nor `unsigned char`. The compiler works it out:
+/// Gives the data type with one scalar of type `T`: `kFloat` for `float`, `kString` for `char*`. A
+/// `long` counts as an integer of its size. For every other type it is `kInvalid`, and so it is for
+/// a `char`, which is neither `signed char` nor `unsigned char`. The compiler works it out:
 ///
 ///     static_assert(dataTypeOf<std::int32_t>() == Member::kInt32);
 template <typename T>

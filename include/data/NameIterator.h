@@ -40,8 +40,8 @@ class METADATA_API NameIterator {
     bool operator==(const Iterator& other) const;
     bool operator!=(const Iterator& other) const { return !(*this == other); }
 
-    /// Give the part at the place, which is good until the container drops or replaces it. All four
-    /// throw `std::out_of_range`, naming the operation, when the iterator is not valid.
+    /// These give the part at the place, which is good until the container drops or replaces it.
+    /// All four throw `std::out_of_range`, naming the operation, when the iterator is not valid.
     Part& operator*();
     const Part& operator*() const;
     Part* operator->();

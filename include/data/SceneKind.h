@@ -39,7 +39,7 @@ class METADATA_API SceneLayout {
 
     /// The library fills it, in file order.
     std::deque<Item> records;
-    /// The size of the file in bytes. Filled by the library.
+    /// The library fills in the size of the file, in bytes.
     std::uint64_t size = 0;
     /// Everything from this offset to the end of the file is in memory when `SceneKind::changes` is
     /// called. No record lies in front of it.
@@ -128,7 +128,7 @@ struct SceneChange {
     std::string seekFailure = "Could not seek to the metadata.";
 };
 
-/// The facts about a kind of scene that the library asks for, each with a common answer.
+/// Holds the facts about a kind of scene that the library asks for, each with a common answer.
 struct SceneTraits {
     /// Scans go from the end of the file to its beginning.
     bool lastFirst = false;
@@ -139,7 +139,7 @@ struct SceneTraits {
     /// Files consist of lines, so findings get line numbers.
     bool hasLines = true;
 
-    /// Messages. `%s` in the first is the name of the file.
+    /// These are messages. `%s` in the first is the name of the file.
     std::string cannotOpen = "Could not open %s";
     std::string cannotSeekRecord = "Could not seek to a record.";
     std::string cannotReadRecord = "Could not read a record.";
@@ -148,10 +148,11 @@ struct SceneTraits {
     std::string cannotMakeScene = "Could not write scene associations to file.";
 };
 
-/// A kind of scene file. Five functions, each of which depends on its arguments alone: they may be
-/// called in any order, from several threads at once. The library does everything else: locks,
-/// recovery, building the model, deciding what a write keeps, verification and the journal. Hostile
-/// files must be expected: compare sizes with `SceneInput::size` before believing them.
+/// Describes a kind of scene file. It has five functions, each of which depends on its arguments
+/// alone: they may be called in any order, from several threads at once. The library does
+/// everything else: locks, recovery, building the model, deciding what a write keeps, verification
+/// and the journal. Hostile files must be expected: compare sizes with `SceneInput::size` before
+/// believing them.
 ///
 /// The library does not trust the answers. An exception other than `std::bad_alloc`, or an answer
 /// that cannot be right, becomes a finding, and the file stays as it is. A `problem` needs a

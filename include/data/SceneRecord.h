@@ -16,7 +16,7 @@ struct FilePlace {
     std::string tag = {};
 };
 
-/// One structure, or the associations of one node, as text in some format.
+/// Holds one structure, or the associations of one node, as text in some format.
 ///
 ///     SceneRecord record;
 ///     record.kind = SceneRecord::Kind::kAssociations;
@@ -27,9 +27,9 @@ struct SceneRecord {
     enum class Kind { kStructure, kAssociations };
 
     Kind kind = Kind::kStructure;
-    /// The name of the serializer that reads the text.
+    /// Names the serializer that reads the text.
     std::string format = {};
-    /// The node, empty for the scene itself. Not used for a structure: its text names it.
+    /// Names the node; empty for the scene itself. Not used for a structure: its text names it.
     std::string name = {};
     /// The text has none of the file's escapes.
     std::string text = {};
@@ -44,9 +44,9 @@ struct SceneRecord {
 /// Tells where a record lies in the file, with all that belongs to it.
 struct SceneRecordRange {
     SceneRecord::Kind kind = SceneRecord::Kind::kStructure;
-    /// Offset of the first byte.
+    /// Is the offset of the first byte.
     std::uint64_t begin = 0;
-    /// Offset of the first byte behind it.
+    /// Is the offset of the first byte behind it.
     std::uint64_t end = 0;
     /// Is false when the record lacks its end mark: it then reaches to the next record.
     bool closed = true;

@@ -9,9 +9,9 @@
 
 namespace orbo::Data {
 
-/// The base of the four families of formats. `F` is the family's own base class, which declares
-/// `formatType`. Formats are not owned: a plug-in deregisters its own before it is unloaded.
-/// Registries change only while something loads or unloads, never beside a read.
+/// Serves as the base of the four families of formats. `F` is the family's own base class, which
+/// declares `formatType`. Formats are not owned: a plug-in deregisters its own before it is
+/// unloaded. Registries change only while something loads or unloads, never beside a read.
 ///
 ///     for (const StreamSerializer* format : StreamSerializer::allFormats()) {
 ///         std::cout << format->formatType() << '\n';
@@ -24,14 +24,14 @@ class METADATA_API SerializerFamily {
     /// Removes the format. If it was the default, the one at the lowest address becomes the
     /// default.
     static void deregisterFormat(const F& format);
-    /// The format of that exact name, upper and lower case being different; null when there is
-    /// none.
+    /// Gives the format of that exact name, upper and lower case being different; null when there
+    /// is none.
     static const F* formatByName(const std::string& name);
-    /// The format that writes when nobody asks for another one. May be null.
+    /// Gives the format that writes when nobody asks for another one. May be null.
     static const F* defaultFormat();
     /// Does not register the format. May be null.
     static void setDefaultFormat(const F* format);
-    /// All registered formats, ordered by address.
+    /// Gives all registered formats, ordered by address.
     static const std::set<const F*>& allFormats();
 
   protected:

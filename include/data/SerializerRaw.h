@@ -24,7 +24,7 @@ namespace orbo::Data {
 /// proportion to the text.
 class METADATA_API SerializerRaw {
   public:
-    /// The words of the raw formats, in the order of their table.
+    /// Numbers the words of the raw formats, in the order of their table.
     enum eKeyword {
         kEquals = 0,
         kEndAssociations = 1,

@@ -50,7 +50,7 @@ class METADATA_API Stream : public Counted<Stream> {
     using iterator = StreamIterator;
     using const_iterator = StreamIterator;
 
-    /// An empty stream with mapped storage and numeric indices. It keeps the structure alive.
+    /// Makes an empty stream with mapped storage and numeric indices. It keeps the structure alive.
     Stream(const Structure& structure, const std::string& name);
     Stream(const Stream& other);
     Stream& operator=(const Stream& other);
@@ -83,8 +83,8 @@ class METADATA_API Stream : public Counted<Stream> {
             return detail::isIndexNumber(key) && hasElement(static_cast<unsigned int>(key));
         }
     }
-    /// A handle on the stored element, at its first member. It has no data when there is no such
-    /// element; the stream stays as it is.
+    /// Gives a handle on the stored element, at its first member. It has no data when there is no
+    /// such element; the stream stays as it is.
     Handle element(const Index& index);
     Handle element(unsigned int number);
     template <typename Key, detail::IfIndexKey<Key> = 0>
@@ -95,7 +95,7 @@ class METADATA_API Stream : public Counted<Stream> {
             return detail::isIndexNumber(key) ? element(static_cast<unsigned int>(key)) : nothing();
         }
     }
-    /// The same to read only, which counts no references.
+    /// Gives the same to read only, which counts no references.
     [[nodiscard]] ConstHandle element(const Index& index) const;
     [[nodiscard]] ConstHandle element(unsigned int number) const;
     template <typename Key, detail::IfIndexKey<Key> = 0>
@@ -108,8 +108,8 @@ class METADATA_API Stream : public Counted<Stream> {
         }
     }
 
-    /// All elements in index order, each with its index, to be changed or only to be read: see
-    /// `StreamElements`. Index order is numbers first, then typed indices.
+    /// Gives all elements in index order, each with its index, to be changed or only to be read:
+    /// see `StreamElements`. Index order is numbers first, then typed indices.
     [[nodiscard]] StreamElements<ElementHandle> elements() {
         return StreamElements<ElementHandle>(impl());
     }
@@ -124,9 +124,9 @@ class METADATA_API Stream : public Counted<Stream> {
     [[nodiscard]] StreamIterator end() const { return cend(); }
     [[nodiscard]] StreamIterator cbegin() const;
     [[nodiscard]] StreamIterator cend() const;
-    /// One member of every element, as plain memory. Only dense storage has columns, and `T` is the
-    /// type of the member's values: `char*` for strings, `float` or `double` for matrices. The
-    /// column is empty otherwise, and its `problem` says why.
+    /// Gives one member of every element, as plain memory. Only dense storage has columns, and `T`
+    /// is the type of the member's values: `char*` for strings, `float` or `double` for matrices.
+    /// The column is empty otherwise, and its `problem` says why.
     template <typename T>
     [[nodiscard]] StreamColumn<T> column(const char* member) {
         static_assert(dataTypeOf<T>() != Member::kInvalid, "no member has values of this type");

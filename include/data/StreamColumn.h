@@ -33,21 +33,22 @@ class StreamColumn {
     /// Made by `Stream::column`.
     explicit StreamColumn(ColumnPlace place) : fPlace(std::move(place)) {}
 
-    /// The number of elements; 0 when the column cannot be had, too.
+    /// Gives the number of elements; 0 when the column cannot be had, too.
     [[nodiscard]] unsigned int size() const { return fPlace.count; }
     [[nodiscard]] bool empty() const { return fPlace.count == 0; }
-    /// The first of the element's values, which follow each other. `element` is less than `size()`.
+    /// Gives the first of the element's values, which follow each other. `element` is less than
+    /// `size()`.
     [[nodiscard]] T* operator[](unsigned int element) const {
         return reinterpret_cast<T*>(fPlace.first + element * fPlace.stride);
     }
-    /// The first value of the first element; null for an empty column.
+    /// Gives the first value of the first element; null for an empty column.
     [[nodiscard]] T* data() const { return reinterpret_cast<T*>(fPlace.first); }
     /// Gives the bytes from the values of one element to those of the next.
     [[nodiscard]] std::size_t stride() const { return fPlace.stride; }
-    /// The member's length, times 16 for matrices.
+    /// Gives the member's length, times 16 for matrices.
     [[nodiscard]] unsigned int valuesPerElement() const { return fPlace.valuesPerElement; }
-    /// A sentence that says why the column cannot be had. It is empty when it can, even if the
-    /// stream has no elements, or has elements without data after `Stream::clear`.
+    /// Gives a sentence that says why the column cannot be had. It is empty when it can, even if
+    /// the stream has no elements, or has elements without data after `Stream::clear`.
     [[nodiscard]] const std::string& problem() const { return fPlace.problem; }
 
   private:

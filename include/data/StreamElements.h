@@ -79,7 +79,7 @@ class HandleStep {
 template <typename Element>
 class StreamElements {
   public:
-    /// One pair. Copying it takes constant time, whatever the index is.
+    /// Holds one pair. Copying it takes constant time, whatever the index is.
     struct value_type {
         ElementIndex index;
         Element element;

@@ -41,7 +41,7 @@ class METADATA_API StreamIteratorImpl {
     }
     /// Returns false at the end.
     [[nodiscard]] bool valid() const { return !fAtEnd; }
-    /// A copy of the current element's index.
+    /// Gives a copy of the current element's index.
     [[nodiscard]] virtual Index index() const = 0;
     /// Goes to the next element, and stays at the end. Looks first whether storage, structure and
     /// handle are as they were.
@@ -62,7 +62,7 @@ class METADATA_API StreamIteratorImpl {
     bool operator!=(const StreamIteratorImpl& other) const { return !(*this == other); }
 
   protected:
-    /// The current element and those behind it.
+    /// Holds the current element and those behind it.
     struct Stretch {
         char* chunk = nullptr;
         std::size_t step = 0;  // bytes from one chunk to the next

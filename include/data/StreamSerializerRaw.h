@@ -40,8 +40,8 @@ class METADATA_API StreamSerializerRaw : public StreamSerializer, private Serial
     /// for messages. Returns the number of errors; `errors` then holds the last member's messages.
     unsigned int readStructure(const Structure& structure, std::istream& in, unsigned int record,
                                Handle& handle, std::string& errors) const;
-    /// The same for the handle's current member. Throws `std::out_of_range` ("Const Member") when
-    /// the handle is at its end.
+    /// Does the same for the handle's current member. Throws `std::out_of_range` ("Const Member")
+    /// when the handle is at its end.
     unsigned int readMember(std::istream& in, unsigned int record, Handle& handle,
                             std::string& errors) const;
     /// Writes the values of the handle's current member, separated by blanks. Returns the number of

@@ -37,7 +37,7 @@ class METADATA_API Structure : public RefCounted, public Checkpointed, public Co
     /// Null gives the default name, "structure".
     explicit Structure(const char* name);
     Structure(const Structure& other);
-    /// A new structure without references.
+    /// Makes a new structure without references.
     static Structure* create();
 
     /// Takes name and members. Elements made with the old members keep them until their stream is
@@ -58,9 +58,9 @@ class METADATA_API Structure : public RefCounted, public Checkpointed, public Co
     /// runs out.
     bool addMember(Member::eDataType type, unsigned int length, const char* name);
     EditResult tryAddMember(Member::eDataType type, unsigned int length, const char* name);
-    /// The member with that name, or at that place among the members; null when there is none. It
-    /// is good until the structure gets another member, is assigned to or dies. Many names are
-    /// found in constant time; a null name is nobody's.
+    /// These give the member with that name, or at that place among the members; null when there is
+    /// none. It is good until the structure gets another member, is assigned to or dies. Many names
+    /// are found in constant time; a null name is nobody's.
     [[nodiscard]] const Member* member(TextArgument name) const;
     [[nodiscard]] const Member* member(unsigned int position) const;
     /// Both give the number of members; `size` is no byte size.
@@ -84,21 +84,22 @@ class METADATA_API Structure : public RefCounted, public Checkpointed, public Co
     /// Copies the chunk; its strings are duplicated. When memory runs out, false: `destination` is
     /// then a default chunk. Strings that `destination` held are not freed first.
     bool fillWithDuplicateChunk(char* destination, const char* source) const;
-    /// A new chunk that the caller owns, null when memory runs out.
+    /// Makes a new chunk that the caller owns, null when memory runs out.
     [[nodiscard]] char* duplicateChunk(const char* source) const;
     /// Frees the chunk's strings and nulls their slots; the block itself stays the caller's.
     bool destroyChunk(char* chunk) const;
     /// Built on the first call, from the members of that moment, and owned by the structure.
     /// Members that are added later are not in it. Returns null when memory runs out.
     [[nodiscard]] const char* defaultData() const;
-    /// A new default chunk that the caller owns; null for a size of 0 or when memory runs out.
+    /// Makes a new default chunk that the caller owns; null for a size of 0 or when memory runs
+    /// out.
     [[nodiscard]] char* allocateDefaultChunk() const;
     bool chunkIsDefault(const char* chunk) const;
     /// Null tests all members; a name that no member has is true; a null chunk is false.
     bool chunkMemberIsDefault(const char* chunk, const char* memberName) const;
 
-    /// The registered structures, ordered by address. While an accessor reads a file, the reading
-    /// thread sees a registry of that read alone.
+    /// Gives the registered structures, ordered by address. While an accessor reads a file, the
+    /// reading thread sees a registry of that read alone.
     static const std::set<Structure*>& allStructures();
     /// Takes a reference. Returns false when the structure, or one equal to it, is registered;
     /// `tryRegisterStructure` says which.

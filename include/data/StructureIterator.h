@@ -43,7 +43,7 @@ class METADATA_API StructureIterator {
     bool operator==(const StructureIterator& other) const;
     bool operator!=(const StructureIterator& other) const { return !(*this == other); }
 
-    /// Give the current member, which is good until the structure gets another member or is
+    /// These give the current member, which is good until the structure gets another member or is
     /// assigned to. All four throw `std::out_of_range` ("Member", in the const forms "Const
     /// Member") at the end.
     const Member& operator*();

@@ -23,7 +23,7 @@ extern template class SerializerFamily<StructureSerializer>;
 ///     Structure* made = format->read(in, errors);
 class METADATA_API StructureSerializer : public SerializerFamily<StructureSerializer> {
   public:
-    /// The name that files give the format. It lives as long as the format.
+    /// Gives the name that files have for the format. It lives as long as the format.
     [[nodiscard]] virtual const char* formatType() const = 0;
     virtual ~StructureSerializer();
     /// A new object that the caller owns, without references and not registered, or null; messages

@@ -23,7 +23,7 @@ class TextArgument {
 
     /// Returns true for a null pointer only; an empty text is not null.
     [[nodiscard]] bool isNull() const { return fIsNull; }
-    /// The characters, which need not end with a NUL; none for a null text.
+    /// Gives the characters, which need not end with a NUL; none for a null text.
     [[nodiscard]] std::string_view view() const { return fView; }
 
   private:

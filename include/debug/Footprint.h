@@ -22,14 +22,14 @@ class METADATA_API Footprint {
 
     /// Starts again at 0.
     virtual void clear();
-    /// Memory that belongs to an object: a name, an array, a data block.
+    /// Adds memory that belongs to an object: a name, an array, a data block.
     virtual void addMember(const void* address, unsigned long long bytes);
-    /// An object itself. A derived footprint that counts only members sets `fMembersOnly`.
+    /// Adds an object itself. A derived footprint that counts only members sets `fMembersOnly`.
     virtual void addObject(const void* address, unsigned long long bytes);
 
-    /// The sum of all bytes.
+    /// Gives the sum of all bytes.
     [[nodiscard]] unsigned long long totalSize() const { return fTotalSize; }
-    /// The number of separate memory blocks.
+    /// Gives the number of separate memory blocks.
     [[nodiscard]] unsigned long long totalFragments() const { return fTotalFragments; }
 
     static bool Debug(const Footprint* object, Footprint& footprint);

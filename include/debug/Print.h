@@ -58,13 +58,14 @@ class METADATA_API Print {
     eStyle setSectionStyle(eStyle style);
     bool skipNextIndent(bool skip);
 
-    /// Each byte as two lower-case hexadecimal digits and a blank, no line break.
+    /// Prints each byte as two lower-case hexadecimal digits and a blank, without a line break.
     std::ostream& outputHexChars(unsigned int count, unsigned char* bytes);
 
     /// Filters are named switches that single dumps consult ("hex", "type", "structure").
     void addFilter(const std::string& name, int level);
     /// Leaves `level` alone when the filter is absent.
     bool findFilter(const std::string& name, int& level);
+    bool findFilter(const std::string& name, int& level) const;
     void removeFilter(const std::string& name);
 
   private:

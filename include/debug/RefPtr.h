@@ -34,7 +34,7 @@ class RefPtr {
         if (fObject) fObject->unref();
     }
 
-    /// The object, which the pointer keeps alive; null when there is none.
+    /// Gives the object, which the pointer keeps alive; null when there is none.
     [[nodiscard]] T* get() const { return fObject; }
     /// Both require that there is an object.
     T& operator*() const { return *fObject; }

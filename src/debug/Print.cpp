@@ -83,6 +83,10 @@ std::ostream& Print::outputHexChars(unsigned int count, unsigned char* bytes) {
 void Print::addFilter(const std::string& name, int level) { fState->filters[name] = level; }
 
 bool Print::findFilter(const std::string& name, int& level) {
+    return std::as_const(*this).findFilter(name, level);
+}
+
+bool Print::findFilter(const std::string& name, int& level) const {
     const auto found = fState->filters.find(name);
     if (found == fState->filters.end()) return false;
     level = found->second;

@@ -103,7 +103,7 @@ TEST(PrintTest, SectionsIndentTheirLinesItemsHaveTheirFormAndCopiesFiltersOfThei
     Print copy(print);
     print.removeFilter("hex");
     EXPECT_TRUE(!print.findFilter("hex", level) && level == 7) << level;
-    EXPECT_TRUE(copy.findFilter("hex", level) && level == 3) << level;
+    EXPECT_TRUE(std::as_const(copy).findFilter("hex", level) && level == 3) << level;
     EXPECT_EQ(out.str(),
               "A\n{\n    1 chain stays on the line\n    B\n    {\n        x\n    }\n    C\n        "
               "plain\n"

@@ -26,7 +26,7 @@ using IfOneIsKey = std::enable_if_t<
 template <typename First, typename Second>
 using IfNumbers = std::enable_if_t<isNumberKey<First> && isNumberKey<Second>, int>;
 
-/// A `std::array` of two numbers, or a type that looks like it.
+/// Lets in a `std::array` of two numbers, and a type that looks like it.
 template <typename Pair>
 using IfNumberPair =
     std::enable_if_t<std::tuple_size<Pair>::value == 2 && isNumberKey<typename Pair::value_type>,

@@ -25,7 +25,7 @@ struct ValueRequest {
     std::size_t count = 0;  // of a list; 0 asks for one value
 };
 
-/// The function that the program called, for messages.
+/// Names the function that the program called, for messages.
 enum class ValueCall { kGet, kSet, kMemberRef };
 
 template <typename T>
