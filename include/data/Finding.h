@@ -38,6 +38,7 @@ struct METADATA_API Finding {
         kFormatUnknown,
         kTextUnreadable,
         kValueUnreadable,
+        kStructureMissing,
         kTextRemark,
         kTextPassedOver,
         kStructureDiffers,
@@ -65,9 +66,11 @@ struct METADATA_API Finding {
     static bool isInErrors(Code code);
 
     Code code = Code::kOther;
-    /// Is the first line of the statement, counted from 1; only text scenes have lines.
+    /// Is the first line of the statement, counted from 1; only text scenes have lines, and
+    /// findings of a write have none.
     std::optional<std::uint64_t> line = {};
-    /// Is the offset of the first byte of the statement or chunk, counted from 0.
+    /// Is the offset of the first byte of the statement or chunk, counted from 0; in findings of a
+    /// write, in the file as it was before.
     std::optional<std::uint64_t> offset = {};
     /// Is the tag of the chunk in a binary scene; empty when there is none.
     std::string tag = {};
@@ -80,6 +83,8 @@ struct METADATA_API Finding {
     std::optional<std::string> stream = {};
     std::optional<std::string> index = {};
     std::optional<std::string> member = {};
+    /// Names the structure that it is about.
+    std::optional<std::string> structure = {};
     /// Is a sentence, without a line feed behind it. Messages of formats may have several lines.
     std::string message = {};
 };

@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "core/DataTypes.h"
+#include "core/Excerpt.h"
 #include "core/MemberAtChunk.h"
 #include "core/ValueText.h"
 
@@ -33,8 +34,8 @@ unsigned int parseBoolean(std::istream& in, bool* slot, std::string& errors) {
     std::string word;
     ValueText::extractWord(in, word);
     if (ValueText::readBoolean(word, *slot)) return 0;
-    errors += "Boolean on or about character " + positionIn(in) + " has invalid value '" + word +
-              "'. Use 't', 'true', '1', 'f', 'false', '0' only.\n";
+    errors += "Boolean on or about character " + positionIn(in) + " has invalid value " +
+              inQuotes(word) + ". Use 't', 'true', '1', 'f', 'false', '0' only.\n";
     return 1;
 }
 

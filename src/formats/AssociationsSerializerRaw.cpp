@@ -3,6 +3,7 @@
 #include <data/AssociationsSerializerRaw.h>
 
 #include "core/Ascii.h"
+#include "core/Excerpt.h"
 #include "core/GetArea.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
@@ -56,7 +57,7 @@ void readChannel(std::istream& in, Associations& associations, RawMessages& mess
         ReaderRemarks* const remarks = ReadContext::of(in).listenerFor(Kind::kReplaced);
         if (remarks && associations.findChannel(channel->name())) {
             remarks->add(Kind::kReplaced, "There are several channels of one name",
-                         "'" + channel->name() + "'", {channel->name()});
+                         inQuotes(channel->name()), {channel->name()});
         }
         associations.setChannel(*channel);
     } else {
@@ -100,7 +101,7 @@ Associations* AssociationsSerializerRaw::read(std::istream& in, std::string& err
             break;
         }
         if (word != keyword(kChannel)) {
-            messages.add("Unrecognized keyword '" + word + "'", in);
+            messages.add("Unrecognized keyword " + inQuotes(word), in);
             break;
         }
         readChannel(in, *associations, messages);

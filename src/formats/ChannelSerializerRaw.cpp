@@ -4,6 +4,7 @@
 
 #include "containers/ChannelAccess.h"
 #include "core/Ascii.h"
+#include "core/Excerpt.h"
 #include "core/ValueText.h"
 #include "debug/NeverDestroyed.h"
 #include "formats/RawMessages.h"
@@ -53,8 +54,8 @@ void readStream(std::istream& in, Channel& channel, RawMessages& messages) {
         ReaderRemarks* const remarks = ReadContext::of(in).listenerFor(Kind::kReplaced);
         if (remarks && channel.findDataStream(stream->name())) {
             remarks->add(Kind::kReplaced,
-                         "Channel '" + channel.name() + "' has several streams of one name",
-                         "'" + stream->name() + "'", {channel.name(), stream->name()});
+                         "Channel " + inQuotes(channel.name()) + " has several streams of one name",
+                         inQuotes(stream->name()), {channel.name(), stream->name()});
         }
         channel.setDataStream(*stream);
     } else {
@@ -95,7 +96,7 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
         } else if (word == keyword(kChannelName)) {
             ChannelAccess::setName(*channel, std::string(Ascii::trim(rest)));
         } else {
-            messages.add("Unrecognized keyword '" + word + "'", in);
+            messages.add("Unrecognized keyword " + inQuotes(word), in);
             break;
         }
     }

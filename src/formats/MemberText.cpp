@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "core/Ascii.h"
+#include "core/Excerpt.h"
 #include "core/GetArea.h"
 #include "core/ValueText.h"
 #include "formats/BufferedWriter.h"
@@ -18,8 +19,6 @@ namespace orbo::Data {
 namespace {
 
 constexpr int kEnd = std::char_traits<char>::eof();
-// The number of characters that are kept of a bad value.
-constexpr std::size_t kMostShown = 40;
 
 unsigned int bytesPerNumber(const DataType& type) {
     return static_cast<unsigned int>(type.size / type.numbers);
@@ -56,8 +55,8 @@ unsigned int MemberTextReader::readBooleans(bool* values, unsigned int length) {
         ValueText::extractWord(fIn, fWord);
         if (ValueText::readBoolean(fWord, values[k])) continue;
         noteBad(fWord);
-        report("Boolean on or about character " + position() + " has invalid value '" + fWord +
-               "'. Use 't', 'true', '1', 'f', 'false', '0' only.");
+        report("Boolean on or about character " + position() + " has invalid value " +
+               inQuotes(fWord) + ". Use 't', 'true', '1', 'f', 'false', '0' only.");
         ++errors;
     }
     return errors;
@@ -92,10 +91,9 @@ bool MemberTextReader::readNumber(Member::eDataType number, char* value) {
     return false;
 }
 
-// Keeps only the beginning of a long text.
 void MemberTextReader::noteBad(std::string_view text) {
     if (std::exchange(fHasBad, true)) return;
-    fFirstBad = text.substr(0, std::min(text.find_first_of(Ascii::kBlanks), kMostShown));
+    fFirstBad = excerptOf(text.substr(0, text.find_first_of(Ascii::kBlanks)), kMostOfValue);
 }
 
 void MemberTextReader::skipWord() {
@@ -169,7 +167,7 @@ bool MemberTextReader::readString(char** slot) {
     const int first = fIn.get();
     if (first != '"') {
         const std::string found = first == kEnd ? "" : std::string(1, static_cast<char>(first));
-        noteBad(found + std::string(GetArea::of(*fIn.rdbuf()).substr(0, kMostShown)));
+        noteBad(found + std::string(GetArea::of(*fIn.rdbuf()).substr(0, kMostOfValue)));
         report("String element on or about character " + position() +
                " must be enclosed in double quotes instead of '" + found + "'");
         if (fAfterBadNumber == AfterBadNumber::kSkipWord) skipWord();

@@ -2,6 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/ReaderRemarks.h"
 
+#include <utility>
+
+#include "core/Excerpt.h"
+
 namespace orbo::Data {
 
 namespace {
@@ -14,7 +18,8 @@ constexpr std::size_t kLooksBack = 4;
 }  // namespace
 
 std::string ReaderRemarks::Remark::message() const {
-    if (kind == Kind::kUnreadable) return wordsFor(place) + ": " + what;
+    if (kind == Kind::kUnreadable || kind == Kind::kStructureMissing)
+        return wordsFor(place) + ": " + what;
     std::string text = what + ": " + first;
     if (count > 1) text += " and " + std::to_string(count - 1) + " more";
     return text;
@@ -30,10 +35,23 @@ void ReaderRemarks::add(Kind kind, const std::string& what, const std::string& w
         ++remark->count;
         return;
     }
+    append({kind, what, where, place, 1});
+}
+
+void ReaderRemarks::addMissingStructure(const std::string& structure, const TextPlace& place) {
+    append({Kind::kStructureMissing,
+            "there is no structure " + inQuotes(structure),
+            {},
+            place,
+            1,
+            structure});
+}
+
+void ReaderRemarks::append(Remark remark) {
     if (fRemarks.size() == kMost) {
         ++fLeftOut;
     } else {
-        fRemarks.push_back({kind, what, where, place, 1});
+        fRemarks.push_back(std::move(remark));
     }
 }
 

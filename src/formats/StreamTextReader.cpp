@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "core/Ascii.h"
+#include "core/Excerpt.h"
 #include "core/GetArea.h"
 #include "core/HandleAccess.h"
 #include "core/PlainNumber.h"
@@ -22,9 +23,6 @@ namespace orbo::Data {
 namespace {
 
 using Remarks = ReaderRemarks::Kind;
-
-// The number of characters that messages show of an index line that cannot be read.
-constexpr std::size_t kMostShown = 40;
 
 // The size limit for the fast path; larger elements take too long to prepare.
 constexpr std::uint64_t kSmallElement = 64 * 1024;
@@ -116,13 +114,19 @@ StreamTextReader::Line StreamTextReader::takeIndexType(const std::string& typeNa
     fMakeIndex = IndexTypes::maker(typeName, fContext.unknownIndexTypes);
     fIndexTypeSeen = true;
     if (!fMakeIndex.isNull()) return Line::kHeader;
-    report("Creator for index type '" + typeName + "' not found");
+    report("Creator for index type " + inQuotes(typeName) + " not found");
     return Line::kBadHeader;
 }
 
 void StreamTextReader::takeStructure(const std::string& name) {
     fStructure = Structure::structureByName(name.c_str());
-    if (!fStructure) report("Structure '" + name + "' not found");
+    if (fStructure) return;
+    report("Structure " + inQuotes(name) + " not found");
+    ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kStructureMissing);
+    if (!remarks) return;
+    TextPlace place;
+    if (fNameSeen) place.stream = fName;
+    remarks->addMissingStructure(name, place);
 }
 
 std::string StreamTextReader::restBehind(std::string_view keyword) const {
@@ -217,22 +221,22 @@ void StreamTextReader::store(Stream& stream, std::optional<Index>& index) {
     Handle element = HandleAccess::own(*fStructure, *fLayout, fChunk->release());
     if (StreamAccess::adoptElement(stream, std::move(*index), std::move(element))) return;
     // This is a message, but not an error. The chunk was not taken; its owner still frees it.
-    fMessages += "Could not add element at index " + index->asString() + "\n";
+    fMessages += "Could not add element at index " + excerptOf(index->asString()) + "\n";
 }
 
 void StreamTextReader::remarkOn(const Stream& stream, const Index& index) {
     ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kPassedOver);
     if (!remarks) return;
-    const std::string place = "index " + index.asString();
+    const std::string place = "index " + excerptOf(index.asString());
     if (stream.hasElement(index)) {
         remarks->add(Remarks::kPassedOver,
-                     "Stream '" + fName + "' has several elements of one index", place,
+                     "Stream " + inQuotes(fName) + " has several elements of one index", place,
                      placeOf(index));
     }
     const std::string_view left = GetArea::of(*fIn.rdbuf());
     if (Ascii::trim(left.substr(0, left.find('\n'))).empty()) return;
     remarks->add(Remarks::kPassedOver,
-                 "Stream '" + fName + "' has text behind the values of an element", place,
+                 "Stream " + inQuotes(fName) + " has text behind the values of an element", place,
                  placeOf(index));
 }
 
@@ -247,7 +251,7 @@ void StreamTextReader::remarkOnUnreadable(const Member& member, const Index& ind
     place.member = member.name();
     const std::string& text = fMembers.firstBad();
     remarks->add(Remarks::kUnreadable,
-                 (text.empty() ? "a value" : "'" + text + "'") + " cannot be read as " +
+                 (text.empty() ? "a value" : inQuotes(text)) + " cannot be read as " +
                      Member::typeName(member.type()),
                  {}, place);
 }
@@ -261,10 +265,10 @@ void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& inde
     if (word != "nan" && word != "inf" && !Ascii::startsWith(word, "#")) return;
     TextPlace place = placeOf(index);
     place.member = member.name();
-    remarks->add(
-        Remarks::kNotFinite,
-        "Stream '" + fName + "', member '" + member.name() + "' has a number that is not finite",
-        "index " + index.asString(), place);
+    remarks->add(Remarks::kNotFinite,
+                 "Stream " + inQuotes(fName) + ", member " + inQuotes(member.name()) +
+                     " has a number that is not finite",
+                 "index " + excerptOf(index.asString()), place);
 }
 
 std::optional<Index> StreamTextReader::takeIndex() {
@@ -279,14 +283,14 @@ std::optional<Index> StreamTextReader::takeIndex() {
         ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kUnreadable);
         if (fErrorCount == 0 && remarks) {
             remarks->add(Remarks::kUnreadable,
-                         "'" + std::string(fTrimmed.substr(0, kMostShown)) +
-                             "' is no index of type " + fMakeIndex.typeName(),
+                         inQuotes(fTrimmed, kMostOfValue) + " is no index of type " +
+                             excerptOf(fMakeIndex.typeName()),
                          {}, {{}, fName, {}, {}});
         }
-        report("Value '" + std::string(fTrimmed) + "' on or about character " +
+        report("Value " + inQuotes(fTrimmed) + " on or about character " +
                std::to_string(static_cast<long long>(fIn.tellg())) +
                " is not a legal index (code " + std::to_string(code) + ") of type " +
-               fMakeIndex.typeName());
+               excerptOf(fMakeIndex.typeName()));
         return std::nullopt;
     }
 }
@@ -325,8 +329,8 @@ unsigned long long StreamTextReader::readMember(const Member& member, const Inde
 
 void StreamTextReader::reportTooShort() {
     report("Data at record " + std::to_string(fRecord) + " cannot hold the " +
-           std::to_string(fLayout->totalSize()) + " bytes of structure '" + fStructure->name() +
-           "'");
+           std::to_string(fLayout->totalSize()) + " bytes of structure " +
+           inQuotes(fStructure->name()));
 }
 
 void StreamTextReader::report(const std::string& message) {

@@ -3,6 +3,7 @@
 #include <data/StructureSerializerRaw.h>
 
 #include "core/Ascii.h"
+#include "core/Excerpt.h"
 #include "core/GetArea.h"
 #include "core/Layout.h"
 #include "core/LongText.h"
@@ -168,20 +169,20 @@ class Parser {
     void addMember(const std::string& typeName, unsigned int dimension, const char* name) {
         const Member::eDataType type = parseType(typeName);
         if (type == Member::kInvalid) {
-            record("Member type '" + typeName + "' not recognized");
+            record("Member type " + inQuotes(typeName) + " not recognized");
         } else {
             // A repeated name or a dimension of 0 is not an error: files rely on that.
             const bool added = fStructure->addMember(type, dimension, name);
             if (!added && fRemarks) {
                 fRemarks->add(kPassedOver,
                               "A member without values, or of a name that is taken, is left out",
-                              std::string("'") + name + "'");
+                              inQuotes(name));
             }
         }
     }
 
     void recordMember(std::string_view left, const char* problem) {
-        record("Member '" + std::string(left) + "' " + problem);
+        record("Member " + inQuotes(left) + " " + problem);
     }
 
     void record(const std::string& message) {

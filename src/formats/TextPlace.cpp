@@ -2,18 +2,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/TextPlace.h"
 
+#include "core/Excerpt.h"
+
 namespace orbo::Data {
 
 std::string wordsFor(const TextPlace& place) {
     std::string words;
     const auto add = [&](const char* word, const std::optional<std::string>& name,
-                         const char* quote) {
-        if (name) words += (words.empty() ? "" : ", ") + (word + (quote + *name) + quote);
+                         std::string (*shown)(std::string_view, std::size_t)) {
+        if (name) words += (words.empty() ? "" : ", ") + (word + shown(*name, kMostShown));
     };
-    add("channel ", place.channel, "'");
-    add("stream ", place.stream, "'");
-    add("index ", place.index, "");
-    add("member ", place.member, "'");
+    add("channel ", place.channel, inQuotes);
+    add("stream ", place.stream, inQuotes);
+    add("index ", place.index, excerptOf);
+    add("member ", place.member, inQuotes);
     if (!words.empty()) words[0] = static_cast<char>(words[0] - 'a' + 'A');
     return words;
 }

@@ -31,6 +31,7 @@ constexpr CodeFacts kCodes[] = {
     {"format-unknown"},
     {"text-unreadable"},
     {"value-unreadable", false},
+    {"structure-missing", false},
     {"text-remark"},
     {"text-passed-over", false},
     {"structure-differs"},

@@ -37,7 +37,7 @@ void Findings::add(Code code, std::string message, const SceneRecord& record) {
 }
 
 void Findings::add(Code code, std::string message, const SceneRecord& record,
-                   const TextPlace& place) {
+                   const TextPlace& place, const std::optional<std::string>& structure) {
     const std::size_t before = fFindings.size();
     add(code, std::move(message), record);
     if (fFindings.size() == before) return;
@@ -46,6 +46,14 @@ void Findings::add(Code code, std::string message, const SceneRecord& record,
     finding.stream = place.stream;
     finding.index = place.index;
     finding.member = place.member;
+    finding.structure = structure;
+}
+
+void Findings::addAbout(const std::string& structure, Code code, std::string message,
+                        const FilePlace& place) {
+    const std::size_t before = fFindings.size();
+    add(code, std::move(message), place);
+    if (fFindings.size() > before) fFindings.back().structure = structure;
 }
 
 void Findings::add(Findings others) {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,11 +35,15 @@ class Findings {
     /// Adds a finding about a record, with its node.
     void add(Code code, std::string message, const SceneRecord& record);
     /// Adds a finding about a place in the record's text.
-    void add(Code code, std::string message, const SceneRecord& record, const TextPlace& place);
+    void add(Code code, std::string message, const SceneRecord& record, const TextPlace& place,
+             const std::optional<std::string>& structure = {});
     bool fail(Code code, std::string message, const SceneRecord& record) {
         add(code, std::move(message), record);
         return false;
     }
+    /// Adds a finding about a structure, by its name.
+    void addAbout(const std::string& structure, Code code, std::string message,
+                  const FilePlace& place = {});
     void add(Findings others);
     /// Adds a finding that is complete already; nothing without a message.
     void take(Finding finding);

@@ -113,6 +113,8 @@ class LiteralStreamReader {
                 std::getline(fIn, rest);
                 fStream->setElement(index, handle);
             } catch (Index::eCreationErrors code) {
+                // Messages show a thousand bytes of a line, dots included.
+                if (line.size() > 1000) line = line.substr(0, 997) + "...";
                 report("Value '" + line + "' on or about character " +
                        std::to_string(static_cast<long long>(fIn.tellg())) +
                        " is not a legal index (code " + std::to_string(code) + ") of type " +

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/Excerpt.h"
 #include "files/LockedFile.h"
 #include "scenes/BinaryScene.h"
 #include "scenes/Messages.h"
@@ -68,8 +69,8 @@ TEST_F(FindingsTest, OfATextSceneHaveLines) {
         {"A n1", ""},
         {"A n1 noTarget A2", "+4 statement-unreadable, +6 structure-differs"},
         {"n1 blank A! open blank n2! own!",
-         "+1 text-unreadable n1, +4 text-unreadable, +5 statement-unclosed, "
-         "+7 text-unreadable n2, +9 text-unreadable own"},
+         "+1 text-unreadable n1, +1 structure-missing n1, +4 text-unreadable, "
+         "+5 statement-unclosed, +7 text-unreadable n2, +9 text-unreadable own"},
         {"applyMetadata -fmt \"odd\" -v \"\" n1;", "+1 format-unknown n1"},
         {"applyMetadata -fmt \"raw\" n1; applyMetadata -scn; applyMetadata -v;",
          "+1 statement-unreadable n1, +5 statement-unreadable own, +7 statement-unreadable"},
@@ -82,8 +83,10 @@ TEST_F(FindingsTest, OfATextSceneHaveLines) {
             ASSERT_TRUE(read());
             EXPECT_EQ(shown(fAccessor, front), found) << words << longer;
             std::string messages;
-            for (const Finding& finding : fAccessor.findings())
-                addMessage(messages, finding.message);
+            for (const Finding& finding : fAccessor.findings()) {
+                const bool isInErrors = Finding::isInErrors(finding.code);
+                if (isInErrors) addMessage(messages, finding.message);
+            }
             EXPECT_EQ(replaced(fErrors + "\n", "\n\n", "\n"), messages + "\n") << words;
         }
     }
@@ -144,6 +147,90 @@ TEST_F(FindingsTest, NameTheChannelsAndStreamsThatALaterOneReplaces) {
                   row.channel + "|" + row.stream);
         EXPECT_TRUE(found[0].line);
     }
+}
+
+// A program need not look into a message for it.
+TEST_F(FindingsTest, NameTheStructuresThatAreMissing) {
+    const auto stream = [](const std::string& name, const std::string& structure) {
+        return "stream\nname " + name + "\nstructure " + structure + "\nendStream\n";
+    };
+    const std::string text = "channel\nname c\n" + stream("s", "A") + stream("t", "Lost  One") +
+                             stream("u", "B") + "endChannel\nendAssociations\n";
+    file() = sceneFront() + statement("A") + nodeStatement("n1", text) + kLastLine;
+    for (const bool isCheck : {false, true}) {
+        isCheck ? (void)fAccessor.check(fName) : (void)read();
+        std::string found;
+        for (const Finding& finding : fAccessor.findings()) {
+            if (finding.code != Finding::Code::kStructureMissing) continue;
+            EXPECT_TRUE(finding.line);
+            found += finding.node.value() + '|' + finding.channel.value() + '|' +
+                     finding.stream.value() + '|' + finding.structure.value() + '|' +
+                     finding.message + '\n';
+        }
+        EXPECT_EQ(found,
+                  "n1|c|t|Lost  One|Channel 'c', stream 't': there is no structure 'Lost  One'\n"
+                  "n1|c|u|B|Channel 'c', stream 'u': there is no structure 'B'\n");
+    }
+    EXPECT_EQ(fErrors.find("there is no structure"), std::string::npos);
+}
+
+// A junk line of a megabyte makes no message of a megabyte.
+TEST_F(FindingsTest, ShowOnlyTheBeginningOfALongText) {
+    const std::string longText(std::size_t{1} << 20, 'x');
+    const auto ofStream = [](const std::string& from, const std::string& to) {
+        return nodeStatement("n1", replaced(oneStream("A", "0\n7\n"), from, to));
+    };
+    const std::pair<const char*, std::string> rows[] = {
+        {"index", ofStream("\n0\n", "\n" + longText + "\n")},
+        {"structure", ofStream("structure A", "structure " + longText)},
+        {"index type", ofStream("numeric", longText)},
+        {"channel", ofStream("name c\n", "name " + longText + "\nchannel\n")},
+        {"stream", ofStream("name s\nindexType numeric", "name " + longText + "\nindexType pair")},
+        {"keyword of the channel", ofStream("stream\n", longText + "\n")},
+        {"keyword of the node", nodeStatement("n1", longText)},
+        {"value", ofStream("\n7\n", "\n" + longText + "\n")},
+        {"node", nodeStatement(longText, "nonsense")},
+        {"format", "applyMetadata -fmt \"" + longText + "\" -v \"\" \n\t\tn1;\n"},
+        {"name of a structure", structureStatement("name=" + longText + ":int32=x") +
+                                    structureStatement("name=" + longText + ":int32=y")},
+        {"name of a member", structureStatement("name=S:int32[0]=" + longText)},
+        {"type of a member", structureStatement("name=S:" + longText + "=x")},
+        {"bracket of a member", structureStatement("name=S:int32]" + longText + "=x")},
+    };
+    fAccessor.setReadPolicy({true});
+    for (const auto& [name, metadata] : rows) {
+        SCOPED_TRACE(name);
+        file() = sceneFront() + statement("A") + metadata + kLastLine;
+        for (const bool isCheck : {false, true}) {
+            isCheck ? (void)fAccessor.check(fName) : (void)read();
+            EXPECT_LT(fErrors.size(), 9000U);
+            for (const Finding& finding : fAccessor.findings()) {
+                EXPECT_LT(finding.message.size(), 6000U) << finding.message.substr(0, 300);
+            }
+        }
+        EXPECT_FALSE(fAccessor.findings().empty());
+    }
+}
+
+// Up to 1,000 bytes are shown as they are; of more, at most that many with the dots, and no part of
+// a character.
+TEST(Excerpt, CutsWhatIsTooLong) {
+    const std::string umlaut = "\xC3\xA4";
+    const auto text = [](std::size_t size) { return std::string(size, 'x'); };
+    const std::pair<std::string, std::string> rows[] = {
+        {"", ""},
+        {text(1000), text(1000)},
+        {text(1001), text(997) + "..."},
+        {text(998) + umlaut, text(998) + umlaut},
+        {text(996) + umlaut + text(9), text(996) + "..."},
+        {text(995) + umlaut + text(9), text(995) + umlaut + "..."},
+        {text(900) + std::string(200, '\x80'), text(900) + std::string(94, '\x80') + "..."},
+    };
+    for (const auto& [whole, shown] : rows) {
+        EXPECT_EQ(excerptOf(whole), shown);
+        EXPECT_EQ(inQuotes(whole), "'" + shown + "'");
+    }
+    EXPECT_EQ(inQuotes(text(41), 40), "'" + text(37) + "...'");
 }
 
 // What is told in findings alone takes no room from what the error text has to say.
@@ -213,6 +300,32 @@ TEST_F(FindingsTest, OfACheckSayThatAChangeIsPendingAndLeaveItToOthers) {
     const auto before = fSystem.files;
     fAccessor.check(fName);
     EXPECT_TRUE(shown(fAccessor, sceneFront()) == " journal-pending" && fSystem.files == before);
+}
+
+// A check that looks at nothing leaves what the last read took; one that reads replaces it.
+TEST_F(FindingsTest, OfACheckBesideAJournalLeaveTheModelReadyToBeWritten) {
+    setPolicy(WritePolicy::careful());
+    makeScene("A n1 n2");
+    const std::string before = file();
+    ASSERT_TRUE(read());
+    edit("-n1");
+    fSystem.failAt(1, true, Files::Call::kSync);
+    EXPECT_FALSE(write());
+    fSystem.fails = [](Files::Call) { return false; };
+    fAccessor.check(fName);
+    EXPECT_EQ(model(), "A|n2");
+    fSystem.files = {{fName, before}};
+    EXPECT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), statements("A n2"));
+
+    makeScene("A n3");
+    fSystem.files[fName + ".metadata-journal"] = "";
+    fAccessor.check(fName);
+    EXPECT_EQ(shown(fAccessor, sceneFront()), " journal-pending");
+    EXPECT_EQ(model(), "A|n3");
+    edit("n3=8");
+    EXPECT_TRUE(write()) << fErrors;
+    EXPECT_EQ(section(), statements("A n3=8"));
 }
 
 TEST_F(FindingsTest, OfACheckReachTheEndsOfChunks) {

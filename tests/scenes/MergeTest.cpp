@@ -196,6 +196,48 @@ TEST(Merge, HasARowForEachReason) {
     EXPECT_EQ(rows, reasons);
 }
 
+// "record-dropped A#1": the structure and the record that it is about.
+TEST(Merge, SaysWhichRecordAFindingIsAbout) {
+    const auto shown = [](const Finding& finding) {
+        return std::string(Finding::nameOf(finding.code)) + ' ' +
+               finding.structure.value_or(finding.node.value_or("")) + '#' +
+               (finding.offset ? std::to_string(*finding.offset) : "none") + finding.tag;
+    };
+    const struct {
+        const char* file;
+        const char* read;
+        const char* model;
+        const char* policy;
+        const char* found;
+    } kCases[] = {
+        {"A:x B:x A:x", "A:x B:x", "B:x", "", "record-dropped A#2T"},
+        {"n=1 m=1 n=2", "n=1", "", "", "record-dropped n#2T"},
+        {"B:x A:x n=1(A)", "A:x B:x", "B:x", "", "structure-kept A#1T"},
+        {"B:x A:x", "A:y B:x", "A:z B:x", "", "structure-differs A#1T"},
+        {"n=1+ A:x+", "n=1 A:x", "n=2 A:y", "", "text-passed-over n#0T, text-passed-over #1T"},
+        {"B:x A:x", "A:y B:x", "A:z B:x", "careful", "write-failed A#1T"},
+        {"A:x B:x A:x", "A:x B:x", "B:x", "careful", "write-failed A#2T"},
+        {"n=1 m=1 n=2", "n=1", "", "careful", "write-failed n#2T"},
+        {"m=1 n=1+", "n=1", "n=2", "careful", "write-failed n#1T"},
+        {"m=1 n=1", "n=part", "", "", "write-failed n#1T"},
+        {"B:x A:x n=1(A)", "A:x B:x", "A:y B:x", "", "write-failed A#1T"},
+    };
+    for (const auto& each : kCases) {
+        MergeCase known = MergeNotation(each.file, each.read, each.model, each.policy).parsed();
+        for (std::size_t number = 0; number < known.records.size(); ++number) {
+            known.records[number].place = {number, "T"};
+        }
+        const Merge::Plan plan = MergeQuestioning(known).plan();
+        std::string found = plan.refusal ? shown(*plan.refusal) : "";
+        if (!plan.refusal) {
+            for (const Finding& finding : plan.findings.all()) {
+                found += (found.empty() ? "" : ", ") + shown(finding);
+            }
+        }
+        EXPECT_EQ(each.found, found) << each.file << " | " << each.model;
+    }
+}
+
 TEST(Merge, AsksOnlyWhatMatters) {
     const struct {
         const char* file;

@@ -74,6 +74,18 @@ TEST_F(WriteFaults, WithoutLocksAWriterBesideAReadLosesNothing) {
     EXPECT_GT(refused, 0);
 }
 
+// What a read passes over is no sign of another writer.
+TEST_F(WriteFaults, WithoutLocksAReadThatEndsEarlySucceeds) {
+    fSystem.hasLocks = false;
+    setPolicy(WritePolicy::careful());
+    for (const char* const filter : {"A|n4", "*|*", "|n4", "A|n3 n4", "A|", "A|n4"}) {
+        makeScene("n1 n2 n3 A n4");
+        EXPECT_TRUE(read(filter)) << filter << ": " << fErrors;
+        edit("+Z");
+        EXPECT_TRUE(write()) << filter << ": " << fErrors;
+    }
+}
+
 TEST_F(WriteFaults, ConflictsAreMetByWhoeverAsksForIt) {
     for (const bool fingerprint : {true, false}) {
         makeScene("A n1 n2 own");

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/model/ModelPlace.h"
 
+#include "core/Excerpt.h"
+
 namespace orbo::Data::ModelPlace {
 
 std::string Spot::words() const {
@@ -21,19 +23,23 @@ Finding Spot::finding(const std::string& what) const {
     return finding;
 }
 
-std::string of(const std::string& node) { return node.empty() ? "Scene" : "Node '" + node + "'"; }
+std::string of(const std::string& node) {
+    return node.empty() ? "Scene" : "Node " + inQuotes(node);
+}
+
+std::string ofStructure(std::string_view name) { return "Structure " + inQuotes(name); }
 
 std::string of(const std::string& node, const Channel& channel) {
-    return of(node) + ", channel '" + channel.name() + "'";
+    return of(node) + ", channel " + inQuotes(channel.name());
 }
 
 std::string of(const std::string& node, const Channel& channel, const Stream& stream) {
-    return of(node, channel) + ", stream '" + stream.name() + "'";
+    return of(node, channel) + ", stream " + inQuotes(stream.name());
 }
 
 std::string of(const std::string& node, const Channel& channel, const Stream& stream,
                const Index& index) {
-    return of(node, channel, stream) + ", index " + index.asString();
+    return of(node, channel, stream) + ", index " + excerptOf(index.asString());
 }
 
 }  // namespace orbo::Data::ModelPlace

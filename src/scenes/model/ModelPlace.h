@@ -8,6 +8,7 @@
 #include <data/Stream.h>
 
 #include <string>
+#include <string_view>
 
 namespace orbo::Data::ModelPlace {
 
@@ -26,6 +27,8 @@ struct Spot {
     [[nodiscard]] Finding finding(const std::string& what) const;
 };
 
+/// "Structure 'x'".
+std::string ofStructure(std::string_view name);
 std::string of(const std::string& node);
 std::string of(const std::string& node, const Channel& channel);
 std::string of(const std::string& node, const Channel& channel, const Stream& stream);

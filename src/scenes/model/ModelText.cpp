@@ -9,6 +9,7 @@
 #include <streambuf>
 
 #include "core/ValueText.h"
+#include "scenes/model/ModelPlace.h"
 
 namespace orbo::Data {
 
@@ -38,7 +39,7 @@ std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findin
     std::ostream out(&buffer);
     if (format.write(structure, out) != 0 || !out) {
         findings.add(Finding::Code::kWriteFailed,
-                     "Structure '" + record.name + "' may not be written correctly");
+                     ModelPlace::ofStructure(record.name) + " may not be written correctly");
         return std::nullopt;
     }
     return record;

@@ -12,6 +12,7 @@
 #include "formats/RawScan.h"
 #include "formats/ReadContext.h"
 #include "scenes/model/ModelDigest.h"
+#include "scenes/model/ModelPlace.h"
 #include "scenes/reading/RecordReader.h"
 #include "streams/IndexTypes.h"
 
@@ -25,6 +26,8 @@ Finding::Code codeOf(ReaderRemarks::Kind kind) {
     switch (kind) {
         case ReaderRemarks::Kind::kUnreadable:
             return Finding::Code::kValueUnreadable;
+        case ReaderRemarks::Kind::kStructureMissing:
+            return Finding::Code::kStructureMissing;
         case ReaderRemarks::Kind::kNotFinite:
             return Finding::Code::kNumberNotFinite;
         default:
@@ -83,7 +86,7 @@ auto ModelBuilder::read(const Read& reader, const SceneRecord& record, std::uint
     }
     auto object = reader(record, context, findings);
     for (const ReaderRemarks::Remark& remark : remarks.all()) {
-        findings.add(codeOf(remark.kind), remark.message(), record, remark.place);
+        findings.add(codeOf(remark.kind), remark.message(), record, remark.place, remark.structure);
     }
     findings.addLeftOut(Finding::isInErrors(Code::kTextPassedOver), remarks.leftOut());
     if (fRequest.isCheck && record.leftover > 0) {
@@ -155,11 +158,12 @@ void ModelBuilder::registerStructure(const ParsedStructure& parsed, ReadSnapshot
         const std::string other =
             wanted && lastCounts(fRequest.structureNames) ? "a later" : "an earlier";
         Findings findings;
-        findings.add(differs && wanted ? Code::kStructureDiffers : Code::kStructureRepeated,
-                     "Structure '" + name +
-                         (differs ? "' differs from " + other + " one of that name"
-                                  : "' is there again; " + other + " record of it counts"),
-                     parsed.place);
+        findings.addAbout(name,
+                          differs && wanted ? Code::kStructureDiffers : Code::kStructureRepeated,
+                          ModelPlace::ofStructure(name) +
+                              (differs ? " differs from " + other + " one of that name"
+                                       : " is there again; " + other + " record of it counts"),
+                          parsed.place);
         fFindings.add(parsed.rank, findings);
     } else if (wanted) {
         Structure::registerStructure(*parsed.structure);

@@ -7,6 +7,7 @@
 
 #include <utility>
 
+#include "core/Excerpt.h"
 #include "scenes/reading/MemoryStream.h"
 
 namespace orbo::Data {
@@ -20,7 +21,7 @@ Owner readBy(const SceneRecord& record, const ReadContext& context, const char* 
     const Format* format = Format::formatByName(record.format);
     if (!format) {
         findings.add(Finding::Code::kFormatUnknown,
-                     "Could not find serializer for format " + record.format, record);
+                     "Could not find serializer for format " + excerptOf(record.format), record);
         return Owner();
     }
     MemoryStream in(record.text);

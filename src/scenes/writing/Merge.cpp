@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/writing/Merge.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <utility>
@@ -22,12 +23,22 @@ using Text = RecordFacts::Text;
 using Fact = Question::Fact;
 using Questions = std::vector<Question>;
 
+// The place of the node's first record; empty when the file has none any more.
+FilePlace placeOfNode(const Facts& facts, const std::string& name) {
+    const auto& records = facts.records;
+    const auto found = std::find_if(records.begin(), records.end(), [&](const RecordFacts& record) {
+        return record.kind == Kind::kAssociations && record.name == name;
+    });
+    return found == records.end() ? FilePlace() : found->place;
+}
+
 // The records of such nodes stay as they are, so what the caller did to them would be lost.
-std::optional<Finding> refusalOfPartialNodes(const ReadFacts& read) {
-    for (const auto& [name, isEdited] : read.partialNodes) {
+std::optional<Finding> refusalOfPartialNodes(const Facts& facts) {
+    for (const auto& [name, isEdited] : facts.read.partialNodes) {
         if (!isEdited) continue;
         Finding refusal =
-            refusalOf(ModelPlace::of(name) + " was read in part: it cannot be changed or removed.");
+            refusalOf(ModelPlace::of(name) + " was read in part: it cannot be changed or removed.",
+                      placeOfNode(facts, name));
         refusal.node = name;
         return refusal;
     }
@@ -118,11 +129,11 @@ std::optional<Finding> noteLosses(const Facts& facts, Fates& fates, Findings& fi
         subject.place = record.place;
         const bool isStructure = record.kind == Kind::kStructure;
         const std::string message =
-            (isStructure ? "Structure '" + record.name + "'" : ModelPlace::of(record.name)) +
+            (isStructure ? ModelPlace::ofStructure(record.name) : ModelPlace::of(record.name)) +
             ": its statement holds more than is written of it";
         findings.add(Code::kTextPassedOver, message, subject);
         if (!facts.policy.careful) continue;
-        Finding refusal = refusalOf(message);
+        Finding refusal = refusalOf(message, record.place);
         if (!isStructure) refusal.node = record.name;
         return refusal;
     }
@@ -135,7 +146,7 @@ void decide(const Facts& facts, Plan& plan) {
         plan.refusal = std::move(refusal);
         return plan.refusal.has_value();
     };
-    if (refuses(refusalOfPartialNodes(facts.read))) return;
+    if (refuses(refusalOfPartialNodes(facts))) return;
     askForTexts(facts, plan.questions);
     if (!plan.questions.empty()) return;
     askForRepeats(facts, plan.questions);

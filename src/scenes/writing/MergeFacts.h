@@ -69,9 +69,11 @@ struct Fate {
 using Fates = std::vector<Fate>;
 
 /// Why nothing may be written.
-inline Finding refusalOf(std::string message) {
+inline Finding refusalOf(std::string message, const FilePlace& place = {}) {
     Finding finding;
     finding.code = Finding::Code::kWriteFailed;
+    finding.offset = place.offset;
+    finding.tag = place.tag;
     finding.message = std::move(message);
     return finding;
 }

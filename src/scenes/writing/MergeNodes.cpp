@@ -54,7 +54,8 @@ std::optional<Finding> NodeDecision::carefulRefusal() const {
         if (!group.dropsOthers()) continue;
         Finding refusal =
             refusalOf(ModelPlace::of(name) + " has " + std::to_string(group.records.size()) +
-                      " records in the file; a change would drop the others");
+                          " records in the file; a change would drop the others",
+                      fFacts.records[group.records[1]].place);
         refusal.node = name;
         return refusal;
     }
@@ -118,6 +119,7 @@ void NodeDecision::addFindings(Findings& findings) const {
         subject.kind = Kind::kAssociations;
         subject.name = name;
         for (std::size_t other = 1; other < group.records.size(); ++other) {
+            subject.place = fFacts.records[group.records[other]].place;
             findings.add(Code::kRecordDropped,
                          "Another record of " + ModelPlace::of(name) + " goes from the file",
                          subject);

@@ -3,6 +3,10 @@
 #include "scenes/writing/MergeStructures.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "core/Excerpt.h"
+#include "scenes/model/ModelPlace.h"
 
 namespace orbo::Data::Merge {
 
@@ -19,8 +23,6 @@ bool beginsWith(const Layout& layout, const Layout& front) {
     return front.memberCount() > 0 && layout.memberCount() >= front.memberCount() &&
            std::equal(front.members().begin(), front.members().end(), layout.members().begin());
 }
-
-std::string quoted(const std::string& structure) { return "Structure '" + structure + "'"; }
 
 }  // namespace
 
@@ -137,15 +139,23 @@ Fate StructureDecision::fateOf(const std::string& name, const Group& group) cons
     return {Place::kInPlace, Reason::kStructureSame};
 }
 
+Finding StructureDecision::refusalAt(std::size_t number, std::string message) const {
+    const RecordFacts& record = fFacts.records[number];
+    Finding refusal = refusalOf(std::move(message), record.place);
+    refusal.structure = record.name;
+    return refusal;
+}
+
 std::optional<Finding> StructureDecision::refusal() const {
     for (const auto& [name, group] : fGroups) {
         if (!group.use || group.change == Change::kNeeded) continue;
         const std::string* const newName =
             group.change == Change::kErased ? newNameOf(name) : nullptr;
         Finding refusal =
-            refusalOf(quoted(name) + " cannot be " +
-                      (newName ? "renamed to '" + *newName + "'" : std::string("changed")) + ": " +
-                      group.use->words + " stays as it is in the file and needs it");
+            refusalAt(group.records.front(),
+                      ModelPlace::ofStructure(name) + " cannot be " +
+                          (newName ? "renamed to " + inQuotes(*newName) : std::string("changed")) +
+                          ": " + group.use->words + " stays as it is in the file and needs it");
         refusal.node = group.use->node;
         refusal.channel = group.use->where.channel;
         refusal.stream = group.use->where.stream;
@@ -157,32 +167,40 @@ std::optional<Finding> StructureDecision::refusal() const {
 std::optional<Finding> StructureDecision::carefulRefusal() const {
     for (const auto& [name, group] : fGroups) {
         if (group.change == Change::kConflict) {
-            return refusalOf(quoted(name) + " in the file is another one than was read");
+            return refusalAt(
+                group.records.front(),
+                ModelPlace::ofStructure(name) + " in the file is another one than was read");
         }
         if (group.isErasedOrChanged() && group.records.size() > 1) {
-            return refusalOf(quoted(name) + " is in the file " +
-                             std::to_string(group.records.size()) +
-                             " times; a change would drop the others");
+            return refusalAt(group.records[1], ModelPlace::ofStructure(name) + " is in the file " +
+                                                   std::to_string(group.records.size()) +
+                                                   " times; a change would drop the others");
         }
     }
     return std::nullopt;
 }
 
 void StructureDecision::addFindings(Findings& findings) const {
+    const auto add = [&](std::size_t number, Code code, std::string message) {
+        const RecordFacts& record = fFacts.records[number];
+        findings.addAbout(record.name, code, std::move(message), record.place);
+    };
     for (const auto& [name, group] : fGroups) {
         if (group.change == Change::kNeeded) {
-            findings.add(Code::kStructureKept,
-                         quoted(name) + " stays in the file: " + group.use->words + " needs it");
+            add(group.records.front(), Code::kStructureKept,
+                ModelPlace::ofStructure(name) + " stays in the file: " + group.use->words +
+                    " needs it");
         }
         if (group.change == Change::kConflict) {
-            findings.add(Code::kStructureDiffers, quoted(name) +
-                                                      " in the file is another one than was read; "
-                                                      "it stays, behind the one that is written");
+            add(group.records.front(), Code::kStructureDiffers,
+                ModelPlace::ofStructure(name) +
+                    " in the file is another one than was read; it stays, behind the one that is "
+                    "written");
         }
         if (!group.isErasedOrChanged()) continue;
         for (std::size_t other = 1; other < group.records.size(); ++other) {
-            findings.add(Code::kRecordDropped,
-                         "Another record of structure '" + name + "' goes from the file");
+            add(group.records[other], Code::kRecordDropped,
+                "Another record of structure " + inQuotes(name) + " goes from the file");
         }
     }
 }

@@ -65,6 +65,7 @@ class StructureDecision {
     /// Null unless the caller seems to have renamed the structure.
     [[nodiscard]] const std::string* newNameOf(const std::string& name) const;
     [[nodiscard]] Fate fateOf(const std::string& name, const Group& group) const;
+    [[nodiscard]] Finding refusalAt(std::size_t record, std::string message) const;
 
     const Facts& fFacts;
     std::map<std::string, Group> fGroups;

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "core/Ascii.h"
+#include "core/Excerpt.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
 #include "formats/RawScan.h"
@@ -29,12 +30,6 @@ bool isOneTrimmedLine(std::string_view text) {
 bool isFieldName(std::string_view name) {
     return !name.empty() && isOneTrimmedLine(name) &&
            name.find_first_of(":=") == std::string_view::npos;
-}
-
-Finding withMessage(std::string message) {
-    Finding finding;
-    finding.message = std::move(message);
-    return finding;
 }
 
 bool isFinite(const Member& member, const char* chunk) {
@@ -112,7 +107,7 @@ class StreamCheck {
         for (const Member& member : HandleAccess::layout(element).members()) {
             if (isFinite(member, chunk)) continue;
             const std::string what =
-                std::string("member '") + member.name() + "' is not a finite number";
+                "member " + inQuotes(member.name()) + " is not a finite number";
             if (!fail(what, &index, member.name())) return false;
         }
         return true;
@@ -181,7 +176,10 @@ Problem repeatedNameIn(const WrittenModel& model) {
     const char* previous = nullptr;
     for (const auto& structure : model.structures()) {
         if (previous && std::strcmp(previous, structure->name()) == 0) {
-            return withMessage(std::string("Structure '") + previous + "' is there twice");
+            Finding problem;
+            problem.message = ModelPlace::ofStructure(previous) + " is there twice";
+            problem.structure = previous;
+            return problem;
         }
         previous = structure->name();
     }
@@ -192,13 +190,19 @@ Problem repeatedNameIn(const WrittenModel& model) {
 }
 
 Problem notCarriedOf(const Structure& structure) {
-    const std::string place = std::string("Structure '") + structure.name() + "'";
-    if (!isFieldName(structure.name())) return withMessage(place + ": name cannot be written");
-    if (structure.empty()) return withMessage(place + " has no members");
+    const std::string place = ModelPlace::ofStructure(structure.name());
+    const auto finding = [&](const std::string& what) {
+        Finding problem;
+        problem.message = place + what;
+        problem.structure = structure.name();
+        return problem;
+    };
+    if (!isFieldName(structure.name())) return finding(": name cannot be written");
+    if (structure.empty()) return finding(" has no members");
     for (const Member& member : Layout::of(structure).members()) {
         if (isFieldName(member.name())) continue;
         Finding problem =
-            withMessage(place + ": member name '" + member.name() + "' cannot be written");
+            finding(": member name " + inQuotes(member.name()) + " cannot be written");
         problem.member = member.name();
         return problem;
     }
@@ -217,8 +221,8 @@ Problem notCarriedOf(const WrittenModel& model, const WrittenModel::Node& node) 
         const Structure& structure = stream.structure();
         const Structure* written = model.structure(structure.name());
         if (written && *written != structure) {
-            return check.fail(std::string("structure '") + structure.name() +
-                              "' differs from the one of that name that is written");
+            return check.fail("structure " + inQuotes(structure.name()) +
+                              " differs from the one of that name that is written");
         }
         if (!written) problem = notCarriedOf(structure);
         return !problem && check.checkElements();
@@ -244,7 +248,7 @@ void WriteRemarks::addNode(const WrittenModel::Node& node) {
         check.checkNames();
         check.checkElements();
         if (!fUnknownAsText && !IndexTypes::isKnown(stream.indexType())) {
-            check.fail("index type '" + stream.indexType() + "' is not registered");
+            check.fail("index type " + inQuotes(stream.indexType()) + " is not registered");
         }
         addUse(channel, stream, report);
         tally.flush();
@@ -273,9 +277,8 @@ void WriteRemarks::addUse(const Channel& channel, const Stream& stream,
     const Structure* found = fStructures(name);
     if (found && *found == structure) return;
     const StreamCheck check(channel, stream, report);
-    check.fail(
-        "structure '" + name +
-        (found ? "' differs from the one of that name in the file" : "' is not in the file"));
+    check.fail("structure " + inQuotes(name) +
+               (found ? " differs from the one of that name in the file" : " is not in the file"));
 }
 
 }  // namespace orbo::Data

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "core/DataTypes.h"
+#include "core/Excerpt.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
 #include "scenes/model/ModelPlace.h"
@@ -109,7 +110,7 @@ class NodeCompare {
 
     bool failAt(const ModelPlace::Spot& spot) {
         const std::string member =
-            spot.member ? std::string("member '") + spot.member + "' " : std::string();
+            spot.member ? "member " + inQuotes(spot.member) + " " : std::string();
         fDifference = spot.finding(member + "would not read back as it is");
         return false;
     }

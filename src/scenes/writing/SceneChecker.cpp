@@ -6,10 +6,12 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "core/Excerpt.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
 #include "scenes/model/ModelPlace.h"
@@ -56,10 +58,14 @@ class Tally {
     void add(const Index& index) {
         if (fCount++ == 0) fFirst = index.asString();
     }
+    /// The first of them; none when there are no such elements.
+    [[nodiscard]] std::optional<std::string> first() const {
+        return fCount == 0 ? std::nullopt : std::optional<std::string>(fFirst);
+    }
     /// Empty when there are none.
     [[nodiscard]] std::string message(const std::string& what) const {
         if (fCount == 0) return {};
-        const std::string message = what + ": index " + fFirst;
+        const std::string message = what + ": index " + excerptOf(fFirst);
         return fCount == 1 ? message : message + " and " + std::to_string(fCount - 1) + " more";
     }
 
@@ -83,7 +89,7 @@ SceneRecord recordOf(const std::string& node, const ReadSnapshot& snapshot) {
 }
 
 std::string placeInNode(const Channel& channel, const Stream& stream) {
-    return "Channel '" + channel.name() + "', stream '" + stream.name() + "'";
+    return "Channel " + inQuotes(channel.name()) + ", stream " + inQuotes(stream.name());
 }
 
 void checkNumbers(const Channel& channel, const Stream& stream, const SceneRecord& record,
@@ -105,13 +111,15 @@ void checkNumbers(const Channel& channel, const Stream& stream, const SceneRecor
     }
     auto tally = tallies.begin();
     for (const Member& member : Layout::of(stream.structure()).members()) {
-        const std::string place =
-            placeInNode(channel, stream) + ", member '" + member.name() + "' ";
-        findings.add(Code::kNumberNotFinite,
-                     tally->notFinite.message(place + "has a number that is not finite"), record);
-        findings.add(Code::kNumberBeyondSixDigits,
-                     tally->beyondSixDigits.message(place + "has a number of more than six digits"),
-                     record);
+        const auto add = [&](const Tally& elements, Code code, const char* what) {
+            const TextPlace place{channel.name(), stream.name(), elements.first(), member.name()};
+            findings.add(code,
+                         elements.message(placeInNode(channel, stream) + ", member " +
+                                          inQuotes(member.name()) + " has a number " + what),
+                         record, place);
+        };
+        add(tally->notFinite, Code::kNumberNotFinite, "that is not finite");
+        add(tally->beyondSixDigits, Code::kNumberBeyondSixDigits, "of more than six digits");
         ++tally;
     }
 }
@@ -137,9 +145,9 @@ void checkModel(const Accessor& accessor, const ReadSnapshot& snapshot, Findings
         forEachStream(associations, [&](const Channel& channel, const Stream& stream) {
             if (!IndexTypes::isKnown(stream.indexType())) {
                 findings.add(Code::kIndexTypeUnknown,
-                             placeInNode(channel, stream) + ": index type '" + stream.indexType() +
-                                 "' is not registered",
-                             record);
+                             placeInNode(channel, stream) + ": index type " +
+                                 inQuotes(stream.indexType()) + " is not registered",
+                             record, {channel.name(), stream.name(), {}, {}});
             }
             checkNumbers(channel, stream, record, findings);
             return true;

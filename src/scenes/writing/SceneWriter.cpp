@@ -208,7 +208,7 @@ bool SceneWriter::format(const Merge::Item& item, ScenePlan& plan) const {
 }
 
 bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) const {
-    const std::string place = "Structure '" + name + "'";
+    const std::string place = ModelPlace::ofStructure(name);
     Findings problems;
     if (const auto record = recordOf(*fModel.structure(name), problems)) {
         if (fKind.format(*record, bytes)) return true;

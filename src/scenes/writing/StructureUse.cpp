@@ -11,6 +11,7 @@
 #include <memory>
 #include <utility>
 
+#include "core/Excerpt.h"
 #include "formats/RawScan.h"
 #include "scenes/model/ModelPlace.h"
 #include "scenes/reading/QuietRead.h"
@@ -53,7 +54,8 @@ Uses namedIn(const std::string& text, const std::optional<std::string>& node,
         where.channel = named.channel;
         where.stream = named.stream;
         add(uses, named.structure, node,
-            words + ", channel '" + named.channel + "', stream '" + named.stream + "'", where);
+            words + ", channel " + inQuotes(named.channel) + ", stream " + inQuotes(named.stream),
+            where);
     }
     return uses;
 }
@@ -117,7 +119,7 @@ Uses neededOf(const Uses& named, const SceneRecord& record, const Associations& 
 
 std::vector<StructureUse> usesOf(const SceneRecord& record, const std::set<std::string>& names) {
     const std::string& node = record.name;
-    const std::string words = ModelPlace::of(node) + ", in format '" + record.format + "'";
+    const std::string words = ModelPlace::of(node) + ", in format " + inQuotes(record.format);
     if (!AssociationsSerializer::formatByName(record.format)) {
         return listOf(allAt(names, node, words));
     }

@@ -45,6 +45,7 @@ JsonObject json(const std::string& file, const Finding& finding) {
         .add("stream", finding.stream)
         .add("index", finding.index)
         .add("member", finding.member)
+        .add("structure", finding.structure)
         .add("code", Finding::nameOf(finding.code))
         .add("message", finding.message);
     return object;

@@ -128,10 +128,10 @@ bool isReadable(const std::string& file, const std::set<std::string>& nodes) {
 }
 
 bool lacksStructure(const std::string& file, const std::string& name) {
-    const std::string message = fmt::format("Structure '{}' not found", name);
     const auto found = findingsOf(file);
     return std::any_of(found.begin(), found.end(), [&](const auto& finding) {
-        return isOfMore(finding) || finding.message.find(message) != std::string::npos;
+        return isOfMore(finding) ||
+               (finding.code == Code::kStructureMissing && finding.structure == name);
     });
 }
 
