@@ -1,18 +1,21 @@
 // Loaded ahead of the C library: makes one file-system call of a process fail, or its last one.
 // SPDX-License-Identifier: Apache-2.0
 //
-// Only files below FAULTS_FOLDER count. FAULTS_LOG names a file that gets the name of each call.
-// FAULTS_AT is the number, from 0, of the call that is met; with FAULTS_LASTING all later ones are,
-// too. FAULTS_KIND says by what: "kill" kills at entry, "half-kill" after half of a write, "short"
-// does half of a read or write, "signalN" sends the process signal N at entry, and a number is the
-// error that the call fails with. With FAULTS_NO_LOCKS there are none, with FAULTS_NO_SYNCS syncs
-// do nothing, anywhere.
+// Only files below FAULTS_FOLDER count, and questions about users and limits. FAULTS_LOG names a
+// file that gets the name of each call. FAULTS_AT is the number, from 0, of the call that is met;
+// with FAULTS_LASTING all later ones are, too. FAULTS_KIND says by what: "kill" kills at entry,
+// "half-kill" after half of a write, "short" does half of a read or write, "signalN" sends the
+// process signal N at entry, and a number is the error that the call fails with. With
+// FAULTS_NO_LOCKS there are none, with FAULTS_NO_SYNCS syncs do nothing, anywhere.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pwd.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -55,6 +58,7 @@ class Faults {
         errno = static_cast<int>(std::strtol(kind.c_str(), nullptr, 10));
         return Met::kFailure;
     }
+    [[nodiscard]] bool hasFolder() const { return !fFolder.empty(); }
     [[nodiscard]] bool isOurs(int file) const { return fOurs.count(file) > 0; }
     [[nodiscard]] bool isOurs(const std::string& path) const {
         return !fFolder.empty() && path.compare(0, fFolder.size(), fFolder) == 0;
@@ -86,6 +90,14 @@ Result meetOrCall(const char* name, Result failure, File file, Arguments... argu
     Faults& all = Faults::all();
     if (all.isOurs(file) && all.meet(name) == Met::kFailure) return failure;
     return real<Result, File, Arguments...>(name, file, arguments...);
+}
+
+/// The same for a question that is about no file.
+template <typename Result, typename... Arguments>
+Result meetOrAsk(const char* name, Result failure, Arguments... arguments) {
+    Faults& all = Faults::all();
+    if (all.hasFolder() && all.meet(name) == Met::kFailure) return failure;
+    return real<Result, Arguments...>(name, arguments...);
 }
 
 // A half is never nothing.
@@ -160,6 +172,24 @@ int unlink(const char* path) noexcept { return meetOrCall("unlink", -1, path); }
 int rename(const char* from, const char* to) noexcept { return meetOrCall("rename", -1, from, to); }
 char* realpath(const char* path, char* to) noexcept {
     return meetOrCall("realpath", static_cast<char*>(nullptr), path, to);
+}
+ssize_t fgetxattr(int file, const char* name, void* to, std::size_t size) noexcept {
+    return meetOrCall("fgetxattr", ssize_t{-1}, file, name, to, size);
+}
+ssize_t lgetxattr(const char* path, const char* name, void* to, std::size_t size) noexcept {
+    return meetOrCall("lgetxattr", ssize_t{-1}, path, name, to, size);
+}
+int fsetxattr(int file, const char* name, const void* from, std::size_t size, int how) noexcept {
+    return meetOrCall("fsetxattr", -1, file, name, from, size, how);
+}
+int getrlimit64(__rlimit_resource_t which, struct rlimit64* to) noexcept {
+    return meetOrAsk("getrlimit64", -1, which, to);
+}
+int getgroups(int count, gid_t* to) noexcept { return meetOrAsk("getgroups", -1, count, to); }
+int getpwuid_r(uid_t user, struct passwd* entry, char* text, std::size_t size,
+               struct passwd** found) {
+    *found = nullptr;
+    return meetOrAsk("getpwuid_r", EIO, user, entry, text, size, found);
 }
 int close(int file) {
     const int result = meetOrCall("close", -1, file);
