@@ -16,6 +16,12 @@ if(QUILMETA_SOURCES)
     target_include_directories(QuilmetaObjects PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
     target_include_directories(QuilmetaObjects SYSTEM PRIVATE ${UTF8PROC_INCLUDE_DIR})
     target_compile_definitions(QuilmetaObjects PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
+    # It gives files rights as the library does, by functions that the library does not export.
+    target_include_directories(QuilmetaObjects PRIVATE ${PROJECT_SOURCE_DIR}/src)
+    if(BUILD_SHARED_LIBS)
+        target_sources(QuilmetaObjects PRIVATE ${PROJECT_SOURCE_DIR}/src/files/FileAccess.cpp
+            ${PROJECT_SOURCE_DIR}/src/files/posix/PosixAccess.cpp)
+    endif()
     metadata_warnings(QuilmetaObjects)
 
     add_executable(quilmeta ${PROJECT_SOURCE_DIR}/tools/quilmeta/main.cpp)

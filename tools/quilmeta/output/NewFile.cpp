@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output/NewFile.h"
 
+#include "output/KeptAccess.h"
 #include "output/TargetPath.h"
 #include "process/CommandError.h"
 #include "process/Messages.h"
@@ -79,9 +80,8 @@ void NewFile::openToReplace(const struct stat& there, const Replacing& replacing
     if (!replacing.force && kindOf(fPath) != replacing.kind)
         throw CommandError(inQuotes(fName) + " is there already; --force replaces it");
     if (!isAsSeen(fPath)) throwChanged(fName);
-    openTemporary(there.st_mode & 0777u);
-    // The mode of a new file goes through the umask; that of a replaced file is kept as it is.
-    ::fchmod(fDescriptor, there.st_mode & 0777u);
+    openTemporary(S_IRUSR | S_IWUSR);
+    keepAccess(fDescriptor, fPath, there);
 }
 
 // A block device is refused, because it may hold a whole file system.
