@@ -84,7 +84,9 @@ TEST_F(NewFileAccess, IsThatOfTheFileItReplaces) {
                 ASSERT_EQ(::chmod(fFile.c_str(), mode), 0);
                 run(std::string("setfacl ") + list + " " + fFile);
                 run(std::string("setfacl ") + ofFolder + " " + fFolder);
-                if (::geteuid() == 0) EXPECT_EQ(::chown(fFile.c_str(), kOwner, kGroup), 0);
+                const bool isGiven =
+                    ::geteuid() != 0 || ::chown(fFile.c_str(), kOwner, kGroup) == 0;
+                EXPECT_TRUE(isGiven);
                 const bool hasNote = ::setxattr(fFile.c_str(), "user.note", "mine", 4, 0) == 0;
                 const std::string before = access();
                 replace();

@@ -68,6 +68,14 @@ struct Fate {
 /// By the numbers of the file's records.
 using Fates = std::vector<Fate>;
 
+/// The records of the group of that name; none when there is no such group.
+template <typename Groups>
+const std::vector<std::size_t>& recordsIn(const Groups& groups, const std::string& name) {
+    static const std::vector<std::size_t> none;
+    const auto found = groups.find(name);
+    return found == groups.end() ? none : found->second.records;
+}
+
 /// Why nothing may be written.
 inline Finding refusalOf(std::string message, const FilePlace& place = {}) {
     Finding finding;

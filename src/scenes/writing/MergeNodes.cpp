@@ -80,9 +80,7 @@ void NodeDecision::settle(const StructureDecision& structures, std::vector<Quest
 }
 
 const std::vector<std::size_t>& NodeDecision::recordsOf(const std::string& node) const {
-    static const std::vector<std::size_t> none;
-    const auto found = fGroups.find(node);
-    return found == fGroups.end() ? none : found->second.records;
+    return recordsIn(fGroups, node);
 }
 
 void NodeDecision::decide(Fates& fates) const {

@@ -104,9 +104,7 @@ std::map<std::string, std::size_t> StructureDecision::structuresOfTheFile() cons
 }
 
 const std::vector<std::size_t>& StructureDecision::recordsOf(const std::string& name) const {
-    static const std::vector<std::size_t> none;
-    const auto found = fGroups.find(name);
-    return found == fGroups.end() ? none : found->second.records;
+    return recordsIn(fGroups, name);
 }
 
 void StructureDecision::decide(Fates& fates) const {

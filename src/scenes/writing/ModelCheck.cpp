@@ -237,36 +237,34 @@ void WriteRemarks::addStructure(const Structure& structure) {
     fFindings.take(std::move(*problem));
 }
 
-void WriteRemarks::addNode(const WrittenModel::Node& node) {
+template <typename Look>
+void WriteRemarks::lookAtStreams(const WrittenModel::Node& node, const Look& look) {
     FaultTally tally(*node.name, fFindings);
     const auto report = [&](const Fault& fault) {
         tally.add(fault);
         return true;
     };
     forEachStream(*node.associations, [&](const Channel& channel, const Stream& stream) {
-        const StreamCheck check(channel, stream, report);
-        check.checkNames();
-        check.checkElements();
-        if (!fUnknownAsText && !IndexTypes::isKnown(stream.indexType())) {
-            check.fail("index type " + inQuotes(stream.indexType()) + " is not registered");
-        }
+        look(channel, stream, report);
         addUse(channel, stream, report);
         tally.flush();
         return true;
     });
 }
 
-void WriteRemarks::addStructuresOf(const WrittenModel::Node& node) {
-    FaultTally tally(*node.name, fFindings);
-    const auto report = [&](const Fault& fault) {
-        tally.add(fault);
-        return true;
-    };
-    forEachStream(*node.associations, [&](const Channel& channel, const Stream& stream) {
-        addUse(channel, stream, report);
-        tally.flush();
-        return true;
+void WriteRemarks::addNode(const WrittenModel::Node& node) {
+    lookAtStreams(node, [&](const Channel& channel, const Stream& stream, const auto& report) {
+        const StreamCheck check(channel, stream, report);
+        check.checkNames();
+        check.checkElements();
+        if (!fUnknownAsText && !IndexTypes::isKnown(stream.indexType())) {
+            check.fail("index type " + inQuotes(stream.indexType()) + " is not registered");
+        }
     });
+}
+
+void WriteRemarks::addStructuresOf(const WrittenModel::Node& node) {
+    lookAtStreams(node, [](const Channel&, const Stream&, const auto&) {});
 }
 
 template <typename Report>

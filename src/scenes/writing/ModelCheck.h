@@ -44,6 +44,9 @@ class WriteRemarks {
     void addStructuresOf(const WrittenModel::Node& node);
 
   private:
+    /// Calls `look` with each channel and stream of the node, and with what takes their faults.
+    template <typename Look>
+    void lookAtStreams(const WrittenModel::Node& node, const Look& look);
     template <typename Report>
     void addUse(const Channel& channel, const Stream& stream, const Report& report) const;
 
