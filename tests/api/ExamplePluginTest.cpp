@@ -4,9 +4,7 @@
 #include <data/SceneAccessor.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -191,36 +189,6 @@ TEST_F(ExamplePluginTest, WritesNothingWithoutAnEdit) {
         EXPECT_EQ(before.st_mtim.tv_nsec, after.st_mtim.tv_nsec);
         EXPECT_EQ(before.st_ctim.tv_nsec, after.st_ctim.tv_nsec);
     }
-}
-
-// A limit of the size of files kills a writer in the midst of a write.
-TEST_F(ExamplePluginTest, RecoversWhatAKilledWriterLeft) {
-    const auto lines = [](const std::string& number) {
-        return "#meta\n# " + std::string(3000, 'x') + '\n' + kPoint + '\n' + node("n1", number);
-    };
-    const std::string journal = fName + ".metadata-journal";
-    int undone = 0;
-    bool isDone = false;
-    for (rlim_t limit = 0; !isDone && limit < 5000; limit += 50) {
-        makeFile(lines("7"));
-        const pid_t child = ::fork();
-        if (child == 0) {
-            const rlimit most{limit, limit};
-            if (!read() || ::setrlimit(RLIMIT_FSIZE, &most) != 0) ::_exit(2);
-            set("n1", 1234567);
-            ::_exit(write() ? 0 : 1);
-        }
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        isDone = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-        const bool isPending = ::access(journal.c_str(), F_OK) == 0;
-        ASSERT_TRUE(read()) << limit << fErrors;
-        ASSERT_EQ(file(), lines(isDone ? "1234567" : "7")) << limit;
-        ASSERT_NE(::access(journal.c_str(), F_OK), 0) << limit;
-        if (isPending) ++undone;
-    }
-    EXPECT_TRUE(isDone);
-    EXPECT_GT(undone, 10);
 }
 
 // Names and texts of any characters come back as they were.
