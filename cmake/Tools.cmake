@@ -8,13 +8,17 @@ if(QUILMETA_SOURCES)
     find_path(UTF8PROC_INCLUDE_DIR utf8proc.h REQUIRED)
     # The archive where there is one, so that quilmeta does not need this library at run time.
     find_library(UTF8PROC_LIBRARY NAMES libutf8proc.a utf8proc REQUIRED)
+    find_path(RE2_INCLUDE_DIR re2/re2.h REQUIRED)
+    find_library(RE2_LIBRARY NAMES libre2.a re2 REQUIRED)
+    find_package(Threads REQUIRED)  # RE2 locks with them
 
     # Everything but main, so that tests can link it.
     add_library(QuilmetaObjects OBJECT ${QUILMETA_SOURCES})
     target_link_libraries(QuilmetaObjects PUBLIC orbo::MetaData CLI11::CLI11 fmt::fmt
-                          ${UTF8PROC_LIBRARY} ${CMAKE_DL_LIBS})
+                          ${UTF8PROC_LIBRARY} ${RE2_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
     target_include_directories(QuilmetaObjects PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
     target_include_directories(QuilmetaObjects SYSTEM PRIVATE ${UTF8PROC_INCLUDE_DIR})
+    target_include_directories(QuilmetaObjects SYSTEM PUBLIC ${RE2_INCLUDE_DIR})
     target_compile_definitions(QuilmetaObjects PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
     # It gives files rights as the library does, by functions that the library does not export.
     target_include_directories(QuilmetaObjects PRIVATE ${PROJECT_SOURCE_DIR}/src)

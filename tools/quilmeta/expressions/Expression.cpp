@@ -1,0 +1,48 @@
+// Conditions on elements, as users write them.
+// SPDX-License-Identifier: Apache-2.0
+#include "expressions/Expression.h"
+
+#include "expressions/Outlook.h"
+#include "values/ClosestName.h"
+#include "values/SafeText.h"
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+/// Calls `use` for the first place of each member whose value the expression asks for.
+template <typename Use>
+void forEachMember(const Node& node, std::vector<bool>& done, const Use& use) {
+    if (node.kind == Node::Kind::kExists) return;
+    if (node.kind == Node::Kind::kMember && !done[node.name]) {
+        done[node.name] = true;
+        use(node);
+    }
+    for (const Node& operand : node.operands) forEachMember(operand, done, use);
+}
+
+}  // namespace
+
+void MembersSeen::add(const Data::Structure& structure) {
+    for (const Data::Member& member : structure)
+        if (fNames.find(member.name()) == fNames.end()) fNames.emplace(member.name());
+}
+
+bool Expression::canMatch(const Place& place) const {
+    return Outlook(*fSyntax, place, nullptr).canBeTrue();
+}
+
+std::vector<std::string> Expression::warnings(const MembersSeen& seen) const {
+    std::vector<std::string> warnings;
+    std::vector<bool> done(fSyntax->names.size());
+    forEachMember(fSyntax->root, done, [&](const Node& member) {
+        const std::string& name = fSyntax->names[member.name];
+        if (seen.names().find(name) != seen.names().end()) return;
+        const std::string problem =
+            "no structure has a member " + inQuotes(name) + didYouMean(name, seen.names());
+        warnings.push_back(problemAt(fSyntax->text, member.at, problem));
+    });
+    return warnings;
+}
+
+}  // namespace orbo::Quilmeta
