@@ -249,18 +249,17 @@ TEST(Expression, ReadsPlacesStringsAndLists) {
 
 TEST(Expression, KnowsEachTypeOfIndex) {
     const Row kNumber[] = {
-        {"index == 7", "true"},          {"index in 7..7", "true"},
-        {"index * 2 > 13.5", "true"},    {"index == \"7\"", "unknown"},
-        {"index[0] == 7", "unknown"},    {"index == (7, 7)", "unknown"},
+        {"index == 7", "true"},        {"index in 7..7", "true"},    {"index * 2 > 13.5", "true"},
+        {"index == \"7\"", "unknown"}, {"index[0] == 7", "unknown"}, {"index == (7, 7)", "unknown"},
         {"index == null", "false"},
     };
     check(Bench(), kNumber);
     const Row kPair[] = {
-        {"index == (3, 70)", "true"},      {"index != (3, 7)", "true"},
-        {"(3, 70) == index", "true"},      {"index < (4, 0) and (3, 9) < index", "true"},
+        {"index == (3, 70)", "true"},           {"index != (3, 7)", "true"},
+        {"(3, 70) == index", "true"},           {"index < (4, 0) and (3, 9) < index", "true"},
         {"index in ((1, 2), (3, 70))", "true"}, {"index[0] == 3 and index[1] == 70", "true"},
-        {"index[0] + index[1] == 73", "true"}, {"index == 3", "unknown"},
-        {"index == (3, 70, 1)", "unknown"}, {"indextype == \"pair\"", "true"},
+        {"index[0] + index[1] == 73", "true"},  {"index == 3", "unknown"},
+        {"index == (3, 70, 1)", "unknown"},     {"indextype == \"pair\"", "true"},
     };
     check(Bench(Data::IndexPair(3, 70)), kPair);
     const Row kString[] = {
@@ -293,16 +292,20 @@ TEST(Expression, PointsAtWhatIsWrong) {
         {"name == \"\u8336\\u0041\" and >",
          "a value is needed here\n    name == \"\u8336\\u0041\" and >\n"
          "                           ^"},
-        {"f >\n\tyes or\n\t$x", "line 3 of the expression: \"$\" has no meaning here; odd names of "
-                              "members are written as member[\"odd name\"]\n    \\t$x\n      ^"},
+        {"f >\n\tyes or\n\t$x",
+         "line 3 of the expression: \"$\" has no meaning here; odd names of "
+         "members are written as member[\"odd name\"]\n    \\t$x\n      ^"},
         {"name =~ \"(\"", "bad regular expression: missing ): (\n    name =~ \"(\"\n            ^"},
-        {"i32 in 5", "behind \"in\" a range or a list in parentheses is needed\n    i32 in 5\n"
-                     "           ^"},
-        {"i32 in 1..\"a\"", "both ends of a range are numbers, or both are strings\n"
-                            "    i32 in 1..\"a\"\n              ^"},
+        {"i32 in 5",
+         "behind \"in\" a range or a list in parentheses is needed\n    i32 in 5\n"
+         "           ^"},
+        {"i32 in 1..\"a\"",
+         "both ends of a range are numbers, or both are strings\n"
+         "    i32 in 1..\"a\"\n              ^"},
         {"name == \"a", "the string has no end\n    name == \"a\n            ^"},
-        {"index[2] == 1", "an index has the numbers index[0] and index[1]\n    index[2] == 1\n"
-                          "         ^"},
+        {"index[2] == 1",
+         "an index has the numbers index[0] and index[1]\n    index[2] == 1\n"
+         "         ^"},
         {"f > .5", "a number begins with a digit, as 0.5 does\n    f > .5\n        ^"},
         {"(f, 1) == pos", "a list has plain values only\n    (f, 1) == pos\n     ^"},
         {"f + (1, 2) == pos",
@@ -396,9 +399,12 @@ TEST(ClosestName, FindsWhatWasMeant) {
         const char* wanted;
         const char* question;
     } kRows[] = {
-        {"rougness", ", did you mean \"roughness\"?"}, {"ROUGHNESS", ", did you mean \"roughness\"?"},
-        {"raduis", ", did you mean \"radius\"?"},      {"sied", ", did you mean \"side\"?"},
-        {"material", ""},                              {"", ""},
+        {"rougness", ", did you mean \"roughness\"?"},
+        {"ROUGHNESS", ", did you mean \"roughness\"?"},
+        {"raduis", ", did you mean \"radius\"?"},
+        {"sied", ", did you mean \"side\"?"},
+        {"material", ""},
+        {"", ""},
     };
     const std::vector<std::string> names{"radius", "roughness", "side", std::string(100, 'a')};
     for (const auto& row : kRows) EXPECT_EQ(didYouMean(row.wanted, names), row.question);

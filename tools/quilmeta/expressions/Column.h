@@ -58,9 +58,7 @@ class Column {
 
     [[nodiscard]] Kind kind() const { return fKind; }
     [[nodiscard]] bool isUniform() const { return fIsUniform; }
-    [[nodiscard]] bool isNumber() const {
-        return fKind == Kind::kInteger || fKind == Kind::kReal;
-    }
+    [[nodiscard]] bool isNumber() const { return fKind == Kind::kInteger || fKind == Kind::kReal; }
     /// The slots that are filled in a block of `count`.
     [[nodiscard]] size_t filled(size_t count) const { return fIsUniform ? 1 : count; }
     /// Where the value of an element is.

@@ -20,8 +20,8 @@ struct Verdicts {
                          comparison == Comparison::kAtMost),
                  truthOf(comparison == Comparison::kEqual || comparison == Comparison::kAtMost ||
                          comparison == Comparison::kAtLeast),
-                 truthOf(comparison == Comparison::kUnequal ||
-                         comparison == Comparison::kGreater || comparison == Comparison::kAtLeast),
+                 truthOf(comparison == Comparison::kUnequal || comparison == Comparison::kGreater ||
+                         comparison == Comparison::kAtLeast),
                  Truth::kUnknown} {}
     Truth operator[](int order) const { return truths[order + 1]; }
 };
@@ -74,8 +74,8 @@ void compareReals(const Column& left, const Column& right, const Verdicts& verdi
          [&](size_t a, size_t b) { return orderOf(left.reals[a], right.reals[b]); });
 }
 
-void compareNumbers(const Column& left, const Column& right, const Verdicts& verdicts,
-                    size_t count, Column& result) {
+void compareNumbers(const Column& left, const Column& right, const Verdicts& verdicts, size_t count,
+                    Column& result) {
     using Kind = Column::Kind;
     if (left.kind() == Kind::kReal && right.kind() == Kind::kReal)
         return compareReals(left, right, verdicts, count, result);
@@ -159,13 +159,11 @@ void compareColumns(const Column& left, const Column& right, Comparison comparis
     if (left.isNumber() && right.isNumber())
         return compareNumbers(left, right, verdicts, count, result);
     if (left.kind() == Kind::kString && right.kind() == Kind::kString)
-        return fill(left, right, verdicts, count, result, [&](size_t a, size_t b) {
-            return orderOf(left.texts[a], right.texts[b]);
-        });
+        return fill(left, right, verdicts, count, result,
+                    [&](size_t a, size_t b) { return orderOf(left.texts[a], right.texts[b]); });
     if (left.kind() == Kind::kPair && right.kind() == Kind::kPair)
-        return fill(left, right, verdicts, count, result, [&](size_t a, size_t b) {
-            return orderOf(left.pairs[a], right.pairs[b]);
-        });
+        return fill(left, right, verdicts, count, result,
+                    [&](size_t a, size_t b) { return orderOf(left.pairs[a], right.pairs[b]); });
     if (isEquality && left.kind() == Kind::kTruth && right.kind() == Kind::kTruth)
         return compareTruths(left, right, verdicts, count, result);
     result.setTruth(Truth::kUnknown);

@@ -52,10 +52,7 @@ void join(Column& result, const Column& truths, const LaneNumbers& lanes, bool i
 
 Evaluator::Evaluator(const Place& place, const FoundMembers& members,
                      const std::vector<Outcomes>& settled)
-    : fPlace(place),
-      fMembers(members),
-      fSettled(settled),
-      fScratch(std::make_unique<Scratch>()) {}
+    : fPlace(place), fMembers(members), fSettled(settled), fScratch(std::make_unique<Scratch>()) {}
 
 Evaluator::~Evaluator() = default;
 
@@ -102,8 +99,8 @@ void Evaluator::combine(const Node& node, const Lanes& lanes, Column& result) {
             evaluateCondition(operand, lanes, result);
             const size_t filled = result.filled(lanes.count);
             for (size_t i = 0; i < filled; ++i)
-                result.truths[i] = isAnd ? std::min(result.truths[i], before)
-                                         : std::max(result.truths[i], before);
+                result.truths[i] =
+                    isAnd ? std::min(result.truths[i], before) : std::max(result.truths[i], before);
             continue;
         }
         Scratch::Lease<LaneNumbers> open(*fScratch);

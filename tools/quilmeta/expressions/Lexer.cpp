@@ -71,8 +71,8 @@ bool parseDecimal(std::string_view digits, Literal& literal) {
     if (std::from_chars(digits.data(), end, literal.decimal).ec != std::errc()) return false;
     // A float may be too small or too large for the digits; then the double is its measure.
     if (std::from_chars(digits.data(), end, literal.narrow).ec != std::errc())
-        literal.narrow = std::abs(literal.decimal) < 1 ? static_cast<float>(literal.decimal)
-                                                       : HUGE_VALF;
+        literal.narrow =
+            std::abs(literal.decimal) < 1 ? static_cast<float>(literal.decimal) : HUGE_VALF;
     return true;
 }
 

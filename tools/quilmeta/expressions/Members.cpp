@@ -29,10 +29,10 @@ FoundMembers findMembers(const Syntax& syntax, const Data::Structure& structure)
 std::string problemWith(const Node& member, const std::string& name, const FoundMember& found) {
     const bool isWhole = !member.part && found.parts > 1;
     if (isWhole && member.use != Node::Use::kList)
-        return fmt::format("member {} ({}) has {}: write {}[0] for the first, or compare it with "
-                           "a list",
-                           inQuotes(name), found.typeText, counted(found.parts, "value"),
-                           shownName(name));
+        return fmt::format(
+            "member {} ({}) has {}: write {}[0] for the first, or compare it with "
+            "a list",
+            inQuotes(name), found.typeText, counted(found.parts, "value"), shownName(name));
     if (member.use == Node::Use::kCondition && found.has(member.part) &&
         found.type != Data::Member::kBoolean)
         return fmt::format("member {} ({}) is no condition: compare it with something",

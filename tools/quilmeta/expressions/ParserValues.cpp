@@ -19,9 +19,8 @@ struct FieldWord {
     Field field;
 };
 constexpr FieldWord kFields[] = {
-    {"file", Field::kFile},     {"node", Field::kNode},
-    {"channel", Field::kChannel}, {"stream", Field::kStream},
-    {"structure", Field::kStructure}, {"indextype", Field::kIndexType},
+    {"file", Field::kFile},     {"node", Field::kNode},           {"channel", Field::kChannel},
+    {"stream", Field::kStream}, {"structure", Field::kStructure}, {"indextype", Field::kIndexType},
 };
 constexpr std::string_view kOperatorWords[] = {"and", "or", "not", "in"};
 
@@ -197,8 +196,7 @@ Node Parser::parseMember() {
     advance();
     if (name == "member") {
         demandSign("[");
-        if (fToken.kind != Token::Kind::kLiteral ||
-            fToken.literal.kind != Literal::Kind::kString)
+        if (fToken.kind != Token::Kind::kLiteral || fToken.literal.kind != Literal::Kind::kString)
             failAtToken("the name of a member in double quotes");
         name = std::move(fToken.literal.text);
         advance();

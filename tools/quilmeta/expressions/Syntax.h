@@ -66,10 +66,10 @@ struct Node {
     Comparison comparison = Comparison::kEqual;
     Field field = Field::kFile;
     Use use = Use::kValue;
-    bool negated = false;  ///< for `kGlob` and `kRegex`
-    size_t at = 0;         ///< the byte of the expression that a message points at
-    size_t condition = 0;  ///< the number of the root, and of what stands beside and, or, not
-    size_t name = 0;       ///< the place of a member's name in `Syntax::names`
+    bool negated = false;        ///< for `kGlob` and `kRegex`
+    size_t at = 0;               ///< the byte of the expression that a message points at
+    size_t condition = 0;        ///< the number of the root, and of what stands beside and, or, not
+    size_t name = 0;             ///< the place of a member's name in `Syntax::names`
     std::optional<size_t> part;  ///< the `k` of a member or an index
     std::vector<Node> operands;
     std::string signs;
