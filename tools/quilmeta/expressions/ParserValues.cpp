@@ -178,6 +178,7 @@ Node Parser::parseIndex() {
 }
 
 Node Parser::parseExists() {
+    const Nesting nesting(*this);
     Node node(Kind::kExists, fToken.at);
     advance();
     demandSign("(");
