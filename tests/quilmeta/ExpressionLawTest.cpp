@@ -98,12 +98,21 @@ bool holds(const std::string& sign, const T& a, const T& b) {
     return a >= b;
 }
 
+Value compareWithNull(const Value& other) {
+    if (other.kind == Value::kUnknown) return {};
+    if (other.kind == Value::kReal && std::isnan(other.real) && !other.isMember) return {};
+    return ofBool(other.kind == Value::kNull);
+}
+
+Value opposite(const Value& a) { return a.kind == Value::kBool ? ofBool(!a.truth) : Value(); }
+
 Value compare(const std::string& sign, Value a, Value b) {
-    if ((a.kind == Value::kNull || b.kind == Value::kNull) && (sign == "==" || sign == "!=")) {
-        const Value& other = b.kind == Value::kNull ? a : b;
-        if (other.kind == Value::kUnknown) return {};
-        if (other.kind == Value::kReal && std::isnan(other.real) && !other.isMember) return {};
-        return ofBool((other.kind == Value::kNull) == (sign == "=="));
+    const auto isNull = [](const Value& value) {
+        return value.kind == Value::kNull && !value.isMember;
+    };
+    if ((isNull(a) || isNull(b)) && (sign == "==" || sign == "!=")) {
+        const Value equal = compareWithNull(isNull(b) ? a : b);
+        return sign == "==" ? equal : opposite(equal);
     }
     if (isNumber(a) && isNumber(b)) {
         if (a.isFloatMember && b.isDecimalLiteral) b.real = b.narrow;
@@ -147,8 +156,6 @@ Value both(const Value& a, const Value& b) {
     if (b.kind == Value::kBool && !b.truth) return b;
     return a.kind == Value::kBool && b.kind == Value::kBool ? ofBool(true) : Value();
 }
-
-Value opposite(const Value& a) { return a.kind == Value::kBool ? ofBool(!a.truth) : Value(); }
 
 Value either(const Value& a, const Value& b) { return opposite(both(opposite(a), opposite(b))); }
 
