@@ -312,7 +312,7 @@ class Generator {
         static const char* const kPatterns[] = {"*", "a*", "?", "*b", "a?b", "", "*a*b*"};
         const std::string pattern = any(kPatterns);
         const Term a = value(0);
-        return {a.text + " ~ \"" + pattern + '"', [=](const Element& e) {
+        return {"(" + a.text + " ~ \"" + pattern + "\")", [=](const Element& e) {
                     const Value found = a.value(e);
                     if (found.kind != Value::kText) return Value();
                     // The only character of two bytes counts as one.
@@ -322,7 +322,7 @@ class Generator {
     }
     Term inList() {
         const Term a = value(1);
-        std::string text = a.text + " in (";
+        std::string text = "(" + a.text + " in (";
         std::vector<std::pair<Term, Term>> ranges;
         for (unsigned int left = below(3) + 1; left > 0; --left) {
             const Term first = literal();
@@ -335,7 +335,7 @@ class Generator {
                 ranges.emplace_back(first, Term());
             }
         }
-        return {text + ")", [=](const Element& e) {
+        return {text + "))", [=](const Element& e) {
                     Value any = ofBool(false);
                     for (const auto& [first, last] : ranges) {
                         const Value low = first.value(e);
@@ -349,9 +349,9 @@ class Generator {
     }
     Term vector() {
         const unsigned int bits = below(8);
-        std::string text = "v == (";
+        std::string text = "(v == (";
         for (int k = 0; k < 3; ++k) text += std::to_string(bits >> k & 1) + ',';
-        return {text + ")", [=](const Element& e) {
+        return {text + "))", [=](const Element& e) {
                     Value all = ofBool(true);
                     for (unsigned int k = 0; k < 3; ++k)
                         all = both(all, compare("==", e.at("v[" + std::to_string(k) + "]"),
@@ -361,7 +361,7 @@ class Generator {
     }
     Term field() {
         const std::string chosen = text();
-        return {"node == \"" + chosen + '"',
+        return {"(node == \"" + chosen + "\")",
                 [=](const Element&) { return ofBool(chosen == "ab"); }};
     }
 

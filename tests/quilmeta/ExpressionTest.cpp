@@ -315,6 +315,14 @@ TEST(Expression, PointsAtWhatIsWrong) {
     for (const auto& row : kRows) EXPECT_EQ(bench.error(row.expression), row.error);
 }
 
+TEST(Expression, ShowsTheSurroundingsInALongLine) {
+    const std::string error = Bench().error("f > 1 or name == \"" + std::string(300, 'a') + "\" $" +
+                                            std::string(300, ' '));
+    EXPECT_EQ(error.substr(error.find('\n')), "\n    ..." + std::string(58, 'a') + "\" $" +
+                                                  std::string(59, ' ') + "...\n" +
+                                                  std::string(67, ' ') + "^");
+}
+
 TEST(Expression, ForgivesMisuseThatIsIdle) {
     Bench bench;
     EXPECT_FALSE(bench.selects("structure == \"Other\" and pos > 1"));

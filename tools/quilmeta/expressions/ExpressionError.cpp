@@ -13,9 +13,9 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-// The bytes of a line that are shown in front of the caret and behind it.
-constexpr size_t kBefore = 60;
-constexpr size_t kBehind = 40;
+// The bytes of a longer line that are shown in front of the caret and behind it.
+constexpr size_t kWhole = 120;
+constexpr size_t kBeside = 60;
 
 /// Moves `at` forward to the next byte that can start a character.
 size_t atCharacter(std::string_view text, size_t at) {
@@ -34,8 +34,10 @@ std::string problemAt(std::string_view expression, size_t at, std::string_view p
     if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
 
     const size_t caret = std::min(at - begin, line.size());
-    const size_t first = caret <= kBefore ? 0 : atCharacter(line, caret - kBefore);
-    const size_t end = atCharacter(line, std::min(line.size(), caret + kBehind));
+    const bool isLong = line.size() > kWhole;
+    const size_t first = isLong && caret > kBeside ? atCharacter(line, caret - kBeside) : 0;
+    const size_t end =
+        isLong ? atCharacter(line, std::min(line.size(), caret + kBeside)) : line.size();
     const std::string head = (first > 0 ? "..." : "") + safeLine(line.substr(first, caret - first));
     const std::string tail = safeLine(line.substr(caret, end - caret));
 

@@ -13,13 +13,15 @@ namespace {
 
 // Longer names are not compared.
 constexpr size_t kLongest = 64;
-constexpr size_t kLetter = 2;  // the distance of one letter
+// The distance of one letter, and of a small one from its capital.
+constexpr size_t kLetter = 100;
+constexpr size_t kCase = 1;
 
 char lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : byte; }
 
 size_t difference(char one, char other) {
     if (one == other) return 0;
-    return lower(one) == lower(other) ? kLetter / 2 : kLetter;
+    return lower(one) == lower(other) ? kCase : kLetter;
 }
 
 using Row = std::array<size_t, kLongest + 1>;

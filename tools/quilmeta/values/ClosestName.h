@@ -10,7 +10,7 @@ namespace orbo::Quilmeta {
 
 /// Looks for the name that is most like another one: by the fewest letters that were left out, put
 /// in, replaced or exchanged with their neighbour, up to a third of the letters. Small and capital
-/// letters differ by half of that. Of names that are equally close the first one wins. The work for
+/// letters hardly differ. Of names that are equally close the first one wins. The work for
 /// a name is bounded, whatever its length.
 class ClosestName {
   public:
@@ -25,7 +25,7 @@ class ClosestName {
 
   private:
     std::string_view fWanted;
-    size_t fLimit;  // a name must be closer; two for each letter
+    size_t fLimit;  // the distance that a name must be closer than
     std::string fFound;
 };
 
