@@ -108,7 +108,8 @@ class Printer {
                 print(node.operands[0]);
                 fText += node.negated ? " !" : " ";
                 fText += node.glob ? "~ " : "=~ ";
-                return printPattern(node);
+                fText += quoted(node.literal.text);
+                return;
             case Kind::kExists:
                 fText += "exists(";
                 printName(node.operands[0]);
@@ -125,17 +126,6 @@ class Printer {
             default:
                 return printValue(node);
         }
-    }
-    void printPattern(const Node& node) {
-        if (node.regex) {
-            fText += quoted(node.regex->pattern());
-            return;
-        }
-        std::vector<std::string_view> wildcards;
-        const std::string signs = node.glob->wildcards();
-        for (size_t i = 0; i < signs.size(); ++i)
-            wildcards.push_back(std::string_view(signs).substr(i, 1));
-        fText += quoted(node.glob->filledWith(wildcards));
     }
     void printValue(const Node& node) {
         switch (node.kind) {

@@ -198,14 +198,15 @@ Node Parser::parseMatch(Node value, const Token& sign) {
     Node node(isRegex ? Kind::kRegex : Kind::kGlob, sign.at);
     node.negated = sign.text.front() == '!';
     node.operands.push_back(asOperand(std::move(value)));
-    const Node pattern = parsePrimary();
+    Node pattern = parsePrimary();
     if (pattern.kind != Kind::kLiteral || pattern.literal.kind != Literal::Kind::kString)
         fail(pattern.at, "a pattern in double quotes is needed here");
+    node.literal = std::move(pattern.literal);
     if (!isRegex) {
-        node.glob.emplace(pattern.literal.text);
+        node.glob.emplace(node.literal.text);
         return node;
     }
-    node.regex = compileRegex(pattern.literal.text);
+    node.regex = compileRegex(node.literal.text);
     if (!node.regex->ok()) fail(pattern.at, "bad regular expression: " + node.regex->error());
     return node;
 }

@@ -73,7 +73,7 @@ struct Node {
     std::optional<size_t> part;  ///< the `k` of a member or an index
     std::vector<Node> operands;
     std::string signs;
-    Literal literal;
+    Literal literal;  ///< also the pattern of `kGlob` and `kRegex`
     std::optional<Glob> glob;
     std::shared_ptr<const RE2> regex;
 };
