@@ -9,6 +9,7 @@
 namespace orbo::Quilmeta {
 
 std::unique_ptr<Command> makeShow();
+std::unique_ptr<Command> makeFind();
 std::unique_ptr<Command> makeExport();
 std::unique_ptr<Command> makeSet();
 std::unique_ptr<Command> makeCopy();
@@ -31,9 +32,11 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},  {nullptr, makeExport},       {nullptr, makeSet},
-    {nullptr, makeCopy},  {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck}, {nullptr, makeRecover},
+    {nullptr, makeShow},           {nullptr, makeFind},
+    {nullptr, makeExport},         {nullptr, makeSet},
+    {nullptr, makeCopy},           {&kRefsGroup, makeRefsList},
+    {&kRefsGroup, makeRefsRepath}, {nullptr, makeCheck},
+    {nullptr, makeRecover},
 };
 
 }  // namespace orbo::Quilmeta

@@ -12,18 +12,6 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// Appends a number, a pair as a list, or the text of any other index.
-void appendIndex(std::string& out, const Data::Index& index) {
-    const Data::IndexType* typed = index.complexIndex();
-    if (!typed) return appendJson(out, index.index());
-    const auto* pair = dynamic_cast<const Data::IndexPair*>(typed);
-    if (!pair) return appendJson(out, typed->asString());
-    unsigned int first = 0;
-    unsigned int second = 0;
-    pair->getIndexPair(first, second);
-    fmt::format_to(std::back_inserter(out), "[{}, {}]", first, second);
-}
-
 template <typename Part>
 void appendList(std::string& out, const Part* parts, size_t count) {
     out += '[';
@@ -57,6 +45,17 @@ void appendValues(std::string& out, const Part* parts, const Data::Member& membe
 }
 
 }  // namespace
+
+void appendIndex(std::string& out, const Data::Index& index) {
+    const Data::IndexType* typed = index.complexIndex();
+    if (!typed) return appendJson(out, index.index());
+    const auto* pair = dynamic_cast<const Data::IndexPair*>(typed);
+    if (!pair) return appendJson(out, typed->asString());
+    unsigned int first = 0;
+    unsigned int second = 0;
+    pair->getIndexPair(first, second);
+    fmt::format_to(std::back_inserter(out), "[{}, {}]", first, second);
+}
 
 // The keys are the same for all elements, so they are escaped once.
 JsonElement::JsonElement(const Data::Structure& structure) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/Index.h>
 #include <data/StreamIterator.h>
 #include <data/Structure.h>
 
@@ -9,6 +10,9 @@
 #include <vector>
 
 namespace orbo::Quilmeta {
+
+/// Appends a number, a pair as a list, or the text of any other index.
+void appendIndex(std::string& out, const Data::Index& index);
 
 /// Writes the elements of streams with one structure.
 class JsonElement {

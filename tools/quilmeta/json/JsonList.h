@@ -28,6 +28,12 @@ class JsonObject {
     JsonObject& add(const char* key, const std::optional<Value>& value) {
         return value ? add(key, *value) : *this;
     }
+    /// Takes the value as the JSON that it is.
+    JsonObject& addJson(const char* key, std::string_view json) {
+        appendKey(key);
+        fText += json;
+        return *this;
+    }
     template <typename Strings>
     JsonObject& addList(const char* key, const Strings& strings) {
         appendKey(key);
