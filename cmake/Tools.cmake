@@ -5,6 +5,7 @@ file(GLOB QUILMETA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/quilmet
 if(QUILMETA_SOURCES)
     find_package(CLI11 REQUIRED)
     find_package(fmt REQUIRED)
+    find_path(RAPIDJSON_INCLUDE_DIR rapidjson/reader.h REQUIRED)
     find_path(UTF8PROC_INCLUDE_DIR utf8proc.h REQUIRED)
     # The archive where there is one, so that quilmeta does not need this library at run time.
     find_library(UTF8PROC_LIBRARY NAMES libutf8proc.a utf8proc REQUIRED)
@@ -17,7 +18,8 @@ if(QUILMETA_SOURCES)
     target_link_libraries(QuilmetaObjects PUBLIC orbo::MetaData CLI11::CLI11 fmt::fmt
                           ${UTF8PROC_LIBRARY} ${RE2_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
     target_include_directories(QuilmetaObjects PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
-    target_include_directories(QuilmetaObjects SYSTEM PRIVATE ${UTF8PROC_INCLUDE_DIR})
+    target_include_directories(QuilmetaObjects SYSTEM PRIVATE ${UTF8PROC_INCLUDE_DIR}
+                               ${RAPIDJSON_INCLUDE_DIR})
     target_include_directories(QuilmetaObjects SYSTEM PUBLIC ${RE2_INCLUDE_DIR})
     target_compile_definitions(QuilmetaObjects PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
     # It gives files rights as the library does, by functions that the library does not export.

@@ -11,6 +11,7 @@ namespace orbo::Quilmeta {
 std::unique_ptr<Command> makeShow();
 std::unique_ptr<Command> makeFind();
 std::unique_ptr<Command> makeExport();
+std::unique_ptr<Command> makeImport();
 std::unique_ptr<Command> makeSet();
 std::unique_ptr<Command> makeCopy();
 std::unique_ptr<Command> makeRefsList();
@@ -33,7 +34,7 @@ struct CommandEntry {
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
     {nullptr, makeShow},           {nullptr, makeFind},
-    {nullptr, makeExport},         {nullptr, makeSet},
+    {nullptr, makeExport}, {nullptr, makeImport},         {nullptr, makeSet},
     {nullptr, makeCopy},           {&kRefsGroup, makeRefsList},
     {&kRefsGroup, makeRefsRepath}, {nullptr, makeCheck},
     {nullptr, makeRecover},

@@ -1,0 +1,32 @@
+// What is wrong with a JSON document.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "json/JsonPath.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace orbo::Quilmeta {
+
+class JsonProblems {
+  public:
+    /// A problem that was found twice is kept once.
+    void add(size_t line, const JsonPath& path, const std::string& message);
+    [[nodiscard]] bool empty() const { return fProblems.empty(); }
+    /// "line 12: $.structures[0].name: is no string", a line each in the order of the document.
+    [[nodiscard]] std::string text() const;
+    /// Throws `CommandError` with the text, unless there is no problem.
+    void demandNone() const;
+
+  private:
+    struct Problem {
+        size_t line;
+        std::string text;
+    };
+    std::vector<Problem> fProblems;
+    size_t fMore = 0;  // that were not kept
+};
+
+}  // namespace orbo::Quilmeta

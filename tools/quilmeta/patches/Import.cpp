@@ -1,0 +1,111 @@
+// Puts the metadata of a document into a scene.
+// SPDX-License-Identifier: Apache-2.0
+#include "patches/Import.h"
+
+#include "scene/Difference.h"
+#include "values/SafeText.h"
+
+#include <data/Channel.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+using Structures = std::map<std::string, RefPtr<const Data::Structure>>;
+
+Structures structuresOf(const Data::Accessor& scene) {
+    Structures structures;
+    for (const Data::Structure* structure : scene.structures())
+        structures.emplace(structure->name(), RefPtr<const Data::Structure>(structure));
+    return structures;
+}
+
+void setStructures(Data::Accessor& scene, const Structures& structures) {
+    Data::Accessor::StructureSet set;
+    for (const auto& [name, structure] : structures) set.insert(structure.get());
+    scene.setStructures(set);
+}
+
+bool hasStream(const SceneModel& model, const std::string& node, const Data::Channel& channel,
+               const Data::Stream& stream) {
+    const auto found = model.nodes.find(node);
+    if (found == model.nodes.end()) return false;
+    const Data::Channel* namesake = found->second.findChannel(channel.name());
+    return namesake && namesake->findDataStream(stream.name());
+}
+
+/// Calls `use` for each stream of the scene that the model does not replace.
+template <typename Use>
+void forStreamsThatStay(const Data::Accessor& scene, const SceneModel& model, Use&& use) {
+    for (const auto& [name, node] : scene.associations())
+        for (const Data::Channel& channel : node)
+            for (const Data::Stream& stream : channel)
+                if (!hasStream(model, name, channel, stream)) use(name, channel, stream);
+}
+
+/// Lists the structures of the model that streams which stay have in another form.
+std::string structuresInTheWay(const SceneModel& model, const Data::Accessor& scene) {
+    std::string lines;
+    std::set<std::string> told;
+    forStreamsThatStay(scene, model,
+                       [&](const auto& node, const auto& channel, const auto& stream) {
+                           const Data::Structure& ours = stream.structure();
+                           const auto found = model.structures.find(ours.name());
+                           if (found == model.structures.end() || *found->second == ours) return;
+                           if (!told.insert(ours.name()).second) return;
+                           lines += fmt::format(
+                               "structure {} of the scene has {}, and stream {} of channel {} of "
+                               "node {}, which the "
+                               "document lacks, uses it\n",
+                               inQuotes(ours.name()), differenceOf(ours, *found->second),
+                               inQuotes(stream.name()), inQuotes(channel.name()), shownNode(node));
+                       });
+    return lines;
+}
+
+void demandReadable(const SceneModel& model, const Scene& scene, ImportHow how) {
+    if (scene.complete) return;
+    std::set<std::string> nodes;
+    for (const auto& node : model.nodes) nodes.insert(node.first);
+    if (how == ImportHow::kReplace || !isReadable(scene.accessor->fileName(), nodes))
+        throw CommandError("metadata that the document would replace cannot be read");
+}
+
+void merge(const SceneModel& model, Data::Accessor& scene) {
+    Structures structures = structuresOf(scene);
+    for (const auto& [name, structure] : model.structures) {
+        const auto [there, isNew] = structures.emplace(name, structure);
+        if (!isNew && *there->second != *structure) there->second = structure;
+    }
+    setStructures(scene, structures);
+    for (const auto& [name, node] : model.nodes) {
+        Data::Associations& target = scene.associations()[name];
+        for (const Data::Channel& channel : node) {
+            Data::Channel into = target.channel(channel.name());
+            for (const Data::Stream& stream : channel) into.setDataStream(stream);
+        }
+    }
+}
+
+}  // namespace
+
+void import(const SceneModel& model, const Scene& scene, ImportHow how) {
+    demandReadable(model, scene, how);
+    Data::Accessor& accessor = *scene.accessor;
+    if (how == ImportHow::kReplace) {
+        accessor.associations() = model.nodes;
+        setStructures(accessor, model.structures);
+        return;
+    }
+    const std::string inTheWay = structuresInTheWay(model, accessor);
+    if (!inTheWay.empty())
+        throw CommandError(inTheWay + "nothing was imported; --replace takes the document alone");
+    merge(model, accessor);
+}
+
+}  // namespace orbo::Quilmeta

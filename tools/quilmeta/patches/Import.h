@@ -1,0 +1,20 @@
+// Puts the metadata of a document into a scene.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "json/DocumentReader.h"
+#include "scene/SceneFile.h"
+
+namespace orbo::Quilmeta {
+
+enum class ImportHow {
+    kMerge,    ///< streams and structures replace those of the same name; all others stay
+    kReplace,  ///< the scene has afterwards what the document has
+};
+
+/// Changes the scene in memory, which shares the content of the model then. Throws `CommandError`
+/// with everything that stands in the way, a line each, and the scene as it was: a structure that
+/// would change under a stream that stays, or metadata that cannot be read and may be meant.
+void import(const SceneModel& model, const Scene& scene, ImportHow how);
+
+}  // namespace orbo::Quilmeta
