@@ -8,38 +8,59 @@
 
 #include <data/IndexPair.h>
 
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <utility>
+
 namespace orbo::Quilmeta {
 
 namespace {
 
 template <typename Part>
-void appendList(std::string& out, const Part* parts, size_t count) {
+void appendPart(std::string& out, Part part, NanAs nan) {
+    if constexpr (std::is_floating_point_v<Part>) {
+        using Bits = std::conditional_t<sizeof(Part) == 4, std::uint32_t, std::uint64_t>;
+        const Part usual = std::numeric_limits<Part>::quiet_NaN();
+        if (nan == NanAs::kBits && std::isnan(part) && std::memcmp(&part, &usual, sizeof part) != 0) {
+            Bits bits = 0;
+            std::memcpy(&bits, &part, sizeof bits);
+            fmt::format_to(std::back_inserter(out), "\"NaN:{:#x}\"", bits);
+            return;
+        }
+    }
+    appendJson(out, part);
+}
+
+template <typename Part>
+void appendList(std::string& out, const Part* parts, size_t count, NanAs nan) {
     out += '[';
     for (size_t i = 0; i < count; ++i) {
         if (i > 0) out += ", ";
-        appendJson(out, parts[i]);
+        appendPart(out, parts[i], nan);
     }
     out += ']';
 }
 
 /// Appends one value: a single part, or a list for the sixteen numbers of a matrix.
 template <typename Part>
-void appendValue(std::string& out, const Part* parts, size_t count) {
+void appendValue(std::string& out, const Part* parts, size_t count, NanAs nan) {
     if (count == 1)
-        appendJson(out, *parts);
+        appendPart(out, *parts, nan);
     else
-        appendList(out, parts, count);
+        appendList(out, parts, count, nan);
 }
 
-/// Appends all values of a member: one value alone, or a list of values.
 template <typename Part>
-void appendValues(std::string& out, const Part* parts, const Data::Member& member) {
+void appendValues(std::string& out, const Part* parts, const Data::Member& member, NanAs nan) {
     const size_t partCount = partsPerValue(member.type());
-    if (member.length() == 1) return appendValue(out, parts, partCount);
+    if (member.length() == 1) return appendValue(out, parts, partCount, nan);
     out += '[';
     for (unsigned int i = 0; i < member.length(); ++i) {
         if (i > 0) out += ", ";
-        appendValue(out, parts + i * partCount, partCount);
+        appendValue(out, parts + i * partCount, partCount, nan);
     }
     out += ']';
 }
@@ -57,8 +78,15 @@ void appendIndex(std::string& out, const Data::Index& index) {
     fmt::format_to(std::back_inserter(out), "[{}, {}]", first, second);
 }
 
+void appendMember(std::string& out, const void* parts, const Data::Member& member, NanAs nan) {
+    Data::visitMemberType(member.type(), [&](auto type) {
+        using Part = typename decltype(type)::Scalar;
+        appendValues(out, static_cast<const Part*>(parts), member, nan);
+    });
+}
+
 // The keys are the same for all elements, so they are escaped once.
-JsonElement::JsonElement(const Data::Structure& structure) {
+JsonElement::JsonElement(const Data::Structure& structure, NanAs nan) : fNan(nan) {
     for (const Data::Member& member : structure) {
         std::string key;
         appendJson(key, member.name());
@@ -71,9 +99,13 @@ void JsonElement::append(std::string& out, Data::StreamIterator& element) const 
     out += "{ \"index\": ";
     appendIndex(out, element.index());
     out += ", \"values\": ";
-    Data::Handle& handle = *element;
+    appendValues(out, *element);
+    out += " }";
+}
+
+void JsonElement::appendValues(std::string& out, Data::Handle& handle) const {
     if (!handle.hasData() && !fFields.empty()) {
-        out += "null }";
+        out += "null";
         return;
     }
     out += fNamed ? "{" : "[";
@@ -82,9 +114,9 @@ void JsonElement::append(std::string& out, Data::StreamIterator& element) const 
         if (fNamed) out += fFields[i].key;
         const Data::Member& member = *fFields[i].member;
         handle.setPositionByMemberIndex(i);
-        withParts(handle, member, [&](auto* parts) { appendValues(out, parts, member); });
+        appendMember(out, std::as_const(handle).asType(member.type()), member, fNan);
     }
-    out += fNamed ? " } }" : " ] }";
+    out += fNamed ? " }" : " ]";
 }
 
 }  // namespace orbo::Quilmeta

@@ -11,19 +11,28 @@
 
 namespace orbo::Quilmeta {
 
+/// How a NaN is written: all alike, or also with its bits, "NaN:0xffc00000", where they are not
+/// the usual ones.
+enum class NanAs { kWord, kBits };
+
 /// Appends a number, a pair as a list, or the text of any other index.
 void appendIndex(std::string& out, const Data::Index& index);
+/// Appends all values of a member, which lie side by side from `parts` on: one value alone, or a
+/// list of values.
+void appendMember(std::string& out, const void* parts, const Data::Member& member, NanAs nan);
 
 /// Writes the elements of streams with one structure.
 class JsonElement {
   public:
     /// The structure must not change while this object is used.
-    explicit JsonElement(const Data::Structure& structure);
+    explicit JsonElement(const Data::Structure& structure, NanAs nan = NanAs::kWord);
 
     /// Appends { "index": ..., "values": { MEMBER: VALUE, ... } }. When the name of a member is not
     /// UTF-8, and so cannot be a key, the values are a list in member order. They are null for an
     /// element without data.
     void append(std::string& out, Data::StreamIterator& element) const;
+    /// Appends the values alone.
+    void appendValues(std::string& out, Data::Handle& element) const;
 
   private:
     struct Field {
@@ -32,6 +41,7 @@ class JsonElement {
     };
 
     std::vector<Field> fFields;
+    NanAs fNan;
     bool fNamed = true;
 };
 

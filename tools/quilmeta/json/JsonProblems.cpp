@@ -26,8 +26,8 @@ std::string JsonProblems::text() const {
     sorted.reserve(fProblems.size());
     for (const Problem& problem : fProblems) sorted.push_back(&problem);
     const auto key = [](const Problem* problem) { return std::tie(problem->line, problem->text); };
-    std::stable_sort(sorted.begin(), sorted.end(),
-                     [](const auto* left, const auto* right) { return left->line < right->line; });
+    std::sort(sorted.begin(), sorted.end(),
+              [&](const auto* left, const auto* right) { return key(left) < key(right); });
     std::string text;
     for (size_t i = 0; i < sorted.size(); ++i)
         if (i == 0 || key(sorted[i]) != key(sorted[i - 1]))

@@ -92,9 +92,8 @@ class Events : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Events> {
         return scalar({digits, size});
     }
     bool String(const char* text, rapidjson::SizeType size, bool) {
-        if (skips()) return true;
         fString.clear();
-        appendJson(fString, std::string_view(text, size));
+        if (!skips()) appendJson(fString, std::string_view(text, size));
         return scalar(fString);
     }
     bool Key(const char* text, rapidjson::SizeType size, bool) { return key({text, size}); }
@@ -126,28 +125,26 @@ class Events : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Events> {
 
     /// Before each value.
     void enter() {
-        if (fDepth == 0 || skips() || !frame().isList) return;
+        if (fDepth == 0 || !frame().isList) return;
         if (captures() && frame().count > 0) capture(", ");
         fPath.enter(frame().count++);
     }
     /// Behind each value.
     void leave() {
-        if (fDepth > 0 && !skips()) fPath.leave();
+        if (fDepth > 0) fPath.leave();
     }
 
     bool scalar(std::string_view text) {
-        if (skips()) return true;
         enter();
         if (captures())
             capture(text);
-        else
+        else if (!skips())
             fVisitor.value(fPath, JsonCursor(text, fCharacters.line()));
         leave();
         return true;
     }
 
     bool key(std::string_view key) {
-        if (skips()) return true;
         if (captures()) {
             capture(frame().count > 0 ? ", " : " ");
             fString.clear();
@@ -156,7 +153,8 @@ class Events : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Events> {
         }
         ++frame().count;
         fPath.enter(key);
-        if (!frame().keys.add(key)) fProblems.add(fCharacters.line(), fPath, "comes twice");
+        if (!skips() && !frame().keys.add(key))
+            fProblems.add(fCharacters.line(), fPath, "comes twice");
         return true;
     }
 

@@ -86,7 +86,8 @@ void JsonSource::rewind() {
 
 std::string_view JsonSource::next() {
     if (fDescriptor < 0) return std::exchange(fIsGiven, true) ? std::string_view() : fText;
-    return std::string_view(fPiece).substr(0, readPiece(fDescriptor, fPiece));
+    const size_t count = readPiece(fDescriptor, fPiece);
+    return {fPiece.data(), count};
 }
 
 }  // namespace orbo::Quilmeta

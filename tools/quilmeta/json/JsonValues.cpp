@@ -199,7 +199,7 @@ RefPtr<const Data::Structure> ValueFromJson::structure(JsonCursor& cursor) {
         return {};
     }
     structure->setName(title->c_str());
-    return structure;
+    return RefPtr<const Data::Structure>(structure.get());
 }
 
 template <typename Part>

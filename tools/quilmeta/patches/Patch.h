@@ -1,0 +1,50 @@
+// What differs between the metadata of two scenes, change by change.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "json/JsonReader.h"
+#include "process/Output.h"
+
+#include <string>
+#include <vector>
+
+namespace orbo::Quilmeta {
+
+/// One change. Values are JSON as the document of `export` has them, on one line; a NaN with
+/// unusual bits is "NaN:0xffc00000".
+struct Change {
+    enum class Kind {
+        kSet,        ///< all values of one member
+        kElement,    ///< the values of an element that comes or goes
+        kStream,     ///< a stream that comes or goes, or gets another structure or index type
+        kStructure,  ///< a structure
+    };
+
+    Kind kind = Kind::kSet;
+    std::string structure = {};  ///< the name of the structure; the other names are empty then
+    std::string node = {}, channel = {}, stream = {};
+    std::string index = {};   ///< of an element, in JSON
+    std::string member = {};  ///< for `kSet`
+    /// "null" where there is nothing; for `kSet` that is a null string.
+    std::string before = {}, after = {};
+
+    /// "node arm, channel joints, stream pose, index 3, member side", safe to show.
+    [[nodiscard]] std::string place() const;
+    [[nodiscard]] bool adds() const { return kind != Kind::kSet && before == "null"; }
+    [[nodiscard]] bool removes() const { return kind != Kind::kSet && after == "null"; }
+};
+
+struct Patch {
+    std::vector<Change> changes;
+};
+
+/// The patch that undoes this one.
+Patch reversed(Patch patch);
+
+/// Writes the patch as JSON, a change to a line.
+void write(const Patch& patch, Output& output);
+
+/// Reads what `write` writes. Throws `CommandError` with all problems, a line each.
+Patch readPatch(JsonSource& source);
+
+}  // namespace orbo::Quilmeta
