@@ -26,8 +26,7 @@ TEST(Import, GivesTheSameDocumentAgain) {
         const std::string document = documentOf(*opened(first.accessor->fileName()).accessor);
 
         const Scene second = opened(folder.bareScene(std::string("second") + kind));
-        import(modelOf(document), second,
-               seed % 3 == 0 ? ImportHow::kReplace : ImportHow::kMerge);
+        import(modelOf(document), second, seed % 3 == 0 ? ImportHow::kReplace : ImportHow::kMerge);
         written(second);
         const Scene again = opened(second.accessor->fileName());
         ASSERT_EQ(documentOf(*again.accessor), document) << "seed " << seed;
@@ -67,11 +66,10 @@ std::string element(const std::string& index, const std::string& values) {
 }
 
 TEST(Import, TakesKeysInAnyOrderAndValuesOfEveryForm) {
-    const SceneModel model = modelOf(document(
-        element("7", values("-128", R"(["-Infinity", 0.1])", R"({"base64": "/w=="})", "false",
-                            kMatrix, "18446744073709551615"))));
-    const Data::Stream* stream =
-        model.nodes.at("n").findChannel("c")->findDataStream("s");
+    const SceneModel model = modelOf(
+        document(element("7", values("-128", R"(["-Infinity", 0.1])", R"({"base64": "/w=="})",
+                                     "false", kMatrix, "18446744073709551615"))));
+    const Data::Stream* stream = model.nodes.at("n").findChannel("c")->findDataStream("s");
     const Data::ConstHandle found = stream->element(7);
     EXPECT_EQ(found.get<signed char>("a"), -128);
     EXPECT_EQ(found.get<std::string>("t"), "\xFF");
@@ -115,7 +113,8 @@ TEST(Import, FindsEveryProblemWithLineAndPath) {
              ".values: has fewer values than the structure\n"},
         {"7", place + ": is not an object\n"},
         {"{\"index\": 0\n\n \"values\"}",
-         "line 4: $.associations[0].channels[0].streams[0].elements[0]: is no JSON: missing a comma "
+         "line 4: $.associations[0].channels[0].streams[0].elements[0]: is no JSON: missing a "
+         "comma "
          "or '}' after an object member\n"},
     };
     for (const auto& row : rows) EXPECT_EQ(problemsOf(document(row.elements)), row.problems);
@@ -154,7 +153,8 @@ TEST(Import, FindsProblemsOfTheOutline) {
          "line 4: $.associations[1]: comes twice: node \"n\"\n"},
         {std::string(100'000, '['), "line 1: $" + zeros + ": is nested too deeply\n"},
         {"\xEF\xBB\xBF{\"\xFF\": 1}", "line 1: $: is no JSON: invalid encoding in string\n"},
-        {R"({"quilmeta": 1, "structures": [], "associations": []})" + std::string("\0{}", 3), "line 1: $: is no JSON: has a byte 0 behind its end\n"},
+        {R"({"quilmeta": 1, "structures": [], "associations": []})" + std::string("\0{}", 3),
+         "line 1: $: is no JSON: has a byte 0 behind its end\n"},
     };
     for (const auto& row : rows) EXPECT_EQ(problemsOf(row.document), row.problems);
 }

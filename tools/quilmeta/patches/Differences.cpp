@@ -37,9 +37,10 @@ void pairUp(const std::vector<Item>& left, const std::vector<Item>& right, Use&&
     auto ours = left.begin();
     auto theirs = right.begin();
     while (ours != left.end() || theirs != right.end()) {
-        const bool onlyOurs = theirs == right.end() ||
-                              (ours != left.end() && nameOf(*ours) < nameOf(*theirs));
-        const bool onlyTheirs = !onlyOurs && (ours == left.end() || nameOf(*theirs) < nameOf(*ours));
+        const bool onlyOurs =
+            theirs == right.end() || (ours != left.end() && nameOf(*ours) < nameOf(*theirs));
+        const bool onlyTheirs =
+            !onlyOurs && (ours == left.end() || nameOf(*theirs) < nameOf(*ours));
         const Item* const our = onlyTheirs ? nullptr : &*ours++;
         const Item* const their = onlyOurs ? nullptr : &*theirs++;
         use(our, their);

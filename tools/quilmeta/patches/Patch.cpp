@@ -116,8 +116,9 @@ class PatchReader : public JsonVisitor {
             }
             if (const auto kind = kindFor(cursor.string())) return kind;
         }
-        from.problem(here, "has no \"change\" that is \"set\", \"element\", \"stream\" or "
-                           "\"structure\"");
+        from.problem(here,
+                     "has no \"change\" that is \"set\", \"element\", \"stream\" or "
+                     "\"structure\"");
         return {};
     }
 
@@ -130,8 +131,8 @@ class PatchReader : public JsonVisitor {
         size_t keys = 0;
         bool good = from.object(cursor, [&](const std::string& key) {
             if (std::string* name = nameOf(change, key)) {
-                const auto text = key == "structure" || key == "member" ? from.name(cursor)
-                                                                         : from.text(cursor);
+                const auto text =
+                    key == "structure" || key == "member" ? from.name(cursor) : from.text(cursor);
                 *name = text.value_or("");
             } else if (std::string* value = valueOf(change, key)) {
                 *value = onOneLine(cursor.skip());
@@ -179,8 +180,8 @@ void write(const Patch& patch, Output& output) {
     const char* gap = "\n  ";
     for (Change change : patch.changes) {
         std::string line = std::string(gap) + "{ \"change\": \"" + wordFor(change.kind) + '"';
-        for (const char* key : {"structure", "node", "channel", "stream", "index", "member", "old",
-                                "new"}) {
+        for (const char* key :
+             {"structure", "node", "channel", "stream", "index", "member", "old", "new"}) {
             std::string json;
             if (const std::string* name = nameOf(change, key))
                 appendJson(json, std::string_view(*name));
