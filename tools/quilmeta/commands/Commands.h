@@ -33,11 +33,11 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},           {nullptr, makeFind},
-    {nullptr, makeExport}, {nullptr, makeImport},         {nullptr, makeSet},
-    {nullptr, makeCopy},           {&kRefsGroup, makeRefsList},
-    {&kRefsGroup, makeRefsRepath}, {nullptr, makeCheck},
-    {nullptr, makeRecover},
+    {nullptr, makeShow},         {nullptr, makeFind},
+    {nullptr, makeExport},       {nullptr, makeImport},
+    {nullptr, makeSet},          {nullptr, makeCopy},
+    {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
+    {nullptr, makeCheck},        {nullptr, makeRecover},
 };
 
 }  // namespace orbo::Quilmeta
