@@ -5,45 +5,37 @@ file(GLOB QUILMETA_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tools/quilmet
 if(QUILMETA_SOURCES)
     find_package(CLI11 REQUIRED)
     find_package(fmt REQUIRED)
+    find_package(Threads REQUIRED)
     find_path(RAPIDJSON_INCLUDE_DIR rapidjson/reader.h REQUIRED)
     find_path(UTF8PROC_INCLUDE_DIR utf8proc.h REQUIRED)
-    # The archive where there is one, so that quilmeta does not need this library at run time.
-    find_library(UTF8PROC_LIBRARY NAMES libutf8proc.a utf8proc REQUIRED)
     find_path(RE2_INCLUDE_DIR re2/re2.h REQUIRED)
+    # The archives where there are any, so that quilmeta starts quickly and needs nothing at run time.
+    find_library(UTF8PROC_LIBRARY NAMES libutf8proc.a utf8proc REQUIRED)
     find_library(RE2_LIBRARY NAMES libre2.a re2 REQUIRED)
-    find_package(Threads REQUIRED)  # RE2 locks with them
 
-    # Everything but main, so that tests can link it.
-    add_library(QuilmetaObjects OBJECT ${QUILMETA_SOURCES})
-    target_link_libraries(QuilmetaObjects PUBLIC orbo::MetaData CLI11::CLI11 fmt::fmt
+    add_library(QuilmetaSources OBJECT ${QUILMETA_SOURCES})
+    target_link_libraries(QuilmetaSources PUBLIC MetaDataObjects CLI11::CLI11 fmt::fmt-header-only
                           ${UTF8PROC_LIBRARY} ${RE2_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
-    target_include_directories(QuilmetaObjects PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
-    target_include_directories(QuilmetaObjects SYSTEM PRIVATE ${UTF8PROC_INCLUDE_DIR}
-                               ${RAPIDJSON_INCLUDE_DIR})
-    target_include_directories(QuilmetaObjects SYSTEM PUBLIC ${RE2_INCLUDE_DIR})
-    target_compile_definitions(QuilmetaObjects PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
-    # It gives files rights as the library does, by functions that the library does not export.
-    target_include_directories(QuilmetaObjects PRIVATE ${PROJECT_SOURCE_DIR}/src)
-    if(BUILD_SHARED_LIBS)
-        target_sources(QuilmetaObjects PRIVATE ${PROJECT_SOURCE_DIR}/src/files/FileAccess.cpp
-            ${PROJECT_SOURCE_DIR}/src/files/posix/PosixAccess.cpp)
-    endif()
-    metadata_warnings(QuilmetaObjects)
+    target_include_directories(QuilmetaSources PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
+    target_include_directories(QuilmetaSources SYSTEM PUBLIC ${UTF8PROC_INCLUDE_DIR}
+                               ${RAPIDJSON_INCLUDE_DIR} ${RE2_INCLUDE_DIR})
+    target_compile_definitions(QuilmetaSources PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
+    metadata_warnings(QuilmetaSources)
+
+    # Everything but main, the library included, for quilmeta and for tests. The tool reaches hidden
+    # parts of the library: it gives files rights as the library does.
+    add_library(QuilmetaObjects INTERFACE)
+    target_sources(QuilmetaObjects INTERFACE $<TARGET_OBJECTS:QuilmetaSources>
+                   $<TARGET_OBJECTS:MetaDataObjects>)
+    target_link_libraries(QuilmetaObjects INTERFACE QuilmetaSources)
 
     add_executable(quilmeta ${PROJECT_SOURCE_DIR}/tools/quilmeta/main.cpp)
     target_link_libraries(quilmeta PRIVATE QuilmetaObjects)
-    # Plug-ins of a quilmeta that has the library inside use this one: all of it is there, and
-    # exported as the shared library would.
-    if(NOT BUILD_SHARED_LIBS)
-        file(READ ${PROJECT_SOURCE_DIR}/cmake/MetaData.map exports)
-        string(REGEX MATCH "extern \"C\\+\\+\" {[^}]*};" exports "${exports}")
-        file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/quilmeta.exports CONTENT "{ @exports@ };\n" @ONLY)
-        target_sources(quilmeta PRIVATE $<TARGET_OBJECTS:MetaDataObjects>)
-        target_link_options(quilmeta PRIVATE
-            -Wl,--dynamic-list=${PROJECT_BINARY_DIR}/quilmeta.exports)
-    endif()
-    file(RELATIVE_PATH METADATA_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR}
-         ${CMAKE_INSTALL_FULL_LIBDIR})
-    set_target_properties(quilmeta PROPERTIES INSTALL_RPATH "$ORIGIN/${METADATA_BIN_TO_LIB}")
     metadata_warnings(quilmeta)
+    # Plug-ins use the library that is inside: all of it is there, and exported as the shared library
+    # would.
+    file(READ ${PROJECT_SOURCE_DIR}/cmake/MetaData.map exports)
+    string(REGEX MATCH "extern \"C\\+\\+\" {[^}]*};" exports "${exports}")
+    file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/quilmeta.exports CONTENT "{ @exports@ };\n" @ONLY)
+    target_link_options(quilmeta PRIVATE -Wl,--dynamic-list=${PROJECT_BINARY_DIR}/quilmeta.exports)
 endif()

@@ -95,6 +95,11 @@ CommandLine::CommandLine()
     Options(*fApp).flag("-q,--quiet", fQuiet, "Say nothing but results and what is wrong");
     Options(*fApp).flag("-v,--verbose", fVerbose, "Say of each file what became of it");
     Options(*fApp).optional("--color", "WHEN", fColors, "auto, always or never");
+}
+
+CommandLine::~CommandLine() = default;
+
+void CommandLine::addCommands(const std::vector<std::string>& words) {
     const Command::Help* group = nullptr;
     CLI::App* groupApp = nullptr;
     for (const CommandEntry& entry : kCommands) {
@@ -103,14 +108,17 @@ CommandLine::CommandLine()
             groupApp->require_subcommand(1);
         }
         group = entry.group;
-        add(group ? *groupApp : *fApp, entry.make());
+        add(group ? *groupApp : *fApp, entry.make(), words);
     }
 }
 
-CommandLine::~CommandLine() = default;
-
-void CommandLine::add(CLI::App& app, std::unique_ptr<Command> command) {
-    CLI::App* added = addApp(app, command->help());
+// Options take most of the time that the program needs to start, so only commands whose name is
+// among the words get theirs. No other can be called, or asked for help.
+void CommandLine::add(CLI::App& app, std::unique_ptr<Command> command,
+                      const std::vector<std::string>& words) {
+    const Command::Help& help = command->help();
+    CLI::App* added = addApp(app, help);
+    if (std::find(words.begin(), words.end(), help.name) == words.end()) return;
     Options options(*added);
     command->declare(options);
     added->callback([this, called = command.get()] { fCalled = called; });
@@ -120,8 +128,10 @@ void CommandLine::add(CLI::App& app, std::unique_ptr<Command> command) {
 // The callback of a command only notes that it was called. It runs later, so that plug-ins can be
 // loaded first, and so that its exceptions do not pass through CLI11.
 Command* CommandLine::parse(int argc, char** argv, Output& output) {
+    std::vector<std::string> words = reversedWords(argc, argv);
+    addCommands(words);
     try {
-        fApp->parse(reversedWords(argc, argv));
+        fApp->parse(std::move(words));
     } catch (const CLI::CallForHelp&) {
         output.write(Called(*fApp).help());
         return nullptr;

@@ -31,7 +31,9 @@ class CommandLine {
     [[nodiscard]] const std::vector<std::string>& plugins() const { return fPlugins; }
 
   private:
-    void add(CLI::App& app, std::unique_ptr<Command> command);
+    void addCommands(const std::vector<std::string>& words);
+    void add(CLI::App& app, std::unique_ptr<Command> command,
+             const std::vector<std::string>& words);
     void applyOptions() const;
 
     std::unique_ptr<CLI::App> fApp;
