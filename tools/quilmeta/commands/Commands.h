@@ -14,6 +14,10 @@ std::unique_ptr<Command> makeExport();
 std::unique_ptr<Command> makeImport();
 std::unique_ptr<Command> makeSet();
 std::unique_ptr<Command> makeCopy();
+std::unique_ptr<Command> makeRemove();
+std::unique_ptr<Command> makeRename();
+std::unique_ptr<Command> makeDefine();
+std::unique_ptr<Command> makeAdd();
 std::unique_ptr<Command> makeRefsList();
 std::unique_ptr<Command> makeRefsRepath();
 std::unique_ptr<Command> makeCheck();
@@ -33,11 +37,11 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},         {nullptr, makeFind},
-    {nullptr, makeExport},       {nullptr, makeImport},
-    {nullptr, makeSet},          {nullptr, makeCopy},
-    {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck},        {nullptr, makeRecover},
+    {nullptr, makeShow},   {nullptr, makeFind},         {nullptr, makeExport},
+    {nullptr, makeSet},    {nullptr, makeDefine},       {nullptr, makeAdd},
+    {nullptr, makeRemove}, {nullptr, makeRename},       {nullptr, makeCopy},
+    {nullptr, makeImport}, {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
+    {nullptr, makeCheck},  {nullptr, makeRecover},
 };
 
 }  // namespace orbo::Quilmeta

@@ -82,6 +82,18 @@ void addList(std::vector<std::string>& names, const std::string& list, char end)
 
 }  // namespace
 
+std::vector<std::string> takeAssignments(FileArguments& arguments) {
+    const auto isFile = [](const std::string& word) {
+        const size_t sign = word.find_first_of("=/");
+        return sign == std::string::npos || word[sign] == '/';
+    };
+    std::vector<std::string>& words = arguments.words;
+    const auto assignments = std::stable_partition(words.begin(), words.end(), isFile);
+    std::vector<std::string> taken(assignments, words.end());
+    words.erase(assignments, words.end());
+    return taken;
+}
+
 std::vector<std::string> filesOf(const FileArguments& arguments) {
     std::vector<std::string> names = arguments.words;
     if (arguments.filesFrom) addList(names, *arguments.filesFrom, '\n');

@@ -20,6 +20,10 @@ struct FileArguments {
     size_t jobs = 0;                        ///< files at once; 0 is the number of processors
 };
 
+/// Takes the words that are no files, but assignments such as `side=1`, out of the arguments: those
+/// with "=" unless "/" stands before the first. So `./a=b.kx` is a file.
+std::vector<std::string> takeAssignments(FileArguments& arguments);
+
 /// The files in the order of the arguments. A folder becomes the scenes in it, by the extensions
 /// that are known, sorted by name: symbolic links in it are not followed, and journals are left
 /// out. Throws `CommandError` when there is no file at all, or a list cannot be read. A folder that

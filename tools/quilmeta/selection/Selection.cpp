@@ -18,13 +18,13 @@ std::string Selection::text() const {
     return text;
 }
 
+NamePatterns SelectionArguments::patterns(const std::vector<std::string>& texts) const {
+    NamePatterns result;
+    for (const std::string& text : texts) result.add(text, as());
+    return result;
+}
+
 Selection SelectionArguments::selection() const {
-    const auto patterns = [&](const std::vector<std::string>& texts) {
-        NamePatterns result;
-        for (const std::string& text : texts)
-            result.add(text, fixed ? NamePatterns::As::kLiteral : NamePatterns::As::kGlob);
-        return result;
-    };
     return {patterns(nodes), patterns(channels), patterns(streams)};
 }
 

@@ -26,6 +26,11 @@ struct SelectionArguments {
     bool fixed = false;  ///< names, not patterns
 
     [[nodiscard]] Selection selection() const;
+    /// Patterns, or names where `fixed`, of other things than these three.
+    [[nodiscard]] NamePatterns patterns(const std::vector<std::string>& texts) const;
+    [[nodiscard]] NamePatterns::As as() const {
+        return fixed ? NamePatterns::As::kLiteral : NamePatterns::As::kGlob;
+    }
 };
 
 }  // namespace orbo::Quilmeta

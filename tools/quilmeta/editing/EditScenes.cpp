@@ -1,0 +1,36 @@
+// One edit of many scenes.
+// SPDX-License-Identifier: Apache-2.0
+#include "editing/EditScenes.h"
+
+#include "process/Messages.h"
+#include "process/Signals.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <atomic>
+
+namespace orbo::Quilmeta {
+
+Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output& output,
+                   const std::string& selection, const std::function<Edited(Scene&)>& edit) {
+    std::atomic<bool> found = false;
+    const auto work = [&](const FileTurn& turn) {
+        Scene scene = openScene(turn.file, access);
+        const Edited edited = edit(scene);
+        if (edited.selected > 0) found = true;
+        if (!edited.changed) return FileResult(scene.outcome());
+        writeScene(*scene.accessor, access);
+        remark(fmt::format("{}: {}", subjectOf(turn.file), edited.report));
+        return FileResult(scene.outcome(), true);
+    };
+    const std::vector<std::string> names = filesOf(files);
+    const Outcome outcome = editFiles(names, access, files.jobs, output, work);
+    // An empty list of files is no misspelt selection.
+    if (found || names.empty() || outcome == Outcome::kFailed || Signals::received() != 0)
+        return outcome;
+    complain("", "nothing matches" + selection);
+    return std::max(outcome, Outcome::kNothingSelected);
+}
+
+}  // namespace orbo::Quilmeta
