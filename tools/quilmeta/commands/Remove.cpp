@@ -58,8 +58,9 @@ class Remove : public Command {
         if (fAll && (wantsParts() || wantsStructures()))
             throw UsageError("--all and a selection exclude each other");
         if (wantsParts() && wantsStructures())
-            throw UsageError("--structure and --unused go with no --node, --channel, --stream "
-                             "or --index");
+            throw UsageError(
+                "--structure and --unused go with no --node, --channel, --stream "
+                "or --index");
     }
 
     [[nodiscard]] std::string selectionText() const {
@@ -72,8 +73,7 @@ class Remove : public Command {
     [[nodiscard]] Edited remove(Scene& scene) const {
         size_t count = 0;
         const char* what = "structure";
-        if (fAll)
-            return removeAll(scene);
+        if (fAll) return removeAll(scene);
         if (wantsStructures()) {
             count = removeStructures(*scene.accessor, fNames, scene.complete);
         } else if (!fIndices.empty()) {

@@ -1,9 +1,9 @@
 // quilmeta rename: gives what scenes hold other names.
 // SPDX-License-Identifier: Apache-2.0
+#include "editing/Rename.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "editing/EditScenes.h"
-#include "editing/Rename.h"
 #include "process/CommandError.h"
 #include "scene/References.h"
 #include "values/SafeText.h"
@@ -22,7 +22,8 @@ constexpr Command::Help kHelp = {"rename", "Rename nodes, channels, streams and 
 Renames what the deepest of --node, --channel and --stream fits; the others say
 where. --structure renames structures, and with --member their members; --index
 gives the element another index. Each * and ? of --to is what the one in its place
-of the pattern stood for. Names may be exchanged. A scene in which two would
+of the pattern stood for. With a --to for each pattern names are exchanged, as by
+--node a --to b --node b --to a. A scene in which two would
 have one name stays as it is. With --node the table of external files follows.
 Examples:
   quilmeta rename shots -r --node 'old:*' --to 'new:*'
@@ -37,7 +38,7 @@ class Rename : public Command {
         options.repeated("--structure", "GLOB", fStructures, "Structures");
         options.repeated("--member", "GLOB", fMembers, "Members of structures");
         options.optional("--index", "INDEX", fIndex, "Element with this index");
-        options.required("--to", "GLOB", fTo, "The new name");
+        options.repeated("--to", "GLOB", fTo, "New name, one for each pattern or one for all");
         options.flag("--no-refs", fNoReferences, "Leave the table of external files");
         options.writing(fAccess);
     }
@@ -65,14 +66,19 @@ class Rename : public Command {
     void demandOneKind() const {
         const bool structures = !fStructures.empty() || !fMembers.empty();
         if (fSelection.everything() && !structures)
-            throw UsageError("what to rename is not said: give --node, --channel, --stream, "
-                             "--structure or --member");
+            throw UsageError(
+                "what to rename is not said: give --node, --channel, --stream, "
+                "--structure or --member");
         if (structures && (!fSelection.everything() || fIndex))
-            throw UsageError("--structure and --member go with no --node, --channel, --stream "
-                             "or --index");
-        const bool nodes = isAboutNodes();
-        const auto& names = fSelected.nodes;
-        if (nodes && (fTo.empty() || std::count(names.begin(), names.end(), "") > 0))
+            throw UsageError(
+                "--structure and --member go with no --node, --channel, --stream "
+                "or --index");
+        if (fTo.empty()) throw UsageError("--to is required");
+        if (fIndex && fTo.size() > 1) throw UsageError("one element takes one --to");
+        const auto hasEmpty = [](const std::vector<std::string>& names) {
+            return std::count(names.begin(), names.end(), "") > 0;
+        };
+        if (isAboutNodes() && (hasEmpty(fTo) || hasEmpty(fSelected.nodes)))
             throw UsageError("the scene itself has no name to change");
     }
 
@@ -80,10 +86,10 @@ class Rename : public Command {
         return kind() == Kind::kPart && deepestLevel(fSelection) == Level::kNode;
     }
 
-    [[nodiscard]] NamePatterns patternsToRename() const {
-        if (kind() == Kind::kMember) return fSelected.patterns(fMembers);
-        if (kind() == Kind::kStructure) return fSelected.patterns(fStructures);
-        return patternsOf(fSelection, deepestLevel(fSelection));
+    [[nodiscard]] const std::vector<std::string>& patternsToRename() const {
+        if (kind() == Kind::kMember) return fMembers;
+        if (kind() == Kind::kStructure) return fStructures;
+        return patternsOf(fSelection, deepestLevel(fSelection)).texts();
     }
 
     [[nodiscard]] std::string selectionText() const {
@@ -95,7 +101,8 @@ class Rename : public Command {
 
     [[nodiscard]] Renamed rename(Scene& scene) const {
         Data::Accessor& accessor = *scene.accessor;
-        if (kind() == Kind::kElement) return renameElements(accessor, fSelection, *fIndex, fTo);
+        if (kind() == Kind::kElement)
+            return renameElements(accessor, fSelection, *fIndex, fTo.front());
         if (kind() == Kind::kPart) {
             Renamed renamed = renameParts(accessor, fSelection, *fNewName);
             if (isAboutNodes() && !fNoReferences)
@@ -126,9 +133,8 @@ class Rename : public Command {
     FileArguments fFiles;
     SelectionArguments fSelected;
     Selection fSelection;
-    std::vector<std::string> fStructures, fMembers;
+    std::vector<std::string> fStructures, fMembers, fTo;
     std::optional<std::string> fIndex;
-    std::string fTo;
     std::optional<NewName> fNewName;
     bool fNoReferences = false;
     SceneAccess fAccess;

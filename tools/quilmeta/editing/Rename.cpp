@@ -150,19 +150,29 @@ RefPtr<const Data::Structure> withNames(const Data::Structure& structure,
 
 }  // namespace
 
-NewName::NewName(NamePatterns from, const std::string& to, NamePatterns::As as)
-    : fFrom(std::move(from)), fTo(globOf(to, as)) {
-    for (const std::string& text : fFrom.texts())
-        if (globOf(text, as).wildcards() != fTo.wildcards())
-            throw UsageError(fmt::format("the wildcards of --to {} are not those of {}: each * "
-                                         "and ? stands for what the one in its place stood for",
-                                         inQuotes(to), inQuotes(text)));
+NewName::NewName(const std::vector<std::string>& from, const std::vector<std::string>& to,
+                 NamePatterns::As as) {
+    if (to.size() != 1 && to.size() != from.size())
+        throw UsageError(fmt::format("{} for {}: give one --to for each, or one for all",
+                                     counted(to.size(), "new name"),
+                                     counted(from.size(), "pattern")));
+    for (size_t i = 0; i < from.size(); ++i) {
+        const std::string& newName = to[to.size() == 1 ? 0 : i];
+        fPairs.push_back({globOf(from[i], as), globOf(newName, as)});
+        if (fPairs.back().from.wildcards() != fPairs.back().to.wildcards())
+            throw UsageError(
+                fmt::format("--to {} has other wildcards than {}: each stands for "
+                            "what the one in its place stood for",
+                            inQuotes(newName), inQuotes(from[i])));
+    }
 }
 
 std::optional<std::string> NewName::of(const std::string& name) const {
-    const Glob* pattern = fFrom.patternFor(name);
-    if (!pattern) return {};
-    return fTo.filledWith(*pattern->captures(name));
+    for (const Pair& pair : fPairs) {
+        if (name.empty() && !pair.from.onlyText()) continue;
+        if (const auto captures = pair.from.captures(name)) return pair.to.filledWith(*captures);
+    }
+    return {};
 }
 
 Renames planRenames(const std::set<std::string>& names, const std::set<std::string>& selected,
@@ -179,11 +189,11 @@ Renames planRenames(const std::set<std::string>& names, const std::set<std::stri
     }
     for (const auto& [to, from] : sources)
         if (from.size() > 1)
-            collisions += fmt::format("{} {} would be the new name of {}\n", place, inQuotes(to),
-                                      shortList(from, [&](const std::string& name) {
-                                          return name == to ? "one that has it already"
-                                                            : inQuotes(name);
-                                      }));
+            collisions +=
+                fmt::format("{} {} would be the new name of {}\n", place, inQuotes(to),
+                            shortList(from, [&](const std::string& name) {
+                                return name == to ? "one that has it already" : inQuotes(name);
+                            }));
     return renames;
 }
 
@@ -194,9 +204,9 @@ Renamed renameParts(Data::Accessor& scene, const Selection& selection, const New
     for (const auto& [container, selected] :
          selectedByContainer(partsOf(scene, selection, level), level)) {
         const std::set<std::string> names = namesBeside(scene, level, container);
-        plans.push_back({{container.first, container.second, {}},
-                         planRenames(names, selected, newName, placeOf(level, container),
-                                     collisions)});
+        plans.push_back(
+            {{container.first, container.second, {}},
+             planRenames(names, selected, newName, placeOf(level, container), collisions)});
     }
     refuse(collisions);
     Renamed renamed;

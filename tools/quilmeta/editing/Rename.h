@@ -13,6 +13,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -20,15 +21,20 @@ namespace orbo::Quilmeta {
 /// places of the wildcards of the new one's, by position.
 class NewName {
   public:
-    /// Throws `UsageError` unless each pattern has the wildcards of `to`, in number and kind.
-    NewName(NamePatterns from, const std::string& to, NamePatterns::As as);
+    /// Takes a new name for each pattern, or one for all. The first pattern that fits a name
+    /// counts. Throws `UsageError` unless a pattern has the wildcards of its new name, in number
+    /// and kind.
+    NewName(const std::vector<std::string>& from, const std::vector<std::string>& to,
+            NamePatterns::As as);
 
     /// No value for a name that no pattern fits.
     [[nodiscard]] std::optional<std::string> of(const std::string& name) const;
 
   private:
-    NamePatterns fFrom;
-    Glob fTo;
+    struct Pair {
+        Glob from, to;
+    };
+    std::vector<Pair> fPairs;
 };
 
 /// Renames within one set of names, such as the streams of a channel.

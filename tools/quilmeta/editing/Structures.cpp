@@ -182,8 +182,7 @@ RefPtr<const Data::Structure> withMembers(const Data::Structure& structure,
                                                inQuotes(structure.name()), inQuotes(member.name()),
                                                typeText(*present)));
             if (present) continue;
-            const auto added =
-                result->tryAddMember(member.type(), member.length(), member.name());
+            const auto added = result->tryAddMember(member.type(), member.length(), member.name());
             if (!added) throw CommandError(inQuotes(text) + ": " + added.reason());
         }
     }
