@@ -10,7 +10,9 @@
 #include <data/Stream.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -35,7 +37,7 @@ class ModelTest : public testing::Test {
         Data::Stream stream(*fStructure, path.substr(second + 1));
         stream.emplaceElement(3).set("id", 7);
         Data::Handle element = stream.element(3);
-        element.set("labels", std::vector<std::string>{"a", "b"});
+        element.set("labels", std::array<std::string, 2>{"a", "b"});
         fScene->associations()[path.substr(0, first)]
             .channel(path.substr(first + 1, second - first - 1))
             .setDataStream(stream);
@@ -149,10 +151,10 @@ TEST(Renames, ListEveryCollision) {
     } rows[] = {
         {{"a", "b"}, "a", "c", ""},
         {{"aa", "aaa", "b"}, "a*", "*", ""},
-        {{"a", "b"}, "a", "b", "x \"b\" would be the new name of \"a\", one that has it already\n"},
+        {{"a", "b"}, "a", "b", "x \"a\" would be \"b\", which is there\n"},
         {{"a1", "b1"}, "?1", "?", ""},
         {{"1b", "2b"}, "?b", "b?\\?", ""},
-        {{"a", "aa"}, "a*", "*", "x \"a\" would have no name\n"},
+        {{"a", "aa"}, "a*", "*", "x \"a\" would be \"\"\n"},
     };
     for (const auto& row : rows) {
         const NewName newName({row.pattern}, {row.to}, NamePatterns::As::kGlob);
@@ -167,7 +169,7 @@ TEST(Renames, RefuseTwoSourcesOfOneName) {
     const NewName newName({"a", "b"}, {"c"}, NamePatterns::As::kGlob);
     const Renames renames = planRenames({"a", "b"}, {"a", "b"}, newName, "x", collisions);
     EXPECT_EQ(renames.selected, 2U);
-    EXPECT_EQ(collisions, "x \"c\" would be the new name of \"a\", \"b\"\n");
+    EXPECT_EQ(collisions, "x \"a\", \"b\" would be \"c\"\n");
 }
 
 TEST_F(ModelTest, KeepsValuesWhenAStructureGrows) {
@@ -179,9 +181,9 @@ TEST_F(ModelTest, KeepsValuesWhenAStructureGrows) {
         const Data::Stream& stream = findStream(*fScene, address);
         EXPECT_EQ(&stream.structure(), &longer);
         EXPECT_EQ(stream.element(3).get<int>("id"), 7);
-        EXPECT_EQ(stream.element(3).get<std::vector<std::string>>("labels"),
-                  (std::vector<std::string>{"a", "b"}));
-        EXPECT_EQ(stream.element(3).get<std::vector<float>>("at"), std::vector<float>(3));
+        EXPECT_EQ((stream.element(3).get<std::array<std::string, 2>>("labels")),
+                  (std::array<std::string, 2>{"a", "b"}));
+        EXPECT_EQ((stream.element(3).get<std::array<float, 3>>("at")), (std::array<float, 3>{}));
     }
 }
 

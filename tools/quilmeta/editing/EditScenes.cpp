@@ -14,6 +14,9 @@ namespace orbo::Quilmeta {
 
 Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output& output,
                    const std::string& selection, const std::function<Edited(Scene&)>& edit) {
+    const std::vector<std::string> names = filesOf(files);
+    // Of many files the sum is enough, unless the user wants to hear about each.
+    const bool reports = names.size() == 1 || verbosity() == Verbosity::kVerbose;
     std::atomic<bool> found = false;
     const auto work = [&](const FileTurn& turn) {
         Scene scene = openScene(turn.file, access);
@@ -21,10 +24,9 @@ Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output
         if (edited.selected > 0) found = true;
         if (!edited.changed) return FileResult(scene.outcome());
         writeScene(*scene.accessor, access);
-        remark(fmt::format("{}: {}", subjectOf(turn.file), edited.report));
+        if (reports) remark(fmt::format("{}: {}", subjectOf(turn.file), edited.report));
         return FileResult(scene.outcome(), true);
     };
-    const std::vector<std::string> names = filesOf(files);
     const Outcome outcome = editFiles(names, access, files.jobs, output, work);
     // An empty list of files is no misspelt selection.
     if (found || names.empty() || outcome == Outcome::kFailed || Signals::received() != 0)

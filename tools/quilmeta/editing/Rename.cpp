@@ -182,18 +182,19 @@ Renames planRenames(const std::set<std::string>& names, const std::set<std::stri
     for (const std::string& name : names) {
         const auto to = selected.count(name) > 0 ? newName.of(name) : std::nullopt;
         if (to) ++renames.selected;
-        if (to && *to != name) renames.pairs.emplace(name, *to);
-        if (to && to->empty() && !name.empty())
-            collisions += fmt::format("{} {} would have no name\n", place, inQuotes(name));
-        sources[to.value_or(name)].push_back(name);
+        if (!to || *to == name) continue;
+        renames.pairs.emplace(name, *to);
+        sources[*to].push_back(name);
     }
-    for (const auto& [to, from] : sources)
-        if (from.size() > 1)
-            collisions +=
-                fmt::format("{} {} would be the new name of {}\n", place, inQuotes(to),
-                            shortList(from, [&](const std::string& name) {
-                                return name == to ? "one that has it already" : inQuotes(name);
-                            }));
+    for (const auto& [to, from] : sources) {
+        const bool stays = names.count(to) > 0 && renames.pairs.count(to) == 0;
+        if (from.size() == 1 && !stays && !to.empty()) continue;
+        collisions +=
+            fmt::format("{} {} would be {}{}\n", place, shortList(from, inQuotes), inQuotes(to),
+                        to.empty() ? ""
+                        : stays    ? ", which is there"
+                                   : "");
+    }
     return renames;
 }
 

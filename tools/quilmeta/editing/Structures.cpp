@@ -103,6 +103,27 @@ Data::Stream withStructure(const Data::Stream& stream, const Data::Structure& st
     return result;
 }
 
+/// Makes a structure of its text. `subject` is what messages call the text.
+RefPtr<const Data::Structure> parse(const std::string& text, const std::string& subject) {
+    std::istringstream in(text);
+    std::string errors;
+    RefPtr<const Data::Structure> structure(
+        Data::StructureSerializerRaw::theFormat().read(in, errors));
+    const FieldCount fields(text);
+    if (!structure) throw CommandError(subject + ": " + errors);
+    if (fields.names > 1) throw CommandError(subject + " has a name too many");
+    if (*structure->name() == '\0') throw CommandError(subject + " has an empty name");
+    // The format leaves such members out without a word, for the sake of old files.
+    if (structure->memberCount() + fields.names != fields.all)
+        throw CommandError(subject + " has a member twice, or one without values");
+    return structure;
+}
+
+/// Makes a structure, of some name, of the text of its members.
+RefPtr<const Data::Structure> parseMembers(const std::string& text) {
+    return parse("name=members:" + text, inQuotes(text));
+}
+
 /// Says why the structure must stay; empty when nobody uses it.
 std::string reasonToKeep(const std::string& name, const std::vector<std::string>& users) {
     if (users.empty()) return {};
@@ -140,19 +161,7 @@ const Data::Structure& findStructure(const Data::Accessor& scene, const std::str
 }
 
 RefPtr<const Data::Structure> parseStructure(const std::string& text) {
-    std::istringstream in(text);
-    std::string errors;
-    RefPtr<const Data::Structure> structure(
-        Data::StructureSerializerRaw::theFormat().read(in, errors));
-    const FieldCount fields(text);
-    if (!structure)
-        throw CommandError(fmt::format("{} is no structure: {}", inQuotes(text), errors));
-    if (fields.names > 1) throw CommandError(inQuotes(text) + " has two names");
-    if (*structure->name() == '\0') throw CommandError(inQuotes(text) + " has an empty name");
-    // The format leaves such members out without a word, for the sake of old files.
-    if (structure->memberCount() + fields.names != fields.all)
-        throw CommandError(inQuotes(text) + " has a member twice, or one without values");
-    return structure;
+    return parse(text, inQuotes(text));
 }
 
 bool define(Data::Accessor& scene, const Data::Structure& structure) {
@@ -174,7 +183,7 @@ RefPtr<const Data::Structure> withMembers(const Data::Structure& structure,
                                           const std::vector<std::string>& members) {
     RefPtr<Data::Structure> result(new Data::Structure(structure));
     for (const std::string& text : members) {
-        const RefPtr<const Data::Structure> given = parseStructure("name=any:" + text);
+        const RefPtr<const Data::Structure> given = parseMembers(text);
         for (const Data::Member& member : *given) {
             const Data::Member* present = result->member(member.name());
             if (present && typeText(*present) != typeText(member))
