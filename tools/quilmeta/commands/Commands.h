@@ -10,6 +10,7 @@ namespace orbo::Quilmeta {
 
 std::unique_ptr<Command> makeShow();
 std::unique_ptr<Command> makeFind();
+std::unique_ptr<Command> makeEdit();
 std::unique_ptr<Command> makeExport();
 std::unique_ptr<Command> makeImport();
 std::unique_ptr<Command> makeSet();
@@ -37,11 +38,21 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},   {nullptr, makeFind},         {nullptr, makeExport},
-    {nullptr, makeSet},    {nullptr, makeDefine},       {nullptr, makeAdd},
-    {nullptr, makeRemove}, {nullptr, makeRename},       {nullptr, makeCopy},
-    {nullptr, makeImport}, {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck},  {nullptr, makeRecover},
+    {nullptr, makeShow},
+    {nullptr, makeFind},
+    {nullptr, makeEdit},
+    {nullptr, makeExport},
+    {nullptr, makeSet},
+    {nullptr, makeDefine},
+    {nullptr, makeAdd},
+    {nullptr, makeRemove},
+    {nullptr, makeRename},
+    {nullptr, makeCopy},
+    {nullptr, makeImport},
+    {&kRefsGroup, makeRefsList},
+    {&kRefsGroup, makeRefsRepath},
+    {nullptr, makeCheck},
+    {nullptr, makeRecover},
 };
 
 }  // namespace orbo::Quilmeta

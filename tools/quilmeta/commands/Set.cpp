@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "patches/Assignment.h"
 #include "scene/Address.h"
-#include "scene/Assignment.h"
 #include "scene/SceneFile.h"
 #include "values/SafeText.h"
 #include "values/Wording.h"
@@ -20,9 +20,9 @@ namespace orbo::Quilmeta {
 namespace {
 
 constexpr Command::Help kHelp = {"set", "Change values of one element", R"(
-A member of several values takes them all, with blanks between, or one by
-MEMBER[k]=VALUE; a matrix is one value of 16 numbers. Nothing is written
-unless all values are good.
+A member of several values takes them all, with blanks or commas between, or one
+by MEMBER[k]=VALUE; a matrix is one value of 16 numbers. MEMBER:=VALUE takes JSON;
++=, -= and *= calculate. Nothing is written unless all values are good.
 Example:
   quilmeta set robot.kx --node rig --channel joints --stream pose \
       --index lid side=-1 'label=the lid')"};
@@ -75,7 +75,7 @@ class Set : public Command {
         Data::Stream& stream = findStream(*scene.accessor, fAddress);
         const Data::Index index = indexOf(stream, fIndex);
         Data::Handle draft = draftOf(stream, index);
-        assign(stream.structure(), draft, fAssignments);
+        Assignments(stream.structure(), fAssignments).apply(draft);
         if (!stream.setElement(index, draft)) throw CommandError("not enough memory");
         writeScene(*scene.accessor, fAccess);
         return {scene.outcome(), true};
