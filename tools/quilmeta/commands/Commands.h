@@ -13,6 +13,8 @@ std::unique_ptr<Command> makeFind();
 std::unique_ptr<Command> makeEdit();
 std::unique_ptr<Command> makeExport();
 std::unique_ptr<Command> makeImport();
+std::unique_ptr<Command> makeTable();
+std::unique_ptr<Command> makeLoad();
 std::unique_ptr<Command> makeSet();
 std::unique_ptr<Command> makeCopy();
 std::unique_ptr<Command> makeRemove();
@@ -38,21 +40,12 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},
-    {nullptr, makeFind},
-    {nullptr, makeEdit},
-    {nullptr, makeExport},
-    {nullptr, makeSet},
-    {nullptr, makeDefine},
-    {nullptr, makeAdd},
-    {nullptr, makeRemove},
-    {nullptr, makeRename},
-    {nullptr, makeCopy},
-    {nullptr, makeImport},
-    {&kRefsGroup, makeRefsList},
-    {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck},
-    {nullptr, makeRecover},
+    {nullptr, makeShow},   {nullptr, makeFind},         {nullptr, makeEdit},
+    {nullptr, makeExport}, {nullptr, makeSet},          {nullptr, makeDefine},
+    {nullptr, makeAdd},    {nullptr, makeRemove},       {nullptr, makeRename},
+    {nullptr, makeCopy},   {nullptr, makeImport},       {nullptr, makeTable},
+    {nullptr, makeLoad},   {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
+    {nullptr, makeCheck},  {nullptr, makeRecover},
 };
 
 }  // namespace orbo::Quilmeta

@@ -72,6 +72,7 @@ FileKind kindOf(const std::string& path) {
     const std::string head = headOf(path);
     if (beginsAsScene(head) || isScene(path)) return FileKind::kScene;
     if (startsWith(head, kJournalTitle)) return FileKind::kJournal;
+    if (startsWith(head, "index,") || startsWith(head, "index\n")) return FileKind::kTable;
     return isDocument(head) ? FileKind::kDocument : FileKind::kOther;
 }
 

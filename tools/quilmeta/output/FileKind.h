@@ -10,6 +10,7 @@ enum class FileKind {
     kScene,
     kJournal,   ///< left by an interrupted write of a scene, or set aside
     kDocument,  ///< a JSON document of `export`, or of `show --json`
+    kTable,     ///< comma-separated values of `table`
     kOther,
 };
 

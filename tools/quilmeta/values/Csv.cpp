@@ -18,9 +18,11 @@ class Parser {
     [[nodiscard]] bool atEnd() const { return fRest.empty(); }
 
     CsvRecord record() {
-        CsvRecord record{fLine, {}};
-        do record.fields.push_back(field());
-        while (take(","));
+        CsvRecord record{fLine, {}, {}};
+        do {
+            record.quoted.push_back(fRest.substr(0, 1) == "\"");
+            record.fields.push_back(field());
+        } while (take(","));
         if (!takeLineEnd() && !atEnd()) refuse("text behind a closing quote");
         return record;
     }
@@ -87,6 +89,19 @@ std::vector<CsvRecord> parseCsv(std::string_view text) {
     for (Parser parser(text); !parser.atEnd();)
         if (!parser.takeLineEnd()) records.push_back(parser.record());
     return records;
+}
+
+void appendCsv(std::string& out, std::string_view text) {
+    if (!text.empty() && text.find_first_of("\",\r\n") == text.npos) {
+        out += text;
+        return;
+    }
+    out += '"';
+    for (const char byte : text) {
+        if (byte == '"') out += '"';
+        out += byte;
+    }
+    out += '"';
 }
 
 }  // namespace orbo::Quilmeta
