@@ -22,12 +22,12 @@ TEST(Import, GivesTheSameDocumentAgain) {
         const char* kind = seed % 2 == 0 ? ".kx" : ".ky";
         const Scene first = opened(folder.bareScene(std::string("first") + kind));
         RandomModel(seed).fill(*first.accessor);
-        written(first);
+        store(first);
         const std::string document = documentOf(*opened(first.accessor->fileName()).accessor);
 
         const Scene second = opened(folder.bareScene(std::string("second") + kind));
         import(modelOf(document), second, seed % 3 == 0 ? ImportHow::kReplace : ImportHow::kMerge);
-        written(second);
+        store(second);
         const Scene again = opened(second.accessor->fileName());
         ASSERT_EQ(documentOf(*again.accessor), document) << "seed " << seed;
     }

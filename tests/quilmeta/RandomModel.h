@@ -62,20 +62,26 @@ inline Scene opened(const std::string& file) {
     return openScene(file, access);
 }
 
-inline void written(const Scene& scene) {
+inline void store(const Scene& scene) {
     std::string errors;
     EXPECT_TRUE(scene.accessor->write(errors)) << errors;
 }
 
-inline std::string documentOf(const Data::Accessor& scene) {
-    const int file = ::memfd_create("document", 0);
-    Output output(file, "document");
-    JsonDocument(output).write(select(scene, {}));
+/// What `use` writes to an output.
+template <typename Use>
+std::string written(Use&& use) {
+    const int file = ::memfd_create("output", 0);
+    Output output(file, "output");
+    use(output);
     output.flush();
     std::string text(static_cast<size_t>(::lseek(file, 0, SEEK_CUR)), '\0');
     EXPECT_EQ(::pread(file, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     ::close(file);
     return text;
+}
+
+inline std::string documentOf(const Data::Accessor& scene) {
+    return written([&](Output& output) { JsonDocument(output).write(select(scene, {})); });
 }
 
 /// Scene files hold no numbers that are not finite.

@@ -21,6 +21,11 @@ std::unique_ptr<Command> makeRemove();
 std::unique_ptr<Command> makeRename();
 std::unique_ptr<Command> makeDefine();
 std::unique_ptr<Command> makeAdd();
+std::unique_ptr<Command> makeDiff();
+std::unique_ptr<Command> makePatch();
+std::unique_ptr<Command> makeMerge();
+std::unique_ptr<Command> makeGitDiff();
+std::unique_ptr<Command> makeGitMerge();
 std::unique_ptr<Command> makeRefsList();
 std::unique_ptr<Command> makeRefsRepath();
 std::unique_ptr<Command> makeCheck();
@@ -40,12 +45,17 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},   {nullptr, makeFind},         {nullptr, makeEdit},
-    {nullptr, makeExport}, {nullptr, makeSet},          {nullptr, makeDefine},
-    {nullptr, makeAdd},    {nullptr, makeRemove},       {nullptr, makeRename},
-    {nullptr, makeCopy},   {nullptr, makeImport},       {nullptr, makeTable},
-    {nullptr, makeLoad},   {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck},  {nullptr, makeRecover},
+    {nullptr, makeShow},         {nullptr, makeFind},
+    {nullptr, makeEdit},         {nullptr, makeExport},
+    {nullptr, makeSet},          {nullptr, makeDefine},
+    {nullptr, makeAdd},          {nullptr, makeRemove},
+    {nullptr, makeRename},       {nullptr, makeCopy},
+    {nullptr, makeImport},       {nullptr, makeTable},
+    {nullptr, makeLoad},         {nullptr, makeDiff},
+    {nullptr, makePatch},        {nullptr, makeMerge},
+    {nullptr, makeGitDiff},      {nullptr, makeGitMerge},
+    {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
+    {nullptr, makeCheck},        {nullptr, makeRecover},
 };
 
 }  // namespace orbo::Quilmeta

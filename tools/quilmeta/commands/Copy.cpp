@@ -151,7 +151,7 @@ class Copy : public Command {
         if (!obstacles.empty()) refuse(obstacles, "nothing was copied");
         if (plan.changes()) {
             plan.apply(*target.accessor);
-            writeScene(*target.accessor, fAccess);
+            writeScene(target, fAccess, output);
         }
         report(plan, output);
         return {target.outcome(), plan.changes()};

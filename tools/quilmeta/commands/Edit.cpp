@@ -99,7 +99,7 @@ class Edit : public Command {
             });
         fFound += count;
         if (count == 0) return scene.outcome();
-        writeScene(*scene.accessor, fAccess);
+        writeScene(scene, fAccess, turn.output);
         if (!fAccess.dryRun)
             turn.output.write(
                 fmt::format("{}: {} set\n", shownPath(turn.file), counted(count, "element")));

@@ -43,14 +43,14 @@ class Import : public Command {
                              }).outcome;
         if (read != Outcome::kDone) return read;
         return editFiles({fFile}, fAccess, 1, output,
-                         [&](const FileTurn&) { return importInto(model); });
+                         [&](const FileTurn& turn) { return importInto(model, turn.output); });
     }
 
   private:
-    FileResult importInto(const SceneModel& model) const {
+    FileResult importInto(const SceneModel& model, Output& output) const {
         const Scene scene = openScene(fFile, fAccess);
         import(model, scene, fReplace ? ImportHow::kReplace : ImportHow::kMerge);
-        writeScene(*scene.accessor, fAccess);
+        writeScene(scene, fAccess, output);
         return {scene.outcome(), true};
     }
 

@@ -63,7 +63,7 @@ class Load : public Command {
             return FileResult(Outcome::kDone);
         };
         if (guarded(name, read).outcome != Outcome::kDone) return Outcome::kFailed;
-        writeScene(*scene.accessor, fAccess);
+        writeScene(scene, fAccess, turn.output);
         if (!fAccess.dryRun)
             turn.output.write(
                 fmt::format("{}: {} set\n", shownPath(fFile), counted(rows, "element")));

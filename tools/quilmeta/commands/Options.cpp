@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Options.h"
 
+#include "patches/DryRun.h"
 #include "values/ParseValue.h"
 
 #include <CLI/CLI.hpp>
@@ -121,6 +122,7 @@ void Options::reading(SceneAccess& access) {
 void Options::writing(SceneAccess& access) {
     wait(access);
     access.writes = true;
+    access.showChanges = showDryRun;
     flag("--no-journal", access.noJournal,
          "Write in place; a kill in the middle damages the scene");
     flag("-n,--dry-run", access.dryRun,

@@ -71,7 +71,7 @@ class RefsRepath : public Command {
             for (Data::StreamIterator row = table->begin(); row.valid(); ++row)
                 text += fRepath.apply(*row);
         if (text.empty()) return scene.outcome();
-        writeScene(*scene.accessor, fAccess);
+        writeScene(scene, fAccess, output);
         output.write(safeLine(file) + '\n' + text);
         output.flush();
         return {scene.outcome(), true};

@@ -66,18 +66,18 @@ class Set : public Command {
 
     Outcome run(Output& output) override {
         return editFiles({fFile}, fAccess, 1, output,
-                         [this](const FileTurn&) { return setValues(); });
+                         [this](const FileTurn& turn) { return setValues(turn.output); });
     }
 
   private:
-    FileResult setValues() const {
+    FileResult setValues(Output& output) const {
         const Scene scene = openScene(fFile, fAccess);
         Data::Stream& stream = findStream(*scene.accessor, fAddress);
         const Data::Index index = indexOf(stream, fIndex);
         Data::Handle draft = draftOf(stream, index);
         Assignments(stream.structure(), fAssignments).apply(draft);
         if (!stream.setElement(index, draft)) throw CommandError("not enough memory");
-        writeScene(*scene.accessor, fAccess);
+        writeScene(scene, fAccess, output);
         return {scene.outcome(), true};
     }
 

@@ -23,7 +23,7 @@ Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output
         const Edited edited = edit(scene);
         if (edited.selected > 0) found = true;
         if (!edited.changed) return FileResult(scene.outcome());
-        writeScene(*scene.accessor, access);
+        writeScene(scene, access, turn.output);
         if (reports) remark(fmt::format("{}: {}", subjectOf(turn.file), edited.report));
         return FileResult(scene.outcome(), true);
     };

@@ -36,6 +36,12 @@ std::string JsonProblems::text() const {
     return text;
 }
 
+std::vector<std::string> JsonProblems::messages() const {
+    std::vector<std::string> messages;
+    for (const Problem& problem : fProblems) messages.push_back(problem.text);
+    return messages;
+}
+
 void JsonProblems::demandNone() const {
     if (!empty()) throw CommandError(text());
 }

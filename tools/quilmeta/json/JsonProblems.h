@@ -17,6 +17,8 @@ class JsonProblems {
     [[nodiscard]] bool empty() const { return fProblems.empty(); }
     /// "line 12: $.structures[0].name: is no string", a line each in the order of the document.
     [[nodiscard]] std::string text() const;
+    /// The problems without their lines, in the order in which they were found.
+    [[nodiscard]] std::vector<std::string> messages() const;
     /// Throws `CommandError` with the text, unless there is no problem.
     void demandNone() const;
 

@@ -204,6 +204,13 @@ std::string jsonOf(const Data::Structure& structure) {
     return text + "] }";
 }
 
+bool areSame(const Data::Stream& left, const Data::Stream& right) {
+    Patch patch;
+    if (!isAlike(left, right)) return false;
+    StreamDifferences(left.structure(), {}, patch).compare(left, right);
+    return patch.changes.empty();
+}
+
 Patch differences(const SceneView& left, const SceneView& right) {
     Comparison comparison;
     comparison.compareStructures(left, right, false);

@@ -13,6 +13,9 @@ namespace orbo::Quilmeta {
 /// the sizes of both sides, and little for streams that are equal.
 Patch differences(const SceneView& left, const SceneView& right);
 
+/// Whether there is no difference between two streams but their names.
+bool areSame(const Data::Stream& left, const Data::Stream& right);
+
 /// A stream, and a structure, as values of a patch.
 std::string jsonOf(const Data::Stream& stream);
 std::string jsonOf(const Data::Structure& structure);

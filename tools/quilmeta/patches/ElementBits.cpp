@@ -69,4 +69,9 @@ bool ElementBits::areSame(const Data::Member& member, const void* left, const vo
                           member.length());
 }
 
+void ElementBits::swap(const Data::Member& member, void* left, void* right) {
+    char* const ours = static_cast<char*>(left);
+    std::swap_ranges(ours, ours + bytesOf(member), static_cast<char*>(right));
+}
+
 }  // namespace orbo::Quilmeta

@@ -19,6 +19,8 @@ class ElementBits {
     [[nodiscard]] bool areSame(Data::ConstHandle left, Data::ConstHandle right) const;
     /// Compares the values of one member, which lie side by side.
     static bool areSame(const Data::Member& member, const void* left, const void* right);
+    /// Exchanges them; strings change their owners.
+    static void swap(const Data::Member& member, void* left, void* right);
 
   private:
     struct Range {

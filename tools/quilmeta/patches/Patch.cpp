@@ -86,7 +86,10 @@ class PatchReader : public JsonVisitor {
         ValueFromJson from(path, fProblems);
         if (path.depth() == 0) return from.problem(cursor, "is not an object");
         if (path.depth() == 2) return addChange(from, cursor);
-        if (path.key(0) == "changes") return from.problem(cursor, "is not a list");
+        if (path.key(0) == "changes") {
+            fHasChanges = true;
+            return from.problem(cursor, "is not a list");
+        }
         if (path.key(0) != "quilmetaPatch") return from.problem(cursor, "is unknown");
         fHasVersion = true;
         if (cursor.kind() != Kind::kNumber || JsonCursor(cursor).number() != "1")

@@ -5,6 +5,11 @@
 #include "process/EachFile.h"
 
 #include <chrono>
+#include <string>
+
+namespace orbo::Data {
+class Accessor;
+}
 
 namespace orbo::Quilmeta {
 
@@ -14,6 +19,11 @@ struct SceneAccess {
     bool writes = false;     ///< the command changes scenes, so concurrent changes are conflicts
     bool dryRun = false;     ///< check everything that a write would check, and write nothing
     bool partial = false;    ///< also show the readable part of a damaged node
+    /// A name whose extension says the kind of the scenes; that of each file's own unless given.
+    std::string kindName = {};
+    /// Tells the user what a dry run would change; null for nobody.
+    void (*showChanges)(const Data::Accessor& before, const Data::Accessor& after,
+                        Output& output) = nullptr;
 
     /// How to work through the scenes. One that is changed is changed once, however often it is
     /// named.

@@ -36,9 +36,9 @@ void demandReadableFile(const std::string& file) {
 }
 
 /// Makes an accessor that waits as the user allows, and no longer once a signal has come.
-std::unique_ptr<Data::Accessor> accessorFor(const std::string& file,
+std::unique_ptr<Data::Accessor> accessorFor(const std::string& kindName,
                                             std::chrono::milliseconds patience) {
-    std::unique_ptr<Data::Accessor> accessor = Data::Accessor::accessorByExtension(file);
+    std::unique_ptr<Data::Accessor> accessor = Data::Accessor::accessorByExtension(kindName);
     if (!accessor)
         throw CommandError(fmt::format("is no scene by its extension (known: {})",
                                        fmt::join(Data::Accessor::supportedExtensions(), ", ")));
@@ -84,11 +84,24 @@ std::string messagesOfFailure(const Data::Accessor& scene, const std::string& er
     return failures.empty() ? "was not written" : messagesOf(failures);
 }
 
+/// Reads what the scene's file has now, without a word about what cannot be read.
+std::unique_ptr<Data::Accessor> readAgain(const Scene& scene, const SceneAccess& access) {
+    const std::string& file = scene.accessor->fileName();
+    std::unique_ptr<Data::Accessor> accessor =
+        accessorFor(access.kindName.empty() ? file : access.kindName, access.patience());
+    accessor->setReadPolicy(scene.accessor->readPolicy());
+    const auto& names = scene.names;
+    read(*accessor, file, names ? &names->structures : nullptr,
+         names && names->nodes ? &*names->nodes : nullptr);
+    return accessor;
+}
+
 }  // namespace
 
 Scene openScene(const std::string& file, const SceneAccess& access, const SceneNames* names) {
     demandReadableFile(file);
-    Scene scene{accessorFor(file, access.patience())};
+    Scene scene{accessorFor(access.kindName.empty() ? file : access.kindName, access.patience())};
+    if (names) scene.names = *names;
     Data::Accessor& accessor = *scene.accessor;
     accessor.setReadPolicy({true, access.partial});
     Data::WritePolicy policy = Data::WritePolicy::careful();
@@ -136,15 +149,18 @@ bool lacksStructure(const std::string& file, const std::string& name) {
 }
 
 // A signal that came while the scene was read ends the command here, with the file untouched.
-void writeScene(const Data::Accessor& scene, const SceneAccess& access) {
+void writeScene(const Scene& scene, const SceneAccess& access, Output& output) {
     Signals::stopIfReceived();
+    const Data::Accessor& accessor = *scene.accessor;
     std::string errors;
-    const bool written = access.dryRun ? scene.rehearse(errors) : scene.write(errors);
-    if (scene.metConflict())
+    const bool written = access.dryRun ? accessor.rehearse(errors) : accessor.write(errors);
+    if (accessor.metConflict())
         throw Conflict("somebody else keeps changing the metadata: " +
-                       messagesOfFailure(scene, errors));
-    if (!written) throw CommandError(messagesOfFailure(scene, errors));
-    complain(scene.fileName(), messagesOf(scene.findings()));
+                       messagesOfFailure(accessor, errors));
+    if (!written) throw CommandError(messagesOfFailure(accessor, errors));
+    complain(accessor.fileName(), messagesOf(accessor.findings()));
+    if (access.dryRun && access.showChanges)
+        access.showChanges(*readAgain(scene, access), accessor, output);
 }
 
 // A few attempts are made even without any patience, because they cost little.

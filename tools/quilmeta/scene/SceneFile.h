@@ -16,20 +16,22 @@
 
 namespace orbo::Quilmeta {
 
-/// A scene that was read.
-struct Scene {
-    std::unique_ptr<Data::Accessor> accessor;
-    bool complete = false;  ///< all metadata that was to be read could be read
-
-    [[nodiscard]] Outcome outcome() const {
-        return complete ? Outcome::kDone : Outcome::kUnreadable;
-    }
-};
-
 /// The part of a scene to read; the scene's own metadata has the empty node name.
 struct SceneNames {
     std::set<std::string> structures;
     std::optional<std::set<std::string>> nodes;  ///< all nodes when there is no value
+};
+
+/// A scene that was read.
+struct Scene {
+    std::unique_ptr<Data::Accessor> accessor;
+    bool complete = false;  ///< all metadata that was to be read could be read
+    /// The part that was read; all of the scene when there is no value.
+    std::optional<SceneNames> names = {};
+
+    [[nodiscard]] Outcome outcome() const {
+        return complete ? Outcome::kDone : Outcome::kUnreadable;
+    }
 };
 
 /// Reads the file, with the careful write policy and unknown index types as text; all of it without
@@ -59,10 +61,11 @@ class Conflict : public CommandError {
     using CommandError::CommandError;
 };
 
-/// Writes the scene to its file; in a dry run it only checks whether that would work. Throws
-/// `CommandError` when the write is refused or fails, and `Conflict` when it is refused because of
-/// somebody else's change. The file is as before then.
-void writeScene(const Data::Accessor& scene, const SceneAccess& access);
+/// Writes the scene to its file. A dry run only checks whether that would work, and prints what
+/// would change to `output`, which is that of the scene's results. Throws `CommandError` when the
+/// write is refused or fails, and `Conflict` when it is refused because of somebody else's change.
+/// The file is as before then.
+void writeScene(const Scene& scene, const SceneAccess& access, Output& output);
 
 /// Calls `edit`, which opens, changes and writes one scene, and calls it again after a `Conflict`:
 /// a few times at least, and as long as the access has patience.

@@ -1,0 +1,197 @@
+// Merges three scene files.
+// SPDX-License-Identifier: Apache-2.0
+#include "patches/MergeScenes.h"
+
+#include "patches/Apply.h"
+#include "patches/Differences.h"
+#include "patches/Merge.h"
+#include "process/Messages.h"
+#include "selection/SceneView.h"
+#include "values/SafeText.h"
+
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace orbo::Quilmeta {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// A folder that goes away with its content.
+class TemporaryFolder {
+  public:
+    explicit TemporaryFolder(const fs::path& parent) {
+        std::string pattern = (parent / ".quilmeta-merge-XXXXXX").string();
+        if (!::mkdtemp(pattern.data()))
+            throw CommandError("no temporary folder: " + systemMessage(errno));
+        fPath = pattern;
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        fs::remove_all(fPath, ignored);
+    }
+    /// Copies a scene there; the name has its kind.
+    [[nodiscard]] std::string copyOf(const std::string& scene, const std::string& name,
+                                     const std::string& kind) const {
+        const fs::path copy = fPath / (name + fs::path(kind).extension().string());
+        std::error_code error;
+        fs::copy_file(scene, copy, fs::copy_options::overwrite_existing, error);
+        if (error) throw CommandError("cannot be copied: " + error.message());
+        return copy.string();
+    }
+
+  private:
+    fs::path fPath;
+};
+
+bool haveSameBytes(const std::string& left, const std::string& right) {
+    std::error_code error;
+    if (fs::file_size(left, error) != fs::file_size(right, error) || error) return false;
+    std::ifstream our(left, std::ios::binary);
+    std::ifstream their(right, std::ios::binary);
+    std::array<char, 1 << 16> ours{};
+    std::array<char, 1 << 16> theirs{};
+    while (our && their) {
+        our.read(ours.data(), ours.size());
+        their.read(theirs.data(), theirs.size());
+        const auto count = static_cast<std::ptrdiff_t>(our.gcount());
+        if (count != their.gcount()) return false;
+        if (!std::equal(ours.begin(), ours.begin() + count, theirs.begin())) return false;
+    }
+    return our.eof() && their.eof();
+}
+
+/// Puts the same metadata into every scene, so that what still differs is payload.
+void blank(const std::string& file, SceneAccess access) {
+    access.kindName.clear();
+    access.writes = true;
+    access.noJournal = true;
+    const Scene scene = openScene(file, access);
+    const RefPtr<Data::Structure> mark(Data::Structure::create());
+    mark->addMember(Data::Member::kInt8, 1, "payload");
+    scene.accessor->associations().clear();
+    scene.accessor->setStructures({mark.get()});
+    std::string errors;
+    if (!scene.accessor->write(errors)) throw CommandError("cannot be compared: " + errors);
+}
+
+class Merge {
+  public:
+    Merge(const MergeRequest& request, Output& output)
+        : fRequest(request), fOutput(output), fTemporary(fs::absolute(request.out).parent_path()) {}
+
+    Outcome run() {
+        Scene base, ours, theirs;
+        bool read = isEmptyFile(fRequest.base) || open(fRequest.base, base);
+        read = open(fRequest.ours, ours) && read;
+        if (!open(fRequest.theirs, theirs) || !read) return Outcome::kFailed;
+        const SceneView baseView = base.accessor ? select(*base.accessor, {}) : SceneView();
+        const MergePlan plan = planMerge(differences(baseView, select(*ours.accessor, {})),
+                                         differences(baseView, select(*theirs.accessor, {})));
+        for (const MergeConflict& conflict : plan.conflicts) fOutput.write(textOf(conflict));
+        const std::optional<MergeSide> side = payloadSide();
+        if (!side)
+            fOutput.write(
+                "conflict: both sides changed the payload, which does not merge; "
+                "--payload takes one\n");
+        if (!side || !plan.conflicts.empty()) return Outcome::kFound;
+        return *side == MergeSide::kOurs ? writeOut(fRequest.ours, plan.toOurs)
+                                         : writeOut(fRequest.theirs, plan.toTheirs);
+    }
+
+  private:
+    /// Reads a scene; false, with a message, when that is not possible completely.
+    bool open(const std::string& file, Scene& scene) const {
+        const auto read = [&] {
+            scene = openScene(file, fRequest.access);
+            if (!scene.complete)
+                throw CommandError("not all metadata can be read, so nothing was merged");
+            return FileResult(Outcome::kDone);
+        };
+        return guarded(file, read).outcome == Outcome::kDone;
+    }
+
+    /// No value when both changed the payload, each in another way.
+    [[nodiscard]] std::optional<MergeSide> payloadSide() const {
+        if (fRequest.payload) return fRequest.payload;
+        if (haveSamePayload(fRequest.base, fRequest.theirs)) return MergeSide::kOurs;
+        if (haveSamePayload(fRequest.base, fRequest.ours)) return MergeSide::kTheirs;
+        if (haveSamePayload(fRequest.ours, fRequest.theirs)) return MergeSide::kOurs;
+        return {};
+    }
+
+    [[nodiscard]] bool haveSamePayload(const std::string& left, const std::string& right) const {
+        if (haveSameBytes(left, right)) return true;
+        if (isEmptyFile(left) || isEmptyFile(right)) return false;
+        const std::string our = fTemporary.copyOf(left, "left", kindOf(left));
+        const std::string their = fTemporary.copyOf(right, "right", kindOf(right));
+        blank(our, fRequest.access);
+        blank(their, fRequest.access);
+        return haveSameBytes(our, their);
+    }
+
+    [[nodiscard]] const std::string& kindOf(const std::string& file) const {
+        return fRequest.access.kindName.empty() ? file : fRequest.access.kindName;
+    }
+
+    /// Writes the copy of a side with the changes of the other one.
+    [[nodiscard]] Outcome writeOut(const std::string& side, const Patch& patch) const {
+        SceneAccess access = fRequest.access;
+        access.kindName.clear();
+        access.writes = true;
+        access.noJournal = true;
+        const std::string copy = fTemporary.copyOf(side, "merged", kindOf(side));
+        const Scene scene = openScene(copy, access);
+        const std::vector<std::string> problems = apply(patch, *scene.accessor);
+        for (const std::string& problem : problems) fOutput.write("conflict: " + problem + '\n');
+        if (!problems.empty()) return Outcome::kFound;
+        std::string errors;
+        if (!patch.changes.empty() && !scene.accessor->write(errors)) throw CommandError(errors);
+        std::error_code error;
+        fs::rename(copy, fRequest.out, error);
+        if (error) throw CommandError("cannot be written: " + error.message());
+        return Outcome::kDone;
+    }
+
+    const MergeRequest& fRequest;
+    Output& fOutput;
+    const TemporaryFolder fTemporary;
+};
+
+}  // namespace
+
+bool isEmptyFile(const std::string& file) {
+    std::error_code error;
+    return fs::is_regular_file(file, error) && fs::file_size(file, error) == 0 && !error;
+}
+
+std::string kindNameOf(const std::string& path, const std::string& file) {
+    std::error_code error;
+    if (!fs::exists(file, error))
+        throw CommandError(shownPath(file) + ": " + systemMessage(ENOENT));
+    const auto takes = [&](const std::string& name) {
+        const auto accessor = Data::Accessor::accessorByExtension(name);
+        return accessor && accessor->isFileSupported(file);
+    };
+    if (takes(path)) return path;
+    for (const std::string& extension : Data::Accessor::supportedExtensions())
+        if (takes("scene." + extension)) return "scene." + extension;
+    throw CommandError("is no scene, neither by its extension nor by its content");
+}
+
+Outcome mergeScenes(const MergeRequest& request, Output& output) {
+    return Merge(request, output).run();
+}
+
+}  // namespace orbo::Quilmeta
