@@ -44,6 +44,8 @@ class Merge : public Command {
                            std::error_code ignored;
                            if (!fForce && std::filesystem::exists(fRequest.out, ignored))
                                throw CommandError("is there already; --force replaces it");
+                           if (kindNameOf(fRequest.out, fRequest.ours) != fRequest.out)
+                               throw CommandError("has the extension of another kind of scene");
                            return FileResult(mergeScenes(fRequest, output));
                        })
             .outcome;

@@ -5,8 +5,10 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "patches/Apply.h"
+#include "patches/Import.h"
 #include "scene/SceneFile.h"
 
+#include <set>
 #include <string>
 
 namespace orbo::Quilmeta {
@@ -48,6 +50,10 @@ class ApplyPatch : public Command {
   private:
     FileResult change(const Patch& patch, Output& output) const {
         const Scene scene = openScene(fFile, fAccess);
+        std::set<std::string> nodes;
+        for (const Change& change : patch.changes)
+            if (change.kind != Change::Kind::kStructure) nodes.insert(change.node);
+        demandReadable(scene, nodes);
         std::string message;
         for (const std::string& problem : apply(patch, *scene.accessor)) message += problem + '\n';
         if (!message.empty()) throw CommandError(message + "nothing was changed");

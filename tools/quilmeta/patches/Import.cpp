@@ -68,14 +68,6 @@ std::string structuresInTheWay(const SceneModel& model, const Data::Accessor& sc
     return lines;
 }
 
-void demandReadable(const SceneModel& model, const Scene& scene, ImportHow how) {
-    if (scene.complete) return;
-    std::set<std::string> nodes;
-    for (const auto& node : model.nodes) nodes.insert(node.first);
-    if (how == ImportHow::kReplace || !isReadable(scene.accessor->fileName(), nodes))
-        throw CommandError("metadata that the document would replace cannot be read");
-}
-
 void merge(const SceneModel& model, Data::Accessor& scene) {
     Structures structures = structuresOf(scene);
     for (const auto& [name, structure] : model.structures) {
@@ -94,10 +86,19 @@ void merge(const SceneModel& model, Data::Accessor& scene) {
 
 }  // namespace
 
+void demandReadable(const Scene& scene, const std::set<std::string>& nodes) {
+    if (!scene.complete && !isReadable(scene.accessor->fileName(), nodes))
+        throw CommandError("metadata that would be replaced cannot be read");
+}
+
 void import(const SceneModel& model, const Scene& scene, ImportHow how) {
-    demandReadable(model, scene, how);
     Data::Accessor& accessor = *scene.accessor;
+    std::set<std::string> nodes;
+    for (const auto& node : model.nodes) nodes.insert(node.first);
+    demandReadable(scene, nodes);
     if (how == ImportHow::kReplace) {
+        if (!scene.complete)
+            throw CommandError("not all metadata can be read, so it cannot be replaced");
         accessor.associations() = model.nodes;
         setStructures(accessor, model.structures);
         return;

@@ -5,12 +5,19 @@
 #include "json/DocumentReader.h"
 #include "scene/SceneFile.h"
 
+#include <set>
+#include <string>
+
 namespace orbo::Quilmeta {
 
 enum class ImportHow {
     kMerge,    ///< streams and structures replace those of the same name; all others stay
     kReplace,  ///< the scene has afterwards what the document has
 };
+
+/// Throws `CommandError` when metadata of these nodes is in the scene but cannot be read: nobody
+/// can tell what a change would replace.
+void demandReadable(const Scene& scene, const std::set<std::string>& nodes);
 
 /// Changes the scene in memory, which shares the content of the model then. Throws `CommandError`
 /// with everything that stands in the way, a line each, and the scene as it was: a structure that

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "patches/MergeScenes.h"
 
+#include "output/TargetPath.h"
 #include "patches/Apply.h"
 #include "patches/Differences.h"
 #include "patches/Merge.h"
@@ -11,6 +12,7 @@
 
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -72,6 +74,15 @@ bool haveSameBytes(const std::string& left, const std::string& right) {
     return our.eof() && their.eof();
 }
 
+/// Waits until the bytes of the file are on the disk.
+void sync(const std::string& file) {
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool done = descriptor >= 0 && ::fsync(descriptor) == 0;
+    const int error = errno;
+    if (descriptor >= 0) ::close(descriptor);
+    if (!done) throw CommandError("cannot be written: " + systemMessage(error));
+}
+
 /// Puts the same metadata into every scene, so that what still differs is payload.
 void blank(const std::string& file, SceneAccess access) {
     access.kindName.clear();
@@ -89,7 +100,10 @@ void blank(const std::string& file, SceneAccess access) {
 class Merge {
   public:
     Merge(const MergeRequest& request, Output& output)
-        : fRequest(request), fOutput(output), fTemporary(fs::absolute(request.out).parent_path()) {}
+        : fRequest(request),
+          fOutput(output),
+          fOut(behindLinks(request.out)),
+          fTemporary(fs::absolute(fOut).parent_path()) {}
 
     Outcome run() {
         Scene base, ours, theirs;
@@ -158,14 +172,16 @@ class Merge {
         if (!problems.empty()) return Outcome::kFound;
         std::string errors;
         if (!patch.changes.empty() && !scene.accessor->write(errors)) throw CommandError(errors);
+        sync(copy);
         std::error_code error;
-        fs::rename(copy, fRequest.out, error);
+        fs::rename(copy, fOut, error);
         if (error) throw CommandError("cannot be written: " + error.message());
         return Outcome::kDone;
     }
 
     const MergeRequest& fRequest;
     Output& fOutput;
+    const std::string fOut;
     const TemporaryFolder fTemporary;
 };
 
