@@ -81,9 +81,11 @@ class LiteralReader {
     [[nodiscard]] std::string between(std::size_t first, std::size_t second) const {
         return fPending.substr(first + 1, second - first - 1);
     }
+    /// Words have white space between, not only what is stripped at the ends of lines.
     [[nodiscard]] std::string lastWord() const {
-        const std::size_t end = fPending.find_last_not_of(" \t\r") + 1;
-        const std::size_t blank = fPending.substr(0, end).find_last_of(" \t\r");
+        const char* space = " \t\r\v\f";
+        const std::size_t end = fPending.find_last_not_of(space) + 1;
+        const std::size_t blank = fPending.substr(0, end).find_last_of(space);
         return blank == std::string::npos ? "" : fPending.substr(blank + 1, end - blank - 1);
     }
 
