@@ -5,8 +5,10 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "process/CommandError.h"
+#include "process/ExternalCommand.h"
 #include "process/Messages.h"
 #include "process/Style.h"
+#include "values/ClosestName.h"
 #include "values/SafeText.h"
 
 #include <CLI/CLI.hpp>
@@ -21,9 +23,13 @@ namespace {
 
 /// Returns the words from last to first, as CLI11 wants them. CLI11 would take the next word for
 /// the value of "--node=", which is what a shell makes of --node=''; so this puts an empty word
-/// there.
+/// there. "help show" becomes "show --help".
 std::vector<std::string> reversedWords(int argc, char** argv) {
     std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    if (!words.empty() && words.front() == "help") {
+        words.erase(words.begin());
+        words.emplace_back("--help");
+    }
     const auto end = std::find(words.begin(), words.end(), "--");
     std::vector<std::string> result(std::make_reverse_iterator(words.end()),
                                     std::make_reverse_iterator(end));
@@ -50,17 +56,35 @@ struct Called {
     std::string words;
 };
 
+/// The options of the command and of those it belongs to, with their dashes.
+std::vector<std::string> optionsOf(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::App* app = &command; app; app = app->get_parent())
+        for (const CLI::Option* option : app->get_options())
+            for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+/// The commands that may follow this one.
+std::vector<std::string> commandsOf(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(command->get_name());
+    return names;
+}
+
 /// Says what is wrong.
 std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
-    const Called called(app);
-    std::string message = error.what();
+    const CLI::App& called = *Called(app).command;
+    const std::vector<std::string> rest = app.remaining(true);
+    const bool wantsCommand = called.get_require_subcommand_min() > 0;
+    if (rest.empty()) return wantsCommand ? "a command is required" : error.what();
     // CLI11 would only say that a subcommand is missing, even when it does not know the word.
-    if (called.command->get_require_subcommand_min() > 0) {
-        const auto words = app.remaining(true);
-        message = words.empty() ? "a command is required"
-                                : "there is no command or option " + inQuotes(words.front());
-    }
-    return message;
+    const std::string& word = rest.front();
+    if (!word.empty() && word.front() == '-')
+        return "there is no option " + inQuotes(word) + didYouMean(word, optionsOf(called));
+    if (!wantsCommand) return error.what();
+    return "there is no command " + inQuotes(word) + didYouMean(word, commandsOf(called));
 }
 
 /// Adds a command, or a group of commands, to the help and to the words that are understood.
@@ -82,7 +106,9 @@ void setUp(CLI::App& app) {
     app.get_formatter()->label("SUBCOMMANDS", "COMMANDS");
     app.require_subcommand(1);
     app.fallthrough();  // our own options may stand behind the command as well
-    app.footer("Example:\n  quilmeta show robot.kx\nMore: quilmeta COMMAND --help");
+    app.footer(
+        "A program quilmeta-X beside this one, or on the path, is run as quilmeta X.\n"
+        "Example:\n  quilmeta show robot.kx\nMore: quilmeta help COMMAND");
 }
 
 }  // namespace
@@ -133,12 +159,17 @@ Command* CommandLine::parse(int argc, char** argv, Output& output) {
     try {
         fApp->parse(std::move(words));
     } catch (const CLI::CallForHelp&) {
+        const bool namesCommand = argc > 2 && std::string_view(argv[1]) == "help";
+        if (namesCommand && Called(*fApp).words.empty())
+            throw UsageError("there is no command " + inQuotes(argv[2]) +
+                             didYouMean(argv[2], commandsOf(*fApp)));
         output.write(Called(*fApp).help());
         return nullptr;
     } catch (const CLI::CallForVersion& version) {
         output.write(std::string(version.what()) + '\n');
         return nullptr;
     } catch (const CLI::ParseError& error) {
+        if (argc > 1 && Called(*fApp).words.empty()) becomeExternalCommand(argv[1], argv + 2);
         throw UsageError(usageMessage(*fApp, error));
     }
     applyOptions();
