@@ -23,12 +23,14 @@ template <typename Part>
 void appendPart(std::string& out, Part part, NanAs nan) {
     if constexpr (std::is_floating_point_v<Part>) {
         using Bits = std::conditional_t<sizeof(Part) == 4, std::uint32_t, std::uint64_t>;
-        const Part usual = std::numeric_limits<Part>::quiet_NaN();
-        if (nan == NanAs::kBits && std::isnan(part) &&
-            std::memcmp(&part, &usual, sizeof part) != 0) {
+        const auto bitsOf = [](Part number) {
             Bits bits = 0;
-            std::memcpy(&bits, &part, sizeof bits);
-            fmt::format_to(std::back_inserter(out), "\"NaN:{:#x}\"", bits);
+            std::memcpy(&bits, &number, sizeof bits);
+            return bits;
+        };
+        const bool isUsual = bitsOf(part) == bitsOf(std::numeric_limits<Part>::quiet_NaN());
+        if (nan == NanAs::kBits && std::isnan(part) && !isUsual) {
+            fmt::format_to(std::back_inserter(out), "\"NaN:{:#x}\"", bitsOf(part));
             return;
         }
     }
