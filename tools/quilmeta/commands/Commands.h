@@ -11,6 +11,7 @@ namespace orbo::Quilmeta {
 std::unique_ptr<Command> makeShow();
 std::unique_ptr<Command> makeFind();
 std::unique_ptr<Command> makeEdit();
+std::unique_ptr<Command> makeGet();
 std::unique_ptr<Command> makeExport();
 std::unique_ptr<Command> makeImport();
 std::unique_ptr<Command> makeTable();
@@ -45,17 +46,14 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},         {nullptr, makeFind},
-    {nullptr, makeEdit},         {nullptr, makeExport},
-    {nullptr, makeSet},          {nullptr, makeDefine},
-    {nullptr, makeAdd},          {nullptr, makeRemove},
-    {nullptr, makeRename},       {nullptr, makeCopy},
-    {nullptr, makeImport},       {nullptr, makeTable},
-    {nullptr, makeLoad},         {nullptr, makeDiff},
-    {nullptr, makePatch},        {nullptr, makeMerge},
-    {nullptr, makeGitDiff},      {nullptr, makeGitMerge},
-    {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck},        {nullptr, makeRecover},
+    {nullptr, makeShow},     {nullptr, makeFind},         {nullptr, makeGet},
+    {nullptr, makeExport},   {nullptr, makeImport},       {nullptr, makeTable},
+    {nullptr, makeLoad},     {nullptr, makeSet},          {nullptr, makeEdit},
+    {nullptr, makeDefine},   {nullptr, makeAdd},          {nullptr, makeRemove},
+    {nullptr, makeRename},   {nullptr, makeCopy},         {nullptr, makeDiff},
+    {nullptr, makePatch},    {nullptr, makeMerge},        {nullptr, makeGitDiff},
+    {nullptr, makeGitMerge}, {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
+    {nullptr, makeCheck},    {nullptr, makeRecover},
 };
 
 }  // namespace orbo::Quilmeta

@@ -3,6 +3,7 @@
 #include "commands/Options.h"
 
 #include "patches/DryRun.h"
+#include "scene/Backup.h"
 #include "values/ParseValue.h"
 
 #include <CLI/CLI.hpp>
@@ -125,6 +126,11 @@ void Options::writing(SceneAccess& access) {
     access.showChanges = showDryRun;
     flag("--no-journal", access.noJournal,
          "Write in place; a kill in the middle damages the scene");
+    fCommand
+        .add_option("--backup", access.backup,
+                    "First copy each scene that changes to its name with SUFFIX")
+        ->type_name("SUFFIX")
+        ->check(problemOfSuffix);
     flag("-n,--dry-run", access.dryRun,
          "Check and report everything, end as a real run would, and write nothing");
 }

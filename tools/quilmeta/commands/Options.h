@@ -49,7 +49,7 @@ class Options {
     void wait(SceneAccess& access);
     /// --partial and --wait, for commands that show what they read.
     void reading(SceneAccess& access);
-    /// --wait, --no-journal and --dry-run, for commands that change scenes.
+    /// --wait, --no-journal, --backup and --dry-run, for commands that change scenes.
     void writing(SceneAccess& access);
 
   private:

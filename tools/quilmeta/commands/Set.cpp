@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "editing/CreateStream.h"
 #include "patches/Assignment.h"
 #include "scene/Address.h"
 #include "scene/SceneFile.h"
@@ -22,10 +23,13 @@ namespace {
 constexpr Command::Help kHelp = {"set", "Change values of one element", R"(
 A member of several values takes them all, with blanks or commas between, or one
 by MEMBER[k]=VALUE; a matrix is one value of 16 numbers. MEMBER:=VALUE takes JSON;
-+=, -= and *= calculate. Nothing is written unless all values are good.
-Example:
++=, -= and *= calculate. Nothing is written unless all values are good. --create
+makes the element, and with --structure also the stream, its channel and its node.
+Examples:
   quilmeta set robot.kx --node rig --channel joints --stream pose \
-      --index lid side=-1 'label=the lid')"};
+      --index lid side=-1 'label=the lid'
+  quilmeta set bare.kx --create --node rig --channel joints --stream pose \
+      --structure Joint --index lid side=-1)"};
 
 /// Makes an element with default values.
 Data::Handle newElement(const Data::Structure& structure) {
@@ -59,20 +63,27 @@ class Set : public Command {
         options.required("--channel", "NAME", fAddress.channel, "Channel of the node");
         options.required("--stream", "NAME", fAddress.stream, "Stream of the channel");
         options.required("--index", "NAME", fIndex, "Element to change");
-        options.flag("--create", fCreate, "Make the element when there is none");
+        options.flag("--create", fCreate, "Make what there is not, the element at least");
+        options.optional("--structure", "NAME", fWanted.structure, "Of a stream to make");
+        options.optional("--index-type", "TYPE", fWanted.indexType,
+                         "Of a stream to make: numeric, pair, string; as the index looks unless "
+                         "given");
         options.writing(fAccess);
         options.words("MEMBER=VALUE", fAssignments, "Members, new values");
     }
 
     Outcome run(Output& output) override {
+        if (!fCreate && (fWanted.structure || fWanted.indexType))
+            throw UsageError("--structure and --index-type go with --create");
         return editFiles({fFile}, fAccess, 1, output,
                          [this](const FileTurn& turn) { return setValues(turn.output); });
     }
 
   private:
     FileResult setValues(Output& output) const {
-        const Scene scene = openScene(fFile, fAccess);
-        Data::Stream& stream = findStream(*scene.accessor, fAddress);
+        Scene scene = openScene(fFile, fAccess);
+        Data::Stream& stream = fCreate ? findOrCreateStream(scene, fAddress, fWanted, fIndex)
+                                       : findStream(*scene.accessor, fAddress);
         const Data::Index index = indexOf(stream, fIndex);
         Data::Handle draft = draftOf(stream, index);
         Assignments(stream.structure(), fAssignments).apply(draft);
@@ -97,6 +108,7 @@ class Set : public Command {
 
     std::string fFile;
     StreamAddress fAddress;
+    StreamToCreate fWanted;
     std::string fIndex;
     std::vector<std::string> fAssignments;
     bool fCreate = false;

@@ -5,6 +5,7 @@
 #include "editing/Parts.h"
 #include "process/CommandError.h"
 #include "scene/Difference.h"
+#include "values/ClosestName.h"
 #include "values/SafeText.h"
 #include "values/ValueType.h"
 #include "values/Wording.h"
@@ -132,8 +133,8 @@ std::string reasonToKeep(const std::string& name, const std::vector<std::string>
 
 }  // namespace
 
-std::map<std::string, RefPtr<const Data::Structure>> structuresOf(const Data::Accessor& scene) {
-    std::map<std::string, RefPtr<const Data::Structure>> structures;
+StructuresByName structuresOf(const Data::Accessor& scene) {
+    StructuresByName structures;
     for (const Data::Structure* structure : scene.structures())
         structures.emplace(structure->name(), RefPtr(structure));
     forEachStream(scene, [&](const StreamAddress&, const Data::Stream& stream) {
@@ -154,10 +155,12 @@ const Data::Structure& findStructure(const Data::Accessor& scene, const std::str
     const auto structures = structuresOf(scene);
     const auto found = structures.find(name);
     if (found != structures.end()) return *found->second;
-    throw CommandError(fmt::format("there is no structure {}{}", inQuotes(name),
-                                   nameList("structures", structures, [](const auto& entry) {
-                                       return shownName(entry.first);
-                                   })));
+    ClosestName closest(name);
+    for (const auto& entry : structures) closest.offer(entry.first);
+    throw CommandError(
+        fmt::format("there is no structure {}{}{}", inQuotes(name), closest.question(),
+                    nameList("structures", structures,
+                             [](const auto& entry) { return shownName(entry.first); })));
 }
 
 RefPtr<const Data::Structure> parseStructure(const std::string& text) {

@@ -14,8 +14,9 @@
 
 namespace orbo::Quilmeta {
 
-/// The structures that the scene defines and those that its streams use, by name.
-std::map<std::string, RefPtr<const Data::Structure>> structuresOf(const Data::Accessor& scene);
+using StructuresByName = std::map<std::string, RefPtr<const Data::Structure>>;
+/// The structures that the scene defines and those that its streams use.
+StructuresByName structuresOf(const Data::Accessor& scene);
 
 /// The places of the streams that use each structure, by its name, such as
 /// `node arm, channel "joints", stream "pose"`.
@@ -40,7 +41,7 @@ RefPtr<const Data::Structure> withMembers(const Data::Structure& structure,
 
 /// Structures that take the place of others, by the name of the other. The members of the other
 /// come first, in their order; their names may differ.
-using Replacements = std::map<std::string, RefPtr<const Data::Structure>>;
+using Replacements = StructuresByName;
 
 /// Replaces structures in the scene, and in all streams that use them: elements keep the values of
 /// the old members, and new members have default values.

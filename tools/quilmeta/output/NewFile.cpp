@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output/NewFile.h"
 
-#include "output/KeptAccess.h"
 #include "output/TargetPath.h"
 #include "process/CommandError.h"
+#include "process/KeptAccess.h"
 #include "process/Messages.h"
 #include "values/SafeText.h"
 

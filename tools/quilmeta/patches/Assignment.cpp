@@ -118,33 +118,6 @@ void Assignments::apply(Data::Handle& element) const {
     for (const Target& target : fTargets) assign(element, target);
 }
 
-std::optional<Assignments::Target> Assignments::findMember(const Data::Structure& structure,
-                                                           std::string_view name) {
-    for (auto it = structure.begin(); it.valid(); ++it)
-        if (name == it->name()) return Target{&*it, it.index(), {}, name};
-    return {};
-}
-
-/// A member may itself be named "a[0]", so this looks for the whole name first.
-std::optional<Assignments::Target> Assignments::findTarget(const Data::Structure& structure,
-                                                           std::string_view name) {
-    if (auto target = findMember(structure, name)) return target;
-    const size_t bracket = name.rfind('[');
-    if (bracket == name.npos || name.back() != ']') return {};
-    unsigned int slot = 0;
-    const std::string_view digits = name.substr(bracket + 1, name.size() - bracket - 2);
-    if (parseValue(digits, slot) != Parsed::kGood) return {};
-    auto target = findMember(structure, name.substr(0, bracket));
-    if (!target) return {};
-    if (slot >= target->member->length())
-        throw CommandError(fmt::format("there is no {}: member {} has {}", inQuotes(name),
-                                       inQuotes(target->name),
-                                       counted(target->member->length(), "value")));
-    target->slot = slot;
-    target->name = name;
-    return target;
-}
-
 /// The target when the "=" at this place is the one that assigns. A name may end with "+", so all
 /// that is ahead of the "=" is tried as a name first.
 std::optional<Assignments::Target> Assignments::findTarget(const Data::Structure& structure,
@@ -154,10 +127,13 @@ std::optional<Assignments::Target> Assignments::findTarget(const Data::Structure
                                                           {'+', Operation::kAdd},
                                                           {'-', Operation::kSubtract},
                                                           {'*', Operation::kMultiply}};
-    auto target = findTarget(structure, assignment.substr(0, equals));
+    std::optional<Target> target;
+    if (const auto named = findMember(structure, assignment.substr(0, equals)))
+        target.emplace(Target{*named});
     for (const auto& [sign, operation] : kOperations) {
         if (target || equals == 0 || assignment[equals - 1] != sign) continue;
-        target = findTarget(structure, assignment.substr(0, equals - 1));
+        if (const auto named = findMember(structure, assignment.substr(0, equals - 1)))
+            target.emplace(Target{*named});
         if (target) target->operation = operation;
     }
     if (target) target->text = assignment.substr(equals + 1);
@@ -175,10 +151,7 @@ Assignments::Target Assignments::parseTarget(const Data::Structure& structure,
     std::string_view name = assignment.substr(0, first);
     if (!name.empty() && std::string_view(":+-*").find(name.back()) != name.npos)
         name.remove_suffix(1);
-    throw CommandError(
-        fmt::format("structure {} has no member {}{}", inQuotes(structure.name()), inQuotes(name),
-                    nameList("members", structure,
-                             [](const Member& member) { return shownName(member.name()); })));
+    throw CommandError(noSuchMember(structure, name));
 }
 
 // Blanks belong to a string, so one text cannot hold several strings. The slot owns its string,

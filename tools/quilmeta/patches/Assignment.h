@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/MemberName.h"
+
 #include <data/Handle.h>
 #include <data/Structure.h>
 
@@ -34,20 +36,12 @@ class Assignments {
 
   private:
     enum class Operation { kText, kJson, kAdd, kSubtract, kMultiply };
-    struct Target {
-        const Data::Member* member;
-        unsigned int position;             // of the member in its structure
-        std::optional<unsigned int> slot;  // the k of MEMBER[k]
-        std::string_view name;             // as the user wrote it
+    struct Target : NamedMember {
         Operation operation = Operation::kText;
         std::string_view text = {};
     };
     class GivenValues;
 
-    static std::optional<Target> findMember(const Data::Structure& structure,
-                                            std::string_view name);
-    static std::optional<Target> findTarget(const Data::Structure& structure,
-                                            std::string_view name);
     static std::optional<Target> findTarget(const Data::Structure& structure,
                                             std::string_view assignment, size_t equals);
     static Target parseTarget(const Data::Structure& structure, std::string_view assignment);

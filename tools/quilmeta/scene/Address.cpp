@@ -3,13 +3,35 @@
 #include "scene/Address.h"
 
 #include "process/CommandError.h"
+#include "values/ClosestName.h"
 #include "values/SafeText.h"
 #include "values/Wording.h"
 
+#include <data/Channel.h>
 #include <data/IndexText.h>
 #include <fmt/format.h>
 
 namespace orbo::Quilmeta {
+
+namespace {
+
+/// `, did you mean "arm"? (nodes: arm, leg)`
+template <typename Container>
+std::string instead(const std::string& wanted, const char* what, const Container& container) {
+    ClosestName closest(wanted);
+    for (const auto& item : container) closest.offer(item.name());
+    return closest.question() +
+           nameList(what, container, [](const auto& item) { return shownName(item.name()); });
+}
+
+}  // namespace
+
+const Data::Stream* findStreamOrNull(const Data::Accessor& scene, const StreamAddress& address) {
+    const auto node = scene.associations().find(address.node);
+    if (node == scene.associations().end()) return nullptr;
+    const Data::Channel* channel = node->second.findChannel(address.channel);
+    return channel ? channel->findDataStream(address.stream) : nullptr;
+}
 
 Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
     auto& nodes = scene.associations();
@@ -18,22 +40,24 @@ Data::Associations& findNode(Data::Accessor& scene, const std::string& name) {
     const std::string list =
         nameList("nodes", nodes, [](const auto& entry) { return shownNode(entry.first); });
     if (name.empty()) throw CommandError("the scene itself has no metadata" + list);
-    throw CommandError(fmt::format("there is no node {}{}", inQuotes(name), list));
+    ClosestName closest(name);
+    for (const auto& entry : nodes) closest.offer(entry.first);
+    throw CommandError(
+        fmt::format("there is no node {}{}{}", inQuotes(name), closest.question(), list));
 }
 
 Data::Stream& findStream(Data::Accessor& scene, const StreamAddress& address) {
-    const auto nameOf = [](const auto& item) { return shownName(item.name()); };
     Data::Associations& node = findNode(scene, address.node);
     Data::Channel* channel = node.findChannel(address.channel);
     if (!channel)
         throw CommandError(fmt::format("node {} has no channel {}{}", shownNode(address.node),
                                        inQuotes(address.channel),
-                                       nameList("channels", node, nameOf)));
+                                       instead(address.channel, "channels", node)));
     Data::Stream* stream = channel->findDataStream(address.stream);
     if (!stream)
         throw CommandError(fmt::format("channel {} has no stream {}{}", inQuotes(address.channel),
                                        inQuotes(address.stream),
-                                       nameList("streams", *channel, nameOf)));
+                                       instead(address.stream, "streams", *channel)));
     return *stream;
 }
 

@@ -1,4 +1,4 @@
-// Where two structures, or the metadata of two nodes, differ.
+// Where two structures, or two streams, differ.
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/Difference.h"
 
@@ -7,7 +7,6 @@
 #include "values/ValueType.h"
 #include "values/Wording.h"
 
-#include <data/Channel.h>
 #include <data/Stream.h>
 #include <fmt/format.h>
 
@@ -47,55 +46,6 @@ std::string differenceOfElements(const Data::Stream& ours, const Data::Stream& t
     }
     if (our.valid()) return atIndex("extra", our.index());
     return their.valid() ? atIndex("no", their.index()) : "";
-}
-
-std::string differenceOf(const Data::Stream& ours, const Data::Stream& theirs) {
-    if (isAlike(ours, theirs)) return differenceOfElements(ours, theirs);
-    const std::string name = ours.structure().name();
-    const std::string other = theirs.structure().name();
-    if (name != other)
-        return fmt::format("structure {} instead of {}", inQuotes(name), inQuotes(other));
-    // Namesakes with other members; the difference of the structures is reported elsewhere.
-    if (ours.structure() != theirs.structure())
-        return fmt::format("another structure {}", inQuotes(name));
-    return fmt::format("index type {} instead of {}", inQuotes(ours.indexType()),
-                       inQuotes(theirs.indexType()));
-}
-
-/// Finds the part of `container` with the name of `namesake`; null without one that counts.
-const Data::Stream* find(const Data::Channel& container, const Data::Stream& namesake) {
-    return container.findDataStream(namesake.name());
-}
-const Data::Channel* find(const Data::Associations& container, const Data::Channel& namesake) {
-    const Data::Channel* channel = container.findChannel(namesake.name());
-    return channel && !channel->empty() ? channel : nullptr;
-}
-
-/// A scene file has no channels without streams.
-bool counts(const Data::Stream&) { return true; }
-bool counts(const Data::Channel& channel) { return !channel.empty(); }
-
-std::string differenceOf(const Data::Channel& ours, const Data::Channel& theirs);
-
-/// Compares the channels of associations, or the streams of channels; `kind` says which.
-template <typename Container>
-std::string differenceOfContent(const Container& ours, const Container& theirs, const char* kind) {
-    for (const auto& item : theirs) {
-        if (!counts(item)) continue;
-        const auto* other = find(ours, item);
-        if (!other) return fmt::format("no {} {}", kind, inQuotes(item.name()));
-        const std::string difference = differenceOf(*other, item);
-        if (!difference.empty())
-            return fmt::format("{} {}: {}", kind, inQuotes(item.name()), difference);
-    }
-    for (const auto& item : ours)
-        if (counts(item) && !find(theirs, item))
-            return fmt::format("extra {} {}", kind, inQuotes(item.name()));
-    return {};
-}
-
-std::string differenceOf(const Data::Channel& ours, const Data::Channel& theirs) {
-    return differenceOfContent(ours, theirs, "stream");
 }
 
 /// Lists the members that only one side has, or that have other types.
@@ -140,8 +90,17 @@ std::string differenceOf(const Data::Structure& ours, const Data::Structure& the
     return shortList(differences, [](const std::string& difference) { return difference; });
 }
 
-std::string differenceOf(const Data::Associations& ours, const Data::Associations& theirs) {
-    return differenceOfContent(ours, theirs, "channel");
+std::string differenceOf(const Data::Stream& ours, const Data::Stream& theirs) {
+    if (isAlike(ours, theirs)) return differenceOfElements(ours, theirs);
+    const std::string name = ours.structure().name();
+    const std::string other = theirs.structure().name();
+    if (name != other)
+        return fmt::format("structure {} instead of {}", inQuotes(name), inQuotes(other));
+    // Namesakes with other members; the difference of the structures is reported elsewhere.
+    if (ours.structure() != theirs.structure())
+        return fmt::format("another structure {}", inQuotes(name));
+    return fmt::format("index type {} instead of {}", inQuotes(ours.indexType()),
+                       inQuotes(theirs.indexType()));
 }
 
 }  // namespace orbo::Quilmeta

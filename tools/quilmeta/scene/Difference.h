@@ -1,8 +1,8 @@
-// Where two structures, or the metadata of two nodes, differ.
+// Where two structures, or two streams, differ.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <data/Associations.h>
+#include <data/Stream.h>
 #include <data/Structure.h>
 
 #include <string>
@@ -14,9 +14,8 @@ namespace orbo::Quilmeta {
 /// names.
 std::string differenceOf(const Data::Structure& ours, const Data::Structure& theirs);
 
-/// Says the first place where `ours` is different: "channel "joints": stream "pose": no index 3".
-/// Empty when a scene file could not tell them apart: it has no channels without streams, and no
-/// null strings.
-std::string differenceOf(const Data::Associations& ours, const Data::Associations& theirs);
+/// Says the first place where `ours` is different: "no index 3", "structure "A" instead of "B"".
+/// Empty when a scene file could not tell them apart: it has no null strings.
+std::string differenceOf(const Data::Stream& ours, const Data::Stream& theirs);
 
 }  // namespace orbo::Quilmeta

@@ -7,7 +7,6 @@
 #include "values/ValueType.h"
 #include "values/Wording.h"
 
-#include <data/Channel.h>
 #include <data/Stream.h>
 #include <fmt/format.h>
 
@@ -20,25 +19,6 @@ std::string listOf(const char* what, const std::vector<std::string>& indices) {
     if (indices.empty()) return {};
     return fmt::format("{}{}: index {}", what, counted(indices.size(), "element"),
                        shortList(indices, [](const auto& index) { return shownName(index); }));
-}
-
-/// Adds what is lost when a stream gives way to one that `isAlike`.
-void addLosses(const std::string& place, const Data::Stream& ours, const Data::Stream& theirs,
-               std::vector<std::string>& lines) {
-    std::vector<std::string> gone;
-    std::vector<std::string> overwritten;
-    // Both streams hand their elements out in the order of their indices, so one walk is enough.
-    Data::StreamIterator their = theirs.cbegin();
-    for (Data::StreamIterator our = ours.cbegin(); our.valid(); ++our) {
-        const Data::Index index = our.index();
-        while (their.valid() && their.index() < index) ++their;
-        if (!their.valid() || index < their.index())
-            gone.push_back(index.asString());
-        else if (!isSame(*our, *their, ours.structure()))
-            overwritten.push_back(index.asString());
-    }
-    for (const std::string& list : {listOf("", gone), listOf("the values of ", overwritten)})
-        if (!list.empty()) lines.push_back(fmt::format("{}, {}", place, list));
 }
 
 }  // namespace
@@ -57,24 +37,26 @@ std::vector<std::string> lossesOf(const Data::Structure& ours, const Data::Struc
     return lines;
 }
 
-std::vector<std::string> lossesOf(const Data::Associations& ours,
-                                  const Data::Associations& theirs) {
-    std::vector<std::string> lines;
-    for (const Data::Channel& channel : ours) {
-        const Data::Channel* other = theirs.findChannel(channel.name());
-        for (const Data::Stream& stream : channel) {
-            const std::string place = fmt::format("channel {}, stream {}", inQuotes(channel.name()),
-                                                  inQuotes(stream.name()));
-            const Data::Stream* namesake = other ? other->findDataStream(stream.name()) : nullptr;
-            // Elements of another structure or index type cannot be compared, so all of them go.
-            if (namesake && isAlike(stream, *namesake))
-                addLosses(place, stream, *namesake, lines);
-            else
-                lines.push_back(fmt::format(
-                    "{} with {} of {}, {} index", place, counted(stream.elementCount(), "element"),
-                    shownName(stream.structure().name()), shownName(stream.indexType())));
-        }
+std::vector<std::string> lossesOf(const Data::Stream& ours, const Data::Stream& theirs) {
+    // Elements of another structure or index type cannot be compared, so all of them go.
+    if (!isAlike(ours, theirs))
+        return {fmt::format(" with {} of {}, {} index", counted(ours.elementCount(), "element"),
+                            shownName(ours.structure().name()), shownName(ours.indexType()))};
+    std::vector<std::string> gone;
+    std::vector<std::string> overwritten;
+    // Both streams hand their elements out in the order of their indices, so one walk is enough.
+    Data::StreamIterator their = theirs.cbegin();
+    for (Data::StreamIterator our = ours.cbegin(); our.valid(); ++our) {
+        const Data::Index index = our.index();
+        while (their.valid() && their.index() < index) ++their;
+        if (!their.valid() || index < their.index())
+            gone.push_back(index.asString());
+        else if (!isSame(*our, *their, ours.structure()))
+            overwritten.push_back(index.asString());
     }
+    std::vector<std::string> lines;
+    for (const std::string& list : {listOf("", gone), listOf("the values of ", overwritten)})
+        if (!list.empty()) lines.push_back(", " + list);
     return lines;
 }
 

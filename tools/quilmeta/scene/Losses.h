@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <data/Associations.h>
+#include <data/Stream.h>
 #include <data/Structure.h>
 
 #include <string>
@@ -13,7 +13,8 @@ namespace orbo::Quilmeta {
 /// Lists the members of `ours` that `theirs` lacks or has with another type, a line each.
 std::vector<std::string> lossesOf(const Data::Structure& ours, const Data::Structure& theirs);
 
-/// Lists the streams, elements and values of `ours` that `theirs` lacks, a line for each stream.
-std::vector<std::string> lossesOf(const Data::Associations& ours, const Data::Associations& theirs);
+/// Lists what of `ours` goes when `theirs` takes its place, a line each that continues the name of
+/// the stream: ", 2 elements: index a, b", ", the values of 1 element: index c".
+std::vector<std::string> lossesOf(const Data::Stream& ours, const Data::Stream& theirs);
 
 }  // namespace orbo::Quilmeta

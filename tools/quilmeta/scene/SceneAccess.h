@@ -18,6 +18,7 @@ struct SceneAccess {
     bool noJournal = false;  ///< write in place, without protection against a kill
     bool writes = false;     ///< the command changes scenes, so concurrent changes are conflicts
     bool dryRun = false;     ///< check everything that a write would check, and write nothing
+    std::string backup{};    ///< makes a copy of that suffix before a write; empty for none
     bool partial = false;    ///< also show the readable part of a damaged node
     /// A name whose extension says the kind of the scenes; that of each file's own unless given.
     std::string kindName = {};

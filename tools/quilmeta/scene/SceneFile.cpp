@@ -4,6 +4,7 @@
 
 #include "process/Messages.h"
 #include "process/Signals.h"
+#include "scene/Backup.h"
 #include "scene/FindingText.h"
 
 #include <fmt/format.h>
@@ -96,6 +97,19 @@ std::unique_ptr<Data::Accessor> readAgain(const Scene& scene, const SceneAccess&
     return accessor;
 }
 
+/// Makes the copy that the user asks for, and writes.
+bool write(const Data::Accessor& scene, const SceneAccess& access, std::string& errors) {
+    if (access.dryRun) return scene.rehearse(errors);
+    if (access.backup.empty()) return scene.write(errors);
+    // What is refused anyway needs no copy.
+    if (!scene.rehearse(errors)) return false;
+    Backup copy(scene.fileName(), access.backup);
+    const bool written = scene.write(errors);
+    // After a write that failed in the middle somebody may need the copy.
+    if (!scene.metConflict()) copy.keep();
+    return written;
+}
+
 }  // namespace
 
 Scene openScene(const std::string& file, const SceneAccess& access, const SceneNames* names) {
@@ -153,7 +167,7 @@ void writeScene(const Scene& scene, const SceneAccess& access, Output& output) {
     Signals::stopIfReceived();
     const Data::Accessor& accessor = *scene.accessor;
     std::string errors;
-    const bool written = access.dryRun ? accessor.rehearse(errors) : accessor.write(errors);
+    const bool written = write(accessor, access, errors);
     if (accessor.metConflict())
         throw Conflict("somebody else keeps changing the metadata: " +
                        messagesOfFailure(accessor, errors));

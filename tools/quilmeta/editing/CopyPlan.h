@@ -2,16 +2,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "editing/Rename.h"
+#include "scene/Address.h"
+#include "selection/Selection.h"
+
 #include <data/Accessor.h>
+#include <data/Stream.h>
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
 
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace orbo::Quilmeta {
 
-/// Shares the content of nodes with the source, which may be closed meanwhile.
+/// Shares the content of streams with the source, which may be closed meanwhile.
 class CopyPlan {
   public:
     enum class Fate { kUnchanged, kAdded, kReplaced };
@@ -22,20 +29,21 @@ class CopyPlan {
         std::string difference;           ///< from the namesake that it replaces
         std::vector<std::string> losses;  ///< what of the namesake is lost, a line each
     };
-    struct NodeCopy {
-        std::string name;
-        Data::Associations associations;
+    struct StreamCopy {
+        StreamAddress place;  ///< in the target
+        Data::Stream stream;
         Fate fate;
         std::string difference;
         std::vector<std::string> losses;
     };
 
-    /// Plans to copy the nodes with these names and the structures that they use. Without names it
-    /// plans to copy all structures, and all nodes that have streams.
-    CopyPlan(const Data::Accessor& source, const Data::Accessor& target,
-             const std::vector<std::string>& nodes);
+    /// Plans to copy the selected streams and the structures that they use; with an empty selection
+    /// all structures. `newNames` says what nodes are called in the target. Throws `CommandError`
+    /// when two streams would come to one place.
+    CopyPlan(const Data::Accessor& source, const Data::Accessor& target, const Selection& selection,
+             const std::optional<NewName>& newNames);
 
-    /// A line for each structure and node that has a namesake with other content in the target.
+    /// A line for each structure and stream that has a namesake with other content in the target.
     [[nodiscard]] std::vector<std::string> differences() const;
     /// A line for each structure that cannot be replaced, because metadata that stays in the target
     /// needs it. `complete` says that all of the target's metadata could be read.
@@ -43,19 +51,24 @@ class CopyPlan {
                                                      bool complete) const;
 
     [[nodiscard]] const std::vector<StructureCopy>& structures() const { return fStructures; }
-    [[nodiscard]] const std::vector<NodeCopy>& nodes() const { return fNodes; }
+    /// In the order of their places.
+    [[nodiscard]] const std::vector<StreamCopy>& streams() const { return fStreams; }
+    /// The nodes that the target has no streams for yet.
+    [[nodiscard]] const std::set<std::string>& newNodes() const { return fNewNodes; }
     /// False when the target has everything already.
     [[nodiscard]] bool changes() const;
     void apply(Data::Accessor& target) const;
 
   private:
+    void planStructures(const Data::Accessor& source, const Data::Accessor& target, bool all);
     /// The place of a stream that uses the structure and is not replaced; empty when there is none.
     [[nodiscard]] std::string userThatStays(const Data::Accessor& target,
                                             const std::string& structure) const;
 
     std::string fSource;
     std::vector<StructureCopy> fStructures;
-    std::vector<NodeCopy> fNodes;
+    std::vector<StreamCopy> fStreams;
+    std::set<std::string> fNewNodes;
 };
 
 }  // namespace orbo::Quilmeta

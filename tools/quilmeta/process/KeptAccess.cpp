@@ -1,6 +1,6 @@
 // Hands owner, permissions and attributes of a file on to the one that replaces it.
 // SPDX-License-Identifier: Apache-2.0
-#include "output/KeptAccess.h"
+#include "process/KeptAccess.h"
 
 #include "files/FileAccess.h"
 #include "files/posix/PosixAccess.h"

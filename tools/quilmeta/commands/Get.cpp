@@ -1,0 +1,243 @@
+// quilmeta get: values, and nothing around them.
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "json/JsonElement.h"
+#include "json/ResultList.h"
+#include "process/CommandError.h"
+#include "process/Messages.h"
+#include "process/Output.h"
+#include "scene/Address.h"
+#include "scene/MemberName.h"
+#include "scene/SceneFile.h"
+#include "values/NumberText.h"
+#include "values/SafeText.h"
+#include "values/ValueType.h"
+
+#include <data/Structure.h>
+#include <debug/RefPtr.h>
+#include <fmt/format.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+constexpr Command::Help kHelp = {"get", "Print values of elements", R"(
+Prints the values of one element, or without --index those of all, an element a
+line. Several members have tabs between; several values of one member have
+blanks, and MEMBER[k] is one of them. Names are exact. Strings come as they are
+unless a terminal would act on them; -0 ends each element by a NUL instead of a
+line feed. What is not there ends in exit code 1, or with --default in that text.
+Examples:
+  r=$(quilmeta get s.kx --node n --channel c --stream s --index 3 roughness)
+  quilmeta get robot.kx --node rig --channel joints --stream pose label 'bind[0]')"};
+
+/// Ends the search for what is to be printed.
+class NotThere : public CommandError {
+  public:
+    using CommandError::CommandError;
+};
+
+class Get : public Command {
+  public:
+    [[nodiscard]] const Help& help() const override { return kHelp; }
+    void declare(Options& options) override {
+        options.word("FILE", fFile, "Scene file");
+        options.words("MEMBER", fMembers, "Members, or single values of them");
+        options.required("--node", "NAME", fAddress.node, "Node; '' is the scene");
+        options.required("--channel", "NAME", fAddress.channel, "Channel of the node");
+        options.required("--stream", "NAME", fAddress.stream, "Stream of the channel");
+        options.optional("--index", "INDEX", fIndex, "Only this element");
+        options.optional("--default", "TEXT", fDefault, "Print this for what is not there");
+        options.results(fFormat);
+        options.flag("-0,--null", fEndsByNul, "End each element by a NUL");
+        options.reading(fAccess);
+    }
+
+    Outcome run(Output& output) override {
+        output.stopOnSignals();
+        if (fFormat != ResultFormat::kText && fEndsByNul)
+            throw UsageError("-0 and JSON exclude each other");
+        fSafe = output.isTerminal() && !fEndsByNul;
+        ResultList results(output, fFormat);
+        const Outcome outcome = forEachFile({fFile}, {}, results,
+                                            [&](const FileTurn& turn) { return get(turn.output); });
+        results.end();
+        return outcome;
+    }
+
+  private:
+    FileResult get(Output& output) const {
+        const Scene scene = openNode();
+        try {
+            const Data::Stream& stream = streamIn(*scene.accessor);
+            if (fIndex) {
+                printOne(stream, output);
+            } else {
+                const auto members = membersOf(stream.structure());
+                if (stream.empty()) throw NotThere("the stream has no element");
+                for (auto element = stream.cbegin(); element.valid(); ++element)
+                    print(element.index(), *element, members, output);
+            }
+        } catch (const NotThere& missing) {
+            if (!fDefault) {
+                complain(fFile, missing.what());
+                return Outcome::kNothingSelected;
+            }
+            printDefault(output);
+        }
+        output.flush();
+        return scene.outcome();
+    }
+
+    /// Reads no more than the node; all of the scene when there is no such node, for the message.
+    [[nodiscard]] Scene openNode() const {
+        SceneNames names;
+        names.nodes.emplace({fAddress.node});
+        Scene scene = openScene(fFile, fAccess, &names);
+        if (scene.accessor->associations().count(fAddress.node) > 0) return scene;
+        return openScene(fFile, fAccess);
+    }
+
+    [[nodiscard]] Data::Stream& streamIn(Data::Accessor& scene) const {
+        try {
+            return findStream(scene, fAddress);
+        } catch (const CommandError& error) {
+            throw NotThere(error.what());
+        }
+    }
+
+    [[nodiscard]] std::vector<NamedMember> membersOf(const Data::Structure& structure) const {
+        std::vector<NamedMember> members;
+        for (const std::string& name : fMembers) {
+            try {
+                const auto member = findMember(structure, name);
+                if (!member) throw NotThere(noSuchMember(structure, name));
+                members.push_back(*member);
+            } catch (const CommandError& error) {
+                throw NotThere(error.what());
+            }
+        }
+        return members;
+    }
+
+    void printOne(const Data::Stream& stream, Output& output) const {
+        const auto members = membersOf(stream.structure());
+        const Data::Index index = indexOf(stream, *fIndex);
+        Data::Stream shared = stream;
+        Data::Handle element = shared.element(index);
+        if (!element.hasData())
+            throw NotThere(fmt::format("stream {} has no index {}", inQuotes(fAddress.stream),
+                                       inQuotes(*fIndex)));
+        print(index, element, members, output);
+    }
+
+    void printDefault(Output& output) const {
+        if (fFormat != ResultFormat::kText) {
+            JsonObject values;
+            for (const std::string& member : fMembers) values.add(member.c_str(), *fDefault);
+            return printJson({}, values.text(), output);
+        }
+        std::string text = shown(*fDefault);
+        for (size_t i = 1; i < fMembers.size(); ++i) text += '\t' + shown(*fDefault);
+        output.write(text += end());
+    }
+
+    void print(const Data::Index& index, Data::Handle& element,
+               const std::vector<NamedMember>& members, Output& output) const {
+        if (fFormat != ResultFormat::kText)
+            return printJson(index, jsonOf(element, members), output);
+        std::string text;
+        const char* gap = "";
+        for (const NamedMember& member : members) {
+            text += gap;
+            gap = "\t";
+            element.setPositionByMemberIndex(member.position);
+            withParts(element, *member.member,
+                      [&](const auto* parts) { appendParts(text, parts, member); });
+        }
+        output.write(text += end());
+    }
+
+    void printJson(const std::optional<Data::Index>& index, const std::string& values,
+                   Output& output) const {
+        JsonObject object;
+        object.add("file", fFile)
+            .add("node", fAddress.node)
+            .add("channel", fAddress.channel)
+            .add("stream", fAddress.stream);
+        std::string text;
+        if (index) appendIndex(text, *index);
+        if (index) object.addJson("index", text);
+        ResultList::add(output, fFormat, object.addJson("values", values));
+    }
+
+    static std::string jsonOf(Data::Handle& element, const std::vector<NamedMember>& members) {
+        std::string text = "{ ";
+        const char* gap = "";
+        for (const NamedMember& named : members) {
+            appendJson(text += gap, named.name);
+            text += ": ";
+            gap = ", ";
+            element.setPositionByMemberIndex(named.position);
+            withParts(element, *named.member,
+                      [&](const auto* parts) { appendJsonOf(text, parts, named); });
+        }
+        return text + " }";
+    }
+
+    template <typename Part>
+    static void appendJsonOf(std::string& text, const Part* parts, const NamedMember& named) {
+        const Data::Member& member = *named.member;
+        if (!named.slot) return appendMember(text, parts, member, NanAs::kWord);
+        const RefPtr<Data::Structure> single(new Data::Structure("single"));
+        single->addMember(member.type(), 1, member.name());
+        appendMember(text, parts + *named.slot * partsPerValue(member.type()), *single->member(0U),
+                     NanAs::kWord);
+    }
+
+    template <typename Part>
+    void appendParts(std::string& text, const Part* parts, const NamedMember& named) const {
+        const size_t perValue = partsPerValue(named.member->type());
+        const size_t first = named.slot.value_or(0) * perValue;
+        const size_t count = named.slot ? perValue : partsOf(*named.member);
+        for (size_t i = first; parts && i < first + count; ++i) {
+            if (i > first) text += ' ';
+            append(text, parts[i]);
+        }
+    }
+
+    template <typename Part>
+    void append(std::string& text, const Part& part) const {
+        if constexpr (std::is_same_v<Part, Text>)
+            text += shown(part ? part : fDefault.value_or(""));
+        else if constexpr (std::is_same_v<Part, bool>)
+            text += part ? "true" : "false";
+        else
+            appendNumber(text, part);
+    }
+
+    [[nodiscard]] std::string shown(const std::string& text) const {
+        return fSafe ? safeLine(text) : text;
+    }
+    [[nodiscard]] char end() const { return fEndsByNul ? '\0' : '\n'; }
+
+    std::string fFile;
+    std::vector<std::string> fMembers;
+    StreamAddress fAddress;
+    std::optional<std::string> fIndex, fDefault;
+    ResultFormat fFormat = ResultFormat::kText;
+    bool fEndsByNul = false;
+    bool fSafe = false;  // strings go to a terminal
+    SceneAccess fAccess;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeGet() { return std::make_unique<Get>(); }
+
+}  // namespace orbo::Quilmeta

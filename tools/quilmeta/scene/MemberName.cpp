@@ -1,0 +1,54 @@
+// Members, and single values of them, by the names that a user gives.
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/MemberName.h"
+
+#include "process/CommandError.h"
+#include "values/ClosestName.h"
+#include "values/ParseValue.h"
+#include "values/SafeText.h"
+#include "values/Wording.h"
+
+#include <data/Structure.h>
+#include <fmt/format.h>
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+std::optional<NamedMember> findWhole(const Data::Structure& structure, std::string_view name) {
+    for (auto it = structure.begin(); it.valid(); ++it)
+        if (name == it->name()) return NamedMember{&*it, it.index(), {}, name};
+    return {};
+}
+
+}  // namespace
+
+std::optional<NamedMember> findMember(const Data::Structure& structure, std::string_view name) {
+    if (auto found = findWhole(structure, name)) return found;
+    const size_t bracket = name.rfind('[');
+    if (bracket == name.npos || name.back() != ']') return {};
+    unsigned int slot = 0;
+    const std::string_view digits = name.substr(bracket + 1, name.size() - bracket - 2);
+    if (parseValue(digits, slot) != Parsed::kGood) return {};
+    auto found = findWhole(structure, name.substr(0, bracket));
+    if (!found) return {};
+    if (slot >= found->member->length())
+        throw CommandError(fmt::format("there is no {}: member {} has {}", inQuotes(name),
+                                       inQuotes(found->name),
+                                       counted(found->member->length(), "value")));
+    found->slot = slot;
+    found->name = name;
+    return found;
+}
+
+std::string noSuchMember(const Data::Structure& structure, std::string_view name) {
+    ClosestName closest(name);
+    for (const Data::Member& member : structure) closest.offer(member.name());
+    return fmt::format("structure {} has no member {}{}{}", inQuotes(structure.name()),
+                       inQuotes(name), closest.question(),
+                       nameList("members", structure, [](const Data::Member& member) {
+                           return shownName(member.name());
+                       }));
+}
+
+}  // namespace orbo::Quilmeta
