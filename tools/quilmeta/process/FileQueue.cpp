@@ -177,13 +177,14 @@ void FileQueue::printNext(std::unique_lock<std::mutex>& lock) {
     const std::string messages = std::exchange(held.messages, {});
     const std::string text = std::exchange(held.text, {});
     const bool section = std::exchange(held.section, false);
+    const std::exception_ptr lost = held.lost;
     lock.unlock();
     fTaken.notify_all();
     printMessages(messages);
     if (section) fOutput.beginSection();
     fOutput.write(text);
     if (!text.empty()) fOutput.flush();
-    if (held.lost) std::rethrow_exception(held.lost);
+    if (lost) std::rethrow_exception(lost);
     if (finished) fProgress.advance(fFront);
     lock.lock();
     if (finished) ++fFront;
