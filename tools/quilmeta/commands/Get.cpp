@@ -20,6 +20,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -138,9 +139,12 @@ class Get : public Command {
 
     void printDefault(Output& output) const {
         if (fFormat != ResultFormat::kText) {
-            JsonObject values;
-            for (const std::string& member : fMembers) values.add(member.c_str(), *fDefault);
-            return printJson({}, values.text(), output);
+            std::string values;
+            for (const std::string& member : fMembers) {
+                appendJson(values += values.empty() ? "{ " : ", ", std::string_view(member));
+                appendJson(values += ": ", std::string_view(*fDefault));
+            }
+            return printJson({}, values + " }", output);
         }
         std::string text = shown(*fDefault);
         for (size_t i = 1; i < fMembers.size(); ++i) text += '\t' + shown(*fDefault);
