@@ -53,7 +53,7 @@ void renameNodes(Data::Accessor& scene, const Renames& renames) {
         renames.pairs,
         [&](const std::string& from) {
             auto node = nodes.extract(from);
-            return std::move(node.mapped());
+            return Data::Associations(node.mapped());
         },
         [&](const std::string& to, Data::Associations&& node) { nodes.emplace(to, node); });
 }
