@@ -7,6 +7,7 @@
 #include "process/CommandError.h"
 #include "process/ExternalCommand.h"
 #include "process/Messages.h"
+#include "process/StatusLine.h"
 #include "process/Style.h"
 #include "values/ClosestName.h"
 #include "values/SafeText.h"
@@ -178,7 +179,10 @@ Command* CommandLine::parse(int argc, char** argv, Output& output) {
 
 void CommandLine::applyOptions() const {
     if (fQuiet && fVerbose) throw UsageError("--quiet and --verbose exclude each other");
-    if (fQuiet) setVerbosity(Verbosity::kQuiet);
+    if (fQuiet) {
+        setVerbosity(Verbosity::kQuiet);
+        StatusLine::turnOff();
+    }
     if (fVerbose) setVerbosity(Verbosity::kVerbose);
     const std::string colors = fColors.value_or("auto");
     if (colors == "always")

@@ -63,16 +63,20 @@ Node Parser::parseProduct() {
 
 /// Operands in a row become one node, so that a long row makes no deep tree.
 Node Parser::parseArithmetic(Kind kind, std::string_view signs, Node (Parser::*operand)()) {
+    const auto goesOn = [&] {
+        return fToken.kind == Token::Kind::kSign && fToken.text.size() == 1 &&
+               signs.find(fToken.text[0]) != signs.npos;
+    };
     Node first = (this->*operand)();
+    if (!goesOn()) return first;
     Node row(kind, fToken.at);
-    while (fToken.kind == Token::Kind::kSign && fToken.text.size() == 1 &&
-           signs.find(fToken.text[0]) != signs.npos) {
-        if (row.operands.empty()) row.operands.push_back(asOperand(std::move(first)));
+    row.operands.push_back(asOperand(std::move(first)));
+    while (goesOn()) {
         row.signs += fToken.text;
         advance();
         row.operands.push_back(asOperand((this->*operand)()));
     }
-    return row.operands.empty() ? std::move(first) : std::move(row);
+    return row;
 }
 
 /// A minus in front of the digits of a number belongs to the number.

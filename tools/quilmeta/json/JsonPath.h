@@ -31,7 +31,6 @@ class JsonPath {
     [[nodiscard]] std::string_view key(size_t step) const {
         return fSteps[step].isItem ? std::string_view() : fSteps[step].key;
     }
-    [[nodiscard]] bool isItem(size_t step) const { return fSteps[step].isItem; }
 
     /// "$.structures[0].members", and ["odd key"] for a key that is no plain word.
     [[nodiscard]] std::string text() const;

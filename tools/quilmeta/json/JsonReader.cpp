@@ -17,12 +17,18 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// A source as RapidJSON reads one, which counts lines.
-class Characters {
+/// A source as RapidJSON reads one, which counts lines. The base is there for functions that
+/// RapidJSON compiles, and calls only for texts that it changes in place.
+class Characters : private rapidjson::StringStream {
   public:
     using Ch = char;
 
-    explicit Characters(JsonSource& source) : fSource(source) {
+    using StringStream::Flush;
+    using StringStream::Put;
+    using StringStream::PutBegin;
+    using StringStream::PutEnd;
+
+    explicit Characters(JsonSource& source) : StringStream(""), fSource(source) {
         fill();
         constexpr std::string_view kMark = "\xEF\xBB\xBF";
         if (fRest.substr(0, kMark.size()) == kMark) fRest.remove_prefix(kMark.size());
@@ -41,12 +47,6 @@ class Characters {
     [[nodiscard]] size_t line() const { return fLine; }
     /// A byte 0 in the text looks like the end to RapidJSON.
     [[nodiscard]] bool atEnd() const { return fRest.empty(); }
-
-    // RapidJSON compiles these, and calls them only for texts that it changes in place.
-    static char* PutBegin() { return nullptr; }
-    static void Put(char) {}
-    static void Flush() {}
-    static size_t PutEnd(char*) { return 0; }
 
   private:
     void fill() { fRest = fSource.next(); }

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "json/JsonList.h"
+#include "json/JsonObject.h"
 #include "process/Output.h"
 
 #include <string_view>

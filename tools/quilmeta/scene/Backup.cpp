@@ -110,7 +110,7 @@ bool isSame(const timespec& one, const timespec& other) {
 std::string reserve(const std::string& wanted) {
     constexpr int kMost = 10000;
     for (int number = 1; number < kMost; ++number) {
-        const std::string path = number == 1 ? wanted : fmt::format("{}.{}", wanted, number);
+        std::string path = number == 1 ? wanted : fmt::format("{}.{}", wanted, number);
         const Descriptor made(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         if (made.isOpen()) return path;
         if (errno != EEXIST) fail(path, errno);

@@ -20,7 +20,6 @@ class Backup {
     ~Backup();
 
     void keep() { fKept = true; }
-    [[nodiscard]] const std::string& path() const { return fPath; }
 
   private:
     std::string fPath;

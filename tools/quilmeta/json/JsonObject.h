@@ -1,4 +1,4 @@
-// Lists and objects of a JSON result, an object to a line.
+// The objects of a JSON result, one to a line.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -56,22 +56,6 @@ class JsonObject {
     }
 
     std::string fText;
-};
-
-/// Writes a list, an item to a line. The list is complete once `end` was called.
-class JsonList {
-  public:
-    explicit JsonList(Output& output) : fOutput(output) {}
-    void add(const JsonObject& item) {
-        fOutput.write(fEmpty ? "[\n  " : ",\n  ");
-        fOutput.write(item.text());
-        fEmpty = false;
-    }
-    void end() { fOutput.write(fEmpty ? "[]\n" : "\n]\n"); }
-
-  private:
-    Output& fOutput;
-    bool fEmpty = true;
 };
 
 }  // namespace orbo::Quilmeta
