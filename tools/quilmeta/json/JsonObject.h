@@ -3,7 +3,6 @@
 #pragma once
 
 #include "json/JsonText.h"
-#include "process/Output.h"
 
 #include <optional>
 #include <string>

@@ -23,12 +23,12 @@ class Characters : private rapidjson::StringStream {
   public:
     using Ch = char;
 
-    using StringStream::Flush;
-    using StringStream::Put;
-    using StringStream::PutBegin;
-    using StringStream::PutEnd;
+    using GenericStringStream::Flush;
+    using GenericStringStream::Put;
+    using GenericStringStream::PutBegin;
+    using GenericStringStream::PutEnd;
 
-    explicit Characters(JsonSource& source) : StringStream(""), fSource(source) {
+    explicit Characters(JsonSource& source) : GenericStringStream(""), fSource(source) {
         fill();
         constexpr std::string_view kMark = "\xEF\xBB\xBF";
         if (fRest.substr(0, kMark.size()) == kMark) fRest.remove_prefix(kMark.size());

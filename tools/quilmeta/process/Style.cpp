@@ -10,15 +10,16 @@ namespace {
 
 Colors gColors = Colors::kAuto;
 
-/// Whether the variable is there and not empty.
-bool isSet(const char* variable) {
+/// The value of the variable; empty when it is not there.
+std::string_view valueOf(const char* variable) {
     const char* value = std::getenv(variable);
-    return value && *value != '\0';
+    return value ? value : "";
 }
 
 bool takesColors(const Output& output) {
     if (gColors != Colors::kAuto) return gColors == Colors::kAlways;
-    return !isSet("NO_COLOR") && isSet("TERM") && std::string_view(std::getenv("TERM")) != "dumb" &&
+    const std::string_view terminal = valueOf("TERM");
+    return valueOf("NO_COLOR").empty() && !terminal.empty() && terminal != "dumb" &&
            output.isTerminal();
 }
 
