@@ -145,7 +145,7 @@ TEST(OutOfMemory, SettingStringsKeepsTheOldOnesAndLosesNone) {
     constexpr Pair kTexts[] = {{"the first text of some length", "and one"},
                                {"another text, which is longer than the first", ""},
                                {"a", "the last text of some length"}};
-    constexpr std::size_t kSteps = 10;
+    constexpr std::size_t kSteps = 15;
     std::size_t before = Allocations::inUse();
     std::optional<Handle> handle;
     Pair label;
