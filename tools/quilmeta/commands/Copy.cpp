@@ -50,7 +50,7 @@ const char* wordFor(CopyPlan::Fate fate) {
     return fate == Fate::kUnchanged ? "unchanged" : fate == Fate::kAdded ? "added" : "replaced";
 }
 
-/// What becomes of a node's streams.
+/// Says what becomes of a node's streams.
 struct NodeReport {
     size_t streams = 0;
     size_t elements = 0;

@@ -105,7 +105,7 @@ class Find : public Command {
             if (fCounts) object.add("count", count);
             return ResultList::add(turn.output, fFormat, object);
         }
-        // For other programs a name is what it is.
+        // Other programs get the name as it is.
         const std::string name = turn.output.isTerminal() ? shownPath(turn.file) : turn.file;
         turn.output.write(fCounts ? fmt::format("{}: {}\n", name, count) : name + '\n');
     }

@@ -32,8 +32,8 @@ class GitDiff : public Command {
     }
 
     Outcome run(Output& output) override {
-        // Of a path with a conflict git gives nothing but the name; of one that was renamed the
-        // new name and a text follow.
+        // Git gives nothing but the name of a path with a conflict. The new name and a text follow
+        // the seven words for a path that was renamed.
         if (fWords.size() == 1) {
             output.write("unmerged: " + shownPath(fWords[0]) + '\n');
             return Outcome::kDone;

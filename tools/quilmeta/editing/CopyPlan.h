@@ -51,7 +51,7 @@ class CopyPlan {
                                                      bool complete) const;
 
     [[nodiscard]] const std::vector<StructureCopy>& structures() const { return fStructures; }
-    /// In the order of their places.
+    /// They stand in the order of their places.
     [[nodiscard]] const std::vector<StreamCopy>& streams() const { return fStreams; }
     /// The nodes that the target has no streams for yet.
     [[nodiscard]] const std::set<std::string>& newNodes() const { return fNewNodes; }

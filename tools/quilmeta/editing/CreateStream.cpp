@@ -36,7 +36,7 @@ std::string indexTypeOf(const std::string& index) {
     return Data::IndexString::theTypeName();
 }
 
-/// What cannot be read would come back in place of what is made now, or hide it.
+/// Metadata that cannot be read would come back in place of what is made now, or hide it.
 void demandReadable(const Scene& scene, const std::string& node) {
     if (scene.complete || scene.accessor->associations().count(node) > 0) return;
     if (!isReadable(scene.accessor->fileName(), {node}))

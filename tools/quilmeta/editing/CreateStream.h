@@ -10,7 +10,7 @@
 
 namespace orbo::Quilmeta {
 
-/// What the user says about a stream that may have to be made.
+/// Holds what the user says about a stream that may have to be made.
 struct StreamToCreate {
     std::optional<std::string> structure;  ///< a stream that is there must have this one
     std::optional<std::string> indexType;  ///< and this one; else the type that an index looks like

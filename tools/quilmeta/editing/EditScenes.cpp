@@ -15,7 +15,7 @@ namespace orbo::Quilmeta {
 Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output& output,
                    const std::string& selection, const std::function<Edited(Scene&)>& edit) {
     const std::vector<std::string> names = filesOf(files);
-    // Of many files the sum is enough, unless the user wants to hear about each.
+    // The sum is enough for many files, unless the user wants to hear about each.
     const bool reports = names.size() == 1 || verbosity() == Verbosity::kVerbose;
     std::atomic<bool> found = false;
     const auto work = [&](const FileTurn& turn) {

@@ -11,7 +11,7 @@
 
 namespace orbo::Quilmeta {
 
-/// What an edit has made of a scene in memory.
+/// Says what an edit has made of a scene in memory.
 struct Edited {
     size_t selected = 0;   ///< what the user's selection found
     bool changed = false;  ///< the scene has to be written
