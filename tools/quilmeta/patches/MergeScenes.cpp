@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "patches/MergeScenes.h"
 
+#include "files/posix/Descriptor.h"
 #include "output/TargetPath.h"
 #include "patches/Apply.h"
 #include "patches/Differences.h"
@@ -76,11 +77,9 @@ bool haveSameBytes(const std::string& left, const std::string& right) {
 
 /// Waits until the bytes of the file are on the disk.
 void sync(const std::string& file) {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool done = descriptor >= 0 && ::fsync(descriptor) == 0;
-    const int error = errno;
-    if (descriptor >= 0) ::close(descriptor);
-    if (!done) throw CommandError("cannot be written: " + systemMessage(error));
+    const Files::Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (descriptor < 0 || ::fsync(descriptor) != 0)
+        throw CommandError("cannot be written: " + systemMessage(errno));
 }
 
 /// Puts the same metadata into every scene, so that what still differs is payload.

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "process/InputText.h"
 
+#include "files/posix/Descriptor.h"
 #include "process/CommandError.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
@@ -34,14 +35,9 @@ std::string contentOf(int descriptor) {
 
 std::string inputText(const std::string& file) {
     if (file == "-") return contentOf(STDIN_FILENO);
-    struct Descriptor {
-        int number;
-        ~Descriptor() {
-            if (number >= 0) ::close(number);
-        }
-    } const opened{::open(file.c_str(), O_RDONLY | O_CLOEXEC)};
-    if (opened.number < 0) throw CommandError(systemMessage(errno));
-    return contentOf(opened.number);
+    const Files::Descriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (opened < 0) throw CommandError(systemMessage(errno));
+    return contentOf(opened);
 }
 
 }  // namespace orbo::Quilmeta

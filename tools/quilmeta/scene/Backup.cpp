@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/Backup.h"
 
+#include "files/posix/Descriptor.h"
 #include "process/CommandError.h"
 #include "process/KeptAccess.h"
 #include "process/Messages.h"
@@ -24,6 +25,7 @@
 namespace orbo::Quilmeta {
 
 namespace fs = std::filesystem;
+using Files::Descriptor;
 
 namespace {
 
@@ -32,35 +34,19 @@ namespace {
                                    systemMessage(error)));
 }
 
-/// A descriptor that is closed.
-class Descriptor {
-  public:
-    explicit Descriptor(int descriptor) : fDescriptor(descriptor) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (fDescriptor >= 0) ::close(fDescriptor);
-    }
-    [[nodiscard]] int get() const { return fDescriptor; }
-    [[nodiscard]] bool isOpen() const { return fDescriptor >= 0; }
-
-  private:
-    int fDescriptor;
-};
-
 /// A file of a name that nothing has, which is removed unless it was renamed.
 class TemporaryFile {
   public:
     explicit TemporaryFile(const std::string& beside)
         : fPath(beside + ".XXXXXX"), fFile(::mkostemp(fPath.data(), O_CLOEXEC)) {
-        if (!fFile.isOpen()) fail(beside, errno);
+        if (fFile < 0) fail(beside, errno);
     }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile() {
         if (!fRenamed) ::unlink(fPath.c_str());
     }
-    [[nodiscard]] int descriptor() const { return fFile.get(); }
+    [[nodiscard]] int descriptor() const { return fFile; }
     /// Takes the place of a file that this process has made.
     void rename(const std::string& to) {
         if (::rename(fPath.c_str(), to.c_str()) != 0) fail(to, errno);
@@ -112,7 +98,7 @@ std::string reserve(const std::string& wanted) {
     for (int number = 1; number < kMost; ++number) {
         std::string path = number == 1 ? wanted : fmt::format("{}.{}", wanted, number);
         const Descriptor made(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-        if (made.isOpen()) return path;
+        if (made >= 0) return path;
         if (errno != EEXIST) fail(path, errno);
     }
     fail(wanted, EEXIST);
@@ -122,7 +108,7 @@ void syncFolderOf(const std::string& path) {
     const std::string folder = fs::path(path).parent_path().string();
     const Descriptor opened(
         ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.isOpen()) ::fsync(opened.get());
+    if (opened >= 0) ::fsync(opened);
 }
 
 }  // namespace
@@ -132,15 +118,15 @@ Backup::Backup(const std::string& scene, const std::string& suffix) {
     std::error_code error;
     const std::string real = fs::canonical(scene, error).string();
     const Descriptor from(::open(real.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (error || !from.isOpen()) fail(wanted, error ? error.value() : errno);
-    const struct stat before = statusOf(from.get(), wanted);
+    if (error || from < 0) fail(wanted, error ? error.value() : errno);
+    const struct stat before = statusOf(from, wanted);
     TemporaryFile copy(wanted);
     keepAccess(copy.descriptor(), real, before);
-    copyBytes(from.get(), copy.descriptor(), wanted);
+    copyBytes(from, copy.descriptor(), wanted);
     const timespec times[] = {before.st_atim, before.st_mtim};
     ::futimens(copy.descriptor(), times);
     if (::fsync(copy.descriptor()) != 0) fail(wanted, errno);
-    const struct stat after = statusOf(from.get(), wanted);
+    const struct stat after = statusOf(from, wanted);
     if (after.st_size != before.st_size || !isSame(after.st_mtim, before.st_mtim))
         throw Conflict("somebody else writes the scene while it is copied");
     fPath = reserve(wanted);
