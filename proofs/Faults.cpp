@@ -18,9 +18,11 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
+#include <mutex>
 #include <random>
 #include <set>
 #include <string>
@@ -37,6 +39,7 @@ Result real(const char* name, Arguments... arguments) {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name))(arguments...);
 }
 
+/// Any thread may call.
 class Faults {
   public:
     // Outlives the destructors of everything else.
@@ -59,12 +62,21 @@ class Faults {
         return Met::kFailure;
     }
     [[nodiscard]] bool hasFolder() const { return !fFolder.empty(); }
-    [[nodiscard]] bool isOurs(int file) const { return fOurs.count(file) > 0; }
+    [[nodiscard]] bool isOurs(int file) const {
+        const std::lock_guard<std::mutex> lock(fMutex);
+        return fOurs.count(file) > 0;
+    }
     [[nodiscard]] bool isOurs(const std::string& path) const {
         return !fFolder.empty() && path.compare(0, fFolder.size(), fFolder) == 0;
     }
-    void remember(int file) { fOurs.insert(file); }
-    void forget(int file) { fOurs.erase(file); }
+    void remember(int file) {
+        const std::lock_guard<std::mutex> lock(fMutex);
+        fOurs.insert(file);
+    }
+    void forget(int file) {
+        const std::lock_guard<std::mutex> lock(fMutex);
+        fOurs.erase(file);
+    }
 
     const std::string kind = text("FAULTS_KIND");
     const bool hasLocks = text("FAULTS_NO_LOCKS").empty();
@@ -81,8 +93,9 @@ class Faults {
                                                          O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
     const long fAt = std::strtol(text("FAULTS_AT").c_str(), nullptr, 10);
     const bool fLasting = !text("FAULTS_LASTING").empty();
-    long fCalls = 0;
-    std::set<int> fOurs;
+    std::atomic<long> fCalls{0};
+    mutable std::mutex fMutex;
+    std::set<int> fOurs;  // guarded by it
 };
 
 template <typename Result, typename File, typename... Arguments>
@@ -191,9 +204,11 @@ int getpwuid_r(uid_t user, struct passwd* entry, char* text, std::size_t size,
     *found = nullptr;
     return meetOrAsk("getpwuid_r", EIO, user, entry, text, size, found);
 }
+// Forgets the file first: once it is closed, another thread may get its number.
 int close(int file) {
-    const int result = meetOrCall("close", -1, file);
-    Faults::all().forget(file);
-    return result;
+    Faults& all = Faults::all();
+    const bool fails = all.isOurs(file) && all.meet("close") == Met::kFailure;
+    all.forget(file);
+    return fails ? -1 : real<int, int>("close", file);
 }
 }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "process/Signals.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -17,7 +18,9 @@ struct Noted {
 constexpr Noted kNoted[] = {
     {SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"}, {SIGHUP, "SIGHUP"}, {SIGPIPE, "SIGPIPE"}};
 
-volatile std::sig_atomic_t gReceived = 0;
+// Any thread asks; a handler may only touch an atomic that needs no lock.
+std::atomic<int> gReceived{0};
+static_assert(std::atomic<int>::is_always_lock_free, "the handler must not wait");
 
 void setAction(int signal, void (*action)(int)) {
     struct sigaction settings {};

@@ -65,8 +65,10 @@ std::string Repath::apply(Data::Handle& row) {
 }
 
 void Repath::noteUse(const std::string& path, bool isMapped) {
-    fAnyMapped = fAnyMapped || isMapped;
-    for (auto entry = fUnused.begin(); isMapped && entry != fUnused.end();)
+    if (!isMapped) return;
+    const std::lock_guard<std::mutex> lock(fMutex);
+    fAnyMapped = true;
+    for (auto entry = fUnused.begin(); entry != fUnused.end();)
         entry = entry->second.apply(path) ? fUnused.erase(entry) : std::next(entry);
 }
 

@@ -7,11 +7,13 @@
 #include <data/Handle.h>
 
 #include <map>
+#include <mutex>
 #include <string>
 
 namespace orbo::Quilmeta {
 
-/// Replaces prefixes of paths, and remembers which prefixes some path begins with.
+/// Replaces prefixes of paths, and remembers which prefixes some path begins with. Several threads
+/// may apply it, each to its own rows.
 class Repath {
   public:
     /// A prefix of the command line, which must be of use.
@@ -31,6 +33,7 @@ class Repath {
     void noteUse(const std::string& path, bool isMapped);
 
     PathMap fMap;
+    std::mutex fMutex;                       // guards what is below while it is applied
     std::map<std::string, PathMap> fUnused;  // of the command line, a map with that prefix alone
     bool fAnyMapped = false;
 };
