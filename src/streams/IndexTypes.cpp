@@ -31,4 +31,10 @@ bool IndexTypes::isKnown(const std::string& typeName) {
     return Index::creators().count(typeName) > 0;
 }
 
+std::vector<std::string> IndexTypes::names() {
+    std::vector<std::string> names;
+    for (const auto& entry : Index::creators()) names.push_back(entry.first);
+    return names;
+}
+
 }  // namespace orbo::Data

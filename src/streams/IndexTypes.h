@@ -5,6 +5,7 @@
 #include <data/Index.h>
 
 #include <string>
+#include <vector>
 
 namespace orbo::Data {
 
@@ -35,6 +36,8 @@ class IndexTypes {
     static Maker maker(const std::string& typeName, Unknown unknown = Unknown::kThrow);
     /// Whether the type is registered.
     static bool isKnown(const std::string& typeName);
+    /// The names of all registered types.
+    static std::vector<std::string> names();
 };
 
 }  // namespace orbo::Data

@@ -31,6 +31,7 @@ std::unique_ptr<Command> makeRefsList();
 std::unique_ptr<Command> makeRefsRepath();
 std::unique_ptr<Command> makeCheck();
 std::unique_ptr<Command> makeRecover();
+std::unique_ptr<Command> makeFormats();
 
 /// Commands that share a first word, such as `refs list` and `refs repath`.
 constexpr Command::Help kRefsGroup = {"refs", "List external files, or change their paths", R"(
@@ -53,7 +54,7 @@ constexpr CommandEntry kCommands[] = {
     {nullptr, makeRename},   {nullptr, makeCopy},         {nullptr, makeDiff},
     {nullptr, makePatch},    {nullptr, makeMerge},        {nullptr, makeGitDiff},
     {nullptr, makeGitMerge}, {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck},    {nullptr, makeRecover},
+    {nullptr, makeCheck},    {nullptr, makeRecover},      {nullptr, makeFormats},
 };
 
 }  // namespace orbo::Quilmeta

@@ -4,6 +4,7 @@
 #include "commands/Options.h"
 #include "editing/CopyPlan.h"
 #include "editing/Parts.h"
+#include "patches/ChangeReport.h"
 #include "process/Output.h"
 #include "scene/Address.h"
 #include "scene/SceneFile.h"
@@ -138,9 +139,9 @@ class Copy : public Command {
         };
         const Outcome opened = guarded(fSource, open).outcome;
         if (opened == Outcome::kFailed) return opened;
-        const Outcome copied = editFiles({fTarget}, fAccess, 1, output, [&](const FileTurn& turn) {
-            return copyInto(*source.accessor, turn.output);
-        });
+        const Outcome copied = changeFiles(
+            {fTarget}, fAccess, 1, output,
+            [&](const FileTurn& turn) { return copyInto(*source.accessor, turn.output); });
         return std::max(opened, copied);
     }
 

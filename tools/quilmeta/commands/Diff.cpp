@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "json/ResultList.h"
 #include "patches/DiffText.h"
 #include "patches/Differences.h"
 #include "scene/SceneFile.h"
@@ -17,7 +18,8 @@ namespace {
 constexpr Command::Help kHelp = {"diff", "Show what differs between two scenes", R"(
 Compares structures, streams, elements and values bit by bit, whatever kinds of
 scenes A and B are. Exit code 0 without a difference, 1 with one, 2 when a scene
-cannot be read. --json prints a patch, which the command patch applies.
+cannot be read. --json prints a patch, which the command patch applies; --jsonl
+prints its changes, a line each.
 Example:
   quilmeta diff robot.kx robot-exported-again.ky)"};
 
@@ -29,7 +31,7 @@ class Diff : public Command {
         options.word("B", fRight, "Scene file to compare it with");
         options.selection(fSelection);
         options.flag("--stat", fCounts, "Only count the changes of each stream");
-        options.flag("--json", fJson, "Print a patch that makes A what B is");
+        options.results(fFormat);
         options.wait(fAccess);
     }
 
@@ -41,16 +43,26 @@ class Diff : public Command {
         const Selection selection = fSelection.selection();
         const Patch patch =
             differences(select(*left.accessor, selection), select(*right.accessor, selection));
-        if (fJson)
-            write(patch, output);
-        else if (fCounts)
-            printStatistics(patch, output);
-        else
-            printDifferences(patch, fLeft, fRight, output);
+        print(patch, output);
         return patch.changes.empty() ? read : std::max(read, Outcome::kFound);
     }
 
   private:
+    void print(const Patch& patch, Output& output) const {
+        const PatchFiles files{fLeft, fRight};
+        if (fFormat == ResultFormat::kText && fCounts) return printStatistics(patch, output);
+        if (fFormat == ResultFormat::kText) return printDifferences(patch, fLeft, fRight, output);
+        if (fFormat == ResultFormat::kJson && !fCounts) return write(patch, output, &files);
+        ResultList results(output, fFormat);
+        if (fCounts)
+            for (const JsonObject& counts : statisticsOf(patch, files))
+                ResultList::add(results, fFormat, counts);
+        else
+            for (const Change& change : patch.changes)
+                ResultList::add(results, fFormat, jsonOf(change, &files));
+        results.end();
+    }
+
     Outcome open(const std::string& file, Scene& scene) const {
         return guarded(file,
                        [&] {
@@ -63,7 +75,7 @@ class Diff : public Command {
     std::string fLeft, fRight;
     SelectionArguments fSelection;
     bool fCounts = false;
-    bool fJson = false;
+    ResultFormat fFormat = ResultFormat::kText;
     SceneAccess fAccess;
 };
 

@@ -3,6 +3,7 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "patches/Assignment.h"
+#include "patches/ChangeReport.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
 #include "scene/SceneFile.h"
@@ -68,8 +69,8 @@ class Edit : public Command {
         if (!fWhere && fSelection.everything() && !fAll)
             throw UsageError("this changes all elements: say so with --all, or select some");
         fSearch.emplace(fWhere);
-        Outcome outcome = editFiles(filesOf(fFiles), fAccess, fFiles.jobs, output,
-                                    [&](const FileTurn& turn) { return edit(turn); });
+        Outcome outcome = changeFiles(filesOf(fFiles), fAccess, fFiles.jobs, output,
+                                      [&](const FileTurn& turn) { return edit(turn); });
         if (Signals::received() != 0) return outcome;
         const bool isSpeltRight = fSearch->warn();
         if (fFound == 0 && outcome != Outcome::kFailed) complain("", "no element is selected");
@@ -100,10 +101,7 @@ class Edit : public Command {
         fFound += count;
         if (count == 0) return scene.outcome();
         writeScene(scene, fAccess, turn.output);
-        if (!fAccess.dryRun)
-            turn.output.write(
-                fmt::format("{}: {} set\n", shownPath(turn.file), counted(count, "element")));
-        return {scene.outcome(), true};
+        return {scene.outcome(), true, counted(count, "element") + " set"};
     }
 
     FileArguments fFiles;

@@ -28,6 +28,7 @@ class Export : public Command {
         options.word("FILE", fFile, "Scene file");
         options.optional("-o,--output", "OUT", fTarget, "Write to this file");
         options.flag("--force", fForce, "Replace OUT even if it is no such document");
+        options.wideIntegers();
         options.reading(fAccess);
     }
 

@@ -5,6 +5,7 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "json/DocumentReader.h"
+#include "patches/ChangeReport.h"
 #include "scene/SceneFile.h"
 
 #include <algorithm>
@@ -42,8 +43,8 @@ class Import : public Command {
                                  return Outcome::kDone;
                              }).outcome;
         if (read != Outcome::kDone) return read;
-        return editFiles({fFile}, fAccess, 1, output,
-                         [&](const FileTurn& turn) { return importInto(model, turn.output); });
+        return changeFiles({fFile}, fAccess, 1, output,
+                           [&](const FileTurn& turn) { return importInto(model, turn.output); });
     }
 
   private:

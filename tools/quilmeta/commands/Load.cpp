@@ -3,13 +3,11 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "editing/CsvTable.h"
+#include "patches/ChangeReport.h"
 #include "process/InputText.h"
 #include "scene/Address.h"
 #include "scene/SceneFile.h"
-#include "values/SafeText.h"
 #include "values/Wording.h"
-
-#include <fmt/format.h>
 
 #include <string>
 
@@ -49,8 +47,8 @@ class Load : public Command {
         };
         const std::string name = fTable == "-" ? "standard input" : fTable;
         if (guarded(name, read).outcome != Outcome::kDone) return Outcome::kFailed;
-        return editFiles({fFile}, fAccess, 1, output,
-                         [&](const FileTurn& turn) { return load(text, name, turn); });
+        return changeFiles({fFile}, fAccess, 1, output,
+                           [&](const FileTurn& turn) { return load(text, name, turn); });
     }
 
   private:
@@ -64,10 +62,7 @@ class Load : public Command {
         };
         if (guarded(name, read).outcome != Outcome::kDone) return Outcome::kFailed;
         writeScene(scene, fAccess, turn.output);
-        if (!fAccess.dryRun)
-            turn.output.write(
-                fmt::format("{}: {} set\n", shownPath(fFile), counted(rows, "element")));
-        return {scene.outcome(), true};
+        return {scene.outcome(), true, counted(rows, "element") + " set"};
     }
 
     std::string fFile, fTable;

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "json/ResultList.h"
+#include "patches/ChangeReport.h"
 #include "patches/MergeScenes.h"
 
 #include <filesystem>
@@ -31,6 +33,7 @@ class Merge : public Command {
         options.optional("--payload", "SIDE", fPayload,
                          "\"ours\" or \"theirs\": where all but the metadata comes from");
         options.flag("--force", fForce, "Replace OUT if it is there");
+        options.results(fRequest.access.format);
         options.wait(fRequest.access);
     }
 
@@ -39,19 +42,28 @@ class Merge : public Command {
             throw UsageError("--payload takes \"ours\" or \"theirs\"");
         if (fPayload)
             fRequest.payload = *fPayload == "ours" ? MergeSide::kOurs : MergeSide::kTheirs;
-        return guarded(fRequest.out,
-                       [&] {
-                           std::error_code ignored;
-                           if (!fForce && std::filesystem::exists(fRequest.out, ignored))
-                               throw CommandError("is there already; --force replaces it");
-                           if (kindNameOf(fRequest.out, fRequest.ours) != fRequest.out)
-                               throw CommandError("has the extension of another kind of scene");
-                           return FileResult(mergeScenes(fRequest, output));
-                       })
-            .outcome;
+        const ResultFormat format = fRequest.access.format;
+        ResultList results(output, format);
+        const FileWork work =
+            reporting([this](const FileTurn& turn) { return merge(turn); }, {format});
+        const Outcome outcome = guarded(fRequest.out, [&] {
+                                    return work({0, fRequest.out, results});
+                                }).outcome;
+        results.end();
+        return outcome;
     }
 
   private:
+    [[nodiscard]] FileResult merge(const FileTurn& turn) const {
+        std::error_code ignored;
+        if (!fForce && std::filesystem::exists(fRequest.out, ignored))
+            throw CommandError("is there already; --force replaces it");
+        if (kindNameOf(fRequest.out, fRequest.ours) != fRequest.out)
+            throw CommandError("has the extension of another kind of scene");
+        const Outcome outcome = mergeScenes(fRequest, turn.output);
+        return {outcome, outcome == Outcome::kDone};
+    }
+
     MergeRequest fRequest;
     std::optional<std::string> fPayload;
     bool fForce = false;

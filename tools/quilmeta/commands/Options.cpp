@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Options.h"
 
-#include "patches/DryRun.h"
+#include "json/JsonText.h"
+#include "patches/ChangeReport.h"
 #include "scene/Backup.h"
 #include "values/ParseValue.h"
 
@@ -11,6 +12,8 @@
 namespace orbo::Quilmeta {
 
 namespace {
+
+constexpr const char* kJsonStrings = "--json-strings";
 
 /// Checks the value of --wait. Returns what is wrong with it; empty when it is good.
 std::string problemOfSeconds(const std::string& text) {
@@ -82,6 +85,19 @@ void Options::results(ResultFormat& format) {
     };
     add("--json", ResultFormat::kJson, "Print one JSON document");
     add("--jsonl", ResultFormat::kJsonLines, "Print JSON, a line for each result");
+    fCommand.add_flag_function(
+        kJsonStrings,
+        [&format](std::int64_t) {
+            if (format == ResultFormat::kText) format = ResultFormat::kJson;
+            setWideIntegers(WideIntegers::kStrings);
+        },
+        "JSON with 64-bit integers as strings");
+}
+
+void Options::wideIntegers() {
+    fCommand.add_flag_function(
+        kJsonStrings, [](std::int64_t) { setWideIntegers(WideIntegers::kStrings); },
+        "Write 64-bit integers as strings");
 }
 
 void Options::flag(const char* name, bool& value, const char* description) {
@@ -124,6 +140,7 @@ void Options::writing(SceneAccess& access) {
     wait(access);
     access.writes = true;
     access.showChanges = showDryRun;
+    results(access.format);
     flag("--no-journal", access.noJournal,
          "Write in place; a kill in the middle damages the scene");
     fCommand

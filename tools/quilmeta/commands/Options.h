@@ -34,8 +34,10 @@ class Options {
     void fileOptions(FileArguments& files);
     /// --node, --channel, --stream and --fixed.
     void selection(SelectionArguments& selection);
-    /// --json and --jsonl.
+    /// --json, --jsonl and --json-strings.
     void results(ResultFormat& format);
+    /// --json-strings alone, for a command whose results always are JSON.
+    void wideIntegers();
 
     void flag(const char* name, bool& value, const char* description);
     void required(const char* name, const char* type, std::string& value, const char* description);
@@ -49,7 +51,8 @@ class Options {
     void wait(SceneAccess& access);
     /// --partial and --wait, for commands that show what they read.
     void reading(SceneAccess& access);
-    /// --wait, --no-journal, --backup and --dry-run, for commands that change scenes.
+    /// --wait, --no-journal, --backup, --dry-run and the format of the report, for commands that
+    /// change scenes.
     void writing(SceneAccess& access);
 
   private:

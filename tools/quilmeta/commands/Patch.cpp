@@ -5,6 +5,7 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "patches/Apply.h"
+#include "patches/ChangeReport.h"
 #include "patches/Import.h"
 #include "scene/SceneFile.h"
 
@@ -43,8 +44,8 @@ class ApplyPatch : public Command {
         };
         const Outcome outcome = guarded(fPatch == "-" ? "standard input" : fPatch, read).outcome;
         if (outcome != Outcome::kDone) return outcome;
-        return editFiles({fFile}, fAccess, 1, output,
-                         [&](const FileTurn& turn) { return change(patch, turn.output); });
+        return changeFiles({fFile}, fAccess, 1, output,
+                           [&](const FileTurn& turn) { return change(patch, turn.output); });
     }
 
   private:

@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "json/ResultList.h"
+#include "patches/ChangeReport.h"
 #include "process/CommandError.h"
 #include "process/Messages.h"
-#include "process/Output.h"
 #include "process/Signals.h"
 #include "values/SafeText.h"
 
@@ -69,6 +70,7 @@ class Recover : public Command {
                      "Only say what is to be done; exit code 1 if there is anything");
         options.optional("--file", "NEW-NAME", fNewName,
                          "The scene FILE was moved to here, without its journal");
+        options.results(fFormat);
         options.wait(fAccess);
     }
 
@@ -80,10 +82,14 @@ class Recover : public Command {
         EachFile how;
         how.purpose = fList ? Purpose::kReading : Purpose::kWriting;
         how.jobs = fFiles.jobs;
-        return forEachFile(
-            wasMoved() ? std::vector{*fNewName} : files, how, output, [&](const FileTurn& turn) {
-                return fList ? list(turn.file, turn.output) : recover(turn.file, turn.output);
-            });
+        ResultList results(output, fFormat);
+        const Outcome outcome = forEachFile(
+            wasMoved() ? std::vector{*fNewName} : files, how, results,
+            reporting(
+                [&](const FileTurn& turn) { return fList ? list(turn.file) : recover(turn.file); },
+                {fFormat}));
+        results.end();
+        return outcome;
     }
 
   private:
@@ -101,32 +107,30 @@ class Recover : public Command {
                                                                      interrupted);
     }
 
-    FileResult list(const std::string& file, Output& output) const {
+    FileResult list(const std::string& file) const {
         const Recovery recovery = recoveryOf(file);
         if (recovery.state == State::kRefused) throw CommandError(recovery.message);
         if (recovery.state == State::kNothing) return Outcome::kDone;
-        print(file, recovery.state, wordsFor(recovery.state).toDo, output);
         complain(file, recovery.message);
-        return Outcome::kFound;
+        return {Outcome::kFound, false, reportOf(recovery.state, wordsFor(recovery.state).toDo)};
     }
 
-    FileResult recover(const std::string& file, Output& output) const {
+    FileResult recover(const std::string& file) const {
         const Recovery recovery = recoveryOf(file);
         const bool isOrphaned = recovery.state == State::kOrphaned;
         if (!recovery.done && !stays(recovery.state)) throw CommandError(recovery.message);
-        print(file, recovery.state, wordsFor(recovery.state).done, output);
-        // The line above says everything about a change that was undone or finished.
+        // The report says everything about a change that was undone or finished.
         if (isOrphaned || wasMoved()) complain(file, recovery.message);
-        output.flush();
-        return isOrphaned ? Outcome::kFound : Outcome::kDone;
+        const bool changed = recovery.state == State::kUndo || recovery.state == State::kFinish;
+        return {isOrphaned ? Outcome::kFound : Outcome::kDone, changed,
+                reportOf(recovery.state, wordsFor(recovery.state).done)};
     }
 
-    /// Prints what the journal is about and what becomes of it.
-    void print(const std::string& file, State state, const char* ending, Output& output) const {
-        const std::string found =
-            stays(state) ? "the journal of " + safeLine(fOldName) + " does not fit the file "
-                         : wordsFor(state).found;
-        output.write(safeLine(file) + ": " + found + (stays(state) ? "and stays" : ending) + '\n');
+    /// Says what the journal is about and what becomes of it.
+    [[nodiscard]] std::string reportOf(State state, const char* ending) const {
+        if (stays(state))
+            return "the journal of " + safeLine(fOldName) + " does not fit the file and stays";
+        return std::string(wordsFor(state).found) + ending;
     }
 
     FileArguments fFiles;
@@ -134,6 +138,7 @@ class Recover : public Command {
     std::optional<std::string> fNewName;
     SceneAccess fAccess;
     bool fList = false;
+    ResultFormat fFormat = ResultFormat::kText;
 };
 
 }  // namespace

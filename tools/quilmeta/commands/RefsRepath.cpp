@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "patches/ChangeReport.h"
 #include "process/InputText.h"
 #include "process/Messages.h"
 #include "process/Output.h"
@@ -40,8 +41,8 @@ class RefsRepath : public Command {
     Outcome run(Output& output) override {
         if (!readPairs()) return Outcome::kUsage;
         const Outcome outcome =
-            editFiles(filesOf(fFiles), fAccess, fFiles.jobs, output,
-                      [&](const FileTurn& turn) { return repath(turn.file, turn.output); });
+            changeFiles(filesOf(fFiles), fAccess, fFiles.jobs, output,
+                        [&](const FileTurn& turn) { return repath(turn.file, turn.output); });
         if (Signals::received() != 0 || fRepath.reportUnused()) return outcome;
         return std::max(outcome, Outcome::kNothingSelected);
     }

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "editing/EditScenes.h"
 #include "editing/Parts.h"
 #include "editing/Structures.h"
+#include "patches/EditScenes.h"
 #include "process/CommandError.h"
 #include "values/SafeText.h"
 #include "values/Wording.h"

@@ -3,7 +3,7 @@
 #include "editing/Rename.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "editing/EditScenes.h"
+#include "patches/EditScenes.h"
 #include "process/CommandError.h"
 #include "scene/References.h"
 #include "values/SafeText.h"

@@ -4,6 +4,7 @@
 #include "commands/Options.h"
 #include "editing/CreateStream.h"
 #include "patches/Assignment.h"
+#include "patches/ChangeReport.h"
 #include "scene/Address.h"
 #include "scene/SceneFile.h"
 #include "values/SafeText.h"
@@ -75,8 +76,8 @@ class Set : public Command {
     Outcome run(Output& output) override {
         if (!fCreate && (fWanted.structure || fWanted.indexType))
             throw UsageError("--structure and --index-type go with --create");
-        return editFiles({fFile}, fAccess, 1, output,
-                         [this](const FileTurn& turn) { return setValues(turn.output); });
+        return changeFiles({fFile}, fAccess, 1, output,
+                           [this](const FileTurn& turn) { return setValues(turn.output); });
     }
 
   private:

@@ -3,6 +3,7 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "json/JsonDocument.h"
+#include "json/ResultList.h"
 #include "output/TreeWriter.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
@@ -31,7 +32,7 @@ class Show : public Command {
         options.files(fFiles, "Scene files");
         options.flag("--values", fValues, "Show the elements, too");
         options.selection(fSelected);
-        options.flag("--json", fJson, "Print a JSON document for each file instead");
+        options.results(fFormat);
         options.reading(fAccess);
     }
 
@@ -40,9 +41,11 @@ class Show : public Command {
         fSelection = fSelected.selection();
         EachFile how;
         how.jobs = fFiles.jobs;
+        ResultList results(output, fFormat);
         const Outcome outcome =
-            forEachFile(filesOf(fFiles), how, output,
+            forEachFile(filesOf(fFiles), how, results,
                         [&](const FileTurn& turn) { return show(turn.file, turn.output); });
+        results.end();
         if (fShown > 0 || outcome == Outcome::kFailed || Signals::received() != 0) return outcome;
         // Names that match nothing may be misspelt; silence would look like scenes without
         // metadata.
@@ -55,8 +58,8 @@ class Show : public Command {
         const Scene scene = openScene(file, fAccess);
         const SceneView view = select(*scene.accessor, fSelection);
         if (view.nodes.empty() && !fSelection.everything()) return scene.outcome();
-        if (fJson) {
-            JsonDocument(output).write(view);
+        if (fFormat != ResultFormat::kText) {
+            writeJson(file, view, output);
         } else {
             output.beginSection();
             TreeWriter(output, fValues).write(file, view);
@@ -66,11 +69,19 @@ class Show : public Command {
         return scene.outcome();
     }
 
+    void writeJson(const std::string& file, const SceneView& view, Output& output) const {
+        using Layout = JsonDocument::Layout;
+        const bool isList = fFormat == ResultFormat::kJson;
+        ResultList::begin(output, fFormat);
+        JsonDocument(output, isList ? Layout::kLines : Layout::kOneLine, 1).write(view, file);
+        ResultList::end(output, fFormat);
+    }
+
     FileArguments fFiles;
     SelectionArguments fSelected;
     Selection fSelection;
     bool fValues = false;
-    bool fJson = false;
+    ResultFormat fFormat = ResultFormat::kText;
     SceneAccess fAccess;
     std::atomic<size_t> fShown = 0;  // files with something that was selected
 };

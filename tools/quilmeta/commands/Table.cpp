@@ -3,7 +3,10 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "editing/CsvTable.h"
+#include "json/JsonElement.h"
+#include "json/ResultList.h"
 #include "output/NewFile.h"
+#include "process/CommandError.h"
 #include "scene/Address.h"
 #include "scene/SceneFile.h"
 
@@ -31,30 +34,55 @@ class Table : public Command {
         options.required("--stream", "NAME", fAddress.stream, "Stream of the channel");
         options.optional("-o,--output", "OUT", fTarget, "Write to this file");
         options.flag("--force", fForce, "Replace OUT even if it is no such table");
+        options.results(fFormat);
         options.reading(fAccess);
     }
 
     Outcome run(Output& output) override {
         output.stopOnSignals();
-        return forEachFile({fFile}, {}, output, [&](const FileTurn& turn) {
+        if (fTarget && fFormat != ResultFormat::kText)
+            throw UsageError("--output takes a table, not JSON");
+        ResultList results(output, fFormat);
+        const Outcome outcome = forEachFile({fFile}, {}, results, [&](const FileTurn& turn) {
             const Scene scene = openScene(fFile, fAccess);
-            const Data::Stream& stream = findStream(*scene.accessor, fAddress);
-            if (!fTarget) {
-                writeTable(stream, turn.output);
-                return scene.outcome();
-            }
-            NewFile file(*fTarget, fFile, {FileKind::kTable, fForce});
-            writeTable(stream, file.output());
-            file.commit();
+            write(findStream(*scene.accessor, fAddress), turn.output);
             return scene.outcome();
         });
+        results.end();
+        return outcome;
     }
 
   private:
+    void write(const Data::Stream& stream, Output& output) const {
+        if (fFormat != ResultFormat::kText) return writeJson(stream, output);
+        if (!fTarget) return writeTable(stream, output);
+        NewFile file(*fTarget, fFile, {FileKind::kTable, fForce});
+        writeTable(stream, file.output());
+        file.commit();
+    }
+
+    void writeJson(const Data::Stream& stream, Output& output) const {
+        const JsonElement writer(stream.structure());
+        for (Data::StreamIterator element = stream.cbegin(); element.valid(); ++element) {
+            std::string index, values;
+            appendIndex(index, element.index());
+            writer.appendValues(values, *element);
+            JsonObject object;
+            object.add("file", fFile)
+                .add("node", fAddress.node)
+                .add("channel", fAddress.channel)
+                .add("stream", fAddress.stream)
+                .addJson("index", index)
+                .addJson("values", values);
+            ResultList::add(output, fFormat, object);
+        }
+    }
+
     std::string fFile;
     StreamAddress fAddress;
     std::optional<std::string> fTarget;
     bool fForce = false;
+    ResultFormat fFormat = ResultFormat::kText;
     SceneAccess fAccess;
 };
 

@@ -153,6 +153,8 @@ class Outline : public JsonVisitor {
         fParts.insert(key);
         if (key == "structures" || key == "associations")
             from.problem(cursor, "is not a list");
+        else if (key == "file")  // where `show` found it
+            from.text(cursor);
         else if (key != "quilmeta")
             from.problem(cursor, "is unknown");
         else if (cursor.kind() != Kind::kNumber || JsonCursor(cursor).number() != "1")

@@ -19,7 +19,12 @@ std::string json(std::string_view text) {
 
 }  // namespace
 
-void JsonDocument::indent() { fOutput.write(std::string(2 * fDepth, ' ')); }
+void JsonDocument::startLine(const char* otherwise) {
+    if (fLayout == Layout::kLines)
+        fOutput.write('\n' + std::string(2 * fDepth, ' '));
+    else
+        fOutput.write(otherwise);
+}
 
 // An empty list stays on one line.
 template <typename Fill>
@@ -28,15 +33,12 @@ void JsonDocument::list(Fill&& fill) {
     fOutput.write("[");
     ++fDepth;
     fill([&] {
-        fOutput.write(empty ? "\n" : ",\n");
-        indent();
+        if (!empty) fOutput.write(",");
+        startLine(empty ? "" : " ");
         empty = false;
     });
     --fDepth;
-    if (!empty) {
-        fOutput.write("\n");
-        indent();
-    }
+    if (!empty) startLine("");
     fOutput.write("]");
 }
 
@@ -51,11 +53,33 @@ void JsonDocument::writeAll(const Items& items) {
 }
 
 void JsonDocument::write(const SceneView& view) {
-    fOutput.write("{\n  \"quilmeta\": 1,\n  \"structures\": ");
+    fOutput.write("{");
+    ++fDepth;
+    writeParts(view);
+    fOutput.write("\n");
+}
+
+void JsonDocument::write(const SceneView& view, const std::string& file) {
+    fOutput.write("{");
+    ++fDepth;
+    startLine(" ");
+    fOutput.write("\"file\": " + json(file) + ',');
+    writeParts(view);
+}
+
+void JsonDocument::writeParts(const SceneView& view) {
+    startLine(" ");
+    fOutput.write("\"quilmeta\": 1,");
+    startLine(" ");
+    fOutput.write("\"structures\": ");
     writeAll(view.structures);
-    fOutput.write(",\n  \"associations\": ");
+    fOutput.write(",");
+    startLine(" ");
+    fOutput.write("\"associations\": ");
     writeAll(view.nodes);
-    fOutput.write("\n}\n");
+    --fDepth;
+    startLine(" ");
+    fOutput.write("}");
 }
 
 void JsonDocument::write(const Data::Structure* structure) {

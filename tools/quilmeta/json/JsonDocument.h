@@ -13,14 +13,21 @@ class Member;
 
 namespace orbo::Quilmeta {
 
-/// Writes one line for each member, element and container, which is easy to read and to compare.
-/// Holds no more than one element in memory.
+/// Writes one line for each member, element and container, which is easy to read and to compare, or
+/// everything on one line. Holds no more than one element in memory.
 class JsonDocument {
   public:
-    explicit JsonDocument(Output& output) : fOutput(output) {}
+    enum class Layout { kLines, kOneLine };
+
+    /// `depth` is that of the document in the text around it.
+    explicit JsonDocument(Output& output, Layout layout = Layout::kLines, size_t depth = 0)
+        : fOutput(output), fLayout(layout), fDepth(depth) {}
     void write(const SceneView& view);
+    /// Writes the document as a part of a larger one, with the name of the scene's file.
+    void write(const SceneView& view, const std::string& file);
 
   private:
+    void writeParts(const SceneView& view);
     void write(const Data::Structure* structure);
     void write(const Data::Member& member);
     void write(const NodeView& node);
@@ -32,10 +39,12 @@ class JsonDocument {
     void list(Fill&& fill);
     template <typename Items>
     void writeAll(const Items& items);
-    void indent();
+    /// Goes to the next line, at the present depth, if there are lines.
+    void startLine(const char* otherwise);
 
     Output& fOutput;
-    size_t fDepth = 1;
+    Layout fLayout;
+    size_t fDepth;
 };
 
 }  // namespace orbo::Quilmeta

@@ -34,7 +34,14 @@ void appendPart(std::string& out, Part part, NanAs nan) {
             return;
         }
     }
-    appendJson(out, part);
+    if constexpr (std::is_integral_v<Part> && sizeof(Part) == 8) {
+        const bool quote = wideIntegers() == WideIntegers::kStrings;
+        if (quote) out += '"';
+        appendNumber(out, part);
+        if (quote) out += '"';
+    } else {
+        appendJson(out, part);
+    }
 }
 
 template <typename Part>

@@ -47,6 +47,8 @@ class JsonObject {
     }
 
     [[nodiscard]] std::string text() const { return fText + " }"; }
+    /// The text without its end, for a last value that is written piece by piece.
+    [[nodiscard]] const std::string& unfinished() const { return fText; }
 
   private:
     void appendKey(const char* key) {

@@ -12,6 +12,8 @@ namespace orbo::Quilmeta {
 
 namespace {
 
+WideIntegers gWideIntegers = WideIntegers::kNumbers;
+
 /// Three bytes make four digits; "=" fills the last group.
 void appendBase64(std::string& out, std::string_view bytes) {
     constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -63,6 +65,10 @@ void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoin
 }
 
 }  // namespace
+
+void setWideIntegers(WideIntegers how) { gWideIntegers = how; }
+
+WideIntegers wideIntegers() { return gWideIntegers; }
 
 void appendJson(std::string& out, std::string_view text) {
     if (!isUtf8(text)) {

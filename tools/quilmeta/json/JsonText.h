@@ -16,6 +16,13 @@ void appendJson(std::string& out, std::string_view text);
 /// The same, and `null` for a null pointer.
 void appendJson(std::string& out, const char* text);
 
+/// How values of 64-bit members are written. Readers that use doubles would round numbers.
+enum class WideIntegers { kNumbers, kStrings };
+
+/// For all JSON of the process; `kNumbers` unless set.
+void setWideIntegers(WideIntegers how);
+WideIntegers wideIntegers();
+
 /// Booleans, and numbers as `appendNumber` writes them. Numbers that are not finite get quotes.
 template <typename Value, typename = std::enable_if_t<std::is_arithmetic_v<Value>>>
 void appendJson(std::string& out, Value value) {

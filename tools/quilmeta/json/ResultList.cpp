@@ -1,4 +1,4 @@
-// How a command prints its results: for people, or as JSON.
+// The results of a command, which may come from many files.
 // SPDX-License-Identifier: Apache-2.0
 #include "json/ResultList.h"
 
@@ -9,11 +9,18 @@ ResultList::ResultList(Output& target, ResultFormat format) : fTarget(target), f
 }
 
 // In a list each result has a comma ahead of it, since nobody knows which file has the first one.
+void ResultList::begin(Output& output, ResultFormat format) {
+    if (format == ResultFormat::kJson) output.write(",\n  ");
+}
+
+void ResultList::end(Output& output, ResultFormat format) {
+    if (format != ResultFormat::kJson) output.write("\n");
+}
+
 void ResultList::add(Output& output, ResultFormat format, const JsonObject& result) {
-    const bool isList = format == ResultFormat::kJson;
-    output.write(isList ? ",\n  " : "");
+    begin(output, format);
     output.write(result.text());
-    output.write(isList ? "" : "\n");
+    end(output, format);
 }
 
 void ResultList::deliver(std::string_view bytes) {

@@ -1,19 +1,14 @@
-// How a command prints its results: for people, or as JSON.
+// The results of a command, which may come from many files.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 #include "json/JsonObject.h"
 #include "process/Output.h"
+#include "process/ResultFormat.h"
 
 #include <string_view>
 
 namespace orbo::Quilmeta {
-
-enum class ResultFormat {
-    kText,
-    kJson,       ///< one document: a list of all results
-    kJsonLines,  ///< one result on each line
-};
 
 /// The output of a command whose results come from many files. What the work on the files writes to
 /// `output` goes through it; `end` completes the document.
@@ -23,7 +18,10 @@ class ResultList : public Output {
     [[nodiscard]] bool isTerminal() const override { return fTarget.isTerminal(); }
     void end();
 
-    /// Writes one result, for a format of JSON, to the output of one file.
+    /// Begins one result, for a format of JSON, in the output of one file, and ends it.
+    static void begin(Output& output, ResultFormat format);
+    static void end(Output& output, ResultFormat format);
+    /// Writes one result.
     static void add(Output& output, ResultFormat format, const JsonObject& result);
 
   protected:

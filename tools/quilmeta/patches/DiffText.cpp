@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -125,6 +126,7 @@ namespace {
 
 struct Counts {
     std::string heading;
+    const Change* first = nullptr;
     size_t added = 0, removed = 0, changed = 0;
 
     void add(const Change& change) {
@@ -142,18 +144,42 @@ struct Counts {
     }
 };
 
+/// The counts of each stream and structure; they refer to the patch.
+std::vector<Counts> countsOf(const Patch& patch) {
+    std::vector<Counts> counts;
+    for (const Change& change : patch.changes) {
+        const std::string heading = headingOf(change);
+        if (counts.empty() || counts.back().heading != heading)
+            counts.push_back({heading, &change});
+        counts.back().add(change);
+    }
+    return counts;
+}
+
 }  // namespace
+
+std::vector<JsonObject> statisticsOf(const Patch& patch, const PatchFiles& files) {
+    std::vector<JsonObject> objects;
+    for (const Counts& one : countsOf(patch)) {
+        JsonObject object;
+        object.add("file", files.file).add("to", files.to);
+        if (one.first->kind == Kind::kStructure)
+            object.add("structure", one.first->structure);
+        else
+            object.add("node", one.first->node)
+                .add("channel", one.first->channel)
+                .add("stream", one.first->stream);
+        object.add("changed", one.changed).add("added", one.added).add("removed", one.removed);
+        objects.push_back(std::move(object));
+    }
+    return objects;
+}
 
 void printStatistics(const Patch& patch, Output& output) {
     const Style style(output);
-    std::vector<Counts> counts;
     Counts all;
-    for (const Change& change : patch.changes) {
-        const std::string heading = headingOf(change);
-        if (counts.empty() || counts.back().heading != heading) counts.push_back({heading});
-        counts.back().add(change);
-        all.add(change);
-    }
+    for (const Change& change : patch.changes) all.add(change);
+    const std::vector<Counts> counts = countsOf(patch);
     for (const Counts& one : counts)
         output.write(style(Hue::kPlace, one.heading) + ": " + one.text() + '\n');
     if (!counts.empty())

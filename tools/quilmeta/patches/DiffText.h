@@ -6,6 +6,7 @@
 #include "process/Output.h"
 
 #include <string>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -16,5 +17,7 @@ void printDifferences(const Patch& patch, const std::string& left, const std::st
 
 /// Prints how many changes each stream has, and how many there are.
 void printStatistics(const Patch& patch, Output& output);
+/// The same as JSON, an object for each stream and structure.
+std::vector<JsonObject> statisticsOf(const Patch& patch, const PatchFiles& files);
 
 }  // namespace orbo::Quilmeta

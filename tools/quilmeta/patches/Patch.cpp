@@ -90,6 +90,7 @@ class PatchReader : public JsonVisitor {
             fHasChanges = true;
             return from.problem(cursor, "is not a list");
         }
+        if (path.key(0) == "file" || path.key(0) == "to") return (void)from.text(cursor);
         if (path.key(0) != "quilmetaPatch") return from.problem(cursor, "is unknown");
         fHasVersion = true;
         if (cursor.kind() != Kind::kNumber || JsonCursor(cursor).number() != "1")
@@ -157,10 +158,6 @@ class PatchReader : public JsonVisitor {
     bool fHasChanges = false;
 };
 
-void appendKey(std::string& line, const char* key, const std::string& json) {
-    line.append(", \"").append(key).append("\": ") += json;
-}
-
 }  // namespace
 
 std::string Change::place() const {
@@ -178,23 +175,29 @@ Patch reversed(Patch patch) {
     return patch;
 }
 
-void write(const Patch& patch, Output& output) {
-    output.write("{ \"quilmetaPatch\": 1, \"changes\": [");
+JsonObject jsonOf(const Change& change, const PatchFiles* files) {
+    JsonObject object;
+    if (files) object.add("file", files->file).add("to", files->to);
+    object.add("change", std::string_view(wordFor(change.kind)));
+    Change copy = change;
+    for (const char* key :
+         {"structure", "node", "channel", "stream", "index", "member", "old", "new"}) {
+        if (const std::string* name = nameOf(copy, key))
+            object.add(key, *name);
+        else if (const std::string* value = valueOf(copy, key))
+            object.addJson(key, *value);
+    }
+    return object;
+}
+
+void write(const Patch& patch, Output& output, const PatchFiles* files) {
+    JsonObject head;
+    head.add("quilmetaPatch", 1);
+    if (files) head.add("file", files->file).add("to", files->to);
+    output.write(head.addJson("changes", "[").unfinished());
     const char* gap = "\n  ";
-    for (Change change : patch.changes) {
-        std::string line = std::string(gap) + "{ \"change\": \"" + wordFor(change.kind) + '"';
-        for (const char* key :
-             {"structure", "node", "channel", "stream", "index", "member", "old", "new"}) {
-            std::string json;
-            if (const std::string* name = nameOf(change, key))
-                appendJson(json, std::string_view(*name));
-            else if (const std::string* value = valueOf(change, key))
-                json = *value;
-            else
-                continue;
-            appendKey(line, key, json);
-        }
-        output.write(line + " }");
+    for (const Change& change : patch.changes) {
+        output.write(gap + jsonOf(change).text());
         gap = ",\n  ";
     }
     output.write(patch.changes.empty() ? "] }\n" : "\n] }\n");

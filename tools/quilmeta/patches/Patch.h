@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "json/JsonObject.h"
 #include "json/JsonReader.h"
 #include "process/Output.h"
 
@@ -41,8 +42,16 @@ struct Patch {
 /// The patch that undoes this one.
 Patch reversed(Patch patch);
 
+/// The files that a patch was made from: it makes `file` what `to` is.
+struct PatchFiles {
+    std::string file, to;
+};
+
+/// One change as a patch has it. With files, their names stand in front.
+JsonObject jsonOf(const Change& change, const PatchFiles* files = nullptr);
+
 /// Writes the patch as JSON, a change to a line.
-void write(const Patch& patch, Output& output);
+void write(const Patch& patch, Output& output, const PatchFiles* files = nullptr);
 
 /// Reads what `write` writes. Throws `CommandError` with all problems, a line each.
 Patch readPatch(JsonSource& source);

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -16,10 +17,12 @@ enum class Purpose { kReading, kWriting };
 
 struct FileResult {
     // NOLINTNEXTLINE(google-explicit-constructor): most work has nothing to say but its outcome
-    FileResult(Outcome how, bool hasChanged = false) : outcome(how), changed(hasChanged) {}
+    FileResult(Outcome how, bool hasChanged = false, std::string what = {})
+        : outcome(how), changed(hasChanged), report(std::move(what)) {}
 
     Outcome outcome;
-    bool changed;  ///< the file was written, or would have been but for a dry run
+    bool changed;        ///< the file was written, or would have been but for a dry run
+    std::string report;  ///< what was done, for people: "3 elements set"; empty for nothing to say
 };
 
 /// One file's turn to be worked on.

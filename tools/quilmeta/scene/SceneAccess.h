@@ -3,6 +3,7 @@
 #pragma once
 
 #include "process/EachFile.h"
+#include "process/ResultFormat.h"
 
 #include <chrono>
 #include <string>
@@ -19,7 +20,8 @@ struct SceneAccess {
     bool writes = false;     ///< the command changes scenes, so concurrent changes are conflicts
     bool dryRun = false;     ///< check everything that a write would check, and write nothing
     std::string backup{};    ///< makes a copy of that suffix before a write; empty for none
-    bool partial = false;    ///< also show the readable part of a damaged node
+    ResultFormat format = ResultFormat::kText;  ///< of what a change reports
+    bool partial = false;                       ///< also show the readable part of a damaged node
     /// A name whose extension says the kind of the scenes; that of each file's own unless given.
     std::string kindName = {};
     /// Tells the user what a dry run would change; null for nobody.

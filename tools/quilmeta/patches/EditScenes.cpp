@@ -1,11 +1,10 @@
 // One edit of many scenes.
 // SPDX-License-Identifier: Apache-2.0
-#include "editing/EditScenes.h"
+#include "patches/EditScenes.h"
 
+#include "patches/ChangeReport.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,8 +14,6 @@ namespace orbo::Quilmeta {
 Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output& output,
                    const std::string& selection, const std::function<Edited(Scene&)>& edit) {
     const std::vector<std::string> names = filesOf(files);
-    // The sum is enough for many files, unless the user wants to hear about each.
-    const bool reports = names.size() == 1 || verbosity() == Verbosity::kVerbose;
     std::atomic<bool> found = false;
     const auto work = [&](const FileTurn& turn) {
         Scene scene = openScene(turn.file, access);
@@ -24,10 +21,9 @@ Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output
         if (edited.selected > 0) found = true;
         if (!edited.changed) return FileResult(scene.outcome());
         writeScene(scene, access, turn.output);
-        if (reports) remark(fmt::format("{}: {}", subjectOf(turn.file), edited.report));
-        return FileResult(scene.outcome(), true);
+        return FileResult(scene.outcome(), true, edited.report);
     };
-    const Outcome outcome = editFiles(names, access, files.jobs, output, work);
+    const Outcome outcome = changeFiles(names, access, files.jobs, output, work);
     // An empty list of files is no misspelt selection.
     if (found || names.empty() || outcome == Outcome::kFailed || Signals::received() != 0)
         return outcome;
