@@ -109,7 +109,7 @@ class Formats : public Command {
 
   private:
     static void writeTable(const std::vector<Format>& formats, Output& output) {
-        TextTable table({{"what", kWidestColumn}, {"name", kWidestColumn}, {"extensions", 0}});
+        TextTable table({{"what", kWidestColumn}, {"name", kWidestColumn}, {"remark", 0}});
         for (const Format& format : formats)
             table.add({format.kind, shownName(format.name),
                        format.isDefault ? "(default)"
