@@ -78,6 +78,13 @@ void Options::selection(SelectionArguments& selection) {
     flag("-F,--fixed", selection.fixed, "Take names as they are, not as patterns");
 }
 
+void Options::lookup(LookupArguments& lookup) {
+    repeated("--define", "NAME=VALUE", lookup.definitions,
+             "The value of a variable in paths; the environment has the others");
+    optional("--tiles", "LIST", lookup.tiles,
+             "Tiles that a path with tiles must have, such as 1001-1010,1021");
+}
+
 void Options::results(ResultFormat& format) {
     const auto add = [&](const char* name, ResultFormat value, const char* description) {
         fCommand.add_flag_function(

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "json/ResultList.h"
+#include "references/LookupArguments.h"
 #include "scene/SceneAccess.h"
 #include "selection/FileList.h"
 #include "selection/Selection.h"
@@ -34,6 +35,8 @@ class Options {
     void fileOptions(FileArguments& files);
     /// --node, --channel, --stream and --fixed.
     void selection(SelectionArguments& selection);
+    /// --define and --tiles.
+    void lookup(LookupArguments& lookup);
     /// --json, --jsonl and --json-strings.
     void results(ResultFormat& format);
     /// --json-strings alone, for a command whose results always are JSON.

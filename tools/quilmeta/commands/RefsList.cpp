@@ -5,39 +5,33 @@
 #include "json/ResultList.h"
 #include "output/AlignedLine.h"
 #include "output/TextTable.h"
-#include "scene/References.h"
+#include "process/CommandError.h"
+#include "references/FileLookup.h"
+#include "references/References.h"
 #include "values/SafeText.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace orbo::Quilmeta {
 
-namespace fs = std::filesystem;
-
 namespace {
 
 constexpr Command::Help kHelp = {"list", "List the external files of scenes", R"(
 A relative resolved path is looked up in the folder of its scene, and an empty
-one counts as missing.
+one counts as missing. $NAME, ${NAME} and %NAME% are variables, <UDIM> and <UVTILE>
+tiles, ####, %04d and $F4 frames. Also missing: a tile that --tiles asks for, and a
+frame between the first and the last.
 Example:
-  quilmeta refs list --missing shots/*.kx)"};
+  quilmeta refs list shots -r --missing --define SHOW=/shows/demo --tiles 1001-1010)"};
 
 struct ListedReference {
     std::string scene;
     Reference reference;
+    Lookup lookup;  // only where files are looked for
 };
-
-/// A relative path starts at the scene's folder, where somebody who opens the scene would look. An
-/// empty path leads nowhere.
-bool isMissing(const ListedReference& listed) {
-    const std::string& path = listed.reference.resolvedPath;
-    std::error_code error;
-    return path.empty() || !fs::exists(fs::path(listed.scene).parent_path() / path, error);
-}
 
 /// The roles with commas between; a role that has a comma itself gets quotes.
 std::string shownRoles(const std::set<std::string>& roles) {
@@ -56,11 +50,16 @@ class RefsList : public Command {
         options.files(fFiles, "Scene files");
         options.flag("--missing", fMissing,
                      "Only those whose resolved path does not exist; exit code 1 if there are any");
+        options.lookup(fLookupArguments);
         options.results(fFormat);
         options.wait(fAccess);
     }
 
     Outcome run(Output& output) override {
+        fLooks = fMissing || fFormat != ResultFormat::kText;
+        if (!fLooks && fLookupArguments.tiles)
+            throw UsageError("--tiles takes --missing or --json");
+        fLookup.prepare(fLookupArguments);
         EachFile how;
         how.jobs = fFiles.jobs;
         const std::vector<std::string> files = filesOf(fFiles);
@@ -80,8 +79,9 @@ class RefsList : public Command {
         if (!table) return scene.outcome();
         bool any = false;
         for (Data::StreamIterator row = table->begin(); row.valid(); ++row) {
-            ListedReference listed{turn.file, referenceOf(*row)};
-            if (fMissing && !isMissing(listed)) continue;
+            ListedReference listed{turn.file, referenceOf(*row), {}};
+            if (fLooks) listed.lookup = fLookup.find(turn.file, listed.reference.resolvedPath);
+            if (fMissing && !listed.lookup.isMissing()) continue;
             any = true;
             if (fFormat == ResultFormat::kText)
                 fListed[turn.number].push_back(std::move(listed));
@@ -92,35 +92,58 @@ class RefsList : public Command {
     }
 
     static JsonObject json(const ListedReference& listed) {
-        const auto& [scene, reference] = listed;
+        const auto& [scene, reference, lookup] = listed;
         JsonObject object;
         object.add("scene", scene)
             .add("node", reference.node)
             .add("key", reference.key)
             .add("path", reference.path)
             .add("resolvedPath", reference.resolvedPath)
-            .addList("roles", reference.roles);
+            .addList("roles", reference.roles)
+            .add("lookedUp", lookup.target())
+            .add("lookedUpAs", lookup.pattern ? "pattern" : "file")
+            .add("exists", lookup.exists);
+        if (const auto& pattern = lookup.pattern) {
+            std::vector<std::string> missing = pattern->missingTiles;
+            missing.insert(missing.end(), pattern->missingFrames.begin(),
+                           pattern->missingFrames.end());
+            object.addList("missing", missing);
+        }
+        if (!lookup.problem.empty()) object.add("problem", lookup.problem);
         return object;
     }
 
+    /// There is a column for what is missing when that is more than the file.
     void writeTable(Output& output) const {
-        constexpr size_t kWidestPath = 120;
-        TextTable table({{"scene", kWidestColumn},
-                         {"node", kWidestColumn},
-                         {"key", kWidestColumn},
-                         {"path", kWidestPath},
-                         {"resolved path", kWidestPath},
-                         {"roles", 0}});
+        bool saysWhat = false;
         for (const auto& ofFile : fListed)
-            for (const auto& [scene, reference] : ofFile)
-                table.add({shownPath(scene), shownName(reference.node), shownName(reference.key),
-                           shownPath(reference.path), shownPath(reference.resolvedPath),
-                           shownRoles(reference.roles)});
+            for (const ListedReference& listed : ofFile)
+                saysWhat = saysWhat || !listed.lookup.whatIsMissing().empty();
+        constexpr size_t kWidestPath = 120;
+        std::vector<TextTable::Column> columns = {
+            {"scene", kWidestColumn},       {"node", kWidestColumn},
+            {"key", kWidestColumn},         {"path", kWidestPath},
+            {"resolved path", kWidestPath}, {"roles", saysWhat ? kWidestColumn : 0}};
+        if (saysWhat) columns.push_back({"missing", 0});
+        TextTable table(columns);
+        for (const auto& ofFile : fListed)
+            for (const auto& [scene, reference, lookup] : ofFile) {
+                std::vector<std::string> row = {shownPath(scene),
+                                                shownName(reference.node),
+                                                shownName(reference.key),
+                                                shownPath(reference.path),
+                                                shownPath(reference.resolvedPath),
+                                                shownRoles(reference.roles)};
+                if (saysWhat) row.push_back(safeLine(lookup.whatIsMissing()));
+                table.add(std::move(row));
+            }
         table.write(output);
     }
 
     FileArguments fFiles;
-    bool fMissing = false;
+    bool fMissing = false, fLooks = false;
+    LookupArguments fLookupArguments;
+    FileLookup fLookup;
     ResultFormat fFormat = ResultFormat::kText;
     SceneAccess fAccess;
     std::vector<std::vector<ListedReference>> fListed;  // of each file, for the table

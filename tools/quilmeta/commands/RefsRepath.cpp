@@ -3,12 +3,13 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "patches/ChangeReport.h"
+#include "process/CommandError.h"
 #include "process/InputText.h"
 #include "process/Messages.h"
 #include "process/Output.h"
 #include "process/Signals.h"
-#include "scene/References.h"
-#include "scene/Repath.h"
+#include "references/References.h"
+#include "references/Repath.h"
 #include "values/SafeText.h"
 
 #include <algorithm>
@@ -19,11 +20,14 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-constexpr Command::Help kHelp = {"repath", "Replace prefixes of paths", R"(
+constexpr Command::Help kHelp = {
+    "repath", "Replace prefixes of paths, or matches of a regular expression", R"(
 A prefix ends where a component of the path ends. Paths as entered and as resolved
 are replaced each by its own longest prefix, once. --from and --to may be given
-several times. All else in the table and the scene stays. A prefix that no
-path begins with is reported, with exit code 1.
+several times. With --regex instead of --from, each match is replaced; \1 in --to is
+what the first brackets match. Expressions apply in their order, each to what the one
+before has made. All else in the table and the scene stays. A prefix or expression
+that no path has is reported, with exit code 1.
 Example:
   quilmeta refs repath shots/*.kx --from /shows/demo --to /archive/demo --dry-run)"};
 
@@ -33,7 +37,8 @@ class RefsRepath : public Command {
     void declare(Options& options) override {
         options.files(fFiles, "Scene files, which are rewritten");
         options.repeated("--from", "PREFIX", fFrom, "Where paths begin now");
-        options.repeated("--to", "PREFIX", fTo, "What takes the place of --from");
+        options.repeated("--regex", "REGEX", fRegexes, "What to replace, wherever in a path");
+        options.repeated("--to", "TEXT", fTo, "What takes the place of --from or --regex");
         options.repeated("--map", "CSV", fTables, "More pairs, from a table of two columns");
         options.writing(fAccess);
     }
@@ -50,6 +55,7 @@ class RefsRepath : public Command {
   private:
     /// Returns false, with a message, when they are wrong.
     bool readPairs() {
+        if (!fRegexes.empty()) return readRegexes();
         if (fFrom.size() != fTo.size())
             throw CommandError("each --from takes a --to, in the same order");
         for (size_t i = 0; i < fFrom.size(); ++i) fRepath.add(fFrom[i], fTo[i]);
@@ -62,6 +68,15 @@ class RefsRepath : public Command {
         if (read == Outcome::kDone && fRepath.empty())
             throw CommandError("nothing to replace: give --from and --to, or --map");
         return read == Outcome::kDone;
+    }
+
+    bool readRegexes() {
+        if (!fFrom.empty() || !fTables.empty())
+            throw UsageError("--regex takes the place of --from and --map");
+        if (fRegexes.size() != fTo.size())
+            throw UsageError("each --regex takes a --to, in the same order");
+        for (size_t i = 0; i < fTo.size(); ++i) fRepath.addRegex(fRegexes[i], fTo[i]);
+        return true;
     }
 
     FileResult repath(const std::string& file, Output& output) {
@@ -79,7 +94,7 @@ class RefsRepath : public Command {
     }
 
     FileArguments fFiles;
-    std::vector<std::string> fFrom, fTo, fTables;
+    std::vector<std::string> fFrom, fRegexes, fTo, fTables;
     SceneAccess fAccess;
     Repath fRepath;
 };

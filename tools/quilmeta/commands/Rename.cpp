@@ -5,7 +5,7 @@
 #include "commands/Options.h"
 #include "patches/EditScenes.h"
 #include "process/CommandError.h"
-#include "scene/References.h"
+#include "references/References.h"
 #include "values/SafeText.h"
 #include "values/Wording.h"
 

@@ -1,6 +1,6 @@
 // The external files that a scene refers to.
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/References.h"
+#include "references/References.h"
 
 #include "process/CommandError.h"
 #include "scene/SceneFile.h"

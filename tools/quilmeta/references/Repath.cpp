@@ -1,17 +1,19 @@
 // Gives the rows of a table of external files new paths.
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/Repath.h"
+#include "references/Repath.h"
 
 #include "process/CommandError.h"
 #include "process/Messages.h"
-#include "scene/References.h"
+#include "references/References.h"
 #include "values/SafeText.h"
 
 #include <data/ExternalContent.h>
 #include <fmt/format.h>
+#include <re2/re2.h>
 
 #include <iterator>
 #include <optional>
+#include <utility>
 
 namespace orbo::Quilmeta {
 
@@ -48,13 +50,23 @@ void Repath::add(const std::string& from, const std::string& to) {
     fUnused[from].add(from, to);
 }
 
+void Repath::addRegex(const std::string& from, const std::string& to) {
+    if (from.empty()) throw UsageError("--regex is empty");
+    RE2::Options options;
+    options.set_log_errors(false);
+    auto regex = std::make_shared<const RE2>(from, options);
+    if (!regex->ok())
+        throw UsageError(fmt::format("--regex {} is wrong: {}", inQuotes(from), regex->error()));
+    std::string problem;
+    if (!regex->CheckRewriteString(to, &problem))
+        throw UsageError(fmt::format("--to {} is wrong: {}", inQuotes(to), problem));
+    fRegexes.push_back({std::move(regex), to});
+}
+
 std::string Repath::apply(Data::Handle& row) {
     const Reference before = referenceOf(row);
-    // Each path is looked up once in its old form: a new path may begin with another prefix.
-    const PathChange path{"path", before.path, fMap.apply(before.path)};
-    const PathChange resolved{"resolved", before.resolvedPath, fMap.apply(before.resolvedPath)};
-    noteUse(path.before, path.mapped.has_value());
-    noteUse(resolved.before, resolved.mapped.has_value());
+    const PathChange path{"path", before.path, changed(before.path)};
+    const PathChange resolved{"resolved", before.resolvedPath, changed(before.resolvedPath)};
     std::string text = path.text() + resolved.text();
     if (text.empty()) return text;
     Data::AccessorQuil::ExternalContent::updateEntry(row, path.after(), resolved.after());
@@ -62,6 +74,27 @@ std::string Repath::apply(Data::Handle& row) {
     demandHeld(before, path, after.path);
     demandHeld(before, resolved, after.resolvedPath);
     return fmt::format("  node {}, key {}\n", shownName(before.node), shownName(before.key)) + text;
+}
+
+/// The new path; no value when there is nothing to replace.
+std::optional<std::string> Repath::changed(const std::string& path) {
+    if (!fRegexes.empty()) return matched(path);
+    // The path is looked up once in its old form: the new one may begin with another prefix.
+    std::optional<std::string> mapped = fMap.apply(path);
+    noteUse(path, mapped.has_value());
+    return mapped;
+}
+
+std::optional<std::string> Repath::matched(const std::string& path) {
+    std::string text = path;
+    bool any = false;
+    for (Regex& regex : fRegexes) {
+        if (text.empty() || RE2::GlobalReplace(&text, *regex.from, regex.to) == 0) continue;
+        any = true;
+        const std::lock_guard<std::mutex> lock(fMutex);
+        regex.used = true;
+    }
+    return any ? std::optional<std::string>(text) : std::nullopt;
 }
 
 void Repath::noteUse(const std::string& path, bool isMapped) {
@@ -73,10 +106,21 @@ void Repath::noteUse(const std::string& path, bool isMapped) {
 }
 
 bool Repath::reportUnused() const {
+    if (!fRegexes.empty()) return reportUnusedRegexes();
     for (const auto& entry : fUnused)
         complain("", fmt::format("no path begins with {}", inQuotes(entry.first)));
     if (!fAnyMapped && fUnused.empty()) complain("", "no path begins with a prefix of --map");
     return fAnyMapped && fUnused.empty();
+}
+
+bool Repath::reportUnusedRegexes() const {
+    bool allUsed = true;
+    for (const Regex& regex : fRegexes) {
+        if (regex.used) continue;
+        complain("", fmt::format("no path matches {}", inQuotes(regex.from->pattern())));
+        allUsed = false;
+    }
+    return allUsed;
 }
 
 }  // namespace orbo::Quilmeta

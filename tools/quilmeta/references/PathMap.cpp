@@ -1,6 +1,6 @@
 // Prefixes of paths, and what takes their places.
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/PathMap.h"
+#include "references/PathMap.h"
 
 #include "process/CommandError.h"
 #include "values/Csv.h"
