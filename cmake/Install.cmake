@@ -1,4 +1,4 @@
-# Library, headers below include/orbo, the CMake package, the pkg-config file and quilmeta.
+# Library, headers below include/orbo, the CMake package, the pkg-config file and quilmeta with its pages.
 # SPDX-License-Identifier: Apache-2.0
 include(CMakePackageConfigHelpers)
 set(METADATA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/MetaData)
@@ -9,6 +9,12 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INC
 install(EXPORT MetaDataTargets NAMESPACE orbo:: DESTINATION ${METADATA_CMAKE_DIR})
 if(TARGET quilmeta)
     install(TARGETS quilmeta)
+    if(NOT CMAKE_CROSSCOMPILING)
+        install(DIRECTORY ${QUILMETA_SHARE}/man/ DESTINATION ${CMAKE_INSTALL_MANDIR})
+        foreach(shell IN ITEMS bash-completion zsh fish)
+            install(DIRECTORY ${QUILMETA_SHARE}/${shell} DESTINATION ${CMAKE_INSTALL_DATADIR})
+        endforeach()
+    endif()
 endif()
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/MetaDataConfig.cmake.in

@@ -38,4 +38,18 @@ if(QUILMETA_SOURCES)
     string(REGEX MATCH "extern \"C\\+\\+\" {[^}]*};" exports "${exports}")
     file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/quilmeta.exports CONTENT "{ @exports@ };\n" @ONLY)
     target_link_options(quilmeta PRIVATE -Wl,--dynamic-list=${PROJECT_BINARY_DIR}/quilmeta.exports)
+
+    # Manual pages and completions come from the options as the program has them.
+    set(QUILMETA_SHARE ${PROJECT_BINARY_DIR}/share)
+    if(NOT CMAKE_CROSSCOMPILING)
+        foreach(folder IN ITEMS man/man1 bash-completion/completions zsh/site-functions
+                                fish/vendor_completions.d)
+            file(MAKE_DIRECTORY ${QUILMETA_SHARE}/${folder})
+        endforeach()
+        add_custom_command(TARGET quilmeta POST_BUILD
+            COMMAND quilmeta man --into ${QUILMETA_SHARE}/man/man1
+            COMMAND quilmeta completion bash >${QUILMETA_SHARE}/bash-completion/completions/quilmeta
+            COMMAND quilmeta completion zsh >${QUILMETA_SHARE}/zsh/site-functions/_quilmeta
+            COMMAND quilmeta completion fish >${QUILMETA_SHARE}/fish/vendor_completions.d/quilmeta.fish)
+    endif()
 endif()

@@ -3,6 +3,7 @@
 #include "commands/CommandLine.h"
 
 #include "commands/Commands.h"
+#include "commands/OptionTable.h"
 #include "commands/Options.h"
 #include "process/CommandError.h"
 #include "process/ExternalCommand.h"
@@ -121,12 +122,12 @@ CommandLine::CommandLine()
                             "Load this plug-in before the command runs");
     Options(*fApp).flag("-q,--quiet", fQuiet, "Say nothing but results and what is wrong");
     Options(*fApp).flag("-v,--verbose", fVerbose, "Say of each file what became of it");
-    Options(*fApp).optional("--color", "WHEN", fColors, "auto, always or never");
+    Options(*fApp).optional("--color", "auto|always|never", fColors, "Whether to print in colours");
 }
 
 CommandLine::~CommandLine() = default;
 
-void CommandLine::addCommands(const std::vector<std::string>& words) {
+void CommandLine::addCommands(const std::vector<std::string>* words) {
     const Command::Help* group = nullptr;
     CLI::App* groupApp = nullptr;
     for (const CommandEntry& entry : kCommands) {
@@ -142,10 +143,10 @@ void CommandLine::addCommands(const std::vector<std::string>& words) {
 // Options take most of the time that the program needs to start, so only commands whose name is
 // among the words get theirs. No other can be called, or asked for help.
 void CommandLine::add(CLI::App& app, std::unique_ptr<Command> command,
-                      const std::vector<std::string>& words) {
+                      const std::vector<std::string>* words) {
     const Command::Help& help = command->help();
     CLI::App* added = addApp(app, help);
-    if (std::find(words.begin(), words.end(), help.name) == words.end()) return;
+    if (words && std::find(words->begin(), words->end(), help.name) == words->end()) return;
     Options options(*added);
     command->declare(options);
     added->callback([this, called = command.get()] { fCalled = called; });
@@ -156,7 +157,7 @@ void CommandLine::add(CLI::App& app, std::unique_ptr<Command> command,
 // loaded first, and so that its exceptions do not pass through CLI11.
 Command* CommandLine::parse(int argc, char** argv, Output& output) {
     std::vector<std::string> words = reversedWords(argc, argv);
-    addCommands(words);
+    addCommands(&words);
     try {
         fApp->parse(std::move(words));
     } catch (const CLI::CallForHelp&) {
@@ -175,6 +176,12 @@ Command* CommandLine::parse(int argc, char** argv, Output& output) {
     }
     applyOptions();
     return fCalled;
+}
+
+std::vector<CommandRow> CommandLine::table() {
+    CommandLine all;
+    all.addCommands(nullptr);
+    return commandTable(*all.fApp);
 }
 
 void CommandLine::applyOptions() const {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "commands/Command.h"
+#include "output/CommandTable.h"
 
 #include <memory>
 #include <optional>
@@ -27,13 +28,16 @@ class CommandLine {
     Command* parse(int argc, char** argv, Output& output);
     /// "quilmeta show --help" and the like: where to read more about the words that were parsed.
     [[nodiscard]] std::string helpCommand() const;
+    /// All commands with all their options.
+    [[nodiscard]] static std::vector<CommandRow> table();
     /// The values of --plugin, once the words are parsed.
     [[nodiscard]] const std::vector<std::string>& plugins() const { return fPlugins; }
 
   private:
-    void addCommands(const std::vector<std::string>& words);
+    /// With null for the words, all commands get their options.
+    void addCommands(const std::vector<std::string>* words);
     void add(CLI::App& app, std::unique_ptr<Command> command,
-             const std::vector<std::string>& words);
+             const std::vector<std::string>* words);
     void applyOptions() const;
 
     std::unique_ptr<CLI::App> fApp;

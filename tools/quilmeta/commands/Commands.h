@@ -32,6 +32,8 @@ std::unique_ptr<Command> makeRefsRepath();
 std::unique_ptr<Command> makeCheck();
 std::unique_ptr<Command> makeRecover();
 std::unique_ptr<Command> makeFormats();
+std::unique_ptr<Command> makeCompletion();
+std::unique_ptr<Command> makeMan();
 
 /// Commands that share a first word, such as `refs list` and `refs repath`.
 constexpr Command::Help kRefsGroup = {"refs", "List external files, or change their paths", R"(
@@ -47,14 +49,15 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},     {nullptr, makeFind},         {nullptr, makeGet},
-    {nullptr, makeExport},   {nullptr, makeImport},       {nullptr, makeTable},
-    {nullptr, makeLoad},     {nullptr, makeSet},          {nullptr, makeEdit},
-    {nullptr, makeDefine},   {nullptr, makeAdd},          {nullptr, makeRemove},
-    {nullptr, makeRename},   {nullptr, makeCopy},         {nullptr, makeDiff},
-    {nullptr, makePatch},    {nullptr, makeMerge},        {nullptr, makeGitDiff},
-    {nullptr, makeGitMerge}, {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck},    {nullptr, makeRecover},      {nullptr, makeFormats},
+    {nullptr, makeShow},       {nullptr, makeFind},         {nullptr, makeGet},
+    {nullptr, makeExport},     {nullptr, makeImport},       {nullptr, makeTable},
+    {nullptr, makeLoad},       {nullptr, makeSet},          {nullptr, makeEdit},
+    {nullptr, makeDefine},     {nullptr, makeAdd},          {nullptr, makeRemove},
+    {nullptr, makeRename},     {nullptr, makeCopy},         {nullptr, makeDiff},
+    {nullptr, makePatch},      {nullptr, makeMerge},        {nullptr, makeGitDiff},
+    {nullptr, makeGitMerge},   {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
+    {nullptr, makeCheck},      {nullptr, makeRecover},      {nullptr, makeFormats},
+    {nullptr, makeCompletion}, {nullptr, makeMan},
 };
 
 }  // namespace orbo::Quilmeta

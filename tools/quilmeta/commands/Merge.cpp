@@ -30,8 +30,8 @@ class Merge : public Command {
         options.word("OURS", fRequest.ours, "Scene of one side");
         options.word("THEIRS", fRequest.theirs, "Scene of the other side");
         options.required("-o,--output", "OUT", fRequest.out, "Scene to write");
-        options.optional("--payload", "SIDE", fPayload,
-                         "\"ours\" or \"theirs\": where all but the metadata comes from");
+        options.optional("--payload", "ours|theirs", fPayload,
+                         "Where all but the metadata comes from");
         options.flag("--force", fForce, "Replace OUT if it is there");
         options.results(fRequest.access.format);
         options.wait(fRequest.access);

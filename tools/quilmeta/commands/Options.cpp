@@ -50,6 +50,16 @@ void Options::word(const char* name, std::string& value, const char* description
     fCommand.add_option(name, value, description)->required()->type_name("");
 }
 
+void Options::choice(const char* name, const char* type, std::string& value,
+                     const char* description) {
+    fCommand.add_option(name, value, description)->required()->type_name(type);
+}
+
+void Options::optionalWords(const char* name, std::vector<std::string>& values,
+                            const char* description) {
+    addWords(fCommand, name, values, description);
+}
+
 void Options::words(const char* name, std::vector<std::string>& values, const char* description) {
     addWords(fCommand, name, values, description).required();
 }

@@ -26,6 +26,10 @@ class Options {
 
     /// One word without an option's name, which must be given.
     void word(const char* name, std::string& value, const char* description);
+    /// One word of a fixed set, which `type` lists: "bash|zsh|fish". The command checks it.
+    void choice(const char* name, const char* type, std::string& value, const char* description);
+    /// All remaining words, if there are any.
+    void optionalWords(const char* name, std::vector<std::string>& values, const char* description);
     /// All remaining words, at least one.
     void words(const char* name, std::vector<std::string>& values, const char* description);
 
