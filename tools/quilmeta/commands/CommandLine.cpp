@@ -5,11 +5,13 @@
 #include "commands/Commands.h"
 #include "commands/OptionTable.h"
 #include "commands/Options.h"
+#include "output/FittedText.h"
 #include "process/CommandError.h"
 #include "process/ExternalCommand.h"
 #include "process/Messages.h"
 #include "process/StatusLine.h"
 #include "process/Style.h"
+#include "process/TerminalWidth.h"
 #include "values/ClosestName.h"
 #include "values/SafeText.h"
 
@@ -165,7 +167,7 @@ Command* CommandLine::parse(int argc, char** argv, Output& output) {
         if (namesCommand && Called(*fApp).words.empty())
             throw UsageError("there is no command " + inQuotes(argv[2]) +
                              didYouMean(argv[2], commandsOf(*fApp)));
-        output.write(Called(*fApp).help());
+        output.write(fittedText(Called(*fApp).help(), terminalWidth(output)));
         return nullptr;
     } catch (const CLI::CallForVersion& version) {
         output.write(std::string(version.what()) + '\n');

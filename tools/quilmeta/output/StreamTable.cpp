@@ -3,6 +3,7 @@
 #include "output/StreamTable.h"
 
 #include "output/AlignedLine.h"
+#include "process/TerminalWidth.h"
 #include "values/NumberText.h"
 #include "values/SafeText.h"
 #include "values/Utf8.h"
@@ -46,13 +47,18 @@ StreamTable::StreamTable(Output& output, const Data::Stream& stream, size_t inde
     : fOutput(output),
       fStream(stream),
       fIndent(indent),
+      fLimit(terminalWidth(output)),
       fNumericIndex(stream.indexType() == Data::Index::theTypeName()),
       fIndexWidth(kIndexTitle.size()) {
     for (const Data::Member& member : stream.structure()) {
         // Numbers are easier to compare when their last digits stand below each other.
         const bool number =
             member.type() != Data::Member::kString && member.type() != Data::Member::kBoolean;
-        fGroups.push_back({&member, shownName(member.name()), number, {}});
+        fGroups.push_back({&member,
+                           shownName(member.name()),
+                           number,
+                           member.type() == Data::Member::kString,
+                           {}});
     }
 }
 
@@ -64,22 +70,43 @@ void StreamTable::write() {
 }
 
 void StreamTable::measure() {
+    const size_t widest = fLimit > 0 ? fLimit : kWidestColumn;
     for (Data::StreamIterator element = fStream.cbegin(); element.valid(); ++element) {
-        widen(fIndexWidth, shownName(element.index().asString()));
+        widen(fIndexWidth, shownName(element.index().asString()), widest);
         if (element->hasData()) measureElement(*element);
     }
     for (Group& group : fGroups) makeRoomForTitle(group);
+    if (fLimit > 0) fitTerminal();
+}
+
+// Only texts are cut: half a number would be another one.
+void StreamTable::fitTerminal() {
+    std::vector<size_t*> texts;
+    if (!fNumericIndex) texts.push_back(&fIndexWidth);
+    size_t sum = fIndent + fIndexWidth;
+    for (Group& group : fGroups) {
+        sum += kGroupGap + group.width();
+        for (size_t& width : group.widths)
+            if (group.isText) texts.push_back(&width);
+    }
+    if (sum > fLimit) narrow(texts, sum - fLimit);
+}
+
+std::string StreamTable::shown(const std::string& text, size_t width) const {
+    return fLimit > 0 ? cutToWidth(text, width) : text;
 }
 
 // Widens the columns for the values of one element.
 void StreamTable::measureElement(Data::Handle& handle) {
+    const size_t widest = fLimit > 0 ? fLimit : kWidestColumn;
     for (unsigned int i = 0; i < fGroups.size(); ++i) {
         Group& group = fGroups[i];
         handle.setPositionByMemberIndex(i);
         // Not before there is an element: a structure alone may claim any length.
         group.widths.resize(partsOf(*group.member));
         withParts(handle, *group.member, [&](auto* parts) {
-            for (size_t k = 0; k < group.widths.size(); ++k) widen(group.widths[k], cell(parts[k]));
+            for (size_t k = 0; k < group.widths.size(); ++k)
+                widen(group.widths[k], cell(parts[k]), widest);
         });
     }
 }
@@ -94,19 +121,20 @@ void StreamTable::makeRoomForTitle(Group& group) {
 
 // A title that stands above several columns is aligned to the left, where the first one begins.
 void StreamTable::writeHeader() {
-    AlignedLine line(fIndent);
+    AlignedLine line(fIndent, fLimit);
     line.add(kIndexTitle, fIndexWidth, fNumericIndex, 0);
     for (const Group& group : fGroups) {
         const bool right = group.rightAligned && group.widths.size() == 1;
-        line.add(group.title, group.width(), right, kGroupGap);
+        line.add(shown(group.title, group.width()), group.width(), right, kGroupGap);
     }
     fOutput.write(line.end());
 }
 
 // An element without data has only its index.
 void StreamTable::writeElement(Data::StreamIterator& element) {
-    AlignedLine line(fIndent);
-    line.add(shownName(element.index().asString()), fIndexWidth, fNumericIndex, 0);
+    AlignedLine line(fIndent, fLimit);
+    const std::string index = shownName(element.index().asString());
+    line.add(fNumericIndex ? index : shown(index, fIndexWidth), fIndexWidth, fNumericIndex, 0);
     Data::Handle& handle = *element;
     for (unsigned int i = 0; handle.hasData() && i < fGroups.size(); ++i) {
         const Group& group = fGroups[i];
@@ -114,7 +142,9 @@ void StreamTable::writeElement(Data::StreamIterator& element) {
         withParts(handle, *group.member, [&](auto* parts) {
             for (size_t k = 0; k < group.widths.size(); ++k) {
                 const size_t gap = k == 0 ? kGroupGap : kCellGap;
-                line.add(cell(parts[k]), group.widths[k], group.rightAligned, gap);
+                const std::string text = cell(parts[k]);
+                line.add(group.isText ? shown(text, group.widths[k]) : text, group.widths[k],
+                         group.rightAligned, gap);
             }
         });
     }

@@ -24,6 +24,7 @@ class StreamTable {
         const Data::Member* member;
         std::string title;
         bool rightAligned;
+        bool isText;
         std::vector<size_t> widths;
 
         [[nodiscard]] size_t width() const;
@@ -32,12 +33,15 @@ class StreamTable {
     void measure();
     void measureElement(Data::Handle& handle);
     void makeRoomForTitle(Group& group);
+    void fitTerminal();
+    [[nodiscard]] std::string shown(const std::string& text, size_t width) const;
     void writeHeader();
     void writeElement(Data::StreamIterator& element);
 
     Output& fOutput;
     const Data::Stream& fStream;
     size_t fIndent;
+    size_t fLimit;  // the width of the terminal, or 0
     bool fNumericIndex;
     size_t fIndexWidth;
     std::vector<Group> fGroups;

@@ -25,6 +25,8 @@ class TextTable {
     void write(Output& output) const;
 
   private:
+    [[nodiscard]] std::vector<size_t> widthsWithin(size_t limit, size_t gap) const;
+
     std::vector<size_t> fWidest;
     std::vector<size_t> fWidths;
     std::vector<std::vector<std::string>> fRows;  // the first holds the titles

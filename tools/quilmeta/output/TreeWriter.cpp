@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output/TreeWriter.h"
 
+#include "output/FittedText.h"
 #include "output/StreamTable.h"
+#include "process/TerminalWidth.h"
 #include "values/SafeText.h"
 #include "values/ValueType.h"
 #include "values/Wording.h"
@@ -14,8 +16,11 @@
 
 namespace orbo::Quilmeta {
 
+TreeWriter::TreeWriter(Output& output, bool values)
+    : fOutput(output), fValues(values), fWidth(terminalWidth(output)) {}
+
 void TreeWriter::line(size_t depth, const std::string& text) {
-    fOutput.write(std::string(2 * depth, ' ') + text + '\n');
+    fOutput.write(fittedLine(std::string(2 * depth, ' ') + text, fWidth) + '\n');
 }
 
 void TreeWriter::write(const std::string& title, const SceneView& view) {

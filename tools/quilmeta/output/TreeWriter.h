@@ -13,7 +13,7 @@ namespace orbo::Quilmeta {
 class TreeWriter {
   public:
     /// With `values`, each stream is followed by a table of its elements.
-    TreeWriter(Output& output, bool values) : fOutput(output), fValues(values) {}
+    TreeWriter(Output& output, bool values);
     void write(const std::string& title, const SceneView& view);
 
   private:
@@ -24,6 +24,7 @@ class TreeWriter {
 
     Output& fOutput;
     bool fValues;
+    size_t fWidth;  // of the terminal, or 0
 };
 
 }  // namespace orbo::Quilmeta
