@@ -9,16 +9,18 @@ if(QUILMETA_SOURCES)
     find_path(RAPIDJSON_INCLUDE_DIR rapidjson/reader.h REQUIRED)
     find_path(UTF8PROC_INCLUDE_DIR utf8proc.h REQUIRED)
     find_path(RE2_INCLUDE_DIR re2/re2.h REQUIRED)
+    find_path(NETTLE_INCLUDE_DIR nettle/sha2.h REQUIRED)
     # The archives where there are any, so that quilmeta starts quickly and needs nothing at run time.
     find_library(UTF8PROC_LIBRARY NAMES libutf8proc.a utf8proc REQUIRED)
     find_library(RE2_LIBRARY NAMES libre2.a re2 REQUIRED)
+    find_library(NETTLE_LIBRARY NAMES libnettle.a nettle REQUIRED)
 
     add_library(QuilmetaSources OBJECT ${QUILMETA_SOURCES})
     target_link_libraries(QuilmetaSources PUBLIC MetaDataObjects CLI11::CLI11 fmt::fmt-header-only
-                          ${UTF8PROC_LIBRARY} ${RE2_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
+                          ${UTF8PROC_LIBRARY} ${RE2_LIBRARY} ${NETTLE_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
     target_include_directories(QuilmetaSources PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
     target_include_directories(QuilmetaSources SYSTEM PUBLIC ${UTF8PROC_INCLUDE_DIR}
-                               ${RAPIDJSON_INCLUDE_DIR} ${RE2_INCLUDE_DIR})
+                               ${RAPIDJSON_INCLUDE_DIR} ${RE2_INCLUDE_DIR} ${NETTLE_INCLUDE_DIR})
     target_compile_definitions(QuilmetaSources PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
     metadata_warnings(QuilmetaSources)
 

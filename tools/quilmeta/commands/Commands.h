@@ -29,6 +29,7 @@ std::unique_ptr<Command> makeGitDiff();
 std::unique_ptr<Command> makeGitMerge();
 std::unique_ptr<Command> makeRefsList();
 std::unique_ptr<Command> makeRefsRepath();
+std::unique_ptr<Command> makeRefsCollect();
 std::unique_ptr<Command> makeCheck();
 std::unique_ptr<Command> makeRecover();
 std::unique_ptr<Command> makeFormats();
@@ -36,7 +37,8 @@ std::unique_ptr<Command> makeCompletion();
 std::unique_ptr<Command> makeMan();
 
 /// Commands that share a first word, such as `refs list` and `refs repath`.
-constexpr Command::Help kRefsGroup = {"refs", "List external files, or change their paths", R"(
+constexpr Command::Help kRefsGroup = {
+    "refs", "List external files, change their paths, or collect them", R"(
 Scenes record the files they refer to in a table: which node refers to the file,
 the path as entered and as resolved, and the file's roles.
 Example:
@@ -49,15 +51,33 @@ struct CommandEntry {
 
 /// In the order of the help. The entries of a group stand together.
 constexpr CommandEntry kCommands[] = {
-    {nullptr, makeShow},       {nullptr, makeFind},         {nullptr, makeGet},
-    {nullptr, makeExport},     {nullptr, makeImport},       {nullptr, makeTable},
-    {nullptr, makeLoad},       {nullptr, makeSet},          {nullptr, makeEdit},
-    {nullptr, makeDefine},     {nullptr, makeAdd},          {nullptr, makeRemove},
-    {nullptr, makeRename},     {nullptr, makeCopy},         {nullptr, makeDiff},
-    {nullptr, makePatch},      {nullptr, makeMerge},        {nullptr, makeGitDiff},
-    {nullptr, makeGitMerge},   {&kRefsGroup, makeRefsList}, {&kRefsGroup, makeRefsRepath},
-    {nullptr, makeCheck},      {nullptr, makeRecover},      {nullptr, makeFormats},
-    {nullptr, makeCompletion}, {nullptr, makeMan},
+    {nullptr, makeShow},
+    {nullptr, makeFind},
+    {nullptr, makeGet},
+    {nullptr, makeExport},
+    {nullptr, makeImport},
+    {nullptr, makeTable},
+    {nullptr, makeLoad},
+    {nullptr, makeSet},
+    {nullptr, makeEdit},
+    {nullptr, makeDefine},
+    {nullptr, makeAdd},
+    {nullptr, makeRemove},
+    {nullptr, makeRename},
+    {nullptr, makeCopy},
+    {nullptr, makeDiff},
+    {nullptr, makePatch},
+    {nullptr, makeMerge},
+    {nullptr, makeGitDiff},
+    {nullptr, makeGitMerge},
+    {&kRefsGroup, makeRefsList},
+    {&kRefsGroup, makeRefsRepath},
+    {&kRefsGroup, makeRefsCollect},
+    {nullptr, makeCheck},
+    {nullptr, makeRecover},
+    {nullptr, makeFormats},
+    {nullptr, makeCompletion},
+    {nullptr, makeMan},
 };
 
 }  // namespace orbo::Quilmeta

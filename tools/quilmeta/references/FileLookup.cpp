@@ -25,6 +25,11 @@ std::string joined(const std::string& folder, const std::string& name) {
     return folder.back() == '/' ? folder + name : folder + '/' + name;
 }
 
+/// The path with the next of its names.
+std::string added(const std::string& path, const std::vector<std::string>& names, size_t i) {
+    return i == 0 && names[i].empty() ? "/" : joined(path, names[i]);
+}
+
 bool isThere(const std::string& path) {
     std::error_code error;
     return fs::exists(path, error);
@@ -50,8 +55,7 @@ class Walk {
 
   private:
     void step(std::string path, size_t i, const FilePlace& place) {
-        for (; i < fNames.size() && isLiteral(fPatterns[i]); ++i)
-            path = i == 0 && fNames[i].empty() ? "/" : joined(path, fNames[i]);
+        for (; i < fNames.size() && isLiteral(fPatterns[i]); ++i) path = added(path, fNames, i);
         if (i == fNames.size()) {
             // A name of a list is there; literal names behind it may not be.
             if (!isLiteral(fPatterns.back()) || isThere(path)) fFiles.push_back({place, path});
@@ -101,6 +105,11 @@ SplitPath::SplitPath(const std::string& path) {
         return !isLiteral(NamePattern(name));
     });
     firstPattern = static_cast<size_t>(first - names.begin());
+}
+
+std::string SplitPath::start(std::string folder) const {
+    for (size_t i = 0; i < firstPattern; ++i) folder = added(folder, names, i);
+    return folder;
 }
 
 std::string Lookup::target() const { return (fs::path(folder) / text).string(); }

@@ -84,6 +84,8 @@ struct SplitPath {
     size_t firstPattern;  ///< among `names`; their number when there is none
 
     [[nodiscard]] bool isPattern() const { return firstPattern < names.size(); }
+    /// The folder ahead of the first token, as the found files' paths begin.
+    [[nodiscard]] std::string start(std::string folder) const;
 };
 
 }  // namespace orbo::Quilmeta

@@ -36,6 +36,14 @@ void demandMembers(const Data::Structure& structure) {
     }
 }
 
+/// The table joins its roles and paths into text, so a path with odd characters may come back
+/// changed.
+void demandHeld(const Reference& row, const std::string& path, const std::string& held) {
+    if (held == path) return;
+    throw CommandError(fmt::format("node {}, key {}: the table cannot hold the path {}",
+                                   inQuotes(row.node), inQuotes(row.key), inQuotes(path)));
+}
+
 }  // namespace
 
 Scene openForReferences(const std::string& file, const SceneAccess& access, ReferencesFor purpose) {
@@ -61,6 +69,13 @@ Reference referenceOf(Data::Handle& row) {
     Table::getEntry(row, reference.node, reference.key, reference.path, reference.resolvedPath,
                     reference.roles);
     return reference;
+}
+
+void setPaths(Data::Handle& row, const std::string& path, const std::string& resolvedPath) {
+    Table::updateEntry(row, path, resolvedPath);
+    const Reference after = referenceOf(row);
+    demandHeld(after, path, after.path);
+    demandHeld(after, resolvedPath, after.resolvedPath);
 }
 
 }  // namespace orbo::Quilmeta

@@ -33,4 +33,7 @@ Data::Stream* tableOf(const Scene& scene);
 /// A copy of what a row of the table says.
 Reference referenceOf(Data::Handle& row);
 
+/// Sets both paths of a row. Throws `CommandError` when the table cannot hold one of them.
+void setPaths(Data::Handle& row, const std::string& path, const std::string& resolvedPath);
+
 }  // namespace orbo::Quilmeta

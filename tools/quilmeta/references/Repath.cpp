@@ -7,7 +7,6 @@
 #include "references/References.h"
 #include "values/SafeText.h"
 
-#include <data/ExternalContent.h>
 #include <fmt/format.h>
 #include <re2/re2.h>
 
@@ -33,15 +32,6 @@ struct PathChange {
                            shownPath(after()));
     }
 };
-
-/// The table joins its roles and paths into text, so a path with odd characters may come back
-/// changed.
-void demandHeld(const Reference& row, const PathChange& change, const std::string& held) {
-    if (held == change.after()) return;
-    throw CommandError(fmt::format("node {}, key {}: the table cannot hold the path {}",
-                                   inQuotes(row.node), inQuotes(row.key),
-                                   inQuotes(change.after())));
-}
 
 }  // namespace
 
@@ -69,10 +59,7 @@ std::string Repath::apply(Data::Handle& row) {
     const PathChange resolved{"resolved", before.resolvedPath, changed(before.resolvedPath)};
     std::string text = path.text() + resolved.text();
     if (text.empty()) return text;
-    Data::AccessorQuil::ExternalContent::updateEntry(row, path.after(), resolved.after());
-    const Reference after = referenceOf(row);
-    demandHeld(before, path, after.path);
-    demandHeld(before, resolved, after.resolvedPath);
+    setPaths(row, path.after(), resolved.after());
     return fmt::format("  node {}, key {}\n", shownName(before.node), shownName(before.key)) + text;
 }
 

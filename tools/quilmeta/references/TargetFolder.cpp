@@ -1,0 +1,127 @@
+// The folder that a collection is copied to.
+// SPDX-License-Identifier: Apache-2.0
+#include "references/TargetFolder.h"
+
+#include "output/NewFile.h"
+#include "process/FileCopy.h"
+#include "process/Messages.h"
+#include "references/References.h"
+#include "scene/SceneFile.h"
+#include "values/SafeText.h"
+
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <utility>
+
+namespace orbo::Quilmeta {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void fail(const std::string& path, const std::string& problem) {
+    throw CommandError(fmt::format("{}: {}", inQuotes(path), problem));
+}
+
+void makeFolder(const fs::path& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error) fail(folder.string(), systemMessage(error.value()));
+}
+
+}  // namespace
+
+TargetFolder::TargetFolder(std::string path) : fPath(std::move(path)) {
+    if (fPath.empty()) throw UsageError("--to takes the name of a folder");
+    std::error_code error;
+    const fs::file_status there = fs::status(fPath, error);
+    fExisted = fs::exists(there);
+    if (!fExisted) return;
+    if (!fs::is_directory(there)) fail(fPath, "is there already, and no folder");
+    const bool isEmpty = fs::is_empty(fPath, error);
+    if (error) fail(fPath, systemMessage(error.value()));
+    if (!isEmpty) fail(fPath, "is there already, and not empty");
+}
+
+TargetFolder::~TargetFolder() {
+    if (!fMade || fKept) return;
+    for (size_t i = 0; i < fProgress.size(); ++i)
+        if (fProgress[i] != Progress::kNone) remove(i);
+    std::error_code ignored;
+    if (!fExisted) fs::remove(fPath, ignored);
+}
+
+void TargetFolder::make(const std::vector<CollectedFile>& files) {
+    fFiles = &files;
+    fProgress.assign(files.size(), Progress::kNone);
+    fMade = true;
+    makeFolder(fPath);
+}
+
+std::string TargetFolder::pathOf(size_t file) const {
+    return (fs::path(fPath) / (*fFiles)[file].target).string();
+}
+
+/// Removes the file if it is ours, and its folders once they are empty.
+void TargetFolder::remove(size_t file) const {
+    std::error_code error;
+    if (fProgress[file] == Progress::kPlaced) fs::remove(pathOf(file), error);
+    fs::path folder = fs::path((*fFiles)[file].target).parent_path();
+    for (; !error && !folder.empty(); folder = folder.parent_path())
+        fs::remove(fs::path(fPath) / folder, error);
+}
+
+Digest TargetFolder::copy(size_t file, const SceneAccess& access) {
+    const CollectedFile& wanted = (*fFiles)[file];
+    const std::string path = pathOf(file);
+    const fs::path folder = fs::path(path).parent_path();
+    fProgress[file] = Progress::kBegun;
+    makeFolder(folder);
+    const bool changes = std::any_of(wanted.paths.begin(), wanted.paths.end(),
+                                     [](const auto& changed) { return changed.has_value(); });
+    try {
+        using Rights = FileCopy::Rights;
+        FileCopy copied(wanted.source, (folder / ".quilmeta").string(),
+                        changes ? Rights::kWritableMode : Rights::kMode);
+        if (!copied.place(path)) throw CommandError("somebody else has made it");
+        fProgress[file] = Progress::kPlaced;
+        if (changes) repath(file, access);
+        return digestOf(path);
+    } catch (const CommandError& error) {
+        throw CommandError(fmt::format("was not copied to {}: {}", inQuotes(path), error.what()));
+    }
+}
+
+// Nobody else uses the copy yet, so it needs no journal.
+void TargetFolder::repath(size_t file, const SceneAccess& access) const {
+    const CollectedFile& wanted = (*fFiles)[file];
+    const std::string path = pathOf(file);
+    struct stat before {};
+    if (::stat(wanted.source.c_str(), &before) != 0) throw CommandError(systemMessage(errno));
+    SceneAccess own = access;
+    own.writes = true;
+    own.noJournal = true;
+    const Scene scene = openForReferences(path, own, ReferencesFor::kWriting);
+    size_t number = 0;
+    if (Data::Stream* table = tableOf(scene))
+        for (Data::StreamIterator row = table->begin(); row.valid() && number < wanted.paths.size();
+             ++row, ++number)
+            if (const auto& changed = wanted.paths[number]) setPaths(*row, *changed, *changed);
+    if (number != wanted.paths.size()) throw CommandError("its table has changed meanwhile");
+    Output none(-1, "");
+    writeScene(scene, own, none);
+    ::chmod(path.c_str(), before.st_mode & 0777U);
+}
+
+void TargetFolder::writeManifest(const std::string& text) {
+    const std::string path = (fs::path(fPath) / kManifestName).string();
+    NewFile manifest(path, "", {FileKind::kOther});
+    manifest.output().write(text);
+    manifest.commit();
+}
+
+}  // namespace orbo::Quilmeta
