@@ -4,15 +4,13 @@
 #include "commands/Options.h"
 #include "json/JsonElement.h"
 #include "json/ResultList.h"
+#include "output/ValueText.h"
 #include "process/CommandError.h"
 #include "process/Messages.h"
 #include "process/Output.h"
 #include "scene/Address.h"
-#include "scene/MemberName.h"
 #include "scene/SceneFile.h"
-#include "values/NumberText.h"
 #include "values/SafeText.h"
-#include "values/ValueType.h"
 
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
@@ -63,7 +61,7 @@ class Get : public Command {
         output.stopOnSignals();
         if (fFormat != ResultFormat::kText && fEndsByNul)
             throw UsageError("-0 and JSON exclude each other");
-        fSafe = output.isTerminal() && !fEndsByNul;
+        fText = {output.isTerminal() && !fEndsByNul, fDefault.value_or("")};
         ResultList results(output, fFormat);
         const Outcome outcome = forEachFile({fFile}, {}, results,
                                             [&](const FileTurn& turn) { return get(turn.output); });
@@ -146,8 +144,8 @@ class Get : public Command {
             }
             return printJson({}, values + " }", output);
         }
-        std::string text = shown(*fDefault);
-        for (size_t i = 1; i < fMembers.size(); ++i) text += '\t' + shown(*fDefault);
+        std::string text = fText.shown(*fDefault);
+        for (size_t i = 1; i < fMembers.size(); ++i) text += '\t' + fText.shown(*fDefault);
         output.write(text += end());
     }
 
@@ -158,11 +156,8 @@ class Get : public Command {
         std::string text;
         const char* gap = "";
         for (const NamedMember& member : members) {
-            text += gap;
+            fText.append(text += gap, element, member);
             gap = "\t";
-            element.setPositionByMemberIndex(member.position);
-            withParts(element, *member.member,
-                      [&](const auto* parts) { appendParts(text, parts, member); });
         }
         output.write(text += end());
     }
@@ -180,54 +175,6 @@ class Get : public Command {
         ResultList::add(output, fFormat, object.addJson("values", values));
     }
 
-    static std::string jsonOf(Data::Handle& element, const std::vector<NamedMember>& members) {
-        std::string text = "{ ";
-        const char* gap = "";
-        for (const NamedMember& named : members) {
-            appendJson(text += gap, named.name);
-            text += ": ";
-            gap = ", ";
-            element.setPositionByMemberIndex(named.position);
-            withParts(element, *named.member,
-                      [&](const auto* parts) { appendJsonOf(text, parts, named); });
-        }
-        return text + " }";
-    }
-
-    template <typename Part>
-    static void appendJsonOf(std::string& text, const Part* parts, const NamedMember& named) {
-        const Data::Member& member = *named.member;
-        if (!named.slot) return appendMember(text, parts, member, NanAs::kWord);
-        const RefPtr<Data::Structure> single(new Data::Structure("single"));
-        single->addMember(member.type(), 1, member.name());
-        appendMember(text, parts + *named.slot * partsPerValue(member.type()), *single->member(0U),
-                     NanAs::kWord);
-    }
-
-    template <typename Part>
-    void appendParts(std::string& text, const Part* parts, const NamedMember& named) const {
-        const size_t perValue = partsPerValue(named.member->type());
-        const size_t first = named.slot.value_or(0) * perValue;
-        const size_t count = named.slot ? perValue : partsOf(*named.member);
-        for (size_t i = first; parts && i < first + count; ++i) {
-            if (i > first) text += ' ';
-            append(text, parts[i]);
-        }
-    }
-
-    template <typename Part>
-    void append(std::string& text, const Part& part) const {
-        if constexpr (std::is_same_v<Part, Text>)
-            text += shown(part ? part : fDefault.value_or(""));
-        else if constexpr (std::is_same_v<Part, bool>)
-            text += part ? "true" : "false";
-        else
-            appendNumber(text, part);
-    }
-
-    [[nodiscard]] std::string shown(const std::string& text) const {
-        return fSafe ? safeLine(text) : text;
-    }
     [[nodiscard]] char end() const { return fEndsByNul ? '\0' : '\n'; }
 
     std::string fFile;
@@ -236,7 +183,7 @@ class Get : public Command {
     std::optional<std::string> fIndex, fDefault;
     ResultFormat fFormat = ResultFormat::kText;
     bool fEndsByNul = false;
-    bool fSafe = false;  // strings go to a terminal
+    ValueText fText;
     SceneAccess fAccess;
 };
 

@@ -47,11 +47,14 @@ class Rename : public Command {
         fSelection = fSelected.selection();
         demandOneKind();
         if (!fIndex) fNewName.emplace(patternsToRename(), fTo, fSelected.as());
-        return editScenes(fFiles, fAccess, output, selectionText(), [this](Scene& scene) {
-            const Renamed renamed = rename(scene);
-            return Edited{renamed.selected + renamed.references,
-                          renamed.changed + renamed.references > 0, reportOf(renamed)};
-        });
+        return editScenes(
+            fFiles, fAccess, output, selectionText(),
+            [this](Scene& scene) {
+                const Renamed renamed = rename(scene);
+                return Edited{renamed.selected + renamed.references,
+                              renamed.changed + renamed.references > 0, reportOf(renamed)};
+            },
+            fSelection);
     }
 
   private:

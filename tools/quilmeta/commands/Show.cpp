@@ -8,10 +8,12 @@
 #include "process/Messages.h"
 #include "process/Signals.h"
 #include "scene/SceneFile.h"
+#include "selection/NameHints.h"
 #include "selection/SceneView.h"
 
 #include <algorithm>
 #include <atomic>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +41,7 @@ class Show : public Command {
     Outcome run(Output& output) override {
         output.stopOnSignals();
         fSelection = fSelected.selection();
+        fHints.emplace(fSelection);
         EachFile how;
         how.jobs = fFiles.jobs;
         ResultList results(output, fFormat);
@@ -49,7 +52,7 @@ class Show : public Command {
         if (fShown > 0 || outcome == Outcome::kFailed || Signals::received() != 0) return outcome;
         // Names that match nothing may be misspelt; silence would look like scenes without
         // metadata.
-        complain("", "nothing matches" + fSelection.text());
+        complain("", "nothing matches" + fSelection.text() + fHints->question());
         return std::max(outcome, Outcome::kNothingSelected);
     }
 
@@ -57,7 +60,10 @@ class Show : public Command {
     FileResult show(const std::string& file, Output& output) {
         const Scene scene = openScene(file, fAccess);
         const SceneView view = select(*scene.accessor, fSelection);
-        if (view.nodes.empty() && !fSelection.everything()) return scene.outcome();
+        if (view.nodes.empty() && !fSelection.everything()) {
+            fHints->offer(*scene.accessor);
+            return scene.outcome();
+        }
         if (fFormat != ResultFormat::kText) {
             writeJson(file, view, output);
         } else {
@@ -80,6 +86,7 @@ class Show : public Command {
     FileArguments fFiles;
     SelectionArguments fSelected;
     Selection fSelection;
+    std::optional<NameHints> fHints;
     bool fValues = false;
     ResultFormat fFormat = ResultFormat::kText;
     SceneAccess fAccess;

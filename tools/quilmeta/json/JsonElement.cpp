@@ -7,6 +7,7 @@
 #include "values/ValueType.h"
 
 #include <data/IndexPair.h>
+#include <debug/RefPtr.h>
 
 #include <cmath>
 #include <cstdint>
@@ -93,6 +94,34 @@ void appendMember(std::string& out, const void* parts, const Data::Member& membe
         using Part = typename decltype(type)::Scalar;
         appendValues(out, static_cast<const Part*>(parts), member, nan);
     });
+}
+
+namespace {
+
+template <typename Part>
+void appendNamed(std::string& text, const Part* parts, const NamedMember& named) {
+    const Data::Member& member = *named.member;
+    if (!named.slot) return appendMember(text, parts, member, NanAs::kWord);
+    const RefPtr<Data::Structure> single(new Data::Structure("single"));
+    single->addMember(member.type(), 1, member.name());
+    appendMember(text, parts + *named.slot * partsPerValue(member.type()), *single->member(0U),
+                 NanAs::kWord);
+}
+
+}  // namespace
+
+std::string jsonOf(Data::Handle& element, const std::vector<NamedMember>& members) {
+    std::string text = "{ ";
+    const char* gap = "";
+    for (const NamedMember& named : members) {
+        appendJson(text += gap, named.name);
+        text += ": ";
+        gap = ", ";
+        element.setPositionByMemberIndex(named.position);
+        withParts(element, *named.member,
+                  [&](const auto* parts) { appendNamed(text, parts, named); });
+    }
+    return text + " }";
 }
 
 // The keys are the same for all elements, so they are escaped once.

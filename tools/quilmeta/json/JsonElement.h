@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/MemberName.h"
+
 #include <data/Index.h>
 #include <data/StreamIterator.h>
 #include <data/Structure.h>
@@ -20,6 +22,10 @@ void appendIndex(std::string& out, const Data::Index& index);
 /// Appends all values of a member, which lie side by side from `parts` on: one value alone, or a
 /// list of values.
 void appendMember(std::string& out, const void* parts, const Data::Member& member, NanAs nan);
+
+/// { "MEMBER": VALUE, ... } for members, and single values of them, by the names that the user
+/// gave.
+std::string jsonOf(Data::Handle& element, const std::vector<NamedMember>& members);
 
 /// Writes the elements of streams with one structure.
 class JsonElement {

@@ -5,6 +5,7 @@
 #include "patches/ChangeReport.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
+#include "selection/NameHints.h"
 
 #include <algorithm>
 #include <atomic>
@@ -12,22 +13,27 @@
 namespace orbo::Quilmeta {
 
 Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output& output,
-                   const std::string& selection, const std::function<Edited(Scene&)>& edit) {
-    const std::vector<std::string> names = filesOf(files);
+                   const std::string& selection, const std::function<Edited(Scene&)>& edit,
+                   const Selection& names) {
+    const std::vector<std::string> words = filesOf(files);
+    NameHints hints(names);
     std::atomic<bool> found = false;
     const auto work = [&](const FileTurn& turn) {
         Scene scene = openScene(turn.file, access);
         const Edited edited = edit(scene);
-        if (edited.selected > 0) found = true;
+        if (edited.selected > 0)
+            found = true;
+        else
+            hints.offer(*scene.accessor);
         if (!edited.changed) return FileResult(scene.outcome());
         writeScene(scene, access, turn.output);
         return FileResult(scene.outcome(), true, edited.report);
     };
-    const Outcome outcome = changeFiles(names, access, files.jobs, output, work);
+    const Outcome outcome = changeFiles(words, access, files.jobs, output, work);
     // An empty list of files is no misspelt selection.
-    if (found || names.empty() || outcome == Outcome::kFailed || Signals::received() != 0)
+    if (found || words.empty() || outcome == Outcome::kFailed || Signals::received() != 0)
         return outcome;
-    complain("", "nothing matches" + selection);
+    complain("", "nothing matches" + selection + hints.question());
     return std::max(outcome, Outcome::kNothingSelected);
 }
 

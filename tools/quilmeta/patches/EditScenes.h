@@ -4,6 +4,7 @@
 
 #include "scene/SceneFile.h"
 #include "selection/FileList.h"
+#include "selection/Selection.h"
 
 #include <cstddef>
 #include <functional>
@@ -19,9 +20,10 @@ struct Edited {
 };
 
 /// Opens each scene, edits it, and writes it where it has changed. When the selection finds nothing
-/// in any of the files, says that nothing matches `selection` and returns `kNothingSelected`. The
-/// edit is called on any thread.
+/// in any of the files, says that nothing matches `selection`, with names that are close to
+/// `names`, and returns `kNothingSelected`. The edit is called on any thread.
 Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output& output,
-                   const std::string& selection, const std::function<Edited(Scene&)>& edit);
+                   const std::string& selection, const std::function<Edited(Scene&)>& edit,
+                   const Selection& names = {});
 
 }  // namespace orbo::Quilmeta
