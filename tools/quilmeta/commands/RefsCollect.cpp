@@ -56,8 +56,8 @@ class RefsCollect : public Command {
         fCollection.plan();
         if (!fDryRun) folder.make(fCollection.files());
         const Outcome copied = copyAll(folder, output);
-        if (Signals::received() != 0 || fDryRun) return std::max(read, copied);
-        if (copied >= Outcome::kFailed) {
+        if (fDryRun) return std::max(read, copied);
+        if (Signals::received() != 0 || copied >= Outcome::kFailed) {
             complain("", "what was copied is removed again");
             return copied;
         }
