@@ -59,10 +59,12 @@ Index Index::take(IndexType* fresh) {
     return index;
 }
 
-Index Index::ofText(TextArgument text) { return Index(IndexString(std::string(text.view()))); }
+Index Index::ofText(TextArgument text) {
+    return IndexString::doCreate(std::string(text.view()));
+}
 
 Index Index::pairOf(unsigned int first, unsigned int second) {
-    return Index(IndexPair(first, second));
+    return take(new IndexPair(first, second));
 }
 
 void Index::refuseNumber(bool isNegative, unsigned long long number) {
