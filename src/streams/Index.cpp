@@ -59,9 +59,7 @@ Index Index::take(IndexType* fresh) {
     return index;
 }
 
-Index Index::ofText(TextArgument text) {
-    return IndexString::doCreate(std::string(text.view()));
-}
+Index Index::ofText(TextArgument text) { return IndexString::doCreate(std::string(text.view())); }
 
 Index Index::pairOf(unsigned int first, unsigned int second) {
     return take(new IndexPair(first, second));

@@ -118,6 +118,10 @@ const Row kRows[] = {
      {{"A:x n=1(A) n=2", "A:x n=1", "n=1", "careful",
        "rewrite n node-in-other-words, keep n#2 node-in-other-words, drop A#0 structure-erased, "
        "drop n#1 node-in-other-words"},
+      // The order is that of the next write, for which all of these are the same.
+      {"A:x n=? n=1(A) n=2", "A:x n=1", "n=1", "",
+       "rewrite n node-in-other-words, keep n#3 node-in-other-words, keep n#1 node-unreadable, "
+       "drop A#0 structure-erased, drop n#2 node-in-other-words"},
       {"n=1' n=2", "n=1", "n=1", "careful",
        "rewrite n node-in-other-words, keep n#1 node-in-other-words, drop n#0 node-in-other-words"},
       // Only the text of what the model has counts; the others need nothing new.

@@ -350,14 +350,13 @@ class ObviousMerge {
         switch (rowOf(number)) {
             case Reason::kStructureSame:
             case Reason::kNodeSame:
+            case Reason::kNodeInOtherWords:
                 return fCase.policy.rewritesAll ? Spot::kNowhere : Spot::kInPlace;
             case Reason::kStructureConflict:
                 return Spot::kBehind;
             case Reason::kStructureUnreadable:
             case Reason::kNodeUnreadable:
                 return modelHasIt(each) ? Spot::kBehind : Spot::kAhead;
-            case Reason::kNodeInOtherWords:
-                return number > *sameRecord(each.name) ? Spot::kBehind : Spot::kAhead;
             default:
                 return Spot::kAhead;
         }
@@ -410,21 +409,19 @@ class ObviousMerge {
         bool isReplaced = false;
         for (const std::size_t number : readable(kind, name)) {
             const Spot spot = spotOf(number);
+            item.reason = rowOf(number);
             if (spot == Spot::kInPlace) {
-                item.action = Action::kKeep;
-                item.reason = rowOf(number);
-                item.record = number;
                 items.push_back(item);
+                items.back().action = Action::kKeep;
+                items.back().record = number;
                 isKept = true;
             } else if (spot == Spot::kNowhere && !isReplaced) {
-                item.action = Action::kRewrite;
-                item.reason = rowOf(number);
+                items.push_back(item);
+                items.back().action = Action::kRewrite;
                 isReplaced = true;
-            } else if (rowOf(number) == Reason::kStructureConflict) {
-                item.reason = Reason::kStructureConflict;
             }
         }
-        if (!isKept) items.push_back(item);
+        if (!isKept && !isReplaced) items.push_back(item);
     }
 
     const MergeCase& fCase;

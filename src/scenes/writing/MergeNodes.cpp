@@ -106,8 +106,7 @@ Fate NodeDecision::fateOf(std::size_t record, const std::string& name, const Gro
     if (!group.same) return {Place::kGone, isWritten ? Reason::kNodeChanged : Reason::kNodeRemoved};
     if (!isWritten) return {Place::kAhead, Reason::kNodeEmpty};
     if (!group.isRewritten) return {Place::kInPlace, Reason::kNodeSame};
-    if (record == *group.same) return {Place::kGone, Reason::kNodeInOtherWords};
-    return {record < *group.same ? Place::kAhead : Place::kBehind, Reason::kNodeInOtherWords};
+    return {record == *group.same ? Place::kGone : Place::kInPlace, Reason::kNodeInOtherWords};
 }
 
 void NodeDecision::addFindings(Findings& findings) const {

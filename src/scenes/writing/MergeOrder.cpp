@@ -22,7 +22,7 @@ class ItemList {
         }
     }
 
-    /// The model's record, or in its place those of the file that say the same.
+    /// The model's record, among those of the file that stay in its place.
     void addModel(Kind kind, const std::string& name, const std::vector<std::size_t>& inFile) {
         const bool isStructure = kind == Kind::kStructure;
         Item item;
@@ -31,23 +31,21 @@ class ItemList {
         item.kind = kind;
         item.name = name;
         item.isScene = !isStructure && name.empty();
-        if (inFile.empty()) {
-            fItems.push_back(std::move(item));
-            return;
-        }
         const auto replaced = std::find_if(inFile.begin(), inFile.end(),
                                            [this](auto record) { return isReplaced(record); });
-        item.reason = fFates[replaced == inFile.end() ? inFile.front() : *replaced].reason;
-        if (replaced == inFile.end() && fFates[inFile.front()].place == Place::kInPlace) {
-            item.action = Action::kKeep;
-            for (const std::size_t record : inFile) {
-                item.record = record;
+        const std::size_t count = fItems.size();
+        for (auto record = inFile.begin(); record != inFile.end(); ++record) {
+            item.reason = fFates[*record].reason;
+            if (record == replaced) {
                 fItems.push_back(item);
+                fItems.back().action = Action::kRewrite;
+            } else if (staysInPlace(*record)) {
+                fItems.push_back(item);
+                fItems.back().action = Action::kKeep;
+                fItems.back().record = *record;
             }
-            return;
         }
-        if (replaced != inFile.end()) item.action = Action::kRewrite;
-        fItems.push_back(std::move(item));
+        if (fItems.size() == count) fItems.push_back(std::move(item));
     }
 
     void addDropped() {
@@ -59,6 +57,9 @@ class ItemList {
     std::vector<Item> take() { return std::move(fItems); }
 
   private:
+    [[nodiscard]] bool staysInPlace(std::size_t record) const {
+        return fFates[record].place == Place::kInPlace && !fFacts.policy.rewritesAll;
+    }
     /// Or removed.
     [[nodiscard]] bool isReplaced(std::size_t record) const {
         const Place place = fFates[record].place;
