@@ -2,11 +2,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Bench.h"
 
+#include <fcntl.h>
 #include <malloc.h>
+#include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -144,6 +148,52 @@ double apart(const std::function<double()>& work) {
     ::close(ends[0]);
     require(::waitpid(child, &status, 0) == child && status == 0 && got, "a process of its own");
     return result;
+}
+
+namespace {
+
+Usage usageOfChild(const std::string& name, pid_t child,
+                   std::chrono::steady_clock::time_point start) {
+    int status = 0;
+    rusage used{};
+    const bool ended = ::wait4(child, &status, 0, &used) == child;
+    const std::chrono::duration<double, std::nano> wall = std::chrono::steady_clock::now() - start;
+    require(ended && WIFEXITED(status) && WEXITSTATUS(status) <= 1, name + " ends well");
+    const auto nanoseconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_usec) * 1e3;
+    };
+    constexpr double kKiB = 1024;
+    return {wall.count(), nanoseconds(used.ru_utime) + nanoseconds(used.ru_stime),
+            static_cast<double>(used.ru_maxrss) * kKiB};
+}
+
+}  // namespace
+
+Usage usageOf(const std::vector<std::string>& words) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t quiet;
+    ::posix_spawn_file_actions_init(&quiet);
+    ::posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    const auto start = std::chrono::steady_clock::now();
+    pid_t child = 0;
+    require(::posix_spawn(&child, arguments[0], &quiet, nullptr, arguments.data(), environ) == 0,
+            words[0]);
+    ::posix_spawn_file_actions_destroy(&quiet);
+    std::string command;
+    for (const std::string& word : words) command += command.empty() ? word : ' ' + word;
+    return usageOfChild(command, child, start);
+}
+
+Usage usageOf(const std::function<void()>& work) {
+    const auto start = std::chrono::steady_clock::now();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        work();
+        ::_exit(0);
+    }
+    return usageOfChild("a process of its own", child, start);
 }
 
 double heapBytes() {

@@ -86,6 +86,16 @@ void require(bool condition, const std::string& what);
 double median(std::vector<double> values);
 /// What `work` says in a process of its own.
 double apart(const std::function<double()>& work);
+/// What a program took from its start to its end.
+struct Usage {
+    double wall;  ///< nanoseconds by the clock
+    double cpu;   ///< nanoseconds of all its threads, in the kernel as well
+    double peak;  ///< bytes of resident memory
+};
+/// Runs a program, whose standard output is thrown away. Exit codes up to 1 are as they should be.
+Usage usageOf(const std::vector<std::string>& words);
+/// The same for `work` in a process of its own.
+Usage usageOf(const std::function<void()>& work);
 /// Bytes in use, the allocator's own included.
 double heapBytes();
 /// The number behind `field` in a file below /proc/self.

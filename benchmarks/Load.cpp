@@ -2,31 +2,13 @@
 // so that each process of its own loads it anew.
 // SPDX-License-Identifier: Apache-2.0
 #include <dlfcn.h>
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <time.h>
-#include <unistd.h>
 
 #include "Bench.h"
 
 using namespace orbo::Benchmarks;
 
 namespace {
-
-void runVersion() {
-    char program[] = BENCH_QUILMETA;
-    char option[] = "--version";
-    char* const arguments[] = {program, option, nullptr};
-    posix_spawn_file_actions_t quiet;
-    ::posix_spawn_file_actions_init(&quiet);
-    ::posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    pid_t child = 0;
-    int status = -1;
-    const bool spawned = ::posix_spawn(&child, program, &quiet, nullptr, arguments, environ) == 0;
-    ::posix_spawn_file_actions_destroy(&quiet);
-    require(spawned && ::waitpid(child, &status, 0) == child && status == 0, "quilmeta --version");
-}
 
 double threadNanoseconds() {
     timespec now{};
@@ -57,7 +39,7 @@ double nanosecondsOfInitialisers() {
 
 int main() {
     Bench bench(21, 1, Clock::kWall);
-    bench.measure("version", runVersion);
+    bench.sample("version", [] { return usageOf({BENCH_QUILMETA, "--version"}).wall; });
     bench.sample("load",
                  [] { return nanosecondsToLoad(BENCH_LIBRARY) - nanosecondsToLoad(BENCH_EMPTY); });
     bench.sample("initialisers", nanosecondsOfInitialisers);

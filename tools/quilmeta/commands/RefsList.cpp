@@ -94,7 +94,8 @@ class RefsList : public Command {
     static JsonObject json(const ListedReference& listed) {
         const auto& [scene, reference, lookup] = listed;
         JsonObject object;
-        object.add("scene", scene)
+        object.add("file", scene)
+            .add("scene", scene)  // as it was called before all results had a file
             .add("node", reference.node)
             .add("key", reference.key)
             .add("path", reference.path)

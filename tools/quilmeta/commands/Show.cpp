@@ -44,6 +44,10 @@ class Show : public Command {
         fHints.emplace(fSelection);
         EachFile how;
         how.jobs = fFiles.jobs;
+        // One file is one document; several are a list of them.
+        fLayout = fFormat == ResultFormat::kJson ? Layout::kLines : Layout::kOneLine;
+        if (fFiles.isOneFile() && fFormat == ResultFormat::kJson)
+            fFormat = ResultFormat::kJsonLines;
         ResultList results(output, fFormat);
         const Outcome outcome =
             forEachFile(filesOf(fFiles), how, results,
@@ -57,6 +61,8 @@ class Show : public Command {
     }
 
   private:
+    using Layout = JsonDocument::Layout;
+
     FileResult show(const std::string& file, Output& output) {
         const Scene scene = openScene(file, fAccess);
         const SceneView view = select(*scene.accessor, fSelection);
@@ -76,10 +82,9 @@ class Show : public Command {
     }
 
     void writeJson(const std::string& file, const SceneView& view, Output& output) const {
-        using Layout = JsonDocument::Layout;
-        const bool isList = fFormat == ResultFormat::kJson;
+        const size_t depth = fFormat == ResultFormat::kJson ? 1 : 0;
         ResultList::begin(output, fFormat);
-        JsonDocument(output, isList ? Layout::kLines : Layout::kOneLine, 1).write(view, file);
+        JsonDocument(output, fLayout, depth).write(view, file);
         ResultList::end(output, fFormat);
     }
 
@@ -89,6 +94,7 @@ class Show : public Command {
     std::optional<NameHints> fHints;
     bool fValues = false;
     ResultFormat fFormat = ResultFormat::kText;
+    Layout fLayout = Layout::kLines;
     SceneAccess fAccess;
     std::atomic<size_t> fShown = 0;  // files with something that was selected
 };

@@ -18,6 +18,11 @@ struct FileArguments {
     std::optional<std::string> filesFrom;   ///< a file with a name on each line; "-" is our input
     std::optional<std::string> files0From;  ///< a file with names that a NUL ends
     size_t jobs = 0;                        ///< files at once; 0 is the number of processors
+
+    /// The user gave the name of a single file, and no folder or list that may have others.
+    [[nodiscard]] bool isOneFile() const {
+        return words.size() == 1 && !recursive && !filesFrom && !files0From;
+    }
 };
 
 /// Takes the words that are no files, but assignments such as `side=1`, out of the arguments: those
