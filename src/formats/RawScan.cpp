@@ -26,6 +26,11 @@ std::optional<std::string> restBehind(SerializerRaw::eKeyword keyword, std::stri
     return std::string(Ascii::trim(line.substr(word.size())));
 }
 
+// A structure gives its name as a C string, so readers take no more of a text than that.
+std::string structureName(std::string_view text) {
+    return std::string(Ascii::trim(text.substr(0, text.find('\0'))));
+}
+
 }  // namespace
 
 std::vector<NamedStructure> structuresNamedIn(std::string_view text) {
@@ -36,7 +41,7 @@ std::vector<NamedStructure> structuresNamedIn(std::string_view text) {
         const std::string_view line = text.substr(0, text.find('\n'));
         const std::string_view trimmed = Ascii::trim(line);
         if (const auto structure = restBehind(Words::kStructure, trimmed)) {
-            here.structure = *structure;
+            here.structure = structureName(*structure);
             all.push_back(here);
         } else if (const auto name = restBehind(Words::kStreamName, trimmed)) {
             (inStream ? here.stream : here.channel) = *name;
@@ -58,7 +63,7 @@ std::string structureNameIn(std::string_view text) {
         const std::string_view field = text.substr(0, end);
         const std::size_t equals = field.find(Words::keyword(Words::kEquals));
         if (equals != std::string_view::npos && Ascii::trim(field.substr(0, equals)) == nameKey) {
-            return std::string(Ascii::trim(field.substr(equals + 1)));
+            return structureName(field.substr(equals + 1));
         }
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
