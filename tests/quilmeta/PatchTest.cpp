@@ -31,8 +31,8 @@ Patch differences(const Data::Accessor& left, const Data::Accessor& right) {
 /// Metadata in memory alone.
 std::unique_ptr<Data::Accessor> model(unsigned seed, unsigned changes = 0) {
     auto scene = Data::Accessor::accessorByExtension("scene.kx");
-    RandomModel(seed, Numbers::kAny).fill(*scene);
-    if (changes != 0) RandomModel(changes, Numbers::kAny).change(*scene);
+    RandomModel(seed, Values::kAny).fill(*scene);
+    if (changes != 0) RandomModel(changes, Values::kAny).change(*scene);
     return scene;
 }
 

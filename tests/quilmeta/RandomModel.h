@@ -84,14 +84,14 @@ inline std::string documentOf(const Data::Accessor& scene) {
     return written([&](Output& output) { JsonDocument(output).write(select(scene, {})); });
 }
 
-/// Scene files hold no numbers that are not finite.
-enum class Numbers { kFinite, kAny };
+/// Scene files hold neither numbers that are not finite nor null strings.
+enum class Values { kOfFiles, kAny };
 
 /// The same seed makes the same metadata.
 class RandomModel {
   public:
-    explicit RandomModel(unsigned seed, Numbers numbers = Numbers::kFinite)
-        : fRandom(seed), fNumbers(numbers) {}
+    explicit RandomModel(unsigned seed, Values values = Values::kOfFiles)
+        : fRandom(seed), fValues(values) {}
 
     void fill(Data::Accessor& scene) {
         Data::Accessor::StructureSet set;
@@ -124,9 +124,11 @@ class RandomModel {
     Structure structure(const std::string& name) {
         const RefPtr<Data::Structure> made(Data::Structure::create());
         made->setName(name.c_str());
+        const char* names[][2] = {
+            {"m0", "index"}, {"m1", "m0[1]"}, {"m2", "a, \"b\""}, {"m3", "\xE8\x8C\xB6+"}};
         for (unsigned i = 0, count = 1 + below(4); i < count; ++i)
             made->addMember(static_cast<Data::Member::eDataType>(below(Data::Member::kInvalid)),
-                            1 + below(3), ("m" + std::to_string(i)).c_str());
+                            1 + below(3), names[i][below(2)]);
         return Structure(made.get());
     }
 
@@ -180,7 +182,9 @@ class RandomModel {
     }
     void set(char*& slot) {
         std::free(slot);
-        slot = ::strdup(text().c_str());
+        const unsigned choice = below(8);
+        if (choice == 0) return void(slot = ::strdup("a, b\r\nc; \t"));
+        slot = choice == 1 && fValues == Values::kAny ? nullptr : ::strdup(text().c_str());
     }
     void set(bool& slot) { slot = below(2) == 0; }
     template <typename Number>
@@ -191,7 +195,7 @@ class RandomModel {
         if (choice == 1) slot = Limits::lowest();
         if (choice > 1) slot = static_cast<Number>(below(256));
         if constexpr (std::is_floating_point_v<Number>) {
-            if (choice == 2 && fNumbers == Numbers::kAny) slot = notFinite<Number>();
+            if (choice == 2 && fValues == Values::kAny) slot = notFinite<Number>();
             if (choice == 4) slot = -Number(0);
             if (choice > 5) slot = static_cast<Number>(fRandom()) / 7;
         }
@@ -228,7 +232,7 @@ class RandomModel {
     }
 
     std::mt19937 fRandom;
-    Numbers fNumbers;
+    Values fValues;
     std::vector<Structure> fStructures;
 };
 

@@ -18,6 +18,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <limits>
 #include <map>
 #include <new>
@@ -107,29 +108,28 @@ class Loader {
 
   private:
     void readHeader(const CsvRecord& header) {
-        std::map<std::string, size_t> used;
+        // A member may have the name of another's value, as in "a[0]": titles come in this order.
+        std::map<std::string, std::deque<const Column*>> free;
+        for (const Column& column : fColumns) free[column.title].push_back(&column);
         for (size_t i = 0; i < header.fields.size(); ++i) {
+            fFields.push_back(nullptr);
             const std::string& title = header.fields[i];
             if (!fIndexField && title == kIndexTitle) {
                 fIndexField = i;
-                fFields.push_back(nullptr);
                 continue;
             }
-            const Column* column = columnNamed(title);
-            if (!column)
+            const auto columns = free.find(title);
+            if (columns == free.end()) {
                 problem(header, fmt::format("there is no column {}{}", inQuotes(title),
                                             didYouMean(title, titles())));
-            else if (!used.emplace(title, i).second)
+            } else if (columns->second.empty()) {
                 problem(header, fmt::format("column {} is there twice", inQuotes(title)));
-            fFields.push_back(column);
+            } else {
+                fFields.back() = columns->second.front();
+                columns->second.pop_front();
+            }
         }
         if (!fIndexField) problem(header, "the column \"index\" is missing");
-    }
-
-    [[nodiscard]] const Column* columnNamed(const std::string& title) const {
-        for (const Column& column : fColumns)
-            if (column.title == title) return &column;
-        return nullptr;
     }
 
     [[nodiscard]] std::vector<std::string> titles() const {
