@@ -47,9 +47,7 @@ class Get : public Command {
     void declare(Options& options) override {
         options.word("FILE", fFile, "Scene file");
         options.words("MEMBER", fMembers, "Members, or single values of them");
-        options.required("--node", "NAME", fAddress.node, "Node; '' is the scene");
-        options.required("--channel", "NAME", fAddress.channel, "Channel of the node");
-        options.required("--stream", "NAME", fAddress.stream, "Stream of the channel");
+        options.address(fAddress);
         options.optional("--index", "INDEX", fIndex, "Only this element");
         options.optional("--default", "TEXT", fDefault, "Print this for what is not there");
         options.results(fFormat);

@@ -29,10 +29,7 @@ class Load : public Command {
     void declare(Options& options) override {
         options.word("FILE", fFile, "Scene file, which is rewritten");
         options.word("CSV", fTable, "Table to read");
-        options.required("--node", "NAME", fAddress.node,
-                         "Node with the metadata; '' is the scene");
-        options.required("--channel", "NAME", fAddress.channel, "Channel of the node");
-        options.required("--stream", "NAME", fAddress.stream, "Stream of the channel");
+        options.address(fAddress);
         options.flag("--create", fHow.create, "Make elements that the stream lacks");
         options.flag("--replace", fHow.replace, "Remove elements that CSV lacks");
         options.writing(fAccess);

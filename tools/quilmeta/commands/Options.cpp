@@ -81,6 +81,12 @@ void Options::fileOptions(FileArguments& files) {
         ->check(problemOfJobs);
 }
 
+void Options::address(StreamAddress& address) {
+    required("--node", "NAME", address.node, "Node with the metadata; '' is the scene");
+    required("--channel", "NAME", address.channel, "Channel of the node");
+    required("--stream", "NAME", address.stream, "Stream of the channel");
+}
+
 void Options::selection(SelectionArguments& selection) {
     repeated("--node", "GLOB", selection.nodes, "Only these nodes; '' is the scene");
     repeated("--channel", "GLOB", selection.channels, "Only these channels");

@@ -4,6 +4,7 @@
 
 #include "json/ResultList.h"
 #include "references/LookupArguments.h"
+#include "scene/Address.h"
 #include "scene/SceneAccess.h"
 #include "selection/FileList.h"
 #include "selection/Selection.h"
@@ -37,7 +38,9 @@ class Options {
     void files(FileArguments& files, const char* description);
     /// The options alone, for a command that takes other words as well.
     void fileOptions(FileArguments& files);
-    /// --node, --channel, --stream and --fixed.
+    /// --node, --channel and --stream, which name one stream.
+    void address(StreamAddress& address);
+    /// The same as patterns, and --fixed.
     void selection(SelectionArguments& selection);
     /// --define and --tiles.
     void lookup(LookupArguments& lookup);

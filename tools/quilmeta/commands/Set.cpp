@@ -59,10 +59,7 @@ class Set : public Command {
     [[nodiscard]] const Help& help() const override { return kHelp; }
     void declare(Options& options) override {
         options.word("FILE", fFile, "Scene file, which is rewritten");
-        options.required("--node", "NAME", fAddress.node,
-                         "Node with the metadata; '' is the scene");
-        options.required("--channel", "NAME", fAddress.channel, "Channel of the node");
-        options.required("--stream", "NAME", fAddress.stream, "Stream of the channel");
+        options.address(fAddress);
         options.required("--index", "NAME", fIndex, "Element to change");
         options.flag("--create", fCreate, "Make what there is not, the element at least");
         options.optional("--structure", "NAME", fWanted.structure, "Of a stream to make");

@@ -28,10 +28,7 @@ class Table : public Command {
     [[nodiscard]] const Help& help() const override { return kHelp; }
     void declare(Options& options) override {
         options.word("FILE", fFile, "Scene file");
-        options.required("--node", "NAME", fAddress.node,
-                         "Node with the metadata; '' is the scene");
-        options.required("--channel", "NAME", fAddress.channel, "Channel of the node");
-        options.required("--stream", "NAME", fAddress.stream, "Stream of the channel");
+        options.address(fAddress);
         options.optional("-o,--output", "OUT", fTarget, "Write to this file");
         options.flag("--force", fForce, "Replace OUT even if it is no such table");
         options.results(fFormat);
