@@ -51,8 +51,9 @@ FileQueue::~FileQueue() = default;
 
 bool FileQueue::ended() const { return fStops || Signals::received() != 0; }
 
+// The bar moves while the only thread is at work on a file.
 void FileQueue::run(size_t threads) {
-    if (threads > 1)
+    if (threads > 1 || fProgress.isWanted())
         runOnThreads(threads);
     else
         runHere();

@@ -17,6 +17,8 @@ class Progress {
     using Clock = std::chrono::steady_clock;
 
     explicit Progress(const std::vector<std::string>& files);
+    /// Whether there is a terminal to show it on, and enough to show.
+    [[nodiscard]] bool isWanted() const { return !fSizes.empty(); }
     /// This file is done; the bar is shown anew when it is time.
     void advance(size_t file);
     /// Shows the bar anew when it is time.
