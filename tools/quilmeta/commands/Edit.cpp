@@ -8,6 +8,7 @@
 #include "process/Signals.h"
 #include "scene/SceneFile.h"
 #include "selection/ElementSearch.h"
+#include "selection/NameHints.h"
 #include "values/SafeText.h"
 #include "values/Wording.h"
 
@@ -69,11 +70,13 @@ class Edit : public Command {
         if (!fWhere && fSelection.everything() && !fAll)
             throw UsageError("this changes all elements: say so with --all, or select some");
         fSearch.emplace(fWhere);
+        fHints.emplace(GivenNames{fSelection});
         Outcome outcome = changeFiles(filesOf(fFiles), fAccess, fFiles.jobs, output,
                                       [&](const FileTurn& turn) { return edit(turn); });
         if (Signals::received() != 0) return outcome;
         const bool isSpeltRight = fSearch->warn();
-        if (fFound == 0 && outcome != Outcome::kFailed) complain("", "no element is selected");
+        if (fFound == 0 && outcome != Outcome::kFailed)
+            complain("", "no element is selected" + fHints->question());
         if (fFound == 0 || !isSpeltRight) outcome = std::max(outcome, Outcome::kNothingSelected);
         return outcome;
     }
@@ -99,6 +102,7 @@ class Edit : public Command {
                 }
             });
         fFound += count;
+        if (fFound == 0) fHints->offer(*scene.accessor);
         if (count == 0) return scene.outcome();
         writeScene(scene, fAccess, turn.output);
         return {scene.outcome(), true, counted(count, "element") + " set"};
@@ -112,6 +116,7 @@ class Edit : public Command {
     SceneAccess fAccess;
     Selection fSelection;
     std::optional<ElementSearch> fSearch;
+    std::optional<NameHints> fHints;
     std::atomic<size_t> fFound = 0;  // elements that were selected
 };
 

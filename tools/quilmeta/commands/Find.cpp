@@ -4,9 +4,11 @@
 #include "commands/Options.h"
 #include "json/JsonElement.h"
 #include "json/ResultList.h"
+#include "process/Messages.h"
 #include "process/Signals.h"
 #include "scene/SceneFile.h"
 #include "selection/ElementSearch.h"
+#include "selection/NameHints.h"
 #include "values/SafeText.h"
 
 #include <fmt/format.h>
@@ -53,6 +55,7 @@ class Find : public Command {
         output.stopOnSignals();
         fSelection = fSelected.selection();
         fSearch.emplace(fWhere);
+        fHints.emplace(GivenNames{fSelection});
         EachFile how;
         how.jobs = fFiles.jobs;
         ResultList results(output, fFormat);
@@ -61,6 +64,9 @@ class Find : public Command {
         results.end();
         if (Signals::received() != 0) return outcome;
         const bool isSpeltRight = fSearch->warn();
+        // Nothing found is an answer, but for a name that may be misspelt.
+        if (const std::string hint = fHints->question(); fFound == 0 && !hint.empty())
+            complain("", "nothing matches" + fSelection.text() + hint);
         if (fFound == 0 || !isSpeltRight) outcome = std::max(outcome, Outcome::kNothingSelected);
         return outcome;
     }
@@ -78,6 +84,7 @@ class Find : public Command {
                              if (printsElements) print(turn, node, channel, stream, index);
                          });
         fFound += count;
+        if (fFound == 0) fHints->offer(*scene.accessor);
         if (fCounts || (fNames && count > 0)) print(turn, count);
         return scene.outcome();
     }
@@ -119,6 +126,7 @@ class Find : public Command {
     SceneAccess fAccess;
     Selection fSelection;
     std::optional<ElementSearch> fSearch;
+    std::optional<NameHints> fHints;
     std::atomic<size_t> fFound = 0;
 };
 

@@ -44,9 +44,9 @@ class Remove : public Command {
         fNames.names = fSelected.patterns(fStructures);
         fNames.unusedOnly = fUnused;
         demandOneKind();
-        return editScenes(
-            fFiles, fAccess, output, selectionText(),
-            [this](Scene& scene) { return remove(scene); }, fSelection);
+        return editScenes(fFiles, fAccess, output, selectionText(),
+                          [this](Scene& scene) { return remove(scene); },
+                          {fSelection, fNames.names});
     }
 
   private:

@@ -54,7 +54,7 @@ class Rename : public Command {
                 return Edited{renamed.selected + renamed.references,
                               renamed.changed + renamed.references > 0, reportOf(renamed)};
             },
-            fSelection);
+            {fSelection, fSelected.patterns(fStructures), fSelected.patterns(fMembers)});
     }
 
   private:

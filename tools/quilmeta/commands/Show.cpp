@@ -41,7 +41,7 @@ class Show : public Command {
     Outcome run(Output& output) override {
         output.stopOnSignals();
         fSelection = fSelected.selection();
-        fHints.emplace(fSelection);
+        fHints.emplace(GivenNames{fSelection});
         EachFile how;
         how.jobs = fFiles.jobs;
         // One file is one document; several are a list of them.

@@ -5,7 +5,6 @@
 #include "patches/ChangeReport.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
-#include "selection/NameHints.h"
 
 #include <algorithm>
 #include <atomic>
@@ -14,7 +13,7 @@ namespace orbo::Quilmeta {
 
 Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output& output,
                    const std::string& selection, const std::function<Edited(Scene&)>& edit,
-                   const Selection& names) {
+                   const GivenNames& names) {
     const std::vector<std::string> words = filesOf(files);
     NameHints hints(names);
     std::atomic<bool> found = false;

@@ -4,7 +4,7 @@
 
 #include "scene/SceneFile.h"
 #include "selection/FileList.h"
-#include "selection/Selection.h"
+#include "selection/NameHints.h"
 
 #include <cstddef>
 #include <functional>
@@ -24,6 +24,6 @@ struct Edited {
 /// `names`, and returns `kNothingSelected`. The edit is called on any thread.
 Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output& output,
                    const std::string& selection, const std::function<Edited(Scene&)>& edit,
-                   const Selection& names = {});
+                   const GivenNames& names = {});
 
 }  // namespace orbo::Quilmeta

@@ -2,14 +2,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "selection/NameHints.h"
 
-#include "selection/SceneView.h"
-
 namespace orbo::Quilmeta {
 
-NameHints::NameHints(const Selection& selection)
-    : fNodes(namesIn(selection.nodes)),
-      fChannels(namesIn(selection.channels)),
-      fStreams(namesIn(selection.streams)) {}
+NameHints::NameHints(const GivenNames& given)
+    : fNodes(namesIn(given.selection.nodes)),
+      fChannels(namesIn(given.selection.channels)),
+      fStreams(namesIn(given.selection.streams)),
+      fStructures(namesIn(given.structures)),
+      fMembers(namesIn(given.members)),
+      fAny(!fNodes.empty() || !fChannels.empty() || !fStreams.empty() || !fStructures.empty() ||
+           !fMembers.empty()) {}
 
 NameHints::Names NameHints::namesIn(const NamePatterns& patterns) {
     Names names;
@@ -24,20 +26,29 @@ void NameHints::offer(Names& names, const std::string& name) {
 }
 
 void NameHints::offer(const Data::Accessor& scene) {
-    if (fNodes.empty() && fChannels.empty() && fStreams.empty()) return;
+    if (!fAny) return;
+    const SceneView view = select(scene, {});
     const std::lock_guard<std::mutex> lock(fMutex);
-    for (const NodeView& node : select(scene, {}).nodes) {
-        offer(fNodes, node.name);
-        for (const ChannelView& channel : node.channels) {
-            offer(fChannels, channel.channel.name());
-            for (const Data::Stream& stream : channel.streams) offer(fStreams, stream.name());
-        }
+    for (const NodeView& node : view.nodes) offerParts(node);
+    for (const Data::Structure* structure : view.structures) offerStructure(*structure);
+}
+
+void NameHints::offerParts(const NodeView& node) {
+    offer(fNodes, node.name);
+    for (const ChannelView& channel : node.channels) {
+        offer(fChannels, channel.channel.name());
+        for (const Data::Stream& stream : channel.streams) offer(fStreams, stream.name());
     }
+}
+
+void NameHints::offerStructure(const Data::Structure& structure) {
+    offer(fStructures, structure.name());
+    for (const Data::Member& member : structure) offer(fMembers, member.name());
 }
 
 std::string NameHints::question() {
     const std::lock_guard<std::mutex> lock(fMutex);
-    for (const Names* names : {&fNodes, &fChannels, &fStreams})
+    for (const Names* names : {&fNodes, &fChannels, &fStreams, &fStructures, &fMembers})
         for (const Wanted& wanted : *names)
             if (wanted.closest.found() != wanted.name && !wanted.closest.found().empty())
                 return wanted.closest.question();

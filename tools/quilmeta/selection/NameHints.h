@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "selection/SceneView.h"
 #include "selection/Selection.h"
 #include "values/ClosestName.h"
 
 #include <data/Accessor.h>
+#include <data/Structure.h>
 
 #include <list>
 #include <mutex>
@@ -13,11 +15,17 @@
 
 namespace orbo::Quilmeta {
 
-/// Compares the exact names of a selection with those that scenes have. Scenes are offered on any
+/// The names that a user gave.
+struct GivenNames {
+    Selection selection{};
+    NamePatterns structures{}, members{};
+};
+
+/// Compares the exact ones of given names with those that scenes have. Scenes are offered on any
 /// thread.
 class NameHints {
   public:
-    explicit NameHints(const Selection& selection);
+    explicit NameHints(const GivenNames& given);
 
     void offer(const Data::Accessor& scene);
     /// `, did you mean "arm"?` for the first name that no scene has and that one is close to; empty
@@ -34,9 +42,12 @@ class NameHints {
 
     static Names namesIn(const NamePatterns& patterns);
     static void offer(Names& names, const std::string& name);
+    void offerParts(const NodeView& node);
+    void offerStructure(const Data::Structure& structure);
 
     std::mutex fMutex;
-    Names fNodes, fChannels, fStreams;
+    Names fNodes, fChannels, fStreams, fStructures, fMembers;
+    bool fAny;
 };
 
 }  // namespace orbo::Quilmeta
