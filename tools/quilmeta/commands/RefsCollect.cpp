@@ -147,7 +147,7 @@ class RefsCollect : public Command {
     SceneAccess fAccess;
     FileLookup fLookup;
     Collection fCollection{fLookup};
-    // Of each file, by its number: threads write apart from each other.
+    // Both have a place for each file, by its number, so that threads write apart from each other.
     std::vector<JsonObject> fEntries;
     std::vector<std::uint64_t> fSizes;
     std::uint64_t fBytes = 0;

@@ -75,10 +75,11 @@ Outcome Collection::read(const std::vector<std::string>& scenes, const SceneAcce
         std::string problem = problemOfFile(scene);
         const auto file = problem.empty() ? addFile(scene, problem) : std::nullopt;
         if (!file) throw CommandError(inQuotes(scene) + ": " + problem);
-        fOrigins[*file].isGiven = true;
+        Origin& origin = fOrigins[*file];
         // What is given is read, so that what is no scene is refused.
-        auto& toRead = fScenesToRead;
-        if (std::find(toRead.begin(), toRead.end(), *file) == toRead.end()) toRead.push_back(*file);
+        if (!origin.isGiven && !isScene(origin.folder + origin.name))
+            fScenesToRead.push_back(*file);
+        origin.isGiven = true;
     }
     Outcome worst = Outcome::kDone;
     EachFile how;
@@ -116,10 +117,11 @@ Collection::Rows Collection::readRows(const std::string& scene, const SceneAcces
 
 /// Adds the files of a scene's rows.
 void Collection::resolve(size_t scene, const std::string& file, const Rows& rows) {
-    std::vector<std::optional<RowTarget>> targets;
+    std::vector<OriginRow> targets;
     for (const Row& row : rows) {
         std::string problem = row.lookup.whatIsMissing();
-        targets.push_back(row.lookup.exists ? targetOf(row.lookup, problem) : std::nullopt);
+        targets.push_back(
+            {row.path, row.lookup.exists ? targetOf(row.lookup, problem) : std::nullopt});
         if (row.lookup.isMissing() || !problem.empty())
             fMissing.push_back({file, row.node, row.key, row.path, problem});
     }
@@ -202,16 +204,16 @@ void Collection::plan() {
     };
     for (const Origin& origin : fOrigins) {
         widen(origin.isGiven ? givenRoot : root, origin.folder);
-        for (const auto& row : origin.rows)
-            if (row && !row->rest.empty()) widen(root, row->folder);
+        for (const auto& [path, target] : origin.rows)
+            if (target && !target->rest.empty()) widen(root, target->folder);
     }
     fGivenRoot = givenRoot.value_or("/");
     fRoot = root.value_or("/");
     nameAll();
     for (size_t i = 0; i < fOrigins.size(); ++i)
-        for (const auto& row : fOrigins[i].rows)
-            fFiles[i].paths.push_back(row ? std::optional<std::string>(newPath(i, *row))
-                                          : std::nullopt);
+        for (const auto& [path, target] : fOrigins[i].rows)
+            fFiles[i].rows.push_back(
+                {path, target ? std::optional(newPath(i, *target)) : std::nullopt});
 }
 
 /// Names the files, the scenes that the user gave first.

@@ -23,8 +23,11 @@ constexpr const char* kManifestName = "manifest.json";
 struct CollectedFile {
     std::string source;  ///< without links in its folder
     std::string target;  ///< in the folder of the collection
-    /// For a scene, the new path of each row of its table; no value where the row stays.
-    std::vector<std::optional<std::string>> paths{};
+    struct Row {
+        std::string path;                    ///< as it was when it was looked up
+        std::optional<std::string> newPath;  ///< no value where the row stays
+    };
+    std::vector<Row> rows{};  ///< of a scene's table
 };
 
 /// A row whose file cannot be collected, or not all of its files.
@@ -62,13 +65,17 @@ class Collection {
         size_t file = 0;
         std::string folder, rest{};  // of a pattern; `rest` is empty for a file
     };
+    struct OriginRow {
+        std::string path;
+        std::optional<RowTarget> target;
+    };
     /// The place of a file before anything is named.
     struct Origin {
         std::string folder, name;
         std::string path;      // as the user or another scene has it
         bool isGiven = false;  // a scene that the user named
         bool isPlain = true;   // may get another name
-        std::vector<std::optional<RowTarget>> rows{};
+        std::vector<OriginRow> rows{};
     };
     using Identity = std::tuple<dev_t, ino_t, std::string>;
 

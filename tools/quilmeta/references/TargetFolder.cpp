@@ -23,6 +23,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr const char* kTableChanged = "its table has changed meanwhile";
+
 [[noreturn]] void fail(const std::string& path, const std::string& problem) {
     throw CommandError(fmt::format("{}: {}", inQuotes(path), problem));
 }
@@ -39,8 +41,7 @@ TargetFolder::TargetFolder(std::string path) : fPath(std::move(path)) {
     if (fPath.empty()) throw UsageError("--to takes the name of a folder");
     std::error_code error;
     const fs::file_status there = fs::status(fPath, error);
-    fExisted = fs::exists(there);
-    if (!fExisted) return;
+    if (!fs::exists(there)) return;
     if (!fs::is_directory(there)) fail(fPath, "is there already, and no folder");
     const bool isEmpty = fs::is_empty(fPath, error);
     if (error) fail(fPath, systemMessage(error.value()));
@@ -51,15 +52,22 @@ TargetFolder::~TargetFolder() {
     if (!fMade || fKept) return;
     for (size_t i = 0; i < fProgress.size(); ++i)
         if (fProgress[i] != Progress::kNone) remove(i);
-    std::error_code ignored;
-    if (!fExisted) fs::remove(fPath, ignored);
+    std::error_code error;
+    for (auto folder = fNewFolders.rbegin(); !error && folder != fNewFolders.rend(); ++folder)
+        fs::remove(*folder, error);
 }
 
 void TargetFolder::make(const std::vector<CollectedFile>& files) {
     fFiles = &files;
     fProgress.assign(files.size(), Progress::kNone);
     fMade = true;
-    makeFolder(fPath);
+    fs::path folder;
+    for (const fs::path& name : fs::path(fPath)) {
+        folder /= name;
+        std::error_code error;
+        if (fs::create_directory(folder, error)) fNewFolders.push_back(folder.string());
+        if (error) fail(folder.string(), systemMessage(error.value()));
+    }
 }
 
 std::string TargetFolder::pathOf(size_t file) const {
@@ -81,8 +89,8 @@ Digest TargetFolder::copy(size_t file, const SceneAccess& access) {
     const fs::path folder = fs::path(path).parent_path();
     fProgress[file] = Progress::kBegun;
     makeFolder(folder);
-    const bool changes = std::any_of(wanted.paths.begin(), wanted.paths.end(),
-                                     [](const auto& changed) { return changed.has_value(); });
+    const bool changes = std::any_of(wanted.rows.begin(), wanted.rows.end(),
+                                     [](const auto& row) { return row.newPath.has_value(); });
     try {
         using Rights = FileCopy::Rights;
         FileCopy copied(wanted.source, (folder / ".quilmeta").string(),
@@ -106,12 +114,14 @@ void TargetFolder::repath(size_t file, const SceneAccess& access) const {
     own.writes = true;
     own.noJournal = true;
     const Scene scene = openForReferences(path, own, ReferencesFor::kWriting);
-    size_t number = 0;
+    auto planned = wanted.rows.begin();
     if (Data::Stream* table = tableOf(scene))
-        for (Data::StreamIterator row = table->begin(); row.valid() && number < wanted.paths.size();
-             ++row, ++number)
-            if (const auto& changed = wanted.paths[number]) setPaths(*row, *changed, *changed);
-    if (number != wanted.paths.size()) throw CommandError("its table has changed meanwhile");
+        for (Data::StreamIterator row = table->begin(); row.valid(); ++row, ++planned) {
+            if (planned == wanted.rows.end() || referenceOf(*row).resolvedPath != planned->path)
+                throw CommandError(kTableChanged);
+            if (const auto& changed = planned->newPath) setPaths(*row, *changed, *changed);
+        }
+    if (planned != wanted.rows.end()) throw CommandError(kTableChanged);
     Output none(-1, "");
     writeScene(scene, own, none);
     ::chmod(path.c_str(), before.st_mode & 0777U);

@@ -38,7 +38,8 @@ class TargetFolder {
     const std::vector<CollectedFile>* fFiles = nullptr;
     enum class Progress : unsigned char { kNone, kBegun, kPlaced };
     std::vector<Progress> fProgress;  // of each file, so that threads write apart from each other
-    bool fMade = false, fExisted = false, fKept = false;
+    std::vector<std::string> fNewFolders;  // the folder, and those that lead to it
+    bool fMade = false, fKept = false;
 };
 
 }  // namespace orbo::Quilmeta
