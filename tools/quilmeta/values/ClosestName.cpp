@@ -53,9 +53,10 @@ void ClosestName::offer(std::string_view name) {
     if (name.empty() || name.size() > kLongest || fWanted.size() > kLongest) return;
     const size_t longer = std::max(name.size(), fWanted.size());
     const size_t shorter = std::min(name.size(), fWanted.size());
-    if ((longer - shorter) * kLetter >= fLimit) return;
+    if ((longer - shorter) * kLetter > fLimit) return;
     const size_t found = distance(fWanted, name);
-    if (found >= fLimit) return;
+    const bool isEqual = found == fLimit && !fFound.empty();
+    if (found >= fLimit && !(isEqual && name < fFound)) return;
     fLimit = found;
     fFound = name;
 }

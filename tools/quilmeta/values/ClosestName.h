@@ -10,8 +10,8 @@ namespace orbo::Quilmeta {
 
 /// Looks for the name that is most like another one: by the fewest letters that were left out, put
 /// in, replaced or exchanged with their neighbour, up to a third of the letters. Small and capital
-/// letters hardly differ. Of names that are equally close the first one wins. The work for
-/// a name is bounded, whatever its length.
+/// letters hardly differ. Of names that are equally close the least one wins, whatever their order.
+/// The work for a name is bounded, whatever its length.
 class ClosestName {
   public:
     /// Keeps a view of `wanted`.
