@@ -61,7 +61,7 @@ void FileQueue::run(size_t threads) {
 
 FileResult FileQueue::resultOf(size_t file, Output& output) const {
     const std::string& name = fFiles[file];
-    const FileResult result = guarded(name, [&] { return fWork({file, name, output}); });
+    FileResult result = guarded(name, [&] { return fWork({file, name, output}); });
     if (verbosity() == Verbosity::kVerbose)
         complain(subjectOf(name), result.changed ? "changed" : wordsFor(result.outcome));
     return result;

@@ -88,6 +88,7 @@ Outcome Collection::read(const std::vector<std::string>& scenes, const SceneAcce
     while (!fScenesToRead.empty()) {
         const std::vector<size_t> numbers = std::exchange(fScenesToRead, {});
         std::vector<std::string> files;
+        files.reserve(numbers.size());
         for (const size_t number : numbers) files.push_back(fOrigins[number].path);
         std::vector<Rows> rows(files.size());
         const auto work = [&](const FileTurn& turn) -> FileResult {
