@@ -34,7 +34,7 @@ class CommandLine {
     [[nodiscard]] const std::vector<std::string>& plugins() const { return fPlugins; }
 
   private:
-    /// With null for the words, all commands get their options.
+    /// All commands get their options when the words are null.
     void addCommands(const std::vector<std::string>* words);
     void add(CLI::App& app, std::unique_ptr<Command> command,
              const std::vector<std::string>* words);

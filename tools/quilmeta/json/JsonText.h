@@ -19,7 +19,7 @@ void appendJson(std::string& out, const char* text);
 /// How values of 64-bit members are written. Readers that use doubles would round numbers.
 enum class WideIntegers { kNumbers, kStrings };
 
-/// For all JSON of the process; `kNumbers` unless set.
+/// Sets it for all JSON of the process. It is `kNumbers` until then.
 void setWideIntegers(WideIntegers how);
 WideIntegers wideIntegers();
 

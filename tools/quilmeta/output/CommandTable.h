@@ -15,7 +15,7 @@ struct OptionRow {
     bool required = false;
 };
 
-/// What may stand behind a command without an option's name.
+/// Describes a word that may stand behind a command without an option's name.
 struct WordRow {
     std::string name, description;
     std::vector<std::string> choices;

@@ -79,7 +79,7 @@ std::map<std::string, Words> fixedValues(const std::vector<CommandRow>& table) {
     return values;
 }
 
-/// What stands in the place of the first word behind a command; empty for files.
+/// Gives the words that may be the first behind a command; none where it is a file.
 Words firstWords(const CommandRow& row) {
     if (!row.commands.empty()) return commandsOf(row);
     return row.positionals.empty() ? Words() : row.positionals.front().choices;

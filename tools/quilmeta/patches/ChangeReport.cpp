@@ -1,4 +1,4 @@
-// What a command says of the files that it changes: for people, or as JSON.
+// Reports of the files that a command changes: for people, or as JSON.
 // SPDX-License-Identifier: Apache-2.0
 #include "patches/ChangeReport.h"
 

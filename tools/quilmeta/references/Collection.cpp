@@ -76,7 +76,7 @@ Outcome Collection::read(const std::vector<std::string>& scenes, const SceneAcce
         const auto file = problem.empty() ? addFile(scene, problem) : std::nullopt;
         if (!file) throw CommandError(inQuotes(scene) + ": " + problem);
         Origin& origin = fOrigins[*file];
-        // What is given is read, so that what is no scene is refused.
+        // A file that the user gave is read, so that one that is no scene is refused.
         if (!origin.isGiven && !isScene(origin.folder + origin.name))
             fScenesToRead.push_back(*file);
         origin.isGiven = true;
@@ -251,7 +251,7 @@ std::string Collection::unused(const std::string& target) const {
     return free;
 }
 
-/// From the scene's folder; not a path that begins with "~".
+/// Gives the path from the scene's folder. It never begins with "~".
 std::string Collection::newPath(size_t scene, const RowTarget& row) const {
     const std::string target =
         row.rest.empty() ? fFiles[row.file].target : placeBelow(row.folder) + row.rest;
