@@ -22,7 +22,7 @@ struct PatternFile {
     std::string path;
 };
 
-/// What was found for a path with tokens.
+/// The answer about a path with tokens.
 struct PatternFiles {
     std::vector<PatternFile> files;  ///< by tile and frame
     /// Tiles that were asked for and are not there: "1003", or "u3_v1".
@@ -33,13 +33,12 @@ struct PatternFiles {
     std::string problem;  ///< why a folder could not be read
 };
 
-/// What became of one path.
+/// The answer about one path.
 struct Lookup {
     std::string folder;  ///< where a relative path begins; empty for others
     std::string text;    ///< the path with its variables expanded
     bool exists = false;
-    std::string
-        problem;  ///< what is wrong with a path that does not exist, if anything can be said
+    std::string problem;  ///< why it does not exist; empty when there is no more to say
     std::shared_ptr<const PatternFiles> pattern;  ///< null for the path of one file
 
     [[nodiscard]] bool isMissing() const {
@@ -48,8 +47,8 @@ struct Lookup {
     }
     /// The path to look at.
     [[nodiscard]] std::string target() const;
-    /// What is missing, in words: "frames 12-15, 20"; empty when there is no more to say than that
-    /// the file is missing.
+    /// Says in words what is missing: "frames 12-15, 20". Empty when there is no more to say than
+    /// that the file is missing.
     [[nodiscard]] std::string whatIsMissing() const;
 };
 

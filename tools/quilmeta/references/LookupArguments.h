@@ -1,4 +1,4 @@
-// What the user says about looking for files.
+// Options of the user for looking for files.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

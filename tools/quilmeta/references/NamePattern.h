@@ -10,7 +10,8 @@
 
 namespace orbo::Quilmeta {
 
-/// Which of the files that one path stands for. A tile has its UDIM number, 1001 to 1999.
+/// Tells one of the files that a path stands for from the others. A tile has its UDIM number, 1001
+/// to 1999.
 struct FilePlace {
     std::optional<unsigned> tile;
     std::optional<std::uint64_t> frame;

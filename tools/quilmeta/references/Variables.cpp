@@ -94,8 +94,8 @@ Variables::Found Variables::variableAt(std::string_view text) const {
     return {name, end + 1};
 }
 
-// In "%d_%04d" the second "%" begins a frame and ends no variable of the name "d_", unless there is
-// one.
+// The second "%" of "%d_%04d" begins a frame. It ends a variable of the name "d_" only where there
+// is one.
 Variables::Found Variables::percentVariableAt(std::string_view text) const {
     const std::string name(nameAt(text.substr(1)));
     const size_t end = name.size() + 1;
