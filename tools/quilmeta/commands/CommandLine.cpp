@@ -5,6 +5,7 @@
 #include "commands/Commands.h"
 #include "commands/OptionTable.h"
 #include "commands/Options.h"
+#include "commands/UsageMessage.h"
 #include "output/FittedText.h"
 #include "process/CommandError.h"
 #include "process/ExternalCommand.h"
@@ -46,51 +47,6 @@ std::vector<std::string> reversedWords(int argc, char** argv) {
     return result;
 }
 
-/// The innermost command that the parsed words name, and the words in front of its own name.
-struct Called {
-    explicit Called(const CLI::App& app) : command(&app) {
-        for (auto next = app.get_subcommands(); !next.empty(); next = command->get_subcommands()) {
-            words += (words.empty() ? "quilmeta" : ' ' + command->get_name());
-            command = next.front();
-        }
-    }
-    [[nodiscard]] std::string help() const { return command->help(words); }
-
-    const CLI::App* command;
-    std::string words;
-};
-
-/// The options of the command and of those it belongs to, with their dashes.
-std::vector<std::string> optionsOf(const CLI::App& command) {
-    std::vector<std::string> names;
-    for (const CLI::App* app = &command; app; app = app->get_parent())
-        for (const CLI::Option* option : app->get_options())
-            for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
-    return names;
-}
-
-/// The commands that may follow this one.
-std::vector<std::string> commandsOf(const CLI::App& app) {
-    std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
-        names.push_back(command->get_name());
-    return names;
-}
-
-/// Says what is wrong.
-std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
-    const CLI::App& called = *Called(app).command;
-    const std::vector<std::string> rest = app.remaining(true);
-    const bool wantsCommand = called.get_require_subcommand_min() > 0;
-    if (rest.empty()) return wantsCommand ? "a command is required" : error.what();
-    // CLI11 would only say that a subcommand is missing, even when it does not know the word.
-    const std::string& word = rest.front();
-    if (!word.empty() && word.front() == '-')
-        return "there is no option " + inQuotes(word) + didYouMean(word, optionsOf(called));
-    if (!wantsCommand) return error.what();
-    return "there is no command " + inQuotes(word) + didYouMean(word, commandsOf(called));
-}
-
 /// Adds a command, or a group of commands, to the help and to the words that are understood.
 CLI::App* addApp(CLI::App& app, const Command::Help& help) {
     CLI::App* added = app.add_subcommand(help.name, help.summary);
@@ -102,12 +58,7 @@ CLI::App* addApp(CLI::App& app, const Command::Help& help) {
 /// Sets the help and the options of the program itself.
 void setUp(CLI::App& app) {
     app.name("quilmeta");
-    app.set_version_flag("--version", "quilmeta " QUILMETA_VERSION, "Print the version");
     app.set_help_flag("-h,--help", "Print this help");
-    app.get_formatter()->column_width(24);
-    app.get_formatter()->label("REQUIRED", "");
-    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app.get_formatter()->label("SUBCOMMANDS", "COMMANDS");
     app.require_subcommand(1);
     app.fallthrough();  // our own options may stand behind the command as well
     app.footer(
@@ -115,10 +66,28 @@ void setUp(CLI::App& app) {
         "Example:\n  quilmeta show robot.kx\nMore: quilmeta help COMMAND");
 }
 
+/// Sets how helps are laid out.
+void setUpHelp(CLI::FormatterBase& helps) {
+    helps.column_width(24);
+    helps.label("REQUIRED", "");
+    helps.label("SUBCOMMAND", "COMMAND");
+    helps.label("SUBCOMMANDS", "COMMANDS");
+}
+
+bool isAmong(const std::vector<std::string>* words, std::string_view name) {
+    return !words || std::find(words->begin(), words->end(), name) != words->end();
+}
+
 }  // namespace
 
-CommandLine::CommandLine()
-    : fApp(std::make_unique<CLI::App>("Shows and rewrites the metadata of scene files.")) {
+CommandLine::CommandLine() { begin(); }
+
+CommandLine::~CommandLine() = default;
+
+void CommandLine::begin() {
+    fCommands.clear();
+    fApp = std::make_unique<CLI::App>("Shows and rewrites the metadata of scene files.");
+    Options(*fApp).flag("--version", fVersion, "Print the version");
     setUp(*fApp);
     Options(*fApp).repeated("--plugin", "FILE", fPlugins,
                             "Load this plug-in before the command runs");
@@ -127,62 +96,75 @@ CommandLine::CommandLine()
     Options(*fApp).optional("--color", "auto|always|never", fColors, "Whether to print in colours");
 }
 
-CommandLine::~CommandLine() = default;
-
-void CommandLine::addCommands(const std::vector<std::string>* words) {
+void CommandLine::addCommands(const Words* listed, const Words* callable) {
     const Command::Help* group = nullptr;
     CLI::App* groupApp = nullptr;
     for (const CommandEntry& entry : kCommands) {
+        if (entry.group && !isAmong(listed, entry.group->name)) continue;
         if (entry.group && entry.group != group) {
             groupApp = addApp(*fApp, *entry.group);
             groupApp->require_subcommand(1);
         }
         group = entry.group;
-        add(group ? *groupApp : *fApp, entry.make(), words);
+        std::unique_ptr<Command> command = entry.make();
+        if (!isAmong(listed, command->help().name)) continue;
+        CLI::App* const added = addApp(group ? *groupApp : *fApp, command->help());
+        if (isAmong(callable, command->help().name)) addOptions(*added, std::move(command));
     }
 }
 
-// Options take most of the time that the program needs to start, so only commands whose name is
-// among the words get theirs. No other can be called, or asked for help.
-void CommandLine::add(CLI::App& app, std::unique_ptr<Command> command,
-                      const std::vector<std::string>* words) {
-    const Command::Help& help = command->help();
-    CLI::App* added = addApp(app, help);
-    if (words && std::find(words->begin(), words->end(), help.name) == words->end()) return;
-    Options options(*added);
+void CommandLine::addOptions(CLI::App& app, std::unique_ptr<Command> command) {
+    Options options(app);
     command->declare(options);
-    added->callback([this, called = command.get()] { fCalled = called; });
+    app.callback([this, called = command.get()] { fCalled = called; });
     fCommands.push_back(std::move(command));
 }
 
-// The callback of a command only notes that it was called. It runs later, so that plug-ins can be
-// loaded first, and so that its exceptions do not pass through CLI11.
+// Commands and options take most of the time that the program needs to start, so at first there
+// are only those commands whose names are among the words, for no others can be called. What is
+// said about commands, in a help or a message, may need the names of all.
 Command* CommandLine::parse(int argc, char** argv, Output& output) {
-    std::vector<std::string> words = reversedWords(argc, argv);
-    addCommands(&words);
+    const Words words = reversedWords(argc, argv);
+    addCommands(&words, &words);
+    fApp->require_subcommand(0, 1);  // --version needs none, and exceptions take long
+    bool isRight = true;
     try {
-        fApp->parse(std::move(words));
+        fApp->parse(Words(words));
+    } catch (const CLI::Error&) {
+        isRight = false;
+    }
+    if (fVersion) {
+        output.write("quilmeta " QUILMETA_VERSION "\n");
+    } else if (isRight && fCalled) {
+        applyOptions();
+        return fCalled;
+    } else {
+        explain(words, argc, argv, output);
+    }
+    return nullptr;
+}
+
+void CommandLine::explain(const Words& words, int argc, char** argv, Output& output) {
+    begin();
+    addCommands(nullptr, &words);
+    setUpHelp(*fApp->get_formatter());
+    try {
+        fApp->parse(Words(words));
     } catch (const CLI::CallForHelp&) {
         const bool namesCommand = argc > 2 && std::string_view(argv[1]) == "help";
         if (namesCommand && Called(*fApp).words.empty())
             throw UsageError("there is no command " + inQuotes(argv[2]) +
                              didYouMean(argv[2], commandsOf(*fApp)));
         output.write(fittedText(Called(*fApp).help(), terminalWidth(output)));
-        return nullptr;
-    } catch (const CLI::CallForVersion& version) {
-        output.write(std::string(version.what()) + '\n');
-        return nullptr;
     } catch (const CLI::ParseError& error) {
         if (argc > 1 && Called(*fApp).words.empty()) becomeExternalCommand(argv[1], argv + 2);
         throw UsageError(usageMessage(*fApp, error));
     }
-    applyOptions();
-    return fCalled;
 }
 
 std::vector<CommandRow> CommandLine::table() {
     CommandLine all;
-    all.addCommands(nullptr);
+    all.addCommands(nullptr, nullptr);
     return commandTable(*all.fApp);
 }
 

@@ -34,15 +34,22 @@ class CommandLine {
     [[nodiscard]] const std::vector<std::string>& plugins() const { return fPlugins; }
 
   private:
-    /// All commands get their options when the words are null.
-    void addCommands(const std::vector<std::string>* words);
-    void add(CLI::App& app, std::unique_ptr<Command> command,
-             const std::vector<std::string>* words);
+    using Words = std::vector<std::string>;
+
+    /// Starts anew, without commands.
+    void begin();
+    /// Adds the commands that are `listed`, with the options of those that are `callable`. Null
+    /// means all.
+    void addCommands(const Words* listed, const Words* callable);
+    void addOptions(CLI::App& app, std::unique_ptr<Command> command);
+    /// Prints the help that the words ask for, or throws what is wrong with them.
+    void explain(const Words& words, int argc, char** argv, Output& output);
     void applyOptions() const;
 
     std::unique_ptr<CLI::App> fApp;
     std::vector<std::unique_ptr<Command>> fCommands;
     std::vector<std::string> fPlugins;
+    bool fVersion = false;
     bool fQuiet = false;
     bool fVerbose = false;
     std::optional<std::string> fColors;

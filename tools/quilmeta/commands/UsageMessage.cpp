@@ -1,0 +1,50 @@
+// What to say when the words of a command line are wrong.
+// SPDX-License-Identifier: Apache-2.0
+#include "commands/UsageMessage.h"
+
+#include "values/ClosestName.h"
+#include "values/SafeText.h"
+
+namespace orbo::Quilmeta {
+
+namespace {
+
+/// The options of the command and of those it belongs to, with their dashes.
+std::vector<std::string> optionsOf(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::App* app = &command; app; app = app->get_parent())
+        for (const CLI::Option* option : app->get_options())
+            for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+}  // namespace
+
+Called::Called(const CLI::App& app) : command(&app) {
+    for (auto next = app.get_subcommands(); !next.empty(); next = command->get_subcommands()) {
+        words += (words.empty() ? "quilmeta" : ' ' + command->get_name());
+        command = next.front();
+    }
+}
+
+std::vector<std::string> commandsOf(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(command->get_name());
+    return names;
+}
+
+std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
+    const CLI::App& called = *Called(app).command;
+    const std::vector<std::string> rest = app.remaining(true);
+    const bool wantsCommand = called.get_require_subcommand_min() > 0;
+    if (rest.empty()) return wantsCommand ? "a command is required" : error.what();
+    // CLI11 would only say that a subcommand is missing, even when it does not know the word.
+    const std::string& word = rest.front();
+    if (!word.empty() && word.front() == '-')
+        return "there is no option " + inQuotes(word) + didYouMean(word, optionsOf(called));
+    if (!wantsCommand) return error.what();
+    return "there is no command " + inQuotes(word) + didYouMean(word, commandsOf(called));
+}
+
+}  // namespace orbo::Quilmeta
