@@ -7,9 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "files/BigEndian.h"
-#include "files/Checksum.h"
 #include "scenes/FindingsVisitor.h"
+#include "scenes/Fingerprint.h"
 
 namespace orbo::Data {
 
@@ -41,14 +40,16 @@ class LayoutVisitor final : public FindingsVisitor {
     std::deque<SceneLayout::Item> fRecords;
 };
 
-bool addTo(Files::Checksum& checksum, const SceneRecordRange& range, SceneInput& input) {
+bool addTo(Fingerprint& fingerprint, const SceneRecordRange& range, SceneInput& input) {
     constexpr std::uint64_t kPiece = 64 * 1024;
+    KeyedHash record = Fingerprint::begin(range.end - range.begin);
     for (std::uint64_t at = range.begin; at < range.end;) {
         const auto piece = input.bytes(at, std::min(range.end - at, kPiece));
         if (!piece) return false;
-        checksum.add(*piece);
+        record.addBytes(piece->data(), piece->size());
         at += piece->size();
     }
+    fingerprint.add(record);
     return true;
 }
 
@@ -66,20 +67,18 @@ std::unique_ptr<SceneLayout> scanLayout(const SceneKind& kind, SceneInput& input
 
 std::optional<std::uint64_t> fingerprintOf(const SceneLayout& layout, std::string_view tail,
                                            SceneInput& input, std::optional<std::size_t> count) {
-    Files::Checksum checksum;
+    Fingerprint fingerprint;
     const std::size_t size = layout.records.size();
     for (std::size_t i = size - std::min(count.value_or(size), size); i < size; ++i) {
         const SceneRecordRange& range = layout.records[i].range;
-        const std::uint64_t length = range.end - range.begin;
-        checksum.add(Files::bigEndian(length, 8));
         if (!tail.empty()) {
-            checksum.add(tail.substr(static_cast<std::size_t>(range.begin - layout.begin),
-                                     static_cast<std::size_t>(length)));
-        } else if (!addTo(checksum, range, input)) {
+            fingerprint.add(tail.substr(static_cast<std::size_t>(range.begin - layout.begin),
+                                        static_cast<std::size_t>(range.end - range.begin)));
+        } else if (!addTo(fingerprint, range, input)) {
             return std::nullopt;
         }
     }
-    return checksum.value();
+    return fingerprint.value();
 }
 
 }  // namespace orbo::Data

@@ -20,9 +20,9 @@ std::unique_ptr<SceneLayout> scanLayout(const SceneKind& kind, SceneInput& input
                                         const WritePolicy& policy, Findings& findings,
                                         std::optional<std::size_t> mostRecords = std::nullopt);
 
-/// A checksum of all records, or of the last `count`. It does not depend on where in the file they
-/// are. `tail` is everything from `layout.begin` on; if it is empty the records are read from the
-/// input. The result is empty when they cannot be read.
+/// The value of the `Fingerprint` of all records, or of the last `count`. `tail` is everything from
+/// `layout.begin` on; if it is empty the records are read from the input. The result is empty when
+/// they cannot be read.
 std::optional<std::uint64_t> fingerprintOf(const SceneLayout& layout, std::string_view tail,
                                            SceneInput& input,
                                            std::optional<std::size_t> count = std::nullopt);

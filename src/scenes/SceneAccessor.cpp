@@ -144,7 +144,7 @@ std::optional<Look> SceneAccessor::State::look(Files::File& file) const {
 
 void SceneAccessor::State::remember(Files::File& file, bool withFingerprint) {
     snapshot.status = file.status();
-    if (withFingerprint) {
+    if (withFingerprint && !snapshot.fingerprint) {
         snapshot.fingerprint = fingerprint(file, snapshot.recordsMet);
     }
 }
@@ -175,10 +175,11 @@ bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTa
     request.policy = task.policy;
     request.isCheck = task.isCheck;
     request.strikesOff = kind->traits().lastFirst;
-    auto found = readScene(*kind, input, request, owner.associations(), findings);
+    const bool withFingerprint = task.isCheck || owner.writePolicy().detectConflicts;
+    auto found = readScene(*kind, input, request, owner.associations(), findings, withFingerprint);
     if (!found) return false;
     snapshot = std::move(*found);
-    remember(file, task.isCheck || owner.writePolicy().detectConflicts);
+    remember(file, withFingerprint);
     // Without locks, a writer may have changed the file during the read.
     if (opening.hasLocks || (before && before == look(file))) return true;
     return findings.fail(Code::kFileUnreadable,

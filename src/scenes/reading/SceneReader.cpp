@@ -9,6 +9,7 @@
 
 #include "scenes/CheckedKind.h"
 #include "scenes/FindingsVisitor.h"
+#include "scenes/Fingerprint.h"
 
 namespace orbo::Data {
 
@@ -23,18 +24,27 @@ const WritePolicy& policyOfReads() {
 class ReadingVisitor final : public FindingsVisitor {
   public:
     ReadingVisitor(Purpose purpose, const SceneKind& kind, SceneInput& input,
-                   const std::set<std::string>* nodes, ModelBuilder& builder, Findings& findings)
+                   const std::set<std::string>* nodes, ModelBuilder& builder, bool takesFingerprint,
+                   Findings& findings)
         : FindingsVisitor(purpose, policyOfReads(), findings),
           fKind(kind),
           fInput(input),
           fNodes(nodes),
-          fBuilder(builder) {}
+          fBuilder(builder),
+          fFingerprint(takesFingerprint ? std::make_optional<Fingerprint>() : std::nullopt) {}
 
     /// How many of the last records in the file were met, if they are those that another scan meets
     /// first.
     [[nodiscard]] std::optional<std::size_t> met() const {
         if (!fKind.traits().lastFirst || fHasSkipped) return std::nullopt;
         return fMet;
+    }
+
+    /// Of the records that were met. Empty when the bytes of some were not read.
+    [[nodiscard]] std::optional<std::uint64_t> fingerprint() {
+        if (!fFingerprint || fHasSkipped) return std::nullopt;
+        if (fKind.traits().lastFirst) fFingerprint->reverse();
+        return fFingerprint->value();
     }
 
     [[nodiscard]] bool wantsMore() const override { return fBuilder.wantsMore(); }
@@ -46,6 +56,7 @@ class ReadingVisitor final : public FindingsVisitor {
     }
     void forget() override {
         fMet = 0;
+        if (fFingerprint) fFingerprint->clear();
         fBuilder.discard();
     }
 
@@ -54,6 +65,7 @@ class ReadingVisitor final : public FindingsVisitor {
         std::string bytes;
         // A record without an end mark is not read: its bytes may belong to something else.
         if (range.closed && !read(range, bytes)) return false;
+        takeFingerprint(range, bytes);
         Finding problem;
         auto record = fKind.parse(range, std::move(bytes), fNodes, problem);
         if (!record) return rejected(range, std::move(problem));
@@ -63,6 +75,10 @@ class ReadingVisitor final : public FindingsVisitor {
     }
 
   private:
+    void takeFingerprint(const SceneRecordRange& range, const std::string& bytes) {
+        if (!range.closed) fFingerprint.reset();
+        if (fFingerprint) fFingerprint->add(bytes);
+    }
     static FilePlace placeOf(const SceneRecordRange& range) { return {range.begin, range.tag}; }
 
     bool read(const SceneRecordRange& range, std::string& bytes) {
@@ -90,6 +106,7 @@ class ReadingVisitor final : public FindingsVisitor {
     SceneInput& fInput;
     const std::set<std::string>* fNodes;
     ModelBuilder& fBuilder;
+    std::optional<Fingerprint> fFingerprint;
     std::size_t fMet = 0;
     mutable bool fHasSkipped = false;
 };
@@ -98,17 +115,19 @@ class ReadingVisitor final : public FindingsVisitor {
 
 std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
                                       ModelBuilder::Request request, Accessor::AssociationsMap& map,
-                                      Findings& findings) {
+                                      Findings& findings, bool takesFingerprint) {
     using Purpose = SceneVisitor::Purpose;
     request.lastFirst = kind.traits().lastFirst;
     ModelBuilder builder(request);
     ReadingVisitor visitor(request.isCheck ? Purpose::kCheck : Purpose::kRead, kind, input,
-                           request.associationNames, builder, findings);
+                           request.associationNames, builder, takesFingerprint, findings);
     auto layout = std::make_unique<SceneLayout>();
     const SceneKind::ScanEnd end = kind.scan(input, visitor, layout);
     if (end == SceneKind::ScanEnd::kFailed) return std::nullopt;
     ReadSnapshot snapshot = builder.build(map, findings);
     if (end == SceneKind::ScanEnd::kStopped) snapshot.recordsMet = visitor.met();
+    if (end == SceneKind::ScanEnd::kComplete || snapshot.recordsMet)
+        snapshot.fingerprint = visitor.fingerprint();
     return snapshot;
 }
 

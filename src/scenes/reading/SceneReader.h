@@ -15,9 +15,10 @@ namespace orbo::Data {
 
 /// Adds the content of the input to the map, and its structures to this thread's registry. Returns
 /// what was added; nothing, with a finding, when the input could not be scanned to its end.
-/// `request.lastFirst` is ignored: the kind of scene decides the order of records.
+/// `request.lastFirst` is ignored: the kind of scene decides the order of records. The snapshot has
+/// a fingerprint if that is asked for and all records were read.
 std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
                                       ModelBuilder::Request request, Accessor::AssociationsMap& map,
-                                      Findings& findings);
+                                      Findings& findings, bool takesFingerprint = false);
 
 }  // namespace orbo::Data
