@@ -13,7 +13,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <thread>
 
@@ -178,7 +180,7 @@ Usage usageOf(const std::vector<std::string>& words) {
     ::posix_spawn_file_actions_addopen(&quiet, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     const auto start = std::chrono::steady_clock::now();
     pid_t child = 0;
-    require(::posix_spawn(&child, arguments[0], &quiet, nullptr, arguments.data(), environ) == 0,
+    require(::posix_spawnp(&child, arguments[0], &quiet, nullptr, arguments.data(), environ) == 0,
             words[0]);
     ::posix_spawn_file_actions_destroy(&quiet);
     std::string command;
@@ -194,6 +196,24 @@ Usage usageOf(const std::function<void()>& work) {
         ::_exit(0);
     }
     return usageOfChild("a process of its own", child, start);
+}
+
+double instructionsOf(const std::vector<std::string>& words) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> log(std::tmpfile(), std::fclose);
+    require(log != nullptr, "a temporary file");
+    std::vector<std::string> counted = {"valgrind", "--tool=callgrind",
+                                        "--log-fd=" + std::to_string(::fileno(log.get())),
+                                        "--callgrind-out-file=/dev/null"};
+    counted.insert(counted.end(), words.begin(), words.end());
+    usageOf(counted);
+    std::rewind(log.get());
+    double count = 0;
+    for (char line[256]; count == 0 && std::fgets(line, sizeof line, log.get());) {
+        if (const char* const total = std::strstr(line, "Collected :"))
+            count = std::atof(total + std::strlen("Collected :"));
+    }
+    require(count > 0, "valgrind counts instructions");
+    return count;
 }
 
 double heapBytes() {

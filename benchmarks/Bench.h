@@ -96,6 +96,8 @@ struct Usage {
 Usage usageOf(const std::vector<std::string>& words);
 /// The same for `work` in a process of its own.
 Usage usageOf(const std::function<void()>& work);
+/// The instructions of a program, as valgrind counts them: the same each time.
+double instructionsOf(const std::vector<std::string>& words);
 /// Bytes in use, the allocator's own included.
 double heapBytes();
 /// The number behind `field` in a file below /proc/self.

@@ -45,6 +45,8 @@ int main() {
     bench.sample("initialisers", nanosecondsOfInitialisers);
     bench.run();
     bench.atMost("quilmeta --version", "version", 5e6);
+    bench.count("quilmeta --version, instructions", instructionsOf({BENCH_QUILMETA, "--version"}),
+                "a program that includes <iostream>", instructionsOf({BENCH_IOSTREAM}), 1.2, "");
     bench.atMost("the library's initialisers", "initialisers", 1e5);
     bench.atMost("load the library", "load", 1e5);
     return bench.result();
