@@ -103,10 +103,12 @@ class RefsCollect : public Command {
     FileResult copy(TargetFolder& folder, const FileTurn& turn) {
         const CollectedFile& file = fCollection.files()[turn.number];
         Digest digest;
-        if (fDryRun)
+        if (fDryRun) {
+            TargetFolder::rehearse(file, fAccess);
             digest.size = std::filesystem::file_size(file.source);
-        else
+        } else {
             digest = folder.copy(turn.number, fAccess);
+        }
         fSizes[turn.number] = digest.size;
         JsonObject& entry = fEntries[turn.number];
         entry.add("source", file.source).add("target", file.target).add("size", digest.size);

@@ -11,6 +11,7 @@
 
 #include <fmt/format.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -27,6 +28,36 @@ constexpr const char* kTableChanged = "its table has changed meanwhile";
 
 [[noreturn]] void fail(const std::string& path, const std::string& problem) {
     throw CommandError(fmt::format("{}: {}", inQuotes(path), problem));
+}
+
+bool changes(const CollectedFile& file) {
+    return std::any_of(file.rows.begin(), file.rows.end(),
+                       [](const auto& row) { return row.newPath.has_value(); });
+}
+
+/// Gives the scene in `path`, which is `file` or a copy of it, its new paths.
+void repath(const CollectedFile& file, const std::string& path, const SceneAccess& access) {
+    const Scene scene = openForReferences(path, access, ReferencesFor::kWriting);
+    auto planned = file.rows.begin();
+    if (Data::Stream* table = tableOf(scene))
+        for (Data::StreamIterator row = table->begin(); row.valid(); ++row, ++planned) {
+            if (planned == file.rows.end() || referenceOf(*row).resolvedPath != planned->path)
+                throw CommandError(kTableChanged);
+            if (const auto& changed = planned->newPath) setPaths(*row, *changed, *changed);
+        }
+    if (planned != file.rows.end()) throw CommandError(kTableChanged);
+    Output none(-1, "");
+    writeScene(scene, access, none);
+}
+
+// Nobody else uses the copy yet, so it needs no journal.
+void repathCopy(const CollectedFile& file, const std::string& path, SceneAccess access) {
+    struct stat before {};
+    if (::stat(file.source.c_str(), &before) != 0) throw CommandError(systemMessage(errno));
+    access.writes = true;
+    access.noJournal = true;
+    repath(file, path, access);
+    ::chmod(path.c_str(), before.st_mode & 0777U);
 }
 
 void makeFolder(const fs::path& folder) {
@@ -89,42 +120,26 @@ Digest TargetFolder::copy(size_t file, const SceneAccess& access) {
     const fs::path folder = fs::path(path).parent_path();
     fProgress[file] = Progress::kBegun;
     makeFolder(folder);
-    const bool changes = std::any_of(wanted.rows.begin(), wanted.rows.end(),
-                                     [](const auto& row) { return row.newPath.has_value(); });
     try {
         using Rights = FileCopy::Rights;
         FileCopy copied(wanted.source, (folder / ".quilmeta").string(),
-                        changes ? Rights::kWritableMode : Rights::kMode);
+                        changes(wanted) ? Rights::kWritableMode : Rights::kMode);
         if (!copied.place(path)) throw CommandError("somebody else has made it");
         fProgress[file] = Progress::kPlaced;
-        if (changes) repath(file, access);
+        if (changes(wanted)) repathCopy(wanted, path, access);
         return digestOf(path);
     } catch (const CommandError& error) {
         throw CommandError(fmt::format("was not copied to {}: {}", inQuotes(path), error.what()));
     }
 }
 
-// Nobody else uses the copy yet, so it needs no journal.
-void TargetFolder::repath(size_t file, const SceneAccess& access) const {
-    const CollectedFile& wanted = (*fFiles)[file];
-    const std::string path = pathOf(file);
-    struct stat before {};
-    if (::stat(wanted.source.c_str(), &before) != 0) throw CommandError(systemMessage(errno));
-    SceneAccess own = access;
-    own.writes = true;
-    own.noJournal = true;
-    const Scene scene = openForReferences(path, own, ReferencesFor::kWriting);
-    auto planned = wanted.rows.begin();
-    if (Data::Stream* table = tableOf(scene))
-        for (Data::StreamIterator row = table->begin(); row.valid(); ++row, ++planned) {
-            if (planned == wanted.rows.end() || referenceOf(*row).resolvedPath != planned->path)
-                throw CommandError(kTableChanged);
-            if (const auto& changed = planned->newPath) setPaths(*row, *changed, *changed);
-        }
-    if (planned != wanted.rows.end()) throw CommandError(kTableChanged);
-    Output none(-1, "");
-    writeScene(scene, own, none);
-    ::chmod(path.c_str(), before.st_mode & 0777U);
+void TargetFolder::rehearse(const CollectedFile& file, SceneAccess access) {
+    if (::access(file.source.c_str(), R_OK) != 0) throw CommandError(systemMessage(errno));
+    // A copy can always be written, the scene itself perhaps not.
+    if (!changes(file) || ::access(file.source.c_str(), W_OK) != 0) return;
+    access.writes = true;
+    access.dryRun = true;
+    repath(file, file.source, access);
 }
 
 void TargetFolder::writeManifest(const std::string& text) {

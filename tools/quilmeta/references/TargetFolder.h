@@ -25,13 +25,14 @@ class TargetFolder {
     /// Copies one of them, and gives a scene its new paths. Throws `CommandError`; nothing of that
     /// file is left then.
     Digest copy(size_t file, const SceneAccess& access);
+    /// Checks what can be checked of a copy without making it. Throws `CommandError`.
+    static void rehearse(const CollectedFile& file, SceneAccess access);
     /// Writes the list of all files. Throws `CommandError`.
     void writeManifest(const std::string& text);
     void keep() { fKept = true; }
 
   private:
     [[nodiscard]] std::string pathOf(size_t file) const;
-    void repath(size_t file, const SceneAccess& access) const;
     void remove(size_t file) const;
 
     std::string fPath;
