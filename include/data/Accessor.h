@@ -87,6 +87,11 @@ class METADATA_API Accessor {
     /// interrupted write first, as reading does.
     [[nodiscard]] virtual bool isFileSupported(const std::string& fileName) const;
 
+    /// Tells whether `write` has something to write: false while structures and associations are
+    /// what the last `read` gave, or the last `write` put. Compares values, so it takes as long as
+    /// walking over all of them. This class says true.
+    [[nodiscard]] virtual bool isEdited() const;
+
     /// Gives the metadata by node name, the scene's own under the empty name. `write` stores what
     /// it holds then. It is good as long as the accessor is, and `read` and `clear` empty it.
     [[nodiscard]] AssociationsMap& associations();

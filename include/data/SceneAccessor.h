@@ -37,6 +37,7 @@ class METADATA_API SceneAccessor : public Accessor {
     std::vector<Finding> check(const std::string& fileName) override;
     /// Returns what `SceneKind::recognise` says of the file; false when it cannot be opened.
     [[nodiscard]] bool isFileSupported(const std::string& fileName) const override;
+    [[nodiscard]] bool isEdited() const override;
 
   protected:
     bool readImplementation(const std::set<std::string>* structureNames,

@@ -135,6 +135,8 @@ bool Accessor::rehearse(std::string& errors) const {
 
 bool Accessor::isFileSupported(const std::string&) const { return true; }
 
+bool Accessor::isEdited() const { return true; }
+
 Accessor::AssociationsMap& Accessor::associations() { return fImpl->associations; }
 
 const Accessor::AssociationsMap& Accessor::associations() const { return fImpl->associations; }

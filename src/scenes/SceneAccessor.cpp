@@ -259,6 +259,8 @@ bool SceneAccessor::isFileSupported(const std::string& fileName) const {
     return opening.file && fState->recognise(opening.file->file(), ignored);
 }
 
+bool SceneAccessor::isEdited() const { return !isUnedited(*this, fState->snapshot); }
+
 bool SceneAccessor::readImplementation(const std::set<std::string>* structureNames,
                                        const std::set<std::string>* associationNames,
                                        std::string& errors) {

@@ -33,6 +33,7 @@ class UneditedWrite : public SceneTestOf<SceneAccessor> {
             }
             return false;
         };
+        EXPECT_FALSE(this->fAccessor.isEdited()) << what;
         EXPECT_TRUE(this->write()) << what << '\n' << this->fErrors;
         this->fSystem.fails = [](Files::Call) { return false; };
         EXPECT_EQ(this->fSystem.files, before) << what;
@@ -145,6 +146,7 @@ TEST_F(UneditedTextWrite, NeedsNoPermission) {
     fSystem.readOnly.insert(fName);
     expectUntouched("read only");
     edit("n1=9");
+    EXPECT_TRUE(fAccessor.isEdited());
     EXPECT_FALSE(write());
 }
 

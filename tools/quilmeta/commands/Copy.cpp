@@ -175,12 +175,13 @@ class Copy : public Command {
                 refuse(losses, "nothing was copied; --replace puts what is copied in its place");
         const auto obstacles = plan.obstacles(*target.accessor, target.complete);
         if (!obstacles.empty()) refuse(obstacles, "nothing was copied");
+        bool changed = false;
         if (plan.changes()) {
             plan.apply(*target.accessor);
-            writeScene(target, fAccess, output);
+            changed = writeScene(target, fAccess, output);
         }
         report(plan, output);
-        return {target.outcome(), plan.changes()};
+        return {target.outcome(), changed};
     }
 
     std::string fSource, fTarget;

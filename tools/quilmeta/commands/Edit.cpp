@@ -104,7 +104,7 @@ class Edit : public Command {
         fFound += count;
         if (fFound == 0) fHints->offer(*scene.accessor);
         if (count == 0) return scene.outcome();
-        writeScene(scene, fAccess, turn.output);
+        if (!writeScene(scene, fAccess, turn.output)) return scene.outcome();
         return {scene.outcome(), true, counted(count, "element") + " set"};
     }
 

@@ -59,7 +59,7 @@ class Get : public Command {
         output.stopOnSignals();
         if (fFormat != ResultFormat::kText && fEndsByNul)
             throw UsageError("-0 and JSON exclude each other");
-        fText = {output.isTerminal() && !fEndsByNul, fDefault.value_or("")};
+        fText = {output.isTerminal(), fDefault.value_or("")};
         ResultList results(output, fFormat);
         const Outcome outcome = forEachFile({fFile}, {}, results,
                                             [&](const FileTurn& turn) { return get(turn.output); });

@@ -51,8 +51,8 @@ class Import : public Command {
     FileResult importInto(const SceneModel& model, Output& output) const {
         const Scene scene = openScene(fFile, fAccess);
         import(model, scene, fReplace ? ImportHow::kReplace : ImportHow::kMerge);
-        writeScene(scene, fAccess, output);
-        return {scene.outcome(), true};
+        const bool changed = writeScene(scene, fAccess, output);
+        return {scene.outcome(), changed};
     }
 
     std::string fFile, fDocument;

@@ -58,7 +58,7 @@ class Load : public Command {
             return FileResult(Outcome::kDone);
         };
         if (guarded(name, read).outcome != Outcome::kDone) return Outcome::kFailed;
-        writeScene(scene, fAccess, turn.output);
+        if (!writeScene(scene, fAccess, turn.output)) return scene.outcome();
         return {scene.outcome(), true, counted(rows, "element") + " set"};
     }
 

@@ -33,6 +33,8 @@ class Merge : public Command {
         options.optional("--payload", "ours|theirs", fPayload,
                          "Where all but the metadata comes from");
         options.flag("--force", fForce, "Replace OUT if it is there");
+        options.flag("-n,--dry-run", fRequest.access.dryRun,
+                     "Show what OUT would have beside OURS, and write nothing");
         options.results(fRequest.access.format);
         options.wait(fRequest.access);
     }
@@ -44,8 +46,8 @@ class Merge : public Command {
             fRequest.payload = *fPayload == "ours" ? MergeSide::kOurs : MergeSide::kTheirs;
         const ResultFormat format = fRequest.access.format;
         ResultList results(output, format);
-        const FileWork work =
-            reporting([this](const FileTurn& turn) { return merge(turn); }, {format});
+        const FileWork work = reporting([this](const FileTurn& turn) { return merge(turn); },
+                                        {format, fRequest.access.dryRun});
         const Outcome outcome = guarded(fRequest.out, [&] {
                                     return work({0, fRequest.out, results});
                                 }).outcome;

@@ -58,8 +58,8 @@ class ApplyPatch : public Command {
         std::string message;
         for (const std::string& problem : apply(patch, *scene.accessor)) message += problem + '\n';
         if (!message.empty()) throw CommandError(message + "nothing was changed");
-        writeScene(scene, fAccess, output);
-        return {scene.outcome(), !patch.changes.empty()};
+        const bool changed = writeScene(scene, fAccess, output);
+        return {scene.outcome(), changed};
     }
 
     std::string fFile, fPatch;

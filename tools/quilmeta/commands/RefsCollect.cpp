@@ -56,7 +56,11 @@ class RefsCollect : public Command {
         fCollection.plan();
         if (!fDryRun) folder.make(fCollection.files());
         const Outcome copied = copyAll(folder, output);
-        if (fDryRun) return std::max(read, copied);
+        if (fDryRun) {
+            const std::string problem = folder.problemOf(fBytes);
+            if (!problem.empty()) throw CommandError(inQuotes(fTarget) + ": " + problem);
+            return std::max(read, copied);
+        }
         if (Signals::received() != 0 || copied >= Outcome::kFailed) {
             complain("", "what was copied is removed again");
             return copied;

@@ -87,10 +87,10 @@ class RefsRepath : public Command {
             for (Data::StreamIterator row = table->begin(); row.valid(); ++row)
                 text += fRepath.apply(*row);
         if (text.empty()) return scene.outcome();
-        writeScene(scene, fAccess, output);
+        const bool changed = writeScene(scene, fAccess, output);
         output.write(safeLine(file) + '\n' + text);
         output.flush();
-        return {scene.outcome(), true};
+        return {scene.outcome(), changed};
     }
 
     FileArguments fFiles;

@@ -86,8 +86,8 @@ class Set : public Command {
         Data::Handle draft = draftOf(stream, index);
         Assignments(stream.structure(), fAssignments).apply(draft);
         if (!stream.setElement(index, draft)) throw CommandError("not enough memory");
-        writeScene(scene, fAccess, output);
-        return {scene.outcome(), true};
+        const bool changed = writeScene(scene, fAccess, output);
+        return {scene.outcome(), changed};
     }
 
     /// A copy of the element, or a new one. The stream keeps its own until all values are good.

@@ -52,7 +52,12 @@ class Table : public Command {
   private:
     void write(const Data::Stream& stream, Output& output) const {
         if (fFormat != ResultFormat::kText) return writeJson(stream, output);
-        if (!fTarget) return writeTable(stream, output);
+        if (!fTarget && !output.isTerminal()) return writeTable(stream, output);
+        if (!fTarget) {
+            EscapingOutput shown(output);
+            writeTable(stream, shown);
+            return shown.finish();
+        }
         NewFile file(*fTarget, fFile, {FileKind::kTable, fForce});
         writeTable(stream, file.output());
         file.commit();

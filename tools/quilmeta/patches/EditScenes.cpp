@@ -25,7 +25,7 @@ Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output
         else
             hints.offer(*scene.accessor);
         if (!edited.changed) return FileResult(scene.outcome());
-        writeScene(scene, access, turn.output);
+        if (!writeScene(scene, access, turn.output)) return FileResult(scene.outcome());
         return FileResult(scene.outcome(), true, edited.report);
     };
     const Outcome outcome = changeFiles(words, access, files.jobs, output, work);

@@ -18,7 +18,7 @@ bool areSameStrings(const char* left, const char* right, size_t count) {
         std::memcpy(&ours, left + i * sizeof ours, sizeof ours);
         std::memcpy(&theirs, right + i * sizeof theirs, sizeof theirs);
         if (ours == theirs) continue;
-        if (!ours || !theirs || std::strcmp(ours, theirs) != 0) return false;
+        if (std::strcmp(ours ? ours : "", theirs ? theirs : "") != 0) return false;
     }
     return true;
 }

@@ -11,7 +11,7 @@
 namespace orbo::Quilmeta {
 
 /// Compares elements whose structures are equal, though they need not be the same object. A null
-/// string is different from an empty one.
+/// string is the same as an empty one: no scene file can tell them apart.
 class ElementBits {
   public:
     explicit ElementBits(const Data::Structure& structure);

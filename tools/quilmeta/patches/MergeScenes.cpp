@@ -5,6 +5,7 @@
 #include "files/posix/Descriptor.h"
 #include "output/TargetPath.h"
 #include "patches/Apply.h"
+#include "patches/DiffText.h"
 #include "patches/Differences.h"
 #include "patches/Merge.h"
 #include "process/Messages.h"
@@ -119,8 +120,9 @@ class Merge {
                 "conflict: both sides changed the payload, which does not merge; "
                 "--payload takes one\n");
         if (!side || !plan.conflicts.empty()) return Outcome::kFound;
-        return *side == MergeSide::kOurs ? writeOut(fRequest.ours, plan.toOurs)
-                                         : writeOut(fRequest.theirs, plan.toTheirs);
+        const bool isOurs = *side == MergeSide::kOurs;
+        return writeOut(isOurs ? fRequest.ours : fRequest.theirs,
+                        isOurs ? plan.toOurs : plan.toTheirs, *ours.accessor);
     }
 
   private:
@@ -159,8 +161,10 @@ class Merge {
     }
 
     /// Writes the copy of a side with the changes of the other one.
-    [[nodiscard]] Outcome writeOut(const std::string& side, const Patch& patch) const {
+    [[nodiscard]] Outcome writeOut(const std::string& side, const Patch& patch,
+                                   const Data::Accessor& ours) const {
         SceneAccess access = fRequest.access;
+        access.dryRun = false;
         access.kindName.clear();
         access.writes = true;
         access.noJournal = true;
@@ -171,6 +175,11 @@ class Merge {
         if (!problems.empty()) return Outcome::kFound;
         std::string errors;
         if (!patch.changes.empty() && !scene.accessor->write(errors)) throw CommandError(errors);
+        if (fRequest.access.dryRun) {
+            printDifferences(differences(select(ours, {}), select(*scene.accessor, {})),
+                             fRequest.ours, fRequest.out + " (dry run)", fOutput);
+            return Outcome::kDone;
+        }
         sync(copy);
         std::error_code error;
         fs::rename(copy, fOut, error);

@@ -14,9 +14,12 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <vector>
 
 namespace orbo::Quilmeta {
+
+namespace fs = std::filesystem;
 
 using Files::Descriptor;
 
@@ -109,6 +112,25 @@ bool FileCopy::place(const std::string& path) {
     }
     fPlaced = true;
     return true;
+}
+
+std::string problemOfMaking(const std::string& path, std::uint64_t room) {
+    struct stat there {};
+    if (::lstat(path.c_str(), &there) != 0 && errno != ENOENT) return systemMessage(errno);
+    fs::path folder = path;
+    std::string name;
+    do {
+        folder = folder.parent_path();
+        name = folder.empty() ? "." : folder.string();
+    } while (::lstat(name.c_str(), &there) != 0 && errno == ENOENT);
+    // A link that leads nowhere is in the way of the folder to make.
+    if (::stat(name.c_str(), &there) != 0) return systemMessage(EEXIST);
+    if (!S_ISDIR(there.st_mode)) return systemMessage(ENOTDIR);
+    if (::faccessat(AT_FDCWD, name.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+        return systemMessage(errno);
+    std::error_code error;
+    const fs::space_info space = fs::space(name, error);
+    return !error && space.available < room ? systemMessage(ENOSPC) : std::string();
 }
 
 }  // namespace orbo::Quilmeta

@@ -5,6 +5,7 @@
 #include "files/posix/Descriptor.h"
 #include "process/CommandError.h"
 
+#include <cstdint>
 #include <string>
 
 namespace orbo::Quilmeta {
@@ -41,5 +42,10 @@ class FileCopy {
     Files::Descriptor fFile;
     bool fPlaced = false;
 };
+
+/// Says why no file can be made at this path, as far as the folders that are there tell. Empty when
+/// it may well be; folders that are missing may be made first. `room` is how many bytes are to go
+/// there.
+std::string problemOfMaking(const std::string& path, std::uint64_t room = 0);
 
 }  // namespace orbo::Quilmeta

@@ -6,6 +6,7 @@
 #include "process/Messages.h"
 #include "process/Signals.h"
 #include "process/StatusLine.h"
+#include "values/SafeText.h"
 
 #include <unistd.h>
 
@@ -56,6 +57,20 @@ void Output::deliver(std::string_view bytes) {
         if (written < 0) throw OutputError(fName + ": " + systemMessage(errno));
         bytes.remove_prefix(static_cast<size_t>(written));
     }
+}
+
+void EscapingOutput::deliver(std::string_view bytes) {
+    fLine += bytes;
+    size_t begin = 0;
+    for (size_t end; (end = fLine.find('\n', begin)) != fLine.npos; begin = end + 1)
+        fTo.write(safeLine(std::string_view(fLine).substr(begin, end - begin)) + '\n');
+    fLine.erase(0, begin);
+}
+
+void EscapingOutput::finish() {
+    flush();
+    fTo.write(safeLine(fLine));
+    fLine.clear();
 }
 
 }  // namespace orbo::Quilmeta

@@ -41,4 +41,19 @@ class Output {
     bool fStops = false;
 };
 
+/// Escapes what could fool a terminal, line by line, on the way to another output.
+class EscapingOutput : public Output {
+  public:
+    explicit EscapingOutput(Output& to) : fTo(to) {}
+    /// Call it in the end: a last line without a line feed is still here.
+    void finish();
+
+  protected:
+    void deliver(std::string_view bytes) override;
+
+  private:
+    Output& fTo;
+    std::string fLine;
+};
+
 }  // namespace orbo::Quilmeta

@@ -77,7 +77,7 @@ Outcome Collection::read(const std::vector<std::string>& scenes, const SceneAcce
         if (!file) throw CommandError(inQuotes(scene) + ": " + problem);
         Origin& origin = fOrigins[*file];
         // A file that the user gave is read, so that one that is no scene is refused.
-        if (!origin.isGiven && !isScene(origin.folder + origin.name))
+        if (!origin.isGiven && !Data::Accessor::accessorByExtension(origin.name))
             fScenesToRead.push_back(*file);
         origin.isGiven = true;
     }
@@ -194,7 +194,8 @@ size_t Collection::add(Origin origin) {
     const size_t number = fOrigins.size();
     fByPath.emplace(path, number);
     fOrigins.push_back(std::move(origin));
-    if (isScene(path)) fScenesToRead.push_back(number);
+    // A damaged scene is read as well, and refused.
+    if (Data::Accessor::accessorByExtension(path)) fScenesToRead.push_back(number);
     return number;
 }
 

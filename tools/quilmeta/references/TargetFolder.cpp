@@ -101,6 +101,10 @@ void TargetFolder::make(const std::vector<CollectedFile>& files) {
     }
 }
 
+std::string TargetFolder::problemOf(std::uint64_t bytes) const {
+    return problemOfMaking((fs::path(fPath) / kManifestName).string(), bytes);
+}
+
 std::string TargetFolder::pathOf(size_t file) const {
     return (fs::path(fPath) / (*fFiles)[file].target).string();
 }

@@ -5,6 +5,7 @@
 #include "references/Collection.h"
 #include "references/Digest.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ class TargetFolder {
     /// Copies one of them, and gives a scene its new paths. Throws `CommandError`; nothing of that
     /// file is left then.
     Digest copy(size_t file, const SceneAccess& access);
+    /// Says why the folder cannot be made, or does not hold so many bytes; empty when it may.
+    [[nodiscard]] std::string problemOf(std::uint64_t bytes) const;
     /// Checks what can be checked of a copy without making it. Throws `CommandError`.
     static void rehearse(const CollectedFile& file, SceneAccess access);
     /// Writes the list of all files. Throws `CommandError`.

@@ -33,6 +33,11 @@ std::string place(FileCopy& copy, const std::string& wanted) {
     throw CommandError(systemMessage(EEXIST));
 }
 
+[[noreturn]] void failFor(const std::string& wanted, const std::string& problem) {
+    throw CommandError(
+        fmt::format("was not written: there is no copy at {}: {}", inQuotes(wanted), problem));
+}
+
 void syncFolderOf(const std::string& path) {
     const std::string folder = fs::path(path).parent_path().string();
     const Descriptor opened(
@@ -53,10 +58,17 @@ Backup::Backup(const std::string& scene, const std::string& suffix) {
     } catch (const SourceChanged&) {
         throw Conflict("somebody else writes the scene while it is copied");
     } catch (const CommandError& error) {
-        throw CommandError(fmt::format("was not written: there is no copy at {}: {}",
-                                       inQuotes(wanted), error.what()));
+        failFor(wanted, error.what());
     }
     syncFolderOf(fPath);
+}
+
+void Backup::rehearse(const std::string& scene, const std::string& suffix) {
+    const std::string wanted = scene + suffix;
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(scene, error);
+    const std::string problem = problemOfMaking(wanted, error ? 0 : size);
+    if (!problem.empty()) failFor(wanted, problem);
 }
 
 Backup::~Backup() {

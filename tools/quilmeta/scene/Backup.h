@@ -19,6 +19,9 @@ class Backup {
     Backup& operator=(const Backup&) = delete;
     ~Backup();
 
+    /// Throws `CommandError` when the copy certainly could not be made.
+    static void rehearse(const std::string& scene, const std::string& suffix);
+
     void keep() { fKept = true; }
 
   private:

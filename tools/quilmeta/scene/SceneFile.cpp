@@ -98,9 +98,14 @@ std::unique_ptr<Data::Accessor> readAgain(const Scene& scene, const SceneAccess&
 }
 
 /// Makes the copy that the user asks for, and writes.
-bool write(const Data::Accessor& scene, const SceneAccess& access, std::string& errors) {
-    if (access.dryRun) return scene.rehearse(errors);
-    if (access.backup.empty()) return scene.write(errors);
+bool write(const Data::Accessor& scene, bool isEdited, const SceneAccess& access,
+           std::string& errors) {
+    const bool copies = isEdited && !access.backup.empty();
+    if (access.dryRun) {
+        if (copies) Backup::rehearse(scene.fileName(), access.backup);
+        return scene.rehearse(errors);
+    }
+    if (!copies) return scene.write(errors);
     // What is refused anyway needs no copy.
     if (!scene.rehearse(errors)) return false;
     Backup copy(scene.fileName(), access.backup);
@@ -163,11 +168,12 @@ bool lacksStructure(const std::string& file, const std::string& name) {
 }
 
 // A signal that came while the scene was read ends the command here, with the file untouched.
-void writeScene(const Scene& scene, const SceneAccess& access, Output& output) {
+bool writeScene(const Scene& scene, const SceneAccess& access, Output& output) {
     Signals::stopIfReceived();
     const Data::Accessor& accessor = *scene.accessor;
     std::string errors;
-    const bool written = write(accessor, access, errors);
+    const bool isEdited = accessor.isEdited();
+    const bool written = write(accessor, isEdited, access, errors);
     if (accessor.metConflict())
         throw Conflict("somebody else keeps changing the metadata: " +
                        messagesOfFailure(accessor, errors));
@@ -175,6 +181,7 @@ void writeScene(const Scene& scene, const SceneAccess& access, Output& output) {
     complain(accessor.fileName(), messagesOf(accessor.findings()));
     if (access.dryRun && access.showChanges)
         access.showChanges(*readAgain(scene, access), accessor, output);
+    return isEdited;
 }
 
 // A few attempts are made even without any patience, because they cost little.

@@ -64,8 +64,9 @@ class Conflict : public CommandError {
 /// Writes the scene to its file. A dry run only checks whether that would work, and prints what
 /// would change to `output`, which is that of the scene's results. Throws `CommandError` when the
 /// write is refused or fails, and `Conflict` when it is refused because of somebody else's change.
-/// The file is as before then.
-void writeScene(const Scene& scene, const SceneAccess& access, Output& output);
+/// The file is as before then. False when the scene has had these contents already: then nothing is
+/// written, nor copied ahead of that.
+bool writeScene(const Scene& scene, const SceneAccess& access, Output& output);
 
 /// Calls `edit`, which opens, changes and writes one scene, and calls it again after a `Conflict`:
 /// a few times at least, and as long as the access has patience.
