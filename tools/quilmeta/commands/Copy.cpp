@@ -130,7 +130,8 @@ class Copy : public Command {
         fSelection = fSelected.selection();
         if (!fToNodes.empty() && fSelected.nodes.empty())
             throw UsageError("--to-node goes with --node");
-        if (!fToNodes.empty()) fNewNames.emplace(fSelected.nodes, fToNodes, fSelected.as());
+        if (!fToNodes.empty())
+            fNewNames.emplace(fSelected.nodes, fToNodes, fSelected.as(), "--to-node");
         // The source is read once, however often a conflict makes us read the target again.
         Scene source;
         const auto open = [&] {

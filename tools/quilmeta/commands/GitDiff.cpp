@@ -56,8 +56,11 @@ class GitDiff : public Command {
         const Patch patch = differences(viewOf(left), viewOf(right));
         const std::string before = left.accessor ? "a/" + path : kNothing;
         const std::string after = right.accessor ? "b/" + newPath : kNothing;
+        if (newPath != path)
+            output.write("rename from " + shownPath(path) + "\nrename to " + shownPath(newPath) +
+                         '\n');
         if (!patch.changes.empty()) return printDifferences(patch, before, after, output);
-        output.write(shownPath(path) + ": the metadata is the same\n");
+        output.write(shownPath(newPath) + ": the metadata is the same\n");
     }
 
     static Scene open(const std::string& file, const std::string& path) {

@@ -102,12 +102,18 @@ void Options::lookup(LookupArguments& lookup) {
 }
 
 void Options::results(ResultFormat& format) {
-    const auto add = [&](const char* name, ResultFormat value, const char* description) {
-        fCommand.add_flag_function(
-            name, [&format, value](std::int64_t) { format = value; }, description);
-    };
-    add("--json", ResultFormat::kJson, "Print one JSON document");
-    add("--jsonl", ResultFormat::kJsonLines, "Print JSON, a line for each result");
+    const CLI::Option* const json = fCommand.add_flag_function(
+        "--json", [&format](std::int64_t) { format = ResultFormat::kJson; },
+        "Print one JSON document");
+    fCommand.add_flag_function(
+        "--jsonl",
+        [&format, json](std::int64_t) {
+            if (json->count() > 0)
+                throw CLI::ParseError("--json and --jsonl exclude each other",
+                                      CLI::ExitCodes::ExcludesError);
+            format = ResultFormat::kJsonLines;
+        },
+        "Print JSON, a line for each result");
     fCommand.add_flag_function(
         kJsonStrings,
         [&format](std::int64_t) {

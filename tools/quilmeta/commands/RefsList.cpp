@@ -58,7 +58,7 @@ class RefsList : public Command {
     Outcome run(Output& output) override {
         fLooks = fMissing || fFormat != ResultFormat::kText;
         if (!fLooks && fLookupArguments.tiles)
-            throw UsageError("--tiles takes --missing or --json");
+            throw UsageError("--tiles needs --missing or --json");
         fLookup.prepare(fLookupArguments);
         EachFile how;
         how.jobs = fFiles.jobs;

@@ -127,6 +127,9 @@ class Rename : public Command {
                                  : kind() == Kind::kMember    ? "member"
                                  : kind() == Kind::kStructure ? "structure"
                                                               : wordFor(deepestLevel(fSelection));
+        if (renamed.changed == 0 && renamed.references > 0)
+            return "nodes renamed in " + counted(renamed.references, "external file") +
+                   ", none of them with metadata";
         std::string text = counted(renamed.changed, what) + " renamed";
         if (renamed.references > 0)
             text += ", in " + counted(renamed.references, "external file") + " as well";

@@ -18,6 +18,21 @@ std::vector<std::string> optionsOf(const CLI::App& command) {
     return names;
 }
 
+/// True when the command itself has the option that the word names.
+bool hasOption(const CLI::App& command, const std::string& word) {
+    return command.get_option_no_throw(word.substr(0, word.find('='))) != nullptr;
+}
+
+/// Says which option has more values than the one that it takes; empty when none has.
+std::string givenTwice(const CLI::App& command) {
+    for (const CLI::App* app = &command; app; app = app->get_parent())
+        for (const CLI::Option* option : app->get_options())
+            if (!option->get_lnames().empty() && option->count() > 1 &&
+                option->get_items_expected_max() == 1)
+                return "--" + option->get_lnames().front() + " is given twice";
+    return {};
+}
+
 }  // namespace
 
 Called::Called(const CLI::App& app) : command(&app) {
@@ -38,9 +53,17 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     const CLI::App& called = *Called(app).command;
     const std::vector<std::string> rest = app.remaining(true);
     const bool wantsCommand = called.get_require_subcommand_min() > 0;
+    const bool isMismatch = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
+    const std::string twice = isMismatch ? givenTwice(called) : "";
+    if (!twice.empty()) return twice;
     if (rest.empty()) return wantsCommand ? "a command is required" : error.what();
     // CLI11 would only say that a subcommand is missing, even when it does not know the word.
     const std::string& word = rest.front();
+    const std::string command = Called(app).words + ' ' + called.get_name();
+    if (hasOption(called, word))
+        return inQuotes(word) + " belongs behind the command: " + command + ' ' + word;
+    if (word == "help")
+        return "\"help\" comes first: quilmeta help" + command.substr(command.find(' '));
     if (!word.empty() && word.front() == '-')
         return "there is no option " + inQuotes(word) + didYouMean(word, optionsOf(called));
     if (!wantsCommand) return error.what();

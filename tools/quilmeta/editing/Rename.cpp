@@ -151,19 +151,19 @@ RefPtr<const Data::Structure> withNames(const Data::Structure& structure,
 }  // namespace
 
 NewName::NewName(const std::vector<std::string>& from, const std::vector<std::string>& to,
-                 NamePatterns::As as) {
+                 NamePatterns::As as, const char* option) {
     if (to.size() != 1 && to.size() != from.size())
-        throw UsageError(fmt::format("{} for {}: give one --to for each, or one for all",
+        throw UsageError(fmt::format("{} for {}: give one {} for each, or one for all",
                                      counted(to.size(), "new name"),
-                                     counted(from.size(), "pattern")));
+                                     counted(from.size(), "pattern"), option));
     for (size_t i = 0; i < from.size(); ++i) {
         const std::string& newName = to[to.size() == 1 ? 0 : i];
         fPairs.push_back({globOf(from[i], as), globOf(newName, as)});
         if (fPairs.back().from.wildcards() != fPairs.back().to.wildcards())
             throw UsageError(
-                fmt::format("--to {} has other wildcards than {}: each stands for "
+                fmt::format("{} {} has other wildcards than {}: each stands for "
                             "what the one in its place stood for",
-                            inQuotes(newName), inQuotes(from[i])));
+                            option, inQuotes(newName), inQuotes(from[i])));
     }
 }
 

@@ -23,9 +23,9 @@ class NewName {
   public:
     /// Takes a new name for each pattern, or one for all. The first pattern that fits a name
     /// counts. Throws `UsageError` unless a pattern has the wildcards of its new name, in number
-    /// and kind.
+    /// and kind. `option` is the one that `to` was given by, for the message.
     NewName(const std::vector<std::string>& from, const std::vector<std::string>& to,
-            NamePatterns::As as);
+            NamePatterns::As as, const char* option = "--to");
 
     /// No value for a name that no pattern fits.
     [[nodiscard]] std::optional<std::string> of(const std::string& name) const;

@@ -3,6 +3,7 @@
 #include "expressions/Expression.h"
 
 #include "expressions/Outlook.h"
+#include "expressions/Parser.h"
 #include "values/ClosestName.h"
 #include "values/SafeText.h"
 
@@ -38,8 +39,9 @@ std::vector<std::string> Expression::warnings(const MembersSeen& seen) const {
     forEachMember(fSyntax->root, done, [&](const Node& member) {
         const std::string& name = fSyntax->names[member.name];
         if (seen.names().find(name) != seen.names().end()) return;
-        const std::string problem =
-            "no structure has a member " + inQuotes(name) + didYouMean(name, seen.names());
+        std::string hint = keywordMeant(name);
+        if (hint.empty()) hint = didYouMean(name, seen.names());
+        const std::string problem = "no structure has a member " + inQuotes(name) + hint;
         warnings.push_back(problemAt(fSyntax->text, member.at, problem));
     });
     return warnings;

@@ -197,6 +197,8 @@ Token Lexer::sign() {
         fAt += sign.size();
         return token(Token::Kind::kSign, begin);
     }
+    if (rest.front() == '.' && begin > 0 && isDigit(fText[begin - 1]))
+        fail(begin, "a digit is missing behind the point");
     for (const Hint& hint : kHints)
         if (rest.substr(0, hint.sign.size()) == hint.sign) fail(begin, hint.problem);
     const std::string_view character = rest.substr(0, firstCharacter(rest).size);

@@ -41,6 +41,13 @@ bool isConditionKind(const Node& node) {
            (node.kind == Kind::kLiteral && node.literal.kind == Literal::Kind::kTruth);
 }
 
+std::string lowerCase(std::string_view word) {
+    std::string text(word);
+    for (char& letter : text)
+        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    return text;
+}
+
 std::shared_ptr<const RE2> compileRegex(const std::string& pattern) {
     RE2::Options options;
     options.set_log_errors(false);
@@ -48,6 +55,17 @@ std::shared_ptr<const RE2> compileRegex(const std::string& pattern) {
 }
 
 }  // namespace
+
+std::string keywordMeant(std::string_view word) {
+    static constexpr std::string_view kWords[] = {
+        "and",  "or",      "not",    "in",        "true",      "false", "null",  "file",
+        "node", "channel", "stream", "structure", "indextype", "index", "exists"};
+    const std::string lower = lowerCase(word);
+    if (lower == word) return {};
+    for (const std::string_view keyword : kWords)
+        if (lower == keyword) return fmt::format(", did you mean \"{}\"?", keyword);
+    return {};
+}
 
 Syntax parseExpression(std::string text) {
     Syntax syntax = Parser(text).parse();
@@ -68,7 +86,9 @@ void Parser::fail(size_t at, std::string_view problem) const {
 void Parser::failAtToken(std::string_view needed) const {
     if (fToken.kind == Token::Kind::kEnd)
         fail(fToken.at, fmt::format("the expression ends where {} is needed", needed));
-    fail(fToken.at, fmt::format("{} is needed here", needed));
+    std::string hint = keywordMeant(fPrevious);
+    if (hint.empty()) hint = keywordMeant(fToken.text);
+    fail(fToken.at, fmt::format("{} is needed here{}", needed, hint));
 }
 
 bool Parser::isWord(std::string_view word) const {
@@ -129,6 +149,7 @@ Node Parser::parseNot() {
 
 Node Parser::parseComparison() {
     Node value = parseSum();
+    if (isWord("not")) fail(fToken.at, "\"not\" stands in front, as in: not side in (0, 1)");
     const Token sign = fToken;
     if (takeWord("in")) {
         value = parseIn(std::move(value), sign.at);

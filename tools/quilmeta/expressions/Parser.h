@@ -12,6 +12,9 @@
 
 namespace orbo::Quilmeta {
 
+/// `, did you mean "and"?` for a word of the language in capital letters; empty for all others.
+std::string keywordMeant(std::string_view word);
+
 /// Parses by recursive descent, one function for each rule, loosest operators first.
 class Parser {
   public:
@@ -53,7 +56,10 @@ class Parser {
     void readPart(Node& node);
     Node asOperand(Node node);
 
-    void advance() { fToken = fLexer.next(); }
+    void advance() {
+        fPrevious = fToken.text;
+        fToken = fLexer.next();
+    }
     [[nodiscard]] bool isWord(std::string_view word) const;
     [[nodiscard]] bool isSign(std::string_view sign) const;
     bool takeWord(std::string_view word);
@@ -65,6 +71,7 @@ class Parser {
     const std::string& fText;
     Lexer fLexer;
     Token fToken;
+    std::string_view fPrevious;  ///< the text of the token before
     size_t fDepth = 0;
     Syntax fSyntax;
     std::map<std::string, size_t> fNames;

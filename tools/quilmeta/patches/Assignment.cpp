@@ -194,9 +194,13 @@ void Assignments::calculate(const Target& target, Value* slots) {
             fmt::format("{} is no number: {}= cannot change it", inQuotes(target.name), sign));
     const size_t count = countOf(target);
     const std::vector<std::string_view> operands = words(target.text);
+    if (operands.empty())
+        throw CommandError(
+            fmt::format("{}: a value is missing behind {}=", inQuotes(target.name), sign));
     if (operands.size() != 1 && operands.size() != count)
-        throw CommandError(fmt::format("{} takes 1 operand or {}, but {} were given",
-                                       inQuotes(target.name), count, operands.size()));
+        throw CommandError(fmt::format("{} takes {}, but {} were given", inQuotes(target.name),
+                                       count == 1 ? "1 value" : fmt::format("1 value or {}", count),
+                                       operands.size()));
     for (size_t i = 0; i < count; ++i) {
         const std::string_view word = operands[operands.size() == 1 ? 0 : i];
         Value operand{};

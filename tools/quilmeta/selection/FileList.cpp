@@ -6,6 +6,7 @@
 #include "process/InputText.h"
 #include "process/Messages.h"
 #include "selection/NamePatterns.h"
+#include "values/SafeText.h"
 
 #include <data/Accessor.h>
 #include <fmt/format.h>
@@ -80,6 +81,14 @@ void addList(std::vector<std::string>& names, const std::string& list, char end)
     }
 }
 
+/// Says how to name a file that was taken as an assignment; empty when none was.
+std::string hintAt(const FileArguments& arguments) {
+    const std::string& word = arguments.assignment;
+    if (word.empty()) return {};
+    return fmt::format(": {} is an assignment, a file of that name is {}", inQuotes(word),
+                       inQuotes("./" + word));
+}
+
 }  // namespace
 
 std::vector<std::string> takeAssignments(FileArguments& arguments) {
@@ -91,6 +100,7 @@ std::vector<std::string> takeAssignments(FileArguments& arguments) {
     const auto assignments = std::stable_partition(words.begin(), words.end(), isFile);
     std::vector<std::string> taken(assignments, words.end());
     words.erase(assignments, words.end());
+    if (!taken.empty()) arguments.assignment = taken.front();
     return taken;
 }
 
@@ -99,7 +109,7 @@ std::vector<std::string> filesOf(const FileArguments& arguments) {
     if (arguments.filesFrom) addList(names, *arguments.filesFrom, '\n');
     if (arguments.files0From) addList(names, *arguments.files0From, '\0');
     const bool listed = arguments.filesFrom || arguments.files0From;
-    if (names.empty() && !listed) throw UsageError("no file is given");
+    if (names.empty() && !listed) throw UsageError("no file is given" + hintAt(arguments));
     std::vector<std::string> files;
     FolderWalk walk(arguments, files);
     for (const std::string& name : names) {

@@ -17,6 +17,7 @@ struct FileArguments {
     std::vector<std::string> excludes;      ///< and none of these; folders as well
     std::optional<std::string> filesFrom;   ///< a file with a name on each line; "-" is our input
     std::optional<std::string> files0From;  ///< a file with names that a NUL ends
+    std::string assignment;                 ///< the first word that was taken as an assignment
     size_t jobs = 0;                        ///< files at once; 0 is the number of processors
 
     /// The user gave the name of a single file, and no folder or list that may have others.

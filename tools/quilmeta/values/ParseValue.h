@@ -12,11 +12,11 @@ namespace orbo::Quilmeta {
 
 enum class Parsed { kGood, kMalformed, kOutOfRange };
 
-/// Takes the spellings of truth values that scene files use.
+/// Takes the spellings of truth values that scene files use, and TRUE and FALSE of spreadsheets.
 inline Parsed parseValue(std::string_view text, bool& value) {
-    for (const char* word : {"1", "t", "T", "true", "True"})
+    for (const char* word : {"1", "t", "T", "true", "True", "TRUE"})
         if (text == word) return value = true, Parsed::kGood;
-    for (const char* word : {"0", "f", "F", "false", "False"})
+    for (const char* word : {"0", "f", "F", "false", "False", "FALSE"})
         if (text == word) return value = false, Parsed::kGood;
     return Parsed::kMalformed;
 }
