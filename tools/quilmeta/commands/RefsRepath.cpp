@@ -88,9 +88,7 @@ class RefsRepath : public Command {
                 text += fRepath.apply(*row);
         if (text.empty()) return scene.outcome();
         const bool changed = writeScene(scene, fAccess, output);
-        // A dry run has shown the paths as the difference of the scenes.
-        if (!fAccess.dryRun || fAccess.format != ResultFormat::kText)
-            output.write(safeLine(file) + '\n' + text);
+        output.write(safeLine(file) + '\n' + text);
         output.flush();
         return {scene.outcome(), changed};
     }

@@ -85,7 +85,7 @@ void addList(std::vector<std::string>& names, const std::string& list, char end)
 std::string hintAt(const FileArguments& arguments) {
     const std::string& word = arguments.assignment;
     if (word.empty()) return {};
-    return fmt::format(": {} is an assignment, a file of that name is {}", inQuotes(word),
+    return fmt::format(": {} has a \"=\", a file of that name is {}", inQuotes(word),
                        inQuotes("./" + word));
 }
 
