@@ -54,7 +54,7 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> rest = app.remaining(true);
     const bool wantsCommand = called.get_require_subcommand_min() > 0;
     const bool isMismatch = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
-    const std::string twice = isMismatch ? givenTwice(called) : "";
+    std::string twice = isMismatch ? givenTwice(called) : "";
     if (!twice.empty()) return twice;
     if (rest.empty()) return wantsCommand ? "a command is required" : error.what();
     // CLI11 would only say that a subcommand is missing, even when it does not know the word.
