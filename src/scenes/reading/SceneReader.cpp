@@ -40,7 +40,7 @@ class ReadingVisitor final : public FindingsVisitor {
         return fMet;
     }
 
-    /// Of the records that were met. Empty when the bytes of some were not read.
+    /// Covers the records that were met. Empty when the bytes of some were not read.
     [[nodiscard]] std::optional<std::uint64_t> fingerprint() {
         if (!fFingerprint || fHasSkipped) return std::nullopt;
         if (fKind.traits().lastFirst) fFingerprint->reverse();

@@ -1,4 +1,4 @@
-// What to say when the words of a command line are wrong.
+// Says what is wrong with the words of a command line.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
