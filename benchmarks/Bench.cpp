@@ -84,13 +84,15 @@ void Bench::run() {
     }
 }
 
-void Bench::compare(const std::string& subject, const std::string& ours, const std::string& other,
-                    double allowed) {
+double Bench::compare(const std::string& subject, const std::string& ours, const std::string& other,
+                      double allowed) {
     const Samples& mine = fSamples.at(ours);
     const Samples& theirs = fSamples.at(other);
     Samples ratios;
     for (std::size_t i = 0; i < mine.size(); ++i) ratios.push_back(mine[i] / theirs[i]);
-    row(subject, time(median(mine)), other, time(median(theirs)), median(ratios), allowed);
+    const double ratio = median(ratios);
+    row(subject, time(median(mine)), other, time(median(theirs)), ratio, allowed);
+    return ratio;
 }
 
 void Bench::atMost(const std::string& subject, const std::string& ours, double nanoseconds) {

@@ -54,9 +54,10 @@ class Bench {
     /// A first round warms up and does not count.
     void run();
 
-    /// A row with the times of two contestants; not judged when nothing is allowed.
-    void compare(const std::string& subject, const std::string& ours, const std::string& other,
-                 double allowed = 0);
+    /// A row with the times of two contestants; not judged when nothing is allowed. Returns the
+    /// ratio.
+    double compare(const std::string& subject, const std::string& ours, const std::string& other,
+                   double allowed = 0);
     void atMost(const std::string& subject, const std::string& ours, double nanoseconds);
     /// A row of what was counted instead of timed.
     void count(const std::string& subject, double ours, const std::string& otherName, double other,
@@ -96,7 +97,8 @@ struct Usage {
 Usage usageOf(const std::vector<std::string>& words);
 /// The same for `work` in a process of its own.
 Usage usageOf(const std::function<void()>& work);
-/// The instructions of a program, as valgrind counts them: the same each time.
+/// The instructions of a program, as valgrind counts them: the same each time. Options of callgrind
+/// may stand in front of it.
 double instructionsOf(const std::vector<std::string>& words);
 /// Bytes in use, the allocator's own included.
 double heapBytes();
