@@ -42,6 +42,41 @@ TEST(TextStatement, EscapesAndUnescapesBytes) {
     }
 }
 
+// What stands between the outer quotes of a statement, looked at character by character.
+std::string expected(Kind kind, const std::string& value) {
+    bool quoted = true, endsEarly = false;
+    for (std::size_t at = 0; at < value.size(); ++at) {
+        const char c = value[at], next = at + 1 < value.size() ? value[at + 1] : '\0';
+        const bool closes = kind == Kind::kAssociations || next == ';' || next == ' ';
+        if (quoted && c == '\\') {
+            ++at;
+        } else if (c == '"') {
+            quoted = quoted && !closes;
+            endsEarly = endsEarly || !quoted;
+        } else if (c == ';' && !quoted) {
+            return "several";
+        }
+    }
+    return endsEarly ? "more" : "plain";
+}
+
+TEST(TextStatement, FindsWhereTextEndsEarly) {
+    std::mt19937 random(2);
+    const std::string alphabet = "\\\"; abcdefghijk";
+    for (int round = 0; round < 20000; ++round) {
+        const Kind kind = round % 2 == 0 ? Kind::kStructure : Kind::kAssociations;
+        std::string value(random() % 30, '\0');
+        for (char& c : value) c = alphabet[random() % alphabet.size()];
+        const std::string statement = kind == Kind::kStructure
+                                          ? "dataStructure -fmt \"raw\" -as \"" + value + "\";"
+                                          : "applyMetadata -fmt \"raw\" -v \"" + value + "\" n;";
+        const char* message = nullptr;
+        const auto record = TextStatement::parse(kind, statement, message);
+        const std::string found = !record ? "several" : record->plain ? "plain" : "more";
+        ASSERT_EQ(found, expected(kind, value)) << statement;
+    }
+}
+
 TEST(TextStatement, UnescapesWhatItEscapesWhereverItStands) {
     std::mt19937 random(1);
     const std::string alphabet =

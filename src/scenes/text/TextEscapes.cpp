@@ -17,12 +17,24 @@ constexpr std::string_view kNames = "abtnvfr";
 
 bool isOctal(char c) { return c >= '0' && c <= '7'; }
 
-void appendOctal(std::string& out, char c) {
+char* putOctal(char* to, char c) {
     const auto byte = static_cast<unsigned char>(c);
-    out += '\\';
+    *to++ = '\\';
     for (int shift = 6; shift >= 0; shift -= 3) {
-        out += static_cast<char>('0' + ((byte >> shift) & 7));
+        *to++ = static_cast<char>('0' + ((byte >> shift) & 7));
     }
+    return to;
+}
+
+constexpr std::size_t kLongestEscape = 4;
+
+// Returns the end of the character, escaped where it must be.
+char* putEscaped(char* to, char c) {
+    const bool isNamed = c >= kFirstNamed && c < kFirstNamed + static_cast<int>(kNames.size());
+    if (!isNamed && (static_cast<unsigned char>(c) < 32 || c == 127)) return putOctal(to, c);
+    if (isNamed || c == '\\' || c == '"') *to++ = '\\';
+    *to++ = isNamed ? kNames[static_cast<std::size_t>(c - kFirstNamed)] : c;
+    return to;
 }
 
 // The meaning of each character behind a backslash; most characters mean themselves.
@@ -65,20 +77,27 @@ void movePlain(char*& out, const char*& at, const char* end) {
 }  // namespace
 
 void appendEscaped(std::string& out, std::string_view text) {
+    std::array<char, 4096> buffer;
+    char* const full = buffer.data() + buffer.size() - EightBytes::kSize - kLongestEscape;
+    char* to = buffer.data();
+    const char* const end = text.data() + text.size();
     out.reserve(out.size() + text.size());
-    for (const char c : text) {
-        if (c == '\\' || c == '"') {
-            out += '\\';
-            out += c;
-        } else if (c >= kFirstNamed && c < kFirstNamed + static_cast<int>(kNames.size())) {
-            out += '\\';
-            out += kNames[static_cast<std::size_t>(c - kFirstNamed)];
-        } else if (static_cast<unsigned char>(c) < 32 || c == 127) {
-            appendOctal(out, c);
+    for (const char* at = text.data(); at != end;) {
+        if (EightBytes::kUsable && end - at >= EightBytes::kSize) {
+            const EightBytes bytes(at);
+            bytes.store(to);
+            const int plain = bytes.countBeforeControlOr('\\', '"', '\x7f');
+            to += plain;
+            at += plain;
+            if (plain < EightBytes::kSize) to = putEscaped(to, *at++);
         } else {
-            out += c;
+            to = putEscaped(to, *at++);
         }
+        if (to < full) continue;
+        out.append(buffer.data(), to);
+        to = buffer.data();
     }
+    out.append(buffer.data(), to);
 }
 
 void appendEscapedLines(std::string& out, std::string_view text) {

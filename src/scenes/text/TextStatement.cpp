@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "core/Ascii.h"
+#include "core/EightBytes.h"
 
 namespace orbo::Data::TextStatement {
 
@@ -102,22 +103,27 @@ struct Rest {
     bool endsEarly = false;  // a quote without a backslash ends the text
     bool isSeveral = false;  // a ";" outside of quotes ends the statement
 
-    // Quotes in structure texts are not escaped: only the character behind one tells what it is.
     Rest(Kind kind, std::string_view text) {
+        const char* const end = text.data() + text.size();
         bool quoted = true;
-        for (std::size_t at = 0; at < text.size(); ++at) {
-            const char next = at + 1 < text.size() ? text[at + 1] : '\0';
-            if (quoted && text[at] == '\\') {
-                ++at;
-            } else if (text[at] == '"') {
-                const bool closes =
-                    kind == Kind::kAssociations || next == ';' || Ascii::isBlank(next);
-                quoted = quoted ? !closes : true;
-                endsEarly = endsEarly || !quoted;
-            } else if (!quoted && text[at] == ';') {
+        for (const char* at = text.data();; ++at) {
+            at = quoted ? findAnyOf(at, end, '\\', '"') : findAnyOf(at, end, ';', '"');
+            if (at == end) return;
+            if (*at == '\\') {
+                if (++at == end) return;
+            } else if (*at == ';') {
                 isSeveral = true;
+            } else {
+                quoted = !quoted || !closes(kind, at + 1 == end ? '\0' : at[1]);
+                endsEarly = endsEarly || !quoted;
             }
         }
+    }
+
+  private:
+    // Quotes in structure texts are not escaped: only the character behind one tells what it is.
+    static bool closes(Kind kind, char next) {
+        return kind == Kind::kAssociations || next == ';' || Ascii::isBlank(next);
     }
 };
 

@@ -2,15 +2,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/writing/SceneRewrite.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "files/FileRewrite.h"
+#include "files/UnchangedPages.h"
 
 namespace orbo::Data {
 
 namespace {
 
 using Files::FileRewrite;
+using Files::RewriteRange;
 using Step = FileRewrite::Step;
 
 constexpr const char* kWayOut =
@@ -24,7 +28,7 @@ bool isForbidden(const std::error_code& error) {
 
 std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& rewrite,
                       const std::vector<SceneChange>& changes) {
-    const SceneChange& change = changes.at(outcome.range);
+    const SceneChange& change = changes.at(std::min(outcome.range, changes.size() - 1));
     const std::string reason = ": " + outcome.error.message();
     switch (outcome.failed) {
         case Step::kDone:
@@ -96,18 +100,25 @@ std::string messageOfRefusedUndo(const FileRewrite::Outcome& outcome, const std:
            (isNew ? "finishes the change." : "puts the old content back.");
 }
 
+std::vector<RewriteRange> rangesOf(const std::vector<SceneChange>& changes) {
+    std::vector<RewriteRange> ranges;
+    for (const SceneChange& change : changes) {
+        RewriteRange& range = ranges.emplace_back();
+        range.offset = change.offset;
+        range.oldBytes = change.oldBytes;
+        for (const SceneChange::Piece& piece : change.pieces) {
+            range.pieces.emplace_back(piece.bytes);
+        }
+    }
+    Files::leaveOutUnchanged(ranges);
+    return ranges;
+}
+
 }  // namespace
 
 RewriteResult rewrite(Files::LockedFile& file, const std::vector<SceneChange>& changes,
                       const WritePolicy& policy, RewriteExtent extent, Findings& findings) {
-    std::vector<Files::RewriteRange> ranges;
-    for (const SceneChange& change : changes) {
-        ranges.push_back({change.offset, change.oldBytes, {}});
-        for (const SceneChange::Piece& piece : change.pieces) {
-            ranges.back().pieces.emplace_back(piece.bytes);
-        }
-    }
-    FileRewrite rewrite(file, std::move(ranges), policy.durable);
+    FileRewrite rewrite(file, rangesOf(changes), policy.durable);
     const FileRewrite::Outcome outcome =
         extent == RewriteExtent::kWhole ? rewrite.run() : rewrite.rehearse();
     if (outcome.failed == Step::kDone) return RewriteResult::kDone;
