@@ -81,6 +81,7 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
     RawMessages messages(errors);
     const ReadContext& context = ReadContext::of(in);
     const std::size_t remarksBefore = context.remarks ? context.remarks->count() : 0;
+    const std::size_t streamsBefore = context.outline ? context.outline->streams.size() : 0;
     ValueText::skipBlanks(in);
     for (std::string word, rest;;) {
         ValueText::extractWord(in, word);
@@ -101,6 +102,7 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
         }
     }
     if (context.remarks) context.remarks->nameChannel(remarksBefore, channel->name());
+    if (context.outline) context.outline->nameChannel(streamsBefore, channel->name());
     if (messages.finish(" found, Channel not created") > 0 && !context.partial) return nullptr;
     return channel.release();
 }

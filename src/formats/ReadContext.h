@@ -5,6 +5,7 @@
 #include <istream>
 
 #include "formats/ReaderRemarks.h"
+#include "formats/TextOutline.h"
 #include "streams/IndexTypes.h"
 
 namespace orbo::Data {
@@ -18,6 +19,8 @@ struct ReadContext {
     bool partial = false;
     /// Gets to know what readers accept silently; may be null.
     ReaderRemarks* remarks = nullptr;
+    /// Gets to know where the streams stand in a text that is in memory as a whole; may be null.
+    TextOutline* outline = nullptr;
 
     /// The remarks if they want to hear of that kind, else null.
     [[nodiscard]] ReaderRemarks* listenerFor(ReaderRemarks::Kind kind) const {

@@ -17,6 +17,7 @@
 #include "formats/MemberText.h"
 #include "formats/RawMessages.h"
 #include "formats/StreamTextReader.h"
+#include "formats/WriteContext.h"
 #include "streams/StreamAccess.h"
 #include "streams/StreamImpl.h"
 
@@ -72,7 +73,9 @@ class ElementWriter final : public ElementVisitor {
   public:
     ElementWriter(const StreamSerializerRaw& format, const Stream& stream, std::ostream& out,
                   std::string& errors)
-        : fSerializer(format),
+        : fContext(WriteContext::of(out)),
+          fKept(fContext ? fContext->keptOf(stream) : nullptr),
+          fSerializer(format),
           fStructure(stream.structure()),
           fLayout(StreamAccess::layoutOf(stream)),
           fText(fLayout),
@@ -82,16 +85,31 @@ class ElementWriter final : public ElementVisitor {
           fWriter(out) {}
 
     void visit(unsigned int number, char* chunk) override {
+        if (fKept && isKept()) return;
         fWriter.take(ValueText::put(fWriter.room(ValueText::kNumberRoom), fFormat, number));
         writeValues(chunk);
     }
     void visit(const Index& index, char* chunk) override {
+        if (fKept && isKept()) return;
         fWriter.write(index.asString());
         writeValues(chunk);
     }
     [[nodiscard]] unsigned int errorCount() const { return fErrorCount; }
 
   private:
+    // Writes the old text of a block in place of its first element.
+    bool isKept() {
+        const std::size_t element = fElements++;
+        if (!fKept->keeps(element)) return false;
+        if (element % fKept->blockSize == 0) {
+            const std::string_view block = fKept->blocks[element / fKept->blockSize];
+            const std::size_t begin = fContext->text.size();
+            ValueText::write(fOut, block);
+            fContext->places.emplace_back(begin, begin + block.size());
+        }
+        return true;
+    }
+
     void writeValues(char* chunk) {
         fWriter.write('\n');
         ++fRecord;
@@ -116,6 +134,9 @@ class ElementWriter final : public ElementVisitor {
         fWriter.write('\n');
     }
 
+    WriteContext* const fContext;
+    const KeptText* const fKept;
+    std::size_t fElements = 0;  // counted if there is a kept text
     const StreamSerializerRaw& fSerializer;
     const Structure& fStructure;
     const Layout& fLayout;
@@ -181,13 +202,19 @@ int StreamSerializerRaw::writeMember(Handle& handle, unsigned int record, std::o
 }
 
 int StreamSerializerRaw::write(const Stream& stream, std::ostream& out, std::string& errors) const {
-    ValueText::write(out, keyword(kStreamName) + (" " + stream.name()) + "\n" +
-                              keyword(kIndexType) + " " + stream.indexType() + "\n" +
-                              keyword(kStructure) + " " + stream.structure().name() + "\n");
+    const WriteContext* const context = WriteContext::of(out);
+    const KeptText* const kept = context ? context->keptOf(stream) : nullptr;
+    if (kept) {
+        ValueText::write(out, kept->header);
+    } else {
+        ValueText::write(out, keyword(kStreamName) + (" " + stream.name()) + "\n" +
+                                  keyword(kIndexType) + " " + stream.indexType() + "\n" +
+                                  keyword(kStructure) + " " + stream.structure().name() + "\n");
+    }
     ElementWriter elements(*this, stream, out, errors);
     StreamAccess::visitElements(stream, elements);
     unsigned int count = elements.errorCount();
-    ValueText::write(out, keyword(kEndStream) + std::string("\n"));
+    ValueText::write(out, kept ? kept->end : keyword(kEndStream) + std::string("\n"));
     std::string own;
     if (out.fail()) {
         own = "Error in stream while writing.\n";

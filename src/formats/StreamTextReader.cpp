@@ -51,10 +51,12 @@ StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
       fMembers(in, MemberTextReader::Messages::kCountOnly,
                fContext.partial ? MemberTextReader::AfterBadNumber::kSkipWord
                                 : MemberTextReader::AfterBadNumber::kStop),
+      fOutline(fContext.outline),
       fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
 
 std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     std::unique_ptr<Stream> stream;
+    fOutline.begin(left());
     ValueText::skipBlanks(fIn);
     if (fIn.good()) {
         readHeader();
@@ -69,6 +71,7 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     }
     if (fIn.bad()) report("Error in stream while reading.");
     if (fErrorCount == 0) {
+        fOutline.end(fName, left());
         if (fReadAMember) errors.clear();
         return stream;
     }
@@ -78,7 +81,10 @@ std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
     return stream;
 }
 
+std::size_t StreamTextReader::left() const { return GetArea::of(*fIn.rdbuf()).size(); }
+
 bool StreamTextReader::nextLine() {
+    if (fOutline.isNeeded()) fLeftAtLine = left();
     if (!ValueText::readLine(fIn, fLine)) return false;
     fTrimmed = Ascii::trim(fLine);
     return true;
@@ -155,12 +161,13 @@ void StreamTextReader::readElements(Stream& stream) {
     }
     while (fHasIndexLine || nextIndexLine()) {
         fHasIndexLine = false;
-        if (fTrimmed == fWords.end) return;
+        if (fTrimmed == fWords.end) break;
         readElement(stream);
         if (fPlainText && (fErrorCount == 0 || fContext.partial) && fIn.good()) {
             readPlainElements(stream);
         }
     }
+    fOutline.endElements(fLeftAtLine);
 }
 
 // The fast path: a number on one line and values on the next, both in the buffer. Stop at the first
@@ -180,6 +187,7 @@ void StreamTextReader::readPlainElements(Stream& stream) {
         char* const chunk = places->place(number);
         const char* const end = chunk ? fPlainText->read(indexEnd + 1, last, chunk) : nullptr;
         if (!end) break;
+        fOutline.add(number, static_cast<std::size_t>(last - next));
         next = end;
         ++fRecord;
         fReadAMember = true;
@@ -199,6 +207,7 @@ bool StreamTextReader::nextIndexLine() {
 void StreamTextReader::readElement(Stream& stream) {
     std::optional<Index> index = takeIndex();
     if (index) {
+        notePlace(*index);
         readValues(*index);
         if (fErrorCount == 0 && !fChunk->isWhole()) reportTooShort();
         if (fErrorCount == 0) remarkOn(stream, *index);
@@ -214,6 +223,14 @@ void StreamTextReader::readElement(Stream& stream) {
         store(stream, index);
     } else {
         fChunk->clear();
+    }
+}
+
+void StreamTextReader::notePlace(const Index& index) {
+    if (index.complexIndex()) {
+        fOutline.add(fLeftAtLine);
+    } else {
+        fOutline.add(index.index(), fLeftAtLine);
     }
 }
 

@@ -15,6 +15,7 @@
 #include "formats/ElementChunk.h"
 #include "formats/ElementText.h"
 #include "formats/MemberText.h"
+#include "formats/OutlineBuilder.h"
 #include "formats/ReadContext.h"
 #include "formats/TextPlace.h"
 #include "streams/IndexTypes.h"
@@ -43,6 +44,7 @@ class StreamTextReader {
     enum class Line { kHeader, kBadHeader, kIndex };
 
     bool nextLine();
+    [[nodiscard]] std::size_t left() const;
     void readHeader();
     Line takeHeaderLine();
     Line takeIndexType(const std::string& typeName);
@@ -54,6 +56,7 @@ class StreamTextReader {
     void readPlainElements(Stream& stream);
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
+    void notePlace(const Index& index);
     void remarkOn(const Stream& stream, const Index& index);
     [[nodiscard]] TextPlace placeOf(const Index& index) const;
     void remarkOnNotFinite(const Member& member, const Index& index);
@@ -70,8 +73,10 @@ class StreamTextReader {
     const Keywords fWords;
     MemberTextReader fMembers;
 
-    std::string fLine;          // as read
-    std::string_view fTrimmed;  // the line without blanks at its ends
+    OutlineBuilder fOutline;
+    std::size_t fLeftAtLine = 0;  // how much text was left where the line begins
+    std::string fLine;            // as read
+    std::string_view fTrimmed;    // the line without blanks at its ends
 
     std::string fName;
     IndexTypes::Maker fMakeIndex;

@@ -211,7 +211,8 @@ bool SceneAccessor::State::write(RewriteExtent extent, Findings& findings, Findi
                              "Could not write " + fileName + ": the last read of it failed.");
     }
     const WritePolicy policy = owner.writePolicy();
-    const bool unedited = isUnedited(owner, snapshot);
+    ModelDigests digests;
+    const bool unedited = isUnedited(owner, snapshot, digests);
     const Use changing = policy.durable ? Use::kWrite : Use::kWriteInPlace;
     const auto opening = open(fileName, unedited ? Use::kRead : changing);
     findings.add(opening.file ? Code::kFileNote : Code::kWriteFailed, opening.notes);
@@ -222,7 +223,7 @@ bool SceneAccessor::State::write(RewriteExtent extent, Findings& findings, Findi
                                  : opening.problem);
     }
     if (unedited) return recognise(opening.file->file(), findings);
-    SceneWriter writer(*kind, owner, snapshot, {policy, owner.readPolicy(), false});
+    SceneWriter writer(*kind, owner, snapshot, digests, {policy, owner.readPolicy(), false});
     const bool done = writeComposed(writer, *opening.file, extent, findings);
     if (done) notes = std::move(writer.notes());
     return done;
@@ -259,7 +260,10 @@ bool SceneAccessor::isFileSupported(const std::string& fileName) const {
     return opening.file && fState->recognise(opening.file->file(), ignored);
 }
 
-bool SceneAccessor::isEdited() const { return !isUnedited(*this, fState->snapshot); }
+bool SceneAccessor::isEdited() const {
+    ModelDigests digests;
+    return !isUnedited(*this, fState->snapshot, digests);
+}
 
 bool SceneAccessor::readImplementation(const std::set<std::string>* structureNames,
                                        const std::set<std::string>* associationNames,

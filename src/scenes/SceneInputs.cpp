@@ -25,6 +25,31 @@ std::optional<Files::FileStatus> FileOfInput::status() {
     return status;
 }
 
+bool TailInput::seek(std::uint64_t offset) {
+    fPosition = offset;
+    const bool isInTail = !fTail.empty() && offset >= fBegin;
+    if (isInTail && offset - fBegin <= fTail.size()) return true;
+    return fInput.seek(offset);
+}
+
+std::optional<std::size_t> TailInput::read(char* to, std::size_t count) {
+    std::size_t total = 0;
+    if (fPosition < fBegin || fTail.empty()) {
+        const std::uint64_t most = fTail.empty() ? count : fBegin - fPosition;
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count, most));
+        const auto got = fInput.read(to, wanted);
+        if (!got) return std::nullopt;
+        total = *got;
+        fPosition += total;
+        if (total < wanted || total == count) return total;
+    }
+    const auto inside = static_cast<std::size_t>(fPosition - fBegin);
+    const std::size_t copied =
+        fTail.copy(to + total, count - total, std::min(inside, fTail.size()));
+    fPosition += copied;
+    return total + copied;
+}
+
 ChangedInput::ChangedInput(SceneInput& input, std::uint64_t size,
                            const std::vector<SceneChange>& changes)
     : fInput(input) {

@@ -6,6 +6,7 @@
 #include <data/SceneKind.h>
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -43,6 +44,24 @@ class FileOfInput final : public Files::ReadOnlyFile {
 
   private:
     SceneInput& fInput;
+};
+
+/// An input whose end is in memory already. Input and bytes outlive it; the bytes are those from
+/// `begin` to the end, and may be replaced as long as `begin` is, too.
+class TailInput final : public SceneInput {
+  public:
+    TailInput(SceneInput& input, const std::uint64_t& begin, const std::string& tail)
+        : fInput(input), fBegin(begin), fTail(tail) {}
+
+    [[nodiscard]] std::optional<std::uint64_t> size() override { return fInput.size(); }
+    [[nodiscard]] bool seek(std::uint64_t offset) override;
+    [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override;
+
+  private:
+    SceneInput& fInput;
+    const std::uint64_t& fBegin;
+    const std::string& fTail;
+    std::uint64_t fPosition = 0;
 };
 
 /// A file as it will be when changes have been made. Input and changes outlive it.

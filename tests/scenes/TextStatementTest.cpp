@@ -51,7 +51,7 @@ std::string expected(Kind kind, const std::string& value) {
         if (quoted && c == '\\') {
             ++at;
         } else if (c == '"') {
-            quoted = quoted && !closes;
+            quoted = !quoted || !closes;
             endsEarly = endsEarly || !quoted;
         } else if (c == ';' && !quoted) {
             return "several";

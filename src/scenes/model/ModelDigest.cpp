@@ -4,11 +4,12 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "core/DataTypes.h"
 #include "core/KeyedHash.h"
 #include "core/Layout.h"
+#include "formats/TextOutline.h"
 #include "streams/StreamAccess.h"
 #include "streams/StreamImpl.h"
 
@@ -16,24 +17,41 @@ namespace orbo::Data {
 
 namespace {
 
-/// Adds the elements of one stream to a hash.
+/// Hashes the elements of one stream, block by block.
 class ElementHash final : public ElementVisitor {
   public:
-    ElementHash(const Layout& layout, KeyedHash& hash) : fHash(hash) {
+    explicit ElementHash(const Layout& layout) {
         for (const Member& member : layout.members()) addSpan(member);
     }
 
     void visit(unsigned int number, char* chunk) override {
+        begin();
         fHash.add(std::uint64_t{number});
         addChunk(chunk);
     }
     void visit(const Index& index, char* chunk) override {
+        begin();
         fHash.add(index.typeName());
         fHash.add(index.asString());
         addChunk(chunk);
     }
 
+    /// One for each block of elements.
+    std::vector<std::uint64_t> values() {
+        if (fInBlock > 0) fBlocks.push_back(fHash.value());
+        return std::move(fBlocks);
+    }
+
   private:
+    void begin() {
+        if (fInBlock == StreamOutline::kBlock) {
+            fBlocks.push_back(fHash.value());
+            fHash = KeyedHash();
+            fInBlock = 0;
+        }
+        ++fInBlock;
+    }
+
     enum class Kind { kBytes, kBooleans, kStrings };
     /// A run of values in a chunk that are hashed in the same way.
     struct Span {
@@ -80,11 +98,14 @@ class ElementHash final : public ElementVisitor {
         }
     }
 
-    KeyedHash& fHash;
+    KeyedHash fHash;
+    std::size_t fInBlock = 0;
+    std::vector<std::uint64_t> fBlocks;
     std::vector<Span> fSpans;
 };
 
-void add(KeyedHash& hash, const Stream& stream) {
+StreamDigest digestOf(const Stream& stream) {
+    KeyedHash hash;
     hash.add(stream.name());
     hash.add(stream.indexType());
     hash.add(std::string_view(stream.structure().name()));
@@ -95,22 +116,35 @@ void add(KeyedHash& hash, const Stream& stream) {
         hash.add(static_cast<std::uint64_t>(member.type()));
         hash.add(std::uint64_t{member.length()});
     }
-    hash.add(std::uint64_t{stream.elementCount()});
-    ElementHash elements(StreamAccess::layoutOf(stream), hash);
+    ElementHash elements(StreamAccess::layoutOf(stream));
     StreamAccess::visitElements(stream, elements);
+    return {hash.value(), elements.values()};
 }
 
 }  // namespace
 
-std::uint64_t digestOf(const Associations& associations) {
+const NodeDigest& ModelDigests::of(const Associations& associations) {
+    const auto [known, isNew] = fKnown.try_emplace(&associations);
+    if (isNew) known->second = digestOf(associations);
+    return known->second;
+}
+
+NodeDigest digestOf(const Associations& associations) {
+    NodeDigest digest;
     KeyedHash hash;
     for (const Channel& channel : associations) {
         if (channel.empty()) continue;
         hash.add(channel.name());
         hash.add(std::uint64_t{channel.dataStreamCount()});
-        for (const Stream& stream : channel) add(hash, stream);
+        for (const Stream& stream : channel) {
+            digest.streams.push_back(digestOf(stream));
+            hash.add(digest.streams.back().header);
+            hash.add(std::uint64_t{stream.elementCount()});
+            for (const std::uint64_t block : digest.streams.back().blocks) hash.add(block);
+        }
     }
-    return hash.value();
+    digest.value = hash.value();
+    return digest;
 }
 
 }  // namespace orbo::Data

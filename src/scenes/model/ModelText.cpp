@@ -7,6 +7,7 @@
 
 #include <ostream>
 #include <streambuf>
+#include <utility>
 
 #include "core/ValueText.h"
 #include "scenes/model/ModelPlace.h"
@@ -47,17 +48,25 @@ std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findin
 
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, Findings& findings) {
+    auto made = recordOf(node, associations, {}, exactNumbers, findings);
+    return made ? std::make_optional(std::move(made->record)) : std::nullopt;
+}
+
+std::optional<KeptRecord> recordOf(const std::string& node, const Associations& associations,
+                                   KeptTexts kept, bool exactNumbers, Findings& findings) {
     const AssociationsSerializerRaw& format = AssociationsSerializerRaw::theFormat();
     SceneRecord record{SceneRecord::Kind::kAssociations, format.formatType(), node, {}};
     AppendingBuffer buffer(record.text);
     std::ostream out(&buffer);
     ValueText::setExactNumbers(out, exactNumbers);
+    WriteContext context{record.text, std::move(kept)};
+    context.attachTo(out);
     std::string messages;
     if (format.write(associations, out, messages) != 0 || !out) {
         findings.add(Finding::Code::kWriteFailed, messages, record);
         return std::nullopt;
     }
-    return record;
+    return KeptRecord{std::move(record), std::move(context.places)};
 }
 
 }  // namespace orbo::Data

@@ -6,9 +6,14 @@
 #include <data/SceneRecord.h>
 #include <data/Structure.h>
 
+#include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "formats/WriteContext.h"
 #include "scenes/Findings.h"
 
 namespace orbo::Data {
@@ -18,5 +23,14 @@ namespace orbo::Data {
 std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findings);
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, Findings& findings);
+
+/// A text that took over what was kept.
+struct KeptRecord {
+    SceneRecord record;
+    /// Where the kept parts stand in the text.
+    std::vector<std::pair<std::size_t, std::size_t>> places;
+};
+std::optional<KeptRecord> recordOf(const std::string& node, const Associations& associations,
+                                   KeptTexts kept, bool exactNumbers, Findings& findings);
 
 }  // namespace orbo::Data

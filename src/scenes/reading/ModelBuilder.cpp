@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <tuple>
 #include <utility>
 
 #include "formats/RawScan.h"
@@ -33,6 +34,24 @@ Finding::Code codeOf(ReaderRemarks::Kind kind) {
         default:
             return Finding::Code::kTextPassedOver;
     }
+}
+
+// False when the text does not have each stream exactly once, as when one replaced another.
+bool sortLikeModel(std::vector<StreamOutline>& outlines, const Associations& associations) {
+    std::sort(outlines.begin(), outlines.end(), [](const auto& left, const auto& right) {
+        return std::tie(left.channel, left.stream) < std::tie(right.channel, right.stream);
+    });
+    auto outline = outlines.begin();
+    for (const Channel& channel : associations) {
+        for (const Stream& stream : channel) {
+            if (outline == outlines.end() || outline->channel != channel.name() ||
+                outline->stream != stream.name()) {
+                return false;
+            }
+            ++outline;
+        }
+    }
+    return outline == outlines.end();
 }
 
 }  // namespace
@@ -74,13 +93,15 @@ std::uint64_t ModelBuilder::nextRank() {
 }
 
 template <typename Read>
-auto ModelBuilder::read(const Read& reader, const SceneRecord& record, std::uint64_t rank) {
+auto ModelBuilder::read(const Read& reader, const SceneRecord& record, std::uint64_t rank,
+                        TextOutline* outline) {
     using Code = Finding::Code;
     using Detail = ReaderRemarks::Detail;
     Findings findings;
     ReaderRemarks remarks(fRequest.isCheck ? Detail::kAll : Detail::kNormal);
     ReadContext context;
     context.remarks = &remarks;
+    context.outline = outline;
     if (fRequest.policy.unknownIndexTypesAsText) {
         context.unknownIndexTypes = IndexTypes::Unknown::kAsText;
     }
@@ -178,10 +199,13 @@ void ModelBuilder::registerStructure(const ParsedStructure& parsed, ReadSnapshot
 bool ModelBuilder::build(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
                          ReadSnapshot& snapshot) {
     const SceneRecord& record = unread.record;
+    TextOutline outline{record.text.size()};
+    TextOutline* const wanted = fRequest.keepsOutlines ? &outline : nullptr;
     if (map.count(record.name) > 0) {
         addRepeated(unread);
-    } else if (const auto associations = read(readAssociations, record, unread.rank)) {
+    } else if (const auto associations = read(readAssociations, record, unread.rank, wanted)) {
         map.emplace(record.name, *associations);
+        if (wanted) snapshot.texts[record.name].streams = std::move(outline.streams);
         if (fRequest.isCheck) snapshot.associationPlaces.emplace(record.name, record.place);
     } else {
         snapshot.unreadable.add(record);
@@ -203,7 +227,7 @@ void ModelBuilder::buildPart(const UnreadAssociations& unread, Accessor::Associa
     const auto part = readAssociations(record, context, known);
     if (!part || part->empty()) return;
     map.emplace(record.name, *part);
-    snapshot.partialNodes.emplace(record.name, digestOf(*part));
+    snapshot.partialNodes.emplace(record.name, digestOf(*part).value);
     Findings findings;
     findings.add(Finding::Code::kNodePartial,
                  "Only a part of this node was read; it cannot be changed.", record);
@@ -242,7 +266,15 @@ ReadSnapshot ModelBuilder::build(Accessor::AssociationsMap& map, Findings& findi
         }
     }
     for (const auto& [name, associations] : map) {
-        snapshot.associations.emplace(name, digestOf(associations));
+        NodeDigest digest = digestOf(associations);
+        snapshot.associations.emplace(name, digest.value);
+        const auto text = snapshot.texts.find(name);
+        if (text == snapshot.texts.end()) continue;
+        if (sortLikeModel(text->second.streams, associations)) {
+            text->second.digests = std::move(digest.streams);
+        } else {
+            snapshot.texts.erase(text);
+        }
     }
     for (; !fUnreadable.empty(); fUnreadable.pop_front()) {
         buildPart(fUnreadable.front(), map, snapshot);

@@ -37,6 +37,8 @@ class ModelBuilder {
         bool strikesOff = false;
         /// Also finds what readers accept silently, and reads what no model needs.
         bool isCheck = false;
+        /// The next write may take over texts.
+        bool keepsOutlines = false;
         ReadPolicy policy = {};
     };
 
@@ -75,7 +77,8 @@ class ModelBuilder {
     /// The next record's place in the order of findings.
     [[nodiscard]] std::uint64_t nextRank();
     template <typename Read>
-    auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank);
+    auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank,
+              TextOutline* outline = nullptr);
     void addRepeated(const UnreadAssociations& repeated);
 
     /// Whether the last of several records of a name counts, instead of the first.

@@ -12,9 +12,12 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "core/Layout.h"
 #include "files/File.h"
+#include "formats/TextOutline.h"
+#include "scenes/model/ModelDigest.h"
 
 namespace orbo::Data {
 
@@ -53,6 +56,23 @@ struct ReadSnapshot {
     /// How many of the last records in the file a read met that ended early. The fingerprint covers
     /// only these.
     std::optional<std::size_t> recordsMet;
+
+    /// Where the texts of a node's streams stand in the text of its record, by channel and stream,
+    /// with digests of what was read from each.
+    struct NodeText {
+        std::vector<StreamOutline> streams;
+        std::vector<StreamDigest> digests;
+    };
+    std::map<std::string, NodeText> texts;
+    /// All records of the file, in order, if the fingerprint covers them.
+    struct Record {
+        std::string node;  // empty for structures, too
+        bool understood = false;
+        bool plain = true;
+    };
+    std::vector<Record> records;
+    /// Where the metadata begins, if that is known.
+    std::optional<std::uint64_t> begin;
 
     /// Where a check found the records.
     std::map<std::string, FilePlace> structurePlaces;

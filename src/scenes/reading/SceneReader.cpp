@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/reading/SceneReader.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "scenes/CheckedKind.h"
 #include "scenes/FindingsVisitor.h"
@@ -56,6 +58,7 @@ class ReadingVisitor final : public FindingsVisitor {
     }
     void forget() override {
         fMet = 0;
+        fRecords.clear();
         if (fFingerprint) fFingerprint->clear();
         fBuilder.discard();
     }
@@ -68,13 +71,28 @@ class ReadingVisitor final : public FindingsVisitor {
         takeFingerprint(range, bytes);
         Finding problem;
         auto record = fKind.parse(range, std::move(bytes), fNodes, problem);
+        noteRecord(record);
         if (!record) return rejected(range, std::move(problem));
         record->place = placeOf(range);
         if (fBuilder.wants(*record)) fBuilder.add(std::move(*record));
         return true;
     }
 
+    /// In the order of the file.
+    [[nodiscard]] std::vector<ReadSnapshot::Record> records() {
+        if (fKind.traits().lastFirst) std::reverse(fRecords.begin(), fRecords.end());
+        return std::move(fRecords);
+    }
+
   private:
+    void noteRecord(const std::optional<SceneRecord>& record) {
+        if (!fFingerprint) return;
+        ReadSnapshot::Record& noted = fRecords.emplace_back();
+        if (!record) return;
+        noted.understood = true;
+        noted.plain = record->plain;
+        if (record->kind == SceneRecord::Kind::kAssociations) noted.node = record->name;
+    }
     void takeFingerprint(const SceneRecordRange& range, const std::string& bytes) {
         if (!range.closed) fFingerprint.reset();
         if (fFingerprint) fFingerprint->add(bytes);
@@ -107,6 +125,7 @@ class ReadingVisitor final : public FindingsVisitor {
     const std::set<std::string>* fNodes;
     ModelBuilder& fBuilder;
     std::optional<Fingerprint> fFingerprint;
+    std::vector<ReadSnapshot::Record> fRecords;
     std::size_t fMet = 0;
     mutable bool fHasSkipped = false;
 };
@@ -118,6 +137,7 @@ std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
                                       Findings& findings, bool takesFingerprint) {
     using Purpose = SceneVisitor::Purpose;
     request.lastFirst = kind.traits().lastFirst;
+    request.keepsOutlines = takesFingerprint;
     ModelBuilder builder(request);
     ReadingVisitor visitor(request.isCheck ? Purpose::kCheck : Purpose::kRead, kind, input,
                            request.associationNames, builder, takesFingerprint, findings);
@@ -128,6 +148,10 @@ std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
     if (end == SceneKind::ScanEnd::kStopped) snapshot.recordsMet = visitor.met();
     if (end == SceneKind::ScanEnd::kComplete || snapshot.recordsMet)
         snapshot.fingerprint = visitor.fingerprint();
+    if (end == SceneKind::ScanEnd::kComplete && snapshot.fingerprint) {
+        snapshot.records = visitor.records();
+        snapshot.begin = layout->begin;
+    }
     return snapshot;
 }
 

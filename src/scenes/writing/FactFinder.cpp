@@ -62,7 +62,9 @@ std::optional<SceneRecord> FactFinder::parse(std::size_t number) const {
 
 // Structures first: what the nodes mean depends on them.
 void FactFinder::addRecords() {
+    const bool knowsNodes = addAsRead();
     for (const Kind kind : {Kind::kStructure, Kind::kAssociations}) {
+        if (kind == Kind::kAssociations && knowsNodes) break;
         for (std::size_t number = 0; number < fRecords.size(); ++number) {
             SceneLayout::Item& item = fSources.layout.records[number];
             if (item.range.kind != kind) continue;
@@ -77,6 +79,48 @@ void FactFinder::addRecords() {
             kind == Kind::kStructure ? addStructure(number, *record) : addNode(number, *record);
         }
     }
+}
+
+// What the last read found out about nodes still holds for a file that has not changed.
+bool FactFinder::addAsRead() {
+    const std::vector<ReadSnapshot::Record>& read = fSources.snapshot.records;
+    if (!fSources.isAsRead || read.size() != fRecords.size()) return false;
+    for (std::size_t number = 0; number < fRecords.size(); ++number) {
+        SceneLayout::Item& item = fSources.layout.records[number];
+        if (item.range.kind != Kind::kAssociations) continue;
+        RecordFacts& facts = fRecords[number];
+        facts.kind = Kind::kAssociations;
+        facts.place = {item.range.begin, item.range.tag};
+        item.understood = read[number].understood;
+        facts.text = item.understood ? Text::kNotTried : Text::kNotUnderstood;
+        if (!item.understood) continue;
+        facts.name = read[number].node;
+        facts.plain = read[number].plain;
+        ReadRecords& records = fReadRecords[facts.name];
+        ++records.count;
+        records.last = number;
+    }
+    for (RecordFacts& facts : fRecords) {
+        const bool isNode = facts.kind == Kind::kAssociations && facts.text == Text::kNotTried;
+        if (!isNode || !isAsRead(facts.name)) continue;
+        facts.text = Text::kReadable;
+        const Associations* const entry = fSources.model.entry(facts.name);
+        facts.sameAsModel = entry && isUnedited(facts.name);
+    }
+    return true;
+}
+
+// The only record of the node was read without a fault, so that the digest is one of its text.
+bool FactFinder::isAsRead(const std::string& node) const {
+    const auto records = fReadRecords.find(node);
+    const auto digest = fSources.snapshot.associations.find(node);
+    return records != fReadRecords.end() && records->second.count == 1 &&
+           digest != fSources.snapshot.associations.end() && digest->second;
+}
+
+std::optional<SceneRecord> FactFinder::recordReadAs(const std::string& node) const {
+    if (!isAsRead(node)) return std::nullopt;
+    return parse(fReadRecords.at(node).last);
 }
 
 void FactFinder::addStructure(std::size_t number, const SceneRecord& record) {
@@ -122,7 +166,7 @@ void FactFinder::addSnapshot() {
     for (const auto& node : snapshot.associations) fRead.nodes[node.first];
     for (const auto& [name, digest] : snapshot.partialNodes) {
         const Associations* const entry = fSources.model.entry(name);
-        fRead.partialNodes.emplace(name, !entry || digestOf(*entry) != digest);
+        fRead.partialNodes.emplace(name, !entry || fSources.digests.of(*entry).value != digest);
     }
 }
 
@@ -187,7 +231,7 @@ bool FactFinder::isUnedited(const std::string& node) const {
     const auto taken = fSources.snapshot.associations.find(node);
     const Associations* const entry = fSources.model.entry(node);
     return entry && taken != fSources.snapshot.associations.end() && taken->second &&
-           *taken->second == digestOf(*entry);
+           *taken->second == fSources.digests.of(*entry).value;
 }
 
 std::vector<StructureUse> FactFinder::usesOfRecord(std::size_t number,

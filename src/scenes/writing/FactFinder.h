@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "core/StructureRegistry.h"
+#include "scenes/model/ModelDigest.h"
 #include "scenes/reading/ReadSnapshot.h"
 #include "scenes/writing/Merge.h"
 #include "scenes/writing/WrittenModel.h"
@@ -33,7 +35,9 @@ class FactFinder {
         const WrittenModel& model;
         const ReadSnapshot& snapshot;
         const ReadPolicy& policy;
+        ModelDigests& digests;
         bool exactNumbers;
+        bool isAsRead;  // the file still has what the snapshot was taken of
     };
 
     /// Finds what costs little: the structures, and the names of the nodes. All that `sources`
@@ -50,6 +54,9 @@ class FactFinder {
     }
     /// The associations that `plan` tried to read in vain, for the next snapshot.
     UnreadableRecords& unreadable() { return fUnreadable; }
+    /// The text that the node was read from. Empty when it is not known which record that was, or
+    /// when the file has changed since.
+    [[nodiscard]] std::optional<SceneRecord> recordReadAs(const std::string& node) const;
 
   private:
     using Fact = Merge::Question::Fact;
@@ -59,6 +66,8 @@ class FactFinder {
     void addRecords();
     void addStructure(std::size_t number, const SceneRecord& record);
     void addNode(std::size_t number, const SceneRecord& record);
+    bool addAsRead();
+    [[nodiscard]] bool isAsRead(const std::string& node) const;
     void addModel();
     void addSnapshot();
     void answer(const Merge::Question& question, const Merge::Plan& plan);
@@ -76,6 +85,11 @@ class FactFinder {
     std::vector<RefPtr<Structure>> fStructures;  // by record; null for all others
     Merge::ReadFacts fRead;
     Merge::ModelFacts fModel;
+    struct ReadRecords {
+        std::size_t count = 0;
+        std::size_t last = 0;
+    };
+    std::map<std::string, ReadRecords> fReadRecords;        // by node, of a file that is as read
     std::set<std::string> fTriedWithModel;                  // names of nodes
     std::optional<std::set<std::string>> fModelStructures;  // bytes, as the file would have them
     UnreadableRecords fUnreadable;

@@ -68,7 +68,8 @@ unsigned int nonEmptyChannels(const Associations& associations) {
 /// Finds the first place where two states of a node differ.
 class NodeCompare {
   public:
-    explicit NodeCompare(WrittenModel::Node node) : fNode(node) {}
+    explicit NodeCompare(WrittenModel::Node node, const KeptTexts* kept = nullptr)
+        : fNode(node), fKept(kept) {}
 
     bool compare(const Associations& readBack) {
         unsigned int channels = 0;
@@ -92,20 +93,30 @@ class NodeCompare {
 
   private:
     bool compare(const Channel& channel, const Stream& stream, const Stream& other) {
+        const KeptText* const kept = keptOf(stream);
         if (stream.indexType() != other.indexType() || stream.structure() != other.structure() ||
-            stream.elementCount() != other.elementCount()) {
+            (!kept && stream.elementCount() != other.elementCount())) {
             return failAt({*fNode.name, &channel, &stream});
         }
         StreamIterator theirs = other.cbegin();
-        for (StreamIterator ours = stream.cbegin(), end = stream.cend(); ours != end;
-             ++ours, ++theirs) {
+        std::size_t number = 0;
+        for (StreamIterator ours = stream.cbegin(), end = stream.cend(); ours != end; ++ours) {
+            if (kept && kept->keeps(number++)) continue;
             const Index index = ours.index();
             const bool sameIndex = theirs.valid() && theirs.index() == index;
             const char* member = sameIndex ? differingMember(*ours, *theirs) : nullptr;
-            if (sameIndex && !member) continue;
-            return failAt({*fNode.name, &channel, &stream, &index, member});
+            if (!sameIndex || member) {
+                return failAt({*fNode.name, &channel, &stream, &index, member});
+            }
+            ++theirs;
         }
-        return true;
+        return !theirs.valid() || failAt({*fNode.name, &channel, &stream});
+    }
+
+    [[nodiscard]] const KeptText* keptOf(const Stream& stream) const {
+        if (!fKept) return nullptr;
+        const auto found = fKept->find(&stream);
+        return found == fKept->end() ? nullptr : &found->second;
     }
 
     bool failAt(const ModelPlace::Spot& spot) {
@@ -116,6 +127,7 @@ class NodeCompare {
     }
 
     const WrittenModel::Node fNode;
+    const KeptTexts* const fKept;
     std::optional<Finding> fDifference;
 };
 
@@ -130,6 +142,13 @@ Finding withMessage(std::string message) {
 bool isSame(const Associations& left, const Associations& right) {
     const std::string name;
     return NodeCompare({&name, &left}).compare(right);
+}
+
+std::optional<Finding> differenceOf(const WrittenModel::Node& node, const KeptTexts& kept,
+                                    const Associations& readBack) {
+    NodeCompare comparison(node, &kept);
+    comparison.compare(readBack);
+    return std::move(comparison.difference());
 }
 
 std::optional<Finding> differenceOf(const WrittenModel& model,

@@ -7,6 +7,7 @@
 
 #include <optional>
 
+#include "formats/WriteContext.h"
 #include "scenes/writing/WrittenModel.h"
 
 namespace orbo::Data {
@@ -20,5 +21,8 @@ bool isSame(const Associations& left, const Associations& right);
 /// kind of storage are ignored, numbers are compared bit by bit.
 std::optional<Finding> differenceOf(const WrittenModel& model,
                                     const Accessor::AssociationsMap& readBack);
+/// The same for one node, of which everything was read back but the elements that `kept` has.
+std::optional<Finding> differenceOf(const WrittenModel::Node& node, const KeptTexts& kept,
+                                    const Associations& readBack);
 
 }  // namespace orbo::Data

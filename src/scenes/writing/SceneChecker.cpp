@@ -177,7 +177,8 @@ void checkRewrite(const SceneKind& kind, const Accessor& accessor, const ReadSna
     const bool isKnown = std::any_of(found.begin(), found.end(), refusesRewrite);
     // Don't report a refusal twice.
     if (refusals.all().empty() && !isKnown) {
-        SceneWriter writer(kind, accessor, snapshot, {policy, {true}, true});
+        ModelDigests digests;
+        SceneWriter writer(kind, accessor, snapshot, digests, {policy, {true}, true});
         Findings problems;
         if (!writer.compose(file, problems)) {
             for (Finding problem : problems.all()) addRefusal(std::move(problem), {}, refusals);

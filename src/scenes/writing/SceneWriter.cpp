@@ -6,14 +6,16 @@
 #include <cstddef>
 #include <utility>
 
+#include "core/KeyedHash.h"
 #include "core/StructureRegistry.h"
 #include "scenes/CheckedKind.h"
 #include "scenes/LayoutScan.h"
 #include "scenes/SceneInputs.h"
-#include "scenes/model/ModelDigest.h"
 #include "scenes/model/ModelPlace.h"
 #include "scenes/model/ModelText.h"
+#include "scenes/reading/RecordReader.h"
 #include "scenes/reading/SceneReader.h"
+#include "scenes/writing/KeptTexts.h"
 #include "scenes/writing/ModelCheck.h"
 #include "scenes/writing/ModelCompare.h"
 
@@ -47,13 +49,27 @@ std::set<std::string> madeNew(const Merge::Plan& plan, SceneRecord::Kind kind) {
     return names;
 }
 
+bool holds(SceneInput& input, const SceneRecordRange& range, std::string_view bytes) {
+    constexpr std::size_t kPiece = 64 * 1024;
+    if (range.end - range.begin != bytes.size()) return false;
+    for (std::uint64_t at = range.begin; !bytes.empty();) {
+        const std::string_view expected = bytes.substr(0, kPiece);
+        if (input.bytes(at, expected.size()) != expected) return false;
+        at += expected.size();
+        bytes.remove_prefix(expected.size());
+    }
+    return true;
+}
+
 }  // namespace
 
 SceneWriter::SceneWriter(const SceneKind& kind, const Accessor& accessor,
-                         const ReadSnapshot& snapshot, const Settings& settings)
+                         const ReadSnapshot& snapshot, ModelDigests& digests,
+                         const Settings& settings)
     : fKind(kind),
       fSnapshot(snapshot),
       fSettings(settings),
+      fDigests(digests),
       fModel(accessor, snapshot, settings.policy.addMissingStructures),
       fWritten(fModel.snapshot()) {
     fWritten.partialNodes = snapshot.partialNodes;
@@ -70,9 +86,11 @@ bool SceneWriter::fail(std::optional<Finding> problem) const {
 bool SceneWriter::compose(Files::File& file, Findings& findings) {
     fFindings = &findings;
     if (auto repeated = repeatedNameIn(fModel)) return fail(std::move(repeated));
-    InputOfFile input(file);
+    InputOfFile inFile(file);
+    TailInput input(inFile, fTailBegin, fTail);
+    if (!preloadTail(file, inFile)) return false;
     fLayout = scanLayout(fKind, input, fSettings.policy, findings);
-    if (!fLayout || !loadTail(input) || !checkConflict(file, input)) return false;
+    if (!fLayout || !loadTail(inFile) || !checkConflict(file, input)) return false;
     ScenePlan plan;
     plan.policy = fSettings.policy;
     try {
@@ -84,7 +102,7 @@ bool SceneWriter::compose(Files::File& file, Findings& findings) {
     fChanges = fKind.changes(*fLayout, fTail, plan, problem);
     if (fChanges.empty()) return fail(std::move(problem));
     if (!checkOldBytes(input)) return false;
-    return !fSettings.policy.verify || verify(input);
+    return !fSettings.policy.verify || verify(input, plan);
 }
 
 // Those in the tail are known to be right.
@@ -104,11 +122,35 @@ bool SceneWriter::checkOldBytes(SceneInput& input) const {
     return true;
 }
 
+// Where the last read met the metadata it most likely still is; then the scan finds it in memory.
+bool SceneWriter::preloadTail(Files::File& file, SceneInput& input) {
+    if (!fSnapshot.begin || !fSnapshot.status) return true;
+    const auto size = file.size();
+    if (size != fSnapshot.status->length || *fSnapshot.begin > *size) return true;
+    fTailBegin = *fSnapshot.begin;
+    fTail.resize(static_cast<std::size_t>(*size - fTailBegin));
+    return (input.seek(fTailBegin) && readTail(input)) ||
+           fail(refusal("Could not read the metadata."));
+}
+
 bool SceneWriter::loadTail(SceneInput& input) {
-    fTail.resize(static_cast<std::size_t>(fLayout->size - fLayout->begin));
-    if (!input.seek(fLayout->begin)) return fail(refusal(fLayout->cannotSeek));
+    const auto size = static_cast<std::size_t>(fLayout->size - fLayout->begin);
+    if (!fTail.empty() && fTailBegin <= fLayout->begin &&
+        fTail.size() == fLayout->size - fTailBegin) {
+        fTail.erase(0, fTail.size() - size);
+        fTailBegin = fLayout->begin;
+        return true;
+    }
+    fTail.resize(size);
+    fTailBegin = fLayout->begin;
+    if (!input.seek(fTailBegin)) return fail(refusal(fLayout->cannotSeek));
+    return readTail(input) || fail(refusal(fLayout->cannotRead));
+}
+
+// Fills the tail, which has its size.
+bool SceneWriter::readTail(SceneInput& input) {
     const auto got = input.read(fTail.data(), fTail.size());
-    return (got && *got == fTail.size()) || fail(refusal(fLayout->cannotRead));
+    return got && *got == fTail.size();
 }
 
 bool SceneWriter::checkConflict(Files::File& file, SceneInput& input) {
@@ -116,6 +158,7 @@ bool SceneWriter::checkConflict(Files::File& file, SceneInput& input) {
     if (fSnapshot.fingerprint) {
         fMetConflict =
             fingerprintOf(*fLayout, fTail, input, fSnapshot.recordsMet) != *fSnapshot.fingerprint;
+        fIsAsRead = !fMetConflict && !fSnapshot.recordsMet;
     } else {
         const auto status = file.status();
         fMetConflict = !status || !fSnapshot.status || !status->hasSameBytes(*fSnapshot.status);
@@ -125,8 +168,8 @@ bool SceneWriter::checkConflict(Files::File& file, SceneInput& input) {
 
 bool SceneWriter::decide(ScenePlan& plan) {
     const WritePolicy& policy = fSettings.policy;
-    FactFinder finder(
-        {fKind, *fLayout, fTail, fModel, fSnapshot, fSettings.readPolicy, policy.exactNumbers});
+    FactFinder finder({fKind, *fLayout, fTail, fModel, fSnapshot, fSettings.readPolicy, fDigests,
+                       policy.exactNumbers, fIsAsRead && !fSettings.rewritesAll});
     Merge::Plan merged =
         finder.plan({policy.verify, fSettings.rewritesAll, fKind.traits().sceneFirst});
     if (merged.refusal) return fail(std::move(merged.refusal));
@@ -140,10 +183,12 @@ bool SceneWriter::decide(ScenePlan& plan) {
         addRemarks(finder, merged, newStructures, newNodes);
     }
     if (!checkUnderstood()) return false;
+    fVerifiesParts = policy.verify && !fSettings.rewritesAll && changesNodesOnly(merged);
     for (const Merge::Item& item : merged.items) {
-        if (!format(item, plan)) return false;
+        if (!format(item, finder, plan)) return false;
     }
     noteDigests(newNodes);
+    if (fIsAsRead) noteKept(newNodes);
     return true;
 }
 
@@ -192,7 +237,7 @@ void SceneWriter::addRemarks(const FactFinder& finder, const Merge::Plan& plan,
     }
 }
 
-bool SceneWriter::format(const Merge::Item& item, ScenePlan& plan) const {
+bool SceneWriter::format(const Merge::Item& item, const FactFinder& finder, ScenePlan& plan) {
     if (item.action == Action::kDrop) return true;
     const bool isStructure = item.kind == Kind::kStructure;
     const Part part = isStructure ? Part::kStructures : item.isScene ? Part::kScene : Part::kNodes;
@@ -204,7 +249,7 @@ bool SceneWriter::format(const Merge::Item& item, ScenePlan& plan) const {
     }
     plan.entries.push_back({part, nullptr, {}});
     std::string& bytes = plan.entries.back().bytes;
-    return isStructure ? formatStructure(item.name, bytes) : formatNode(item.name, bytes);
+    return isStructure ? formatStructure(item.name, bytes) : formatNode(item.name, finder, bytes);
 }
 
 bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) const {
@@ -218,28 +263,132 @@ bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) c
     return fail(refusal(at(place, problems)));
 }
 
-bool SceneWriter::formatNode(const std::string& name, std::string& bytes) const {
-    const std::string place = ModelPlace::of(name);
+bool SceneWriter::formatNode(const std::string& name, const FactFinder& finder,
+                             std::string& bytes) {
+    const auto made = makeRecord(name, finder);
+    if (!made) return false;
+    if (!fKind.format(made->record, bytes)) {
+        return fail(refusal(ModelPlace::of(name) + ": name cannot be written", name));
+    }
+    SceneRecord record = made->record;
+    fMade.push_back({std::move(record), KeyedHash::of(made->record.text)});
+    fMade.back().record.text.clear();
+    return true;
+}
+
+// Takes over what the file's text says already.
+std::optional<KeptRecord> SceneWriter::makeRecord(const std::string& name,
+                                                  const FactFinder& finder) {
+    const Associations& node = *fModel.entry(name);
+    const auto text = fSnapshot.texts.find(name);
+    const auto old = text == fSnapshot.texts.end() ? std::nullopt : finder.recordReadAs(name);
+    const KeptTexts kept =
+        old ? keptTexts(node, fDigests.of(node), text->second, old->text) : KeptTexts();
     Findings problems;
-    const auto record =
-        recordOf(name, *fModel.entry(name), fSettings.policy.exactNumbers, problems);
-    if (!record) {
+    auto made = recordOf(name, node, kept, fSettings.policy.exactNumbers, problems);
+    if (!made) {
         const SceneTraits& traits = fKind.traits();
         (void)fail(refusal(name.empty() ? traits.cannotMakeScene : traits.cannotMakeNode, name));
-        return fail(refusal(at(place, problems), name));
+        (void)fail(refusal(at(ModelPlace::of(name), problems), name));
+        return std::nullopt;
     }
-    return fKind.format(*record, bytes) || fail(refusal(place + ": name cannot be written", name));
+    if (fVerifiesParts && !verifyMade(name, *made, kept)) return std::nullopt;
+    return made;
+}
+
+// Reads what was formatted, with the structures of the file. What was kept has been read from the
+// very same text.
+bool SceneWriter::verifyMade(const std::string& name, const KeptRecord& made,
+                             const KeptTexts& kept) const {
+    SceneRecord record{made.record.kind, made.record.format, name, {}};
+    std::size_t at = 0;
+    for (const auto& [begin, end] : made.places) {
+        record.text.append(made.record.text, at, begin - at);
+        at = end;
+    }
+    record.text.append(made.record.text, at);
+    ReadContext context;
+    if (fSettings.readPolicy.unknownIndexTypesAsText) {
+        context.unknownIndexTypes = IndexTypes::Unknown::kAsText;
+    }
+    Findings problems;
+    try {
+        const auto readBack = readAssociations(record, context, problems);
+        auto difference = readBack ? differenceOf({&name, fModel.entry(name)}, kept, *readBack)
+                                   : refusal(ModelPlace::of(name) + " would not read back", name);
+        if (!difference) return true;
+        (void)fail(std::move(difference));
+    } catch (const Index::eCreationErrors&) {
+        return fail(refusal("An index type of the new metadata is not registered."));
+    }
+    fFindings->add(std::move(problems));
+    return false;
+}
+
+// Everything that the meaning of other records depends on stays as the file has it.
+bool SceneWriter::changesNodesOnly(const Merge::Plan& plan) const {
+    const auto& records = fLayout->records;
+    const auto isStructure = [](const SceneLayout::Item& item) {
+        return item.range.kind == Kind::kStructure;
+    };
+    const bool understandsAll =
+        std::all_of(records.begin(), records.end(),
+                    [](const SceneLayout::Item& item) { return item.understood; });
+    const auto structures = std::count_if(records.begin(), records.end(), isStructure);
+    const auto kept = std::count_if(plan.items.begin(), plan.items.end(), [](const auto& item) {
+        return item.kind == Kind::kStructure && item.action == Action::kKeep;
+    });
+    const bool keepsAll =
+        std::all_of(plan.items.begin(), plan.items.end(), [](const Merge::Item& item) {
+            return item.kind != Kind::kStructure || item.action == Action::kKeep;
+        });
+    return fIsAsRead && understandsAll && keepsAll && kept == structures;
+}
+
+bool SceneWriter::verify(SceneInput& input, const ScenePlan& plan) {
+    ChangedInput changed(input, fLayout->size, fChanges);
+    if (fVerifiesParts && isSection(changed, plan)) return true;
+    return verifyAll(changed);
+}
+
+// Whether readers find just the records that were planned, where the texts of the new ones are
+// verified already.
+bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
+    Findings ignored;
+    const auto layout = scanLayout(fKind, changed, fSettings.policy, ignored);
+    if (!layout || layout->records.size() != plan.entries.size()) return false;
+    auto made = fMade.begin();
+    for (std::size_t i = 0; i < plan.entries.size(); ++i) {
+        const SceneRecordRange& range = layout->records[i].range;
+        const ScenePlan::Entry& entry = plan.entries[i];
+        if (entry.kept) {
+            if (range.kind != entry.kept->range.kind || !range.closed) return false;
+            const SceneRecordRange& old = entry.kept->range;
+            const auto begin = static_cast<std::size_t>(old.begin - fTailBegin);
+            const auto size = static_cast<std::size_t>(old.end - old.begin);
+            if (!holds(changed, range, std::string_view(fTail).substr(begin, size))) return false;
+            continue;
+        }
+        if (!range.closed || made == fMade.end() || !holds(changed, range, entry.bytes)) {
+            return false;
+        }
+        Finding problem;
+        const auto record = fKind.parse(range, entry.bytes, nullptr, problem);
+        if (!record || !made++->isOf(*record)) return false;
+    }
+    fWritten.fingerprint = fingerprintOf(*layout, {}, changed);
+    fWritten.begin = layout->begin;
+    return true;
 }
 
 // Reads the file as it will be, with the functions that will read it later.
-bool SceneWriter::verify(SceneInput& input) const {
+bool SceneWriter::verifyAll(SceneInput& changed) const {
     const StructureRegistry::SetAside fileStructures;
     std::set<std::string> nodes;
     for (const WrittenModel::Node& node : fModel.nodes()) nodes.insert(*node.name);
     ModelBuilder::Request request;
     request.associationNames = &nodes;
     request.policy = fSettings.readPolicy;
-    ChangedInput changed(input, fLayout->size, fChanges);
     Accessor::AssociationsMap readBack;
     Findings problems;
     try {
@@ -262,7 +411,16 @@ bool SceneWriter::verify(SceneInput& input) const {
 void SceneWriter::noteDigests(const std::set<std::string>& newNodes) {
     for (const WrittenModel::Node& node : fModel.nodes()) {
         if (!fSettings.policy.verify && newNodes.count(*node.name) > 0) continue;
-        fWritten.associations[*node.name] = digestOf(*node.associations);
+        fWritten.associations[*node.name] = fDigests.of(*node.associations).value;
+    }
+}
+
+// The texts of records that stay are where the last read found them.
+void SceneWriter::noteKept(const std::set<std::string>& newNodes) {
+    for (const auto& [name, text] : fSnapshot.texts) {
+        if (newNodes.count(name) == 0 && fWritten.associations.count(name) > 0) {
+            fWritten.texts.emplace(name, text);
+        }
     }
 }
 

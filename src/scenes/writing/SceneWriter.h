@@ -5,13 +5,19 @@
 #include <data/Accessor.h>
 #include <data/SceneKind.h>
 
+#include <cstdint>
+#include <deque>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "core/KeyedHash.h"
 #include "files/File.h"
 #include "scenes/Findings.h"
+#include "scenes/model/ModelDigest.h"
+#include "scenes/model/ModelText.h"
 #include "scenes/reading/ReadSnapshot.h"
 #include "scenes/writing/FactFinder.h"
 #include "scenes/writing/Merge.h"
@@ -31,9 +37,9 @@ class SceneWriter {
         bool rewritesAll = false;
     };
 
-    /// Kind, model and snapshot outlive the writer.
+    /// All but the settings outlive the writer. The digests are those of the model.
     SceneWriter(const SceneKind& kind, const Accessor& accessor, const ReadSnapshot& snapshot,
-                const Settings& settings);
+                ModelDigests& digests, const Settings& settings);
 
     /// False, with findings, when nothing may be written.
     bool compose(Files::File& file, Findings& findings);
@@ -52,7 +58,9 @@ class SceneWriter {
     using Part = ScenePlan::Part;
 
     [[nodiscard]] bool fail(std::optional<Finding> problem) const;
+    bool preloadTail(Files::File& file, SceneInput& input);
     bool loadTail(SceneInput& input);
+    bool readTail(SceneInput& input);
     bool checkConflict(Files::File& file, SceneInput& input);
     bool decide(ScenePlan& plan);
     bool checkOldBytes(SceneInput& input) const;
@@ -62,19 +70,43 @@ class SceneWriter {
     void addRemarks(const FactFinder& finder, const Merge::Plan& plan,
                     const std::set<std::string>& newStructures,
                     const std::set<std::string>& newNodes);
-    bool format(const Merge::Item& item, ScenePlan& plan) const;
+    bool format(const Merge::Item& item, const FactFinder& finder, ScenePlan& plan);
     [[nodiscard]] bool formatStructure(const std::string& name, std::string& bytes) const;
-    [[nodiscard]] bool formatNode(const std::string& name, std::string& bytes) const;
-    bool verify(SceneInput& input) const;
+    [[nodiscard]] bool formatNode(const std::string& name, const FactFinder& finder,
+                                  std::string& bytes);
+    [[nodiscard]] std::optional<KeptRecord> makeRecord(const std::string& name,
+                                                       const FactFinder& finder);
+    [[nodiscard]] bool verifyMade(const std::string& name, const KeptRecord& made,
+                                  const KeptTexts& kept) const;
+    [[nodiscard]] bool changesNodesOnly(const Merge::Plan& plan) const;
+    [[nodiscard]] bool isSection(SceneInput& changed, const ScenePlan& plan);
+    bool verify(SceneInput& input, const ScenePlan& plan);
+    bool verifyAll(SceneInput& changed) const;
     void noteDigests(const std::set<std::string>& newNodes);
+    void noteKept(const std::set<std::string>& newNodes);
 
     const SceneKind& fKind;
     const ReadSnapshot& fSnapshot;
     const Settings fSettings;
+    ModelDigests& fDigests;
     WrittenModel fModel;
     ReadSnapshot fWritten;
     std::unique_ptr<SceneLayout> fLayout;
-    std::string fTail;
+    std::uint64_t fTailBegin = 0;
+    std::string fTail;  // of the file, from there on
+    bool fIsAsRead = false;
+    bool fVerifiesParts = false;  // the new records one by one, as each is made
+    /// The new records of nodes, without their texts.
+    struct MadeRecord {
+        SceneRecord record;
+        std::uint64_t textDigest;
+
+        [[nodiscard]] bool isOf(const SceneRecord& other) const {
+            return other.kind == record.kind && other.name == record.name &&
+                   other.format == record.format && KeyedHash::of(other.text) == textDigest;
+        }
+    };
+    std::deque<MadeRecord> fMade;
     std::vector<SceneChange> fChanges;
     Findings fNotes;
     Findings* fFindings = nullptr;  // of the `compose` under way

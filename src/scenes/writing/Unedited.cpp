@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "core/Layout.h"
-#include "scenes/model/ModelDigest.h"
 #include "scenes/writing/WrittenModel.h"
 
 namespace orbo::Data {
@@ -38,16 +37,17 @@ bool structuresAreUnedited(const Accessor& accessor, const ReadSnapshot& snapsho
     return same == snapshot.structures.size();
 }
 
-bool nodesAreUnedited(const Accessor& accessor, const ReadSnapshot& snapshot) {
+bool nodesAreUnedited(const Accessor& accessor, const ReadSnapshot& snapshot,
+                      ModelDigests& digests) {
     std::size_t found = 0;
     for (const auto& [name, associations] : accessor.associations()) {
         const auto node = snapshot.associations.find(name);
         if (const auto part = snapshot.partialNodes.find(name);
             part != snapshot.partialNodes.end()) {
-            if (part->second != digestOf(associations)) return false;
+            if (part->second != digests.of(associations).value) return false;
             ++found;
         } else if (node != snapshot.associations.end()) {
-            if (!node->second || *node->second != digestOf(associations)) return false;
+            if (!node->second || *node->second != digests.of(associations).value) return false;
             ++found;
         } else if (!associations.empty()) {
             return false;
@@ -58,8 +58,9 @@ bool nodesAreUnedited(const Accessor& accessor, const ReadSnapshot& snapshot) {
 
 }  // namespace
 
-bool isUnedited(const Accessor& accessor, const ReadSnapshot& snapshot) {
-    return structuresAreUnedited(accessor, snapshot) && nodesAreUnedited(accessor, snapshot);
+bool isUnedited(const Accessor& accessor, const ReadSnapshot& snapshot, ModelDigests& digests) {
+    return structuresAreUnedited(accessor, snapshot) &&
+           nodesAreUnedited(accessor, snapshot, digests);
 }
 
 }  // namespace orbo::Data
