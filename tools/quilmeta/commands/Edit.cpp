@@ -6,6 +6,7 @@
 #include "patches/ChangeReport.h"
 #include "process/Messages.h"
 #include "process/Signals.h"
+#include "scene/MemberName.h"
 #include "scene/SceneFile.h"
 #include "selection/ElementSearch.h"
 #include "selection/NameHints.h"
@@ -52,6 +53,14 @@ class AssignmentsOfScene {
     std::map<const Data::Structure*, Assignments> fFound;
 };
 
+/// Says how to leave out the elements that lack a member; empty for other errors.
+std::string hintFor(const CommandError& error) {
+    const auto* const missing = dynamic_cast<const NoSuchMember*>(&error);
+    return missing ? "; in --where, " + existsCondition(missing->name()) +
+                         " selects only elements that have it"
+                   : "";
+}
+
 class Edit : public Command {
   public:
     [[nodiscard]] const Help& help() const override { return kHelp; }
@@ -96,9 +105,9 @@ class Edit : public Command {
                     assignments.apply(stream.structure(), element);
                 } catch (const CommandError& error) {
                     throw CommandError(fmt::format(
-                        "node {}, channel {}, stream {}, index {}: {}", shownNode(node.name),
+                        "node {}, channel {}, stream {}, index {}: {}{}", shownNode(node.name),
                         shownName(channel.channel.name()), shownName(stream.name()),
-                        shownName(index.asString()), error.what()));
+                        shownName(index.asString()), error.what(), hintFor(error)));
                 }
             });
         fFound += count;

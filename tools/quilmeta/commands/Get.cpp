@@ -113,7 +113,7 @@ class Get : public Command {
         for (const std::string& name : fMembers) {
             try {
                 const auto member = findMember(structure, name);
-                if (!member) throw NotThere(noSuchMember(structure, name));
+                if (!member) throw NotThere(NoSuchMember(structure, name).what());
                 members.push_back(*member);
             } catch (const CommandError& error) {
                 throw NotThere(error.what());

@@ -24,6 +24,18 @@ void forEachMember(const Node& node, std::vector<bool>& done, const Use& use) {
 
 }  // namespace
 
+std::string existsCondition(const std::string& member) {
+    const std::string plain = "exists(" + member + ')';
+    try {
+        const std::vector<std::string> names = parseExpression(plain).names;
+        const bool isOne = names.size() == 1;
+        if (isOne && (names[0] == member || member.rfind(names[0] + '[', 0) == 0)) return plain;
+    } catch (const ExpressionError&) {
+        // The name is no plain word.
+    }
+    return "exists(member[" + inQuotes(member) + "])";
+}
+
 void MembersSeen::add(const Data::Structure& structure) {
     for (const Data::Member& member : structure)
         if (fNames.find(member.name()) == fNames.end()) fNames.emplace(member.name());

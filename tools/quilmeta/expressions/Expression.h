@@ -29,6 +29,10 @@ class MembersSeen {
     std::set<std::string, std::less<>> fNames;
 };
 
+/// Returns "exists(roughness)": the condition that selects the elements with this member. Odd names
+/// become `member["odd name"]`.
+std::string existsCondition(const std::string& member);
+
 /// An expression that was parsed. Copies share it, and any number of threads may use it at once.
 ///
 ///     const Expression expression("channel == \"edge\" and sharpness > 0.9");

@@ -151,7 +151,7 @@ Assignments::Target Assignments::parseTarget(const Data::Structure& structure,
     std::string_view name = assignment.substr(0, first);
     if (!name.empty() && std::string_view(":+-*").find(name.back()) != name.npos)
         name.remove_suffix(1);
-    throw CommandError(noSuchMember(structure, name));
+    throw NoSuchMember(structure, name);
 }
 
 // Blanks belong to a string, so one text cannot hold several strings. The slot owns its string,

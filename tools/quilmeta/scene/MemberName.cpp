@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/MemberName.h"
 
-#include "process/CommandError.h"
 #include "values/ClosestName.h"
 #include "values/ParseValue.h"
 #include "values/SafeText.h"
@@ -19,6 +18,16 @@ std::optional<NamedMember> findWhole(const Data::Structure& structure, std::stri
     for (auto it = structure.begin(); it.valid(); ++it)
         if (name == it->name()) return NamedMember{&*it, it.index(), {}, name};
     return {};
+}
+
+std::string textOf(const Data::Structure& structure, std::string_view missing) {
+    ClosestName closest(missing);
+    for (const Data::Member& member : structure) closest.offer(member.name());
+    return fmt::format("structure {} has no member {}{}{}", inQuotes(structure.name()),
+                       inQuotes(missing), closest.question(),
+                       nameList("members", structure, [](const Data::Member& member) {
+                           return shownName(member.name());
+                       }));
 }
 
 }  // namespace
@@ -41,14 +50,7 @@ std::optional<NamedMember> findMember(const Data::Structure& structure, std::str
     return found;
 }
 
-std::string noSuchMember(const Data::Structure& structure, std::string_view name) {
-    ClosestName closest(name);
-    for (const Data::Member& member : structure) closest.offer(member.name());
-    return fmt::format("structure {} has no member {}{}{}", inQuotes(structure.name()),
-                       inQuotes(name), closest.question(),
-                       nameList("members", structure, [](const Data::Member& member) {
-                           return shownName(member.name());
-                       }));
-}
+NoSuchMember::NoSuchMember(const Data::Structure& structure, std::string_view name)
+    : CommandError(textOf(structure, name)), fName(name) {}
 
 }  // namespace orbo::Quilmeta

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "process/CommandError.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +28,14 @@ struct NamedMember {
 std::optional<NamedMember> findMember(const Data::Structure& structure, std::string_view name);
 
 /// Says that the structure has no such member, and which was perhaps meant.
-std::string noSuchMember(const Data::Structure& structure, std::string_view name);
+class NoSuchMember : public CommandError {
+  public:
+    NoSuchMember(const Data::Structure& structure, std::string_view name);
+
+    [[nodiscard]] const std::string& name() const { return fName; }
+
+  private:
+    std::string fName;
+};
 
 }  // namespace orbo::Quilmeta
