@@ -12,15 +12,6 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// Whether the metadata of the node may be looked into at all.
-bool wantsNode(const Selection& selection, const std::string& node) {
-    if (!node.empty() || !selection.nodes.empty()) return selection.nodes.want(node);
-    const auto hasNoWildcard = [](const NamePatterns& patterns) {
-        return patterns.empty() || patterns.onlyNames().has_value();
-    };
-    return hasNoWildcard(selection.channels) && hasNoWildcard(selection.streams);
-}
-
 void addStreams(const std::string& node, const Data::Channel& channel, const Selection& selection,
                 std::vector<StreamAddress>& parts) {
     for (const Data::Stream& stream : channel)
@@ -61,7 +52,7 @@ std::vector<StreamAddress> partsOf(const Data::Accessor& scene, const Selection&
                                    Level level) {
     std::vector<StreamAddress> parts;
     for (const auto& [node, associations] : scene.associations()) {
-        if (!wantsNode(selection, node)) continue;
+        if (!selection.wantsNode(node)) continue;
         if (level == Level::kNode) {
             parts.push_back({node, {}, {}});
             continue;

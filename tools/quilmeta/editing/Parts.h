@@ -28,9 +28,6 @@ const NamePatterns& patternsOf(const Selection& selection, Level level);
 const char* wordFor(Level level);
 
 /// What the selection finds on a level. The names below that level are empty.
-///
-/// Without patterns for nodes the scene's own metadata takes part as long as no other pattern has a
-/// wildcard: a pattern never reaches it, only those who name it do.
 std::vector<StreamAddress> partsOf(const Data::Accessor& scene, const Selection& selection,
                                    Level level);
 

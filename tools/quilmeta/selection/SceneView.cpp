@@ -56,7 +56,7 @@ SceneView select(const Data::Accessor& accessor, const Selection& selection) {
     SceneView view;
     const bool wholeNodes = selection.channels.empty() && selection.streams.empty();
     for (const auto& [name, associations] : accessor.associations()) {
-        if (!selection.nodes.want(name)) continue;
+        if (!selection.wantsNode(name)) continue;
         NodeView kept = viewOf(name, associations, selection);
         if (wholeNodes || !kept.channels.empty()) view.nodes.push_back(std::move(kept));
     }

@@ -6,6 +6,14 @@
 
 namespace orbo::Quilmeta {
 
+bool Selection::wantsNode(const std::string& name) const {
+    if (!name.empty() || !nodes.empty()) return nodes.want(name);
+    const auto hasNoWildcard = [](const NamePatterns& patterns) {
+        return patterns.empty() || patterns.onlyNames().has_value();
+    };
+    return hasNoWildcard(channels) && hasNoWildcard(streams);
+}
+
 std::string Selection::text() const {
     std::string text;
     const auto add = [&](const char* option, const NamePatterns& patterns) {

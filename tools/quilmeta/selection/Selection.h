@@ -16,6 +16,10 @@ struct Selection {
     [[nodiscard]] bool everything() const {
         return nodes.empty() && channels.empty() && streams.empty();
     }
+    /// Whether the metadata of the node takes part. Without patterns for nodes the scene's own does
+    /// as long as no other pattern has a wildcard: a pattern never reaches it, only those who name
+    /// it do.
+    [[nodiscard]] bool wantsNode(const std::string& name) const;
     /// " --node "a" --channel "b*"", as the user gave it, for messages; empty for everything.
     [[nodiscard]] std::string text() const;
 };
