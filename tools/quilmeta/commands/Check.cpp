@@ -2,15 +2,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "editing/Parts.h"
+#include "json/JsonElement.h"
+#include "json/JsonText.h"
 #include "json/ResultList.h"
 #include "process/Messages.h"
+#include "scene/Address.h"
 #include "scene/FindingText.h"
 #include "scene/SceneFile.h"
 #include "values/SafeText.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -35,16 +41,29 @@ std::set<Finding::Code> codesOf(const std::vector<std::string>& names) {
     return codes;
 }
 
+/// Returns the index as the document of `export` has it; its text when the stream was not read.
+std::optional<std::string> indexOf(const Finding& finding, const Data::Accessor& scene) {
+    if (!finding.index) return {};
+    std::string json;
+    const StreamAddress address{finding.node.value_or(""), finding.channel.value_or(""),
+                                finding.stream.value_or("")};
+    const Data::Stream* const stream = findStreamOrNull(scene, address);
+    const auto index = stream ? findIndex(*stream, *finding.index) : std::nullopt;
+    if (index)
+        appendIndex(json, *index);
+    else
+        appendJson(json, std::string_view(*finding.index));
+    return json;
+}
+
 /// Leaves out what the finding does not know.
-JsonObject json(const std::string& file, const Finding& finding) {
+JsonObject json(const std::string& file, const Finding& finding, const Data::Accessor& scene) {
     JsonObject object;
     object.add("file", file).add("line", finding.line).add("offset", finding.offset);
     if (!finding.tag.empty()) object.add("chunk", finding.tag);
-    object.add("node", finding.node)
-        .add("channel", finding.channel)
-        .add("stream", finding.stream)
-        .add("index", finding.index)
-        .add("member", finding.member)
+    object.add("node", finding.node).add("channel", finding.channel).add("stream", finding.stream);
+    if (const auto index = indexOf(finding, scene)) object.addJson("index", *index);
+    object.add("member", finding.member)
         .add("structure", finding.structure)
         .add("code", Finding::nameOf(finding.code))
         .add("message", finding.message);
@@ -70,6 +89,7 @@ class Check : public Command {
         fIgnored = codesOf(fIgnoredNames);
         EachFile how;
         how.jobs = fFiles.jobs;
+        how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
         const Outcome outcome = forEachFile(filesOf(fFiles), how, results,
                                             [&](const FileTurn& turn) { return check(turn); });
@@ -80,24 +100,25 @@ class Check : public Command {
   private:
     FileResult check(const FileTurn& turn) const {
         Outcome outcome = Outcome::kDone;
-        for (const Finding& finding : checkScene(turn.file, fAccess)) {
+        const CheckedScene scene = checkScene(turn.file, fAccess);
+        for (const Finding& finding : scene.findings) {
             // Notes tell what opening the file did, such as a recovery; they are no damage.
             if (finding.code == Finding::Code::kFileNote) {
                 complain(turn.file, messagesOf({finding}));
             } else if (fIgnored.count(finding.code) == 0) {
                 outcome =
                     std::max(outcome, isFatal(finding.code) ? Outcome::kFailed : Outcome::kFound);
-                write(turn, finding);
+                write(turn, finding, *scene.accessor);
             }
         }
         return outcome;
     }
 
-    void write(const FileTurn& turn, const Finding& finding) const {
+    void write(const FileTurn& turn, const Finding& finding, const Data::Accessor& scene) const {
         if (fFormat == ResultFormat::kText)
             turn.output.write(safeLine(turn.file) + ": " + lineOf(finding) + '\n');
         else
-            ResultList::add(turn.output, fFormat, json(turn.file, finding));
+            ResultList::add(turn.output, fFormat, json(turn.file, finding, scene));
     }
 
     FileArguments fFiles;

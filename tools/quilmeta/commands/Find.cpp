@@ -58,6 +58,7 @@ class Find : public Command {
         fHints.emplace(GivenNames{fSelection});
         EachFile how;
         how.jobs = fFiles.jobs;
+        how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
         Outcome outcome = forEachFile(filesOf(fFiles), how, results,
                                       [&](const FileTurn& turn) { return find(turn); });

@@ -60,8 +60,10 @@ class Get : public Command {
         if (fFormat != ResultFormat::kText && fEndsByNul)
             throw UsageError("-0 and JSON exclude each other");
         fText = {output.isTerminal(), fDefault.value_or("")};
+        EachFile how;
+        how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
-        const Outcome outcome = forEachFile({fFile}, {}, results,
+        const Outcome outcome = forEachFile({fFile}, how, results,
                                             [&](const FileTurn& turn) { return get(turn.output); });
         results.end();
         return outcome;

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -48,9 +49,13 @@ class Merge : public Command {
         ResultList results(output, format);
         const FileWork work = reporting([this](const FileTurn& turn) { return merge(turn); },
                                         {format, fRequest.access.dryRun});
-        const Outcome outcome = guarded(fRequest.out, [&] {
-                                    return work({0, fRequest.out, results});
-                                }).outcome;
+        const FileTurn turn{0, fRequest.out, results};
+        const auto failed = [&](const std::vector<std::string>& messages) {
+            if (const auto report = ResultList::failures(format)) report(turn, messages);
+        };
+        const Outcome outcome = guarded(
+                                    fRequest.out, [&] { return work(turn); }, failed)
+                                    .outcome;
         results.end();
         return outcome;
     }
@@ -60,10 +65,18 @@ class Merge : public Command {
         std::error_code ignored;
         if (!fForce && std::filesystem::exists(fRequest.out, ignored))
             throw CommandError("is there already; --force replaces it");
-        if (kindNameOf(fRequest.out, fRequest.ours) != fRequest.out)
+        if (kindOfOurs() != fRequest.out)
             throw CommandError("has the extension of another kind of scene");
         const Outcome outcome = mergeScenes(fRequest, turn.output);
         return {outcome, outcome == Outcome::kDone};
+    }
+
+    [[nodiscard]] std::string kindOfOurs() const {
+        try {
+            return kindNameOf(fRequest.out, fRequest.ours);
+        } catch (const CommandError& error) {
+            throw FileError(fRequest.ours, error.what());
+        }
     }
 
     MergeRequest fRequest;

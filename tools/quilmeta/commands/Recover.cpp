@@ -82,6 +82,7 @@ class Recover : public Command {
         EachFile how;
         how.purpose = fList ? Purpose::kReading : Purpose::kWriting;
         how.jobs = fFiles.jobs;
+        how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
         const Outcome outcome = forEachFile(
             wasMoved() ? std::vector{*fNewName} : files, how, results,

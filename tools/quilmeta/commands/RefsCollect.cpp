@@ -47,8 +47,18 @@ class RefsCollect : public Command {
 
     Outcome run(Output& output) override {
         fLookup.prepare(fLookupArguments);
+        fHow.jobs = fFiles.jobs;
+        fHow.failed = ResultList::failures(fFormat);
+        ResultList results(output, fFormat);
+        const Outcome outcome = collect(results);
+        results.end();
+        return outcome;
+    }
+
+  private:
+    Outcome collect(Output& output) {
         TargetFolder folder(fTarget);
-        const Outcome read = fCollection.read(filesOf(fFiles), fAccess, fFiles.jobs, output);
+        const Outcome read = fCollection.read(filesOf(fFiles), fAccess, fHow, output);
         if (Signals::received() != 0) return read;
         if (read >= Outcome::kFailed) return refuse(read);
         const bool anyMissing = reportMissing();
@@ -72,7 +82,6 @@ class RefsCollect : public Command {
         return std::max(read, copied);
     }
 
-  private:
     static Outcome refuse(Outcome outcome) {
         complain("", outcome >= Outcome::kFailed
                          ? "nothing was copied"
@@ -94,12 +103,9 @@ class RefsCollect : public Command {
         for (const CollectedFile& file : fCollection.files()) sources.push_back(file.source);
         fEntries.resize(sources.size());
         fSizes.resize(sources.size());
-        EachFile how;
-        how.jobs = fFiles.jobs;
-        ResultList results(output, fFormat);
         const Outcome outcome = forEachFile(
-            sources, how, results, [&](const FileTurn& turn) { return copy(folder, turn); });
-        results.end();
+            sources, fHow, output, [&](const FileTurn& turn) { return copy(folder, turn); });
+        output.flush();
         for (const std::uint64_t size : fSizes) fBytes += size;
         return outcome;
     }
@@ -114,13 +120,18 @@ class RefsCollect : public Command {
             digest = folder.copy(turn.number, fAccess);
         }
         fSizes[turn.number] = digest.size;
-        JsonObject& entry = fEntries[turn.number];
-        entry.add("source", file.source).add("target", file.target).add("size", digest.size);
-        if (!fDryRun) entry.add("sha256", digest.sha256);
-        if (fFormat != ResultFormat::kText)
-            ResultList::add(turn.output, fFormat, entry);
-        else if (verbosity() != Verbosity::kQuiet)
+        const auto add = [&](JsonObject& object) {
+            object.add("source", file.source).add("target", file.target).add("size", digest.size);
+            if (!fDryRun) object.add("sha256", digest.sha256);
+        };
+        add(fEntries[turn.number]);
+        if (fFormat != ResultFormat::kText) {
+            JsonObject result;
+            add(result.add("file", turn.file));
+            ResultList::add(turn.output, fFormat, result);
+        } else if (verbosity() != Verbosity::kQuiet) {
             turn.output.write(shownPath(file.source) + " -> " + shownPath(file.target) + '\n');
+        }
         return Outcome::kDone;
     }
 
@@ -151,6 +162,7 @@ class RefsCollect : public Command {
     bool fAllowMissing = false, fDryRun = false;
     ResultFormat fFormat = ResultFormat::kText;
     SceneAccess fAccess;
+    EachFile fHow;
     FileLookup fLookup;
     Collection fCollection{fLookup};
     // Both have a place for each file, by its number, so that threads write apart from each other.

@@ -62,6 +62,7 @@ class RefsList : public Command {
         fLookup.prepare(fLookupArguments);
         EachFile how;
         how.jobs = fFiles.jobs;
+        how.failed = ResultList::failures(fFormat);
         const std::vector<std::string> files = filesOf(fFiles);
         ResultList results(output, fFormat);
         fListed.resize(files.size());

@@ -48,6 +48,7 @@ class Show : public Command {
         fLayout = fFormat == ResultFormat::kJson ? Layout::kLines : Layout::kOneLine;
         if (fFiles.isOneFile() && fFormat == ResultFormat::kJson)
             fFormat = ResultFormat::kJsonLines;
+        how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
         const Outcome outcome =
             forEachFile(filesOf(fFiles), how, results,

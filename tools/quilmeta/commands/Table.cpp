@@ -39,8 +39,10 @@ class Table : public Command {
         output.stopOnSignals();
         if (fTarget && fFormat != ResultFormat::kText)
             throw UsageError("--output takes a table, not JSON");
+        EachFile how;
+        how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
-        const Outcome outcome = forEachFile({fFile}, {}, results, [&](const FileTurn& turn) {
+        const Outcome outcome = forEachFile({fFile}, how, results, [&](const FileTurn& turn) {
             const Scene scene = openScene(fFile, fAccess);
             write(findStream(*scene.accessor, fAddress), turn.output);
             return scene.outcome();

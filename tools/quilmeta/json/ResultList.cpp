@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json/ResultList.h"
 
+#include <string>
+#include <vector>
+
 namespace orbo::Quilmeta {
 
 ResultList::ResultList(Output& target, ResultFormat format) : fTarget(target), fFormat(format) {
@@ -21,6 +24,14 @@ void ResultList::add(Output& output, ResultFormat format, const JsonObject& resu
     begin(output, format);
     output.write(result.text());
     end(output, format);
+}
+
+FailureReport ResultList::failures(ResultFormat format) {
+    if (format == ResultFormat::kText) return {};
+    return [format](const FileTurn& turn, const std::vector<std::string>& messages) {
+        JsonObject result;
+        add(turn.output, format, result.add("file", turn.file).addList("errors", messages));
+    };
 }
 
 void ResultList::deliver(std::string_view bytes) {

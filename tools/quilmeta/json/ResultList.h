@@ -3,6 +3,7 @@
 #pragma once
 
 #include "json/JsonObject.h"
+#include "process/EachFile.h"
 #include "process/Output.h"
 #include "process/ResultFormat.h"
 
@@ -23,6 +24,8 @@ class ResultList : public Output {
     static void end(Output& output, ResultFormat format);
     /// Writes one result.
     static void add(Output& output, ResultFormat format, const JsonObject& result);
+    /// Writes a result with `file` and `errors` for each file that fails; none in text.
+    static FailureReport failures(ResultFormat format);
 
   protected:
     void deliver(std::string_view bytes) override;

@@ -9,7 +9,9 @@
 #include "selection/SceneView.h"
 #include "values/SafeText.h"
 
-#include <optional>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <string_view>
 #include <utility>
 
@@ -32,7 +34,7 @@ class HeldReport : public Output {
         return lines;
     }
 
-    std::optional<Patch> changes;  // of a dry run
+    ReportParts parts;
 
   protected:
     void deliver(std::string_view bytes) override { fText += bytes; }
@@ -51,12 +53,18 @@ std::string jsonOf(const Patch& patch) {
 FileResult reportJson(const FileWork& work, const FileTurn& turn, const ReportHow& how) {
     HeldReport held;
     FileResult result = work({turn.number, turn.file, held});
+    if (const auto& errors = held.parts.errors; !errors.empty()) {
+        ResultList::failures(how.format)(turn, errors);
+        return result;
+    }
     JsonObject object;
     object.add("file", turn.file).add("changed", result.changed);
     if (how.dryRun) object.add("dryRun", true);
     if (!result.report.empty()) object.add("report", result.report);
     if (const auto details = held.lines(); !details.empty()) object.addList("details", details);
-    if (held.changes) object.addJson("changes", jsonOf(*held.changes));
+    if (held.parts.changes) object.addJson("changes", jsonOf(*held.parts.changes));
+    if (const auto& conflicts = held.parts.conflicts; !conflicts.empty())
+        object.addJson("conflicts", fmt::format("[{}]", fmt::join(conflicts, ", ")));
     ResultList::add(turn.output, how.format, object);
     return result;
 }
@@ -77,20 +85,31 @@ FileWork reporting(FileWork work, const ReportHow& how) {
 Outcome changeFiles(const std::vector<std::string>& files, const SceneAccess& access, size_t jobs,
                     Output& output, const FileWork& edit) {
     const bool silent = access.dryRun || verbosity() == Verbosity::kQuiet;
+    EachFile how = access.eachFile(jobs);
+    how.failed = ResultList::failures(access.format);
     ResultList results(output, access.format);
-    const Outcome outcome = editFiles(files, access, jobs, results,
+    const Outcome outcome = editFiles(files, access, how, results,
                                       reporting(edit, {access.format, access.dryRun, silent}));
     results.end();
     return outcome;
 }
 
+ReportParts* reportPartsOf(Output& output) {
+    auto* const report = dynamic_cast<HeldReport*>(&output);
+    return report ? &report->parts : nullptr;
+}
+
+void showChanges(Patch patch, const std::string& before, const std::string& after, Output& output) {
+    if (ReportParts* parts = reportPartsOf(output))
+        parts->changes = std::move(patch);
+    else
+        printDifferences(patch, before, after, output);
+}
+
 void showDryRun(const Data::Accessor& before, const Data::Accessor& after, Output& output) {
     const std::string& file = after.fileName();
-    Patch patch = differences(select(before, {}), select(after, {}));
-    if (auto* const report = dynamic_cast<HeldReport*>(&output))
-        report->changes = std::move(patch);
-    else
-        printDifferences(patch, file, file + " (dry run)", output);
+    showChanges(differences(select(before, {}), select(after, {})), file, file + " (dry run)",
+                output);
 }
 
 }  // namespace orbo::Quilmeta

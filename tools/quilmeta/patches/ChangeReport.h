@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "patches/Patch.h"
 #include "process/ResultFormat.h"
 #include "scene/SceneFile.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,18 @@ struct ReportHow {
 
 /// Adds the report to work that goes through files in its own way.
 FileWork reporting(FileWork work, const ReportHow& how);
+
+/// What the JSON of one file's report has beside the lines that the work writes.
+struct ReportParts {
+    std::optional<Patch> changes{};        ///< of a dry run
+    std::vector<std::string> conflicts{};  ///< of a merge, in JSON
+    std::vector<std::string> errors{};     ///< messages, which standard error has as well
+};
+/// Returns the parts of the report that `output` belongs to; null in text.
+ReportParts* reportPartsOf(Output& output);
+
+/// Prints the changes of a dry run as `diff` prints them, or keeps them for the report in JSON.
+void showChanges(Patch patch, const std::string& before, const std::string& after, Output& output);
 
 /// Prints what differs between a scene as its file has it and the scene to be written, as `diff`
 /// prints it: what a dry run would change.

@@ -65,6 +65,11 @@ class ChangesByPlace {
     std::map<std::string, const Change*> fChanges;
 };
 
+/// The smaller of both places says more.
+const Change& partOf(const MergeConflict& conflict) {
+    return conflict.ours.kind < conflict.theirs.kind ? conflict.ours : conflict.theirs;
+}
+
 /// Shows what a side made of the place of the conflict.
 std::string sideText(const Change& change, const std::string& place) {
     if (change.place() == place) return change.after;
@@ -93,13 +98,22 @@ MergePlan planMerge(const Patch& ours, const Patch& theirs) {
 }
 
 std::string textOf(const MergeConflict& conflict) {
-    // The smaller of both places says more.
-    const bool ourIsPart = conflict.ours.kind < conflict.theirs.kind;
-    const Change& part = ourIsPart ? conflict.ours : conflict.theirs;
+    const Change& part = partOf(conflict);
     const std::string place = part.place();
     return "conflict: " + place + "\n  base:   " + part.before +
            "\n  ours:   " + sideText(conflict.ours, place) +
            "\n  theirs: " + sideText(conflict.theirs, place) + '\n';
+}
+
+JsonObject jsonOf(const MergeConflict& conflict) {
+    const Change& part = partOf(conflict);
+    const auto sideOf = [&](const Change& change) {
+        return change.kind == part.kind ? change.after : jsonOf(change).text();
+    };
+    return placeJsonOf(part, "conflict")
+        .addJson("base", part.before)
+        .addJson("ours", sideOf(conflict.ours))
+        .addJson("theirs", sideOf(conflict.theirs));
 }
 
 }  // namespace orbo::Quilmeta

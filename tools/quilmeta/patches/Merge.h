@@ -27,5 +27,8 @@ MergePlan planMerge(const Patch& ours, const Patch& theirs);
 
 /// "node arm, ..., member side: 1 was changed to 2 by us and to 3 by them", a line for each value.
 std::string textOf(const MergeConflict& conflict);
+/// The same as JSON: the place, and as `base`, `ours` and `theirs` the values there. A side that
+/// changed more than that place has its change instead, as a patch has it.
+JsonObject jsonOf(const MergeConflict& conflict);
 
 }  // namespace orbo::Quilmeta

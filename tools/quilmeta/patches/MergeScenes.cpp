@@ -5,7 +5,7 @@
 #include "files/posix/Descriptor.h"
 #include "output/TargetPath.h"
 #include "patches/Apply.h"
-#include "patches/DiffText.h"
+#include "patches/ChangeReport.h"
 #include "patches/Differences.h"
 #include "patches/Merge.h"
 #include "process/Messages.h"
@@ -51,7 +51,7 @@ class TemporaryFolder {
         const fs::path copy = fPath / (name + fs::path(kind).extension().string());
         std::error_code error;
         fs::copy_file(scene, copy, fs::copy_options::overwrite_existing, error);
-        if (error) throw CommandError("cannot be copied: " + error.message());
+        if (error) throw FileError(scene, "cannot be copied: " + error.message());
         return copy.string();
     }
 
@@ -113,12 +113,14 @@ class Merge {
         const SceneView baseView = base.accessor ? select(*base.accessor, {}) : SceneView();
         const MergePlan plan = planMerge(differences(baseView, select(*ours.accessor, {})),
                                          differences(baseView, select(*theirs.accessor, {})));
-        for (const MergeConflict& conflict : plan.conflicts) fOutput.write(textOf(conflict));
+        for (const MergeConflict& conflict : plan.conflicts)
+            report(textOf(conflict), jsonOf(conflict));
         const std::optional<MergeSide> side = payloadSide();
         if (!side)
-            fOutput.write(
+            report(
                 "conflict: both sides changed the payload, which does not merge; "
-                "--payload takes one\n");
+                "--payload takes one\n",
+                JsonObject().add("conflict", "payload"));
         if (!side || !plan.conflicts.empty()) return Outcome::kFound;
         const bool isOurs = *side == MergeSide::kOurs;
         return writeOut(isOurs ? fRequest.ours : fRequest.theirs,
@@ -126,6 +128,14 @@ class Merge {
     }
 
   private:
+    /// Reports a conflict in text or JSON.
+    void report(const std::string& text, const JsonObject& json) const {
+        if (ReportParts* parts = reportPartsOf(fOutput))
+            parts->conflicts.push_back(json.text());
+        else
+            fOutput.write(text);
+    }
+
     /// Reads a scene; false, with a message, when that is not possible completely.
     bool open(const std::string& file, Scene& scene) const {
         const auto read = [&] {
@@ -134,7 +144,12 @@ class Merge {
                 throw CommandError("not all metadata can be read, so nothing was merged");
             return FileResult(Outcome::kDone);
         };
-        return guarded(file, read).outcome == Outcome::kDone;
+        const auto failed = [&](const std::vector<std::string>& messages) {
+            ReportParts* const parts = reportPartsOf(fOutput);
+            for (const std::string& message : messages)
+                if (parts) parts->errors.push_back(safeLine(file) + ": " + message);
+        };
+        return guarded(file, read, failed).outcome == Outcome::kDone;
     }
 
     /// No value when both changed the payload, each in another way.
@@ -171,13 +186,15 @@ class Merge {
         const std::string copy = fTemporary.copyOf(side, "merged", kindOf(side));
         const Scene scene = openScene(copy, access);
         const std::vector<std::string> problems = apply(patch, *scene.accessor);
-        for (const std::string& problem : problems) fOutput.write("conflict: " + problem + '\n');
+        for (const std::string& problem : problems)
+            report("conflict: " + problem + '\n',
+                   JsonObject().add("conflict", "use").add("message", problem));
         if (!problems.empty()) return Outcome::kFound;
         std::string errors;
         if (!patch.changes.empty() && !scene.accessor->write(errors)) throw CommandError(errors);
         if (fRequest.access.dryRun) {
-            printDifferences(differences(select(ours, {}), select(*scene.accessor, {})),
-                             fRequest.ours, fRequest.out + " (dry run)", fOutput);
+            showChanges(differences(select(ours, {}), select(*scene.accessor, {})), fRequest.ours,
+                        fRequest.out + " (dry run)", fOutput);
             return Outcome::kDone;
         }
         sync(copy);
@@ -202,8 +219,7 @@ bool isEmptyFile(const std::string& file) {
 
 std::string kindNameOf(const std::string& path, const std::string& file) {
     std::error_code error;
-    if (!fs::exists(file, error))
-        throw CommandError(shownPath(file) + ": " + systemMessage(ENOENT));
+    if (!fs::exists(file, error)) throw FileError(file, systemMessage(ENOENT));
     const auto takes = [&](const std::string& name) {
         const auto accessor = Data::Accessor::accessorByExtension(name);
         return accessor && accessor->isFileSupported(file);

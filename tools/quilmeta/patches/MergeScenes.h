@@ -28,7 +28,7 @@ struct MergeRequest {
 Outcome mergeScenes(const MergeRequest& request, Output& output);
 
 /// A name with the extension of the scene's kind: `path` if its extension says what `file` is, else
-/// one by the content of `file`. Throws `CommandError` for a file that is no scene.
+/// one by the content of `file`. Throws `CommandError` about `file` when it is no scene.
 std::string kindNameOf(const std::string& path, const std::string& file);
 
 /// Whether it is a file without a byte.

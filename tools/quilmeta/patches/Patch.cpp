@@ -8,6 +8,7 @@
 #include "values/SafeText.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 #include <optional>
 #include <utility>
@@ -175,18 +176,35 @@ Patch reversed(Patch patch) {
     return patch;
 }
 
+namespace {
+
+/// Adds what the change has under each of the keys that it has.
+void addKeys(JsonObject& object, Change change, std::initializer_list<const char*> keys) {
+    for (const char* key : keys) {
+        if (const std::string* name = nameOf(change, key))
+            object.add(key, *name);
+        else if (const std::string* value = valueOf(change, key))
+            object.addJson(key, *value);
+    }
+}
+
+constexpr auto kPlaceKeys = {"structure", "node", "channel", "stream", "index", "member"};
+
+}  // namespace
+
+JsonObject placeJsonOf(const Change& change, const char* kind) {
+    JsonObject object;
+    object.add(kind, std::string_view(wordFor(change.kind)));
+    addKeys(object, change, kPlaceKeys);
+    return object;
+}
+
 JsonObject jsonOf(const Change& change, const PatchFiles* files) {
     JsonObject object;
     if (files) object.add("file", files->file).add("to", files->to);
     object.add("change", std::string_view(wordFor(change.kind)));
-    Change copy = change;
-    for (const char* key :
-         {"structure", "node", "channel", "stream", "index", "member", "old", "new"}) {
-        if (const std::string* name = nameOf(copy, key))
-            object.add(key, *name);
-        else if (const std::string* value = valueOf(copy, key))
-            object.addJson(key, *value);
-    }
+    addKeys(object, change, kPlaceKeys);
+    addKeys(object, change, {"old", "new"});
     return object;
 }
 

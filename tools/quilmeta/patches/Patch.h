@@ -50,6 +50,9 @@ struct PatchFiles {
 /// One change as a patch has it. With files, their names stand in front.
 JsonObject jsonOf(const Change& change, const PatchFiles* files = nullptr);
 
+/// The kind of the change under the key `kind`, and the names of its place.
+JsonObject placeJsonOf(const Change& change, const char* kind);
+
 /// Writes the patch as JSON, a change to a line.
 void write(const Patch& patch, Output& output, const PatchFiles* files = nullptr);
 

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace orbo::Quilmeta {
 
@@ -11,6 +13,19 @@ namespace orbo::Quilmeta {
 class CommandError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
+};
+
+/// Is about another file than the one that is worked on, such as a patch: the message begins with
+/// that file.
+class FileError : public CommandError {
+  public:
+    FileError(std::string file, const std::string& text)
+        : CommandError(text), fFile(std::move(file)) {}
+
+    [[nodiscard]] const std::string& file() const { return fFile; }
+
+  private:
+    std::string fFile;
 };
 
 /// The words of the command line do not fit together; the message ends with where to read more.

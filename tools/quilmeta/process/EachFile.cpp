@@ -73,7 +73,7 @@ size_t threadsFor(const EachFile& how, size_t files) {
 
 Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, Output& output,
                     const FileWork& work) {
-    FileQueue queue(how.once ? withoutRepeats(files) : files, how.purpose, output, work);
+    FileQueue queue(how.once ? withoutRepeats(files) : files, how, output, work);
     try {
         queue.run(threadsFor(how, queue.size()));
     } catch (const OutputError& error) {
@@ -90,8 +90,10 @@ Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, 
 }
 
 // The last handler is for index types, which throw a plain enumeration.
-FileResult guarded(const std::string& file, const std::function<FileResult()>& work) {
-    const std::string subject = subjectOf(file);
+FileResult guarded(const std::string& file, const std::function<FileResult()>& work,
+                   const std::function<void(const std::vector<std::string>& messages)>& failed) {
+    std::string subject = file;
+    std::string message;
     try {
         return work();
     } catch (const OutputError&) {
@@ -99,13 +101,21 @@ FileResult guarded(const std::string& file, const std::function<FileResult()>& w
     } catch (const Interrupted&) {
         throw;
     } catch (const std::bad_alloc&) {
-        complain(subject, "not enough memory");
+        message = "not enough memory";
+    } catch (const FileError& error) {
+        subject = error.file();
+        message = error.what();
     } catch (const std::exception& error) {
-        complain(subject, error.what());
+        message = error.what();
     } catch (Data::Index::eCreationErrors error) {
-        complain(subject,
-                 fmt::format("an index cannot be made (code {})", static_cast<int>(error)));
+        message = fmt::format("an index cannot be made (code {})", static_cast<int>(error));
     }
+    complain(subjectOf(subject), message);
+    if (!failed) return Outcome::kFailed;
+    std::vector<std::string> messages = messagesIn(message);
+    for (std::string& text : messages)
+        if (subject != file) text.insert(0, subjectOf(subject) + ": ");
+    failed(messages);
     return Outcome::kFailed;
 }
 

@@ -36,11 +36,17 @@ struct FileTurn {
 /// any thread, for several files at once, so what it shares with other files needs a lock.
 using FileWork = std::function<FileResult(const FileTurn& turn)>;
 
+/// Writes the result of a file with an error; `messages` are what standard error gets, without the
+/// name of the file.
+using FailureReport =
+    std::function<void(const FileTurn& turn, const std::vector<std::string>& messages)>;
+
 /// How to work through files.
 struct EachFile {
     Purpose purpose = Purpose::kReading;
-    size_t jobs = 1;    ///< files at once; 0 is the number of processors
-    bool once = false;  ///< a file that comes again, under any name, is left out
+    size_t jobs = 1;            ///< files at once; 0 is the number of processors
+    bool once = false;          ///< a file that comes again, under any name, is left out
+    FailureReport failed = {};  ///< none where failures have no result
 };
 
 /// Calls `work` for each file and returns the worst outcome. Results and messages come out in the
@@ -52,7 +58,10 @@ Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, 
                     const FileWork& work);
 
 /// Runs the work on one file and returns its result. Reports an exception as a message about
-/// `file` and returns `kFailed`, but throws `OutputError` and `Interrupted` on.
-FileResult guarded(const std::string& file, const std::function<FileResult()>& work);
+/// `file`, hands that also to `failed`, line by line, and returns `kFailed`; but throws
+/// `OutputError` and `Interrupted` on.
+FileResult guarded(
+    const std::string& file, const std::function<FileResult()>& work,
+    const std::function<void(const std::vector<std::string>& messages)>& failed = {});
 
 }  // namespace orbo::Quilmeta

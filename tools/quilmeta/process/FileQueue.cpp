@@ -38,11 +38,11 @@ class FileQueue::HeldOutput : public Output {
     size_t fFile;
 };
 
-FileQueue::FileQueue(std::vector<std::string> files, Purpose purpose, Output& output,
+FileQueue::FileQueue(std::vector<std::string> files, const EachFile& how, Output& output,
                      const FileWork& work)
     : fFiles(std::move(files)),
       fResults(fFiles.size()),
-      fPurpose(purpose),
+      fHow(how),
       fOutput(output),
       fWork(work),
       fProgress(fFiles) {}
@@ -61,7 +61,12 @@ void FileQueue::run(size_t threads) {
 
 FileResult FileQueue::resultOf(size_t file, Output& output) const {
     const std::string& name = fFiles[file];
-    FileResult result = guarded(name, [&] { return fWork({file, name, output}); });
+    const FileTurn turn{file, name, output};
+    const auto report = [&](const std::vector<std::string>& messages) {
+        if (fHow.failed) fHow.failed(turn, messages);
+    };
+    FileResult result = guarded(
+        name, [&] { return fWork(turn); }, report);
     if (verbosity() == Verbosity::kVerbose)
         complain(subjectOf(name), result.changed ? "changed" : wordsFor(result.outcome));
     return result;
@@ -73,7 +78,7 @@ void FileQueue::runHere() {
             fResults[i] = resultOf(i, fOutput);
         } catch (const OutputError&) {
             // A command that writes files has written this one before it printed anything.
-            if (fPurpose == Purpose::kWriting) fResults[i] = Outcome::kDone;
+            if (fHow.purpose == Purpose::kWriting) fResults[i] = Outcome::kDone;
             throw;
         } catch (const Interrupted&) {
             return;
@@ -155,7 +160,7 @@ void FileQueue::hold(size_t file, std::string_view bytes) {
         if (fOutput.stopsOnSignals()) Signals::stopIfReceived();
         fTaken.wait_for(lock, std::chrono::milliseconds(100));
     }
-    if (fStops && fPurpose == Purpose::kReading) throw Interrupted();
+    if (fStops && fHow.purpose == Purpose::kReading) throw Interrupted();
 }
 
 void FileQueue::printInOrder() {

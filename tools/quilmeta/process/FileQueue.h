@@ -20,7 +20,7 @@ namespace orbo::Quilmeta {
 /// one thread that is the caller, and nothing is held back.
 class FileQueue {
   public:
-    FileQueue(std::vector<std::string> files, Purpose purpose, Output& output,
+    FileQueue(std::vector<std::string> files, const EachFile& how, Output& output,
               const FileWork& work);
     FileQueue(const FileQueue&) = delete;
     FileQueue& operator=(const FileQueue&) = delete;
@@ -62,7 +62,7 @@ class FileQueue {
 
     std::vector<std::string> fFiles;
     std::vector<std::optional<FileResult>> fResults;
-    Purpose fPurpose;
+    const EachFile& fHow;
     Output& fOutput;
     const FileWork& fWork;
     Progress fProgress;

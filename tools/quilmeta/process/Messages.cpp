@@ -35,6 +35,21 @@ void complain(std::string_view subject, std::string_view text) {
         printMessages(lines);
 }
 
+std::vector<std::string> messagesIn(std::string_view text) {
+    std::vector<std::string> messages;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        const std::string line = safeLine(text.substr(0, end));
+        text.remove_prefix(end == text.npos ? text.size() : end + 1);
+        if (line.empty()) continue;
+        if (messages.empty() || line.front() != ' ')
+            messages.push_back(line);
+        else
+            messages.back() += '\n' + line;
+    }
+    return messages;
+}
+
 void remark(std::string_view text) {
     if (gVerbosity != Verbosity::kQuiet) complain("", text);
 }

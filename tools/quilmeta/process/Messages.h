@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -11,6 +12,10 @@ namespace orbo::Quilmeta {
 /// subject. A line that begins with a blank continues the one before and gets no prefix. Characters
 /// that could control a terminal are escaped.
 void complain(std::string_view subject, std::string_view text);
+
+/// The messages in a text that `complain` takes: a line that begins with a blank continues the one
+/// before.
+std::vector<std::string> messagesIn(std::string_view text);
 
 /// Prints a note, as `complain` does without a subject, unless the user wants silence.
 void remark(std::string_view text);

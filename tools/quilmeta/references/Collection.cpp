@@ -70,20 +70,23 @@ std::string literalPath(const std::string& path) {
 }  // namespace
 
 Outcome Collection::read(const std::vector<std::string>& scenes, const SceneAccess& access,
-                         size_t jobs, Output& output) {
+                         const EachFile& how, Output& output) {
+    Outcome worst = Outcome::kDone;
     for (const std::string& scene : scenes) {
         std::string problem = problemOfFile(scene);
         const auto file = problem.empty() ? addFile(scene, problem) : std::nullopt;
-        if (!file) throw CommandError(inQuotes(scene) + ": " + problem);
+        if (!file) {
+            complain(subjectOf(scene), problem);
+            if (how.failed) how.failed({0, scene, output}, {problem});
+            worst = Outcome::kFailed;
+            continue;
+        }
         Origin& origin = fOrigins[*file];
         // A file that the user gave is read, so that one that is no scene is refused.
         if (!origin.isGiven && !Data::Accessor::accessorByExtension(origin.name))
             fScenesToRead.push_back(*file);
         origin.isGiven = true;
     }
-    Outcome worst = Outcome::kDone;
-    EachFile how;
-    how.jobs = jobs;
     // Each round finds the scenes of the next.
     while (!fScenesToRead.empty()) {
         const std::vector<size_t> numbers = std::exchange(fScenesToRead, {});

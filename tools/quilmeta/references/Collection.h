@@ -44,9 +44,9 @@ class Collection {
     explicit Collection(FileLookup& lookup) : fLookup(lookup) {}
 
     /// Reads the tables of the scenes, and of those that they refer to, and looks for their files.
-    /// Returns the worst outcome of any scene.
-    Outcome read(const std::vector<std::string>& scenes, const SceneAccess& access, size_t jobs,
-                 Output& output);
+    /// Returns the worst outcome of any scene; the output gets the failures alone.
+    Outcome read(const std::vector<std::string>& scenes, const SceneAccess& access,
+                 const EachFile& how, Output& output);
     /// Decides where everything goes. Throws `CommandError` when two files would have one name.
     void plan();
 

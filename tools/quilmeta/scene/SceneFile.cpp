@@ -142,12 +142,13 @@ bool isScene(const std::string& file) {
     return accessor->isFileSupported(file);
 }
 
-std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess& access) {
+CheckedScene checkScene(const std::string& file, const SceneAccess& access) {
     demandReadableFile(file);
-    std::vector<Data::Finding> findings = accessorFor(file, access.patience())->check(file);
-    for (const Data::Finding& finding : findings)
+    CheckedScene scene{accessorFor(file, access.patience()), {}};
+    scene.findings = scene.accessor->check(file);
+    for (const Data::Finding& finding : scene.findings)
         if (finding.code == Code::kFileUnreadable) throw CommandError(finding.message);
-    return findings;
+    return scene;
 }
 
 // Findings that are not in the errors are about metadata that was read.
@@ -199,9 +200,9 @@ FileResult repeatAfterConflict(const SceneAccess& access, const std::function<Fi
     }
 }
 
-Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access, size_t jobs,
-                  Output& output, const FileWork& edit) {
-    return forEachFile(files, access.eachFile(jobs), output, [&](const FileTurn& turn) {
+Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access,
+                  const EachFile& how, Output& output, const FileWork& edit) {
+    return forEachFile(files, how, output, [&](const FileTurn& turn) {
         return repeatAfterConflict(access, [&] { return edit(turn); });
     });
 }

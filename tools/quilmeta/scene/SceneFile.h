@@ -43,9 +43,13 @@ Scene openScene(const std::string& file, const SceneAccess& access,
 /// Whether the accessor that serves the file's extension takes the file for a scene.
 bool isScene(const std::string& file);
 
-/// Everything that a check finds in the file. Throws `CommandError` when it cannot be read, or no
-/// accessor serves its extension.
-std::vector<Data::Finding> checkScene(const std::string& file, const SceneAccess& access);
+/// What a check finds in a file.
+struct CheckedScene {
+    std::unique_ptr<Data::Accessor> accessor;  ///< what could be read
+    std::vector<Data::Finding> findings;
+};
+/// Throws `CommandError` when the file cannot be read, or no accessor serves its extension.
+CheckedScene checkScene(const std::string& file, const SceneAccess& access);
 
 /// Whether all metadata of these nodes can be read. Reads the file once more, so ask it only about
 /// scenes that are not `complete`.
@@ -73,7 +77,7 @@ bool writeScene(const Scene& scene, const SceneAccess& access, Output& output);
 FileResult repeatAfterConflict(const SceneAccess& access, const std::function<FileResult()>& edit);
 
 /// `forEachFile` for an `edit` that changes one scene, with `repeatAfterConflict` around each.
-Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access, size_t jobs,
-                  Output& output, const FileWork& edit);
+Outcome editFiles(const std::vector<std::string>& files, const SceneAccess& access,
+                  const EachFile& how, Output& output, const FileWork& edit);
 
 }  // namespace orbo::Quilmeta
