@@ -49,6 +49,13 @@ std::string formatted(const char* format, double value, const char* unit) {
 
 }  // namespace
 
+void tidyHeap() {
+    constexpr std::size_t kLarge = 64 * 1024;  // too large for the lists of small blocks
+    void* block = std::malloc(kLarge);
+    benchmark::DoNotOptimize(block);
+    std::free(block);
+}
+
 Bench::Bench(unsigned rounds, double parts, Clock clock)
     : fRounds(rounds), fParts(parts), fClock(clock) {
     // Counting references takes longer in a process that has ever had a second thread.

@@ -22,6 +22,10 @@ namespace orbo::Benchmarks {
 /// threads takes a clock on the wall.
 enum class Clock { kThread, kWall };
 
+/// Makes the allocator merge what was freed, which it would otherwise do at somebody's next large
+/// request: nobody pays for what another left behind.
+void tidyHeap();
+
 /// Measures all contestants once in each round, in shuffled order, and prints a row for each
 /// figure. Ratios are the medians of those in each round.
 class Bench {
@@ -44,6 +48,7 @@ class Bench {
                     benchmark::DoNotOptimize(result.get());
                     state.PauseTiming();
                     result.reset();
+                    tidyHeap();
                     state.ResumeTiming();
                 }
             }

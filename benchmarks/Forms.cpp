@@ -73,6 +73,7 @@ int main(int argc, char** argv) {
         const Form& form = forms.at(std::stoul(argv[2]));
         const bool isPlain = argv[3] == std::string("plain");
         std::istringstream in(ShapeText(isPlain ? form.plain : form.shape, kCounted).text);
+        tidyHeap();
         countedWork(in);
         return 0;
     }

@@ -329,6 +329,7 @@ int count(const std::string& shapeName, const std::string& reader) {
     for (const Contestants& one : allShapes()) {
         if (one.shape.name != shapeName) continue;
         const auto readers = one.make(elementsOf(one, 5000));
+        tidyHeap();
         countedWork(readers.at(reader));
     }
     return 0;
