@@ -18,6 +18,17 @@ set_target_properties(MetaDataObjects PROPERTIES POSITION_INDEPENDENT_CODE ON)
 target_include_directories(MetaDataObjects PUBLIC ${PROJECT_SOURCE_DIR}/include
                            ${PROJECT_SOURCE_DIR}/src)
 metadata_warnings(MetaDataObjects)
+# Headers that make numbers faster, compiled in where they are there. Without them the standard
+# library does it, and gives the same bytes.
+option(METADATA_FAST_NUMBERS "Use the headers of fast_float where they are found" ON)
+if(METADATA_FAST_NUMBERS)
+    find_package(FastFloat QUIET)
+endif()
+if(FastFloat_FOUND)
+    target_link_libraries(MetaDataObjects PRIVATE FastFloat::fast_float)
+    set_source_files_properties(${PROJECT_SOURCE_DIR}/src/core/DecimalToBinary.cpp
+                                PROPERTIES COMPILE_DEFINITIONS METADATA_FAST_FLOAT)
+endif()
 metadata_unloadable(MetaDataObjects)
 # The library calls its own functions, not those of the same name that a program may have.
 if(METADATA_HAS_NO_INTERPOSITION)

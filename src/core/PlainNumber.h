@@ -4,16 +4,18 @@
 
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 
 #include "core/Ascii.h"
+#include "core/DecimalToBinary.h"
 #include "core/EightBytes.h"
 
 namespace orbo::Data {
 
-/// Reads digits, with a "-" where the type is signed and a point where it has fractions, as long as
-/// they are so few that the arithmetic is exact and gives what `std::from_chars` does. Returns null
-/// for all others, such as numbers with an exponent.
+/// Reads digits, with a "-" where the type is signed, and a point and an exponent where it has
+/// fractions, as long as they are so few that the result is certainly that of `std::from_chars`.
+/// Returns null for all others.
 template <typename T>
 class PlainNumber {
   public:
@@ -26,13 +28,16 @@ class PlainNumber {
         if (!end) end = number.takeLong(digits, last);
         if (!end) return nullptr;
         if constexpr (std::is_floating_point_v<T>) {
-            if (end != last && (*end == 'e' || *end == 'E')) return nullptr;
+            if (end != last && (*end == 'e' || *end == 'E')) {
+                end = number.takeExponent(end + 1, last);
+                if (!end) return nullptr;
+            }
         }
         return number.convert(isNegative, value) ? end : nullptr;
     }
 
   private:
-    static constexpr std::ptrdiff_t kMostDigits = 18;  // always less than 2^63
+    static constexpr std::ptrdiff_t kMostDigits = 19;  // always less than 2^64
     static constexpr std::uint64_t kShifts[] = {1,      10,      100,      1000,     10000,
                                                 100000, 1000000, 10000000, 100000000};
 
@@ -53,7 +58,7 @@ class PlainNumber {
                 values = (values & whole) | ((values >> 8) & ~whole);
                 const unsigned length = bytesBefore(others);
                 end = at + length;
-                fScale = length - 1 - count;
+                fPower = static_cast<int>(count) - static_cast<int>(length - 1);
                 count = length - 1;
             }
         }
@@ -65,15 +70,36 @@ class PlainNumber {
     const char* takeLong(const char* digits, const char* last) {
         const char* end = takeDigits(digits, last);
         if (end == digits) return nullptr;
+        std::ptrdiff_t count = end - digits;
         if constexpr (std::is_floating_point_v<T>) {
-            fScale = 0;
             if (end != last && *end == '.') {
                 const char* const fraction = end + 1;
-                end = takeDigits(fraction, last);
-                fScale = static_cast<unsigned>(end - fraction);
+                const char* counted = fraction;
+                if (fDigits == 0) {
+                    count = 0;
+                    while (counted != last && *counted == '0') ++counted;
+                }
+                end = takeDigits(counted, last);
+                if (end - fraction > kMostPlaces) return nullptr;
+                count += end - counted;
+                fPower = -static_cast<int>(end - fraction);
             }
         }
-        return end - digits > kMostDigits ? nullptr : end;
+        return count > kMostDigits ? nullptr : end;
+    }
+
+    // Takes what stands behind the "e". Four digits are more than any number needs.
+    const char* takeExponent(const char* at, const char* last) {
+        const bool isNegative = at != last && *at == '-';
+        if (at != last && (*at == '-' || *at == '+')) ++at;
+        const char* const digits = at;
+        int exponent = 0;
+        for (; at != last && at - digits < 4 && Ascii::isDigit(*at); ++at) {
+            exponent = 10 * exponent + (*at - '0');
+        }
+        if (at == digits || (at != last && Ascii::isDigit(*at))) return nullptr;
+        fPower += isNegative ? -exponent : exponent;
+        return at;
     }
 
     const char* takeDigits(const char* at, const char* last) {
@@ -118,50 +144,70 @@ class PlainNumber {
     }
 
     bool convert(bool isNegative, T& value) const {
-        if constexpr (std::is_integral_v<T>) {
-            const auto wide = static_cast<std::int64_t>(fDigits);
-            const std::int64_t number = isNegative ? -wide : wide;
-            value = static_cast<T>(number);
-            return static_cast<std::int64_t>(value) == number;
+        if constexpr (std::is_unsigned_v<T>) {
+            value = static_cast<T>(fDigits);
+            return value == fDigits;
+        } else if constexpr (std::is_integral_v<T>) {
+            if (fDigits > static_cast<std::uint64_t>(std::numeric_limits<T>::max())) return false;
+            const auto number = static_cast<std::int64_t>(fDigits);
+            value = static_cast<T>(isNegative ? -number : number);
+            return true;
         } else {
-            constexpr std::uint64_t kMostExact = std::uint64_t{1} << 53;
-            if (fDigits > kMostExact || fScale > kMostDigits) return false;
-            const auto digits = static_cast<double>(fDigits);
-            if constexpr (std::is_same_v<T, float>) {
-                const double number = digits * kTenths[fScale];
-                if (isNearHalfway(number)) return false;
-                value = static_cast<float>(number * kSigns[isNegative]);
-            } else {
-                // Both operands are exact, so the quotient is rounded only once.
-                const double number = digits / kPowersOfTen[fScale];
-                value = number * kSigns[isNegative];
-            }
+            T number = 0;
+            if (!convertExactly(number) && !decimalToBinary(fDigits, fPower, number)) return false;
+            value = number * kSigns<T>[isNegative];
             return true;
         }
     }
 
-    // True when the double lies near the middle between two floats. The power of ten and the
-    // product were rounded, so its last two bits may be wrong.
+    // Where both operands are exact, their quotient or product is rounded only once.
+    bool convertExactly(float& number) const {
+        constexpr std::uint64_t kMostExact = std::uint64_t{1} << 24;
+        if (fPower > 0 || fPower < -kMostFloatPower) return convertAsDouble(number);
+        if (fDigits > kMostExact) return convertAsDouble(number);
+        const auto digits = static_cast<float>(static_cast<std::int32_t>(fDigits));
+        number = digits / kFloatPowersOfTen[-fPower];
+        return true;
+    }
+    bool convertExactly(double& number) const {
+        constexpr std::uint64_t kMostExact = std::uint64_t{1} << 53;
+        if (fDigits > kMostExact || fPower > kMostPower || fPower < -kMostPower) return false;
+        const auto digits = static_cast<double>(static_cast<std::int64_t>(fDigits));
+        number = fPower <= 0 ? digits / kPowersOfTen[-fPower] : digits * kPowersOfTen[fPower];
+        return true;
+    }
+
+    // A double of these powers is neither too large nor too small for a float.
+    bool convertAsDouble(float& number) const {
+        double wide = 0;
+        if (fPower > 18 || !convertExactly(wide) || isNearHalfway(wide)) return false;
+        number = static_cast<float>(wide);
+        return true;
+    }
+
+    // True when the double, which was rounded, lies near the middle between two floats.
     static bool isNearHalfway(double number) {
         std::uint64_t bits = 0;
         std::memcpy(&bits, &number, sizeof bits);
         constexpr std::uint64_t kHalf = std::uint64_t{1} << 28;
-        constexpr std::uint64_t kNear = 4;
         const std::uint64_t dropped = bits & (2 * kHalf - 1);
-        return dropped + kNear >= kHalf && dropped <= kHalf + kNear;
+        return dropped + 1 >= kHalf && dropped <= kHalf + 1;
     }
 
+    static constexpr int kMostPlaces = 1000;
+    static constexpr int kMostFloatPower = 10;
+    static constexpr int kMostPower = 22;
     // A table instead of a branch: the sign is unpredictable.
-    static constexpr double kSigns[] = {1, -1};
-    static constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
-                                              1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
-                                              1e14, 1e15, 1e16, 1e17, 1e18};
-    static constexpr double kTenths[] = {1e0,   1e-1,  1e-2,  1e-3,  1e-4,  1e-5,  1e-6,
-                                         1e-7,  1e-8,  1e-9,  1e-10, 1e-11, 1e-12, 1e-13,
-                                         1e-14, 1e-15, 1e-16, 1e-17, 1e-18};
+    template <typename Floating>
+    static constexpr Floating kSigns[] = {1, -1};
+    static constexpr float kFloatPowersOfTen[] = {1e0F, 1e1F, 1e2F, 1e3F, 1e4F, 1e5F,
+                                                  1e6F, 1e7F, 1e8F, 1e9F, 1e10F};
+    static constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                              1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                              1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
     std::uint64_t fDigits = 0;
-    unsigned fScale = 0;
+    int fPower = 0;  // of ten, by which the digits are multiplied
 };
 
 }  // namespace orbo::Data

@@ -5,106 +5,100 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
 #include "core/Ascii.h"
 #include "core/DataTypes.h"
-#include "core/EightBytes.h"
 #include "core/PlainNumber.h"
+#include "core/SixteenBytes.h"
 
 namespace orbo::Data {
 
 namespace {
 
-/// A position in the text. It does not move for values that cannot be read.
-class PlainLine {
-  public:
-    PlainLine(const char* first, const char* last) : fNext(first), fLast(last) {}
+// Quicker than `isBlank`. Enough behind a value: what reads on refuses the control characters.
+bool isBlankOrControl(char c) { return static_cast<unsigned char>(c) <= ' '; }
 
-    /// Goes to the next value; returns false at the end of the line or of the text.
-    bool skipToValue() {
-        while (fNext != fLast && (*fNext == ' ' || *fNext == '\t')) ++fNext;
-        return fNext != fLast && !Ascii::isBlank(*fNext);
-    }
-
-    template <typename T>
-    bool readNumber(Member::eDataType type, T& value) {
-        const char* end = PlainNumber<T>::read(fNext, fLast, value);
-        if (!end || end == fLast || !Ascii::isBlank(*end)) {
-            const std::string_view text(fNext, static_cast<std::size_t>(fLast - fNext));
-            end = ValueText::readPlainNumber(text, type, &value);
-            // The number may go on behind what is in memory.
-            if (!end || end == fLast) return false;
-        }
-        fNext = end;
-        return true;
-    }
-
-    bool readBoolean(bool& value) {
-        const char* const end = std::find_if(fNext, fLast, Ascii::isBlank);
-        const std::string_view word(fNext, static_cast<std::size_t>(end - fNext));
-        if (end == fLast || !ValueText::readBoolean(word, value)) return false;
-        fNext = end;
-        return true;
-    }
-
-    bool readString(char** slot) {
-        if (*fNext != '"') return false;
-        const char* const first = fNext + 1;
-        const char* const end = endOfOrdinary(first);
-        if (end == fLast || *end != '"') return false;
-        const auto size = static_cast<std::size_t>(end - first);
-        char* const copy = static_cast<char*>(std::malloc(size + 1));
-        if (!copy) return false;
-        std::memcpy(copy, first, size);
-        copy[size] = '\0';
-        *slot = copy;
-        fNext = end + 1;
-        return true;
-    }
-
-    /// Returns the end of the line; null when something else follows.
-    const char* end() {
-        while (fNext != fLast && *fNext != '\n' && Ascii::isBlank(*fNext)) ++fNext;
-        return fNext == fLast || *fNext != '\n' ? nullptr : fNext + 1;
-    }
-
-  private:
-    [[nodiscard]] const char* endOfOrdinary(const char* at) const {
-        while (EightBytes::kUsable && fLast - at >= EightBytes::kSize) {
-            const int count = EightBytes(at).countBefore('"', '\\', '\n', '\0');
-            at += count;
-            if (count < EightBytes::kSize) return at;
-        }
-        while (at != fLast && isOrdinary(*at)) ++at;
-        return at;
-    }
-    static bool isOrdinary(char c) { return c != '"' && c != '\\' && c != '\n' && c != '\0'; }
-
-    const char* fNext;
-    const char* fLast;
-};
+// Each of these reads what stands at `at`. Returns its end, which is in front of `last`; null for
+// what is not plain.
 
 template <typename T>
-bool readScalar(PlainLine& line, Member::eDataType type, T& value) {
-    if constexpr (std::is_same_v<T, bool>) {
-        return line.readBoolean(value);
-    } else if constexpr (std::is_pointer_v<T>) {
-        return line.readString(&value);
-    } else {
-        return line.readNumber(type, value);
-    }
+const char* readPlain(const char* at, const char* last, T& value) {
+    const char* const end = PlainNumber<T>::read(at, last, value);
+    if (end && end != last && isBlankOrControl(*end)) return end;
+    const std::string_view text(at, static_cast<std::size_t>(last - at));
+    const char* const other = ValueText::readPlainNumber(text, dataTypeOf<T>(), &value);
+    // The number may go on behind what is in memory.
+    return other == last ? nullptr : other;
 }
 
-bool readRun(PlainLine& line, Member::eDataType type, char* to, std::uint64_t count) {
-    return visitMemberType(type, [&](auto memberType) {
-        auto* const values = reinterpret_cast<typename decltype(memberType)::Scalar*>(to);
-        for (std::uint64_t i = 0; i < count; ++i) {
-            if (!line.skipToValue() || !readScalar(line, type, values[i])) return false;
-        }
-        return true;
-    });
+// Without a branch between true and false, for nobody can predict it.
+const char* readPlain(const char* at, const char* last, bool& value) {
+    constexpr std::ptrdiff_t kLongest = 5;
+    if (last - at > kLongest) {
+        const bool isTrue = std::memcmp(at, "true", 4) == 0;
+        const bool isFalse = std::memcmp(at, "false", 5) == 0;
+        const char* const end = at + (isTrue ? 4 : 5);
+        value = isTrue;
+        if ((isTrue | isFalse) && isBlankOrControl(*end)) return end;
+    }
+    const char* const end = std::find_if(at, last, Ascii::isBlank);
+    const std::string_view word(at, static_cast<std::size_t>(end - at));
+    return end != last && ValueText::readBoolean(word, value) ? end : nullptr;
+}
+
+// Copies text that ends with an escaped character's end or none, without the backslashes.
+void copyUnescaped(char* to, const char* at, const char* last) {
+    while (at != last) {
+        const char* const plain = findFirstOf(at, last, '\\');
+        to = std::copy(at, plain, to);
+        if (plain == last) break;
+        *to++ = plain[1] == 'n' ? '\n' : plain[1];
+        at = plain + 2;
+    }
+    *to = '\0';
+}
+
+const char* readPlain(const char* at, const char* last, char*& slot) {
+    if (*at != '"') return nullptr;
+    const char* const first = at + 1;
+    const char* end = first;
+    std::size_t escapes = 0;
+    for (;; ++escapes, end += 2) {
+        end = findFirstOf(end, last, '"', '\\', '\0');
+        if (end == last || *end == '\0') return nullptr;
+        if (*end == '"') break;
+        if (last - end < 2 || end[1] == '\0') return nullptr;
+    }
+    const auto size = static_cast<std::size_t>(end - first);
+    char* const copy = static_cast<char*>(std::malloc(size - escapes + 1));
+    if (!copy) return nullptr;
+    if (escapes != 0) {
+        copyUnescaped(copy, first, end);
+    } else {
+        std::memcpy(copy, first, size);
+        copy[size] = '\0';
+    }
+    slot = copy;
+    return end + 1;
+}
+
+const char* skipBlanks(const char* at, const char* last) {
+    if (at != last && *at == ' ') ++at;  // usually the only one
+    while (at != last && isBlankOrControl(*at) && Ascii::isBlank(*at)) ++at;
+    return at;
+}
+
+template <typename T>
+const char* readValues(const char* at, const char* last, T* values, std::uint64_t count) {
+    for (std::uint64_t i = 0; i < count; ++i) {
+        at = skipBlanks(at, last);
+        if (at != last) at = readPlain(at, last, values[i]);
+        if (!at || at == last) return nullptr;
+    }
+    return at;
 }
 
 template <typename T>
@@ -130,15 +124,22 @@ ElementText::ElementText(const Layout& layout) : fLayout(layout) {
 }
 
 const char* ElementText::read(const char* first, const char* last, char* chunk) const {
-    PlainLine line(first, last);
-    bool isPlain = true;
+    const char* at = first;
     // A plain loop, because the call of an algorithm takes as long as reading a short value.
-    for (auto run = fRuns.begin(); isPlain && run != fRuns.end(); ++run) {
-        isPlain = readRun(line, run->type, chunk + run->offset, run->count);
+    for (auto run = fRuns.begin(); at && run != fRuns.end(); ++run) {
+        at = visitMemberType(run->type, [&](auto memberType) {
+            using T = typename decltype(memberType)::Scalar;
+            return readValues(at, last, reinterpret_cast<T*>(chunk + run->offset), run->count);
+        });
     }
-    const char* const end = isPlain ? line.end() : nullptr;
+    const char* const end = at ? endOfLine(at, last) : nullptr;
     if (!end) fLayout.reset(chunk);
     return end;
+}
+
+const char* ElementText::endOfLine(const char* at, const char* last) {
+    while (at != last && *at != '\n' && Ascii::isBlank(*at)) ++at;
+    return at == last || *at != '\n' ? nullptr : at + 1;
 }
 
 void ElementText::write(BufferedWriter& out, const ValueText::NumberFormat& format,

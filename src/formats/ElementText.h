@@ -17,10 +17,13 @@ class ElementText {
   public:
     explicit ElementText(const Layout& layout);
 
-    /// Reads the values of all members from one line into a default chunk, and returns the end of
-    /// the line. Returns null, with a default chunk, when something is not ordinary, such as an
-    /// escape, a value too many, or a line that goes on behind `last`.
+    /// Reads the values of all members, which may stand on several lines, into a default chunk.
+    /// Returns the end of the last value's line; null, with a default chunk, when something is not
+    /// ordinary, such as a value too many, or a line that goes on behind `last`.
     const char* read(const char* first, const char* last, char* chunk) const;
+    /// Skips the blanks behind an index or values. Returns the beginning of the next line; null
+    /// when something else stands on the line, or it goes on behind `last`.
+    static const char* endOfLine(const char* at, const char* last);
 
     /// Writes the line in the way that `StreamSerializerRaw::writeMember` does for each member.
     void write(BufferedWriter& out, const ValueText::NumberFormat& format, const char* chunk) const;

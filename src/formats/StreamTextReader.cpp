@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "core/Ascii.h"
 #include "core/Excerpt.h"
@@ -156,8 +157,9 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
 
 void StreamTextReader::readElements(Stream& stream) {
     if (!fContext.listenerFor(Remarks::kPassedOver) && fLayout->memberCount() > 0 &&
-        fLayout->totalSize() <= kSmallElement && fMakeIndex.typeName() == Index::theTypeName()) {
+        fLayout->totalSize() <= kSmallElement) {
         fPlainText.emplace(*fLayout);
+        fHasNumbers = fMakeIndex.typeName() == Index::theTypeName();
     }
     while (fHasIndexLine || nextIndexLine()) {
         fHasIndexLine = false;
@@ -170,7 +172,7 @@ void StreamTextReader::readElements(Stream& stream) {
     fOutline.endElements(fLeftAtLine);
 }
 
-// The fast path: a number on one line and values on the next, both in the buffer. Stop at the first
+// The fast path: an index on one line and values behind it, all in the buffer. Stop at the first
 // element this fast path cannot parse; the general reader takes over there.
 void StreamTextReader::readPlainElements(Stream& stream) {
     StreamImpl* const places = StreamAccess::placesOf(stream, *fLayout);
@@ -179,20 +181,53 @@ void StreamTextReader::readPlainElements(Stream& stream) {
     const char* const last = ready.data() + ready.size();
     const char* next = ready.data();
     for (;;) {
-        unsigned int number = 0;
-        const char* const indexEnd = PlainNumber<unsigned int>::read(next, last, number);
-        if (!indexEnd || indexEnd == last || *indexEnd != '\n') break;
+        unsigned int lines = 1;
+        const char* at = next;
+        for (; at != last && Ascii::isBlank(*at); ++at) {
+            if (*at != '\n') continue;
+            ++lines;
+            next = at + 1;  // an empty line
+        }
         // If the values turn out not to be plain, a default element stays for now: the general
         // reader replaces it, or no stream results.
-        char* const chunk = places->place(number);
-        const char* const end = chunk ? fPlainText->read(indexEnd + 1, last, chunk) : nullptr;
+        const Placed placed =
+            fHasNumbers ? placeNumber(*places, at, last) : placeIndex(*places, at, last);
+        const char* const end =
+            placed.chunk ? fPlainText->read(placed.values, last, placed.chunk) : nullptr;
+        fRecord += end ? lines : lines - 1;
         if (!end) break;
-        fOutline.add(number, static_cast<std::size_t>(last - next));
+        notePlace(placed.isNumber, placed.number, static_cast<std::size_t>(last - next));
         next = end;
-        ++fRecord;
         fReadAMember = true;
     }
     GetArea::take(*fIn.rdbuf(), static_cast<std::size_t>(next - ready.data()));
+}
+
+StreamTextReader::Placed StreamTextReader::placeNumber(StreamImpl& places, const char* at,
+                                                       const char* last) {
+    unsigned int number = 0;
+    const char* const end = PlainNumber<unsigned int>::read(at, last, number);
+    const char* const values = end ? ElementText::endOfLine(end, last) : nullptr;
+    if (!values) return {};
+    return {places.place(number), values, true, number};
+}
+
+StreamTextReader::Placed StreamTextReader::placeIndex(StreamImpl& places, const char* at,
+                                                      const char* last) {
+    const std::string_view left(at, static_cast<std::size_t>(last - at));
+    const std::size_t size = left.find('\n');
+    if (size == std::string_view::npos) return {};
+    const std::string_view text = Ascii::trimRight(left.substr(0, size));
+    if (text == fWords.end) return {};
+    fLine = text;
+    try {
+        Index index = fMakeIndex(fLine);
+        const bool isNumber = !index.complexIndex();
+        const unsigned int number = index.index();
+        return {places.place(std::move(index)), at + size + 1, isNumber, number};
+    } catch (...) {
+        return {};  // the general reader says what is wrong
+    }
 }
 
 bool StreamTextReader::nextIndexLine() {
@@ -207,7 +242,7 @@ bool StreamTextReader::nextIndexLine() {
 void StreamTextReader::readElement(Stream& stream) {
     std::optional<Index> index = takeIndex();
     if (index) {
-        notePlace(*index);
+        notePlace(!index->complexIndex(), index->index(), fLeftAtLine);
         readValues(*index);
         if (fErrorCount == 0 && !fChunk->isWhole()) reportTooShort();
         if (fErrorCount == 0) remarkOn(stream, *index);
@@ -226,11 +261,11 @@ void StreamTextReader::readElement(Stream& stream) {
     }
 }
 
-void StreamTextReader::notePlace(const Index& index) {
-    if (index.complexIndex()) {
-        fOutline.add(fLeftAtLine);
+void StreamTextReader::notePlace(bool isNumber, unsigned int number, std::size_t left) {
+    if (isNumber) {
+        fOutline.add(number, left);
     } else {
-        fOutline.add(index.index(), fLeftAtLine);
+        fOutline.add(left);
     }
 }
 

@@ -22,6 +22,8 @@
 
 namespace orbo::Data {
 
+class StreamImpl;
+
 /// A text has header lines in any order, then pairs of lines: an index and the values of its
 /// element. Lines may have any length. Use a reader for one text only.
 class StreamTextReader {
@@ -54,9 +56,18 @@ class StreamTextReader {
     void readElements(Stream& stream);
     bool nextIndexLine();
     void readPlainElements(Stream& stream);
+    /// The chunk of an element whose index was plain; null for another index.
+    struct Placed {
+        char* chunk = nullptr;
+        const char* values = nullptr;  // the line behind the index
+        bool isNumber = false;
+        unsigned int number = 0;
+    };
+    static Placed placeNumber(StreamImpl& places, const char* at, const char* last);
+    Placed placeIndex(StreamImpl& places, const char* at, const char* last);
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
-    void notePlace(const Index& index);
+    void notePlace(bool isNumber, unsigned int number, std::size_t left);
     void remarkOn(const Stream& stream, const Index& index);
     [[nodiscard]] TextPlace placeOf(const Index& index) const;
     void remarkOnNotFinite(const Member& member, const Index& index);
@@ -89,6 +100,7 @@ class StreamTextReader {
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;
     bool fHasIndexLine = false;
+    bool fHasNumbers = false;  // the indices are numbers
     bool fNameSeen = false;
     bool fIndexTypeSeen = false;
     bool fElementIsWhole = false;  // all its values were there, even if bad

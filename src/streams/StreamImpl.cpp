@@ -110,9 +110,8 @@ bool StreamImpl::adoptElement(Index&& index, Handle&& handle) {
 }
 
 Handle StreamImpl::emplaceElement(Index&& index) {
-    if (!index.complexIndex()) return emplaceElement(index.index());
     sync();
-    return handleOn(placeTyped(std::move(index)));
+    return handleOn(place(std::move(index)));
 }
 
 Handle StreamImpl::emplaceElement(unsigned int number) {

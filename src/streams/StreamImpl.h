@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
@@ -88,6 +89,9 @@ class StreamImpl : public RefCounted,
     /// Returns the chunk of a new or existing element, set to default values. Null when memory runs
     /// out, and for chunks of no bytes. Call `sync` before.
     [[nodiscard]] virtual char* place(unsigned int number) = 0;
+    [[nodiscard]] char* place(Index&& index) {
+        return index.complexIndex() ? placeTyped(std::move(index)) : place(index.index());
+    }
     /// Call `sync` before.
     virtual bool reserve(unsigned int elements) = 0;
     /// Shows the elements in order. Call `sync` or `syncToRead` before.
