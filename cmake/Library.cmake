@@ -20,14 +20,21 @@ target_include_directories(MetaDataObjects PUBLIC ${PROJECT_SOURCE_DIR}/include
 metadata_warnings(MetaDataObjects)
 # Headers that make numbers faster, compiled in where they are there. Without them the standard
 # library does it, and gives the same bytes.
-option(METADATA_FAST_NUMBERS "Use the headers of fast_float where they are found" ON)
+option(METADATA_FAST_NUMBERS "Use the headers of fast_float and fmt where they are found" ON)
 if(METADATA_FAST_NUMBERS)
     find_package(FastFloat QUIET)
+    find_package(fmt QUIET)
 endif()
-if(FastFloat_FOUND)
+if(METADATA_FAST_NUMBERS AND FastFloat_FOUND)
     target_link_libraries(MetaDataObjects PRIVATE FastFloat::fast_float)
     set_source_files_properties(${PROJECT_SOURCE_DIR}/src/core/DecimalToBinary.cpp
                                 PROPERTIES COMPILE_DEFINITIONS METADATA_FAST_FLOAT)
+endif()
+if(METADATA_FAST_NUMBERS AND fmt_FOUND)
+    target_include_directories(MetaDataObjects PRIVATE
+        $<TARGET_PROPERTY:fmt::fmt-header-only,INTERFACE_INCLUDE_DIRECTORIES>)
+    set_source_files_properties(${PROJECT_SOURCE_DIR}/src/core/ShortestDigits.cpp
+                                PROPERTIES COMPILE_DEFINITIONS METADATA_FMT)
 endif()
 metadata_unloadable(MetaDataObjects)
 # The library calls its own functions, not those of the same name that a program may have.

@@ -92,7 +92,8 @@ char* appendScientific(char* to, const Digits& digits, int exponent) {
 
 char* writeSixDigits(char* to, double value) {
     const double magnitude = std::fabs(value);
-    if (std::signbit(value)) *to++ = '-';
+    *to = '-';  // without a branch: the sign is unpredictable
+    to += std::signbit(value) ? 1 : 0;
     if (magnitude == 0) return *to++ = '0', to;
     // Keeps to the range of the table of powers; false also for NaN.
     if (!(magnitude >= 1e-16 && magnitude < 1e27)) return nullptr;

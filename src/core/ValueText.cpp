@@ -16,6 +16,7 @@
 #include "core/GetArea.h"
 #include "core/LongText.h"
 #include "core/PlainNumber.h"
+#include "core/ShortestDigits.h"
 #include "core/SixDigits.h"
 
 namespace orbo::Data::ValueText {
@@ -136,13 +137,16 @@ int exactNumbersSlot() {
     return slot;
 }
 
-static_assert(kNumberRoom >= kSixDigitsRoom);
+static_assert(kNumberRoom >= kSixDigitsRoom && kNumberRoom >= kShortestRoom);
 constexpr int kMostDigits = 64;
 
 template <typename T>
 char* putFloating(char* to, const NumberFormat& format, T value) {
     char* const end = to + kNumberRoom;
-    if (format.isExact) return std::to_chars(to, end, value, std::chars_format::general).ptr;
+    if (format.isExact) {
+        if (char* const written = writeShortest(to, value)) return written;
+        return std::to_chars(to, end, value, std::chars_format::general).ptr;
+    }
     if (format.precision == 6) {
         if (char* const written = writeSixDigits(to, value)) return written;
     }

@@ -9,6 +9,8 @@
 #include <streambuf>
 #include <string_view>
 
+#include "core/SixteenBytes.h"
+
 namespace orbo::Data {
 
 /// Writing to the buffer is far faster than to the stream: a stream takes a few thousand characters
@@ -42,13 +44,19 @@ class BufferedWriter {
         }
     }
     /// Writes a string in quotes with the escapes of stream texts.
-    void writeQuoted(const char* text) {
+    void writeQuoted(std::string_view text) {
         write('"');
-        for (; *text != '\0'; ++text) {
-            char* to = room(2);
-            if (*text == '"' || *text == '\\' || *text == '\n') *to++ = '\\';
-            *to++ = *text == '\n' ? 'n' : *text;
-            take(to);
+        const char* at = text.data();
+        const char* const last = at + text.size();
+        for (;;) {
+            const char* const special = findFirstOf(at, last, '"', '\\', '\n');
+            write(std::string_view(at, static_cast<std::size_t>(special - at)));
+            if (special == last) break;
+            char* const to = room(2);
+            to[0] = '\\';
+            to[1] = *special == '\n' ? 'n' : *special;
+            take(to + 2);
+            at = special + 1;
         }
         write('"');
     }

@@ -106,7 +106,10 @@ void writeScalar(BufferedWriter& out, const ValueText::NumberFormat& format, con
     if constexpr (std::is_same_v<T, bool>) {
         // Read as a byte, because another program may have stored neither 0 nor 1.
         const bool isTrue = *reinterpret_cast<const char*>(value) != 0;
-        out.write(isTrue ? std::string_view("true") : std::string_view("false"));
+        constexpr char kWords[2][8] = {"false", "true"};
+        char* const to = out.room(sizeof kWords[0]);
+        std::memcpy(to, kWords[isTrue], sizeof kWords[0]);
+        out.take(to + (isTrue ? 4 : 5));
     } else if constexpr (std::is_pointer_v<T>) {
         out.writeQuoted(*value ? *value : "");
     } else {

@@ -94,6 +94,8 @@ class ElementWriter final : public ElementVisitor {
         fWriter.write(index.asString());
         writeValues(chunk);
     }
+    // Call it behind the last element.
+    void flush() { fWriter.flush(); }
     [[nodiscard]] unsigned int errorCount() const { return fErrorCount; }
 
   private:
@@ -103,6 +105,7 @@ class ElementWriter final : public ElementVisitor {
         if (!fKept->keeps(element)) return false;
         if (element % fKept->blockSize == 0) {
             const std::string_view block = fKept->blocks[element / fKept->blockSize];
+            fWriter.flush();
             const std::size_t begin = fContext->text.size();
             ValueText::write(fOut, block);
             fContext->places.emplace_back(begin, begin + block.size());
@@ -119,7 +122,6 @@ class ElementWriter final : public ElementVisitor {
             fWriter.flush();
             writeMembers(chunk);
         }
-        fWriter.flush();
     }
 
     void writeMembers(char* chunk) {
@@ -213,6 +215,7 @@ int StreamSerializerRaw::write(const Stream& stream, std::ostream& out, std::str
     }
     ElementWriter elements(*this, stream, out, errors);
     StreamAccess::visitElements(stream, elements);
+    elements.flush();
     unsigned int count = elements.errorCount();
     ValueText::write(out, kept ? kept->end : keyword(kEndStream) + std::string("\n"));
     std::string own;

@@ -241,6 +241,28 @@ TEST_F(ElementTexts, DamagedFormsAreReadAsEver) {
     }
 }
 
+// Also where they are longer than the buffer in front of the output.
+TEST_F(ElementTexts, StringsAreQuotedCharacterByCharacter) {
+    RefPtr<Structure> one(new Structure("One"));
+    one->addMember(Member::kString, 1, "text");
+    Structure::registerStructure(*one);
+    for (int i = 0; i < 300; ++i) {
+        std::string value(bits() % (i % 10 == 0 ? 10000 : 70), 'x');
+        std::string quoted;
+        for (char& c : value) {
+            if (bits() % 10 == 0) c = "\"\\\n\r\t"[bits() % 5];
+            if (c == '"' || c == '\\' || c == '\n') quoted += '\\';
+            quoted += c == '\n' ? 'n' : c;
+        }
+        Stream stream(*one, "s");
+        *stream.emplaceElement(0).asString() = ::strdup(value.c_str());
+        const std::string text = written(stream, false);
+        EXPECT_EQ(text,
+                  "name s\nindexType numeric\nstructure One\n0\n\"" + quoted + "\"\nendStream\n");
+        EXPECT_EQ(bothAgree(text).stream, text);
+    }
+}
+
 // The long way says what is wrong, wherever the short one stopped.
 TEST_F(ElementTexts, LinesThatAreNotPlainAreReadAsEver) {
     RefPtr<Structure> pair(new Structure("P"));
