@@ -17,8 +17,8 @@ using Files::FileRewrite;
 using Files::RewriteRange;
 using Step = FileRewrite::Step;
 
-constexpr const char* kWayOut =
-    " Without one it can be written: WritePolicy::durable off, or quilmeta --no-journal.";
+// Programs other than `quilmeta` turn `WritePolicy::durable` off.
+constexpr const char* kWayOut = " Without one it can be written: quilmeta --no-journal.";
 
 // Suggests to do without a journal only where a journal is forbidden, not on a full disk.
 bool isForbidden(const std::error_code& error) {

@@ -26,13 +26,12 @@ namespace orbo::Quilmeta {
 
 namespace {
 
-/// Returns the words from last to first, as CLI11 wants them. CLI11 would take the next word for
-/// the value of "--node=", which is what a shell makes of --node=''; so this puts an empty word
-/// there. "help show" becomes "show --help".
-std::vector<std::string> reversedWords(int argc, char** argv) {
-    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
-    if (!words.empty() && words.front() == "help") {
-        words.erase(words.begin());
+/// Returns the words from last to first, as CLI11 wants them; `command` is the place of the
+/// command. CLI11 would take the next word for the value of "--node=", which is what a shell makes
+/// of --node=''; so this puts an empty word there. "help show" becomes "show --help".
+std::vector<std::string> reversedWords(std::vector<std::string> words, size_t command) {
+    if (command < words.size() && words[command] == "help") {
+        words.erase(words.begin() + static_cast<std::ptrdiff_t>(command));
         words.emplace_back("--help");
     }
     const auto end = std::find(words.begin(), words.end(), "--");
@@ -76,6 +75,16 @@ void setUpHelp(CLI::FormatterBase& helps) {
 
 bool isAmong(const std::vector<std::string>* words, std::string_view name) {
     return !words || std::find(words->begin(), words->end(), name) != words->end();
+}
+
+/// The place of the first word that is neither an option of the program nor the value of one.
+size_t placeOfCommand(const CLI::App& app, const std::vector<std::string>& words) {
+    size_t place = 0;
+    while (place < words.size() && words[place].substr(0, 1) == "-") {
+        const CLI::Option* const option = app.get_option_no_throw(words[place++]);
+        if (option && option->get_items_expected_max() > 0) ++place;
+    }
+    return std::min(place, words.size());
 }
 
 }  // namespace
@@ -124,7 +133,9 @@ void CommandLine::addOptions(CLI::App& app, std::unique_ptr<Command> command) {
 // are only those commands whose names are among the words, for no others can be called. What is
 // said about commands, in a help or a message, may need the names of all.
 Command* CommandLine::parse(int argc, char** argv, Output& output) {
-    const Words words = reversedWords(argc, argv);
+    const Words given(argv + std::min(argc, 1), argv + argc);
+    const size_t command = placeOfCommand(*fApp, given);
+    const Words words = reversedWords(given, command);
     addCommands(&words, &words);
     fApp->require_subcommand(0, 1);  // --version needs none, and exceptions take long
     bool isRight = true;
@@ -139,27 +150,35 @@ Command* CommandLine::parse(int argc, char** argv, Output& output) {
         applyOptions();
         return fCalled;
     } else {
-        explain(words, argc, argv, output);
+        explain(words, argv + std::min<size_t>(argc, command + 1), output);
     }
     return nullptr;
 }
 
-void CommandLine::explain(const Words& words, int argc, char** argv, Output& output) {
+void CommandLine::explain(const Words& words, char** command, Output& output) {
     begin();
     addCommands(nullptr, &words);
     setUpHelp(*fApp->get_formatter());
     try {
         fApp->parse(Words(words));
     } catch (const CLI::CallForHelp&) {
-        const bool namesCommand = argc > 2 && std::string_view(argv[1]) == "help";
-        if (namesCommand && Called(*fApp).words.empty())
-            throw UsageError("there is no command " + inQuotes(argv[2]) +
-                             didYouMean(argv[2], commandsOf(*fApp)));
+        if (*command && Called(*fApp).words.empty()) helpForUnknown(command);
         output.write(fittedText(Called(*fApp).help(), terminalWidth(output)));
     } catch (const CLI::ParseError& error) {
-        if (argc > 1 && Called(*fApp).words.empty()) becomeExternalCommand(argv[1], argv + 2);
+        if (*command && Called(*fApp).words.empty()) becomeExternalCommand(*command, command + 1);
         throw UsageError(usageMessage(*fApp, error));
     }
+}
+
+/// Helps with a command that is not ours: after "help" it is the next word.
+void CommandLine::helpForUnknown(char** command) const {
+    if (std::string_view(*command) != "help") return becomeExternalCommand(*command, command + 1);
+    char* const name = command[1];
+    if (!name) return;
+    char help[] = "--help";
+    char* words[] = {help, nullptr};
+    becomeExternalCommand(name, words);
+    throw UsageError("there is no command " + inQuotes(name) + didYouMean(name, commandsOf(*fApp)));
 }
 
 std::vector<CommandRow> CommandLine::table() {

@@ -42,8 +42,10 @@ class CommandLine {
     /// means all.
     void addCommands(const Words* listed, const Words* callable);
     void addOptions(CLI::App& app, std::unique_ptr<Command> command);
-    /// Prints the help that the words ask for, or throws what is wrong with them.
-    void explain(const Words& words, int argc, char** argv, Output& output);
+    /// Prints the help that the words ask for, or throws what is wrong with them. `command` is the
+    /// place of the command among the program's arguments, and null at their end.
+    void explain(const Words& words, char** command, Output& output);
+    void helpForUnknown(char** command) const;
     void applyOptions() const;
 
     std::unique_ptr<CLI::App> fApp;

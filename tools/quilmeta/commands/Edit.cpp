@@ -80,11 +80,12 @@ class Edit : public Command {
             throw UsageError("this changes all elements: say so with --all, or select some");
         fSearch.emplace(fWhere);
         fHints.emplace(GivenNames{fSelection});
-        Outcome outcome = changeFiles(filesOf(fFiles), fAccess, fFiles.jobs, output,
+        const std::vector<std::string> files = filesOf(fFiles);
+        Outcome outcome = changeFiles(files, fAccess, fFiles.jobs, output,
                                       [&](const FileTurn& turn) { return edit(turn); });
         if (Signals::received() != 0) return outcome;
         const bool isSpeltRight = fSearch->warn();
-        if (fFound == 0 && outcome != Outcome::kFailed)
+        if (fFound == 0 && !files.empty() && outcome != Outcome::kFailed)
             complain("", "no element is selected" + fHints->question());
         if (fFound == 0 || !isSpeltRight) outcome = std::max(outcome, Outcome::kNothingSelected);
         return outcome;

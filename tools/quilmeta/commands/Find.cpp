@@ -17,6 +17,7 @@
 #include <atomic>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -60,19 +61,28 @@ class Find : public Command {
         how.jobs = fFiles.jobs;
         how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
-        Outcome outcome = forEachFile(filesOf(fFiles), how, results,
-                                      [&](const FileTurn& turn) { return find(turn); });
+        const std::vector<std::string> files = filesOf(fFiles);
+        Outcome outcome =
+            forEachFile(files, how, results, [&](const FileTurn& turn) { return find(turn); });
         results.end();
         if (Signals::received() != 0) return outcome;
         const bool isSpeltRight = fSearch->warn();
-        // Nothing found is an answer, but for a name that may be misspelt.
-        if (const std::string hint = fHints->question(); fFound == 0 && !hint.empty())
-            complain("", "nothing matches" + fSelection.text() + hint);
+        const bool isAnswered = !files.empty() && isSpeltRight && outcome != Outcome::kFailed;
+        if (fFound == 0 && isAnswered) reportNothing();
         if (fFound == 0 || !isSpeltRight) outcome = std::max(outcome, Outcome::kNothingSelected);
         return outcome;
     }
 
   private:
+    /// Nothing found is an answer, but for a name that may be misspelt.
+    void reportNothing() {
+        const std::string hint = fHints->question();
+        if (hint.empty() && !fCounts)
+            remark("no element is found");
+        else if (!hint.empty())
+            complain("", "nothing matches" + fSelection.text() + hint);
+    }
+
     FileResult find(const FileTurn& turn) {
         const Scene scene = openScene(turn.file, fAccess);
         SceneView view = select(*scene.accessor, fSelection);

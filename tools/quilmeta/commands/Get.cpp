@@ -12,8 +12,6 @@
 #include "scene/SceneFile.h"
 #include "values/SafeText.h"
 
-#include <data/Structure.h>
-#include <debug/RefPtr.h>
 #include <fmt/format.h>
 
 #include <optional>
@@ -80,7 +78,7 @@ class Get : public Command {
                 const auto members = membersOf(stream.structure());
                 if (stream.empty()) throw NotThere("the stream has no element");
                 for (auto element = stream.cbegin(); element.valid(); ++element)
-                    print(element.index(), *element, members, output);
+                    print(isText() ? "" : jsonOf(element.index()), &*element, members, output);
             }
         } catch (const NotThere& missing) {
             if (!fDefault) {
@@ -110,15 +108,17 @@ class Get : public Command {
         }
     }
 
+    /// Those that are not there have no member, if there is a default.
     [[nodiscard]] std::vector<NamedMember> membersOf(const Data::Structure& structure) const {
         std::vector<NamedMember> members;
         for (const std::string& name : fMembers) {
             try {
                 const auto member = findMember(structure, name);
-                if (!member) throw NotThere(NoSuchMember(structure, name).what());
+                if (!member) throw NoSuchMember(structure, name);
                 members.push_back(*member);
             } catch (const CommandError& error) {
-                throw NotThere(error.what());
+                if (!fDefault) throw NotThere(error.what());
+                members.push_back({nullptr, 0, {}, name});
             }
         }
         return members;
@@ -129,52 +129,58 @@ class Get : public Command {
         const Data::Index index = indexOf(stream, *fIndex);
         Data::Stream shared = stream;
         Data::Handle element = shared.element(index);
-        if (!element.hasData())
+        if (!element.hasData() && !fDefault)
             throw NotThere(fmt::format("stream {} has no index {}", inQuotes(fAddress.stream),
                                        inQuotes(*fIndex)));
-        print(index, element, members, output);
+        print(jsonOf(index), element.hasData() ? &element : nullptr, members, output);
     }
 
     void printDefault(Output& output) const {
-        if (fFormat != ResultFormat::kText) {
-            std::string values;
-            for (const std::string& member : fMembers) {
-                appendJson(values += values.empty() ? "{ " : ", ", std::string_view(member));
-                appendJson(values += ": ", std::string_view(*fDefault));
-            }
-            return printJson({}, values + " }", output);
-        }
-        std::string text = fText.shown(*fDefault);
-        for (size_t i = 1; i < fMembers.size(); ++i) text += '\t' + fText.shown(*fDefault);
-        output.write(text += end());
+        std::vector<NamedMember> members;
+        for (const std::string& name : fMembers) members.push_back({nullptr, 0, {}, name});
+        std::string index;
+        if (fIndex) appendJson(index, std::string_view(*fIndex));
+        print(index, nullptr, members, output);
     }
 
-    void print(const Data::Index& index, Data::Handle& element,
+    /// Prints the values of the element, and the default for what is not there.
+    void print(const std::string& index, Data::Handle* element,
                const std::vector<NamedMember>& members, Output& output) const {
-        if (fFormat != ResultFormat::kText)
-            return printJson(index, jsonOf(element, members), output);
         std::string text;
-        const char* gap = "";
+        const char* gap = isText() ? "" : "{ ";
         for (const NamedMember& member : members) {
-            fText.append(text += gap, element, member);
-            gap = "\t";
+            text += gap;
+            gap = isText() ? "\t" : ", ";
+            if (!isText()) appendJson(text, member.name);
+            if (!isText()) text += ": ";
+            if (!element || !member.member)
+                text += isText() ? fText.shown(*fDefault) : jsonOfText(*fDefault, member);
+            else if (isText())
+                fText.append(text, *element, member);
+            else
+                appendNamed(text, *element, member);
         }
-        output.write(text += end());
+        if (isText()) return output.write(text += end());
+        printJson(index, text + " }", output);
     }
 
-    void printJson(const std::optional<Data::Index>& index, const std::string& values,
-                   Output& output) const {
+    static std::string jsonOf(const Data::Index& index) {
+        std::string text;
+        appendIndex(text, index);
+        return text;
+    }
+
+    void printJson(const std::string& index, const std::string& values, Output& output) const {
         JsonObject object;
         object.add("file", fFile)
             .add("node", fAddress.node)
             .add("channel", fAddress.channel)
             .add("stream", fAddress.stream);
-        std::string text;
-        if (index) appendIndex(text, *index);
-        if (index) object.addJson("index", text);
+        if (!index.empty()) object.addJson("index", index);
         ResultList::add(output, fFormat, object.addJson("values", values));
     }
 
+    [[nodiscard]] bool isText() const { return fFormat == ResultFormat::kText; }
     [[nodiscard]] char end() const { return fEndsByNul ? '\0' : '\n'; }
 
     std::string fFile;

@@ -60,7 +60,19 @@ class GitDiff : public Command {
             output.write("rename from " + shownPath(path) + "\nrename to " + shownPath(newPath) +
                          '\n');
         if (!patch.changes.empty()) return printDifferences(patch, before, after, output);
-        output.write(shownPath(newPath) + ": the metadata is the same\n");
+        output.write(shownPath(newPath) + ": " + sameness(left, right) + '\n');
+    }
+
+    /// Says what there is where no metadata differs.
+    [[nodiscard]] const char* sameness(const Scene& left, const Scene& right) const {
+        if (left.accessor && right.accessor) return "the metadata is the same";
+        if (left.accessor)
+            return fWords[4] == kNothing ? "is removed, and had no metadata"
+                                         : "is empty now, and had no metadata";
+        if (right.accessor)
+            return fWords[1] == kNothing ? "is new, and has no metadata"
+                                         : "was empty, and has no metadata";
+        return "is empty";
     }
 
     static Scene open(const std::string& file, const std::string& path) {

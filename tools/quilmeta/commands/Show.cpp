@@ -42,6 +42,7 @@ class Show : public Command {
         output.stopOnSignals();
         fSelection = fSelected.selection();
         fHints.emplace(GivenNames{fSelection});
+        const std::vector<std::string> files = filesOf(fFiles);
         EachFile how;
         how.jobs = fFiles.jobs;
         // One file is one document; several are a list of them.
@@ -50,14 +51,15 @@ class Show : public Command {
             fFormat = ResultFormat::kJsonLines;
         how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
-        const Outcome outcome =
-            forEachFile(filesOf(fFiles), how, results,
-                        [&](const FileTurn& turn) { return show(turn.file, turn.output); });
+        const Outcome outcome = forEachFile(files, how, results, [&](const FileTurn& turn) {
+            return show(turn.file, turn.output);
+        });
         results.end();
         if (fShown > 0 || outcome == Outcome::kFailed || Signals::received() != 0) return outcome;
         // Names that match nothing may be misspelt; silence would look like scenes without
         // metadata.
-        complain("", "nothing matches" + fSelection.text() + fHints->question());
+        if (!files.empty())
+            complain("", "nothing matches" + fSelection.text() + fHints->question());
         return std::max(outcome, Outcome::kNothingSelected);
     }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json/JsonElement.h"
 
+#include "json/JsonReader.h"
 #include "json/JsonText.h"
 #include "values/Utf8.h"
 #include "values/ValueType.h"
@@ -99,7 +100,7 @@ void appendMember(std::string& out, const void* parts, const Data::Member& membe
 namespace {
 
 template <typename Part>
-void appendNamed(std::string& text, const Part* parts, const NamedMember& named) {
+void appendParts(std::string& text, const Part* parts, const NamedMember& named) {
     const Data::Member& member = *named.member;
     if (!named.slot) return appendMember(text, parts, member, NanAs::kWord);
     const RefPtr<Data::Structure> single(new Data::Structure("single"));
@@ -108,20 +109,34 @@ void appendNamed(std::string& text, const Part* parts, const NamedMember& named)
                  NanAs::kWord);
 }
 
+/// True for a JSON number, truth value or null.
+bool isPlainJson(const std::string& text) {
+    struct Plain : JsonVisitor {
+        Take take(const JsonPath&, bool) override { return isPlain = false, Take::kSkip; }
+        void value(JsonPath&, JsonCursor value) override {
+            isPlain = value.kind() != JsonCursor::Kind::kString;
+        }
+        void end(const JsonPath&, size_t) override {}
+        bool isPlain = false;
+    } plain;
+    JsonSource source(text);
+    JsonProblems problems;
+    return readJson(source, plain, problems) && plain.isPlain;
+}
+
 }  // namespace
 
-std::string jsonOf(Data::Handle& element, const std::vector<NamedMember>& members) {
-    std::string text = "{ ";
-    const char* gap = "";
-    for (const NamedMember& named : members) {
-        appendJson(text += gap, named.name);
-        text += ": ";
-        gap = ", ";
-        element.setPositionByMemberIndex(named.position);
-        withParts(element, *named.member,
-                  [&](const auto* parts) { appendNamed(text, parts, named); });
-    }
-    return text + " }";
+void appendNamed(std::string& out, Data::Handle& element, const NamedMember& named) {
+    element.setPositionByMemberIndex(named.position);
+    withParts(element, *named.member, [&](const auto* parts) { appendParts(out, parts, named); });
+}
+
+std::string jsonOfText(const std::string& text, const NamedMember& named) {
+    const bool isString = named.member && named.member->type() == Data::Member::kString;
+    if (!isString && isPlainJson(text)) return text;
+    std::string json;
+    appendJson(json, std::string_view(text));
+    return json;
 }
 
 // The keys are the same for all elements, so they are escaped once.

@@ -23,9 +23,11 @@ void appendIndex(std::string& out, const Data::Index& index);
 /// list of values.
 void appendMember(std::string& out, const void* parts, const Data::Member& member, NanAs nan);
 
-/// { "MEMBER": VALUE, ... } for members, and single values of them, by the names that the user
-/// gave.
-std::string jsonOf(Data::Handle& element, const std::vector<NamedMember>& members);
+/// Appends the values of a member of the element, or the one value that is named.
+void appendNamed(std::string& out, Data::Handle& element, const NamedMember& named);
+/// A text that stands for a value: a JSON number, truth value or null as it is, unless the member
+/// is known to hold strings, and else a string.
+std::string jsonOfText(const std::string& text, const NamedMember& named);
 
 /// Writes the elements of streams with one structure.
 class JsonElement {

@@ -29,10 +29,11 @@ Outcome editScenes(const FileArguments& files, const SceneAccess& access, Output
         return FileResult(scene.outcome(), true, edited.report);
     };
     const Outcome outcome = changeFiles(words, access, files.jobs, output, work);
-    // An empty list of files is no misspelt selection.
-    if (found || words.empty() || outcome == Outcome::kFailed || Signals::received() != 0)
+    const bool isSelecting = !selection.empty() || !words.empty();
+    if (found || !isSelecting || outcome == Outcome::kFailed || Signals::received() != 0)
         return outcome;
-    complain("", "nothing matches" + selection + hints.question());
+    // An empty list of files is no misspelt selection.
+    if (!words.empty()) complain("", "nothing matches" + selection + hints.question());
     return std::max(outcome, Outcome::kNothingSelected);
 }
 

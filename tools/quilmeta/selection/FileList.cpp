@@ -119,6 +119,8 @@ std::vector<std::string> filesOf(const FileArguments& arguments) {
         else
             files.push_back(name);
     }
+    if (files.empty())
+        remark(names.empty() ? "the list names no file" : "no scene is in the folders");
     return files;
 }
 
