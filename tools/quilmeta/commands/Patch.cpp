@@ -7,7 +7,11 @@
 #include "patches/Apply.h"
 #include "patches/ChangeReport.h"
 #include "patches/Import.h"
+#include "process/Messages.h"
 #include "scene/SceneFile.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <set>
 #include <string>
@@ -42,22 +46,29 @@ class ApplyPatch : public Command {
             if (fReverse) patch = reversed(std::move(patch));
             return Outcome::kDone;
         };
-        const Outcome outcome = guarded(fPatch == "-" ? "standard input" : fPatch, read).outcome;
+        const Outcome outcome = guarded(patchName(), read).outcome;
         if (outcome != Outcome::kDone) return outcome;
         return changeFiles({fFile}, fAccess, 1, output,
                            [&](const FileTurn& turn) { return change(patch, turn.output); });
     }
 
   private:
+    [[nodiscard]] std::string patchName() const {
+        return fPatch == "-" ? "standard input" : fPatch;
+    }
+
     FileResult change(const Patch& patch, Output& output) const {
         const Scene scene = openScene(fFile, fAccess);
         std::set<std::string> nodes;
         for (const Change& change : patch.changes)
             if (change.kind != Change::Kind::kStructure) nodes.insert(change.node);
         demandReadable(scene, nodes);
-        std::string message;
-        for (const std::string& problem : apply(patch, *scene.accessor)) message += problem + '\n';
-        if (!message.empty()) throw CommandError(message + "nothing was changed");
+        const ApplyProblems problems = apply(patch, *scene.accessor);
+        if (!problems.ofPatch.empty())
+            complain(fFile, fmt::format("{}", fmt::join(problems.ofScene, "\n")));
+        if (!problems.ofPatch.empty())
+            throw FileError(patchName(), fmt::format("{}", fmt::join(problems.ofPatch, "\n")));
+        if (!problems.empty()) throw CommandError(problems.text() + "nothing was changed");
         const bool changed = writeScene(scene, fAccess, output);
         return {scene.outcome(), changed};
     }

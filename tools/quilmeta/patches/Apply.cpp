@@ -6,6 +6,7 @@
 #include "json/JsonValues.h"
 #include "patches/Differences.h"
 #include "patches/ElementBits.h"
+#include "process/Messages.h"
 #include "selection/SceneView.h"
 #include "values/SafeText.h"
 
@@ -40,7 +41,7 @@ class PatchRun {
             fStructures.emplace(structure->name(), structure);
     }
 
-    std::vector<std::string> run(const Patch& patch) {
+    ApplyProblems run(const Patch& patch) {
         const auto isAbout = [](const Change& change, bool structures, bool removed) {
             return (change.kind == Kind::kStructure) == structures &&
                    (!structures || change.removes() == removed);
@@ -66,42 +67,70 @@ class PatchRun {
     };
 
     void problem(const Change& change, const std::string& message) {
-        fProblems.push_back(change.place() + ": " + message);
+        fProblems.ofScene.push_back(change.place() + ": " + message);
+    }
+
+    /// A problem of the patch, whatever the scene has.
+    void fault(const Change& change, const Change::Source& source, const std::string& message) {
+        JsonPath path = pathOf(change, source);
+        JsonProblems problems;
+        problems.add(source.line, path, message);
+        addFaults(change, source, problems);
+    }
+    void addFaults(const Change& change, const Change::Source& source,
+                   const JsonProblems& problems) {
+        if (source.line == 0)
+            for (const std::string& message : problems.messages()) problem(change, message);
+        else
+            for (std::string& line : messagesIn(problems.text()))
+                fProblems.ofPatch.push_back(std::move(line));
+    }
+    static JsonPath pathOf(const Change& change, const Change::Source& source) {
+        JsonPath path;
+        if (source.line == 0) return path;
+        path.enter("changes");
+        path.enter(change.number);
+        path.enter(source.key);
+        return path;
     }
 
     /// Calls `use` with a reader for JSON values. False, with problems about the change, when the
     /// values are wrong.
     template <typename Use>
-    bool read(const Change& change, const std::string& json, Use&& use) {
-        JsonPath path;
+    bool read(const Change& change, const std::string& json, const Change::Source& source,
+              Use&& use) {
+        JsonPath path = pathOf(change, source);
         JsonProblems problems;
         ValueFromJson from(path, problems);
-        JsonCursor cursor(json);
+        JsonCursor cursor(json, std::max<size_t>(source.line, 1));
         use(from, cursor);
-        for (const std::string& message : problems.messages()) problem(change, message);
+        addFaults(change, source, problems);
         return problems.empty();
     }
 
     void expected(const Change& change, const std::string& found) {
-        problem(change,
-                fmt::format("is {} instead of {}", shortened(found), shortened(change.before)));
+        problem(change, fmt::format("is {} instead of {}", shortened(found),
+                                    shortened(onOneLine(change.before))));
     }
 
     void changeStructure(const Change& change) {
         const auto there = fStructures.find(change.structure);
         Structure before, after;
-        const auto parse = [&](const std::string& json, Structure& structure) {
+        const auto parse = [&](const std::string& json, const Change::Source& source,
+                               Structure& structure) {
             if (json == "null") return true;
-            return read(change, json,
+            return read(change, json, source,
                         [&](auto& from, auto& cursor) { structure = from.structure(cursor); });
         };
-        if (!parse(change.before, before) || !parse(change.after, after)) return;
+        if (!parse(change.before, change.beforeSource, before) ||
+            !parse(change.after, change.afterSource, after))
+            return;
         const bool isSame =
             there == fStructures.end() ? !before : before && *there->second == *before;
         if (!isSame)
             return expected(change, there == fStructures.end() ? "null" : jsonOf(*there->second));
         if (after && change.structure != after->name())
-            return problem(change, "the new structure has another name");
+            return fault(change, change.afterSource, "has another name");
         fStructuresChanged = true;
         if (!after)
             fStructures.erase(there);
@@ -114,7 +143,7 @@ class PatchRun {
         if (change.kind == Kind::kStream) return replaceStream(change, staged);
         if (!staged.stream) return problem(change, "there is no such stream");
         std::optional<Data::Index> index;
-        read(change, change.index, [&](auto& from, auto& cursor) {
+        read(change, change.index, change.indexSource, [&](auto& from, auto& cursor) {
             index = from.index(cursor, staged.stream->indexType());
         });
         if (!index) return;
@@ -162,17 +191,17 @@ class PatchRun {
         draft.setPositionByMemberName(change.member.c_str());
         void* const slot = draft.asType(member.type());
         void* const values = element.asType(member.type());
-        const auto parse = [&](const std::string& json) {
-            return read(change, json,
+        const auto parse = [&](const std::string& json, const Change::Source& source) {
+            return read(change, json, source,
                         [&](auto& from, auto& cursor) { from.member(cursor, member, slot); });
         };
-        if (!parse(change.before)) return;
+        if (!parse(change.before, change.beforeSource)) return;
         if (!ElementBits::areSame(member, slot, values)) {
             std::string found;
             appendMember(found, values, member, NanAs::kBits);
             return expected(change, found);
         }
-        if (parse(change.after)) ElementBits::swap(member, slot, values);
+        if (parse(change.after, change.afterSource)) ElementBits::swap(member, slot, values);
     }
 
     static const Data::Member& memberOf(const Data::Structure& structure, const std::string& name) {
@@ -182,12 +211,13 @@ class PatchRun {
     }
 
     /// Reads an element's values into the draft.
-    bool readValues(const Change& change, const std::string& json, Staged& staged) {
+    bool readValues(const Change& change, const std::string& json, const Change::Source& source,
+                    Staged& staged) {
         const Data::Structure& structure = staged.stream->structure();
         if (!couldHold(json, structure))
-            return problem(change, "has fewer values than the structure"), false;
+            return fault(change, source, "has fewer values than the structure"), false;
         Data::Handle& draft = draftOf(staged);
-        return read(change, json,
+        return read(change, json, source,
                     [&](auto& from, auto& cursor) { from.values(cursor, structure, draft); });
     }
 
@@ -197,13 +227,13 @@ class PatchRun {
         const bool isThere = stream.hasElement(index);
         if (isThere == change.adds()) return expected(change, textOf(stream, element, isThere));
         if (isThere) {
-            if (!readValues(change, change.before, staged)) return;
+            if (!readValues(change, change.before, change.beforeSource, staged)) return;
             if (!ElementBits(stream.structure()).areSame(staged.draft, element))
                 return expected(change, textOf(stream, element, isThere));
         }
         if (change.removes()) {
             stream.removeElement(index);
-        } else if (readValues(change, change.after, staged)) {
+        } else if (readValues(change, change.after, change.afterSource, staged)) {
             if (!stream.setElement(index, staged.draft)) throw std::bad_alloc();
         }
     }
@@ -218,9 +248,10 @@ class PatchRun {
     /// Makes a stream of its JSON. `structure` is the one of that name to use.
     template <typename StructureFor>
     std::optional<Data::Stream> streamOf(const Change& change, const std::string& json,
+                                         const Change::Source& source,
                                          StructureFor&& structureFor) {
         std::optional<Data::Stream> stream;
-        read(change, json, [&](ValueFromJson& from, JsonCursor& cursor) {
+        read(change, json, source, [&](ValueFromJson& from, JsonCursor& cursor) {
             JsonCursor here = cursor;
             std::optional<std::string> name, structure, indexType;
             std::optional<JsonCursor> elements;
@@ -253,18 +284,19 @@ class PatchRun {
         const size_t before = fProblems.size();
         if (staged.stream) {
             const Data::Structure& ours = staged.stream->structure();
-            const auto old = streamOf(change, change.before, [&](const std::string& name) {
-                return name == ours.name() ? &ours : nullptr;
-            });
+            const auto old = streamOf(
+                change, change.before, change.beforeSource,
+                [&](const std::string& name) { return name == ours.name() ? &ours : nullptr; });
             if (fProblems.size() > before) return;
             if (!areSame(*staged.stream, *old)) return expected(change, jsonOf(*staged.stream));
         }
         std::optional<Data::Stream> fresh;
         if (!change.removes())
-            fresh = streamOf(change, change.after, [&](const std::string& name) {
-                const auto found = fStructures.find(name);
-                return found == fStructures.end() ? nullptr : found->second.get();
-            });
+            fresh =
+                streamOf(change, change.after, change.afterSource, [&](const std::string& name) {
+                    const auto found = fStructures.find(name);
+                    return found == fStructures.end() ? nullptr : found->second.get();
+                });
         if (fProblems.size() > before) return;
         staged = Staged();
         staged.stream = fresh;
@@ -325,12 +357,19 @@ class PatchRun {
     std::map<std::string, Structure> fStructures;
     bool fStructuresChanged = false;
     std::map<StreamKey, Staged> fStaged;
-    std::vector<std::string> fProblems;
+    ApplyProblems fProblems;
 };
 
 }  // namespace
 
-std::vector<std::string> apply(const Patch& patch, Data::Accessor& scene) {
+std::string ApplyProblems::text() const {
+    std::string text;
+    for (const auto* problems : {&ofPatch, &ofScene})
+        for (const std::string& problem : *problems) text += problem + '\n';
+    return text;
+}
+
+ApplyProblems apply(const Patch& patch, Data::Accessor& scene) {
     return PatchRun(scene).run(patch);
 }
 

@@ -185,8 +185,8 @@ class Merge {
         access.noJournal = true;
         const std::string copy = fTemporary.copyOf(side, "merged", kindOf(side));
         const Scene scene = openScene(copy, access);
-        const std::vector<std::string> problems = apply(patch, *scene.accessor);
-        for (const std::string& problem : problems)
+        const ApplyProblems problems = apply(patch, *scene.accessor);
+        for (const std::string& problem : problems.ofScene)
             report("conflict: " + problem + '\n',
                    JsonObject().add("conflict", "use").add("message", problem));
         if (!problems.empty()) return Outcome::kFound;

@@ -66,11 +66,9 @@ size_t keyCount(const Change& change) {
     return 4;
 }
 
-/// The text of a value on one line. A string has no line feeds: they are escaped.
-std::string onOneLine(std::string_view text) {
-    std::string line(text);
-    line.erase(std::remove(line.begin(), line.end(), '\n'), line.end());
-    return line;
+Change::Source& sourceOf(Change& change, std::string_view key) {
+    if (key == "index") return change.indexSource;
+    return key == "old" ? change.beforeSource : change.afterSource;
 }
 
 /// Reads the changes of a patch.
@@ -132,6 +130,7 @@ class PatchReader : public JsonVisitor {
         if (!kind) return;
         Change change;
         change.kind = *kind;
+        change.number = patch.changes.size();
         JsonCursor here = cursor;
         size_t keys = 0;
         bool good = from.object(cursor, [&](const std::string& key) {
@@ -140,7 +139,9 @@ class PatchReader : public JsonVisitor {
                     key == "structure" || key == "member" ? from.name(cursor) : from.text(cursor);
                 *name = text.value_or("");
             } else if (std::string* value = valueOf(change, key)) {
-                *value = onOneLine(cursor.skip());
+                sourceOf(change, key) = {cursor.line(), key};
+                *value = cursor.skip();
+                if (key == "index") *value = onOneLine(*value);
             } else if (key == "change") {
                 cursor.skip();
             } else {
@@ -161,6 +162,12 @@ class PatchReader : public JsonVisitor {
 
 }  // namespace
 
+std::string onOneLine(std::string_view json) {
+    std::string line(json);
+    line.erase(std::remove(line.begin(), line.end(), '\n'), line.end());
+    return line;
+}
+
 std::string Change::place() const {
     if (kind == Kind::kStructure) return "structure " + shownName(structure);
     std::string place = node.empty() ? "scene" : "node " + shownName(node);
@@ -172,7 +179,10 @@ std::string Change::place() const {
 
 Patch reversed(Patch patch) {
     std::reverse(patch.changes.begin(), patch.changes.end());
-    for (Change& change : patch.changes) change.before.swap(change.after);
+    for (Change& change : patch.changes) {
+        change.before.swap(change.after);
+        std::swap(change.beforeSource, change.afterSource);
+    }
     return patch;
 }
 

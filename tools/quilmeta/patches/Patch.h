@@ -6,7 +6,9 @@
 #include "json/JsonReader.h"
 #include "process/Output.h"
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -26,8 +28,17 @@ struct Change {
     std::string node = {}, channel = {}, stream = {};
     std::string index = {};   ///< of an element, in JSON
     std::string member = {};  ///< for `kSet`
-    /// "null" where there is nothing; for `kSet` that is a null string.
+    /// "null" where there is nothing; for `kSet` that is a null string. Those of a patch that was
+    /// read may have line feeds.
     std::string before = {}, after = {};
+
+    /// Where a patch that was read has a value.
+    struct Source {
+        size_t line = 0;  ///< 0 for a change that was not read
+        std::string key = {};
+    };
+    size_t number = 0;  ///< of the change in the patch that was read, from 0
+    Source indexSource = {}, beforeSource = {}, afterSource = {};
 
     /// "node arm, channel joints, stream pose, index 3, member side", safe to show.
     [[nodiscard]] std::string place() const;
@@ -38,6 +49,9 @@ struct Change {
 struct Patch {
     std::vector<Change> changes;
 };
+
+/// The JSON of a value on one line. A string has no line feeds: they are escaped.
+std::string onOneLine(std::string_view json);
 
 /// The patch that undoes this one.
 Patch reversed(Patch patch);
