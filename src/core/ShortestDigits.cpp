@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "core/EightBytes.h"
+#include "core/EightDigits.h"
 #endif
 
 namespace orbo::Data {
@@ -50,16 +51,6 @@ class Digits {
   private:
     static constexpr int kMost = 17;
 
-    // The digits in the bytes of a number, the first in the lowest: divides two fours, four pairs
-    // and eight digits at a time.
-    static std::uint64_t eightDigits(std::uint32_t number) {
-        const std::uint64_t fours = number / 10000 | static_cast<std::uint64_t>(number % 10000)
-                                                         << 32;
-        const std::uint64_t hundreds = (fours * 10486) >> 20 & 0x0000007F0000007F;
-        const std::uint64_t pairs = hundreds | (fours - 100 * hundreds) << 16;
-        const std::uint64_t tens = (pairs * 103) >> 10 & 0x000F000F000F000F;
-        return tens | (pairs - 10 * tens) << 8;
-    }
     static int zerosOf(std::uint64_t digits) { return EightBytes::trailingZeros(digits) / 8; }
     void put(int at, std::uint64_t digits) {
         const std::uint64_t characters = digits | EightBytes::all('0');

@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "core/EightBytes.h"
+#include "core/EightDigits.h"
+
 namespace orbo::Data {
 
 namespace {
@@ -13,13 +16,15 @@ namespace {
 constexpr int kDigits = 6;
 constexpr std::uint32_t kLimit = 1'000'000;
 
-// All powers of ten that a double holds exactly; a product or quotient with one is rounded only
-// once.
-constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                   1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                   1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+// The powers up to 1e22 are exact; the others are rounded once.
+constexpr double kPowersOfTen[] = {
+    1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22, 1e23, 1e24, 1e25, 1e26, 1e27, 1e28, 1e29, 1e30, 1e31,
+    1e32, 1e33, 1e34, 1e35, 1e36, 1e37, 1e38, 1e39, 1e40, 1e41, 1e42, 1e43, 1e44, 1e45, 1e46, 1e47,
+    1e48, 1e49, 1e50, 1e51, 1e52, 1e53, 1e54, 1e55, 1e56, 1e57, 1e58, 1e59, 1e60};
 
-// Below a million one rounding changes the value by less than 1e-10.
+// Below a million one rounding changes the value by less than 1.2e-10, and there are at most two:
+// that of the power and that of the product or quotient.
 constexpr double kTooNear = 1e-9;
 
 double scaled(double value, int power) {
@@ -39,21 +44,16 @@ int leastExponent(double magnitude) {
 // Copying a full register is faster than copying only the bytes needed.
 constexpr int kCopied = 8;
 
-constexpr char kPairs[] =
-    "0001020304050607080910111213141516171819202122232425262728293031323334353637383940414243444546"
-    "4748495051525354555657585960616263646566676869707172737475767778798081828384858687888990919293"
-    "949596979899";
-
 /// Six digits, the first of which is not 0, and how many of them remain without zeros at the end.
 struct Digits {
     explicit Digits(std::uint32_t number) {
-        const std::uint32_t pairs[] = {number / 10000, number / 100 % 100, number % 100};
-        for (int i = 0; i < 3; ++i) std::memcpy(text + 2 * i, kPairs + 2 * pairs[i], 2);
-        if (pairs[2] == 0) count = pairs[1] == 0 ? 2 : 4;
-        if (text[count - 1] == '0') --count;
+        const std::uint64_t digits = eightDigits(100 * number);
+        const std::uint64_t characters = digits | EightBytes::all('0');
+        std::memcpy(text, &characters, sizeof characters);
+        count = 8 - __builtin_clzll(digits) / 8;
     }
-    char text[kDigits + kCopied] = {};
-    int count = kDigits;
+    char text[kDigits + kCopied];
+    int count;
 };
 
 // `from` has kCopied bytes, `to` room for them.
@@ -95,8 +95,8 @@ char* writeSixDigits(char* to, double value) {
     *to = '-';  // without a branch: the sign is unpredictable
     to += std::signbit(value) ? 1 : 0;
     if (magnitude == 0) return *to++ = '0', to;
-    // Keeps to the range of the table of powers; false also for NaN.
-    if (!(magnitude >= 1e-16 && magnitude < 1e27)) return nullptr;
+    // Keeps to the range of the table of powers, which has all floats; false also for NaN.
+    if (!EightBytes::kUsable || !(magnitude >= 1e-54 && magnitude < 1e64)) return nullptr;
 
     int exponent = leastExponent(magnitude);
     double number = scaled(magnitude, kDigits - 1 - exponent);

@@ -49,14 +49,23 @@ const char* readPlain(const char* at, const char* last, bool& value) {
     return end != last && ValueText::readBoolean(word, value) ? end : nullptr;
 }
 
-// Copies text that ends with an escaped character's end or none, without the backslashes.
-void copyUnescaped(char* to, const char* at, const char* last) {
-    while (at != last) {
-        const char* const plain = findFirstOf(at, last, '\\');
-        to = std::copy(at, plain, to);
-        if (plain == last) break;
-        *to++ = plain[1] == 'n' ? '\n' : plain[1];
-        at = plain + 2;
+// Copies text up to its quote without the backslashes. Overwrites up to sixteen bytes behind that.
+void copyUnescaped(char* to, const char* at, const char* quote, const char* last) {
+    for (;;) {
+        if (last - at >= SixteenBytes::kSize) {
+            const SixteenBytes block(at);
+            block.store(to);
+            const int plain = block.countBefore('"', '\\');
+            at += plain;
+            to += plain;
+            if (plain == SixteenBytes::kSize) continue;
+        } else if (*at != '"' && *at != '\\') {
+            *to++ = *at++;
+            continue;
+        }
+        if (at == quote) break;
+        *to++ = at[1] == 'n' ? '\n' : at[1];
+        at += 2;
     }
     *to = '\0';
 }
@@ -73,10 +82,11 @@ const char* readPlain(const char* at, const char* last, char*& slot) {
         if (last - end < 2 || end[1] == '\0') return nullptr;
     }
     const auto size = static_cast<std::size_t>(end - first);
-    char* const copy = static_cast<char*>(std::malloc(size - escapes + 1));
+    const std::size_t room = escapes == 0 ? 1 : SixteenBytes::kSize;  // behind the characters
+    char* const copy = static_cast<char*>(std::malloc(size - escapes + room));
     if (!copy) return nullptr;
     if (escapes != 0) {
-        copyUnescaped(copy, first, end);
+        copyUnescaped(copy, first, end, last);
     } else {
         std::memcpy(copy, first, size);
         copy[size] = '\0';
@@ -101,19 +111,30 @@ const char* readValues(const char* at, const char* last, T* values, std::uint64_
     return at;
 }
 
+constexpr std::size_t kScalarRoom = ValueText::kNumberRoom;
+
+char* put(char* to, const ValueText::NumberFormat&, const bool* value) {
+    // Read as a byte, because another program may have stored neither 0 nor 1.
+    const bool isTrue = *reinterpret_cast<const char*>(value) != 0;
+    constexpr char kWords[2][8] = {"false", "true"};
+    std::memcpy(to, kWords[isTrue], sizeof kWords[0]);
+    return to + (isTrue ? 4 : 5);
+}
 template <typename T>
-void writeScalar(BufferedWriter& out, const ValueText::NumberFormat& format, const T* value) {
-    if constexpr (std::is_same_v<T, bool>) {
-        // Read as a byte, because another program may have stored neither 0 nor 1.
-        const bool isTrue = *reinterpret_cast<const char*>(value) != 0;
-        constexpr char kWords[2][8] = {"false", "true"};
-        char* const to = out.room(sizeof kWords[0]);
-        std::memcpy(to, kWords[isTrue], sizeof kWords[0]);
-        out.take(to + (isTrue ? 4 : 5));
-    } else if constexpr (std::is_pointer_v<T>) {
+char* put(char* to, const ValueText::NumberFormat& format, const T* value) {
+    return ValueText::put(to, format, *value);
+}
+
+template <typename T>
+void writeScalar(BufferedWriter& out, const ValueText::NumberFormat& format, char separator,
+                 const T* value) {
+    char* const to = out.room(1 + kScalarRoom);
+    *to = separator;
+    if constexpr (std::is_pointer_v<T>) {
+        out.take(to + 1);
         out.writeQuoted(*value ? *value : "");
     } else {
-        out.take(ValueText::put(out.room(ValueText::kNumberRoom), format, *value));
+        out.take(put(to + 1, format, value));
     }
 }
 
@@ -147,17 +168,17 @@ const char* ElementText::endOfLine(const char* at, const char* last) {
 
 void ElementText::write(BufferedWriter& out, const ValueText::NumberFormat& format,
                         const char* chunk) const {
-    bool isFirst = true;
+    char separator = '\n';
     for (const Run& run : fRuns) {
         visitMemberType(run.type, [&](auto memberType) {
             using T = typename decltype(memberType)::Scalar;
             const T* const values = reinterpret_cast<const T*>(chunk + run.offset);
             for (std::uint64_t i = 0; i < run.count; ++i) {
-                if (!std::exchange(isFirst, false)) out.write(' ');
-                writeScalar(out, format, values + i);
+                writeScalar(out, format, std::exchange(separator, ' '), values + i);
             }
         });
     }
+    if (separator == '\n') out.write(separator);  // no values
     out.write('\n');
 }
 

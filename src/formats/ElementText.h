@@ -25,7 +25,8 @@ class ElementText {
     /// when something else stands on the line, or it goes on behind `last`.
     static const char* endOfLine(const char* at, const char* last);
 
-    /// Writes the line in the way that `StreamSerializerRaw::writeMember` does for each member.
+    /// Writes a line end, and the values as `StreamSerializerRaw::writeMember` does for each member
+    /// on a line of their own.
     void write(BufferedWriter& out, const ValueText::NumberFormat& format, const char* chunk) const;
 
   private:

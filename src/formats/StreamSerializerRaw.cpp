@@ -114,11 +114,11 @@ class ElementWriter final : public ElementVisitor {
     }
 
     void writeValues(char* chunk) {
-        fWriter.write('\n');
         ++fRecord;
         if (fFormat.isUsual && (chunk || fLayout.totalSize() == 0)) {
             fText.write(fWriter, fFormat, chunk);
         } else {
+            fWriter.write('\n');
             fWriter.flush();
             writeMembers(chunk);
         }

@@ -6,30 +6,33 @@
 #include <data/Index.h>
 
 #include <algorithm>
-#include <charconv>
-#include <system_error>
+#include <cstdint>
+#include <limits>
+
+#include "core/Ascii.h"
 
 namespace orbo::Data {
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r";
-constexpr std::string_view kAllowed = "0123456789 \t\r";
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+bool isAllowed(char c) { return Ascii::isDigit(c) || isBlank(c); }
 
 }  // namespace
 
 IndexNumbers::IndexNumbers(std::string_view text) : fRest(text) {
-    if (text.find_first_not_of(kAllowed) != std::string_view::npos) throw Index::eMalformedIndex;
+    if (!std::all_of(text.begin(), text.end(), isAllowed)) throw Index::eMalformedIndex;
 }
 
 unsigned int IndexNumbers::next() {
     skipBlanks();
-    unsigned int number = 0;
-    const char* const end = fRest.data() + fRest.size();
-    const auto [stop, error] = std::from_chars(fRest.data(), end, number);
-    if (error != std::errc()) throw Index::eMalformedIndex;
-    fRest.remove_prefix(static_cast<std::size_t>(stop - fRest.data()));
-    return number;
+    if (fRest.empty()) throw Index::eMalformedIndex;
+    std::uint64_t number = 0;
+    for (; !fRest.empty() && Ascii::isDigit(fRest.front()); fRest.remove_prefix(1)) {
+        number = 10 * number + static_cast<std::uint64_t>(fRest.front() - '0');
+        if (number > std::numeric_limits<unsigned int>::max()) throw Index::eMalformedIndex;
+    }
+    return static_cast<unsigned int>(number);
 }
 
 void IndexNumbers::finish() {
@@ -38,7 +41,7 @@ void IndexNumbers::finish() {
 }
 
 void IndexNumbers::skipBlanks() {
-    fRest.remove_prefix(std::min(fRest.find_first_not_of(kBlanks), fRest.size()));
+    while (!fRest.empty() && isBlank(fRest.front())) fRest.remove_prefix(1);
 }
 
 }  // namespace orbo::Data

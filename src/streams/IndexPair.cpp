@@ -6,7 +6,6 @@
 #include <debug/Print.h>
 
 #include <ostream>
-#include <tuple>
 
 #include "debug/ObjectCounter.h"
 #include "streams/IndexNumbers.h"
@@ -58,7 +57,7 @@ bool IndexPair::operator==(const IndexPair& other) const {
 bool IndexPair::operator!=(const IndexPair& other) const { return !(*this == other); }
 
 bool IndexPair::operator<(const IndexPair& other) const {
-    return std::tie(fFirst, fSecond) < std::tie(other.fFirst, other.fSecond);
+    return fFirst != other.fFirst ? fFirst < other.fFirst : fSecond < other.fSecond;
 }
 
 bool IndexPair::operator<=(const IndexPair& other) const { return !(other < *this); }

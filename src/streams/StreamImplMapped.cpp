@@ -195,14 +195,14 @@ char* StreamImplMapped::place(unsigned int number) {
     return chunk;
 }
 
+// The map looks behind its last element first, for most elements are stored in order.
 char* StreamImplMapped::placeTyped(Index&& index) {
-    const auto place = placeOf(index);
-    if (isAt(place, index) && place->second) {
-        layout().reset(place->second);
-        return place->second;
-    }
     const std::size_t before = fTyped.size();
-    const auto entry = fTyped.try_emplace(place, std::move(index), nullptr);
+    const auto entry = fTyped.try_emplace(fTyped.end(), std::move(index), nullptr);
+    if (entry->second) {
+        layout().reset(entry->second);
+        return entry->second;
+    }
     char* const chunk = entry->second = takeDefault();
     if (!chunk && layout().totalSize() != 0 && fTyped.size() > before) fTyped.erase(entry);
     return chunk;
