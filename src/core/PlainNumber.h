@@ -20,9 +20,11 @@ template <typename T>
 class PlainNumber {
   public:
     static const char* read(const char* first, const char* last, T& value) {
-        const bool isNegative = first != last && *first == '-';
-        if (isNegative && std::is_unsigned_v<T>) return nullptr;
-        const char* const digits = first + (isNegative ? 1 : 0);
+        if (first == last) return nullptr;
+        // Arithmetic that the compiler makes no branch of: the sign is unpredictable.
+        const unsigned negative = ((static_cast<unsigned char>(*first) ^ unsigned{'-'}) - 1) >> 31;
+        if (std::is_unsigned_v<T> && negative != 0) return nullptr;
+        const char* const digits = first + negative;
         PlainNumber number;
         const char* end = number.takeShort(digits, last);
         if (!end) end = number.takeLong(digits, last);
@@ -33,7 +35,7 @@ class PlainNumber {
                 if (!end) return nullptr;
             }
         }
-        return number.convert(isNegative, value) ? end : nullptr;
+        return number.convert(negative, value) ? end : nullptr;
     }
 
   private:
@@ -143,19 +145,19 @@ class PlainNumber {
         return (values * 10000 + (values >> 32)) & 0xFFFFFFFF;
     }
 
-    bool convert(bool isNegative, T& value) const {
+    bool convert(unsigned negative, T& value) const {
         if constexpr (std::is_unsigned_v<T>) {
             value = static_cast<T>(fDigits);
             return value == fDigits;
         } else if constexpr (std::is_integral_v<T>) {
             if (fDigits > static_cast<std::uint64_t>(std::numeric_limits<T>::max())) return false;
             const auto number = static_cast<std::int64_t>(fDigits);
-            value = static_cast<T>(isNegative ? -number : number);
+            value = static_cast<T>((number ^ -std::int64_t{negative}) + std::int64_t{negative});
             return true;
         } else {
             T number = 0;
             if (!convertExactly(number) && !decimalToBinary(fDigits, fPower, number)) return false;
-            value = number * kSigns<T>[isNegative];
+            value = number * kSigns<T>[negative];
             return true;
         }
     }

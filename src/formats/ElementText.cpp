@@ -38,11 +38,13 @@ const char* readPlain(const char* at, const char* last, T& value) {
 const char* readPlain(const char* at, const char* last, bool& value) {
     constexpr std::ptrdiff_t kLongest = 5;
     if (last - at > kLongest) {
-        const bool isTrue = std::memcmp(at, "true", 4) == 0;
-        const bool isFalse = std::memcmp(at, "false", 5) == 0;
-        const char* const end = at + (isTrue ? 4 : 5);
-        value = isTrue;
-        if ((isTrue | isFalse) && isBlankOrControl(*end)) return end;
+        const unsigned isTrue = std::memcmp(at, "true", 4) == 0;
+        const unsigned isFalse = std::memcmp(at, "false", 5) == 0;
+        const char* const end = at + (kLongest - isTrue);
+        if ((isTrue | isFalse) != 0 && isBlankOrControl(*end)) {
+            value = isTrue != 0;
+            return end;
+        }
     }
     const char* const end = std::find_if(at, last, Ascii::isBlank);
     const std::string_view word(at, static_cast<std::size_t>(end - at));

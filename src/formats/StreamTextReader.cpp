@@ -189,12 +189,14 @@ void StreamTextReader::readPlainElements(Stream& stream) {
             next = at + 1;  // an empty line
         }
         // If the values turn out not to be plain, a default element stays for now: the general
-        // reader replaces it, or no stream results.
+        // reader replaces it, or no stream results. A partial stream results in any case, so there
+        // it must neither stay nor take the place of another.
         const Placed placed =
             fHasNumbers ? placeNumber(*places, at, last) : placeIndex(*places, at, last);
         const char* const end =
             placed.chunk ? fPlainText->read(placed.values, last, placed.chunk) : nullptr;
         fRecord += end ? lines : lines - 1;
+        if (!end && placed.chunk && fContext.partial) takeBack(*places, placed);
         if (!end) break;
         notePlace(placed.isNumber, placed.number, static_cast<std::size_t>(last - next));
         next = end;
@@ -204,11 +206,11 @@ void StreamTextReader::readPlainElements(Stream& stream) {
 }
 
 StreamTextReader::Placed StreamTextReader::placeNumber(StreamImpl& places, const char* at,
-                                                       const char* last) {
+                                                       const char* last) const {
     unsigned int number = 0;
     const char* const end = PlainNumber<unsigned int>::read(at, last, number);
     const char* const values = end ? ElementText::endOfLine(end, last) : nullptr;
-    if (!values) return {};
+    if (!values || (fContext.partial && places.hasElement(number))) return {};
     return {places.place(number), values, true, number};
 }
 
@@ -222,12 +224,17 @@ StreamTextReader::Placed StreamTextReader::placeIndex(StreamImpl& places, const 
     fLine = text;
     try {
         Index index = fMakeIndex(fLine);
+        if (fContext.partial && places.hasElement(index)) return {};
         const bool isNumber = !index.complexIndex();
         const unsigned int number = index.index();
         return {places.place(std::move(index)), at + size + 1, isNumber, number};
     } catch (...) {
         return {};  // the general reader says what is wrong
     }
+}
+
+void StreamTextReader::takeBack(StreamImpl& places, const Placed& placed) const {
+    places.removeElement(placed.isNumber ? Index(placed.number) : fMakeIndex(fLine));
 }
 
 bool StreamTextReader::nextIndexLine() {

@@ -63,8 +63,9 @@ class StreamTextReader {
         bool isNumber = false;
         unsigned int number = 0;
     };
-    static Placed placeNumber(StreamImpl& places, const char* at, const char* last);
+    Placed placeNumber(StreamImpl& places, const char* at, const char* last) const;
     Placed placeIndex(StreamImpl& places, const char* at, const char* last);
+    void takeBack(StreamImpl& places, const Placed& placed) const;
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
     void notePlace(bool isNumber, unsigned int number, std::size_t left);
