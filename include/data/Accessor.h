@@ -116,6 +116,9 @@ class METADATA_API Accessor {
     /// Tells whether the last `write` was refused because the file's metadata is no longer what was
     /// read. Reading it again and repeating the edit is the way out.
     [[nodiscard]] bool metConflict() const;
+    /// Tells whether the last `write` or `rehearse` found anything to write, as `isEdited` would
+    /// have said in front of it. True before the first.
+    [[nodiscard]] bool metEdits() const;
 
     [[nodiscard]] const WritePolicy& writePolicy() const;
     void setWritePolicy(const WritePolicy& policy);
@@ -131,6 +134,8 @@ class METADATA_API Accessor {
     [[nodiscard]] const Callback<bool()>& waitingStops() const;
     /// Sets what `metConflict` tells.
     void setMetConflict(bool conflict) const;
+    /// Sets what `metEdits` tells.
+    void setMetEdits(bool edits) const;
     /// Implementations of reading and writing leave their findings here. One that leaves none has
     /// one made of what it added to `errors`.
     void setFindings(std::vector<Finding> findings) const;

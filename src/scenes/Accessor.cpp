@@ -63,6 +63,7 @@ struct Accessor::Impl {
     Callback<bool()> waitingStops;
     bool lastReadSucceeded = false;
     bool metConflict = false;
+    bool metEdits = true;
     std::vector<Finding> findings;
 };
 
@@ -167,6 +168,10 @@ void Accessor::setFindings(std::vector<Finding> findings) const {
 bool Accessor::lastReadSucceeded() const { return fImpl->lastReadSucceeded; }
 
 void Accessor::setMetConflict(bool conflict) const { fImpl->metConflict = conflict; }
+
+void Accessor::setMetEdits(bool edits) const { fImpl->metEdits = edits; }
+
+bool Accessor::metEdits() const { return fImpl->metEdits; }
 
 bool Accessor::metConflict() const { return fImpl->metConflict; }
 

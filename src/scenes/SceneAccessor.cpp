@@ -213,6 +213,7 @@ bool SceneAccessor::State::write(RewriteExtent extent, Findings& findings, Findi
     const WritePolicy policy = owner.writePolicy();
     ModelDigests digests;
     const bool unedited = isUnedited(owner, snapshot, digests);
+    owner.setMetEdits(!unedited);
     const Use changing = policy.durable ? Use::kWrite : Use::kWriteInPlace;
     const auto opening = open(fileName, unedited ? Use::kRead : changing);
     findings.add(opening.file ? Code::kFileNote : Code::kWriteFailed, opening.notes);

@@ -2,21 +2,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/writing/ModelCheck.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <map>
 #include <set>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "core/Ascii.h"
 #include "core/Excerpt.h"
-#include "core/HandleAccess.h"
 #include "core/Layout.h"
 #include "formats/RawScan.h"
 #include "scenes/model/ModelPlace.h"
 #include "scenes/writing/FloatingNumbers.h"
 #include "streams/IndexTypes.h"
+#include "streams/StreamAccess.h"
+#include "streams/StreamImpl.h"
 
 namespace orbo::Data {
 
@@ -30,6 +34,12 @@ bool isOneTrimmedLine(std::string_view text) {
 bool isFieldName(std::string_view name) {
     return !name.empty() && isOneTrimmedLine(name) &&
            name.find_first_of(":=") == std::string_view::npos;
+}
+
+bool isFloating(const Member& member) {
+    return visitMemberType(member.type(), [](auto type) {
+        return std::is_floating_point_v<typename decltype(type)::Scalar>;
+    });
 }
 
 bool isFinite(const Member& member, const char* chunk) {
@@ -85,14 +95,9 @@ class StreamCheck {
     }
 
     bool checkElements() const {
-        for (StreamIterator element = fStream.cbegin(), end = fStream.cend(); element != end;
-             ++element) {
-            const Index index = element.index();
-            const char* const problem = problemOf(index, fStream);
-            if (problem && !fail(problem, &index)) return false;
-            if (!checkValues(*element, index)) return false;
-        }
-        return true;
+        Elements elements(*this);
+        StreamAccess::visitElements(fStream, elements);
+        return elements.goesOn();
     }
 
     bool fail(const std::string& what, const Index* index = nullptr,
@@ -101,17 +106,50 @@ class StreamCheck {
     }
 
   private:
-    bool checkValues(const Handle& element, const Index& index) const {
-        const char* const chunk = HandleAccess::data(element);
-        if (!chunk) return fail("element without data", &index);
-        for (const Member& member : HandleAccess::layout(element).members()) {
-            if (isFinite(member, chunk)) continue;
-            const std::string what =
-                "member " + inQuotes(member.name()) + " is not a finite number";
-            if (!fail(what, &index, member.name())) return false;
+    /// Checks one element after the other.
+    class Elements final : public ElementVisitor {
+      public:
+        explicit Elements(const StreamCheck& check)
+            : fCheck(check), fTakesNumbers(check.fStream.indexType() == Index::theTypeName()) {
+            for (const Member& member : StreamAccess::layoutOf(check.fStream).members()) {
+                if (isFloating(member)) fFloating.push_back(&member);
+            }
         }
-        return true;
-    }
+
+        void visit(unsigned int number, char* chunk) override {
+            if (!fGoesOn || (fTakesNumbers && chunk && areFinite(chunk))) return;
+            checkElement(Index(number), chunk);
+        }
+        void visit(const Index& index, char* chunk) override {
+            if (fGoesOn) checkElement(index, chunk);
+        }
+        [[nodiscard]] bool goesOn() const { return fGoesOn; }
+
+      private:
+        [[nodiscard]] bool areFinite(const char* chunk) const {
+            return std::all_of(fFloating.begin(), fFloating.end(),
+                               [&](const Member* member) { return isFinite(*member, chunk); });
+        }
+        void checkElement(const Index& index, const char* chunk) {
+            const char* const problem = problemOf(index, fCheck.fStream);
+            fGoesOn = (!problem || fCheck.fail(problem, &index)) && checkValues(index, chunk);
+        }
+        bool checkValues(const Index& index, const char* chunk) const {
+            if (!chunk) return fCheck.fail("element without data", &index);
+            for (const Member* const member : fFloating) {
+                if (isFinite(*member, chunk)) continue;
+                const std::string what =
+                    "member " + inQuotes(member->name()) + " is not a finite number";
+                if (!fCheck.fail(what, &index, member->name())) return false;
+            }
+            return true;
+        }
+
+        const StreamCheck& fCheck;
+        const bool fTakesNumbers;
+        std::vector<const Member*> fFloating;
+        bool fGoesOn = true;
+    };
 
     const Channel& fChannel;
     const Stream& fStream;

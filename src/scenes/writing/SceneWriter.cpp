@@ -9,6 +9,7 @@
 #include "core/KeyedHash.h"
 #include "core/StructureRegistry.h"
 #include "scenes/CheckedKind.h"
+#include "scenes/Fingerprint.h"
 #include "scenes/LayoutScan.h"
 #include "scenes/SceneInputs.h"
 #include "scenes/model/ModelPlace.h"
@@ -265,14 +266,14 @@ bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) c
 
 bool SceneWriter::formatNode(const std::string& name, const FactFinder& finder,
                              std::string& bytes) {
-    const auto made = makeRecord(name, finder);
+    auto made = makeRecord(name, finder);
     if (!made) return false;
     if (!fKind.format(made->record, bytes)) {
         return fail(refusal(ModelPlace::of(name) + ": name cannot be written", name));
     }
-    SceneRecord record = made->record;
-    fMade.push_back({std::move(record), KeyedHash::of(made->record.text)});
-    fMade.back().record.text.clear();
+    const std::uint64_t textDigest = KeyedHash::of(made->record.text);
+    made->record.text = std::string();
+    fMade.push_back({std::move(made->record), textDigest});
     return true;
 }
 
@@ -351,6 +352,13 @@ bool SceneWriter::verify(SceneInput& input, const ScenePlan& plan) {
     return verifyAll(changed);
 }
 
+std::string_view SceneWriter::bytesOf(const ScenePlan::Entry& entry) const {
+    if (!entry.kept) return entry.bytes;
+    const SceneRecordRange& range = entry.kept->range;
+    return std::string_view(fTail).substr(static_cast<std::size_t>(range.begin - fTailBegin),
+                                          static_cast<std::size_t>(range.end - range.begin));
+}
+
 // Whether readers find just the records that were planned, where the texts of the new ones are
 // verified already.
 bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
@@ -358,25 +366,23 @@ bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
     const auto layout = scanLayout(fKind, changed, fSettings.policy, ignored);
     if (!layout || layout->records.size() != plan.entries.size()) return false;
     auto made = fMade.begin();
+    Fingerprint fingerprint;
     for (std::size_t i = 0; i < plan.entries.size(); ++i) {
         const SceneRecordRange& range = layout->records[i].range;
         const ScenePlan::Entry& entry = plan.entries[i];
+        const std::string_view bytes = bytesOf(entry);
+        if (!range.closed || !holds(changed, range, bytes)) return false;
+        fingerprint.add(bytes);
         if (entry.kept) {
-            if (range.kind != entry.kept->range.kind || !range.closed) return false;
-            const SceneRecordRange& old = entry.kept->range;
-            const auto begin = static_cast<std::size_t>(old.begin - fTailBegin);
-            const auto size = static_cast<std::size_t>(old.end - old.begin);
-            if (!holds(changed, range, std::string_view(fTail).substr(begin, size))) return false;
+            if (range.kind != entry.kept->range.kind) return false;
             continue;
         }
-        if (!range.closed || made == fMade.end() || !holds(changed, range, entry.bytes)) {
-            return false;
-        }
+        if (made == fMade.end()) return false;
         Finding problem;
         const auto record = fKind.parse(range, entry.bytes, nullptr, problem);
         if (!record || !made++->isOf(*record)) return false;
     }
-    fWritten.fingerprint = fingerprintOf(*layout, {}, changed);
+    fWritten.fingerprint = fingerprint.value();
     fWritten.begin = layout->begin;
     return true;
 }

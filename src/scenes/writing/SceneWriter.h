@@ -11,6 +11,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/KeyedHash.h"
@@ -79,6 +80,7 @@ class SceneWriter {
     [[nodiscard]] bool verifyMade(const std::string& name, const KeptRecord& made,
                                   const KeptTexts& kept) const;
     [[nodiscard]] bool changesNodesOnly(const Merge::Plan& plan) const;
+    [[nodiscard]] std::string_view bytesOf(const ScenePlan::Entry& entry) const;
     [[nodiscard]] bool isSection(SceneInput& changed, const ScenePlan& plan);
     bool verify(SceneInput& input, const ScenePlan& plan);
     bool verifyAll(SceneInput& changed) const;

@@ -98,9 +98,8 @@ std::unique_ptr<Data::Accessor> readAgain(const Scene& scene, const SceneAccess&
 }
 
 /// Makes the copy that the user asks for, and writes.
-bool write(const Data::Accessor& scene, bool isEdited, const SceneAccess& access,
-           std::string& errors) {
-    const bool copies = isEdited && !access.backup.empty();
+bool write(const Data::Accessor& scene, const SceneAccess& access, std::string& errors) {
+    const bool copies = !access.backup.empty() && scene.isEdited();
     if (access.dryRun) {
         if (copies) Backup::rehearse(scene.fileName(), access.backup);
         return scene.rehearse(errors);
@@ -173,8 +172,7 @@ bool writeScene(const Scene& scene, const SceneAccess& access, Output& output) {
     Signals::stopIfReceived();
     const Data::Accessor& accessor = *scene.accessor;
     std::string errors;
-    const bool isEdited = accessor.isEdited();
-    const bool written = write(accessor, isEdited, access, errors);
+    const bool written = write(accessor, access, errors);
     if (accessor.metConflict())
         throw Conflict("somebody else keeps changing the metadata: " +
                        messagesOfFailure(accessor, errors));
@@ -182,7 +180,7 @@ bool writeScene(const Scene& scene, const SceneAccess& access, Output& output) {
     complain(accessor.fileName(), messagesOf(accessor.findings()));
     if (access.dryRun && access.showChanges)
         access.showChanges(*readAgain(scene, access), accessor, output);
-    return isEdited;
+    return accessor.metEdits();
 }
 
 // A few attempts are made even without any patience, because they cost little.
