@@ -27,6 +27,16 @@ class SixteenPlainBytes {
         while (count < kSize && (... && (fBytes[count] != characters))) ++count;
         return count;
     }
+    /// The same for these characters and for those below a blank.
+    template <typename... Characters>
+    [[nodiscard]] int countBeforeControlOr(Characters... characters) const {
+        int count = 0;
+        while (count < kSize && static_cast<unsigned char>(fBytes[count]) >= ' ' &&
+               (... && (fBytes[count] != characters))) {
+            ++count;
+        }
+        return count;
+    }
 
   private:
     char fBytes[kSize];
@@ -45,13 +55,21 @@ class SixteenVectorBytes {
 
     template <typename... Characters>
     [[nodiscard]] int countBefore(Characters... characters) const {
-        const auto found = static_cast<unsigned>((... | marks(characters)));
-        return __builtin_ctz(found | 1U << kSize);
+        return before((... | marks(characters)));
+    }
+    template <typename... Characters>
+    [[nodiscard]] int countBeforeControlOr(Characters... characters) const {
+        const __m128i lessThanBlank =
+            _mm_cmpeq_epi8(_mm_min_epu8(fBytes, _mm_set1_epi8(' ' - 1)), fBytes);
+        return before((_mm_movemask_epi8(lessThanBlank) | ... | marks(characters)));
     }
 
   private:
     [[nodiscard]] int marks(char c) const {
         return _mm_movemask_epi8(_mm_cmpeq_epi8(fBytes, _mm_set1_epi8(c)));
+    }
+    static int before(int marks) {
+        return __builtin_ctz(static_cast<unsigned>(marks) | 1U << kSize);
     }
 
     __m128i fBytes;

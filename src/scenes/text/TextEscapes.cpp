@@ -5,7 +5,7 @@
 #include <array>
 #include <cstddef>
 
-#include "core/EightBytes.h"
+#include "core/SixteenBytes.h"
 
 namespace orbo::Data::TextStatement {
 
@@ -61,10 +61,10 @@ char escapedCharacter(const char*& at, const char* end) {
 
 // Moves everything up to the next backslash, or the end, to `out`, which is at most at `at`.
 void movePlain(char*& out, const char*& at, const char* end) {
-    constexpr std::ptrdiff_t kStride = EightBytes::kSize;
+    constexpr std::ptrdiff_t kStride = SixteenBytes::kSize;
     // Once `out` is a stride behind `at`, a move overwrites nothing that is still to be read.
-    while (EightBytes::kUsable && at - out >= kStride && end - at >= kStride) {
-        const EightBytes bytes(at);
+    while (at - out >= kStride && end - at >= kStride) {
+        const SixteenBytes bytes(at);
         bytes.store(out);
         const int plain = bytes.countBefore('\\');
         out += plain;
@@ -78,18 +78,18 @@ void movePlain(char*& out, const char*& at, const char* end) {
 
 void appendEscaped(std::string& out, std::string_view text) {
     std::array<char, 4096> buffer;
-    char* const full = buffer.data() + buffer.size() - EightBytes::kSize - kLongestEscape;
+    char* const full = buffer.data() + buffer.size() - SixteenBytes::kSize - kLongestEscape;
     char* to = buffer.data();
     const char* const end = text.data() + text.size();
     out.reserve(out.size() + text.size());
     for (const char* at = text.data(); at != end;) {
-        if (EightBytes::kUsable && end - at >= EightBytes::kSize) {
-            const EightBytes bytes(at);
+        if (end - at >= SixteenBytes::kSize) {
+            const SixteenBytes bytes(at);
             bytes.store(to);
             const int plain = bytes.countBeforeControlOr('\\', '"', '\x7f');
             to += plain;
             at += plain;
-            if (plain < EightBytes::kSize) to = putEscaped(to, *at++);
+            if (plain < SixteenBytes::kSize) to = putEscaped(to, *at++);
         } else {
             to = putEscaped(to, *at++);
         }

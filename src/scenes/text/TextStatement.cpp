@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "core/Ascii.h"
-#include "core/EightBytes.h"
+#include "core/SixteenBytes.h"
 
 namespace orbo::Data::TextStatement {
 
@@ -107,7 +107,7 @@ struct Rest {
         const char* const end = text.data() + text.size();
         bool quoted = true;
         for (const char* at = text.data();; ++at) {
-            at = quoted ? findAnyOf(at, end, '\\', '"') : findAnyOf(at, end, ';', '"');
+            at = quoted ? findFirstOf(at, end, '\\', '"') : findFirstOf(at, end, ';', '"');
             if (at == end) return;
             if (*at == '\\') {
                 if (++at == end) return;
