@@ -54,6 +54,17 @@ class KeyedHash {
         return hash.finish();
     }
 
+    /// Loads fewer than eight bytes, the first lowest.
+    static std::uint64_t lastBytes(const char* from, std::size_t count) {
+        if (EightBytes::kUsable && count >= 4) {  // two halves that may overlap
+            return word<std::uint32_t>(from) | std::uint64_t{word<std::uint32_t>(from + count - 4)}
+                                                   << (8 * (count - 4));
+        }
+        std::uint64_t bytes = 0;
+        while (count-- > 0) bytes = bytes << 8 | static_cast<unsigned char>(from[count]);
+        return bytes;
+    }
+
   private:
     /// Has the key of this process, and nothing added yet.
     static const KeyedHash& ofProcess();
@@ -107,17 +118,6 @@ class KeyedHash {
         std::memcpy(&word, from, sizeof word);
         return word;
     }
-    /// Loads fewer than eight bytes, the first lowest.
-    static std::uint64_t lastBytes(const char* from, std::size_t count) {
-        if (EightBytes::kUsable && count >= 4) {  // two halves that may overlap
-            return word<std::uint32_t>(from) | std::uint64_t{word<std::uint32_t>(from + count - 4)}
-                                                   << (8 * (count - 4));
-        }
-        std::uint64_t bytes = 0;
-        while (count-- > 0) bytes = bytes << 8 | static_cast<unsigned char>(from[count]);
-        return bytes;
-    }
-
     std::uint64_t a, b, c, d;
     std::uint64_t fWords = 0;
 };

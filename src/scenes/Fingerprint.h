@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/KeyedHash.h"
+#include "core/ContentHash.h"
 
 namespace orbo::Data {
 
@@ -15,25 +15,23 @@ namespace orbo::Data {
 /// within this process.
 class Fingerprint {
   public:
-    /// The hash of a record of so many bytes, to which its bytes are then added. If they come in
-    /// pieces, all but the last have a multiple of 8 bytes.
-    static KeyedHash begin(std::uint64_t size) {
-        KeyedHash hash;
-        hash.add(size);
-        return hash;
-    }
-    void add(const KeyedHash& record) { fRecords.push_back(record.value()); }
     void add(std::string_view record) {
-        KeyedHash hash = begin(record.size());
+        ContentHash hash;
         hash.addBytes(record.data(), record.size());
-        add(hash);
+        add(hash, record.size());
+    }
+    /// The same for a record whose bytes are in the hash already, in pieces of which all but the
+    /// last have a multiple of 8 bytes.
+    void add(ContentHash& record, std::uint64_t size) {
+        record.add(size);
+        fRecords.push_back(record.value());
     }
     /// Call it when the records were added from the last in the file to the first.
     void reverse() { std::reverse(fRecords.begin(), fRecords.end()); }
     void clear() { fRecords.clear(); }
 
     [[nodiscard]] std::uint64_t value() const {
-        KeyedHash all;
+        ContentHash all;
         for (const std::uint64_t record : fRecords) all.add(record);
         return all.value();
     }

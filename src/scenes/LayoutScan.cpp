@@ -42,14 +42,14 @@ class LayoutVisitor final : public FindingsVisitor {
 
 bool addTo(Fingerprint& fingerprint, const SceneRecordRange& range, SceneInput& input) {
     constexpr std::uint64_t kPiece = 64 * 1024;
-    KeyedHash record = Fingerprint::begin(range.end - range.begin);
+    ContentHash record;
     for (std::uint64_t at = range.begin; at < range.end;) {
         const auto piece = input.bytes(at, std::min(range.end - at, kPiece));
         if (!piece) return false;
         record.addBytes(piece->data(), piece->size());
         at += piece->size();
     }
-    fingerprint.add(record);
+    fingerprint.add(record, range.end - range.begin);
     return true;
 }
 

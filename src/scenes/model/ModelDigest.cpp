@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "core/ContentHash.h"
 #include "core/DataTypes.h"
-#include "core/KeyedHash.h"
 #include "core/Layout.h"
 #include "formats/TextOutline.h"
 #include "streams/StreamAccess.h"
@@ -46,7 +46,7 @@ class ElementHash final : public ElementVisitor {
     void begin() {
         if (fInBlock == StreamOutline::kBlock) {
             fBlocks.push_back(fHash.value());
-            fHash = KeyedHash();
+            fHash = ContentHash();
             fInBlock = 0;
         }
         ++fInBlock;
@@ -98,14 +98,14 @@ class ElementHash final : public ElementVisitor {
         }
     }
 
-    KeyedHash fHash;
+    ContentHash fHash;
     std::size_t fInBlock = 0;
     std::vector<std::uint64_t> fBlocks;
     std::vector<Span> fSpans;
 };
 
 StreamDigest digestOf(const Stream& stream) {
-    KeyedHash hash;
+    ContentHash hash;
     hash.add(stream.name());
     hash.add(stream.indexType());
     hash.add(std::string_view(stream.structure().name()));
@@ -131,7 +131,7 @@ const NodeDigest& ModelDigests::of(const Associations& associations) {
 
 NodeDigest digestOf(const Associations& associations) {
     NodeDigest digest;
-    KeyedHash hash;
+    ContentHash hash;
     for (const Channel& channel : associations) {
         if (channel.empty()) continue;
         hash.add(channel.name());

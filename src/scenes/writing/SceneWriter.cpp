@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "core/KeyedHash.h"
+#include "core/ContentHash.h"
 #include "core/StructureRegistry.h"
 #include "scenes/CheckedKind.h"
 #include "scenes/Fingerprint.h"
@@ -50,6 +50,13 @@ std::set<std::string> madeNew(const Merge::Plan& plan, SceneRecord::Kind kind) {
     return names;
 }
 
+std::uint64_t digestOfText(std::string_view text) {
+    ContentHash hash;
+    hash.addBytes(text.data(), text.size());
+    hash.add(std::uint64_t{text.size()});
+    return hash.value();
+}
+
 bool holds(SceneInput& input, const SceneRecordRange& range, std::string_view bytes) {
     constexpr std::size_t kPiece = 64 * 1024;
     if (range.end - range.begin != bytes.size()) return false;
@@ -60,6 +67,10 @@ bool holds(SceneInput& input, const SceneRecordRange& range, std::string_view by
         bytes.remove_prefix(expected.size());
     }
     return true;
+}
+
+bool isSame(const SceneRecord& left, const SceneRecord& right) {
+    return left.kind == right.kind && left.name == right.name && left.format == right.format;
 }
 
 }  // namespace
@@ -271,7 +282,7 @@ bool SceneWriter::formatNode(const std::string& name, const FactFinder& finder,
     if (!fKind.format(made->record, bytes)) {
         return fail(refusal(ModelPlace::of(name) + ": name cannot be written", name));
     }
-    const std::uint64_t textDigest = KeyedHash::of(made->record.text);
+    const std::uint64_t textDigest = digestOfText(made->record.text);
     made->record.text = std::string();
     fMade.push_back({std::move(made->record), textDigest});
     return true;
@@ -380,7 +391,8 @@ bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
         if (made == fMade.end()) return false;
         Finding problem;
         const auto record = fKind.parse(range, entry.bytes, nullptr, problem);
-        if (!record || !made++->isOf(*record)) return false;
+        if (!record || !isSame(*record, made->record)) return false;
+        if (digestOfText(record->text) != made++->textDigest) return false;
     }
     fWritten.fingerprint = fingerprint.value();
     fWritten.begin = layout->begin;

@@ -14,7 +14,6 @@
 #include <string_view>
 #include <vector>
 
-#include "core/KeyedHash.h"
 #include "files/File.h"
 #include "scenes/Findings.h"
 #include "scenes/model/ModelDigest.h"
@@ -102,11 +101,6 @@ class SceneWriter {
     struct MadeRecord {
         SceneRecord record;
         std::uint64_t textDigest;
-
-        [[nodiscard]] bool isOf(const SceneRecord& other) const {
-            return other.kind == record.kind && other.name == record.name &&
-                   other.format == record.format && KeyedHash::of(other.text) == textDigest;
-        }
     };
     std::deque<MadeRecord> fMade;
     std::vector<SceneChange> fChanges;
