@@ -8,10 +8,15 @@ std::string BinaryChunk::header(std::string_view tag, std::uint64_t dataSize) {
     return std::string(tag) + bigEndian(0, 4) + bigEndian(dataSize, 8);
 }
 
-void BinaryChunk::append(std::string& out, std::string_view tag, std::string_view data) {
-    out += header(tag, data.size());
-    out += data;
-    out.append(static_cast<std::size_t>(paddedSize(data.size()) - data.size()), '\0');
+void BinaryChunk::append(std::string& out, std::string_view tag,
+                         std::initializer_list<std::string_view> data) {
+    std::uint64_t size = 0;
+    for (const std::string_view part : data) size += part.size();
+    const std::uint64_t padded = paddedSize(size);
+    out.reserve(out.size() + kHeaderSize + static_cast<std::size_t>(padded));
+    out += header(tag, size);
+    for (const std::string_view part : data) out += part;
+    out.append(static_cast<std::size_t>(padded - size), '\0');
 }
 
 bool readChunkHeader(Files::File& file, std::uint64_t begin, BinaryChunk& chunk) {

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -49,7 +50,9 @@ struct BinaryChunk {
     }
     static std::string header(std::string_view tag, std::uint64_t dataSize);
     /// Appends a whole chunk.
-    static void append(std::string& out, std::string_view tag, std::string_view data);
+    /// The data are the parts one behind the other.
+    static void append(std::string& out, std::string_view tag,
+                       std::initializer_list<std::string_view> data);
 };
 
 /// Reads the header at `begin`; false when the file has no 16 bytes there.

@@ -122,13 +122,13 @@ void reportEnd(const BinaryTrailer& trailer, std::optional<std::uint64_t> size,
     visitor.report(Code::kEndMisplaced, problem, FilePlace{std::min(*size, trailer.fileEnd()), {}});
 }
 
-std::string foreignChunks(const BinaryLayout& layout, std::string_view tail) {
+std::string foreignChunks(const BinaryLayout& layout, std::string_view tail, std::size_t room) {
     const auto bytes = [&](std::uint64_t from, std::uint64_t to) {
         return tail.substr(static_cast<std::size_t>(from - layout.begin),
                            static_cast<std::size_t>(to - from));
     };
     std::string chunks;
-    chunks.reserve(tail.size());
+    chunks.reserve(room);
     std::uint64_t at = layout.begin;
     for (const SceneLayout::Item& item : layout.records) {
         chunks += bytes(at, item.range.begin);
@@ -203,7 +203,9 @@ class BinaryKind final : public SceneKind {
                                                    const ScenePlan& plan,
                                                    Finding& problem) const override {
         const auto& binary = static_cast<const BinaryLayout&>(layout);
-        std::string chunks = foreignChunks(binary, tail);
+        std::size_t added = 0;
+        for (const ScenePlan::Entry& entry : plan.entries) added += entry.bytes.size();
+        std::string chunks = foreignChunks(binary, tail, tail.size() + added);
         for (const ScenePlan::Entry& entry : plan.entries) {
             if (!entry.kept) {
                 chunks += entry.bytes;
@@ -220,7 +222,7 @@ class BinaryKind final : public SceneKind {
         }
         std::string endChunk;
         BinaryChunk::append(endChunk, AccessorQuil::Binary::getBackwardChunkSizeChunkName(),
-                            bigEndian(trailer.distance(), 4));
+                            {bigEndian(trailer.distance(), 4)});
         std::vector<SceneChange> changes;
         changes.push_back(
             {BinaryTrailer::kMainSizeAt,

@@ -76,13 +76,13 @@ bool appendChunk(std::string& out, const SceneRecord& record) {
     if (record.text.find('\0') != std::string::npos) return false;
     if (record.kind == Kind::kStructure) {
         BinaryChunk::append(out, getMetaDataStructureChunkName(),
-                            record.format + end + record.text + end);
+                            {record.format, end, record.text, end});
         return true;
     }
     BinaryChunk::append(
         out,
         record.name.empty() ? getApplySceneMetaDataChunkName() : getApplyNodeMetaDataChunkName(),
-        record.name + end + record.format + end + record.text + end);
+        {record.name, end, record.format, end, record.text, end});
     return true;
 }
 

@@ -30,7 +30,9 @@ struct KeptRecord {
     /// Where the kept parts stand in the text.
     std::vector<std::pair<std::size_t, std::size_t>> places;
 };
+/// `expectedSize` is a hint, in bytes.
 std::optional<KeptRecord> recordOf(const std::string& node, const Associations& associations,
-                                   KeptTexts kept, bool exactNumbers, Findings& findings);
+                                   KeptTexts kept, std::size_t expectedSize, bool exactNumbers,
+                                   Findings& findings);
 
 }  // namespace orbo::Data

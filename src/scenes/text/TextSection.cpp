@@ -26,6 +26,11 @@ class Pieces {
         fCurrent = std::max(fCurrent, static_cast<std::size_t>(part));
         fPieces[fCurrent] += bytes;
     }
+    /// Makes room for so many bytes, to save copies while they are added.
+    void reserve(Part part, std::size_t size) {
+        fPieces[static_cast<std::size_t>(part)].reserve(size +
+                                                        TextLinesAhead::kClosingGuard.size());
+    }
     [[nodiscard]] bool empty() const {
         return std::all_of(fPieces.begin(), fPieces.end(), [](const auto& p) { return p.empty(); });
     }
@@ -91,6 +96,14 @@ TextForeignLines TextSection::foreignLines() const {
 
 SceneChange TextSection::changeFor(const ScenePlan& plan) const {
     Pieces pieces;
+    std::array<std::size_t, kFailures.size()> sizes{};
+    for (const ScenePlan::Entry& entry : plan.entries) {
+        sizes[static_cast<std::size_t>(entry.part)] +=
+            entry.kept ? entry.kept->range.end - entry.kept->range.begin : entry.bytes.size();
+    }
+    for (const Part part : {Part::kStructures, Part::kNodes, Part::kScene}) {
+        pieces.reserve(part, sizes[static_cast<std::size_t>(part)]);
+    }
     for (const ScenePlan::Entry& entry : plan.entries) {
         if (!entry.kept) {
             pieces.add(entry.part, entry.bytes);

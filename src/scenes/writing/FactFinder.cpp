@@ -123,6 +123,11 @@ std::optional<SceneRecord> FactFinder::recordReadAs(const std::string& node) con
     return parse(fReadRecords.at(node).last);
 }
 
+std::size_t FactFinder::sizeReadAs(const std::string& node) const {
+    if (!isAsRead(node)) return 0;
+    return bytesOf(fSources.layout.records[fReadRecords.at(node).last]).size();
+}
+
 void FactFinder::addStructure(std::size_t number, const SceneRecord& record) {
     RecordFacts& facts = fRecords[number];
     RefPtr<Structure> structure = tryToReadStructure(record);

@@ -57,6 +57,8 @@ class FactFinder {
     /// The text that the node was read from. Empty when it is not known which record that was, or
     /// when the file has changed since.
     [[nodiscard]] std::optional<SceneRecord> recordReadAs(const std::string& node) const;
+    /// Its size in the file; 0 where there is no such record.
+    [[nodiscard]] std::size_t sizeReadAs(const std::string& node) const;
 
   private:
     using Fact = Merge::Question::Fact;

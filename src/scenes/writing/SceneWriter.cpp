@@ -50,6 +50,9 @@ std::set<std::string> madeNew(const Merge::Plan& plan, SceneRecord::Kind kind) {
     return names;
 }
 
+// A change rarely makes a text longer by more: room for it saves a copy of the whole.
+constexpr std::size_t kGrowth = 64 * 1024;
+
 std::uint64_t digestOfText(std::string_view text) {
     ContentHash hash;
     hash.addBytes(text.data(), text.size());
@@ -279,6 +282,7 @@ bool SceneWriter::formatNode(const std::string& name, const FactFinder& finder,
                              std::string& bytes) {
     auto made = makeRecord(name, finder);
     if (!made) return false;
+    bytes.reserve(finder.sizeReadAs(name) + kGrowth);
     if (!fKind.format(made->record, bytes)) {
         return fail(refusal(ModelPlace::of(name) + ": name cannot be written", name));
     }
@@ -297,7 +301,8 @@ std::optional<KeptRecord> SceneWriter::makeRecord(const std::string& name,
     const KeptTexts kept =
         old ? keptTexts(node, fDigests.of(node), text->second, old->text) : KeptTexts();
     Findings problems;
-    auto made = recordOf(name, node, kept, fSettings.policy.exactNumbers, problems);
+    const std::size_t expectedSize = old ? old->text.size() + kGrowth : 0;
+    auto made = recordOf(name, node, kept, expectedSize, fSettings.policy.exactNumbers, problems);
     if (!made) {
         const SceneTraits& traits = fKind.traits();
         (void)fail(refusal(name.empty() ? traits.cannotMakeScene : traits.cannotMakeNode, name));
