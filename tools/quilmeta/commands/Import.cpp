@@ -37,7 +37,7 @@ class Import : public Command {
     Outcome run(Output& output) override {
         // The document is read once, however often a conflict makes us read the scene again.
         SceneModel model;
-        const Outcome read = guarded(fDocument == "-" ? "standard input" : fDocument, [&] {
+        const Outcome read = guarded(documentName(), [&] {
                                  JsonSource source = JsonSource::ofFile(fDocument);
                                  model = readDocument(source);
                                  return Outcome::kDone;
@@ -51,8 +51,20 @@ class Import : public Command {
     FileResult importInto(const SceneModel& model, Output& output) const {
         const Scene scene = openScene(fFile, fAccess);
         import(model, scene, fReplace ? ImportHow::kReplace : ImportHow::kMerge);
-        const bool changed = writeScene(scene, fAccess, output);
-        return {scene.outcome(), changed};
+        try {
+            const bool changed = writeScene(scene, fAccess, output);
+            return {scene.outcome(), changed};
+        } catch (const Conflict&) {
+            throw;
+        } catch (const CommandError&) {
+            const std::string refused = refusedPartsOf(model, scene);
+            if (refused.empty()) throw;
+            throw FileError(documentName(), refused);
+        }
+    }
+
+    [[nodiscard]] std::string documentName() const {
+        return fDocument == "-" ? "standard input" : fDocument;
     }
 
     std::string fFile, fDocument;

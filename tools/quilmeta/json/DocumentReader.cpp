@@ -3,6 +3,7 @@
 #include "json/DocumentReader.h"
 
 #include "process/CommandError.h"
+#include "values/CarriedText.h"
 #include "values/SafeText.h"
 
 #include <data/Channel.h>
@@ -73,7 +74,8 @@ struct NodePart : Part {
 /// Reads everything but the elements.
 class Outline : public JsonVisitor {
   public:
-    explicit Outline(JsonProblems& problems) : fProblems(problems) {}
+    Outline(JsonProblems& problems, JsonProblems& doubts)
+        : fProblems(problems), fDoubts(doubts) {}
 
     Take take(const JsonPath& path, bool isList) override {
         if (!isContainer(path, isList)) return Take::kWhole;
@@ -106,7 +108,7 @@ class Outline : public JsonVisitor {
     }
 
     void value(JsonPath& path, JsonCursor cursor) override {
-        ValueFromJson from(path, fProblems);
+        ValueFromJson from(path, fProblems, &fDoubts);
         switch (path.depth()) {
             case kDocument:
                 return from.problem(cursor, "is not an object");
@@ -177,12 +179,21 @@ class Outline : public JsonVisitor {
     static void key(ValueFromJson& from, JsonCursor& cursor, Part& part, const char* content) {
         const std::string_view key = from.path().key(from.path().depth() - 1);
         if (key == "name") {
+            JsonCursor here = cursor;
             part.line = cursor.line();
             part.name = from.text(cursor);
+            const bool isNode = from.path().depth() == kNodeParts;
+            if (part.name && !isNode) from.doubt(here, problemOfName(*part.name));
         } else if (key == content)
             from.problem(cursor, "is not a list");
         else
             from.problem(cursor, "is unknown");
+    }
+
+    void indexType(ValueFromJson& from, JsonCursor& cursor) {
+        JsonCursor here = cursor;
+        stream().indexType = from.text(cursor);
+        if (stream().indexType) from.doubt(here, problemOfIndexType(*stream().indexType));
     }
 
     void streamKey(ValueFromJson& from, JsonCursor& cursor) {
@@ -190,12 +201,13 @@ class Outline : public JsonVisitor {
         if (name == "structure")
             stream().structure = from.name(cursor);
         else if (name == "indexType")
-            stream().indexType = from.text(cursor);
+            indexType(from, cursor);
         else
             key(from, cursor, stream(), "elements");
     }
 
     JsonProblems& fProblems;
+    JsonProblems& fDoubts;
     std::set<std::string> fParts;
 };
 
@@ -209,6 +221,8 @@ class ModelBuilder {
         for (size_t i = 0; i < nodes.size(); ++i) {
             const JsonStep step(fPath, i);
             add(nodes[i]);
+            fModel.places.try_emplace(nodes[i].name.value_or(""),
+                                      SceneModel::Place{nodes[i].line, i});
         }
         return std::move(fStreams);
     }
@@ -268,8 +282,8 @@ class ModelBuilder {
 /// Reads the elements into the streams.
 class Elements : public JsonVisitor {
   public:
-    Elements(std::vector<Data::Stream*> streams, JsonProblems& problems)
-        : fStreams(std::move(streams)), fProblems(problems) {}
+    Elements(std::vector<Data::Stream*> streams, JsonProblems& problems, JsonProblems& doubts)
+        : fStreams(std::move(streams)), fProblems(problems), fDoubts(doubts) {}
 
     Take take(const JsonPath& path, bool isList) override {
         if (path.depth() == kElement) return Take::kWhole;
@@ -282,7 +296,7 @@ class Elements : public JsonVisitor {
 
     void value(JsonPath& path, JsonCursor cursor) override {
         if (path.depth() != kElement) return;
-        ValueFromJson from(path, fProblems);
+        ValueFromJson from(path, fProblems, &fDoubts);
         addElement(from, cursor, *fStream);
     }
 
@@ -293,6 +307,7 @@ class Elements : public JsonVisitor {
     size_t fNext = 0;
     Data::Stream* fStream = nullptr;
     JsonProblems& fProblems;
+    JsonProblems& fDoubts;
 };
 
 }  // namespace
@@ -300,13 +315,14 @@ class Elements : public JsonVisitor {
 SceneModel readDocument(JsonSource& source) {
     JsonProblems problems;
     SceneModel model;
-    Outline outline(problems);
+    Outline outline(problems, model.doubts);
     if (!readJson(source, outline, problems)) problems.demandNone();
     model.structures = outline.structures;
-    Elements elements(ModelBuilder(model, problems).build(outline.nodes), problems);
+    Elements elements(ModelBuilder(model, problems).build(outline.nodes), problems, model.doubts);
     outline.nodes.clear();
     source.rewind();
     readJson(source, elements, problems);
+    if (!problems.empty()) problems.add(model.doubts);
     problems.demandNone();
     return model;
 }

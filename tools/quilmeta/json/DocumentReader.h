@@ -8,6 +8,7 @@
 #include <data/Accessor.h>
 #include <debug/RefPtr.h>
 
+#include <cstddef>
 #include <map>
 #include <string>
 
@@ -17,11 +18,20 @@ namespace orbo::Quilmeta {
 struct SceneModel {
     std::map<std::string, RefPtr<const Data::Structure>> structures;
     Data::Accessor::AssociationsMap nodes;
+    /// What scenes of the library's own kinds could not hold. Other kinds may, and where a scene
+    /// has it already, nothing has to be written.
+    JsonProblems doubts;
+
+    struct Place {
+        size_t line, number;
+    };
+    /// Where the document has the names of nodes: the line, and the position in the list.
+    std::map<std::string, Place> places;
 };
 
 /// Reads the source twice, so that the keys of an object may come in any order, and holds no more
 /// of it in memory than one element and the model. Throws `CommandError` with all problems, a line
-/// each, unless the document is good completely.
+/// each and doubts among them, unless the document is good completely or has nothing but doubts.
 SceneModel readDocument(JsonSource& source);
 
 }  // namespace orbo::Quilmeta

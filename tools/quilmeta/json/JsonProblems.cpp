@@ -21,6 +21,11 @@ void JsonProblems::add(size_t line, const JsonPath& path, const std::string& mes
         fProblems.push_back({line, safeLine(path.text() + ": " + message)});
 }
 
+void JsonProblems::add(const JsonProblems& others) {
+    fProblems.insert(fProblems.end(), others.fProblems.begin(), others.fProblems.end());
+    fMore += others.fMore;
+}
+
 std::string JsonProblems::text() const {
     std::vector<const Problem*> sorted;
     sorted.reserve(fProblems.size());

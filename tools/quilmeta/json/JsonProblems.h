@@ -14,6 +14,7 @@ class JsonProblems {
   public:
     /// A problem that was found twice is kept once.
     void add(size_t line, const JsonPath& path, const std::string& message);
+    void add(const JsonProblems& others);
     [[nodiscard]] bool empty() const { return fProblems.empty(); }
     /// "line 12: $.structures[0].name: is no string", a line each in the order of the document.
     [[nodiscard]] std::string text() const;

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json/JsonValues.h"
 
+#include "values/CarriedText.h"
 #include "values/ParseValue.h"
 #include "values/SafeText.h"
 #include "values/ValueType.h"
@@ -12,6 +13,7 @@
 #include <data/IndexText.h>
 #include <fmt/format.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -160,13 +162,21 @@ std::optional<Data::Index> ValueFromJson::index(JsonCursor& cursor, const std::s
     }
 }
 
+/// The name of a structure or member.
+std::optional<std::string> ValueFromJson::fieldName(JsonCursor& cursor) {
+    JsonCursor here = cursor;
+    std::optional<std::string> found = name(cursor);
+    if (found) doubt(here, problemOfFieldName(*found));
+    return found;
+}
+
 /// Reads { "name": ..., "type": ..., "length": ... }.
 bool ValueFromJson::memberInto(JsonCursor& cursor, Data::Structure& structure) {
     JsonCursor here = cursor;
     std::optional<std::string> type, title;
     std::optional<unsigned int> length;
     const bool known = object(cursor, [&](const std::string& key) {
-        if (key == "name") return title = name(cursor), true;
+        if (key == "name") return title = fieldName(cursor), true;
         if (key == "type") return type = name(cursor), true;
         if (key == "length") return length = number(cursor), true;
         return false;
@@ -188,7 +198,7 @@ RefPtr<const Data::Structure> ValueFromJson::structure(JsonCursor& cursor) {
     bool members = false;
     bool good = true;
     const bool known = object(cursor, [&](const std::string& key) {
-        if (key == "name") return title = name(cursor), true;
+        if (key == "name") return title = fieldName(cursor), true;
         if (key != "members") return false;
         members = list(cursor, [&](size_t) { good = memberInto(cursor, *structure) && good; });
         return true;
@@ -198,6 +208,7 @@ RefPtr<const Data::Structure> ValueFromJson::structure(JsonCursor& cursor) {
         problem(here, "needs a name and members");
         return {};
     }
+    if (structure->empty()) doubt(here, "has no members, which scenes cannot hold");
     structure->setName(title->c_str());
     return RefPtr<const Data::Structure>(structure.get());
 }
@@ -212,6 +223,9 @@ bool ValueFromJson::part(JsonCursor& cursor, Part& slot) {
         parsed = parseString(cursor.string(), slot);
     else
         cursor.skip();
+    if constexpr (std::is_floating_point_v<Part>)
+        if (parsed == Parsed::kGood && !std::isfinite(slot))
+            doubt(here, "is not a finite number, which scenes cannot hold");
     if (parsed == Parsed::kGood) return true;
     const std::string_view shown = JsonCursor(here).skip();
     constexpr size_t kLongest = 40;
@@ -367,6 +381,8 @@ void addElement(ValueFromJson& from, JsonCursor& cursor, Data::Stream& stream) {
         const JsonStep step(from.path(), "index");
         JsonCursor at = *index;
         found = from.index(at, stream.indexType());
+        if (found && found->complexIndex())
+            from.doubt(*index, problemOfIndex(found->asString()));
         if (found && stream.hasElement(*found)) {
             from.problem(*index, "comes twice: index " + shownName(found->asString()));
             found.reset();

@@ -21,7 +21,9 @@ namespace orbo::Quilmeta {
 /// problems, with the path, which is that of the cursor's value.
 class ValueFromJson {
   public:
-    ValueFromJson(JsonPath& path, JsonProblems& problems) : fPath(path), fProblems(problems) {}
+    /// What scene files could not hold is added to `doubts` unless that is null.
+    ValueFromJson(JsonPath& path, JsonProblems& problems, JsonProblems* doubts = nullptr)
+        : fPath(path), fProblems(problems), fDoubts(doubts) {}
 
     /// A string, or the bytes of { "base64": "..." }.
     std::optional<std::string> text(JsonCursor& cursor);
@@ -43,6 +45,10 @@ class ValueFromJson {
     bool expect(JsonCursor& cursor, JsonCursor::Kind kind, const char* what);
     void problem(JsonCursor& cursor, const std::string& message) {
         fProblems.add(cursor.line(), fPath, message);
+    }
+    /// Adds a doubt unless it is null.
+    void doubt(JsonCursor& cursor, const char* message) {
+        if (message && fDoubts) fDoubts->add(cursor.line(), fPath, message);
     }
     [[nodiscard]] JsonPath& path() { return fPath; }
 
@@ -76,6 +82,7 @@ class ValueFromJson {
     }
 
   private:
+    std::optional<std::string> fieldName(JsonCursor& cursor);
     bool memberInto(JsonCursor& cursor, Data::Structure& structure);
     template <typename Part>
     bool part(JsonCursor& cursor, Part& slot);
@@ -88,6 +95,7 @@ class ValueFromJson {
 
     JsonPath& fPath;
     JsonProblems& fProblems;
+    JsonProblems* fDoubts;
 };
 
 /// Reads { "index": ..., "values": ... } into the stream, which must not have the index yet.

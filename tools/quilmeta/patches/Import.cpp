@@ -6,11 +6,13 @@
 #include "values/SafeText.h"
 
 #include <data/Channel.h>
+#include <data/Structure.h>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace orbo::Quilmeta {
 
@@ -84,6 +86,45 @@ void merge(const SceneModel& model, Data::Accessor& scene) {
     }
 }
 
+/// True when the last write of the scene was refused because of its metadata.
+bool isRefusedForModel(const Data::Accessor& scene) {
+    const auto& findings = scene.findings();
+    return std::any_of(findings.begin(), findings.end(), [](const Data::Finding& finding) {
+        return finding.code == Data::Finding::Code::kWriteFailed &&
+               (finding.node || finding.structure);
+    });
+}
+
+/// A node of the scene whose name the last write refused; null when it refused something else.
+const std::string* refusedNode(const Data::Accessor& scene) {
+    for (const Data::Finding& finding : scene.findings())
+        if (finding.code == Data::Finding::Code::kWriteFailed && finding.node &&
+            scene.associations().count(*finding.node) > 0)
+            return &*finding.node;
+    return nullptr;
+}
+
+/// Finds names of nodes that the kind of scene refuses, by trying to write nodes of these names
+/// with next to nothing in them. The first few tell enough.
+std::vector<std::string> refusedNodeNames(const SceneModel& model, Data::Accessor& scene) {
+    constexpr size_t kMost = 100;
+    const RefPtr<Data::Structure> probe(new Data::Structure("probe"));
+    probe->addMember(Data::Member::kInt8, 1, "probe");
+    scene.associations().clear();
+    scene.setStructures({probe.get()});
+    for (const auto& node : model.nodes)
+        scene.associations()[node.first].channel("probe").setDataStream({*probe, "probe"});
+    std::vector<std::string> names;
+    std::string ignored;
+    while (names.size() < kMost && !scene.rehearse(ignored)) {
+        const std::string* const name = refusedNode(scene);
+        if (!name) break;
+        names.push_back(*name);
+        scene.associations().erase(names.back());
+    }
+    return names;
+}
+
 }  // namespace
 
 void demandReadable(const Scene& scene, const std::set<std::string>& nodes) {
@@ -107,6 +148,21 @@ void import(const SceneModel& model, const Scene& scene, ImportHow how) {
     if (!inTheWay.empty())
         throw CommandError(inTheWay + "nothing was imported; --replace takes the document alone");
     merge(model, accessor);
+}
+
+std::string refusedPartsOf(const SceneModel& model, const Scene& scene) {
+    if (!isRefusedForModel(*scene.accessor)) return {};
+    JsonProblems problems = model.doubts;
+    for (const std::string& name : refusedNodeNames(model, *scene.accessor)) {
+        const SceneModel::Place& place = model.places.at(name);
+        JsonPath path;
+        path.enter("associations");
+        path.enter(place.number);
+        path.enter("name");
+        problems.add(place.line, path,
+                     "nodes of this kind of scene cannot have the name " + inQuotes(name));
+    }
+    return problems.text();
 }
 
 }  // namespace orbo::Quilmeta

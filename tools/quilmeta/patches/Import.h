@@ -24,4 +24,8 @@ void demandReadable(const Scene& scene, const std::set<std::string>& nodes);
 /// would change under a stream that stays, or metadata that cannot be read and may be meant.
 void import(const SceneModel& model, const Scene& scene, ImportHow how);
 
+/// Says after a write that was refused what of the document the scene cannot hold, with lines and
+/// paths; empty when it was refused for another reason. The scene in memory is of no use then.
+std::string refusedPartsOf(const SceneModel& model, const Scene& scene);
+
 }  // namespace orbo::Quilmeta
