@@ -74,8 +74,7 @@ struct NodePart : Part {
 /// Reads everything but the elements.
 class Outline : public JsonVisitor {
   public:
-    Outline(JsonProblems& problems, JsonProblems& doubts)
-        : fProblems(problems), fDoubts(doubts) {}
+    Outline(JsonProblems& problems, JsonProblems& doubts) : fProblems(problems), fDoubts(doubts) {}
 
     Take take(const JsonPath& path, bool isList) override {
         if (!isContainer(path, isList)) return Take::kWhole;

@@ -381,8 +381,7 @@ void addElement(ValueFromJson& from, JsonCursor& cursor, Data::Stream& stream) {
         const JsonStep step(from.path(), "index");
         JsonCursor at = *index;
         found = from.index(at, stream.indexType());
-        if (found && found->complexIndex())
-            from.doubt(*index, problemOfIndex(found->asString()));
+        if (found && found->complexIndex()) from.doubt(*index, problemOfIndex(found->asString()));
         if (found && stream.hasElement(*found)) {
             from.problem(*index, "comes twice: index " + shownName(found->asString()));
             found.reset();
