@@ -140,7 +140,9 @@ TEST(Import, FindsProblemsOfTheOutline) {
 {"name": "A", "members": []}, {"name": "A", "members": []}, {"members": []},
 {"name": "B", "members": [{"name": "x", "type": "int9", "length": 1}]},
 {"name": "C", "members": [{"name": "x", "type": "int8", "length": 0}]}]})",
+         "line 2: $.structures[0]: has no members, which scenes cannot hold\n"
          "line 2: $.structures[1]: comes twice: structure \"A\"\n"
+         "line 2: $.structures[1]: has no members, which scenes cannot hold\n"
          "line 2: $.structures[2]: needs a name and members\n"
          "line 3: $.structures[3].members[0]: has the unknown type \"int9\"\n"
          "line 4: $.structures[4].members[0]: is no member: its name is empty or taken, or its "
