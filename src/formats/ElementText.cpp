@@ -34,12 +34,18 @@ const char* readPlain(const char* at, const char* last, T& value) {
     return other == last ? nullptr : other;
 }
 
+std::uint32_t fourBytes(const char* at) {
+    std::uint32_t bytes;
+    std::memcpy(&bytes, at, sizeof bytes);
+    return bytes;
+}
+
 // Without a branch between true and false, for nobody can predict it.
 const char* readPlain(const char* at, const char* last, bool& value) {
     constexpr std::ptrdiff_t kLongest = 5;
     if (last - at > kLongest) {
-        const unsigned isTrue = std::memcmp(at, "true", 4) == 0;
-        const unsigned isFalse = std::memcmp(at, "false", 5) == 0;
+        const unsigned isTrue = fourBytes(at) == fourBytes("true");
+        const unsigned isFalse = (fourBytes(at) == fourBytes("fals")) & (at[4] == 'e');
         const char* const end = at + (kLongest - isTrue);
         if ((isTrue | isFalse) != 0 && isBlankOrControl(*end)) {
             value = isTrue != 0;
