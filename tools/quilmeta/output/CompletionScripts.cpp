@@ -157,8 +157,13 @@ std::string bashCompletion(const std::vector<CommandRow>& table) {
     if [[ -n $words ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
     else
+        # bash also ends a word at a colon, and wants only what comes behind it.
+        local line=${COMP_LINE:0:COMP_POINT} head=
+        line=${line##*[[:blank:]]}
+        if [[ $COMP_WORDBREAKS == *:* && $line == *:* ]]; then head=${line%"${line##*:}"} word=${line##*:}; fi
         compopt -o filenames 2>/dev/null
-        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        mapfile -t COMPREPLY < <(compgen -f -- "$head$word")
+        COMPREPLY=("${COMPREPLY[@]#"$head"}")
     fi
 }
 complete -F _quilmeta quilmeta
