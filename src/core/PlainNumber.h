@@ -152,7 +152,9 @@ class PlainNumber {
         } else if constexpr (std::is_integral_v<T>) {
             if (fDigits > static_cast<std::uint64_t>(std::numeric_limits<T>::max())) return false;
             const auto number = static_cast<std::int64_t>(fDigits);
-            value = static_cast<T>((number ^ -std::int64_t{negative}) + std::int64_t{negative});
+            const std::int64_t sign = negative;
+            const std::int64_t complete = (number ^ -sign) + sign;
+            value = static_cast<T>(complete);
             return true;
         } else {
             T number = 0;

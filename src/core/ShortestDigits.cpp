@@ -62,7 +62,7 @@ class Digits {
 };
 
 char* putZeros(char* to, int count) {
-    std::memcpy(to, "00000000", 8);
+    std::memset(to, '0', 8);
     return to + count;
 }
 
