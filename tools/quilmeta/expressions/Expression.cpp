@@ -25,7 +25,7 @@ void forEachMember(const Node& node, std::vector<bool>& done, const Use& use) {
 }  // namespace
 
 std::string existsCondition(const std::string& member) {
-    const std::string plain = "exists(" + member + ')';
+    std::string plain = "exists(" + member + ')';
     try {
         const std::vector<std::string> names = parseExpression(plain).names;
         const bool isOne = names.size() == 1;
