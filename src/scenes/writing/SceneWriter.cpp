@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <utility>
 
 #include "core/ContentHash.h"
@@ -401,7 +402,23 @@ bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
     }
     fWritten.fingerprint = fingerprint.value();
     fWritten.begin = layout->begin;
+    noteRecords(plan);
     return true;
+}
+
+// The records of the new section are those of the plan, so the next write can take texts over, too.
+void SceneWriter::noteRecords(const ScenePlan& plan) {
+    if (fSnapshot.records.size() != fLayout->records.size()) return;
+    std::map<const SceneLayout::Item*, const ReadSnapshot::Record*> read;
+    for (std::size_t i = 0; i < fLayout->records.size(); ++i) {
+        read.emplace(&fLayout->records[i], &fSnapshot.records[i]);
+    }
+    auto made = fMade.begin();
+    for (const ScenePlan::Entry& entry : plan.entries) {
+        fWritten.records.push_back(entry.kept
+                                       ? *read.at(entry.kept)
+                                       : ReadSnapshot::Record{(made++)->record.name, true, true});
+    }
 }
 
 // Reads the file as it will be, with the functions that will read it later.

@@ -84,6 +84,7 @@ class SceneWriter {
     bool verify(SceneInput& input, const ScenePlan& plan);
     bool verifyAll(SceneInput& changed) const;
     void noteDigests(const std::set<std::string>& newNodes);
+    void noteRecords(const ScenePlan& plan);
     void noteKept(const std::set<std::string>& newNodes);
 
     const SceneKind& fKind;
