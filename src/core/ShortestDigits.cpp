@@ -36,7 +36,7 @@ class Digits {
         const std::uint64_t middle = eightDigits(static_cast<std::uint32_t>(high % kGroup));
         put(kMost - 16, middle);
         fText[0] = static_cast<char>('0' + high / kGroup);
-        // Without a branch: half of all doubles have 17 digits.
+        // Has no branch: half of all doubles have 17 digits.
         fFirst = fText + (high < kGroup ? 1 : 0) * (1 + zerosOf(middle));
     }
     [[nodiscard]] int count() const { return static_cast<int>(fText + kMost - fFirst); }
@@ -66,7 +66,7 @@ char* putZeros(char* to, int count) {
     return to + count;
 }
 
-// For exponents from -4 to 5, as `printf` does with "%g".
+// Takes exponents from -4 to 5, as `printf` does with "%g".
 char* putFixed(char* to, const Digits& digits, int exponent) {
     if (exponent < 0) {
         *to++ = '0';

@@ -40,7 +40,7 @@ std::uint32_t fourBytes(const char* at) {
     return bytes;
 }
 
-// Without a branch between true and false, for nobody can predict it.
+// Has no branch between true and false, which nobody can predict.
 const char* readPlain(const char* at, const char* last, bool& value) {
     constexpr std::ptrdiff_t kLongest = 5;
     if (last - at > kLongest) {

@@ -1,4 +1,4 @@
-// What a write is given beyond the arguments that a format's `write` has.
+// Carries what a write is given beyond the arguments that a format's `write` has.
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/WriteContext.h"
 

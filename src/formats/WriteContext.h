@@ -1,4 +1,4 @@
-// What a write is given beyond the arguments that a format's `write` has.
+// Carries what a write is given beyond the arguments that a format's `write` has.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
@@ -18,7 +18,7 @@ namespace orbo::Data {
 struct KeptText {
     std::string_view header;  // in front of the elements
     std::string_view end;     // behind them
-    /// For each block of elements its text, or nothing when the block is to be formatted.
+    /// Has a text for each block of elements, or nothing when the block is to be formatted.
     std::vector<std::string_view> blocks;
     std::size_t blockSize = 0;  // in elements
 

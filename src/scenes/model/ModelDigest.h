@@ -12,13 +12,13 @@ namespace orbo::Data {
 
 struct StreamDigest {
     std::uint64_t header = 0;  // of the name, the type of the indices and the structure
-    /// Of each `StreamOutline::kBlock` elements, in order.
+    /// Has one digest for each `StreamOutline::kBlock` elements, in order.
     std::vector<std::uint64_t> blocks = {};
 };
 
 struct NodeDigest {
     std::uint64_t value = 0;
-    /// In order, without empty channels.
+    /// Has the streams in order, without those of empty channels.
     std::vector<StreamDigest> streams = {};
 };
 
