@@ -20,25 +20,13 @@ class EightBytes {
     }
 
     explicit EightBytes(const char* from) { std::memcpy(&fBits, from, sizeof fBits); }
-    void store(char* to) const { std::memcpy(to, &fBits, sizeof fBits); }
 
     [[nodiscard]] std::uint64_t bits() const { return fBits; }
 
-    /// How many bytes stand in front of the first of these characters; 8 when none is there.
-    template <typename... Characters>
-    [[nodiscard]] int countBefore(Characters... characters) const {
-        return trailingZeros((... | marks(characters))) / 8;
-    }
     /// The number of zero bits below the lowest set bit; 64 for 0.
     static int trailingZeros(std::uint64_t bits) { return bits == 0 ? 64 : __builtin_ctzll(bits); }
 
   private:
-    /// The lowest bit set is the top bit of the first byte that equals the character.
-    [[nodiscard]] std::uint64_t marks(char c) const {
-        const std::uint64_t difference = fBits ^ all(static_cast<unsigned char>(c));
-        return (difference - all(1)) & ~difference & all(0x80);
-    }
-
     std::uint64_t fBits = 0;
 };
 

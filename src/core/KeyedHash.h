@@ -38,16 +38,6 @@ class KeyedHash {
         ++fWords;
         mix(word);
     }
-    /// Two texts that are added hash differently from one text of both.
-    void add(std::string_view text) {
-        add(std::uint64_t{text.size()});
-        addBytes(text.data(), text.size());
-    }
-    /// Adds bytes. Their number must be the same in all that is compared, or added before.
-    void addBytes(const char* bytes, std::size_t count) {
-        for (; count >= 8; count -= 8, bytes += 8) add(word<std::uint64_t>(bytes));
-        if (count > 0) add(lastBytes(bytes, count));
-    }
     [[nodiscard]] std::uint64_t value() const {
         KeyedHash hash(*this);
         hash.mix(fWords);

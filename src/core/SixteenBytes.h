@@ -18,7 +18,6 @@ class SixteenPlainBytes {
     static constexpr std::ptrdiff_t kSize = 16;
 
     explicit SixteenPlainBytes(const char* from) { std::memcpy(fBytes, from, kSize); }
-    void store(char* to) const { std::memcpy(to, fBytes, kSize); }
 
     /// How many bytes stand in front of the first of these characters; 16 when none is there.
     template <typename... Characters>
@@ -51,7 +50,6 @@ class SixteenVectorBytes {
 
     explicit SixteenVectorBytes(const char* from)
         : fBytes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from))) {}
-    void store(char* to) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(to), fBytes); }
 
     template <typename... Characters>
     [[nodiscard]] int countBefore(Characters... characters) const {

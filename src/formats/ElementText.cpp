@@ -62,7 +62,7 @@ void copyUnescaped(char* to, const char* at, const char* quote, const char* last
     for (;;) {
         if (last - at >= SixteenBytes::kSize) {
             const SixteenBytes block(at);
-            block.store(to);
+            std::memcpy(to, at, SixteenBytes::kSize);
             const int plain = block.countBefore('"', '\\');
             at += plain;
             to += plain;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 #include "core/SixteenBytes.h"
 
@@ -65,7 +66,7 @@ void movePlain(char*& out, const char*& at, const char* end) {
     // Once `out` is a stride behind `at`, a move overwrites nothing that is still to be read.
     while (at - out >= kStride && end - at >= kStride) {
         const SixteenBytes bytes(at);
-        bytes.store(out);
+        std::memcpy(out, at, SixteenBytes::kSize);
         const int plain = bytes.countBefore('\\');
         out += plain;
         at += plain;
@@ -85,7 +86,7 @@ void appendEscaped(std::string& out, std::string_view text) {
     for (const char* at = text.data(); at != end;) {
         if (end - at >= SixteenBytes::kSize) {
             const SixteenBytes bytes(at);
-            bytes.store(to);
+            std::memcpy(to, at, SixteenBytes::kSize);
             const int plain = bytes.countBeforeControlOr('\\', '"', '\x7f');
             to += plain;
             at += plain;
