@@ -15,8 +15,8 @@ namespace orbo::Data {
 /// Folds blocks of 32 words by NH, the universal hash of UMAC (Black, Halevi, Krawczyk, Krovetz,
 /// Rogaway, 1999), with 32 secret words, and hashes what comes of it with `KeyedHash`. Two contents
 /// that differ have the same value with a probability of about 2^-63, as long as their author does
-/// not see values. It takes a quarter of the time of `KeyedHash`, which is better for names. The
-/// value differs from process to process.
+/// not see values. It takes less than half of the instructions of `KeyedHash`, which is better for
+/// names. The value differs from process to process.
 class ContentHash {
   public:
     ContentHash() : fKeys(keys().data()) {}

@@ -2,26 +2,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/ReadContext.h"
 
+#include "formats/ContextSlot.h"
+
 namespace orbo::Data {
-
-namespace {
-
-int slot() {
-    static const int number = std::ios_base::xalloc();
-    return number;
-}
-
-}  // namespace
 
 const ReadContext& ReadContext::of(std::istream& in) {
     static const ReadContext usual;
-    const void* const attached = in.pword(slot());
+    const void* const attached = in.pword(contextSlot<ReadContext>());
     return attached ? *static_cast<const ReadContext*>(attached) : usual;
 }
 
 void ReadContext::attachTo(std::istream& in) const {
     // The slot takes any pointer; `of` gives it back as a constant.
-    in.pword(slot()) = const_cast<ReadContext*>(this);
+    in.pword(contextSlot<ReadContext>()) = const_cast<ReadContext*>(this);
 }
 
 }  // namespace orbo::Data

@@ -2,21 +2,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "formats/WriteContext.h"
 
+#include "formats/ContextSlot.h"
+
 namespace orbo::Data {
 
-namespace {
-
-int slot() {
-    static const int number = std::ios_base::xalloc();
-    return number;
-}
-
-}  // namespace
-
 WriteContext* WriteContext::of(std::ostream& out) {
-    return static_cast<WriteContext*>(out.pword(slot()));
+    return static_cast<WriteContext*>(out.pword(contextSlot<WriteContext>()));
 }
 
-void WriteContext::attachTo(std::ostream& out) { out.pword(slot()) = this; }
+void WriteContext::attachTo(std::ostream& out) { out.pword(contextSlot<WriteContext>()) = this; }
 
 }  // namespace orbo::Data

@@ -78,7 +78,7 @@ class ReadingVisitor final : public FindingsVisitor {
         return true;
     }
 
-    /// In the order of the file.
+    /// Gives them in the order of the file.
     [[nodiscard]] std::vector<ReadSnapshot::Record> records() {
         if (fKind.traits().lastFirst) std::reverse(fRecords.begin(), fRecords.end());
         return std::move(fRecords);

@@ -81,7 +81,8 @@ void FactFinder::addRecords() {
     }
 }
 
-// What the last read found out about nodes still holds for a file that has not changed.
+// Takes over what the last read found out about nodes: it still holds for a file that has not
+// changed.
 bool FactFinder::addAsRead() {
     const std::vector<ReadSnapshot::Record>& read = fSources.snapshot.records;
     if (!fSources.isAsRead || read.size() != fRecords.size()) return false;

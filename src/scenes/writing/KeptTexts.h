@@ -13,8 +13,9 @@
 
 namespace orbo::Data {
 
-/// What the text of a node's record still says of the model, by stream. `text` is the one that was
-/// read; the result has views of it. Values decide, not flags: pointers into elements leave none.
+/// Gives what the text of a node's record still says of the model, by stream. `text` is the one
+/// that was read; the result has views of it. Values decide, not flags: pointers into elements
+/// leave none.
 KeptTexts keptTexts(const Associations& node, const NodeDigest& now,
                     const ReadSnapshot::NodeText& read, std::string_view text);
 

@@ -18,8 +18,8 @@ namespace orbo::Quilmeta {
 struct SceneModel {
     std::map<std::string, RefPtr<const Data::Structure>> structures;
     Data::Accessor::AssociationsMap nodes;
-    /// What scenes of the library's own kinds could not hold. Other kinds may, and where a scene
-    /// has it already, nothing has to be written.
+    /// Tells what scenes of the library's own kinds could not hold. Other kinds may, and where a
+    /// scene has it already, nothing has to be written.
     JsonProblems doubts;
 
     struct Place {

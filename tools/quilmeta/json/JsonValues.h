@@ -21,7 +21,7 @@ namespace orbo::Quilmeta {
 /// problems, with the path, which is that of the cursor's value.
 class ValueFromJson {
   public:
-    /// What scene files could not hold is added to `doubts` unless that is null.
+    /// Adds what scene files could not hold to `doubts` unless that is null.
     ValueFromJson(JsonPath& path, JsonProblems& problems, JsonProblems* doubts = nullptr)
         : fPath(path), fProblems(problems), fDoubts(doubts) {}
 

@@ -12,7 +12,7 @@
 
 namespace orbo::Quilmeta {
 
-/// What stands in the way of a patch, a line each.
+/// Holds what stands in the way of a patch, a line each.
 struct ApplyProblems {
     std::vector<std::string> ofScene{};  ///< such as an old value that the scene does not have
     std::vector<std::string> ofPatch{};  ///< "line 3: $.changes[0].new: is not a string"

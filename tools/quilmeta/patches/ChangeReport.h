@@ -28,7 +28,7 @@ struct ReportHow {
 /// Adds the report to work that goes through files in its own way.
 FileWork reporting(FileWork work, const ReportHow& how);
 
-/// What the JSON of one file's report has beside the lines that the work writes.
+/// Holds what the JSON of one file's report has beside the lines that the work writes.
 struct ReportParts {
     std::optional<Patch> changes{};        ///< of a dry run
     std::vector<std::string> conflicts{};  ///< of a merge, in JSON

@@ -43,7 +43,7 @@ Scene openScene(const std::string& file, const SceneAccess& access,
 /// Whether the accessor that serves the file's extension takes the file for a scene.
 bool isScene(const std::string& file);
 
-/// What a check finds in a file.
+/// Holds what a check finds in a file.
 struct CheckedScene {
     std::unique_ptr<Data::Accessor> accessor;  ///< what could be read
     std::vector<Data::Finding> findings;
