@@ -145,7 +145,27 @@ void FileQueue::workOn(size_t file) {
     fResults[file] = result;
     held.lost = lost;
     held.finished = true;
-    fHandedBack.notify_one();
+    if (!fPrints) passSilentFiles();
+    if (frontIsReady()) fHandedBack.notify_one();
+}
+
+/// Files that have nothing to say need no printing thread: to wake it up for each of them would
+/// take a core from those that work. A bar is moved by that thread, file by file.
+void FileQueue::passSilentFiles() {
+    if (fProgress.isWanted()) return;
+    const auto isSilent = [](const Held& held) {
+        return held.finished && !held.section && !held.lost && held.text.empty() &&
+               held.messages.empty();
+    };
+    const size_t before = fFront;
+    while (fFront < fFiles.size() && isSilent(fHeld[fFront])) ++fFront;
+    if (fFront > before) fTaken.notify_all();
+}
+
+/// Whether the printing thread has something to do.
+bool FileQueue::frontIsReady() const {
+    if (fFront >= fFiles.size()) return true;
+    return fHeld[fFront].finished || fHeld[fFront].text.size() >= kMostHeld;
 }
 
 /// Keeps what a file's work has to say. With too much of it, waits until the file is the front, and
@@ -166,8 +186,7 @@ void FileQueue::hold(size_t file, std::string_view bytes) {
 void FileQueue::printInOrder() {
     std::unique_lock<std::mutex> lock(fMutex);
     while (fFront < fFiles.size() && (!ended() || fFront < fNext)) {
-        const bool ready = fHeld[fFront].finished || fHeld[fFront].text.size() >= kMostHeld;
-        if (ready) {
+        if (frontIsReady()) {
             printNext(lock);
         } else {
             fHandedBack.wait_for(lock, std::chrono::milliseconds(100));
@@ -184,6 +203,7 @@ void FileQueue::printNext(std::unique_lock<std::mutex>& lock) {
     const std::string text = std::exchange(held.text, {});
     const bool section = std::exchange(held.section, false);
     const std::exception_ptr lost = held.lost;
+    fPrints = true;
     lock.unlock();
     fTaken.notify_all();
     printMessages(messages);
@@ -193,7 +213,9 @@ void FileQueue::printNext(std::unique_lock<std::mutex>& lock) {
     if (lost) std::rethrow_exception(lost);
     if (finished) fProgress.advance(fFront);
     lock.lock();
+    fPrints = false;
     if (finished) ++fFront;
+    passSilentFiles();
     fTaken.notify_all();
 }
 

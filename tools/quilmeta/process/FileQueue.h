@@ -57,6 +57,8 @@ class FileQueue {
     std::optional<size_t> take();
     void printInOrder();
     void printNext(std::unique_lock<std::mutex>& lock);
+    void passSilentFiles();
+    [[nodiscard]] bool frontIsReady() const;
     void hold(size_t file, std::string_view bytes);
     [[nodiscard]] bool ended() const;
 
@@ -70,8 +72,9 @@ class FileQueue {
     std::mutex fMutex;  // guards all below, and the results
     std::condition_variable fHandedBack, fTaken;
     std::vector<Held> fHeld;
-    size_t fNext = 0;   // the file to take next
-    size_t fFront = 0;  // the file whose results come next
+    size_t fNext = 0;      // the file to take next
+    size_t fFront = 0;     // the file whose results come next
+    bool fPrints = false;  // what is held of the front is on its way out
     bool fStops = false;
 };
 
