@@ -22,10 +22,8 @@ class ContentHash {
     ContentHash() : fKeys(keys().data()) {}
 
     void add(std::uint64_t word) {
-        fBlock[fUsed++] = word;
-        if (fUsed < kWords) return;
-        fold(reinterpret_cast<const char*>(fBlock.data()), kWords);
-        fUsed = 0;
+        if (fUsed == kRoom) foldAll();
+        fWords[fUsed++] = word;
     }
     /// Two texts that are added hash differently from one text of both.
     void add(std::string_view text) {
@@ -35,46 +33,36 @@ class ContentHash {
     /// Adds bytes, filled up with zeros to a multiple of eight. Their number must be the same in
     /// all that is compared, or added before.
     void addBytes(const char* bytes, std::size_t count) {
-        constexpr std::size_t kBlock = kWords * kWord;
-        for (; fUsed == 0 && count >= kBlock; count -= kBlock, bytes += kBlock) fold(bytes, kWords);
-        for (; count >= kWord; count -= kWord, bytes += kWord) add(wordAt(bytes));
-        if (count > 0) add(KeyedHash::lastBytes(bytes, count));
+        const std::size_t words = (count + kWord - 1) / kWord;
+        if (words > kRoom - fUsed) return addMany(bytes, count);
+        if (words == 0) return;
+        std::uint64_t* const to = fWords.data() + fUsed;
+        to[words - 1] = 0;
+        std::memcpy(to, bytes, count);
+        fUsed += words;
     }
-    [[nodiscard]] std::uint64_t value() const {
-        ContentHash hash(*this);
-        hash.fFolded.add(std::uint64_t{fUsed});
-        if (fUsed % 2 != 0) hash.fBlock[hash.fUsed++] = 0;
-        hash.fold(reinterpret_cast<const char*>(hash.fBlock.data()), hash.fUsed);
-        return hash.fFolded.value();
+    [[nodiscard]] std::uint64_t value() const;
+    /// Makes this as new.
+    void clear() {
+        fFolded = KeyedHash();
+        fUsed = 0;
     }
 
   private:
-    static constexpr std::size_t kWords = 32;
-    static constexpr std::size_t kWord = 8;
-    using Keys = std::array<std::uint64_t, kWords>;
+    static constexpr std::size_t kBlock = 32;          // words that are folded at once
+    static constexpr std::size_t kRoom = 16 * kBlock;  // words
+    static constexpr std::size_t kWord = sizeof(std::uint64_t);
+    using Keys = std::array<std::uint64_t, kBlock>;
 
     static const Keys& keys();
-    static std::uint64_t wordAt(const char* bytes) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, bytes, sizeof word);
-        return word;
-    }
-
-    // `count` is even.
-    void fold(const char* words, std::size_t count) {
-        __extension__ using Wide = unsigned __int128;
-        Wide sum = 0;
-        for (std::size_t i = 0; i < count; i += 2, words += 2 * kWord) {
-            sum += Wide{wordAt(words) + fKeys[i]} * (wordAt(words + kWord) + fKeys[i + 1]);
-        }
-        fFolded.add(static_cast<std::uint64_t>(sum));
-        fFolded.add(static_cast<std::uint64_t>(sum >> 64));
-    }
+    void fold(KeyedHash& folded, const std::uint64_t* words, std::size_t count) const;
+    void foldAll();
+    void addMany(const char* bytes, std::size_t count);
 
     const std::uint64_t* fKeys;
     KeyedHash fFolded;
-    std::size_t fUsed = 0;  // less than `kWords`
-    std::array<std::uint64_t, kWords> fBlock;
+    std::size_t fUsed = 0;
+    std::array<std::uint64_t, kRoom> fWords;
 };
 
 }  // namespace orbo::Data

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #ifdef __SSE2__
@@ -37,6 +38,13 @@ class SixteenPlainBytes {
         return count;
     }
 
+    /// Has a bit for each byte that is the character, the lowest for the first.
+    [[nodiscard]] unsigned marks(char character) const {
+        unsigned marks = 0;
+        for (int i = 0; i < kSize; ++i) marks |= (fBytes[i] == character ? 1U : 0U) << i;
+        return marks;
+    }
+
   private:
     char fBytes[kSize];
 };
@@ -59,16 +67,17 @@ class SixteenVectorBytes {
     [[nodiscard]] int countBeforeControlOr(Characters... characters) const {
         const __m128i lessThanBlank =
             _mm_cmpeq_epi8(_mm_min_epu8(fBytes, _mm_set1_epi8(' ' - 1)), fBytes);
-        return before((_mm_movemask_epi8(lessThanBlank) | ... | marks(characters)));
+        return before((bitsOf(lessThanBlank) | ... | marks(characters)));
+    }
+    [[nodiscard]] unsigned marks(char character) const {
+        return bitsOf(_mm_cmpeq_epi8(fBytes, _mm_set1_epi8(character)));
     }
 
   private:
-    [[nodiscard]] int marks(char c) const {
-        return _mm_movemask_epi8(_mm_cmpeq_epi8(fBytes, _mm_set1_epi8(c)));
+    static unsigned bitsOf(__m128i bytes) {
+        return static_cast<unsigned>(_mm_movemask_epi8(bytes));
     }
-    static int before(int marks) {
-        return __builtin_ctz(static_cast<unsigned>(marks) | 1U << kSize);
-    }
+    static int before(unsigned marks) { return __builtin_ctz(marks | 1U << kSize); }
 
     __m128i fBytes;
 };
@@ -80,6 +89,16 @@ using SixteenBytes = SixteenVectorBytes;
 using SixteenBytes = SixteenPlainBytes;
 
 #endif
+
+/// Marks the places of the character in the 64 bytes, the first in the lowest bit.
+template <typename Bytes = SixteenBytes>
+std::uint64_t marksIn64(const char* from, char character) {
+    std::uint64_t marks = 0;
+    for (int i = 0; i < 4; ++i) {
+        marks |= std::uint64_t{Bytes(from + i * Bytes::kSize).marks(character)} << (16 * i);
+    }
+    return marks;
+}
 
 /// Returns the first of the characters, or `last`.
 template <typename Bytes = SixteenBytes, typename... Characters>

@@ -62,11 +62,15 @@ std::string expected(Kind kind, const std::string& value) {
 
 TEST(TextStatement, FindsWhereTextEndsEarly) {
     std::mt19937 random(2);
-    const std::string alphabet = "\\\"; abcdefghijk";
     for (int round = 0; round < 20000; ++round) {
         const Kind kind = round % 2 == 0 ? Kind::kStructure : Kind::kAssociations;
-        std::string value(random() % 30, '\0');
-        for (char& c : value) c = alphabet[random() % alphabet.size()];
+        // Short and full of quotes, or long with backslashes in rows.
+        const bool isLong = round % 4 < 2;
+        const std::string alphabet = isLong ? "\\\\\\\\ab" : "\\\"; abcdefghijk";
+        std::string value(random() % (isLong ? 300 : 30), '\0');
+        for (char& c : value) {
+            c = isLong && random() % 100 == 0 ? '"' : alphabet[random() % alphabet.size()];
+        }
         const std::string statement = kind == Kind::kStructure
                                           ? "dataStructure -fmt \"raw\" -as \"" + value + "\";"
                                           : "applyMetadata -fmt \"raw\" -v \"" + value + "\" n;";
@@ -83,7 +87,7 @@ TEST(TextStatement, UnescapesWhatItEscapesWhereverItStands) {
         "\\\\\"\"\n\a\x01\x7f"
         "7nabcdefghijklmn\xc3";
     for (int round = 0; round < 20000; ++round) {
-        std::string text(random() % 40, '\0');
+        std::string text(random() % (round % 2 == 0 ? 40 : 400), '\0');
         for (char& c : text) c = alphabet[random() % alphabet.size()];
         const std::size_t front = random() % 20;
         std::string escaped(front, '\\');

@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/model/ModelDigest.h"
 
+#include <cstddef>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "core/ContentHash.h"
@@ -26,30 +28,41 @@ class ElementHash final : public ElementVisitor {
 
     void visit(unsigned int number, char* chunk) override {
         begin();
-        fHash.add(std::uint64_t{number});
-        addChunk(chunk);
+        fHash.add(std::uint64_t{number} << kTagBits | kNumbered | hasData(chunk));
+        if (chunk) addChunk(chunk);
     }
     void visit(const Index& index, char* chunk) override {
         begin();
+        fHash.add(hasData(chunk));
         fHash.add(index.typeName());
         fHash.add(index.asString());
-        addChunk(chunk);
+        if (chunk) addChunk(chunk);
     }
 
     /// One for each block of elements.
     std::vector<std::uint64_t> values() {
-        if (fInBlock > 0) fBlocks.push_back(fHash.value());
+        if (fInBlock > 0) fBlocks.push_back(take());
         return std::move(fBlocks);
     }
 
   private:
+    // What the lowest bits of an element's first word say.
+    static constexpr std::uint64_t kNumbered = 2;
+    static constexpr int kTagBits = 2;
+    static std::uint64_t hasData(const char* chunk) { return chunk ? 1 : 0; }
+
     void begin() {
         if (fInBlock == StreamOutline::kBlock) {
-            fBlocks.push_back(fHash.value());
-            fHash = ContentHash();
+            fBlocks.push_back(take());
             fInBlock = 0;
         }
         ++fInBlock;
+    }
+
+    std::uint64_t take() {
+        const std::uint64_t value = fHash.value();
+        fHash.clear();
+        return value;
     }
 
     enum class Kind { kBytes, kBooleans, kStrings };
@@ -75,7 +88,6 @@ class ElementHash final : public ElementVisitor {
     }
 
     void addChunk(const char* chunk) {
-        if (!chunk) return fHash.add(std::string_view("no data"));
         for (const Span& span : fSpans) {
             const char* const values = chunk + span.begin;
             if (span.kind == Kind::kBytes) {

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "core/SixteenBytes.h"
@@ -60,19 +61,36 @@ char escapedCharacter(const char*& at, const char* end) {
     return kMeanings[static_cast<unsigned char>(*at++)];
 }
 
-// Moves everything up to the next backslash, or the end, to `out`, which is at most at `at`.
-void movePlain(char*& out, const char*& at, const char* end) {
-    constexpr std::ptrdiff_t kStride = SixteenBytes::kSize;
-    // Once `out` is a stride behind `at`, a move overwrites nothing that is still to be read.
-    while (at - out >= kStride && end - at >= kStride) {
-        const SixteenBytes bytes(at);
-        std::memcpy(out, at, SixteenBytes::kSize);
-        const int plain = bytes.countBefore('\\');
-        out += plain;
-        at += plain;
-        if (plain < kStride) return;
+constexpr std::ptrdiff_t kBlock = 64;
+
+/// Undoes the escapes of many bytes with few branches: where escapes are, nobody can guess. `at`
+/// has two blocks to read, and `out` is at most there. Moves `at` on by at least a block, or to an
+/// octal escape.
+void unescapeBlock(char*& out, const char*& at) {
+    std::array<char, 2 * kBlock> plain;
+    char* to = plain.data();
+    std::ptrdiff_t from = 0;
+    std::uint64_t backslashes = marksIn64(at, '\\');
+    bool metOctal = false;
+    while (backslashes != 0) {
+        const auto place = static_cast<std::ptrdiff_t>(__builtin_ctzll(backslashes));
+        std::memcpy(to, at + from, kBlock);
+        to += place - from;
+        from = place;
+        metOctal = isOctal(at[place + 1]);
+        if (metOctal) break;
+        *to++ = kMeanings[static_cast<unsigned char>(at[place + 1])];
+        from = place + 2;
+        backslashes &= ~(std::uint64_t{3} << place);
     }
-    while (at != end && *at != '\\') *out++ = *at++;
+    if (!metOctal && from < kBlock) {
+        std::memcpy(to, at + from, kBlock);
+        to += kBlock - from;
+        from = kBlock;
+    }
+    std::memcpy(out, plain.data(), static_cast<std::size_t>(to - plain.data()));
+    out += to - plain.data();
+    at += from;
 }
 
 }  // namespace
@@ -116,13 +134,43 @@ void unescape(std::string& text, std::size_t begin) {
     char* out = text.data();
     const char* const end = text.data() + text.size();
     for (const char* at = text.data() + begin; at != end;) {
-        movePlain(out, at, end);
-        if (at == end) break;
+        while (end - at >= 2 * kBlock) {
+            const char* const before = at;
+            unescapeBlock(out, at);
+            if (at - before < kBlock) break;
+        }
+        if (*at != '\\') {
+            *out++ = *at++;
+            continue;
+        }
         // A backslash at the end of the text means itself.
         const bool escapes = ++at != end;
         *out++ = escapes ? escapedCharacter(at, end) : '\\';
     }
     text.resize(static_cast<std::size_t>(out - text.data()));
+}
+
+const char* findBareQuote(const char* at, const char* end) {
+    constexpr std::uint64_t kEven = 0x5555555555555555;
+    std::uint64_t carried = 0;  // 1 when the first character of the block is escaped
+    for (; end - at >= kBlock; at += kBlock) {
+        // Of the backslashes in a row the second, fourth... are escaped, and what follows an odd
+        // number of them. Adding the first one carries into the place behind the last.
+        const std::uint64_t backslashes = marksIn64(at, '\\') & ~carried;
+        const std::uint64_t starts = backslashes & ~(backslashes << 1);
+        std::uint64_t behindOdd = 0;
+        const bool overflows = __builtin_add_overflow(backslashes, starts & ~kEven, &behindOdd);
+        const std::uint64_t behindEven = backslashes + (starts & kEven);
+        const std::uint64_t escaped = ((behindOdd & kEven) | (behindEven & ~kEven)) & ~backslashes;
+        const std::uint64_t bare = marksIn64(at, '"') & ~(escaped | carried);
+        if (bare != 0) return at + __builtin_ctzll(bare);
+        carried = overflows ? 1 : 0;
+    }
+    if (carried != 0 && at != end) ++at;
+    for (; at != end && *at != '"'; ++at) {
+        if (*at == '\\' && end - at > 1) ++at;
+    }
+    return at;
 }
 
 }  // namespace orbo::Data::TextStatement

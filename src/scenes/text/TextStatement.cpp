@@ -106,7 +106,7 @@ struct Rest {
     Rest(Kind kind, std::string_view text) {
         const char* const end = text.data() + text.size();
         bool quoted = true;
-        for (const char* at = text.data();; ++at) {
+        for (const char* at = findBareQuote(text.data(), end);; ++at) {
             at = quoted ? findFirstOf(at, end, '\\', '"') : findFirstOf(at, end, ';', '"');
             if (at == end) return;
             if (*at == '\\') {

@@ -52,6 +52,8 @@ bool canBeTarget(std::string_view nodeName);
 
 /// Undoes the escapes of both kinds of text in place, and removes everything in front of `begin`.
 void unescape(std::string& text, std::size_t begin = 0);
+/// Returns the first quote that no backslash escapes, or `end`.
+const char* findBareQuote(const char* at, const char* end);
 /// Escapes a structure text: only line feeds, which is all that other readers undo there.
 void appendEscapedLines(std::string& out, std::string_view text);
 /// Escapes an associations text.
