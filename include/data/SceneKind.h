@@ -93,29 +93,16 @@ class METADATA_API SceneVisitor {
     const WritePolicy& fPolicy;
 };
 
-/// The records of the new section, in the order in which they are to stand.
-struct ScenePlan {
-    /// Parts of a section. A failed write says which part could not be written.
-    enum class Part { kStructures, kNodes, kScene };
-    struct Entry {
-        Part part;
-        /// Stays as it was found; null for a new record.
-        const SceneLayout::Item* kept;
-        /// Holds what `SceneKind::format` made of a new record.
-        std::string bytes;
-    };
-
-    std::vector<Entry> entries;
-    WritePolicy policy;
-};
-
 /// New bytes for a range of the file.
 struct SceneChange {
     /// Holds what is written in one go.
     struct Piece {
         std::string bytes;
         /// The message for when the piece cannot be written.
-        std::string failure;
+        std::string failure = {};
+        /// Follows the bytes: a part of the tail, or of what `ScenePlan` has, that need not be
+        /// copied.
+        std::string_view kept = {};
     };
 
     std::uint64_t offset = 0;
@@ -126,6 +113,24 @@ struct SceneChange {
     std::vector<Piece> pieces = {};
     /// The message for when the file cannot be positioned there.
     std::string seekFailure = "Could not seek to the metadata.";
+};
+
+/// The records of the new section, in the order in which they are to stand.
+struct ScenePlan {
+    /// Parts of a section. A failed write says which part could not be written.
+    enum class Part { kStructures, kNodes, kScene };
+    struct Entry {
+        Part part;
+        /// Stays as it was found; null for a new record.
+        const SceneLayout::Item* kept;
+        /// Holds what `SceneKind::format` made of a new record.
+        std::string bytes = {};
+        /// Holds it instead, without messages, for the kinds of this library.
+        std::vector<SceneChange::Piece> pieces = {};
+    };
+
+    std::vector<Entry> entries;
+    WritePolicy policy;
 };
 
 /// Holds the facts about a kind of scene that the library asks for, each with a common answer.

@@ -99,16 +99,13 @@ class ElementWriter final : public ElementVisitor {
     [[nodiscard]] unsigned int errorCount() const { return fErrorCount; }
 
   private:
-    // Writes the old text of a block in place of its first element.
+    // Leaves the place of the first element of a block to its old text.
     bool isKept() {
         const std::size_t element = fElements++;
         if (!fKept->keeps(element)) return false;
         if (element % fKept->blockSize == 0) {
-            const std::string_view block = fKept->blocks[element / fKept->blockSize];
             fWriter.flush();
-            const std::size_t begin = fContext->text.size();
-            ValueText::write(fOut, block);
-            fContext->places.emplace_back(begin, begin + block.size());
+            fContext->keep(fKept->blocks[element / fKept->blockSize]);
         }
         return true;
     }

@@ -8,23 +8,27 @@
 #include <map>
 #include <ostream>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 namespace orbo::Data {
 
 /// The text that a stream was read from, as far as it still says what the stream has.
 struct KeptText {
-    std::string_view header;  // in front of the elements
-    std::string_view end;     // behind them
-    /// Has a text for each block of elements, or nothing when the block is to be formatted.
-    std::vector<std::string_view> blocks;
+    /// Is a range of the text that was read.
+    struct Range {
+        std::size_t begin = 0;
+        std::size_t end = 0;
+    };
+
+    std::string header;  // in front of the elements
+    std::string end;     // behind them
+    /// Has the text of each block of elements, or nothing when the block is to be formatted.
+    std::vector<Range> blocks;
     std::size_t blockSize = 0;  // in elements
 
     [[nodiscard]] bool keeps(std::size_t element) const {
         const std::size_t block = element / blockSize;
-        return block < blocks.size() && !blocks[block].empty();
+        return block < blocks.size() && blocks[block].begin < blocks[block].end;
     }
 };
 
@@ -36,12 +40,27 @@ struct WriteContext {
     /// All that was written so far. It is behind the output by what formats keep in buffers.
     const std::string& text;
     KeptTexts kept = {};
-    /// Where the kept blocks stand in the text that is written.
-    std::vector<std::pair<std::size_t, std::size_t>> places = {};
+    /// A part of the text that was read, and where it belongs in the text that is written, which
+    /// lacks it.
+    struct Place {
+        std::size_t at;
+        KeptText::Range kept;
+    };
+    std::vector<Place> places = {};
 
     [[nodiscard]] const KeptText* keptOf(const Stream& stream) const {
         const auto found = kept.find(&stream);
         return found == kept.end() ? nullptr : &found->second;
+    }
+
+    void keep(const KeptText::Range& range) {
+        const bool continues = !places.empty() && places.back().at == text.size() &&
+                               places.back().kept.end == range.begin;
+        if (continues) {
+            places.back().kept.end = range.end;
+        } else {
+            places.push_back({text.size(), range});
+        }
     }
 
     /// Null when there is none.

@@ -1,6 +1,7 @@
 // A kind of scene whose answers can be relied on.
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/CheckedKind.h"
+#include "scenes/SceneSplicing.h"
 
 #include <algorithm>
 #include <exception>
@@ -171,7 +172,9 @@ const char* problemOf(const std::vector<SceneChange>& changes, const SceneLayout
         }
         at = change.offset + change.oldBytes.size();
         std::uint64_t newSize = 0;
-        for (const SceneChange::Piece& piece : change.pieces) newSize += piece.bytes.size();
+        for (const SceneChange::Piece& piece : change.pieces) {
+            newSize += piece.bytes.size() + piece.kept.size();
+        }
         const bool isLast = &change == &changes.back();
         if (isLast ? at != layout.size : newSize != change.oldBytes.size()) {
             return "that move what they do not replace";
@@ -286,6 +289,15 @@ std::vector<SceneChange> CheckedKind::changes(const SceneLayout& layout, std::st
         }
     }
     return std::move(*changes);
+}
+
+const SceneSplicing* CheckedKind::splicing() const {
+    return dynamic_cast<const SceneSplicing*>(fKind.get());
+}
+
+const SceneSplicing* splicingOf(const SceneKind& kind) {
+    const auto* const checked = dynamic_cast<const CheckedKind*>(&kind);
+    return checked ? checked->splicing() : nullptr;
 }
 
 Finding refusalOf(const SceneKind& kind, const SceneRecordRange& range) {

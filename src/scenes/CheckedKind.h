@@ -9,6 +9,8 @@
 
 namespace orbo::Data {
 
+class SceneSplicing;
+
 /// `SceneKind::format` has thrown; nothing may be written.
 struct SceneKindFailure : std::runtime_error {
     using std::runtime_error::runtime_error;
@@ -35,9 +37,15 @@ class CheckedKind final : public SceneKind {
                                                    const ScenePlan& plan,
                                                    Finding& problem) const override;
 
+    /// Null for a kind that cannot splice.
+    [[nodiscard]] const SceneSplicing* splicing() const;
+
   private:
     const std::unique_ptr<const SceneKind> fKind;
 };
+
+/// The same for any kind; null when it is not known.
+const SceneSplicing* splicingOf(const SceneKind& kind);
 
 /// Why the bytes of a record cannot be had.
 Finding refusalOf(const SceneKind& kind, const SceneRecordRange& range);

@@ -11,6 +11,14 @@
 
 namespace orbo::Data {
 
+/// Tells a text from others, within this process.
+inline std::uint64_t digestOfText(std::string_view text) {
+    ContentHash hash;
+    hash.addBytes(text.data(), text.size());
+    hash.add(std::uint64_t{text.size()});
+    return hash.value();
+}
+
 /// Covers the bytes of records and their order, but not where in the file they are. Valid only
 /// within this process.
 class Fingerprint {

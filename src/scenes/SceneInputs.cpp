@@ -56,7 +56,10 @@ ChangedInput::ChangedInput(SceneInput& input, std::uint64_t size,
     std::uint64_t at = 0;
     for (const SceneChange& change : changes) {
         addUnchanged(at, change.offset);
-        for (const SceneChange::Piece& piece : change.pieces) addNew(piece.bytes);
+        for (const SceneChange::Piece& piece : change.pieces) {
+            addNew(piece.bytes);
+            addNew(piece.kept);
+        }
         at = change.offset + change.oldBytes.size();
     }
     addUnchanged(at, size);

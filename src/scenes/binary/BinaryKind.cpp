@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "scenes/SceneInputs.h"
+#include "scenes/SceneSplicing.h"
 #include "scenes/binary/BinaryChunk.h"
 #include "scenes/binary/BinaryLayout.h"
 #include "scenes/binary/BinaryRecord.h"
@@ -122,23 +123,21 @@ void reportEnd(const BinaryTrailer& trailer, std::optional<std::uint64_t> size,
     visitor.report(Code::kEndMisplaced, problem, FilePlace{std::min(*size, trailer.fileEnd()), {}});
 }
 
-std::string foreignChunks(const BinaryLayout& layout, std::string_view tail, std::size_t room) {
+void addForeignChunks(const BinaryLayout& layout, std::string_view tail, PieceList& chunks) {
     const auto bytes = [&](std::uint64_t from, std::uint64_t to) {
         return tail.substr(static_cast<std::size_t>(from - layout.begin),
                            static_cast<std::size_t>(to - from));
     };
-    std::string chunks;
-    chunks.reserve(room);
     std::uint64_t at = layout.begin;
     for (const SceneLayout::Item& item : layout.records) {
-        chunks += bytes(at, item.range.begin);
+        chunks.keep(bytes(at, item.range.begin));
         at = item.range.end;
     }
-    return chunks.append(bytes(at, layout.trailer.end));
+    chunks.keep(bytes(at, layout.trailer.end));
 }
 
-/// See `SceneKind` for what each function does.
-class BinaryKind final : public SceneKind {
+/// See `SceneKind` and `SceneSplicing` for what each function does.
+class BinaryKind final : public SceneKind, public SceneSplicing {
   public:
     BinaryKind() : SceneKind(traitsOfBinaryScenes()) {}
 
@@ -198,21 +197,48 @@ class BinaryKind final : public SceneKind {
         return appendChunk(bytes, record);
     }
 
+    [[nodiscard]] std::vector<std::size_t> placesOf(
+        std::string_view bytes, const std::vector<std::size_t>& offsets) const override {
+        const auto text = textRangeIn(bytes);
+        if (!text) return {};
+        std::vector<std::size_t> places;
+        for (const std::size_t offset : offsets) {
+            if (offset > text->second - text->first) return {};
+            places.push_back(text->first + offset);
+        }
+        return places;
+    }
+
+    [[nodiscard]] std::string textOf(std::string_view bytes) const override {
+        return std::string(bytes);
+    }
+
+    [[nodiscard]] bool format(const SceneRecord& record, const std::vector<Splice>& splices,
+                              PieceList& pieces) const override {
+        return addChunk(pieces, record, splices);
+    }
+
+    [[nodiscard]] std::optional<SceneRecord> parse(
+        const std::vector<SceneChange::Piece>& pieces) const override {
+        return parseChunk(pieces);
+    }
+
     /// Fails when the distance back to the trailer's beginning does not fit in 32 bits.
     [[nodiscard]] std::vector<SceneChange> changes(const SceneLayout& layout, std::string_view tail,
                                                    const ScenePlan& plan,
                                                    Finding& problem) const override {
         const auto& binary = static_cast<const BinaryLayout&>(layout);
-        std::size_t added = 0;
-        for (const ScenePlan::Entry& entry : plan.entries) added += entry.bytes.size();
-        std::string chunks = foreignChunks(binary, tail, tail.size() + added);
+        PieceList chunks;
+        chunks.beginPart("Failed to write the new trailer.");
+        addForeignChunks(binary, tail, chunks);
         for (const ScenePlan::Entry& entry : plan.entries) {
             if (!entry.kept) {
-                chunks += entry.bytes;
+                chunks.add(entry.bytes);
+                chunks.add(entry.pieces);
             } else {
                 const SceneRecordRange& range = entry.kept->range;
-                chunks += tail.substr(static_cast<std::size_t>(range.begin - binary.begin),
-                                      static_cast<std::size_t>(range.end - range.begin));
+                chunks.keep(tail.substr(static_cast<std::size_t>(range.begin - binary.begin),
+                                        static_cast<std::size_t>(range.end - range.begin)));
             }
         }
         const BinaryTrailer trailer{binary.trailer.begin, binary.begin + chunks.size()};
@@ -223,6 +249,8 @@ class BinaryKind final : public SceneKind {
         std::string endChunk;
         BinaryChunk::append(endChunk, AccessorQuil::Binary::getBackwardChunkSizeChunkName(),
                             {bigEndian(trailer.distance(), 4)});
+        chunks.beginPart("Failed to write the backward chunk size.");
+        chunks.add(endChunk);
         std::vector<SceneChange> changes;
         changes.push_back(
             {BinaryTrailer::kMainSizeAt,
@@ -234,11 +262,8 @@ class BinaryKind final : public SceneKind {
              binary.trailerSize,
              {{bigEndian(trailer.size(), 8), "Failed to write the new trailer size."}},
              "Failed to seek to the trailer size position."});
-        changes.push_back({binary.begin,
-                           tail,
-                           {{std::move(chunks), "Failed to write the new trailer."},
-                            {std::move(endChunk), "Failed to write the backward chunk size."}},
-                           "Failed to seek to the trailer data start."});
+        changes.push_back(
+            {binary.begin, tail, chunks.take(), "Failed to seek to the trailer data start."});
         return changes;
     }
 };

@@ -24,6 +24,16 @@ std::optional<std::string_view> takeString(std::string_view& left) {
     return string;
 }
 
+// A zero byte would end a text.
+bool isCarried(const SceneRecord& record) {
+    return (record.name + record.format).find('\0') == std::string::npos &&
+           record.text.find('\0') == std::string::npos;
+}
+
+const std::string& nodeTagOf(const SceneRecord& record) {
+    return record.name.empty() ? getApplySceneMetaDataChunkName() : getApplyNodeMetaDataChunkName();
+}
+
 }  // namespace
 
 FilePlace placeOf(const BinaryChunk& chunk) { return {chunk.begin, std::string(chunk.tag.view())}; }
@@ -72,18 +82,62 @@ const char* readFailureOf(Kind kind) {
 
 bool appendChunk(std::string& out, const SceneRecord& record) {
     const std::string end(1, '\0');
-    if ((record.name + record.format).find('\0') != std::string::npos) return false;
-    if (record.text.find('\0') != std::string::npos) return false;
+    if (!isCarried(record)) return false;
     if (record.kind == Kind::kStructure) {
         BinaryChunk::append(out, getMetaDataStructureChunkName(),
                             {record.format, end, record.text, end});
         return true;
     }
-    BinaryChunk::append(
-        out,
-        record.name.empty() ? getApplySceneMetaDataChunkName() : getApplyNodeMetaDataChunkName(),
-        {record.name, end, record.format, end, record.text, end});
+    BinaryChunk::append(out, nodeTagOf(record),
+                        {record.name, end, record.format, end, record.text, end});
     return true;
+}
+
+std::optional<std::pair<std::size_t, std::size_t>> textRangeIn(std::string_view chunk) {
+    if (chunk.size() < BinaryChunk::kHeaderSize) return std::nullopt;
+    std::string_view left = chunk.substr(BinaryChunk::kHeaderSize);
+    if (!takeString(left) || !takeString(left)) return std::nullopt;
+    const std::size_t begin = chunk.size() - left.size();
+    const auto text = takeString(left);
+    if (!text) return std::nullopt;
+    return std::make_pair(begin, begin + text->size());
+}
+
+bool addChunk(PieceList& pieces, const SceneRecord& record,
+              const std::vector<SceneSplicing::Splice>& splices) {
+    if (!isCarried(record)) return false;
+    const std::string end(1, '\0');
+    const std::string front = record.name + end + record.format + end;
+    std::uint64_t size = front.size() + record.text.size() + end.size();
+    for (const SceneSplicing::Splice& splice : splices) size += splice.bytes.size();
+    pieces.add(BinaryChunk::header(nodeTagOf(record), size) + front);
+    const std::string_view text = record.text;
+    std::size_t at = 0;
+    for (const SceneSplicing::Splice& splice : splices) {
+        pieces.add(text.substr(at, splice.at - at));
+        pieces.keep(splice.bytes);
+        at = splice.at;
+    }
+    pieces.add(text.substr(at));
+    pieces.add(end);
+    pieces.add(std::string(static_cast<std::size_t>(BinaryChunk::paddedSize(size) - size), '\0'));
+    return true;
+}
+
+std::optional<SceneRecord> parseChunk(const std::vector<SceneChange::Piece>& pieces) {
+    std::string chunk;
+    std::uint64_t kept = 0;
+    for (const SceneChange::Piece& piece : pieces) {
+        chunk += piece.bytes;
+        kept += piece.kept.size();
+    }
+    if (chunk.size() < BinaryChunk::kHeaderSize) return std::nullopt;
+    const std::uint64_t size = fromBigEndian(std::string_view(chunk).substr(8, 8));
+    const std::uint64_t all = chunk.size() - BinaryChunk::kHeaderSize + kept;
+    if (size < kept || size > all || BinaryChunk::paddedSize(size) != all) return std::nullopt;
+    chunk.resize(static_cast<std::size_t>(BinaryChunk::kHeaderSize + size - kept));
+    const ChunkTag tag(std::string_view(chunk).substr(0, 4));
+    return parseChunk(tag, std::move(chunk), BinaryChunk::kHeaderSize);
 }
 
 // Reads no more than a name can have: the chunk may claim any size.

@@ -48,16 +48,14 @@ std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findin
 
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, Findings& findings) {
-    auto made = recordOf(node, associations, {}, 0, exactNumbers, findings);
+    auto made = recordOf(node, associations, KeptTexts(), exactNumbers, findings);
     return made ? std::make_optional(std::move(made->record)) : std::nullopt;
 }
 
 std::optional<KeptRecord> recordOf(const std::string& node, const Associations& associations,
-                                   KeptTexts kept, std::size_t expectedSize, bool exactNumbers,
-                                   Findings& findings) {
+                                   KeptTexts kept, bool exactNumbers, Findings& findings) {
     const AssociationsSerializerRaw& format = AssociationsSerializerRaw::theFormat();
     SceneRecord record{SceneRecord::Kind::kAssociations, format.formatType(), node, {}};
-    record.text.reserve(expectedSize);
     AppendingBuffer buffer(record.text);
     std::ostream out(&buffer);
     ValueText::setExactNumbers(out, exactNumbers);

@@ -6,11 +6,8 @@
 #include <data/SceneRecord.h>
 #include <data/Structure.h>
 
-#include <cstddef>
-#include <map>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "formats/WriteContext.h"
@@ -24,15 +21,12 @@ std::optional<SceneRecord> recordOf(const Structure& structure, Findings& findin
 std::optional<SceneRecord> recordOf(const std::string& node, const Associations& associations,
                                     bool exactNumbers, Findings& findings);
 
-/// A text that took over what was kept.
+/// A record without the texts that were kept, and where they belong.
 struct KeptRecord {
     SceneRecord record;
-    /// Where the kept parts stand in the text.
-    std::vector<std::pair<std::size_t, std::size_t>> places;
+    std::vector<WriteContext::Place> places;
 };
-/// `expectedSize` is a hint, in bytes.
 std::optional<KeptRecord> recordOf(const std::string& node, const Associations& associations,
-                                   KeptTexts kept, std::size_t expectedSize, bool exactNumbers,
-                                   Findings& findings);
+                                   KeptTexts kept, bool exactNumbers, Findings& findings);
 
 }  // namespace orbo::Data

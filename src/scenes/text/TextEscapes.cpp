@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "core/SixteenBytes.h"
+#include "scenes/text/EscapedText.h"
 
 namespace orbo::Data::TextStatement {
 
@@ -148,6 +149,47 @@ void unescape(std::string& text, std::size_t begin) {
         *out++ = escapes ? escapedCharacter(at, end) : '\\';
     }
     text.resize(static_cast<std::size_t>(out - text.data()));
+}
+
+void EscapedText::skipOne() {
+    const char* at = fLeft.data();
+    const char* const end = at + fLeft.size();
+    fIsOpen = false;
+    if (*at++ == '\\') {
+        const char* const escape = at;
+        const bool isNumber = at != end && isOctal(*at);
+        if (at != end) (void)escapedCharacter(at, end);
+        fIsOpen = escape == end || (isNumber && at - escape < 3);
+    }
+    fLeft.remove_prefix(static_cast<std::size_t>(at - fLeft.data()));
+    ++fOffset;
+}
+
+// Skips blocks without octal numbers that lie in front of the offset.
+void EscapedText::skipBlocks(std::size_t offset) {
+    while (offset - fOffset >= kBlock && fLeft.size() > kBlock) {
+        const char* const at = fLeft.data();
+        std::uint64_t backslashes = marksIn64(at, '\\');
+        std::size_t size = kBlock;
+        std::size_t escapes = 0;
+        for (; backslashes != 0; ++escapes) {
+            const int place = __builtin_ctzll(backslashes);
+            if (isOctal(at[place + 1])) return;
+            backslashes &= ~(std::uint64_t{3} << place);
+            if (place + 1 == kBlock) ++size;
+        }
+        fLeft.remove_prefix(size);
+        fOffset += size - escapes;
+        fIsOpen = false;
+    }
+}
+
+bool EscapedText::goTo(std::size_t offset) {
+    while (fOffset < offset && !fLeft.empty()) {
+        skipBlocks(offset);
+        if (fOffset < offset && !fLeft.empty()) skipOne();
+    }
+    return fOffset == offset && !fIsOpen;
 }
 
 const char* findBareQuote(const char* at, const char* end) {

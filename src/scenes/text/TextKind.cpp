@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "scenes/SceneInputs.h"
+#include "scenes/SceneSplicing.h"
 #include "scenes/text/TextLayout.h"
 #include "scenes/text/TextMessages.h"
 #include "scenes/text/TextSceneHeader.h"
@@ -81,8 +82,8 @@ class StatementScan {
     bool fMetAny = false;
 };
 
-/// See `SceneKind` for what each function does.
-class TextKind final : public SceneKind {
+/// See `SceneKind` and `SceneSplicing` for what each function does.
+class TextKind final : public SceneKind, public SceneSplicing {
   public:
     TextKind() : SceneKind(traitsOfTextScenes()) {}
 
@@ -156,6 +157,44 @@ class TextKind final : public SceneKind {
         }
         bytes += statement;
         return true;
+    }
+
+    [[nodiscard]] std::vector<std::size_t> placesOf(
+        std::string_view bytes, const std::vector<std::size_t>& offsets) const override {
+        return TextStatement::placesOf(bytes, offsets);
+    }
+
+    [[nodiscard]] std::string textOf(std::string_view bytes) const override {
+        std::string text(bytes);
+        TextStatement::unescape(text);
+        return text;
+    }
+
+    [[nodiscard]] bool format(const SceneRecord& record, const std::vector<Splice>& splices,
+                              PieceList& pieces) const override {
+        if (!TextStatement::canBeTarget(record.name)) return false;
+        std::string escaped = TextStatement::beginOf(record);
+        std::size_t at = 0;
+        for (const Splice& splice : splices) {
+            TextStatement::appendEscaped(escaped,
+                                         std::string_view(record.text).substr(at, splice.at - at));
+            pieces.add(escaped);
+            pieces.keep(splice.bytes);
+            escaped.clear();
+            at = splice.at;
+        }
+        TextStatement::appendEscaped(escaped, std::string_view(record.text).substr(at));
+        pieces.add(escaped);
+        pieces.add(TextStatement::endOf(record));
+        return true;
+    }
+
+    [[nodiscard]] std::optional<SceneRecord> parse(
+        const std::vector<SceneChange::Piece>& pieces) const override {
+        std::string statement;
+        for (const SceneChange::Piece& piece : pieces) statement += piece.bytes;
+        const char* ignored = nullptr;
+        return TextStatement::parse(Kind::kAssociations, std::move(statement), ignored);
     }
 
     [[nodiscard]] std::vector<SceneChange> changes(const SceneLayout& layout, std::string_view tail,

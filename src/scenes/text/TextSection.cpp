@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "core/Ascii.h"
+#include "scenes/PieceList.h"
 #include "scenes/text/TextMessages.h"
 #include "scenes/text/TextStatement.h"
 
@@ -16,31 +17,6 @@ namespace orbo::Data {
 namespace {
 
 using Part = ScenePlan::Part;
-
-/// The section is written in four pieces, so that a failure can say where it happened: structures,
-/// nodes, the scene, and the rest. Records stay in order: those behind the scene's are in its
-/// piece.
-class Pieces {
-  public:
-    void add(Part part, std::string_view bytes) {
-        fCurrent = std::max(fCurrent, static_cast<std::size_t>(part));
-        fPieces[fCurrent] += bytes;
-    }
-    /// Makes room for so many bytes, to save copies while they are added.
-    void reserve(Part part, std::size_t size) {
-        fPieces[static_cast<std::size_t>(part)].reserve(size +
-                                                        TextLinesAhead::kClosingGuard.size());
-    }
-    [[nodiscard]] bool empty() const {
-        return std::all_of(fPieces.begin(), fPieces.end(), [](const auto& p) { return p.empty(); });
-    }
-    std::array<std::string, 3>& all() { return fPieces; }
-
-  private:
-    static_assert(Part::kStructures < Part::kNodes && Part::kNodes < Part::kScene);
-    std::array<std::string, 3> fPieces;
-    std::size_t fCurrent = 0;
-};
 
 constexpr std::array<const char*, 3> kFailures = {
     TextMessages::kStructuresFailed, TextMessages::kNodesFailed, TextMessages::kSceneFailed};
@@ -94,41 +70,44 @@ TextForeignLines TextSection::foreignLines() const {
     return lines;
 }
 
-SceneChange TextSection::changeFor(const ScenePlan& plan) const {
-    Pieces pieces;
-    std::array<std::size_t, kFailures.size()> sizes{};
-    for (const ScenePlan::Entry& entry : plan.entries) {
-        sizes[static_cast<std::size_t>(entry.part)] +=
-            entry.kept ? entry.kept->range.end - entry.kept->range.begin : entry.bytes.size();
-    }
-    for (const Part part : {Part::kStructures, Part::kNodes, Part::kScene}) {
-        pieces.reserve(part, sizes[static_cast<std::size_t>(part)]);
-    }
-    for (const ScenePlan::Entry& entry : plan.entries) {
-        if (!entry.kept) {
-            pieces.add(entry.part, entry.bytes);
-        } else {
-            const SceneRecordRange& range = entry.kept->range;
-            pieces.add(entry.part, TextStatement::forOtherReaders(bytes(range.begin, range.end)));
-        }
-    }
-    const bool hasStatements = !pieces.empty();
+// The section is written in parts, so that a failure can say where it happened: structures, nodes,
+// the scene, and the rest. Records stay in order: those behind the scene's are in its part.
+std::vector<SceneChange::Piece> TextSection::piecesFor(const ScenePlan& plan) const {
+    static_assert(Part::kStructures < Part::kNodes && Part::kNodes < Part::kScene);
+    const bool hasStatements = !plan.entries.empty();
     const bool isClosed = !needsClosingGuard();
-    if (hasStatements && !isClosed) {
-        pieces.all().front().insert(0, TextLinesAhead::kClosingGuard);
+    PieceList pieces;
+    std::size_t part = 0;
+    pieces.beginPart(kFailures[part]);
+    if (hasStatements && !isClosed) pieces.add(TextLinesAhead::kClosingGuard);
+    for (const ScenePlan::Entry& entry : plan.entries) {
+        while (part < static_cast<std::size_t>(entry.part)) pieces.beginPart(kFailures[++part]);
+        if (!entry.kept) {
+            pieces.add(entry.bytes);
+            pieces.add(entry.pieces);
+            continue;
+        }
+        const std::string_view statement = bytes(entry.kept->range.begin, entry.kept->range.end);
+        if (TextStatement::isForOtherReaders(statement)) {
+            pieces.keep(statement);
+        } else {
+            pieces.add(TextStatement::forOtherReaders(statement));
+        }
     }
     std::string rest;
     foreignLines().appendTo(rest, hasStatements, hasStatements || isClosed);
-    rest += bytes(*fLayout.trailer, fLayout.size);
+    pieces.beginPart(TextMessages::kRestFailed);
+    pieces.add(rest);
+    pieces.keep(bytes(*fLayout.trailer, fLayout.size));
+    return pieces.take();
+}
 
+SceneChange TextSection::changeFor(const ScenePlan& plan) const {
     SceneChange change;
     change.offset = begin();
     change.oldBytes = bytes(begin(), fLayout.size);
     change.seekFailure = TextMessages::kStartSeekFailed;
-    for (std::size_t i = 0; i < kFailures.size(); ++i) {
-        change.pieces.push_back({std::move(pieces.all()[i]), kFailures[i]});
-    }
-    change.pieces.push_back({std::move(rest), TextMessages::kRestFailed});
+    change.pieces = piecesFor(plan);
     return change;
 }
 

@@ -33,6 +33,7 @@ class TextSection {
     [[nodiscard]] std::uint64_t understoodEnd() const;
     [[nodiscard]] bool needsClosingGuard() const;
     [[nodiscard]] TextForeignLines foreignLines() const;
+    [[nodiscard]] std::vector<SceneChange::Piece> piecesFor(const ScenePlan& plan) const;
 
     const TextLayout& fLayout;
     const std::string_view fTail;

@@ -11,6 +11,7 @@
 
 #include "core/Ascii.h"
 #include "core/SixteenBytes.h"
+#include "scenes/text/EscapedText.h"
 
 namespace orbo::Data::TextStatement {
 
@@ -129,16 +130,6 @@ struct Rest {
 
 bool hasSemicolon(std::string_view text) { return text.find(';') != std::string_view::npos; }
 
-std::string beginOf(const SceneRecord& record) {
-    return command(record.kind) + ' ' + formatFlag(record.kind) + " \"" + record.format + "\" " +
-           valueFlag(record.kind) + " \"";
-}
-
-std::string endOf(const SceneRecord& record) {
-    if (record.kind == Kind::kStructure) return "\";\n";
-    return "\" \n\t\t" + (record.name.empty() ? sceneFlag() : record.name) + ";\n";
-}
-
 }  // namespace
 
 std::optional<Kind> kindOf(std::string_view line) {
@@ -222,6 +213,12 @@ std::optional<SceneRecord> parse(Kind kind, std::string statement, const char*& 
     return unescaped(std::move(*parts));
 }
 
+bool isForOtherReaders(std::string_view statement) {
+    const char behind = statement[statement.rfind('"') + 1];
+    return statement.find("\n//") == std::string_view::npos &&
+           (behind == ';' || Ascii::isBlank(behind));
+}
+
 std::string forOtherReaders(std::string_view statement) {
     std::string line(statement);
     const bool hasComments = statement.find("\n//") != std::string_view::npos;
@@ -234,10 +231,36 @@ std::string forOtherReaders(std::string_view statement) {
     return line;
 }
 
+std::string beginOf(const SceneRecord& record) {
+    return command(record.kind) + ' ' + formatFlag(record.kind) + " \"" + record.format + "\" " +
+           valueFlag(record.kind) + " \"";
+}
+
+std::string endOf(const SceneRecord& record) {
+    if (record.kind == Kind::kStructure) return "\";\n";
+    return "\" \n\t\t" + (record.name.empty() ? sceneFlag() : record.name) + ";\n";
+}
+
 void append(std::string& out, const SceneRecord& record) {
     out += beginOf(record);
     (record.kind == Kind::kStructure ? appendEscapedLines : appendEscaped)(out, record.text);
     out += endOf(record);
+}
+
+std::vector<std::size_t> placesOf(std::string_view statement,
+                                  const std::vector<std::size_t>& offsets) {
+    const Quotes quotes(statement);
+    if (!quotes.complete()) return {};
+    const std::size_t begin = quotes.at[2] + 1;
+    const std::size_t end = quotes.at[3];
+    if (statement.substr(0, end).find('\n') != std::string_view::npos) return {};
+    std::vector<std::size_t> places;
+    EscapedText text(statement.substr(begin, end - begin));
+    for (const std::size_t offset : offsets) {
+        if (!text.goTo(offset)) return {};
+        places.push_back(begin + text.place());
+    }
+    return places;
 }
 
 bool canBeTarget(std::string_view nodeName) {

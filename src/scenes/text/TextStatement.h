@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orbo::Data::TextStatement {
 
@@ -35,6 +36,9 @@ std::optional<SceneRecord> parse(SceneRecord::Kind kind, std::string statement,
 /// The same in two steps, for callers that may not want the text.
 std::optional<Parts> takeApart(SceneRecord::Kind kind, std::string statement, const char*& message);
 SceneRecord unescaped(Parts parts);
+/// Whether readers that know no comments, and want a blank in front of the target, take the
+/// statement as it stands.
+bool isForOtherReaders(std::string_view statement);
 /// Makes a statement that `parse` understands readable for readers that know no comments and want a
 /// blank in front of the target. Joins its lines only if there are comments among them.
 std::string forOtherReaders(std::string_view statement);
@@ -47,6 +51,12 @@ const char* unreadableMessage(SceneRecord::Kind kind);
 /// Appends the statement from which `parse` gets the record back. The format contains no quotes,
 /// and the name passes `canBeTarget`.
 void append(std::string& out, const SceneRecord& record);
+/// What `append` puts in front of the text, and behind it.
+std::string beginOf(const SceneRecord& record);
+std::string endOf(const SceneRecord& record);
+/// See `SceneSplicing::placesOf`. Knows only statements whose text stands in their first line.
+std::vector<std::size_t> placesOf(std::string_view statement,
+                                  const std::vector<std::size_t>& offsets);
 /// False for node names that a statement cannot carry.
 bool canBeTarget(std::string_view nodeName);
 

@@ -119,14 +119,11 @@ bool FactFinder::isAsRead(const std::string& node) const {
            digest != fSources.snapshot.associations.end() && digest->second;
 }
 
-std::optional<SceneRecord> FactFinder::recordReadAs(const std::string& node) const {
-    if (!isAsRead(node)) return std::nullopt;
-    return parse(fReadRecords.at(node).last);
-}
-
-std::size_t FactFinder::sizeReadAs(const std::string& node) const {
-    if (!isAsRead(node)) return 0;
-    return bytesOf(fSources.layout.records[fReadRecords.at(node).last]).size();
+const SceneLayout::Item* FactFinder::itemReadAs(const std::string& node) const {
+    if (!isAsRead(node)) return nullptr;
+    const std::size_t number = fReadRecords.at(node).last;
+    const bool isPlain = fRecords[number].plain;
+    return isPlain ? &fSources.layout.records[number] : nullptr;
 }
 
 void FactFinder::addStructure(std::size_t number, const SceneRecord& record) {

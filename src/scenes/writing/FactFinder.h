@@ -54,11 +54,9 @@ class FactFinder {
     }
     /// The associations that `plan` tried to read in vain, for the next snapshot.
     UnreadableRecords& unreadable() { return fUnreadable; }
-    /// The text that the node was read from. Empty when it is not known which record that was, or
-    /// when the file has changed since.
-    [[nodiscard]] std::optional<SceneRecord> recordReadAs(const std::string& node) const;
-    /// Its size in the file; 0 where there is no such record.
-    [[nodiscard]] std::size_t sizeReadAs(const std::string& node) const;
+    /// The record that the node was read from. Null when it is not known which one that was, when
+    /// the file has changed since, or when other readers take the record in another way.
+    [[nodiscard]] const SceneLayout::Item* itemReadAs(const std::string& node) const;
 
   private:
     using Fact = Merge::Question::Fact;

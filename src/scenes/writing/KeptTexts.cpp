@@ -13,46 +13,41 @@ namespace orbo::Data {
 
 namespace {
 
-/// The text of one stream, cut by its outline.
+using Range = KeptText::Range;
+
+/// The ranges of the text of one stream, by its outline.
 class StreamCut {
   public:
-    StreamCut(const StreamOutline& outline, std::string_view text)
-        : fOutline(outline), fText(text) {}
+    explicit StreamCut(const StreamOutline& outline) : fOutline(outline) {}
 
-    [[nodiscard]] std::string_view header() const { return from(fOutline.begin, elementsBegin()); }
-    [[nodiscard]] std::string_view end() const { return from(fOutline.elementsEnd, fOutline.end); }
-    [[nodiscard]] std::string_view all() const {
-        return from(elementsBegin(), fOutline.elementsEnd);
-    }
-    [[nodiscard]] std::string_view block(std::size_t number) const {
+    [[nodiscard]] Range header() const { return {fOutline.begin, elementsBegin()}; }
+    [[nodiscard]] Range end() const { return {fOutline.elementsEnd, fOutline.end}; }
+    [[nodiscard]] Range all() const { return {elementsBegin(), fOutline.elementsEnd}; }
+    [[nodiscard]] Range block(std::size_t number) const {
         const std::vector<std::size_t>& blocks = fOutline.blocks;
         const std::size_t next = number + 1;
-        return from(blocks[number], next < blocks.size() ? blocks[next] : fOutline.elementsEnd);
+        return {blocks[number], next < blocks.size() ? blocks[next] : fOutline.elementsEnd};
     }
 
   private:
     [[nodiscard]] std::size_t elementsBegin() const {
         return fOutline.blocks.empty() ? fOutline.elementsEnd : fOutline.blocks.front();
     }
-    [[nodiscard]] std::string_view from(std::size_t begin, std::size_t end) const {
-        return fText.substr(begin, end - begin);
-    }
 
     const StreamOutline& fOutline;
-    const std::string_view fText;
 };
 
 KeptText keptText(const StreamOutline& outline, const StreamDigest& read, const StreamDigest& now,
-                  std::string_view text) {
-    const StreamCut cut(outline, text);
-    KeptText kept{cut.header(), cut.end(), {}, outline.blockSize};
+                  const RecordBytes& record) {
+    const StreamCut cut(outline);
+    KeptText kept{record.text(cut.header()), record.text(cut.end()), {}, outline.blockSize};
     if (outline.blockSize == StreamOutline::kUndivided) {
         if (read.blocks == now.blocks) kept.blocks.push_back(cut.all());
         return kept;
     }
     for (std::size_t block = 0; block < now.blocks.size(); ++block) {
         const bool isSame = block < read.blocks.size() && read.blocks[block] == now.blocks[block];
-        kept.blocks.push_back(isSame ? cut.block(block) : std::string_view());
+        kept.blocks.push_back(isSame ? cut.block(block) : Range());
     }
     return kept;
 }
@@ -65,8 +60,35 @@ bool hasTextOfEachBlock(const StreamOutline& outline, const StreamDigest& read) 
 
 }  // namespace
 
+std::optional<RecordBytes> RecordBytes::of(const SceneSplicing& splicing, std::string_view bytes,
+                                           const std::vector<StreamOutline>& outlines) {
+    RecordBytes record(splicing, bytes);
+    std::vector<std::size_t>& offsets = record.fOffsets;
+    for (const StreamOutline& outline : outlines) {
+        offsets.insert(offsets.end(), {outline.begin, outline.elementsEnd, outline.end});
+        offsets.insert(offsets.end(), outline.blocks.begin(), outline.blocks.end());
+    }
+    std::sort(offsets.begin(), offsets.end());
+    offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end());
+    record.fPlaces = splicing.placesOf(bytes, offsets);
+    if (record.fPlaces.size() != offsets.size()) return std::nullopt;
+    return record;
+}
+
+std::size_t RecordBytes::placeOf(std::size_t offset) const {
+    const auto found = std::lower_bound(fOffsets.begin(), fOffsets.end(), offset);
+    return fPlaces[static_cast<std::size_t>(found - fOffsets.begin())];
+}
+
+std::string_view RecordBytes::bytes(const Range& range) const {
+    const std::size_t begin = placeOf(range.begin);
+    return fBytes.substr(begin, placeOf(range.end) - begin);
+}
+
+std::string RecordBytes::text(const Range& range) const { return fSplicing->textOf(bytes(range)); }
+
 KeptTexts keptTexts(const Associations& node, const NodeDigest& now,
-                    const ReadSnapshot::NodeText& read, std::string_view text) {
+                    const ReadSnapshot::NodeText& read, const RecordBytes& record) {
     KeptTexts kept;
     std::size_t number = 0;
     auto outline = read.streams.begin();
@@ -81,7 +103,7 @@ KeptTexts keptTexts(const Associations& node, const NodeDigest& now,
         const auto place = static_cast<std::size_t>(outline - read.streams.begin());
         const StreamDigest& then = read.digests[place];
         if (then.header == digest.header && hasTextOfEachBlock(*outline, then)) {
-            kept.emplace(&stream, keptText(*outline, then, digest, text));
+            kept.emplace(&stream, keptText(*outline, then, digest, record));
         }
         return true;
     });

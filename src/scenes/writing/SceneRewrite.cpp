@@ -20,6 +20,9 @@ using Step = FileRewrite::Step;
 // Programs other than `quilmeta` turn `WritePolicy::durable` off.
 constexpr const char* kWayOut = " Without one it can be written: quilmeta --no-journal.";
 
+// The ranges have bytes and what is kept behind them one by one.
+constexpr std::size_t kViewsOfPiece = 2;
+
 // Suggests to do without a journal only where a journal is forbidden, not on a full disk.
 bool isForbidden(const std::error_code& error) {
     return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
@@ -57,7 +60,7 @@ std::string messageOf(const FileRewrite::Outcome& outcome, const FileRewrite& re
         case Step::kSeek:
             return change.seekFailure;
         case Step::kWrite:
-            return change.pieces.at(outcome.piece).failure;
+            return change.pieces.at(outcome.piece / kViewsOfPiece).failure;
         case Step::kTruncate:
             return "Could not truncate the file.";
         case Step::kSync:
@@ -107,7 +110,7 @@ std::vector<RewriteRange> rangesOf(const std::vector<SceneChange>& changes) {
         range.offset = change.offset;
         range.oldBytes = change.oldBytes;
         for (const SceneChange::Piece& piece : change.pieces) {
-            range.pieces.emplace_back(piece.bytes);
+            range.pieces.insert(range.pieces.end(), {piece.bytes, piece.kept});
         }
     }
     Files::leaveOutUnchanged(ranges);

@@ -17,7 +17,6 @@
 #include "scenes/model/ModelText.h"
 #include "scenes/reading/RecordReader.h"
 #include "scenes/reading/SceneReader.h"
-#include "scenes/writing/KeptTexts.h"
 #include "scenes/writing/ModelCheck.h"
 #include "scenes/writing/ModelCompare.h"
 
@@ -51,26 +50,28 @@ std::set<std::string> madeNew(const Merge::Plan& plan, SceneRecord::Kind kind) {
     return names;
 }
 
-// A change rarely makes a text longer by more: room for it saves a copy of the whole.
-constexpr std::size_t kGrowth = 64 * 1024;
-
-std::uint64_t digestOfText(std::string_view text) {
-    ContentHash hash;
-    hash.addBytes(text.data(), text.size());
-    hash.add(std::uint64_t{text.size()});
-    return hash.value();
-}
-
-bool holds(SceneInput& input, const SceneRecordRange& range, std::string_view bytes) {
-    constexpr std::size_t kPiece = 64 * 1024;
-    if (range.end - range.begin != bytes.size()) return false;
-    for (std::uint64_t at = range.begin; !bytes.empty();) {
-        const std::string_view expected = bytes.substr(0, kPiece);
-        if (input.bytes(at, expected.size()) != expected) return false;
-        at += expected.size();
-        bytes.remove_prefix(expected.size());
+// Also adds the record to the fingerprint.
+bool holds(SceneInput& input, const SceneRecordRange& range, std::vector<std::string_view> expected,
+           Fingerprint& fingerprint) {
+    constexpr std::uint64_t kPiece = 64 * 1024;
+    ContentHash record;
+    auto next = expected.begin();
+    for (std::uint64_t at = range.begin; at < range.end;) {
+        const auto bytes = input.bytes(at, std::min(range.end - at, kPiece));
+        if (!bytes) return false;
+        record.addBytes(bytes->data(), bytes->size());
+        at += bytes->size();
+        for (std::string_view left = *bytes; !left.empty();) {
+            while (next != expected.end() && next->empty()) ++next;
+            if (next == expected.end()) return false;
+            const std::size_t size = std::min(left.size(), next->size());
+            if (left.substr(0, size) != next->substr(0, size)) return false;
+            left.remove_prefix(size);
+            next->remove_prefix(size);
+        }
     }
-    return true;
+    fingerprint.add(record, range.end - range.begin);
+    return std::all_of(next, expected.end(), [](std::string_view rest) { return rest.empty(); });
 }
 
 bool isSame(const SceneRecord& left, const SceneRecord& right) {
@@ -87,6 +88,7 @@ SceneWriter::SceneWriter(const SceneKind& kind, const Accessor& accessor,
       fSettings(settings),
       fDigests(digests),
       fModel(accessor, snapshot, settings.policy.addMissingStructures),
+      fMaker({kind, fModel, snapshot, digests, fSettings.policy, fSettings.readPolicy}),
       fWritten(fModel.snapshot()) {
     fWritten.partialNodes = snapshot.partialNodes;
 }
@@ -260,12 +262,12 @@ bool SceneWriter::format(const Merge::Item& item, const FactFinder& finder, Scen
     if (item.action == Action::kKeep) {
         SceneLayout::Item& kept = fLayout->records[*item.record];
         kept.kept = true;
-        plan.entries.push_back({part, &kept, {}});
+        plan.entries.push_back({part, &kept});
         return true;
     }
-    plan.entries.push_back({part, nullptr, {}});
-    std::string& bytes = plan.entries.back().bytes;
-    return isStructure ? formatStructure(item.name, bytes) : formatNode(item.name, finder, bytes);
+    if (!isStructure) return makeNode(item.name, part, finder, plan);
+    plan.entries.push_back({part, nullptr});
+    return formatStructure(item.name, plan.entries.back().bytes);
 }
 
 bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) const {
@@ -279,68 +281,17 @@ bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) c
     return fail(refusal(at(place, problems)));
 }
 
-bool SceneWriter::formatNode(const std::string& name, const FactFinder& finder,
-                             std::string& bytes) {
-    auto made = makeRecord(name, finder);
+bool SceneWriter::makeNode(const std::string& name, Part part, const FactFinder& finder,
+                           ScenePlan& plan) {
+    std::optional<NodeMaker::Old> old;
+    if (const SceneLayout::Item* const item = finder.itemReadAs(name)) {
+        old = {item->range, bytesOf(item->range)};
+    }
+    auto made = fMaker.make(name, part, old, fVerifiesParts, *fFindings);
     if (!made) return false;
-    bytes.reserve(finder.sizeReadAs(name) + kGrowth);
-    if (!fKind.format(made->record, bytes)) {
-        return fail(refusal(ModelPlace::of(name) + ": name cannot be written", name));
-    }
-    const std::uint64_t textDigest = digestOfText(made->record.text);
-    made->record.text = std::string();
-    fMade.push_back({std::move(made->record), textDigest});
+    plan.entries.push_back(std::move(made->entry));
+    fMade.push_back({std::move(made->record), made->textDigest});
     return true;
-}
-
-// Takes over what the file's text says already.
-std::optional<KeptRecord> SceneWriter::makeRecord(const std::string& name,
-                                                  const FactFinder& finder) {
-    const Associations& node = *fModel.entry(name);
-    const auto text = fSnapshot.texts.find(name);
-    const auto old = text == fSnapshot.texts.end() ? std::nullopt : finder.recordReadAs(name);
-    const KeptTexts kept =
-        old ? keptTexts(node, fDigests.of(node), text->second, old->text) : KeptTexts();
-    Findings problems;
-    const std::size_t expectedSize = old ? old->text.size() + kGrowth : 0;
-    auto made = recordOf(name, node, kept, expectedSize, fSettings.policy.exactNumbers, problems);
-    if (!made) {
-        const SceneTraits& traits = fKind.traits();
-        (void)fail(refusal(name.empty() ? traits.cannotMakeScene : traits.cannotMakeNode, name));
-        (void)fail(refusal(at(ModelPlace::of(name), problems), name));
-        return std::nullopt;
-    }
-    if (fVerifiesParts && !verifyMade(name, *made, kept)) return std::nullopt;
-    return made;
-}
-
-// Reads what was formatted, with the structures of the file. What was kept has been read from the
-// very same text.
-bool SceneWriter::verifyMade(const std::string& name, const KeptRecord& made,
-                             const KeptTexts& kept) const {
-    SceneRecord record{made.record.kind, made.record.format, name, {}};
-    std::size_t at = 0;
-    for (const auto& [begin, end] : made.places) {
-        record.text.append(made.record.text, at, begin - at);
-        at = end;
-    }
-    record.text.append(made.record.text, at);
-    ReadContext context;
-    if (fSettings.readPolicy.unknownIndexTypesAsText) {
-        context.unknownIndexTypes = IndexTypes::Unknown::kAsText;
-    }
-    Findings problems;
-    try {
-        const auto readBack = readAssociations(record, context, problems);
-        auto difference = readBack ? differenceOf({&name, fModel.entry(name)}, kept, *readBack)
-                                   : refusal(ModelPlace::of(name) + " would not read back", name);
-        if (!difference) return true;
-        (void)fail(std::move(difference));
-    } catch (const Index::eCreationErrors&) {
-        return fail(refusal("An index type of the new metadata is not registered."));
-    }
-    fFindings->add(std::move(problems));
-    return false;
 }
 
 // Everything that the meaning of other records depends on stays as the file has it.
@@ -369,11 +320,18 @@ bool SceneWriter::verify(SceneInput& input, const ScenePlan& plan) {
     return verifyAll(changed);
 }
 
-std::string_view SceneWriter::bytesOf(const ScenePlan::Entry& entry) const {
-    if (!entry.kept) return entry.bytes;
-    const SceneRecordRange& range = entry.kept->range;
+std::string_view SceneWriter::bytesOf(const SceneRecordRange& range) const {
     return std::string_view(fTail).substr(static_cast<std::size_t>(range.begin - fTailBegin),
                                           static_cast<std::size_t>(range.end - range.begin));
+}
+
+std::vector<std::string_view> SceneWriter::bytesOf(const ScenePlan::Entry& entry) const {
+    if (entry.kept) return {bytesOf(entry.kept->range)};
+    std::vector<std::string_view> bytes = {entry.bytes};
+    for (const SceneChange::Piece& piece : entry.pieces) {
+        bytes.insert(bytes.end(), {piece.bytes, piece.kept});
+    }
+    return bytes;
 }
 
 // Whether readers find just the records that were planned, where the texts of the new ones are
@@ -387,18 +345,18 @@ bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
     for (std::size_t i = 0; i < plan.entries.size(); ++i) {
         const SceneRecordRange& range = layout->records[i].range;
         const ScenePlan::Entry& entry = plan.entries[i];
-        const std::string_view bytes = bytesOf(entry);
-        if (!range.closed || !holds(changed, range, bytes)) return false;
-        fingerprint.add(bytes);
+        if (!range.closed || !holds(changed, range, bytesOf(entry), fingerprint)) return false;
         if (entry.kept) {
             if (range.kind != entry.kept->range.kind) return false;
             continue;
         }
         if (made == fMade.end()) return false;
+        const MadeRecord& expected = *made++;
+        if (!expected.textDigest) continue;
         Finding problem;
         const auto record = fKind.parse(range, entry.bytes, nullptr, problem);
-        if (!record || !isSame(*record, made->record)) return false;
-        if (digestOfText(record->text) != made++->textDigest) return false;
+        if (!record || !isSame(*record, expected.record)) return false;
+        if (digestOfText(record->text) != *expected.textDigest) return false;
     }
     fWritten.fingerprint = fingerprint.value();
     fWritten.begin = layout->begin;

@@ -21,6 +21,7 @@
 #include "scenes/reading/ReadSnapshot.h"
 #include "scenes/writing/FactFinder.h"
 #include "scenes/writing/Merge.h"
+#include "scenes/writing/NodeMaker.h"
 #include "scenes/writing/WrittenModel.h"
 
 namespace orbo::Data {
@@ -72,14 +73,11 @@ class SceneWriter {
                     const std::set<std::string>& newNodes);
     bool format(const Merge::Item& item, const FactFinder& finder, ScenePlan& plan);
     [[nodiscard]] bool formatStructure(const std::string& name, std::string& bytes) const;
-    [[nodiscard]] bool formatNode(const std::string& name, const FactFinder& finder,
-                                  std::string& bytes);
-    [[nodiscard]] std::optional<KeptRecord> makeRecord(const std::string& name,
-                                                       const FactFinder& finder);
-    [[nodiscard]] bool verifyMade(const std::string& name, const KeptRecord& made,
-                                  const KeptTexts& kept) const;
+    [[nodiscard]] bool makeNode(const std::string& name, Part part, const FactFinder& finder,
+                                ScenePlan& plan);
     [[nodiscard]] bool changesNodesOnly(const Merge::Plan& plan) const;
-    [[nodiscard]] std::string_view bytesOf(const ScenePlan::Entry& entry) const;
+    [[nodiscard]] std::string_view bytesOf(const SceneRecordRange& range) const;
+    [[nodiscard]] std::vector<std::string_view> bytesOf(const ScenePlan::Entry& entry) const;
     [[nodiscard]] bool isSection(SceneInput& changed, const ScenePlan& plan);
     bool verify(SceneInput& input, const ScenePlan& plan);
     bool verifyAll(SceneInput& changed) const;
@@ -92,6 +90,7 @@ class SceneWriter {
     const Settings fSettings;
     ModelDigests& fDigests;
     WrittenModel fModel;
+    NodeMaker fMaker;
     ReadSnapshot fWritten;
     std::unique_ptr<SceneLayout> fLayout;
     std::uint64_t fTailBegin = 0;
@@ -101,7 +100,7 @@ class SceneWriter {
     /// The new records of nodes, without their texts.
     struct MadeRecord {
         SceneRecord record;
-        std::uint64_t textDigest;
+        std::optional<std::uint64_t> textDigest;  // empty for those that are verified
     };
     std::deque<MadeRecord> fMade;
     std::vector<SceneChange> fChanges;

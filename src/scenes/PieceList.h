@@ -1,0 +1,65 @@
+// Collects bytes that are partly new and partly there already.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <data/SceneKind.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace orbo::Data {
+
+/// Puts pieces together, as few as possible.
+class PieceList {
+  public:
+    using Piece = SceneChange::Piece;
+
+    /// Pieces of the next part have this message.
+    void beginPart(std::string failure) {
+        fPieces.push_back({{}, failure, {}});
+        fFailure = std::move(failure);
+    }
+    /// Copies the bytes.
+    void add(std::string_view bytes) {
+        if (bytes.empty()) return;
+        fSize += bytes.size();
+        open().bytes += bytes;
+    }
+    /// The bytes outlive the pieces.
+    void keep(std::string_view bytes) {
+        if (bytes.empty()) return;
+        fSize += bytes.size();
+        if (!fPieces.empty()) {
+            std::string_view& last = fPieces.back().kept;
+            if (!last.empty() && last.data() + last.size() == bytes.data()) {
+                last = {last.data(), last.size() + bytes.size()};
+                return;
+            }
+        }
+        open().kept = bytes;
+    }
+    void add(const std::vector<Piece>& pieces) {
+        for (const Piece& piece : pieces) {
+            add(piece.bytes);
+            keep(piece.kept);
+        }
+    }
+    [[nodiscard]] std::size_t size() const { return fSize; }
+    [[nodiscard]] std::vector<Piece> take() { return std::move(fPieces); }
+
+  private:
+    /// The last piece, if nothing is kept behind its bytes, or a new one.
+    Piece& open() {
+        if (fPieces.empty() || !fPieces.back().kept.empty()) fPieces.push_back({{}, fFailure, {}});
+        return fPieces.back();
+    }
+
+    std::vector<Piece> fPieces;
+    std::string fFailure;
+    std::size_t fSize = 0;
+};
+
+}  // namespace orbo::Data
