@@ -50,25 +50,33 @@ std::set<std::string> madeNew(const Merge::Plan& plan, SceneRecord::Kind kind) {
     return names;
 }
 
+// Goes on by these bytes; false when they are others.
+template <typename Views>
+bool takeFrom(Views& next, Views end, std::string_view bytes) {
+    while (!bytes.empty()) {
+        while (next != end && next->empty()) ++next;
+        if (next == end) return false;
+        const std::size_t size = std::min(bytes.size(), next->size());
+        if (bytes.substr(0, size) != next->substr(0, size)) return false;
+        bytes.remove_prefix(size);
+        next->remove_prefix(size);
+    }
+    return true;
+}
+
 // Also adds the record to the fingerprint.
 bool holds(SceneInput& input, const SceneRecordRange& range, std::vector<std::string_view> expected,
            Fingerprint& fingerprint) {
     constexpr std::uint64_t kPiece = 64 * 1024;
+    std::string bytes(static_cast<std::size_t>(std::min(range.end - range.begin, kPiece)), '\0');
     ContentHash record;
     auto next = expected.begin();
-    for (std::uint64_t at = range.begin; at < range.end;) {
-        const auto bytes = input.bytes(at, std::min(range.end - at, kPiece));
-        if (!bytes) return false;
-        record.addBytes(bytes->data(), bytes->size());
-        at += bytes->size();
-        for (std::string_view left = *bytes; !left.empty();) {
-            while (next != expected.end() && next->empty()) ++next;
-            if (next == expected.end()) return false;
-            const std::size_t size = std::min(left.size(), next->size());
-            if (left.substr(0, size) != next->substr(0, size)) return false;
-            left.remove_prefix(size);
-            next->remove_prefix(size);
-        }
+    if (!input.seek(range.begin)) return false;
+    for (std::uint64_t left = range.end - range.begin; left > 0; left -= bytes.size()) {
+        bytes.resize(static_cast<std::size_t>(std::min(left, kPiece)));
+        if (input.read(bytes.data(), bytes.size()) != bytes.size()) return false;
+        record.addBytes(bytes.data(), bytes.size());
+        if (!takeFrom(next, expected.end(), bytes)) return false;
     }
     fingerprint.add(record, range.end - range.begin);
     return std::all_of(next, expected.end(), [](std::string_view rest) { return rest.empty(); });
