@@ -35,13 +35,33 @@ class KeptText : public SceneTestOf<SceneAccessor> {
   protected:
     static constexpr bool kIsText = SceneTestOf<SceneAccessor>::kIsText;
 
-    void make(const std::vector<std::string>& nodes) {
+    /// How a text scene has its texts: as the library escapes them, with line feeds as octal
+    /// numbers that are as short as can be, or in a statement of several lines.
+    enum class Words { kUsual, kOctal, kSplit };
+
+    static std::string escapedBy(Words words, const std::string& text) {
+        std::string escaped;
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            if (words == Words::kOctal && text[i] == '\n') {
+                const char next = i + 1 < text.size() ? text[i + 1] : 'x';
+                escaped += next >= '0' && next <= '7' ? "\\012" : "\\12";
+            } else {
+                TextStatement::appendEscaped(escaped, text.substr(i, 1));
+            }
+        }
+        return escaped;
+    }
+    static std::string statementIn(Words words, const std::string& node, const std::string& text) {
+        std::string statement = nodeStatement(node, escapedBy(words, text));
+        if (words == Words::kSplit) statement[statement.find("name ") + 4] = '\n';
+        return statement;
+    }
+
+    void make(const std::vector<std::string>& nodes, Words words = Words::kUsual) {
         std::string section = kIsText ? structureStatement(kStructure) : structureChunk(kStructure);
         for (std::size_t i = 0; i < nodes.size(); ++i) {
             const std::string name = "n" + std::to_string(i);
-            std::string escaped;
-            TextStatement::appendEscaped(escaped, nodes[i]);
-            section += kIsText ? nodeStatement(name, escaped) : nodeChunk(name, nodes[i]);
+            section += kIsText ? statementIn(words, name, nodes[i]) : nodeChunk(name, nodes[i]);
         }
         this->file() = kIsText ? sceneFront() + section + kLastLine : BinaryScene(section).bytes();
         this->setPolicy(WritePolicy::careful());
@@ -82,6 +102,8 @@ class KeptText : public SceneTestOf<SceneAccessor> {
 template <typename SceneAccessor>
 class KeptTextLaws : public KeptText<SceneAccessor> {
   protected:
+    using Words = typename KeptText<SceneAccessor>::Words;
+
     OddStream randomStream(const std::string& name) {
         const std::string type =
             fPicks.anyOf<const char*>({"numeric", "numeric", "pair", "string"});
@@ -141,8 +163,9 @@ class KeptTextLaws : public KeptText<SceneAccessor> {
                 }
                 nodes.push_back(text + "endAssociations\n");
             }
-            this->make(nodes);
+            this->make(nodes, fPicks.anyOf<Words>({Words::kUsual, Words::kOctal, Words::kSplit}));
             ASSERT_TRUE(this->read()) << this->fErrors;
+            ASSERT_EQ(this->fAccessor.associations().size(), nodes.size()) << this->fErrors;
             std::set<std::string> editedBefore;  // nodes; a write makes their texts anew
             for (int write = 0; write < 3; ++write) {
                 std::set<std::string> edited;
@@ -201,11 +224,13 @@ TEST_F(KeptTextText, IsThatOfOtherBlocks) {
         {"removed", [](Stream& s) { s.removeElement(3998); }, 1792},
     };
     for (const auto& row : rows) {
-        make({front + "endChannel\nendAssociations\n"});
-        ASSERT_TRUE(read()) << fErrors;
-        row.edit(*fAccessor.associations().at("n0").findChannel("c")->findDataStream("s"));
-        writeAndCompare(row.what);
-        EXPECT_EQ(oddElements(), row.odd) << row.what;
+        for (const Words words : {Words::kUsual, Words::kOctal, Words::kSplit}) {
+            make({front + "endChannel\nendAssociations\n"}, words);
+            ASSERT_TRUE(read()) << fErrors;
+            row.edit(*fAccessor.associations().at("n0").findChannel("c")->findDataStream("s"));
+            writeAndCompare(row.what);
+            EXPECT_EQ(oddElements(), row.odd) << row.what;
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 // Metadata statements taken apart and put together.
 // SPDX-License-Identifier: Apache-2.0
+#include "scenes/text/EscapedText.h"
 #include "scenes/text/TextStatement.h"
 
 #include <gtest/gtest.h>
@@ -94,6 +95,39 @@ TEST(TextStatement, UnescapesWhatItEscapesWhereverItStands) {
         TextStatement::appendEscaped(escaped, text);
         TextStatement::unescape(escaped, front);
         ASSERT_EQ(escaped, text);
+    }
+}
+
+std::string unescaped(std::string text) {
+    TextStatement::unescape(text);
+    return text;
+}
+
+// Whether the two parts of an escaped text mean the same when something is put between them.
+bool canBeCut(const std::string& escaped, std::size_t place, const std::string& text,
+              std::size_t offset) {
+    const std::string front = escaped.substr(0, place);
+    return unescaped(front + "7") == text.substr(0, offset) + "7" &&
+           unescaped(escaped.substr(place)) == text.substr(offset);
+}
+
+TEST(TextStatement, FindsCharactersInEscapedText) {
+    std::mt19937 random(3);
+    for (int round = 0; round < 3000; ++round) {
+        const std::string alphabet = round % 2 == 0 ? "\\\\\\n\"ab17" : "\\abcdefghijklmnopqrstuvw";
+        std::string escaped(random() % 300, '\0');
+        for (char& c : escaped) c = alphabet[random() % alphabet.size()];
+        const std::string text = unescaped(escaped);
+        TextStatement::EscapedText walk(escaped);
+        for (std::size_t offset = 0; offset < text.size() + 2; offset += random() % 100) {
+            const bool found = walk.goTo(offset);
+            if (found) {
+                ASSERT_TRUE(canBeCut(escaped, walk.place(), text, offset)) << escaped << offset;
+            } else if (offset <= text.size()) {
+                for (std::size_t place = 0; place <= escaped.size(); ++place)
+                    ASSERT_FALSE(canBeCut(escaped, place, text, offset)) << escaped << offset;
+            }
+        }
     }
 }
 
