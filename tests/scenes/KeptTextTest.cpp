@@ -53,7 +53,7 @@ class KeptText : public SceneTestOf<SceneAccessor> {
     }
     static std::string statementIn(Words words, const std::string& node, const std::string& text) {
         std::string statement = nodeStatement(node, escapedBy(words, text));
-        if (words == Words::kSplit) statement[statement.find("name ") + 4] = '\n';
+        if (words == Words::kSplit) statement.replace(statement.find("name ") + 4, 1, " \t\n");
         return statement;
     }
 
