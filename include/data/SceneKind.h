@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -124,13 +125,14 @@ struct ScenePlan {
         /// Stays as it was found; null for a new record.
         const SceneLayout::Item* kept;
         /// Holds what `SceneKind::format` made of a new record.
-        std::string bytes = {};
-        /// Holds it instead, without messages, for the kinds of this library.
-        std::vector<SceneChange::Piece> pieces = {};
+        std::string bytes;
     };
 
     std::vector<Entry> entries;
     WritePolicy policy;
+    /// Holds what some new records are made of, by the numbers of their entries, which have no
+    /// bytes. Only the kinds of this library get such records.
+    std::map<std::size_t, std::vector<SceneChange::Piece>> pieces = {};
 };
 
 /// Holds the facts about a kind of scene that the library asks for, each with a common answer.

@@ -47,6 +47,12 @@ class PieceList {
             keep(piece.kept);
         }
     }
+    /// Adds what the plan has for the new record with this number.
+    void add(const ScenePlan& plan, std::size_t number) {
+        add(plan.entries[number].bytes);
+        const auto pieces = plan.pieces.find(number);
+        if (pieces != plan.pieces.end()) add(pieces->second);
+    }
     [[nodiscard]] std::size_t size() const { return fSize; }
     [[nodiscard]] std::vector<Piece> take() { return std::move(fPieces); }
 

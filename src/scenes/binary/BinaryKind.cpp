@@ -231,12 +231,12 @@ class BinaryKind final : public SceneKind, public SceneSplicing {
         PieceList chunks;
         chunks.beginPart("Failed to write the new trailer.");
         addForeignChunks(binary, tail, chunks);
-        for (const ScenePlan::Entry& entry : plan.entries) {
-            if (!entry.kept) {
-                chunks.add(entry.bytes);
-                chunks.add(entry.pieces);
+        for (std::size_t i = 0; i < plan.entries.size(); ++i) {
+            const SceneLayout::Item* const kept = plan.entries[i].kept;
+            if (!kept) {
+                chunks.add(plan, i);
             } else {
-                const SceneRecordRange& range = entry.kept->range;
+                const SceneRecordRange& range = kept->range;
                 chunks.keep(tail.substr(static_cast<std::size_t>(range.begin - binary.begin),
                                         static_cast<std::size_t>(range.end - range.begin)));
             }

@@ -80,11 +80,11 @@ std::vector<SceneChange::Piece> TextSection::piecesFor(const ScenePlan& plan) co
     std::size_t part = 0;
     pieces.beginPart(kFailures[part]);
     if (hasStatements && !isClosed) pieces.add(TextLinesAhead::kClosingGuard);
-    for (const ScenePlan::Entry& entry : plan.entries) {
+    for (std::size_t i = 0; i < plan.entries.size(); ++i) {
+        const ScenePlan::Entry& entry = plan.entries[i];
         while (part < static_cast<std::size_t>(entry.part)) pieces.beginPart(kFailures[++part]);
         if (!entry.kept) {
-            pieces.add(entry.bytes);
-            pieces.add(entry.pieces);
+            pieces.add(plan, i);
             continue;
         }
         const std::string_view statement = bytes(entry.kept->range.begin, entry.kept->range.end);

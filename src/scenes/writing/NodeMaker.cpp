@@ -37,7 +37,7 @@ void addFailure(const std::string& node, std::string message, Findings& findings
 NodeMaker::NodeMaker(const Sources& sources)
     : fSources(sources), fSplicing(splicingOf(sources.kind)) {}
 
-std::optional<NodeMaker::Made> NodeMaker::make(const std::string& name, ScenePlan::Part part,
+std::optional<NodeMaker::Made> NodeMaker::make(const std::string& name,
                                                const std::optional<Old>& old, bool verifies,
                                                Findings& findings) {
     const Associations& node = *fSources.model.entry(name);
@@ -54,10 +54,10 @@ std::optional<NodeMaker::Made> NodeMaker::make(const std::string& name, ScenePla
         return std::nullopt;
     }
     if (verifies && !verify(name, *made, kept, findings)) return std::nullopt;
-    Made result{{part, nullptr}, {}, {}};
+    Made result;
     SceneRecord& record = made->record;
     if (made->places.empty()) {
-        if (!fSources.kind.format(record, result.entry.bytes)) {
+        if (!fSources.kind.format(record, result.bytes)) {
             addFailure(name, ModelPlace::of(name) + ": name cannot be written", findings);
             return std::nullopt;
         }
@@ -120,8 +120,8 @@ bool NodeMaker::splice(const KeptRecord& made, const RecordBytes& old, Made& res
     }
     PieceList pieces;
     if (!fSplicing->format(made.record, splices, pieces)) return false;
-    result.entry.pieces = pieces.take();
-    return isRight(made.record, result.entry.pieces);
+    result.pieces = pieces.take();
+    return isRight(made.record, result.pieces);
 }
 
 bool NodeMaker::isRight(const SceneRecord& record,

@@ -41,7 +41,9 @@ class NodeMaker {
         std::string_view bytes;
     };
     struct Made {
-        ScenePlan::Entry entry;
+        /// Holds the bytes of the record, or the pieces that it is made of.
+        std::string bytes;
+        std::vector<SceneChange::Piece> pieces;
         SceneRecord record;  // without its text
         /// The digest of the whole text; empty if parts were kept. Those were verified if `make`
         /// was asked for it.
@@ -53,9 +55,8 @@ class NodeMaker {
     /// `old` is the record that the node was read from, if that is known. With `verifies`, reads
     /// back what was not kept, with the structures of this thread's registry. Returns nothing, with
     /// findings, when the record cannot be made or does not read back.
-    [[nodiscard]] std::optional<Made> make(const std::string& name, ScenePlan::Part part,
-                                           const std::optional<Old>& old, bool verifies,
-                                           Findings& findings);
+    [[nodiscard]] std::optional<Made> make(const std::string& name, const std::optional<Old>& old,
+                                           bool verifies, Findings& findings);
 
   private:
     [[nodiscard]] std::optional<RecordBytes> oldBytes(const std::string& name, const Old& old);

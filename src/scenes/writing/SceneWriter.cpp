@@ -270,11 +270,11 @@ bool SceneWriter::format(const Merge::Item& item, const FactFinder& finder, Scen
     if (item.action == Action::kKeep) {
         SceneLayout::Item& kept = fLayout->records[*item.record];
         kept.kept = true;
-        plan.entries.push_back({part, &kept});
+        plan.entries.push_back({part, &kept, {}});
         return true;
     }
     if (!isStructure) return makeNode(item.name, part, finder, plan);
-    plan.entries.push_back({part, nullptr});
+    plan.entries.push_back({part, nullptr, {}});
     return formatStructure(item.name, plan.entries.back().bytes);
 }
 
@@ -295,9 +295,10 @@ bool SceneWriter::makeNode(const std::string& name, Part part, const FactFinder&
     if (const SceneLayout::Item* const item = finder.itemReadAs(name)) {
         old = {item->range, bytesOf(item->range)};
     }
-    auto made = fMaker.make(name, part, old, fVerifiesParts, *fFindings);
+    auto made = fMaker.make(name, old, fVerifiesParts, *fFindings);
     if (!made) return false;
-    plan.entries.push_back(std::move(made->entry));
+    if (!made->pieces.empty()) plan.pieces.emplace(plan.entries.size(), std::move(made->pieces));
+    plan.entries.push_back({part, nullptr, std::move(made->bytes)});
     fMade.push_back({std::move(made->record), made->textDigest});
     return true;
 }
@@ -333,10 +334,14 @@ std::string_view SceneWriter::bytesOf(const SceneRecordRange& range) const {
                                           static_cast<std::size_t>(range.end - range.begin));
 }
 
-std::vector<std::string_view> SceneWriter::bytesOf(const ScenePlan::Entry& entry) const {
+std::vector<std::string_view> SceneWriter::bytesOf(const ScenePlan& plan,
+                                                   std::size_t number) const {
+    const ScenePlan::Entry& entry = plan.entries[number];
     if (entry.kept) return {bytesOf(entry.kept->range)};
     std::vector<std::string_view> bytes = {entry.bytes};
-    for (const SceneChange::Piece& piece : entry.pieces) {
+    const auto pieces = plan.pieces.find(number);
+    if (pieces == plan.pieces.end()) return bytes;
+    for (const SceneChange::Piece& piece : pieces->second) {
         bytes.insert(bytes.end(), {piece.bytes, piece.kept});
     }
     return bytes;
@@ -353,7 +358,7 @@ bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
     for (std::size_t i = 0; i < plan.entries.size(); ++i) {
         const SceneRecordRange& range = layout->records[i].range;
         const ScenePlan::Entry& entry = plan.entries[i];
-        if (!range.closed || !holds(changed, range, bytesOf(entry), fingerprint)) return false;
+        if (!range.closed || !holds(changed, range, bytesOf(plan, i), fingerprint)) return false;
         if (entry.kept) {
             if (range.kind != entry.kept->range.kind) return false;
             continue;

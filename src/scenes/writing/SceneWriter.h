@@ -77,7 +77,8 @@ class SceneWriter {
                                 ScenePlan& plan);
     [[nodiscard]] bool changesNodesOnly(const Merge::Plan& plan) const;
     [[nodiscard]] std::string_view bytesOf(const SceneRecordRange& range) const;
-    [[nodiscard]] std::vector<std::string_view> bytesOf(const ScenePlan::Entry& entry) const;
+    [[nodiscard]] std::vector<std::string_view> bytesOf(const ScenePlan& plan,
+                                                        std::size_t number) const;
     [[nodiscard]] bool isSection(SceneInput& changed, const ScenePlan& plan);
     bool verify(SceneInput& input, const ScenePlan& plan);
     bool verifyAll(SceneInput& changed) const;
