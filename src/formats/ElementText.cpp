@@ -149,6 +149,7 @@ void writeScalar(BufferedWriter& out, const ValueText::NumberFormat& format, cha
 }  // namespace
 
 ElementText::ElementText(const Layout& layout) : fLayout(layout) {
+    fRuns.reserve(layout.memberCount());
     for (const Member& member : layout.members()) {
         const auto numbers = static_cast<std::uint64_t>(dataType(member.type()).numbers);
         fRuns.push_back({member.type(), member.offset(), numbers * member.length()});

@@ -92,7 +92,7 @@ bool StreamTextReader::nextLine() {
 }
 
 void StreamTextReader::readHeader() {
-    while (fIn.good()) {
+    while (fIn.good() && !(fNameSeen && fStructure && isAtNumber())) {
         ++fRecord;
         if (!nextLine()) return;
         if (fTrimmed.empty()) continue;
@@ -101,6 +101,12 @@ void StreamTextReader::readHeader() {
         fHasIndexLine = line == Line::kIndex;
         return;
     }
+}
+
+// No line of a header begins with a digit.
+bool StreamTextReader::isAtNumber() const {
+    const std::string_view ready = GetArea::of(*fIn.rdbuf());
+    return !ready.empty() && Ascii::isDigit(ready.front());
 }
 
 StreamTextReader::Line StreamTextReader::takeHeaderLine() {
@@ -118,7 +124,9 @@ StreamTextReader::Line StreamTextReader::takeHeaderLine() {
 }
 
 StreamTextReader::Line StreamTextReader::takeIndexType(const std::string& typeName) {
-    fMakeIndex = IndexTypes::maker(typeName, fContext.unknownIndexTypes);
+    if (typeName != fMakeIndex.typeName()) {
+        fMakeIndex = IndexTypes::maker(typeName, fContext.unknownIndexTypes);
+    }
     fIndexTypeSeen = true;
     if (!fMakeIndex.isNull()) return Line::kHeader;
     report("Creator for index type " + inQuotes(typeName) + " not found");
@@ -161,13 +169,17 @@ void StreamTextReader::readElements(Stream& stream) {
         fPlainText.emplace(*fLayout);
         fHasNumbers = fMakeIndex.typeName() == Index::theTypeName();
     }
+    const auto readWhatIsPlain = [&] {
+        if (fPlainText && (fErrorCount == 0 || fContext.partial) && fIn.good()) {
+            readPlainElements(stream);
+        }
+    };
+    if (!fHasIndexLine) readWhatIsPlain();
     while (fHasIndexLine || nextIndexLine()) {
         fHasIndexLine = false;
         if (fTrimmed == fWords.end) break;
         readElement(stream);
-        if (fPlainText && (fErrorCount == 0 || fContext.partial) && fIn.good()) {
-            readPlainElements(stream);
-        }
+        readWhatIsPlain();
     }
     fOutline.endElements(fLeftAtLine);
 }

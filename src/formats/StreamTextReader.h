@@ -48,6 +48,7 @@ class StreamTextReader {
     bool nextLine();
     [[nodiscard]] std::size_t left() const;
     void readHeader();
+    [[nodiscard]] bool isAtNumber() const;
     Line takeHeaderLine();
     Line takeIndexType(const std::string& typeName);
     void takeStructure(const std::string& name);

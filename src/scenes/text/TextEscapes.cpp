@@ -62,6 +62,21 @@ char escapedCharacter(const char*& at, const char* end) {
     return kMeanings[static_cast<unsigned char>(*at++)];
 }
 
+// Moves what is plain at the beginning to `out`, which is at most at `at`.
+void movePlain(char*& out, const char*& at, const char* end) {
+    constexpr std::ptrdiff_t kStride = SixteenBytes::kSize;
+    // Once `out` is a stride behind `at`, a move overwrites nothing that is still to be read.
+    while (at - out >= kStride && end - at >= kStride) {
+        const SixteenBytes bytes(at);
+        std::memcpy(out, at, SixteenBytes::kSize);
+        const int plain = bytes.countBefore('\\');
+        out += plain;
+        at += plain;
+        if (plain < kStride) return;
+    }
+    while (at != end && *at != '\\') *out++ = *at++;
+}
+
 constexpr std::ptrdiff_t kBlock = 64;
 
 /// Undoes the escapes of many bytes with few branches: where escapes are, nobody can guess. `at`
@@ -140,10 +155,8 @@ void unescape(std::string& text, std::size_t begin) {
             unescapeBlock(out, at);
             if (at - before < kBlock) break;
         }
-        if (*at != '\\') {
-            *out++ = *at++;
-            continue;
-        }
+        movePlain(out, at, end);
+        if (at == end) break;
         // A backslash at the end of the text means itself.
         const bool escapes = ++at != end;
         *out++ = escapes ? escapedCharacter(at, end) : '\\';
