@@ -47,9 +47,14 @@ class PieceList {
             keep(piece.kept);
         }
     }
-    /// Adds what the plan has for the new record with this number.
+    /// Adds what the plan, which outlives the pieces, has for the new record with this number.
     void add(const ScenePlan& plan, std::size_t number) {
-        add(plan.entries[number].bytes);
+        const std::string& bytes = plan.entries[number].bytes;
+        if (bytes.size() < kWorthAView) {
+            add(bytes);
+        } else {
+            keep(bytes);
+        }
         const auto pieces = plan.pieces.find(number);
         if (pieces != plan.pieces.end()) add(pieces->second);
     }
@@ -57,6 +62,9 @@ class PieceList {
     [[nodiscard]] std::vector<Piece> take() { return std::move(fPieces); }
 
   private:
+    // Each view is a write of its own.
+    static constexpr std::size_t kWorthAView = 64 * 1024;
+
     /// The last piece, if nothing is kept behind its bytes, or a new one.
     Piece& open() {
         if (fPieces.empty() || !fPieces.back().kept.empty()) fPieces.push_back({{}, fFailure, {}});

@@ -117,18 +117,17 @@ bool SceneWriter::compose(Files::File& file, Findings& findings) {
     if (!preloadTail(file, inFile)) return false;
     fLayout = scanLayout(fKind, input, fSettings.policy, findings);
     if (!fLayout || !loadTail(inFile) || !checkConflict(file, input)) return false;
-    ScenePlan plan;
-    plan.policy = fSettings.policy;
+    fPlan.policy = fSettings.policy;
     try {
-        if (!decide(plan)) return false;
+        if (!decide()) return false;
     } catch (const SceneKindFailure& failure) {
         return fail(refusal(failure.what()));
     }
     Finding problem;
-    fChanges = fKind.changes(*fLayout, fTail, plan, problem);
+    fChanges = fKind.changes(*fLayout, fTail, fPlan, problem);
     if (fChanges.empty()) return fail(std::move(problem));
     if (!checkOldBytes(input)) return false;
-    return !fSettings.policy.verify || verify(input, plan);
+    return !fSettings.policy.verify || verify(input);
 }
 
 // Those in the tail are known to be right.
@@ -192,7 +191,7 @@ bool SceneWriter::checkConflict(Files::File& file, SceneInput& input) {
     return !fMetConflict || fail(refusal("The metadata in the file is no longer what was read."));
 }
 
-bool SceneWriter::decide(ScenePlan& plan) {
+bool SceneWriter::decide() {
     const WritePolicy& policy = fSettings.policy;
     FactFinder finder({fKind, *fLayout, fTail, fModel, fSnapshot, fSettings.readPolicy, fDigests,
                        policy.exactNumbers, fIsAsRead && !fSettings.rewritesAll});
@@ -211,7 +210,7 @@ bool SceneWriter::decide(ScenePlan& plan) {
     if (!checkUnderstood()) return false;
     fVerifiesParts = policy.verify && !fSettings.rewritesAll && changesNodesOnly(merged);
     for (const Merge::Item& item : merged.items) {
-        if (!format(item, finder, plan)) return false;
+        if (!format(item, finder)) return false;
     }
     noteDigests(newNodes);
     if (fIsAsRead) noteKept(newNodes);
@@ -263,19 +262,19 @@ void SceneWriter::addRemarks(const FactFinder& finder, const Merge::Plan& plan,
     }
 }
 
-bool SceneWriter::format(const Merge::Item& item, const FactFinder& finder, ScenePlan& plan) {
+bool SceneWriter::format(const Merge::Item& item, const FactFinder& finder) {
     if (item.action == Action::kDrop) return true;
     const bool isStructure = item.kind == Kind::kStructure;
     const Part part = isStructure ? Part::kStructures : item.isScene ? Part::kScene : Part::kNodes;
     if (item.action == Action::kKeep) {
         SceneLayout::Item& kept = fLayout->records[*item.record];
         kept.kept = true;
-        plan.entries.push_back({part, &kept, {}});
+        fPlan.entries.push_back({part, &kept, {}});
         return true;
     }
-    if (!isStructure) return makeNode(item.name, part, finder, plan);
-    plan.entries.push_back({part, nullptr, {}});
-    return formatStructure(item.name, plan.entries.back().bytes);
+    if (!isStructure) return makeNode(item.name, part, finder);
+    fPlan.entries.push_back({part, nullptr, {}});
+    return formatStructure(item.name, fPlan.entries.back().bytes);
 }
 
 bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) const {
@@ -289,16 +288,17 @@ bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) c
     return fail(refusal(at(place, problems)));
 }
 
-bool SceneWriter::makeNode(const std::string& name, Part part, const FactFinder& finder,
-                           ScenePlan& plan) {
+bool SceneWriter::makeNode(const std::string& name, Part part, const FactFinder& finder) {
     std::optional<NodeMaker::Old> old;
     if (const SceneLayout::Item* const item = finder.itemReadAs(name)) {
         old = {item->range, bytesOf(item->range)};
     }
     auto made = fMaker.make(name, old, fVerifiesParts, *fFindings);
     if (!made) return false;
-    if (!made->pieces.empty()) plan.pieces.emplace(plan.entries.size(), std::move(made->pieces));
-    plan.entries.push_back({part, nullptr, std::move(made->bytes)});
+    if (!made->pieces.empty()) {
+        fPlan.pieces.emplace(fPlan.entries.size(), std::move(made->pieces));
+    }
+    fPlan.entries.push_back({part, nullptr, std::move(made->bytes)});
     fMade.push_back({std::move(made->record), made->textDigest});
     return true;
 }
@@ -323,9 +323,9 @@ bool SceneWriter::changesNodesOnly(const Merge::Plan& plan) const {
     return fIsAsRead && understandsAll && keepsAll && kept == structures;
 }
 
-bool SceneWriter::verify(SceneInput& input, const ScenePlan& plan) {
+bool SceneWriter::verify(SceneInput& input) {
     ChangedInput changed(input, fLayout->size, fChanges);
-    if (fVerifiesParts && isSection(changed, plan)) return true;
+    if (fVerifiesParts && isSection(changed)) return true;
     return verifyAll(changed);
 }
 
@@ -334,13 +334,12 @@ std::string_view SceneWriter::bytesOf(const SceneRecordRange& range) const {
                                           static_cast<std::size_t>(range.end - range.begin));
 }
 
-std::vector<std::string_view> SceneWriter::bytesOf(const ScenePlan& plan,
-                                                   std::size_t number) const {
-    const ScenePlan::Entry& entry = plan.entries[number];
+std::vector<std::string_view> SceneWriter::bytesOf(std::size_t number) const {
+    const ScenePlan::Entry& entry = fPlan.entries[number];
     if (entry.kept) return {bytesOf(entry.kept->range)};
     std::vector<std::string_view> bytes = {entry.bytes};
-    const auto pieces = plan.pieces.find(number);
-    if (pieces == plan.pieces.end()) return bytes;
+    const auto pieces = fPlan.pieces.find(number);
+    if (pieces == fPlan.pieces.end()) return bytes;
     for (const SceneChange::Piece& piece : pieces->second) {
         bytes.insert(bytes.end(), {piece.bytes, piece.kept});
     }
@@ -349,16 +348,16 @@ std::vector<std::string_view> SceneWriter::bytesOf(const ScenePlan& plan,
 
 // Whether readers find just the records that were planned, where the texts of the new ones are
 // verified already.
-bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
+bool SceneWriter::isSection(SceneInput& changed) {
     Findings ignored;
     const auto layout = scanLayout(fKind, changed, fSettings.policy, ignored);
-    if (!layout || layout->records.size() != plan.entries.size()) return false;
+    if (!layout || layout->records.size() != fPlan.entries.size()) return false;
     auto made = fMade.begin();
     Fingerprint fingerprint;
-    for (std::size_t i = 0; i < plan.entries.size(); ++i) {
+    for (std::size_t i = 0; i < fPlan.entries.size(); ++i) {
         const SceneRecordRange& range = layout->records[i].range;
-        const ScenePlan::Entry& entry = plan.entries[i];
-        if (!range.closed || !holds(changed, range, bytesOf(plan, i), fingerprint)) return false;
+        const ScenePlan::Entry& entry = fPlan.entries[i];
+        if (!range.closed || !holds(changed, range, bytesOf(i), fingerprint)) return false;
         if (entry.kept) {
             if (range.kind != entry.kept->range.kind) return false;
             continue;
@@ -373,19 +372,19 @@ bool SceneWriter::isSection(SceneInput& changed, const ScenePlan& plan) {
     }
     fWritten.fingerprint = fingerprint.value();
     fWritten.begin = layout->begin;
-    noteRecords(plan);
+    noteRecords();
     return true;
 }
 
 // The records of the new section are those of the plan, so the next write can take texts over, too.
-void SceneWriter::noteRecords(const ScenePlan& plan) {
+void SceneWriter::noteRecords() {
     if (fSnapshot.records.size() != fLayout->records.size()) return;
     std::map<const SceneLayout::Item*, const ReadSnapshot::Record*> read;
     for (std::size_t i = 0; i < fLayout->records.size(); ++i) {
         read.emplace(&fLayout->records[i], &fSnapshot.records[i]);
     }
     auto made = fMade.begin();
-    for (const ScenePlan::Entry& entry : plan.entries) {
+    for (const ScenePlan::Entry& entry : fPlan.entries) {
         fWritten.records.push_back(entry.kept
                                        ? *read.at(entry.kept)
                                        : ReadSnapshot::Record{(made++)->record.name, true, true});

@@ -63,7 +63,7 @@ class SceneWriter {
     bool loadTail(SceneInput& input);
     bool readTail(SceneInput& input);
     bool checkConflict(Files::File& file, SceneInput& input);
-    bool decide(ScenePlan& plan);
+    bool decide();
     bool checkOldBytes(SceneInput& input) const;
     bool checkUnderstood() const;
     bool checkNewRecords(const std::set<std::string>& structures,
@@ -71,19 +71,17 @@ class SceneWriter {
     void addRemarks(const FactFinder& finder, const Merge::Plan& plan,
                     const std::set<std::string>& newStructures,
                     const std::set<std::string>& newNodes);
-    bool format(const Merge::Item& item, const FactFinder& finder, ScenePlan& plan);
+    bool format(const Merge::Item& item, const FactFinder& finder);
     [[nodiscard]] bool formatStructure(const std::string& name, std::string& bytes) const;
-    [[nodiscard]] bool makeNode(const std::string& name, Part part, const FactFinder& finder,
-                                ScenePlan& plan);
+    [[nodiscard]] bool makeNode(const std::string& name, Part part, const FactFinder& finder);
     [[nodiscard]] bool changesNodesOnly(const Merge::Plan& plan) const;
     [[nodiscard]] std::string_view bytesOf(const SceneRecordRange& range) const;
-    [[nodiscard]] std::vector<std::string_view> bytesOf(const ScenePlan& plan,
-                                                        std::size_t number) const;
-    [[nodiscard]] bool isSection(SceneInput& changed, const ScenePlan& plan);
-    bool verify(SceneInput& input, const ScenePlan& plan);
+    [[nodiscard]] std::vector<std::string_view> bytesOf(std::size_t number) const;
+    [[nodiscard]] bool isSection(SceneInput& changed);
+    bool verify(SceneInput& input);
     bool verifyAll(SceneInput& changed) const;
     void noteDigests(const std::set<std::string>& newNodes);
-    void noteRecords(const ScenePlan& plan);
+    void noteRecords();
     void noteKept(const std::set<std::string>& newNodes);
 
     const SceneKind& fKind;
@@ -104,7 +102,8 @@ class SceneWriter {
         std::optional<std::uint64_t> textDigest;  // empty for those that are verified
     };
     std::deque<MadeRecord> fMade;
-    std::vector<SceneChange> fChanges;
+    ScenePlan fPlan;
+    std::vector<SceneChange> fChanges;  // views of the tail and the plan
     Findings fNotes;
     Findings* fFindings = nullptr;  // of the `compose` under way
     bool fMetConflict = false;
