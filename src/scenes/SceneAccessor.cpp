@@ -11,6 +11,7 @@
 
 #include "files/LockedFile.h"
 #include "files/ReadAhead.h"
+#include "files/ScannedBlocks.h"
 #include "scenes/CheckedKind.h"
 #include "scenes/Findings.h"
 #include "scenes/Inspection.h"
@@ -168,7 +169,8 @@ bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTa
     Files::File& file = opening.file->file();
     const auto before = opening.hasLocks ? std::nullopt : look(file);
     Files::ReadAhead ahead(file);
-    InputOfFile input(ahead);
+    Files::ScannedBlocks blocks(ahead);
+    InputOfFile input(blocks);
     ModelBuilder::Request request;
     request.structureNames = task.structureNames;
     request.associationNames = task.associationNames;

@@ -9,14 +9,20 @@
 #include <string>
 
 #include "files/MemoryFile.h"
+#include "files/ScannedBlocks.h"
 
 namespace orbo::Files {
 namespace {
 
+std::string randomBytes(std::size_t count, std::mt19937& random) {
+    std::string bytes(count, '\0');
+    for (char& c : bytes) c = static_cast<char>(random());
+    return bytes;
+}
+
 TEST(ReadAheadTest, GivesTheBytesThatTheFileHas) {
     std::mt19937 random(5);
-    std::string bytes(300'000, '\0');
-    for (char& c : bytes) c = static_cast<char>(random());
+    const std::string bytes = randomBytes(300'000, random);
     MemoryFile file(bytes);
     MemoryFile plain(bytes);
     ReadAhead ahead(file);
@@ -36,7 +42,8 @@ TEST(ReadAheadTest, GivesTheBytesThatTheFileHas) {
         ASSERT_EQ(got, expected) << at;
         at += count;
     }
-    EXPECT_FALSE(ahead.seek(bytes.size() + 1) && ahead.read(bytes.data(), 1).value_or(0) > 0);
+    EXPECT_FALSE(ahead.seek(bytes.size() + 1) &&
+                 ahead.read(std::string(1, ' ').data(), 1).value_or(0) > 0);
     EXPECT_FALSE(ahead.write("x", 1) || ahead.truncate(0) || ahead.sync());
 }
 
@@ -73,6 +80,53 @@ TEST(ReadAheadTest, OnlyWhatIsAskedForMustBeThere) {
     for (std::uint64_t at = bytes.size() - 4096; at > 300'000; at -= 4096) {
         const bool there = at > 335'000 || at + 4096 <= 335'000;
         EXPECT_EQ(readExactlyAt(ahead, at, got.data(), got.size()), there) << at;
+    }
+}
+
+/// Counts the bytes that are read.
+class Counted : public MemoryFile {
+  public:
+    using MemoryFile::MemoryFile;
+    [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override {
+        const auto got = MemoryFile::read(to, count);
+        total += got.value_or(0);
+        return got;
+    }
+    std::size_t total = 0;
+};
+
+// As a scan reads a scene: blocks from the end, and each record once its beginning was met.
+TEST(ScannedBlocksTest, ReadsOnceWhatIsScannedAndReadAgain) {
+    std::mt19937 random(6);
+    constexpr std::size_t kBlock = ScannedBlocks::kBlockSize;
+    for (int round = 0; round < 50; ++round) {
+        const std::string bytes = randomBytes(1'000'000 + random() % 100'000, random);
+        Counted file(bytes);
+        ScannedBlocks blocks(file);
+        std::string got(bytes.size(), ' ');
+        const auto expect = [&](std::size_t at, std::size_t count) {
+            ASSERT_TRUE(readExactlyAt(blocks, at, got.data(), count)) << at;
+            ASSERT_EQ(std::string_view(got).substr(0, count),
+                      std::string_view(bytes).substr(at, count));
+        };
+        std::size_t scanned = bytes.size();
+        std::size_t end = bytes.size();  // of the next record
+        while (scanned > 0) {
+            const std::size_t size = std::min(scanned, kBlock);
+            scanned -= size;
+            expect(scanned, size);
+            while (end > scanned && random() % 3 != 0) {
+                const std::size_t begin = end - 1 - random() % (end - scanned);
+                const std::size_t part = 1 + random() % 100;  // of a record that is not wanted
+                const bool isWanted = random() % 2 == 0;
+                expect(isWanted || end - begin <= part ? begin : end - part,
+                       isWanted ? end - begin : std::min(end - begin, part));
+                end = begin;
+            }
+        }
+        EXPECT_EQ(file.total, bytes.size());
+        expect(0, bytes.size());
+        expect(random() % bytes.size(), 1);
     }
 }
 
