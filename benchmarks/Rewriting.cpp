@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::uint64_t kSceneSize = 256 * kMiB;
 constexpr unsigned kElementsOfOneMiB = 22'000;
+constexpr double kKiB = 1024;
 
 // Bytes where the scene has a hole, so that copying has something to copy.
 void fill(const std::string& file) {
@@ -50,6 +51,15 @@ void change(orbo::Data::Accessor& scene) {
     require(scene.write(errors), errors);
 }
 
+// As `quilmeta` reads what it is going to change.
+std::unique_ptr<orbo::Data::Accessor> readCarefully(const std::string& file) {
+    auto scene = orbo::Data::Accessor::accessorByExtension(file);
+    scene->setWritePolicy(orbo::Data::WritePolicy::careful());
+    std::string errors;
+    require(scene->read(file, errors), errors);
+    return scene;
+}
+
 bool compare(const std::string& kind, const orbo::Data::Stream& stream) {
     const Folder folder;
     const std::string file = folder.file("scene" + kind);
@@ -65,9 +75,65 @@ bool compare(const std::string& kind, const orbo::Data::Stream& stream) {
     const double before = processNumber("io", "wchar");
     change(*scene);
     const double written = processNumber("io", "wchar") - before;
-    constexpr double kSizesAndHeader = 4096;
-    bench.count("", written, "section, journal, size fields", 3 * section + kSizesAndHeader, 1,
-                "B");
+    bench.count("", written, "with its journal", 64.0 * kKiB, 1, "B");
+    const double start = processNumber("io", "rchar");
+    change(*readCarefully(file));
+    const double read = processNumber("io", "rchar") - start;
+    // Each scan reads a block in front of the section and one with the trailer.
+    constexpr double kAround = 6 * 64.0 * kKiB;
+    bench.count("", read, "the section twice, with the read", 2 * section + kAround, 1, "B");
+    return bench.result() == 0;
+}
+
+using Words = std::vector<std::string>;
+
+Words showing(const std::string& file) { return {BENCH_QUILMETA, "show", "--quiet", file}; }
+
+// Another value each time.
+Words setting(const std::string& file) {
+    static int value = 0;
+    return {BENCH_QUILMETA,
+            "set",
+            "--quiet",
+            file,
+            "--node",
+            "node0",
+            "--channel",
+            "channel",
+            "--stream",
+            "stream",
+            "--index",
+            "7",
+            "values=" + std::to_string(++value % 9)};
+}
+
+// The command beside one that only reads. The metadata has so many elements, in so many nodes.
+bool compareCommands(const std::string& kind, unsigned count, unsigned nodes) {
+    const Folder folder;
+    const std::string file = folder.file("scene" + kind);
+    Words names;
+    for (unsigned i = 0; i < nodes; ++i) names.push_back("node" + std::to_string(i));
+    // What a child counts as its memory is at least that of the process that began it.
+    const double section = apart([&] {
+        const Elements all = makeElements(count / nodes);
+        return static_cast<double>(makeScene(file, 4096, makeStream(all), names));
+    });
+    // The first change puts a guard in front of the section, and so moves all of it.
+    usageOf(setting(file));
+    const std::string where =
+        " in " + std::to_string(nodes) + (nodes == 1 ? " node, " : " nodes, ") + kind;
+    Bench bench(7);
+    if (count <= kElementsOfOneMiB) {
+        bench.count("set" + where + ", instructions", instructionsOf(setting(file)), "show",
+                    instructionsOf(showing(file)), 1.5, "instr");
+        return bench.result() == 0;
+    }
+    bench.sample("set", [&] { return usageOf(setting(file)).cpu; });
+    bench.sample("show", [&] { return usageOf(showing(file)).cpu; });
+    bench.run();
+    bench.compare("set" + where, "set", "show", 1.5);
+    bench.count("", usageOf(setting(file)).peak - usageOf(showing(file)).peak,
+                "the section, beyond show's peak", section, 1.2, "B");
     return bench.result() == 0;
 }
 
@@ -77,6 +143,12 @@ int main() {
     const Elements elements = makeElements(kElementsOfOneMiB);
     const orbo::Data::Stream stream = makeStream(elements);
     bool held = true;
-    for (const char* const kind : {".kx", ".ky"}) held = compare(kind, stream) && held;
+    for (const char* const kind : {".kx", ".ky"}) {
+        held = compare(kind, stream) && held;
+        for (const unsigned nodes : {1U, 20U}) {
+            for (const unsigned count : {kElementsOfOneMiB, 20 * kElementsOfOneMiB})
+                held = compareCommands(kind, count, nodes) && held;
+        }
+    }
     return held ? 0 : 1;
 }
