@@ -291,6 +291,13 @@ std::vector<SceneChange> CheckedKind::changes(const SceneLayout& layout, std::st
     return std::move(*changes);
 }
 
+std::optional<std::string> CheckedKind::nodeOf(const SceneRecordRange& range,
+                                               SceneInput& input) const {
+    std::string ignored;  // `parse` will tell
+    return tryTo([&] { return fKind->nodeOf(range, input); }, "nodeOf", ignored)
+        .value_or(std::nullopt);
+}
+
 const SceneSplicing* CheckedKind::splicing() const {
     return dynamic_cast<const SceneSplicing*>(fKind.get());
 }

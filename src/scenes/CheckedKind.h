@@ -37,6 +37,8 @@ class CheckedKind final : public SceneKind {
                                                    const ScenePlan& plan,
                                                    Finding& problem) const override;
 
+    [[nodiscard]] std::optional<std::string> nodeOf(const SceneRecordRange& range,
+                                                    SceneInput& input) const override;
     /// Null for a kind that cannot splice.
     [[nodiscard]] const SceneSplicing* splicing() const;
 

@@ -14,6 +14,10 @@ SceneKind::SceneKind(SceneTraits traits) : fTraits(std::move(traits)) {}
 
 SceneKind::~SceneKind() = default;
 
+std::optional<std::string> SceneKind::nodeOf(const SceneRecordRange&, SceneInput&) const {
+    return std::nullopt;
+}
+
 bool SceneKind::isRecognised(SceneInput& input, SceneVisitor& visitor) const {
     Finding problem;
     if (recognise(input, problem)) return true;

@@ -24,9 +24,23 @@ std::string parsed(const std::string& statement) {
     return record->plain ? all : "more: " + all;
 }
 
+// What the end of a statement tells of its node, if it tells anything, is what `parse` finds.
+void expectNodeAtEnd(const std::string& statement) {
+    const char* message = nullptr;
+    const auto record = TextStatement::parse(Kind::kAssociations, statement, message);
+    for (std::size_t size = 0; record && size <= statement.size(); ++size) {
+        const auto node = TextStatement::nodeAtEnd(statement.substr(statement.size() - size));
+        EXPECT_EQ(node.value_or(record->name), record->name) << statement << size;
+    }
+}
+
 TEST(TextStatement, Parses) {
-    for (const auto& row : rowsOf("scenes/data/statements.txt"))
+    for (const auto& row : rowsOf("scenes/data/statements.txt")) {
         EXPECT_EQ(parsed(row.at(0)), row.at(1)) << row[0];
+        if (TextStatement::kindOf(row[0]) == Kind::kAssociations) expectNodeAtEnd(row[0]);
+    }
+    EXPECT_EQ(TextStatement::nodeAtEnd("endChannel\\n\" \n\t\t|a|b;\n"), "|a|b");
+    EXPECT_EQ(TextStatement::nodeAtEnd("\" -scn ;"), "");
     std::string out;
     TextStatement::append(out, {Kind::kStructure, "raw", "A", "name=A\n\\:int32=\"x\""});
     EXPECT_EQ(out, "dataStructure -fmt \"raw\" -as \"name=A\\n\\\\:int32=\"x\"\";\n");

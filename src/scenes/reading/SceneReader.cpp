@@ -65,6 +65,7 @@ class ReadingVisitor final : public FindingsVisitor {
 
     [[nodiscard]] bool found(const SceneRecordRange& range) override {
         ++fMet;
+        if (isOfOtherNode(range)) return true;
         std::string bytes;
         // A record without an end mark is not read: its bytes may belong to something else.
         if (range.closed && !read(range, bytes)) return false;
@@ -85,6 +86,13 @@ class ReadingVisitor final : public FindingsVisitor {
     }
 
   private:
+    /// A fingerprint takes all records.
+    bool isOfOtherNode(const SceneRecordRange& range) {
+        const bool mayBe = fNodes && !fFingerprint && range.closed &&
+                           range.kind == SceneRecord::Kind::kAssociations;
+        const auto node = mayBe ? fKind.nodeOf(range, fInput) : std::nullopt;
+        return node && fNodes->count(*node) == 0;
+    }
     void noteRecord(const std::optional<SceneRecord>& record) {
         if (!fFingerprint) return;
         ReadSnapshot::Record& noted = fRecords.emplace_back();

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenes/text/TextKind.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "scenes/SceneInputs.h"
@@ -157,6 +158,14 @@ class TextKind final : public SceneKind, public SceneSplicing {
         }
         bytes += statement;
         return true;
+    }
+
+    [[nodiscard]] std::optional<std::string> nodeOf(const SceneRecordRange& range,
+                                                    SceneInput& input) const override {
+        constexpr std::uint64_t kLongestEnd = 4096;
+        const std::uint64_t size = std::min(range.end - range.begin, kLongestEnd);
+        const auto end = input.bytes(range.end - size, size);
+        return end ? TextStatement::nodeAtEnd(*end) : std::nullopt;
     }
 
     [[nodiscard]] std::vector<std::size_t> placesOf(

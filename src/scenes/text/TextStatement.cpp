@@ -200,6 +200,15 @@ std::optional<std::string> nodeOf(std::string_view statement) {
     return word == sceneFlag() ? std::string() : std::string(word);
 }
 
+std::optional<std::string> nodeAtEnd(std::string_view end) {
+    const std::size_t quote = end.rfind('"');
+    if (quote == std::string_view::npos) return std::nullopt;
+    const std::string_view behind = end.substr(quote + 1);
+    if (behind.find("//") != std::string_view::npos) return std::nullopt;
+    // A word in front of the name lets `nodeOf` take it for one.
+    return nodeOf("text " + std::string(behind));
+}
+
 SceneRecord unescaped(Parts parts) {
     parts.line.resize(parts.textEnd);
     unescape(parts.line, parts.textBegin);

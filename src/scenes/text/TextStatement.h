@@ -45,6 +45,9 @@ std::string forOtherReaders(std::string_view statement);
 /// The node of an associations statement that `parse` does not understand, if it can be told; the
 /// empty string is the scene itself.
 std::optional<std::string> nodeOf(std::string_view statement);
+/// The same by the end of a statement that is closed, which need not be understood. Nothing where
+/// the whole statement may tell more.
+std::optional<std::string> nodeAtEnd(std::string_view end);
 /// The message about a statement without a ";" of its own.
 const char* unreadableMessage(SceneRecord::Kind kind);
 
