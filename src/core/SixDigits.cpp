@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/SixDigits.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 
 #include "core/EightBytes.h"
 #include "core/EightDigits.h"
@@ -39,6 +41,28 @@ int leastExponent(double magnitude) {
     // log10(2) in fixed point, exact enough for the exponents between the limits below. Rounds
     // down.
     return (binary * 78913 + (1023 << 18)) / (1 << 18) - 1023;
+}
+
+/// A positive number, rounded to six digits: `whole` times ten to the power of `exponent` - 5.
+struct Rounded {
+    std::uint32_t whole;
+    int exponent;
+};
+
+// Empty when it is too close to the middle between two results. The magnitude is within the range
+// of the table of powers.
+std::optional<Rounded> roundToSixDigits(double magnitude) {
+    int exponent = leastExponent(magnitude);
+    double number = scaled(magnitude, kDigits - 1 - exponent);
+    if (number >= kLimit) number = scaled(magnitude, kDigits - 1 - ++exponent);
+    auto whole = static_cast<std::uint32_t>(number);
+    const double aboveHalf = number - whole - 0.5;
+    if (std::fabs(aboveHalf) < kTooNear) return std::nullopt;
+    if (aboveHalf > 0 && ++whole == kLimit) {
+        whole /= 10;
+        ++exponent;
+    }
+    return Rounded{whole, exponent};
 }
 
 // Copying a full register is faster than copying only the bytes needed.
@@ -98,19 +122,59 @@ char* writeSixDigits(char* to, double value) {
     // Keeps to the range of the table of powers, which has all floats; false also for NaN.
     if (!EightBytes::kUsable || !(magnitude >= 1e-54 && magnitude < 1e64)) return nullptr;
 
-    int exponent = leastExponent(magnitude);
-    double number = scaled(magnitude, kDigits - 1 - exponent);
-    if (number >= kLimit) number = scaled(magnitude, kDigits - 1 - ++exponent);
-    auto whole = static_cast<std::uint32_t>(number);
-    const double aboveHalf = number - whole - 0.5;
-    if (std::fabs(aboveHalf) < kTooNear) return nullptr;
-    if (aboveHalf > 0 && ++whole == kLimit) {
-        whole /= 10;
-        ++exponent;
-    }
-    const Digits digits(whole);
+    const auto rounded = roundToSixDigits(magnitude);
+    if (!rounded) return nullptr;
+    const Digits digits(rounded->whole);
+    const int exponent = rounded->exponent;
     return exponent >= -4 && exponent < kDigits ? appendFixed(to, digits, exponent)
                                                 : appendScientific(to, digits, exponent);
+}
+
+namespace {
+
+template <typename T>
+bool survivesTrial(T value) {
+    char text[32];
+    const auto end =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::general, kDigits).ptr;
+    T again = 0;
+    std::from_chars(text, end, again);
+    return again == value;
+}
+
+// The double nearest to the rounded value: both factors are exact, and only the result is rounded.
+// Empty where that is not so, or where arithmetic cannot tell.
+std::optional<double> nearestOfSixDigits(double magnitude) {
+    if (!(magnitude >= 1e-16 && magnitude < 1e22)) return std::nullopt;
+    const auto rounded = roundToSixDigits(magnitude);
+    if (!rounded) return std::nullopt;
+    return scaled(rounded->whole, rounded->exponent - (kDigits - 1));
+}
+
+// Rounding to double first and then to float may end at the other neighbour of the middle between
+// two floats.
+bool isMiddleOfFloats(double value) {
+    std::uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    constexpr std::uint64_t kBelowFloat = (std::uint64_t{1} << 29) - 1;
+    return (bits & kBelowFloat) == std::uint64_t{1} << 28;
+}
+
+}  // namespace
+
+bool survivesSixDigits(float value) {
+    const double magnitude = std::fabs(value);
+    if (magnitude == 0) return true;
+    const auto nearest = nearestOfSixDigits(magnitude);
+    if (!nearest || isMiddleOfFloats(*nearest)) return survivesTrial(value);
+    return static_cast<float>(*nearest) == static_cast<float>(magnitude);
+}
+
+bool survivesSixDigits(double value) {
+    const double magnitude = std::fabs(value);
+    if (magnitude == 0) return true;
+    const auto nearest = nearestOfSixDigits(magnitude);
+    return nearest ? *nearest == magnitude : survivesTrial(value);
 }
 
 }  // namespace orbo::Data

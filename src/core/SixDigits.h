@@ -15,4 +15,9 @@ constexpr std::size_t kSixDigitsRoom = 24;
 /// between two results, too large, too small, not finite.
 char* writeSixDigits(char* to, double value);
 
+/// Whether a value that is written with six digits reads back as it is. Writes it only where
+/// arithmetic cannot tell. The value is finite.
+bool survivesSixDigits(float value);
+bool survivesSixDigits(double value);
+
 }  // namespace orbo::Data

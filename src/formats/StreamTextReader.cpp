@@ -53,6 +53,7 @@ StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
                fContext.partial ? MemberTextReader::AfterBadNumber::kSkipWord
                                 : MemberTextReader::AfterBadNumber::kStop),
       fOutline(fContext.outline),
+      fSeesPlaced(fContext.partial || fContext.listenerFor(Remarks::kPassedOver)),
       fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
 
 std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
@@ -164,8 +165,7 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
 }
 
 void StreamTextReader::readElements(Stream& stream) {
-    if (!fContext.listenerFor(Remarks::kPassedOver) && fLayout->memberCount() > 0 &&
-        fLayout->totalSize() <= kSmallElement) {
+    if (fLayout->memberCount() > 0 && fLayout->totalSize() <= kSmallElement) {
         fPlainText.emplace(*fLayout);
         fHasNumbers = fMakeIndex.typeName() == Index::theTypeName();
     }
@@ -201,14 +201,14 @@ void StreamTextReader::readPlainElements(Stream& stream) {
             next = at + 1;  // an empty line
         }
         // If the values turn out not to be plain, a default element stays for now: the general
-        // reader replaces it, or no stream results. A partial stream results in any case, so there
-        // it must neither stay nor take the place of another.
+        // reader replaces it, or no stream results. Where it could be seen, it must neither stay nor
+        // take the place of another.
         const Placed placed =
             fHasNumbers ? placeNumber(*places, at, last) : placeIndex(*places, at, last);
         const char* const end =
             placed.chunk ? fPlainText->read(placed.values, last, placed.chunk) : nullptr;
         fRecord += end ? lines : lines - 1;
-        if (!end && placed.chunk && fContext.partial) takeBack(*places, placed);
+        if (!end && placed.chunk && fSeesPlaced) takeBack(*places, placed);
         if (!end) break;
         notePlace(placed.isNumber, placed.number, static_cast<std::size_t>(last - next));
         next = end;
@@ -222,7 +222,7 @@ StreamTextReader::Placed StreamTextReader::placeNumber(StreamImpl& places, const
     unsigned int number = 0;
     const char* const end = PlainNumber<unsigned int>::read(at, last, number);
     const char* const values = end ? ElementText::endOfLine(end, last) : nullptr;
-    if (!values || (fContext.partial && places.hasElement(number))) return {};
+    if (!values || (fSeesPlaced && places.hasElement(number))) return {};
     return {places.place(number), values, true, number};
 }
 
@@ -236,7 +236,7 @@ StreamTextReader::Placed StreamTextReader::placeIndex(StreamImpl& places, const 
     fLine = text;
     try {
         Index index = fMakeIndex(fLine);
-        if (fContext.partial && places.hasElement(index)) return {};
+        if (fSeesPlaced && places.hasElement(index)) return {};
         const bool isNumber = !index.complexIndex();
         const unsigned int number = index.index();
         return {places.place(std::move(index)), at + size + 1, isNumber, number};

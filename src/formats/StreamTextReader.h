@@ -91,6 +91,8 @@ class StreamTextReader {
     std::string fLine;            // as read
     std::string_view fTrimmed;    // the line without blanks at its ends
 
+    // A partial stream results in any case, and remarks tell of elements that are there already.
+    const bool fSeesPlaced;
     std::string fName;
     IndexTypes::Maker fMakeIndex;
     const Structure* fStructure = nullptr;

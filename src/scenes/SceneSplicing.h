@@ -15,7 +15,7 @@
 namespace orbo::Data {
 
 /// A kind of scene may derive from this, too. Like its other functions these depend on their
-/// arguments alone.
+/// arguments alone. Such a kind gives back every text without zero bytes that `format` was given.
 class SceneSplicing {
   public:
     /// Bytes of another record, which are to stand at an offset of a text.

@@ -152,7 +152,8 @@ std::optional<Finding> differenceOf(const WrittenModel::Node& node, const KeptTe
 }
 
 std::optional<Finding> differenceOf(const WrittenModel& model,
-                                    const Accessor::AssociationsMap& readBack) {
+                                    const Accessor::AssociationsMap& readBack,
+                                    const std::set<std::string>& leftOut) {
     for (const auto& structure : model.structures()) {
         const Structure* other = Structure::structureByName(structure->name());
         if (other && *other == *structure) continue;
@@ -166,6 +167,7 @@ std::optional<Finding> differenceOf(const WrittenModel& model,
             missing.node = *node.name;
             return missing;
         }
+        if (leftOut.count(*node.name) > 0 && other->second.empty()) continue;
         NodeCompare comparison(node);
         if (!comparison.compare(other->second)) return comparison.difference();
     }

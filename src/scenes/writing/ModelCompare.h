@@ -6,6 +6,8 @@
 #include <data/Finding.h>
 
 #include <optional>
+#include <set>
+#include <string>
 
 #include "formats/WriteContext.h"
 #include "scenes/writing/WrittenModel.h"
@@ -18,9 +20,11 @@ bool isSame(const Associations& left, const Associations& right);
 /// The first place where what was read back differs from the model, as a finding without code;
 /// empty when there is none. Structures are looked up in this thread's registry; both sides may
 /// have more than `model` asks for. A null string equals the empty string, empty channels and the
-/// kind of storage are ignored, numbers are compared bit by bit.
+/// kind of storage are ignored, numbers are compared bit by bit. Nodes in `leftOut` read back
+/// empty.
 std::optional<Finding> differenceOf(const WrittenModel& model,
-                                    const Accessor::AssociationsMap& readBack);
+                                    const Accessor::AssociationsMap& readBack,
+                                    const std::set<std::string>& leftOut = {});
 /// The same for one node, of which everything was read back but the elements that `kept` has.
 std::optional<Finding> differenceOf(const WrittenModel::Node& node, const KeptTexts& kept,
                                     const Associations& readBack);

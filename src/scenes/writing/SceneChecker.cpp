@@ -3,7 +3,6 @@
 #include "scenes/writing/SceneChecker.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <optional>
@@ -14,6 +13,8 @@
 #include "core/Excerpt.h"
 #include "core/HandleAccess.h"
 #include "core/Layout.h"
+#include "core/SixDigits.h"
+#include "scenes/CheckedKind.h"
 #include "scenes/model/ModelPlace.h"
 #include "scenes/writing/FloatingNumbers.h"
 #include "scenes/writing/ModelCheck.h"
@@ -33,12 +34,7 @@ enum class NumberProblem { kNone, kNotFinite, kBeyondSixDigits };
 template <typename T>
 NumberProblem problemOf(T number) {
     if (!std::isfinite(number)) return NumberProblem::kNotFinite;
-    char text[32];
-    const auto end =
-        std::to_chars(text, text + sizeof text, number, std::chars_format::general, 6).ptr;
-    T again = 0;
-    std::from_chars(text, end, again);
-    return again == number ? NumberProblem::kNone : NumberProblem::kBeyondSixDigits;
+    return survivesSixDigits(number) ? NumberProblem::kNone : NumberProblem::kBeyondSixDigits;
 }
 
 // The worst problem of a member's numbers; a number that is not finite is the worst of all.
@@ -178,7 +174,7 @@ void checkRewrite(const SceneKind& kind, const Accessor& accessor, const ReadSna
     // Don't report a refusal twice.
     if (refusals.all().empty() && !isKnown) {
         ModelDigests digests;
-        SceneWriter writer(kind, accessor, snapshot, digests, {policy, {true}, true});
+        SceneWriter writer(kind, accessor, snapshot, digests, {policy, {true}, true, splicingOf(kind) != nullptr});
         Findings problems;
         if (!writer.compose(file, problems)) {
             for (Finding problem : problems.all()) addRefusal(std::move(problem), {}, refusals);

@@ -16,7 +16,7 @@ namespace orbo::Data {
 void checkModel(const Accessor& accessor, const ReadSnapshot& snapshot, Findings& findings);
 
 /// Writes all of the model anew, in memory, by a careful write, and compares what would be read
-/// back. The snapshot has the places of the records.
+/// back; what certainly reads back is not tried. The snapshot has the places of the records.
 void checkRewrite(const SceneKind& kind, const Accessor& accessor, const ReadSnapshot& snapshot,
                   Files::File& file, Findings& findings);
 

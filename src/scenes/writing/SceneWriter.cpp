@@ -17,6 +17,7 @@
 #include "scenes/model/ModelText.h"
 #include "scenes/reading/RecordReader.h"
 #include "scenes/reading/SceneReader.h"
+#include "scenes/writing/CertainNode.h"
 #include "scenes/writing/ModelCheck.h"
 #include "scenes/writing/ModelCompare.h"
 
@@ -194,7 +195,7 @@ bool SceneWriter::checkConflict(Files::File& file, SceneInput& input) {
 bool SceneWriter::decide() {
     const WritePolicy& policy = fSettings.policy;
     FactFinder finder({fKind, *fLayout, fTail, fModel, fSnapshot, fSettings.readPolicy, fDigests,
-                       policy.exactNumbers, fIsAsRead && !fSettings.rewritesAll});
+                       policy.exactNumbers, fIsAsRead});
     Merge::Plan merged =
         finder.plan({policy.verify, fSettings.rewritesAll, fKind.traits().sceneFirst});
     if (merged.refusal) return fail(std::move(merged.refusal));
@@ -288,9 +289,27 @@ bool SceneWriter::formatStructure(const std::string& name, std::string& bytes) c
     return fail(refusal(at(place, problems)));
 }
 
+bool SceneWriter::isLeftOut(const Associations& node) const {
+    // Whether the distances in a larger section fit their fields may depend on the texts.
+    constexpr std::size_t kLargeSection = std::size_t{1} << 30;
+    return fSettings.leavesOutCertain && fTail.size() < kLargeSection && readsBackForCertain(node);
+}
+
+bool SceneWriter::makeEmpty(const std::string& name, Part part) {
+    Findings ignored;
+    const auto record = recordOf(name, Associations(), fSettings.policy.exactNumbers, ignored);
+    fLeftOut.insert(name);
+    fPlan.entries.push_back({part, nullptr, {}});
+    return (record && fKind.format(*record, fPlan.entries.back().bytes)) ||
+           fail(refusal(ModelPlace::of(name) + ": name cannot be written", name));
+}
+
 bool SceneWriter::makeNode(const std::string& name, Part part, const FactFinder& finder) {
+    if (isLeftOut(*fModel.entry(name))) return makeEmpty(name, part);
     std::optional<NodeMaker::Old> old;
-    if (const SceneLayout::Item* const item = finder.itemReadAs(name)) {
+    const SceneLayout::Item* const item =
+        fSettings.rewritesAll ? nullptr : finder.itemReadAs(name);
+    if (item) {
         old = {item->range, bytesOf(item->range)};
     }
     auto made = fMaker.make(name, old, fVerifiesParts, *fFindings);
@@ -409,7 +428,7 @@ bool SceneWriter::verifyAll(SceneInput& changed) const {
     } catch (const Index::eCreationErrors&) {
         return fail(refusal("An index type of the new metadata is not registered."));
     }
-    auto difference = differenceOf(fModel, readBack);
+    auto difference = differenceOf(fModel, readBack, fLeftOut);
     if (!difference) return true;
     (void)fail(std::move(difference));
     fFindings->add(std::move(problems));

@@ -36,6 +36,8 @@ class SceneWriter {
         /// Makes also the records anew that the file has already, so that the verification looks at
         /// the whole model.
         bool rewritesAll = false;
+        /// Verifies with empty texts in place of those that certainly read back as they are.
+        bool leavesOutCertain = false;
     };
 
     /// All but the settings outlive the writer. The digests are those of the model.
@@ -73,6 +75,8 @@ class SceneWriter {
                     const std::set<std::string>& newNodes);
     bool format(const Merge::Item& item, const FactFinder& finder);
     [[nodiscard]] bool formatStructure(const std::string& name, std::string& bytes) const;
+    [[nodiscard]] bool isLeftOut(const Associations& node) const;
+    [[nodiscard]] bool makeEmpty(const std::string& name, Part part);
     [[nodiscard]] bool makeNode(const std::string& name, Part part, const FactFinder& finder);
     [[nodiscard]] bool changesNodesOnly(const Merge::Plan& plan) const;
     [[nodiscard]] std::string_view bytesOf(const SceneRecordRange& range) const;
@@ -95,6 +99,7 @@ class SceneWriter {
     std::uint64_t fTailBegin = 0;
     std::string fTail;  // of the file, from there on
     bool fIsAsRead = false;
+    std::set<std::string> fLeftOut;  // nodes whose texts need no verification
     bool fVerifiesParts = false;  // the new records one by one, as each is made
     /// The new records of nodes, without their texts.
     struct MadeRecord {

@@ -20,10 +20,9 @@ std::string json(std::string_view text) {
 }  // namespace
 
 void JsonDocument::startLine(const char* otherwise) {
-    if (fLayout == Layout::kLines)
-        fOutput.write('\n' + std::string(2 * fDepth, ' '));
-    else
-        fOutput.write(otherwise);
+    if (fLayout != Layout::kLines) return fOutput.write(otherwise);
+    fLineStart.assign(1, '\n').append(2 * fDepth, ' ');
+    fOutput.write(fLineStart);
 }
 
 // An empty list stays on one line.

@@ -45,6 +45,7 @@ class JsonDocument {
     Output& fOutput;
     Layout fLayout;
     size_t fDepth;
+    std::string fLineStart;  // keeps its room from line to line
 };
 
 }  // namespace orbo::Quilmeta

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iterator>
 
 namespace orbo::Quilmeta {
@@ -64,6 +65,9 @@ void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoin
         out += bytes;
 }
 
+/// True for printable ASCII that JSON takes as it is.
+bool isPlain(char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; }
+
 }  // namespace
 
 void setWideIntegers(WideIntegers how) { gWideIntegers = how; }
@@ -71,6 +75,12 @@ void setWideIntegers(WideIntegers how) { gWideIntegers = how; }
 WideIntegers wideIntegers() { return gWideIntegers; }
 
 void appendJson(std::string& out, std::string_view text) {
+    if (std::all_of(text.begin(), text.end(), isPlain)) {
+        out += '"';
+        out += text;
+        out += '"';
+        return;
+    }
     if (!isUtf8(text)) {
         out += "{ \"base64\": \"";
         appendBase64(out, text);

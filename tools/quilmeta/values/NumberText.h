@@ -2,14 +2,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <cmath>
-#include <iterator>
+#include <cstddef>
 #include <string>
 #include <type_traits>
 
 namespace orbo::Quilmeta {
+
+/// Without a look at a format, and with one copy.
+template <typename Number>
+void appendFinite(std::string& out, Number number) {
+    constexpr size_t kRoom = 64;  // the longest number takes 24
+    char text[kRoom];
+    const char* const end = fmt::format_to(text, FMT_COMPILE("{}"), number);
+    out.append(text, static_cast<size_t>(end - text));
+}
 
 /// Appends a number. A float gets the digits that it needs to be read back as a float, not as a
 /// double. NaN, Infinity and -Infinity stand for what is not finite.
@@ -23,7 +33,7 @@ void appendNumber(std::string& out, Number number) {
         else if (number == 0 && std::signbit(number))
             out += "-0.0";  // many readers take "-0" for an integer and lose the sign
         else
-            fmt::format_to(std::back_inserter(out), "{}", number);
+            appendFinite(out, number);
     } else {
         const fmt::format_int digits(number);
         out.append(digits.data(), digits.size());
