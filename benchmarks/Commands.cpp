@@ -131,10 +131,35 @@ bool compareLargeScenes(const std::string& kind) {
     return bench.result() == 0;
 }
 
+/// What commands cost beside reading the same scene of 1 MB, in instructions.
+bool compareWithShow(const std::string& kind, unsigned nodes) {
+    constexpr unsigned kElementsOf1MB = 22'000;
+    constexpr double kTwice = 2;
+    const Folder folder;
+    const std::string scene = folder.file("scene" + kind);
+    Words names;
+    for (unsigned i = 0; i < nodes; ++i) names.push_back("node" + std::to_string(i));
+    makeScene(scene, 4096, makeStream(makeElements(kElementsOf1MB / nodes)), names);
+    const auto instructions = [&](const char* command) {
+        return instructionsOf({BENCH_QUILMETA, command, scene});
+    };
+    Bench bench(0);
+    const double show = instructions("show");
+    const std::string where = " of " + std::to_string(nodes) + " nodes, " + kind;
+    for (const char* const command : {"check", "export"}) {
+        bench.count(command + where, instructions(command), "show", show, kTwice, "instr");
+    }
+    return bench.result() == 0;
+}
+
 }  // namespace
 
 int main() {
-    bool held = compareManyScenes();
+    bool held = true;
+    for (const char* const kind : {".kx", ".ky"}) {
+        for (const unsigned nodes : {1u, 20u}) held = compareWithShow(kind, nodes) && held;
+    }
+    held = compareManyScenes() && held;
     for (const char* const kind : {".kx", ".ky"}) held = compareLargeScenes(kind) && held;
     return held ? 0 : 1;
 }

@@ -201,8 +201,8 @@ void StreamTextReader::readPlainElements(Stream& stream) {
             next = at + 1;  // an empty line
         }
         // If the values turn out not to be plain, a default element stays for now: the general
-        // reader replaces it, or no stream results. Where it could be seen, it must neither stay nor
-        // take the place of another.
+        // reader replaces it, or no stream results. Where it could be seen, it must neither stay
+        // nor take the place of another.
         const Placed placed =
             fHasNumbers ? placeNumber(*places, at, last) : placeIndex(*places, at, last);
         const char* const end =

@@ -174,7 +174,8 @@ void checkRewrite(const SceneKind& kind, const Accessor& accessor, const ReadSna
     // Don't report a refusal twice.
     if (refusals.all().empty() && !isKnown) {
         ModelDigests digests;
-        SceneWriter writer(kind, accessor, snapshot, digests, {policy, {true}, true, splicingOf(kind) != nullptr});
+        SceneWriter writer(kind, accessor, snapshot, digests,
+                           {policy, {true}, true, splicingOf(kind) != nullptr});
         Findings problems;
         if (!writer.compose(file, problems)) {
             for (Finding problem : problems.all()) addRefusal(std::move(problem), {}, refusals);

@@ -307,8 +307,7 @@ bool SceneWriter::makeEmpty(const std::string& name, Part part) {
 bool SceneWriter::makeNode(const std::string& name, Part part, const FactFinder& finder) {
     if (isLeftOut(*fModel.entry(name))) return makeEmpty(name, part);
     std::optional<NodeMaker::Old> old;
-    const SceneLayout::Item* const item =
-        fSettings.rewritesAll ? nullptr : finder.itemReadAs(name);
+    const SceneLayout::Item* const item = fSettings.rewritesAll ? nullptr : finder.itemReadAs(name);
     if (item) {
         old = {item->range, bytesOf(item->range)};
     }

@@ -100,7 +100,7 @@ class SceneWriter {
     std::string fTail;  // of the file, from there on
     bool fIsAsRead = false;
     std::set<std::string> fLeftOut;  // nodes whose texts need no verification
-    bool fVerifiesParts = false;  // the new records one by one, as each is made
+    bool fVerifiesParts = false;     // the new records one by one, as each is made
     /// The new records of nodes, without their texts.
     struct MadeRecord {
         SceneRecord record;

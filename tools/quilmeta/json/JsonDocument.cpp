@@ -21,7 +21,8 @@ std::string json(std::string_view text) {
 
 void JsonDocument::startLine(const char* otherwise) {
     if (fLayout != Layout::kLines) return fOutput.write(otherwise);
-    fLineStart.assign(1, '\n').append(2 * fDepth, ' ');
+    const size_t size = 1 + 2 * fDepth;
+    if (fLineStart.size() != size) fLineStart.assign(1, '\n').append(size - 1, ' ');
     fOutput.write(fLineStart);
 }
 

@@ -45,7 +45,7 @@ class JsonElement {
   private:
     struct Field {
         const Data::Member* member;
-        std::string key;
+        std::string lead;  // all that stands between the values before and those of the member
     };
 
     std::vector<Field> fFields;

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "core/ShortestDigits.h"
+
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
@@ -12,13 +14,21 @@
 
 namespace orbo::Quilmeta {
 
-/// Without a look at a format, and with one copy.
+/// The longest number takes 24 bytes; some more are overwritten.
+constexpr size_t kNumberRoom = Data::kShortestRoom;
+
+/// Writes a number that is finite, but not 0, as `appendNumber` does, and returns the end.
 template <typename Number>
-void appendFinite(std::string& out, Number number) {
-    constexpr size_t kRoom = 64;  // the longest number takes 24
-    char text[kRoom];
-    const char* const end = fmt::format_to(text, FMT_COMPILE("{}"), number);
-    out.append(text, static_cast<size_t>(end - text));
+char* writeFinite(char* to, Number number) {
+    const Number magnitude = std::fabs(number);
+    // Digits of larger numbers would be exact instead of the fewest.
+    if (magnitude >= Number(1e-4) && magnitude < Number(sizeof number == 4 ? 1e7 : 1e15)) {
+        char* const end = Data::writeShortest(to, number);
+        // An exponent, which has two digits here, is not wanted.
+        const bool hasExponent = end && end - to > 4 && end[-4] == 'e';
+        if (end && !hasExponent) return end;
+    }
+    return fmt::format_to(to, FMT_COMPILE("{}"), number);
 }
 
 /// Appends a number. A float gets the digits that it needs to be read back as a float, not as a
@@ -26,14 +36,16 @@ void appendFinite(std::string& out, Number number) {
 template <typename Number>
 void appendNumber(std::string& out, Number number) {
     if constexpr (std::is_floating_point_v<Number>) {
-        if (std::isnan(number))
+        if (std::isnan(number)) {
             out += "NaN";
-        else if (std::isinf(number))
+        } else if (std::isinf(number)) {
             out += number < 0 ? "-Infinity" : "Infinity";
-        else if (number == 0 && std::signbit(number))
-            out += "-0.0";  // many readers take "-0" for an integer and lose the sign
-        else
-            appendFinite(out, number);
+        } else if (number == 0) {
+            out += std::signbit(number) ? "-0.0" : "0";  // many readers lose the sign of "-0"
+        } else {
+            char text[kNumberRoom];
+            out.append(text, static_cast<size_t>(writeFinite(text, number) - text));
+        }
     } else {
         const fmt::format_int digits(number);
         out.append(digits.data(), digits.size());
