@@ -191,6 +191,62 @@ const std::vector<HostileScene>& hostileScenes() {
          [](std::size_t n) { return elements("int8=x", repeated(n, "x\n1\n")); }},
         {"words that are none", false,
          [](std::size_t n) { return textScene(node("n", repeated(n, "channel\nx\n"))); }},
+        {"a word that is none in each value", false,
+         [](std::size_t n) {
+             return elements("int8=x:float=y:string=z",
+                             repeat(n, [](const string& i) { return i + "\nx y z\n"; }));
+         }},
+        {"elements of one index", false,
+         [](std::size_t n) { return elements("int8=x", repeated(n, "7\n1\n")); }},
+        {"blanks", false,
+         [](std::size_t n) {
+             return elements("int8=x", repeat(n, [](const string& i) {
+                                 return i + string(40, ' ') + "\n" + string(40, '\t') + "1\n";
+                             }));
+         }},
+        {"empty lines", false,
+         [](std::size_t n) { return elements("int8=x", "0\n" + string(n, '\n') + "1\n"); }},
+        {"empty streams", false,
+         [](std::size_t n) {
+             return textScene(
+                 structure("name=S:int8=x") +
+                 node("n", channel(repeat(n, [](const string& i) { return stream("", i); })) +
+                               "endAssociations\n"));
+         }},
+        {"streams of one name", false,
+         [](std::size_t n) {
+             return textScene(
+                 structure("name=S:int8=x") +
+                 node("n", channel(repeated(n, stream("0\n1\n"))) + "endAssociations\n"));
+         }},
+        {"streams without their structure", false,
+         [](std::size_t n) {
+             return textScene(
+                 node("n", channel(repeated(n, stream("0\n1\n"))) + "endAssociations\n"));
+         }},
+        {"escaped names", false,
+         [](std::size_t n) {
+             return textScene(
+                 structure("name=S:int8=x") +
+                 node("n", channel(stream("0\n1\n"), repeated(n, "\"\\")) + "endAssociations\n"));
+         }},
+        {"quotes in quotes", false,
+         [](std::size_t n) {
+             return elements("string=x", "0\n\"" + repeated(n, "\\\\\\\"") + "\"\n");
+         }},
+        {"strings that do not end", false,
+         [](std::size_t n) {
+             return elements("string=x", repeat(n, [](const string& i) { return i + "\n\"x\n"; }));
+         }},
+        {"a statement of many lines", false,
+         [](std::size_t n) {
+             return textScene("applyMetadata -fmt \"raw\"\n" + repeated(n, "\t-x\n") + "n;\n");
+         }},
+        {"pairs", false,
+         [](std::size_t n) {
+             return elements("int8=x", repeat(n, [](const string& i) { return i + " 1\n1\n"; }),
+                             "pair");
+         }},
         // What the chunk walk meets.
         {"empty chunks", true,
          [](std::size_t n) { return binaryScene(repeated(n, chunk("APPL", ""))); }},
