@@ -10,18 +10,15 @@ namespace orbo::Files {
 
 /// Reads ahead once reads follow each other, forwards or backwards, and keeps what it read. Don't
 /// use it for a file that changes meanwhile.
-class ReadAhead : public ReadOnlyFile {
+class ReadAhead : public FileInFront {
   public:
     static constexpr std::size_t kWindowSize = 64 * 1024;
 
     /// The file outlives this.
-    explicit ReadAhead(File& file) : fFile(file), fWindow(new char[kWindowSize]) {}
+    explicit ReadAhead(File& file) : FileInFront(file), fWindow(new char[kWindowSize]) {}
 
-    [[nodiscard]] std::optional<FileStatus> status() override { return noting(fFile.status()); }
     [[nodiscard]] bool seek(std::uint64_t offset) override;
     [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override;
-    [[nodiscard]] LockResult lock(Lock kind) override { return fFile.lock(kind); }
-    void unlock() override { fFile.unlock(); }
 
   private:
     struct Range {
@@ -33,18 +30,12 @@ class ReadAhead : public ReadOnlyFile {
         }
     };
 
-    template <typename Result>
-    Result noting(Result result) {
-        if (!result) fError = fFile.error();
-        return result;
-    }
     /// The window to load for these bytes; empty when they should be read alone.
     [[nodiscard]] Range windowFor(const Range& wanted) const;
     [[nodiscard]] std::optional<std::size_t> readFrom(std::uint64_t begin, char* to,
                                                       std::size_t count);
     [[nodiscard]] bool load(const Range& window);
 
-    File& fFile;
     std::unique_ptr<char[]> fWindow;
     Range fLoaded;  // the range of the file in the window
     Range fLast;    // the last read

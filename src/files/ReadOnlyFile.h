@@ -21,4 +21,24 @@ class ReadOnlyFile : public File {
     }
 };
 
+/// Stands in front of a file that outlives it, and reads from it in another way.
+class FileInFront : public ReadOnlyFile {
+  public:
+    [[nodiscard]] std::optional<FileStatus> status() override { return noting(fFile.status()); }
+    [[nodiscard]] LockResult lock(Lock kind) override { return fFile.lock(kind); }
+    void unlock() override { fFile.unlock(); }
+
+  protected:
+    explicit FileInFront(File& file) : fFile(file) {}
+
+    /// Takes over the file's error when there is no result.
+    template <typename Result>
+    Result noting(Result result) {
+        if (!result) fError = fFile.error();
+        return result;
+    }
+
+    File& fFile;
+};
+
 }  // namespace orbo::Files

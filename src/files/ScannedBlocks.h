@@ -13,25 +13,17 @@ namespace orbo::Files {
 /// Remembers the blocks of a scan from the file's end to its beginning until a record in them is
 /// read, so that the system need not deliver them twice. Don't use it for a file that changes
 /// meanwhile.
-class ScannedBlocks : public ReadOnlyFile {
+class ScannedBlocks : public FileInFront {
   public:
     static constexpr std::size_t kBlockSize = 64 * 1024;
 
     /// The file outlives this.
-    explicit ScannedBlocks(File& file) : fFile(file) {}
+    explicit ScannedBlocks(File& file) : FileInFront(file) {}
 
-    [[nodiscard]] std::optional<FileStatus> status() override { return noting(fFile.status()); }
     [[nodiscard]] bool seek(std::uint64_t offset) override;
     [[nodiscard]] std::optional<std::size_t> read(char* to, std::size_t count) override;
-    [[nodiscard]] LockResult lock(Lock kind) override { return fFile.lock(kind); }
-    void unlock() override { fFile.unlock(); }
 
   private:
-    template <typename Result>
-    Result noting(Result result) {
-        if (!result) fError = fFile.error();
-        return result;
-    }
     /// Ends where the next one begins.
     struct Block {
         std::uint64_t begin;
@@ -47,7 +39,6 @@ class ScannedBlocks : public ReadOnlyFile {
     void remember(const char* bytes, std::size_t count);
     void forgetFrom(std::uint64_t offset);
 
-    File& fFile;
     std::uint64_t fPosition = 0;
     std::deque<Block> fBlocks;  // in the order of the file
 };

@@ -1,4 +1,4 @@
-// What a kind of scene can do so that records keep the bytes of what stays in them.
+// Lets a kind of scene keep the bytes of what stays in a record.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 

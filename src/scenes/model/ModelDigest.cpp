@@ -46,7 +46,7 @@ class ElementHash final : public ElementVisitor {
     }
 
   private:
-    // What the lowest bits of an element's first word say.
+    // The lowest bits of an element's first word say what follows.
     static constexpr std::uint64_t kNumbered = 2;
     static constexpr int kTagBits = 2;
     static std::uint64_t hasData(const char* chunk) { return chunk ? 1 : 0; }

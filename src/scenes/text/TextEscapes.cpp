@@ -209,8 +209,8 @@ const char* findBareQuote(const char* at, const char* end) {
     constexpr std::uint64_t kEven = 0x5555555555555555;
     std::uint64_t carried = 0;  // 1 when the first character of the block is escaped
     for (; end - at >= kBlock; at += kBlock) {
-        // Of the backslashes in a row the second, fourth... are escaped, and what follows an odd
-        // number of them. Adding the first one carries into the place behind the last.
+        // A row of backslashes escapes what follows it if their number is odd. Adding its first
+        // one carries into the place behind the last.
         const std::uint64_t backslashes = marksIn64(at, '\\') & ~carried;
         const std::uint64_t starts = backslashes & ~(backslashes << 1);
         std::uint64_t behindOdd = 0;

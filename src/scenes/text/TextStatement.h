@@ -54,7 +54,7 @@ const char* unreadableMessage(SceneRecord::Kind kind);
 /// Appends the statement from which `parse` gets the record back. The format contains no quotes,
 /// and the name passes `canBeTarget`.
 void append(std::string& out, const SceneRecord& record);
-/// What `append` puts in front of the text, and behind it.
+/// Both give what `append` puts around the text.
 std::string beginOf(const SceneRecord& record);
 std::string endOf(const SceneRecord& record);
 /// See `SceneSplicing::placesOf`. Knows only statements whose text stands in their first line.

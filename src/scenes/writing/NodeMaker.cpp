@@ -87,7 +87,7 @@ std::optional<RecordBytes> NodeMaker::oldBytes(const std::string& name, const Ol
     return RecordBytes::of(*fSplicing, fKept.back(), outlines);
 }
 
-// What was kept has been read from the very same text.
+// Needs no look at what was kept: that has been read from the very same text.
 bool NodeMaker::verify(const std::string& name, const KeptRecord& made, const KeptTexts& kept,
                        Findings& findings) const {
     ReadContext context;

@@ -35,7 +35,7 @@ class NodeMaker {
         const WritePolicy& policy;
         const ReadPolicy& readPolicy;
     };
-    /// What the file has for a node.
+    /// Holds what the file has for a node.
     struct Old {
         SceneRecordRange range;
         std::string_view bytes;

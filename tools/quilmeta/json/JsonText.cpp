@@ -67,7 +67,7 @@ void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoin
 /// Whether each byte is printable ASCII that JSON takes as it is.
 bool isPlain(std::string_view text) {
     bool plain = true;
-    // Without a branch, so that the compiler can look at many bytes at once.
+    // Has no branch, so that the compiler can look at many bytes at once.
     for (const char c : text) plain &= (c >= ' ') & (c <= '~') & (c != '"') & (c != '\\');
     return plain;
 }
