@@ -101,6 +101,62 @@ double sumOf(const Records& records) {
     return static_cast<double>(sum);
 }
 
+Stream copied(const Stream& stream) {
+    Stream copy(stream);
+    require(copy.makeUnique(), "a copy");
+    return copy;
+}
+Records copied(const Records& records) {
+    Records copy;
+    for (const auto& [number, record] : records) {
+        copy.emplace_hint(copy.end(), number, std::make_unique<Record>(*record));
+    }
+    copy.erase(0);
+    return copy;
+}
+
+// All but the elements of even numbers, which stay.
+Stream removed(const Stream& stream, const Numbers& numbers) {
+    Stream left = copied(stream);
+    for (const std::uint32_t number : numbers) {
+        if (number % 2 != 0) left.removeElement(number);
+    }
+    return left;
+}
+Records removed(const Records& records, const Numbers& numbers) {
+    Records left = copied(records);
+    for (const std::uint32_t number : numbers) {
+        if (number % 2 != 0) left.erase(number);
+    }
+    return left;
+}
+
+Stream merged(const Stream& stream, const Stream& other) {
+    Stream all = copied(stream);
+    require(all.mergeStream(other), "streams to merge");
+    return all;
+}
+Records merged(const Records& records, const Records& other) {
+    Records all = copied(records);
+    Records more = copied(other);
+    all.merge(more);
+    return all;
+}
+
+/// Without a limit: what happens to whole streams.
+void measureWhole(Bench& bench, const Numbers& inOrder, const Numbers& atRandom) {
+    const auto stream = std::make_shared<Stream>(makeRecords(inOrder));
+    const auto records = std::make_shared<Records>(buildMap(inOrder));
+    const auto half = std::make_shared<Stream>(removed(*stream, atRandom));
+    const auto halfRecords = std::make_shared<Records>(removed(*records, atRandom));
+    bench.measure("copy", [=] { return copied(*stream); });
+    bench.measure("map, copy", [=] { return copied(*records); });
+    bench.measure("copy, remove half at random", [=] { return removed(*stream, atRandom); });
+    bench.measure("map, copy, remove half at random", [=] { return removed(*records, atRandom); });
+    bench.measure("copy, merge into half", [=] { return merged(*half, *stream); });
+    bench.measure("map, copy, merge into half", [=] { return merged(*halfRecords, *records); });
+}
+
 template <typename Build>
 double bytesOf(const Build& build) {
     const double before = heapBytes();
@@ -128,6 +184,8 @@ int main() {
     bench.measure("reserved", [&] { return reserved(orders[0].numbers); });
     bench.measure("map, hint at its end", [&] { return appendToMap(orders[0].numbers); });
 
+    measureWhole(bench, orders[0].numbers, orders[1].numbers);
+
     Stream stream = makeRecords(orders[0].numbers);
     const Records records = buildMap(orders[0].numbers);
     bench.setTimes(3);
@@ -152,6 +210,10 @@ int main() {
         bench.compare(std::string("store, ") + name, name, std::string("map, ") + name, 0.4);
     }
     bench.compare("store, walk", "walk", "map, walk", 0.7);
+    for (const char* const name :
+         {"copy", "copy, remove half at random", "copy, merge into half"}) {
+        bench.compare(std::string("store, ") + name, name, std::string("map, ") + name);
+    }
     for (const Order& order : orders) compareMemory(bench, order);
     return bench.result();
 }
