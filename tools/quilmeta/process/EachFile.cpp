@@ -11,6 +11,7 @@
 
 #include <data/Index.h>
 #include <fmt/format.h>
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -64,6 +65,17 @@ void reportSum(const FileQueue& queue, Purpose purpose) {
     remark(counted(queue.size(), "file") + (sum.empty() ? " done" : sum));
 }
 
+/// Lets the allocator keep for the next file what one has freed. The system would take the pages
+/// back and hand out new ones for each file, which takes a tenth of the time of reading it.
+void keepFreedMemory() {
+#if defined(M_TRIM_THRESHOLD) && defined(M_MMAP_THRESHOLD)
+    constexpr int kMostKept = 64 << 20;
+    constexpr int kFromTheSystem = 32 << 20;  // blocks of this size always go back
+    ::mallopt(M_TRIM_THRESHOLD, kMostKept);
+    ::mallopt(M_MMAP_THRESHOLD, kFromTheSystem);
+#endif
+}
+
 size_t threadsFor(const EachFile& how, size_t files) {
     const size_t wanted = how.jobs > 0 ? how.jobs : std::thread::hardware_concurrency();
     return std::clamp<size_t>(wanted, 1, std::max<size_t>(files, 1));
@@ -74,6 +86,7 @@ size_t threadsFor(const EachFile& how, size_t files) {
 Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, Output& output,
                     const FileWork& work) {
     FileQueue queue(how.once ? withoutRepeats(files) : files, how, output, work);
+    if (queue.size() > 1) keepFreedMemory();
     try {
         queue.run(threadsFor(how, queue.size()));
     } catch (const OutputError& error) {
