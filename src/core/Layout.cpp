@@ -28,6 +28,12 @@ std::uint64_t valueBytes(const Member& member) {
            static_cast<std::uint64_t>(dataType(member.type()).size);
 }
 
+/// Makes room for one more, so that adding it cannot fail.
+template <typename List>
+void makeRoom(List& list) {
+    if (list.size() == list.capacity()) list.reserve(2 * list.size() + 1);
+}
+
 std::uint32_t hashOf(const char* name) { return static_cast<std::uint32_t>(KeyedHash::of(name)); }
 
 }  // namespace
@@ -35,6 +41,7 @@ std::uint32_t hashOf(const char* name) { return static_cast<std::uint32_t>(Keyed
 Layout::Layout(const Layout& other)
     : RefCounted(),
       fMembers(other.fMembers),
+      fRuns(other.fRuns),
       fSlots(other.fSlots),
       fEnd(other.fEnd),
       fTotalSize(other.fTotalSize),
@@ -150,11 +157,14 @@ Layout::AddProblem Layout::problemOfAdding(Member::eDataType type, unsigned int 
 
 // Everything that can run out of memory comes first, so that a failure changes nothing.
 void Layout::add(Member::eDataType type, unsigned int length, const char* name) {
-    if (fMembers.size() == fMembers.capacity()) fMembers.reserve(2 * fMembers.size() + 1);
+    makeRoom(fMembers);
+    makeRoom(fRuns);
     const std::uint64_t offset = fMembers.empty() ? 0 : roundUp(fEnd, Member::typeAlignment(type));
     Member member(type, length, name, offset);
     if (fMembers.size() + 1 >= kMembersWorthATable) growTable();
     fMembers.push_back(std::move(member));
+    const auto numbers = static_cast<std::uint64_t>(dataType(type).numbers);
+    fRuns.push_back({type, offset, numbers * length});
     if (!fSlots.empty()) fillSlot(memberCount() - 1);
     fEnd = offset + valueBytes(fMembers.back());
     // Only the first member's alignment counts: {int8, int16, int8} ends at 5 and stays 5.

@@ -41,6 +41,14 @@ class Layout : public RefCounted {
     }
     [[nodiscard]] const Member& member(unsigned int index) const { return fMembers[index]; }
     [[nodiscard]] const std::vector<Member>& members() const { return fMembers; }
+    /// The values of a member: scalars of one type, of which a matrix has 16.
+    struct Run {
+        Member::eDataType type;
+        std::uint64_t offset;
+        std::uint64_t count;
+    };
+    /// One for each member.
+    [[nodiscard]] const std::vector<Run>& runs() const { return fRuns; }
     /// The index of a member; `kNoMember` when there is none. Takes constant time.
     [[nodiscard]] unsigned int indexOf(const char* name) const;
 
@@ -91,6 +99,7 @@ class Layout : public RefCounted {
     void growTable();
 
     std::vector<Member> fMembers;
+    std::vector<Run> fRuns;
     std::vector<Slot> fSlots;  // empty while a linear search is fast enough
     std::uint64_t fEnd = 0;
     std::uint64_t fTotalSize = 0;

@@ -208,6 +208,21 @@ bool readLine(std::istream& in, std::string& line) {
     return static_cast<bool>(in);
 }
 
+bool readLine(std::istream& in, std::string& room, std::string_view& line) {
+    if (in.good()) {
+        const std::string_view ready = GetArea::of(*in.rdbuf());
+        const std::size_t size = ready.find('\n');
+        if (size != std::string_view::npos) {
+            GetArea::take(*in.rdbuf(), size + 1);
+            line = ready.substr(0, size);
+            return true;
+        }
+    }
+    const bool isRead = readLine(in, room);
+    line = room;
+    return isRead;
+}
+
 bool extractWord(std::istream& in, std::string& word) {
     word.clear();
     skipBlanks(in);
@@ -216,6 +231,12 @@ bool extractWord(std::istream& in, std::string& word) {
         return false;
     }
     std::streambuf& buffer = *in.rdbuf();
+    const std::string_view ready = GetArea::of(buffer);
+    std::size_t size = 0;
+    while (size < ready.size() && !Ascii::isBlank(ready[size])) ++size;
+    word = ready.substr(0, size);
+    GetArea::take(buffer, size);
+    if (size < ready.size()) return true;
     for (int next = buffer.sgetc();; next = buffer.snextc()) {
         if (next == kEnd) {
             in.setstate(std::ios_base::eofbit);

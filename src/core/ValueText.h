@@ -29,6 +29,9 @@ void skipBlanks(std::istream& in);
 /// Does what `std::getline` does, but lets `std::bad_alloc` through, which says nothing about the
 /// text.
 bool readLine(std::istream& in, std::string& line);
+/// Does the same, but a line that the buffer holds as a whole stays there: `line` is valid until
+/// the next read. Other lines are put into `room`.
+bool readLine(std::istream& in, std::string& room, std::string_view& line);
 
 /// Reads one number of a value of `type` (a matrix has 16) into `slot`. Returns false when the text
 /// is not such a number, or is infinite; the slot may have been written nevertheless.

@@ -48,8 +48,9 @@ of the {CHANNEL_DATA_IN_RAW_FORMAT} lines.
 
 void readChannel(std::istream& in, Associations& associations, RawMessages& messages) {
     // The channel's own text names it; the word on this line is for people.
-    std::string rest;
-    ValueText::readLine(in, rest);
+    std::string room;
+    std::string_view rest;
+    ValueText::readLine(in, room, rest);
     std::string nested;
     const std::unique_ptr<Channel> channel(ChannelSerializerRaw::theFormat().read(in, nested));
     messages.takeOver(nested);

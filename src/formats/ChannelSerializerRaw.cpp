@@ -83,9 +83,10 @@ Channel* ChannelSerializerRaw::read(std::istream& in, std::string& errors) const
     const std::size_t remarksBefore = context.remarks ? context.remarks->count() : 0;
     const std::size_t streamsBefore = context.outline ? context.outline->streams.size() : 0;
     ValueText::skipBlanks(in);
-    for (std::string word, rest;;) {
+    std::string word, room;
+    for (std::string_view rest;;) {
         ValueText::extractWord(in, word);
-        ValueText::readLine(in, rest);
+        ValueText::readLine(in, room, rest);
         // The last line needs a line end, too.
         if (!in.good()) {
             messages.add("Missing Channel keyword", in);

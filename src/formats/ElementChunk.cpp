@@ -74,6 +74,7 @@ char* ElementChunk::release() {
 }
 
 void ElementChunk::clear() {
+    if (!fChunk) return;
     for (const Member& member : fLayout.members()) {
         if (member.offset() >= fSize) break;
         if (member.type() != Member::kString) continue;

@@ -148,18 +148,10 @@ void writeScalar(BufferedWriter& out, const ValueText::NumberFormat& format, cha
 
 }  // namespace
 
-ElementText::ElementText(const Layout& layout) : fLayout(layout) {
-    fRuns.reserve(layout.memberCount());
-    for (const Member& member : layout.members()) {
-        const auto numbers = static_cast<std::uint64_t>(dataType(member.type()).numbers);
-        fRuns.push_back({member.type(), member.offset(), numbers * member.length()});
-    }
-}
-
 const char* ElementText::read(const char* first, const char* last, char* chunk) const {
     const char* at = first;
     // A plain loop, because the call of an algorithm takes as long as reading a short value.
-    for (auto run = fRuns.begin(); at && run != fRuns.end(); ++run) {
+    for (const Layout::Run* run = fRuns; at && run != fRunsEnd; ++run) {
         at = visitMemberType(run->type, [&](auto memberType) {
             using T = typename decltype(memberType)::Scalar;
             return readValues(at, last, reinterpret_cast<T*>(chunk + run->offset), run->count);
@@ -178,7 +170,7 @@ const char* ElementText::endOfLine(const char* at, const char* last) {
 void ElementText::write(BufferedWriter& out, const ValueText::NumberFormat& format,
                         const char* chunk) const {
     char separator = '\n';
-    for (const Run& run : fRuns) {
+    for (const Layout::Run& run : fLayout.runs()) {
         visitMemberType(run.type, [&](auto memberType) {
             using T = typename decltype(memberType)::Scalar;
             const T* const values = reinterpret_cast<const T*>(chunk + run.offset);

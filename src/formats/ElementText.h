@@ -2,9 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
 #include "core/Layout.h"
 #include "core/ValueText.h"
 #include "formats/BufferedWriter.h"
@@ -15,7 +12,9 @@ namespace orbo::Data {
 /// `MemberTextReader`.
 class ElementText {
   public:
-    explicit ElementText(const Layout& layout);
+    /// The layout outlives this object.
+    explicit ElementText(const Layout& layout)
+        : fLayout(layout), fRuns(layout.runs().data()), fRunsEnd(fRuns + layout.runs().size()) {}
 
     /// Reads the values of all members, which may stand on several lines, into a default chunk.
     /// Returns the end of the last value's line; null, with a default chunk, when something is not
@@ -30,15 +29,9 @@ class ElementText {
     void write(BufferedWriter& out, const ValueText::NumberFormat& format, const char* chunk) const;
 
   private:
-    /// Values of one type that follow each other in a chunk.
-    struct Run {
-        Member::eDataType type;
-        std::uint64_t offset;
-        std::uint64_t count;  // of scalars: a matrix has 16
-    };
-
     const Layout& fLayout;
-    std::vector<Run> fRuns;
+    const Layout::Run* fRuns;
+    const Layout::Run* fRunsEnd;
 };
 
 }  // namespace orbo::Data

@@ -161,8 +161,8 @@ const StreamSerializerRaw& StreamSerializerRaw::theFormat() {
 const char* StreamSerializerRaw::formatType() const { return keyword(kRaw); }
 
 Stream* StreamSerializerRaw::read(std::istream& in, std::string& errors) const {
-    const StreamTextReader::Keywords words{keyword(kStreamName), keyword(kIndexType),
-                                           keyword(kStructure), keyword(kEndStream)};
+    static const StreamTextReader::Keywords words{keyword(kStreamName), keyword(kIndexType),
+                                                  keyword(kStructure), keyword(kEndStream)};
     return StreamTextReader(in, words).read(errors).release();
 }
 

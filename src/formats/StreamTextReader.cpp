@@ -13,6 +13,7 @@
 #include "core/GetArea.h"
 #include "core/HandleAccess.h"
 #include "core/PlainNumber.h"
+#include "core/StructureRegistry.h"
 #include "core/ValueText.h"
 #include "formats/RawMessages.h"
 #include "formats/ReadContext.h"
@@ -49,9 +50,6 @@ StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
     : fIn(in),
       fContext(ReadContext::of(in)),
       fWords(words),
-      fMembers(in, MemberTextReader::Messages::kCountOnly,
-               fContext.partial ? MemberTextReader::AfterBadNumber::kSkipWord
-                                : MemberTextReader::AfterBadNumber::kStop),
       fOutline(fContext.outline),
       fSeesPlaced(fContext.partial || fContext.listenerFor(Remarks::kPassedOver)),
       fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
@@ -87,8 +85,9 @@ std::size_t StreamTextReader::left() const { return GetArea::of(*fIn.rdbuf()).si
 
 bool StreamTextReader::nextLine() {
     if (fOutline.isNeeded()) fLeftAtLine = left();
-    if (!ValueText::readLine(fIn, fLine)) return false;
-    fTrimmed = Ascii::trim(fLine);
+    std::string_view line;
+    if (!ValueText::readLine(fIn, fLine, line)) return false;
+    fTrimmed = Ascii::trim(line);
     return true;
 }
 
@@ -112,7 +111,7 @@ bool StreamTextReader::isAtNumber() const {
 
 StreamTextReader::Line StreamTextReader::takeHeaderLine() {
     if (!fNameSeen && Ascii::startsWith(fTrimmed, fWords.name)) {
-        fName = restBehind(fWords.name);
+        fName = std::string(restBehind(fWords.name));
         fNameSeen = true;
         return Line::kHeader;
     }
@@ -124,9 +123,10 @@ StreamTextReader::Line StreamTextReader::takeHeaderLine() {
     return Line::kHeader;
 }
 
-StreamTextReader::Line StreamTextReader::takeIndexType(const std::string& typeName) {
+StreamTextReader::Line StreamTextReader::takeIndexType(std::string_view typeName) {
     if (typeName != fMakeIndex.typeName()) {
-        fMakeIndex = IndexTypes::maker(typeName, fContext.unknownIndexTypes);
+        fMakeIndex = IndexTypes::maker(std::string(typeName), fContext.unknownIndexTypes);
+        fHasNumbers = false;
     }
     fIndexTypeSeen = true;
     if (!fMakeIndex.isNull()) return Line::kHeader;
@@ -134,19 +134,20 @@ StreamTextReader::Line StreamTextReader::takeIndexType(const std::string& typeNa
     return Line::kBadHeader;
 }
 
-void StreamTextReader::takeStructure(const std::string& name) {
-    fStructure = Structure::structureByName(name.c_str());
+// Takes no more of a name than `Structure::name` gives, which is a C string.
+void StreamTextReader::takeStructure(std::string_view name) {
+    fStructure = StructureRegistry::current().find(name.substr(0, name.find('\0')));
     if (fStructure) return;
     report("Structure " + inQuotes(name) + " not found");
     ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kStructureMissing);
     if (!remarks) return;
     TextPlace place;
     if (fNameSeen) place.stream = fName;
-    remarks->addMissingStructure(name, place);
+    remarks->addMissingStructure(std::string(name), place);
 }
 
-std::string StreamTextReader::restBehind(std::string_view keyword) const {
-    return std::string(Ascii::trim(fTrimmed.substr(keyword.size())));
+std::string_view StreamTextReader::restBehind(std::string_view keyword) const {
+    return Ascii::trim(fTrimmed.substr(keyword.size()));
 }
 
 std::unique_ptr<Stream> StreamTextReader::makeStream() {
@@ -156,9 +157,8 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
         atRecord("Structure name");
     } else if (!fMakeIndex.isNull()) {
         auto stream = std::make_unique<Stream>(*fStructure, fName);
-        if (fIndexTypeSeen) StreamAccess::setIndexType(*stream, fMakeIndex.typeName());
+        if (!fHasNumbers) StreamAccess::setIndexType(*stream, fMakeIndex.typeName());
         fLayout = RefPtr<const Layout>(&Layout::of(*fStructure));
-        fChunk.emplace(*fLayout);
         return stream;
     }
     return nullptr;
@@ -167,7 +167,6 @@ std::unique_ptr<Stream> StreamTextReader::makeStream() {
 void StreamTextReader::readElements(Stream& stream) {
     if (fLayout->memberCount() > 0 && fLayout->totalSize() <= kSmallElement) {
         fPlainText.emplace(*fLayout);
-        fHasNumbers = fMakeIndex.typeName() == Index::theTypeName();
     }
     const auto readWhatIsPlain = [&] {
         if (fPlainText && (fErrorCount == 0 || fContext.partial) && fIn.good()) {
@@ -258,7 +257,17 @@ bool StreamTextReader::nextIndexLine() {
     return false;
 }
 
+// Most streams never come here.
+void StreamTextReader::prepareGeneralReader() {
+    if (fMembers) return;
+    fMembers.emplace(fIn, MemberTextReader::Messages::kCountOnly,
+                     fContext.partial ? MemberTextReader::AfterBadNumber::kSkipWord
+                                      : MemberTextReader::AfterBadNumber::kStop);
+    fChunk.emplace(*fLayout);
+}
+
 void StreamTextReader::readElement(Stream& stream) {
+    prepareGeneralReader();
     std::optional<Index> index = takeIndex();
     if (index) {
         notePlace(!index->complexIndex(), index->index(), fLeftAtLine);
@@ -320,7 +329,7 @@ void StreamTextReader::remarkOnUnreadable(const Member& member, const Index& ind
     if (!remarks) return;
     TextPlace place = placeOf(index);
     place.member = member.name();
-    const std::string& text = fMembers.firstBad();
+    const std::string& text = fMembers->firstBad();
     remarks->add(Remarks::kUnreadable,
                  (text.empty() ? "a value" : inQuotes(text)) + " cannot be read as " +
                      Member::typeName(member.type()),
@@ -343,11 +352,8 @@ void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& inde
 }
 
 std::optional<Index> StreamTextReader::takeIndex() {
-    // The line is copied only if there are blanks at its ends.
-    if (fTrimmed.size() != fLine.size()) {
-        fLine = std::string(fTrimmed);
-        fTrimmed = fLine;
-    }
+    fLine = std::string(fTrimmed);
+    fTrimmed = fLine;
     try {
         return fMakeIndex(fLine);
     } catch (Index::eCreationErrors code) {
@@ -371,11 +377,11 @@ void StreamTextReader::readValues(const Index& index) {
     while (i < fLayout->memberCount() && fIn.good()) {
         const Member& member = fLayout->member(i++);
         unsigned long long errors = readMember(member, index);
-        if (fMembers.stuck()) errors += numbersInMatrices(*fLayout, i);
+        if (fMembers->stuck()) errors += numbersInMatrices(*fLayout, i);
         fErrorCount = saturatedSum(fErrorCount, errors);
         fReadAMember = true;
     }
-    fElementIsWhole = fChunk->isWhole() && !(fMembers.stuck() && i > 0);
+    fElementIsWhole = fChunk->isWhole() && !(fMembers->stuck() && i > 0);
 }
 
 // Reads some values at a time, so that memory stays in proportion to the text.
@@ -385,7 +391,7 @@ unsigned long long StreamTextReader::readMember(const Member& member, const Inde
     for (unsigned int first = 0; first < member.length() && fIn.good();) {
         const unsigned int count = std::min(member.length() - first, most);
         char* const slots = fChunk->slots(member, first, count);
-        const unsigned int bad = fMembers.read(member.type(), count, slots, fRecord);
+        const unsigned int bad = fMembers->read(member.type(), count, slots, fRecord);
         if (bad != 0 && errors == 0 && fErrorCount == 0) {
             remarkOnNotFinite(member, index);
             remarkOnUnreadable(member, index);
@@ -393,7 +399,7 @@ unsigned long long StreamTextReader::readMember(const Member& member, const Inde
         errors += bad;
         if (errors != 0 && !fContext.partial) fChunk->discard();
         first += count;
-        if (fMembers.stuck()) return errors + (member.length() - first) * numbersIn(member);
+        if (fMembers->stuck()) return errors + (member.length() - first) * numbersIn(member);
     }
     return errors;
 }

@@ -35,6 +35,7 @@ class StreamTextReader {
         std::string_view end;
     };
 
+    /// The words outlive the reader.
     StreamTextReader(std::istream& in, const Keywords& words);
 
     /// Null when there were errors, unless `ReadContext::partial` is set: `errors` is then replaced
@@ -50,9 +51,9 @@ class StreamTextReader {
     void readHeader();
     [[nodiscard]] bool isAtNumber() const;
     Line takeHeaderLine();
-    Line takeIndexType(const std::string& typeName);
-    void takeStructure(const std::string& name);
-    [[nodiscard]] std::string restBehind(std::string_view keyword) const;
+    Line takeIndexType(std::string_view typeName);
+    void takeStructure(std::string_view name);
+    [[nodiscard]] std::string_view restBehind(std::string_view keyword) const;
     std::unique_ptr<Stream> makeStream();
     void readElements(Stream& stream);
     bool nextIndexLine();
@@ -67,6 +68,7 @@ class StreamTextReader {
     Placed placeNumber(StreamImpl& places, const char* at, const char* last) const;
     Placed placeIndex(StreamImpl& places, const char* at, const char* last);
     void takeBack(StreamImpl& places, const Placed& placed) const;
+    void prepareGeneralReader();
     void readElement(Stream& stream);
     std::optional<Index> takeIndex();
     void notePlace(bool isNumber, unsigned int number, std::size_t left);
@@ -83,13 +85,12 @@ class StreamTextReader {
 
     std::istream& fIn;
     const ReadContext& fContext;
-    const Keywords fWords;
-    MemberTextReader fMembers;
+    const Keywords& fWords;
 
     OutlineBuilder fOutline;
     std::size_t fLeftAtLine = 0;  // how much text was left where the line begins
-    std::string fLine;            // as read
-    std::string_view fTrimmed;    // the line without blanks at its ends
+    std::string fLine;            // that was not in the buffer as a whole
+    std::string_view fTrimmed;    // without blanks at its ends; valid until the next read
 
     // A partial stream results in any case, and remarks tell of elements that are there already.
     const bool fSeesPlaced;
@@ -98,13 +99,15 @@ class StreamTextReader {
     const Structure* fStructure = nullptr;
     RefPtr<const Layout> fLayout;
     std::optional<ElementText> fPlainText;  // for streams that the fast path can read
-    std::optional<ElementChunk> fChunk;     // of the element being read
+    // For the general reader, once it is needed:
+    std::optional<MemberTextReader> fMembers;
+    std::optional<ElementChunk> fChunk;  // of the element being read
 
     std::string fMessages;
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;
     bool fHasIndexLine = false;
-    bool fHasNumbers = false;  // the indices are numbers
+    bool fHasNumbers = true;  // the indices are numbers
     bool fNameSeen = false;
     bool fIndexTypeSeen = false;
     bool fElementIsWhole = false;  // all its values were there, even if bad

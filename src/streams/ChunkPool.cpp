@@ -10,7 +10,9 @@
 
 namespace orbo::Data {
 
-void ChunkPool::Free::operator()(char* block) const { std::free(block); }
+ChunkPool::~ChunkPool() {
+    while (fLast) std::free(std::exchange(fLast, fLast->earlier));
+}
 
 char* ChunkPool::take(const Layout& layout) {
     if (isLarge(layout)) return layout.allocate();
@@ -40,20 +42,16 @@ bool ChunkPool::reserve(const Layout& layout, std::size_t chunks) {
 
 // Each block is twice as large as the one before, so that few elements take little memory.
 std::size_t ChunkPool::nextBlockSize(std::size_t stride) const {
-    const std::size_t wanted = fBlocks.empty() ? kFirstBlock : 2 * fBlockSize;
+    const std::size_t wanted = fLast ? 2 * fBlockSize : kFirstBlock;
     return std::max(std::min(wanted, kLargestBlock), stride) / stride * stride;
 }
 
 // Call it only when the last block is used up.
 bool ChunkPool::addBlock(std::size_t size, std::size_t stride) {
-    std::unique_ptr<char, Free> block(static_cast<char*>(std::malloc(size)));
+    auto* const block = static_cast<Block*>(std::malloc(sizeof(Block) + size));
     if (!block) return false;
-    try {
-        fBlocks.push_back(std::move(block));
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    fNext = fBlocks.back().get();
+    block->earlier = std::exchange(fLast, block);
+    fNext = reinterpret_cast<char*>(block + 1);
     fLeft = fBlockSize = size;
     fStride = stride;
     return true;
@@ -80,7 +78,7 @@ std::size_t ChunkPool::strideOf(const Layout& layout) {
 }
 
 void ChunkPool::swap(ChunkPool& other) noexcept {
-    fBlocks.swap(other.fBlocks);
+    std::swap(fLast, other.fLast);
     std::swap(fBlockSize, other.fBlockSize);
     std::swap(fNext, other.fNext);
     std::swap(fLeft, other.fLeft);

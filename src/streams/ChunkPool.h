@@ -3,8 +3,6 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
-#include <vector>
 
 #include "core/Layout.h"
 
@@ -17,6 +15,7 @@ class ChunkPool {
     ChunkPool() = default;
     ChunkPool(const ChunkPool&) = delete;
     ChunkPool& operator=(const ChunkPool&) = delete;
+    ~ChunkPool();
     void swap(ChunkPool& other) noexcept;
 
     /// Returns a chunk with undefined content; null for a size of 0 and when memory runs out. All
@@ -45,12 +44,13 @@ class ChunkPool {
     static constexpr std::size_t kFirstBlock = 64;
     static constexpr std::size_t kLargestBlock = 64 * 1024;
 
-    struct Free {
-        void operator()(char* block) const;
+    /// Stands in front of the chunks of a block.
+    struct alignas(std::max_align_t) Block {
+        Block* earlier;
     };
-    std::vector<std::unique_ptr<char, Free>> fBlocks;
-    std::size_t fBlockSize = 0;  // the size of the last block
-    char* fNext = nullptr;       // the unused rest of it
+    Block* fLast = nullptr;
+    std::size_t fBlockSize = 0;  // the bytes of the last block's chunks
+    char* fNext = nullptr;       // the unused rest of them
     std::size_t fLeft = 0;       // in bytes, a multiple of the stride
     std::size_t fStride = 0;
     char* fReturned = nullptr;  // the free list: each chunk begins with the address of the next

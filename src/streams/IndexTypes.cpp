@@ -14,10 +14,10 @@ Index IndexTypes::Maker::operator()(const std::string& text) const {
 }
 
 IndexTypes::Maker IndexTypes::maker(const std::string& typeName, Unknown unknown) {
-    Maker maker;
-    maker.fTypeName = typeName;
-    const auto entry = Index::creators().find(typeName);
-    if (entry != Index::creators().end()) {
+    Maker maker(typeName);
+    const Index::Creators& creators = Index::creators();
+    const auto entry = creators.find(typeName);
+    if (entry != creators.end()) {
         maker.fCreator = entry->second;
     } else if (unknown == Unknown::kAsText) {
         maker.fAsText = true;

@@ -22,6 +22,7 @@ class IndexTypes {
 
       private:
         friend class IndexTypes;
+        explicit Maker(const std::string& typeName) : fTypeName(typeName) {}
         std::string fTypeName;
         IndexCreator fCreator = nullptr;
         bool fAsText = false;

@@ -172,9 +172,9 @@ NumberedElements::Page& NumberedElements::pageToChange(unsigned int number) {
 
 void NumberedElements::findToChange(unsigned int number) {
     if (fGroups.empty()) {
-        Group first;
-        first.pages.resize(1);
-        fGroups.push_back(std::move(first));
+        std::vector<Group> first(1);
+        first.front().pages.resize(1);
+        fGroups.swap(first);
     }
     fRecent = find(number);
     fRecentLowest = pageAt(fRecent).lowest;
@@ -306,8 +306,7 @@ void NumberedElements::remove(Place place) {
 }
 
 void NumberedElements::clear() {
-    fGroups.clear();
-    fGroups.shrink_to_fit();
+    std::vector<Group>().swap(fGroups);
     fSteps = Steps();
     forget();
     fSize = 0;

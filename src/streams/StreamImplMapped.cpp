@@ -23,7 +23,7 @@ StreamImplMapped::StreamImplMapped(const Structure& structure, const std::string
 
 StreamImplMapped::StreamImplMapped(const StreamImpl& base) : StreamImpl(base) {}
 
-StreamImplMapped::~StreamImplMapped() { clear(); }
+StreamImplMapped::~StreamImplMapped() { freeStrings(); }
 
 template <typename Visit>
 void StreamImplMapped::forEach(const Visit& visit) const {
@@ -242,8 +242,7 @@ bool StreamImplMapped::setElementRange(const Index& first, const Index& last) {
     return true;
 }
 
-bool StreamImplMapped::clear() {
-    noteChange();
+void StreamImplMapped::freeStrings() {
     if (ChunkPool::isLarge(layout())) {
         forEachChunk([this](char* chunk) { free(chunk); });
     } else if (layout().hasStrings()) {
@@ -251,6 +250,11 @@ bool StreamImplMapped::clear() {
             if (chunk) layout().destroyStrings(chunk);
         });
     }
+}
+
+bool StreamImplMapped::clear() {
+    noteChange();
+    freeStrings();
     fNumbered.clear();
     fTyped.clear();
     fPool.clear();

@@ -91,6 +91,8 @@ class StreamImplMapped : public StreamImpl,
     char* putFresh(unsigned int number, char* chunk);
     void erase(const Index& index);
     void free(char* chunk);
+    /// Frees what the chunks own, and large chunks themselves.
+    void freeStrings();
     [[nodiscard]] char* takeDefault();
     [[nodiscard]] char* adopt(OwnedChunk&& chunk);
 
