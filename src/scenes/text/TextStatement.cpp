@@ -57,16 +57,17 @@ void joinLines(std::string& text) {
 }
 
 std::string_view takeWord(std::string_view& text) {
-    text.remove_prefix(std::min(text.find_first_not_of(Ascii::kBlanks), text.size()));
-    const std::string_view word = text.substr(0, text.find_first_of(Ascii::kBlanks));
-    text.remove_prefix(word.size());
+    const auto* const begin = std::find_if_not(text.begin(), text.end(), Ascii::isBlank);
+    const auto* const end = std::find_if(begin, text.end(), Ascii::isBlank);
+    const std::string_view word(begin, static_cast<std::size_t>(end - begin));
+    text.remove_prefix(static_cast<std::size_t>(end - text.begin()));
     return word;
 }
 
 // `text` has no blanks at its end.
 std::string_view takeLastWord(std::string_view& text) {
-    const std::size_t blank = text.find_last_of(Ascii::kBlanks);
-    const std::size_t begin = blank == std::string_view::npos ? 0 : blank + 1;
+    std::size_t begin = text.size();
+    while (begin > 0 && !Ascii::isBlank(text[begin - 1])) --begin;
     const std::string_view word = text.substr(begin);
     text = text.substr(0, begin);
     return word;
