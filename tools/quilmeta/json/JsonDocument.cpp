@@ -7,6 +7,8 @@
 
 #include <data/Structure.h>
 
+#include <utility>
+
 namespace orbo::Quilmeta {
 
 namespace {
@@ -19,11 +21,19 @@ std::string json(std::string_view text) {
 
 }  // namespace
 
+std::string_view JsonDocument::lineStart(bool hasComma) {
+    const size_t size = 2 + 2 * fDepth;
+    if (fLineStart.size() != size) fLineStart.assign(",\n").append(size - 2, ' ');
+    return std::string_view(fLineStart).substr(hasComma ? 0 : 1);
+}
+
 void JsonDocument::startLine(const char* otherwise) {
-    if (fLayout != Layout::kLines) return fOutput.write(otherwise);
-    const size_t size = 1 + 2 * fDepth;
-    if (fLineStart.size() != size) fLineStart.assign(1, '\n').append(size - 1, ' ');
-    fOutput.write(fLineStart);
+    fOutput.write(fLayout == Layout::kLines ? lineStart(false) : otherwise);
+}
+
+std::string_view JsonDocument::itemStart(bool isFirst) {
+    if (fLayout == Layout::kLines) return lineStart(!isFirst);
+    return isFirst ? "" : ", ";
 }
 
 // An empty list stays on one line.
@@ -32,11 +42,7 @@ void JsonDocument::list(Fill&& fill) {
     bool empty = true;
     fOutput.write("[");
     ++fDepth;
-    fill([&] {
-        if (!empty) fOutput.write(",");
-        startLine(empty ? "" : " ");
-        empty = false;
-    });
+    fill([&] { return itemStart(std::exchange(empty, false)); });
     --fDepth;
     if (!empty) startLine("");
     fOutput.write("]");
@@ -44,9 +50,9 @@ void JsonDocument::list(Fill&& fill) {
 
 template <typename Items>
 void JsonDocument::writeAll(const Items& items) {
-    list([&](auto&& startItem) {
+    list([&](auto&& nextStart) {
         for (const auto& item : items) {
-            startItem();
+            fOutput.write(nextStart());
             write(item);
         }
     });
@@ -111,14 +117,10 @@ void JsonDocument::write(const Data::Stream& stream) {
     fOutput.write("{ \"name\": " + json(stream.name()) +
                   ", \"structure\": " + json(stream.structure().name()) +
                   ", \"indexType\": " + json(stream.indexType()) + ", \"elements\": ");
-    list([&](auto&& startItem) {
+    list([&](auto&& nextStart) {
         const JsonElement writer(stream.structure());
-        std::string line;
         for (Data::StreamIterator element = stream.cbegin(); element.valid(); ++element) {
-            startItem();
-            line.clear();
-            writer.append(line, element);
-            fOutput.write(line);
+            fOutput.writeBy([&](std::string& text) { writer.append(text, nextStart(), element); });
         }
     });
     fOutput.write(" }");

@@ -6,6 +6,7 @@
 #include "selection/SceneView.h"
 
 #include <string>
+#include <string_view>
 
 namespace orbo::Data {
 class Member;
@@ -14,7 +15,7 @@ class Member;
 namespace orbo::Quilmeta {
 
 /// Writes one line for each member, element and container, which is easy to read and to compare, or
-/// everything on one line. Holds no more than one element in memory.
+/// everything on one line. Holds no more than one element in memory beside the output's pieces.
 class JsonDocument {
   public:
     enum class Layout { kLines, kOneLine };
@@ -34,18 +35,21 @@ class JsonDocument {
     void write(const ChannelView& channel);
     void write(const Data::Stream& stream);
 
-    /// `fill` is given a function, which it calls before it writes each item.
+    /// `fill` is given a function that tells what to write in front of the next item.
     template <typename Fill>
     void list(Fill&& fill);
     template <typename Items>
     void writeAll(const Items& items);
+    [[nodiscard]] std::string_view lineStart(bool hasComma);
     /// Goes to the next line, at the present depth, if there are lines.
     void startLine(const char* otherwise);
+    /// What stands in front of an item: the same, behind a comma unless it is the first.
+    [[nodiscard]] std::string_view itemStart(bool isFirst);
 
     Output& fOutput;
     Layout fLayout;
     size_t fDepth;
-    std::string fLineStart;  // keeps its room from line to line
+    std::string fLineStart;  // behind a comma; keeps its room from line to line
 };
 
 }  // namespace orbo::Quilmeta

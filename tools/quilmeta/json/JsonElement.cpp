@@ -10,6 +10,7 @@
 #include <data/IndexPair.h>
 #include <debug/RefPtr.h>
 
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -19,78 +20,125 @@
 
 namespace orbo::Quilmeta {
 
+/// Collects short pieces in front of a string: each `append` costs a third of a number's digits.
+class JsonElement::Pieces {
+  public:
+    static constexpr size_t kRoom = 64;
+    static_assert(kRoom >= kNumberRoom);
+
+    explicit Pieces(std::string& out) : fOut(out) {}
+    Pieces(const Pieces&) = delete;
+    Pieces& operator=(const Pieces&) = delete;
+
+    /// At least `kRoom` bytes behind the pieces; `take` tells how far they were used.
+    char* room() {
+        if (fText + sizeof fText - fEnd < static_cast<std::ptrdiff_t>(kRoom)) finish();
+        return fEnd;
+    }
+    void take(char* end) { fEnd = end; }
+    template <size_t kSize>
+    void add(const char (&literal)[kSize]) {
+        static_assert(kSize <= kRoom);
+        std::memcpy(room(), literal, kSize - 1);
+        fEnd += kSize - 1;
+    }
+    void add(std::string_view piece) {
+        if (piece.size() > kRoom) {
+            string().append(piece);
+        } else {
+            std::memcpy(room(), piece.data(), piece.size());
+            fEnd += piece.size();
+        }
+    }
+    /// Copies all bytes that a short piece might have, which takes no call.
+    void add(const Lead& lead) {
+        if (lead.size > sizeof lead.bytes) return add(std::string_view(lead.text));
+        std::memcpy(room(), lead.bytes, sizeof lead.bytes);
+        fEnd += lead.size;
+    }
+    /// The string with all pieces in it, for more to be appended.
+    std::string& string() {
+        finish();
+        return fOut;
+    }
+    void finish() { fOut.append(fText, static_cast<size_t>(std::exchange(fEnd, fText) - fText)); }
+
+  private:
+    std::string& fOut;
+    char fText[8 * kRoom];
+    char* fEnd = fText;
+};
+
 namespace {
 
+using Pieces = JsonElement::Pieces;
+
 template <typename Part>
-void appendPart(std::string& out, Part part, NanAs nan) {
-    if constexpr (std::is_floating_point_v<Part>) {
-        using Bits = std::conditional_t<sizeof(Part) == 4, std::uint32_t, std::uint64_t>;
-        const auto bitsOf = [](Part number) {
-            Bits bits = 0;
-            std::memcpy(&bits, &number, sizeof bits);
-            return bits;
-        };
-        const bool isUsual = bitsOf(part) == bitsOf(std::numeric_limits<Part>::quiet_NaN());
-        if (nan == NanAs::kBits && std::isnan(part) && !isUsual) {
-            fmt::format_to(std::back_inserter(out), "\"NaN:{:#x}\"", bitsOf(part));
-            return;
-        }
-    }
-    if constexpr (std::is_integral_v<Part> && sizeof(Part) == 8) {
-        const bool quote = wideIntegers() == WideIntegers::kStrings;
-        if (quote) out += '"';
-        appendNumber(out, part);
-        if (quote) out += '"';
+void addFloating(Pieces& out, Part part, NanAs nan) {
+    using Bits = std::conditional_t<sizeof(Part) == 4, std::uint32_t, std::uint64_t>;
+    const auto bitsOf = [](Part number) {
+        Bits bits = 0;
+        std::memcpy(&bits, &number, sizeof bits);
+        return bits;
+    };
+    if (std::isfinite(part) && part != 0) return out.take(writeFinite(out.room(), part));
+    const bool isUsual = bitsOf(part) == bitsOf(std::numeric_limits<Part>::quiet_NaN());
+    if (nan == NanAs::kBits && std::isnan(part) && !isUsual) {
+        fmt::format_to(std::back_inserter(out.string()), "\"NaN:{:#x}\"", bitsOf(part));
     } else {
-        appendJson(out, part);
+        appendJson(out.string(), part);
     }
 }
 
-/// Appends the separator together with the usual number: each `append` costs a third of the digits.
 template <typename Part>
-void appendNext(std::string& out, Part part, NanAs nan) {
+void addPart(Pieces& out, Part part, NanAs nan) {
     if constexpr (std::is_floating_point_v<Part>) {
-        if (std::isfinite(part) && part != 0) {
-            char text[2 + kNumberRoom];
-            text[0] = ',';
-            text[1] = ' ';
-            const char* const end = writeFinite(text + 2, part);
-            out.append(text, static_cast<size_t>(end - text));
-            return;
+        addFloating(out, part, nan);
+    } else if constexpr (std::is_integral_v<Part> && !std::is_same_v<Part, bool>) {
+        const bool quote = sizeof(Part) == 8 && wideIntegers() == WideIntegers::kStrings;
+        if (quote) out.add("\"");
+        char* const digits = out.room();
+        out.take(std::to_chars(digits, digits + Pieces::kRoom, part).ptr);
+        if (quote) out.add("\"");
+    } else if constexpr (std::is_pointer_v<Part>) {
+        const std::string_view text = part ? part : "";
+        if (!part || !isPlainText(text)) return appendJson(out.string(), part);
+        out.add("\"");
+        out.add(text);
+        out.add("\"");
+    } else {
+        appendJson(out.string(), part);
+    }
+}
+
+/// Adds a list of values, each a single part, or a list for the sixteen numbers of a matrix.
+template <size_t kParts, typename Part>
+void addList(Pieces& out, const Part* parts, size_t count, NanAs nan) {
+    out.add("[");
+    for (size_t i = 0; i < count; ++i) {
+        if (i > 0) out.add(", ");
+        if constexpr (kParts == 1) {
+            addPart(out, parts[i], nan);
+        } else {
+            addList<1>(out, parts + i * kParts, kParts, nan);
         }
     }
-    out += ", ";
-    appendPart(out, part, nan);
+    out.add("]");
 }
 
-template <typename Part>
-void appendList(std::string& out, const Part* parts, size_t count, NanAs nan) {
-    out += '[';
-    if (count > 0) appendPart(out, *parts, nan);
-    for (size_t i = 1; i < count; ++i) appendNext(out, parts[i], nan);
-    out += ']';
-}
-
-/// Appends one value: a single part, or a list for the sixteen numbers of a matrix.
-template <typename Part>
-void appendValue(std::string& out, const Part* parts, size_t count, NanAs nan) {
-    if (count == 1)
-        appendPart(out, *parts, nan);
-    else
-        appendList(out, parts, count, nan);
-}
-
-template <typename Part>
-void appendValues(std::string& out, const Part* parts, const Data::Member& member, NanAs nan) {
-    const size_t partCount = partsPerValue(member.type());
-    if (member.length() == 1) return appendValue(out, parts, partCount, nan);
-    if (partCount == 1) return appendList(out, parts, member.length(), nan);
-    out += '[';
-    for (unsigned int i = 0; i < member.length(); ++i) {
-        if (i > 0) out += ", ";
-        appendList(out, parts + i * partCount, partCount, nan);
-    }
-    out += ']';
+void addMember(Pieces& out, const void* values, Data::Member::eDataType memberType, size_t length,
+               NanAs nan) {
+    Data::visitMemberType(memberType, [&](auto type) {
+        using Part = typename decltype(type)::Scalar;
+        constexpr auto kParts = static_cast<size_t>(decltype(type)::kScalars);
+        const auto* const parts = static_cast<const Part*>(values);
+        if (length != 1) return addList<kParts>(out, parts, length, nan);
+        if constexpr (kParts == 1) {
+            addPart(out, *parts, nan);
+        } else {
+            addList<1>(out, parts, kParts, nan);
+        }
+    });
 }
 
 }  // namespace
@@ -107,10 +155,9 @@ void appendIndex(std::string& out, const Data::Index& index) {
 }
 
 void appendMember(std::string& out, const void* parts, const Data::Member& member, NanAs nan) {
-    Data::visitMemberType(member.type(), [&](auto type) {
-        using Part = typename decltype(type)::Scalar;
-        appendValues(out, static_cast<const Part*>(parts), member, nan);
-    });
+    Pieces pieces(out);
+    addMember(pieces, parts, member.type(), member.length(), nan);
+    pieces.finish();
 }
 
 namespace {
@@ -160,36 +207,49 @@ JsonElement::JsonElement(const Data::Structure& structure, NanAs nan) : fNan(nan
     for (const Data::Member& member : structure) {
         std::string key;
         appendJson(key, member.name());
-        fFields.push_back({&member, key + ": "});
+        fFields.push_back({member.type(), member.length(), {}});
+        fFields.back().lead.set(key + ": ");
         fNamed = fNamed && isUtf8(member.name());
     }
     for (size_t i = 0; i < fFields.size(); ++i) {
         const char* const separator = i > 0 ? ", " : fNamed ? "{ " : "[ ";
-        fFields[i].lead = fNamed ? separator + fFields[i].lead : separator;
+        fFields[i].lead.set(fNamed ? separator + fFields[i].lead.text : separator);
     }
 }
 
-void JsonElement::append(std::string& out, Data::StreamIterator& element) const {
-    out += "{ \"index\": ";
-    appendIndex(out, element.index());
-    out += ", \"values\": ";
-    appendValues(out, *element);
-    out += " }";
+void JsonElement::append(std::string& out, std::string_view front,
+                         Data::StreamIterator& element) const {
+    Pieces pieces(out);
+    pieces.add(front);
+    pieces.add("{ \"index\": ");
+    const Data::Index index = element.index();
+    if (index.complexIndex()) {
+        appendIndex(pieces.string(), index);
+    } else {
+        addPart(pieces, index.index(), fNan);
+    }
+    pieces.add(", \"values\": ");
+    addValues(pieces, *element);
+    pieces.add(" }");
+    pieces.finish();
 }
 
 void JsonElement::appendValues(std::string& out, Data::Handle& handle) const {
-    if (!handle.hasData() && !fFields.empty()) {
-        out += "null";
-        return;
-    }
-    if (fFields.empty()) out += fNamed ? '{' : '[';
+    Pieces pieces(out);
+    addValues(pieces, handle);
+    pieces.finish();
+}
+
+void JsonElement::addValues(Pieces& out, Data::Handle& handle) const {
+    if (!handle.hasData() && !fFields.empty()) return out.add("null");
+    if (fFields.empty()) out.add(fNamed ? "{" : "[");
     for (unsigned int i = 0; i < fFields.size(); ++i) {
-        out += fFields[i].lead;
-        const Data::Member& member = *fFields[i].member;
+        const Field& field = fFields[i];
+        out.add(field.lead);
         handle.setPositionByMemberIndex(i);
-        appendMember(out, std::as_const(handle).asType(member.type()), member, fNan);
+        addMember(out, std::as_const(handle).asType(field.type), field.type, field.length, fNan);
     }
-    out += fNamed ? " }" : " ]";
+    out.add(fNamed ? " }" : " ]");
 }
 
 }  // namespace orbo::Quilmeta

@@ -9,6 +9,8 @@
 #include <data/Structure.h>
 
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -37,16 +39,32 @@ class JsonElement {
 
     /// Appends { "index": ..., "values": { MEMBER: VALUE, ... } }. When the name of a member is not
     /// UTF-8, and so cannot be a key, the values are a list in member order. They are null for an
-    /// element without data.
-    void append(std::string& out, Data::StreamIterator& element) const;
+    /// element without data. Puts `front` in front of it.
+    void append(std::string& out, std::string_view front, Data::StreamIterator& element) const;
     /// Appends the values alone.
     void appendValues(std::string& out, Data::Handle& element) const;
 
+    class Pieces;
+
   private:
-    struct Field {
-        const Data::Member* member;
-        std::string lead;  // all that stands between the values before and those of the member
+    /// All that stands between the values before and those of a member.
+    struct Lead {
+        std::string text;
+        size_t size = 0;
+        char bytes[32] = {};  // of a short text
+
+        void set(std::string whole) {
+            text = std::move(whole);
+            size = text.size();
+            text.copy(bytes, sizeof bytes);
+        }
     };
+    struct Field {
+        Data::Member::eDataType type;
+        unsigned int length;
+        Lead lead;
+    };
+    void addValues(Pieces& out, Data::Handle& element) const;
 
     std::vector<Field> fFields;
     NanAs fNan;

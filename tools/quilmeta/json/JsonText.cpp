@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iterator>
 
 namespace orbo::Quilmeta {
@@ -64,22 +65,24 @@ void appendCharacter(std::string& out, std::string_view bytes, char32_t codePoin
         out += bytes;
 }
 
-/// Whether each byte is printable ASCII that JSON takes as it is.
-bool isPlain(std::string_view text) {
+}  // namespace
+
+bool isPlainText(std::string_view text) {
+    const auto isPlain = [](char c) { return (c >= ' ') & (c <= '~') & (c != '"') & (c != '\\'); };
+    constexpr size_t kShort = 16;
+    if (text.size() < kShort) return std::all_of(text.begin(), text.end(), isPlain);
     bool plain = true;
     // Has no branch, so that the compiler can look at many bytes at once.
-    for (const char c : text) plain &= (c >= ' ') & (c <= '~') & (c != '"') & (c != '\\');
+    for (const char c : text) plain &= isPlain(c);
     return plain;
 }
-
-}  // namespace
 
 void setWideIntegers(WideIntegers how) { gWideIntegers = how; }
 
 WideIntegers wideIntegers() { return gWideIntegers; }
 
 void appendJson(std::string& out, std::string_view text) {
-    if (isPlain(text)) {
+    if (isPlainText(text)) {
         out += '"';
         out += text;
         out += '"';

@@ -16,6 +16,9 @@ void appendJson(std::string& out, std::string_view text);
 /// The same, and `null` for a null pointer.
 void appendJson(std::string& out, const char* text);
 
+/// Whether quotes make it a JSON string: each byte is printable ASCII that needs no escape.
+bool isPlainText(std::string_view text);
+
 /// How values of 64-bit members are written. Readers that use doubles would round numbers.
 enum class WideIntegers { kNumbers, kStrings };
 

@@ -185,8 +185,7 @@ std::string jsonOf(const Data::Stream& stream) {
     const JsonElement writer(stream.structure(), NanAs::kBits);
     const char* gap = "";
     for (Data::StreamIterator element = stream.cbegin(); element.valid(); ++element) {
-        text += gap;
-        writer.append(text, element);
+        writer.append(text, gap, element);
         gap = ", ";
     }
     return text + "] }";

@@ -24,7 +24,11 @@ Output::Output(int descriptor, std::string name)
 
 void Output::write(std::string_view bytes) {
     fPending += bytes;
-    fAnything = fAnything || !bytes.empty();
+    deliverMuch();
+}
+
+void Output::deliverMuch() {
+    fAnything = fAnything || !fPending.empty();
     if (fPending.size() < kPiece) return;
     if (fStops) Signals::stopIfReceived();
     flush();

@@ -18,6 +18,12 @@ class Output {
     virtual ~Output() = default;
 
     void write(std::string_view bytes);
+    /// Calls `append(text)`, which appends to what was written before. Saves a copy.
+    template <typename Append>
+    void writeBy(const Append& append) {
+        append(fPending);
+        deliverMuch();
+    }
     void flush();
     /// Puts an empty line in front of what follows, if anything was written before.
     virtual void beginSection();
@@ -34,6 +40,8 @@ class Output {
     virtual void deliver(std::string_view bytes);
 
   private:
+    void deliverMuch();
+
     int fDescriptor = -1;
     std::string fName;
     std::string fPending;
