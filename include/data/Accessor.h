@@ -68,6 +68,15 @@ class METADATA_API Accessor {
     /// as before.
     bool read(const std::string& fileName, const std::set<std::string>* structureNames,
               const std::set<std::string>* associationNames, std::string& errors);
+    /// Reads a node that `ReadPolicy::nodesOnDemand` left in the file, and puts it into
+    /// `associations()`, as the read would have done. Does nothing for one that is there already.
+    /// Returns false, with the accessor as it was, when the file has no such node, the node's text
+    /// cannot be read, or the file's metadata is no longer what was read. What a format throws
+    /// passes. Afterwards `findings()` are those about this node.
+    virtual bool load(const std::string& name, std::string& errors);
+    /// Names the nodes that are in the file and were not loaded, the scene's own by the empty name.
+    /// This class has none.
+    [[nodiscard]] virtual std::set<std::string> unloadedNodes() const;
     /// Reads all of the file, with index types that nobody registered as text, and looks for
     /// everything that stands in the way of reading and rewriting it, down to what is merely
     /// unusual. Changes no file. Gives `findings()`; the accessor holds what was read.
@@ -79,8 +88,8 @@ class METADATA_API Accessor {
     /// return. It checks the model, conflicts, links, the journal's place and the room on the disk.
     /// The files stay as they are; like reading it finishes or undoes what was cut short.
     virtual bool rehearse(std::string& errors) const;
-    /// Gives what the last `read`, `write` or `check` found, in file order, also when that call
-    /// failed. The list is good until the next of these calls.
+    /// Gives what the last `read`, `load`, `write` or `check` found, in file order, also when that
+    /// call failed. The list is good until the next of these calls.
     [[nodiscard]] const std::vector<Finding>& findings() const;
     /// Tells whether the accessor can read the file. This class says true for every name, even of a
     /// file that does not exist. Accessors of scenes look at how the file begins, and deal with an

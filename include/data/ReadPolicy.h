@@ -18,6 +18,11 @@ struct ReadPolicy {
     /// looked at, and a finding (`Finding::Code::kNodePartial`) names it: a write keeps its record
     /// as it is, and is refused when the node was changed or removed.
     bool partialNodes = false;
+    /// Leave the nodes in the file until `Accessor::load` asks for one; `Accessor::unloadedNodes`
+    /// names them. Structures are read. A write keeps the nodes that were not loaded as they are in
+    /// the file, as it does those that a read was not asked for; one that the program adds under
+    /// such a name replaces the file's. Findings about their texts come when they are loaded.
+    bool nodesOnDemand = false;
 };
 
 }  // namespace orbo::Data

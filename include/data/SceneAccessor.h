@@ -33,6 +33,8 @@ class METADATA_API SceneAccessor : public Accessor {
     /// change, another program has the file for longer than `patience`, or the disk fails.
     bool write(std::string& errors) const override;
     bool rehearse(std::string& errors) const override;
+    bool load(const std::string& name, std::string& errors) override;
+    [[nodiscard]] std::set<std::string> unloadedNodes() const override;
     /// Reads the whole file, whatever the read policy says, and changes nothing in it.
     std::vector<Finding> check(const std::string& fileName) override;
     /// Returns what `SceneKind::recognise` says of the file; false when it cannot be opened.

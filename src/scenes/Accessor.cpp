@@ -13,6 +13,7 @@
 #include "core/Ascii.h"
 #include "core/StructureRegistry.h"
 #include "scenes/Messages.h"
+#include "scenes/model/ModelPlace.h"
 
 namespace orbo::Data {
 
@@ -117,6 +118,15 @@ bool Accessor::readBy(const Callback<bool(std::string& errors)>& implementation,
     fImpl->lastReadSucceeded = true;
     return true;
 }
+
+bool Accessor::load(const std::string& name, std::string& errors) {
+    if (fImpl->associations.count(name) > 0) return true;
+    fImpl->findings.clear();
+    fImpl->addFinding(ModelPlace::of(name) + " is not in the file.");
+    return fail(errors, fImpl->findings.back().message);
+}
+
+std::set<std::string> Accessor::unloadedNodes() const { return {}; }
 
 std::vector<Finding> Accessor::check(const std::string& fileName) {
     std::string ignored;

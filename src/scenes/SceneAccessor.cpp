@@ -17,6 +17,7 @@
 #include "scenes/Inspection.h"
 #include "scenes/LayoutScan.h"
 #include "scenes/SceneInputs.h"
+#include "scenes/reading/NodeLoader.h"
 #include "scenes/reading/SceneReader.h"
 #include "scenes/writing/SceneChecker.h"
 #include "scenes/writing/SceneRewrite.h"
@@ -49,17 +50,6 @@ struct ReadTask {
     ReadPolicy policy = {};
     bool isCheck = false;
 };
-
-std::string withFileName(std::string message, const std::string& fileName) {
-    const std::size_t place = message.find("%s");
-    return place == std::string::npos ? message : message.replace(place, 2, fileName);
-}
-
-std::string messageAbout(const LockedFile::Opening& opening, const std::string& fileName,
-                         const std::string& otherwise) {
-    if (fileName.empty()) return "Empty file name.";
-    return opening.problem.empty() ? otherwise : opening.problem;
-}
 
 // Without locks, a journal means that somebody may be at work.
 bool findJournal(const LockedFile::Opening& opening, const std::string& fileName,
@@ -110,6 +100,9 @@ struct SceneAccessor::State {
     [[nodiscard]] std::optional<Look> look(Files::File& file) const;
     void remember(Files::File& file, bool withFingerprint);
     bool read(const LockedFile::Opening& opening, const ReadTask& task, Findings& findings);
+    bool load(const std::string& node, LockedFile::Opening& opening, Findings& findings);
+    void publish(const Findings& findings, const LockedFile::Opening& opening) const;
+    [[nodiscard]] std::string cannotOpen(const LockedFile::Opening& opening) const;
     bool recognise(Files::File& file, Findings& findings) const;
     void publish(const Findings& findings, Files::File& file) const;
     bool write(RewriteExtent extent, std::string& errors);
@@ -164,6 +157,14 @@ void SceneAccessor::State::publish(const Findings& findings, Files::File& file) 
     owner.setFindings(std::move(found));
 }
 
+// Ends the lock: counting lines may take long and needs none.
+void SceneAccessor::State::publish(const Findings& findings,
+                                   const LockedFile::Opening& opening) const {
+    if (!opening.file) return owner.setFindings(findings.inFileOrder());
+    opening.file->file().unlock();
+    publish(findings, opening.file->file());
+}
+
 bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTask& task,
                                 Findings& findings) {
     Files::File& file = opening.file->file();
@@ -176,6 +177,7 @@ bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTa
     request.associationNames = task.associationNames;
     request.policy = task.policy;
     request.isCheck = task.isCheck;
+    request.leavesNodes = task.policy.nodesOnDemand && !task.isCheck;
     request.strikesOff = kind->traits().lastFirst;
     const bool withFingerprint = task.isCheck || owner.writePolicy().detectConflicts;
     auto found = readScene(*kind, input, request, owner.associations(), findings, withFingerprint);
@@ -186,6 +188,26 @@ bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTa
     if (opening.hasLocks || (before && before == look(file))) return true;
     return findings.fail(Code::kFileUnreadable,
                          "Another program has written the file while it was read.");
+}
+
+std::string SceneAccessor::State::cannotOpen(const LockedFile::Opening& opening) const {
+    const std::string& fileName = owner.fileName();
+    if (fileName.empty()) return "Empty file name.";
+    if (!opening.problem.empty()) return opening.problem;
+    std::string message = kind->traits().cannotOpen;
+    const std::size_t place = message.find("%s");
+    return place == std::string::npos ? message : message.replace(place, 2, fileName);
+}
+
+bool SceneAccessor::State::load(const std::string& node, LockedFile::Opening& opening,
+                                Findings& findings) {
+    NodeLoader loader(*kind, owner, snapshot);
+    if (!loader.mayLoad(node, findings)) return false;
+    if (loader.isLoaded(node)) return true;
+    opening = open(owner.fileName(), Use::kRead);
+    findings.add(Code::kFileNote, opening.notes);
+    if (!opening.file) return findings.fail(Code::kFileUnreadable, cannotOpen(opening));
+    return loader.load(node, opening.file->file(), findings);
 }
 
 bool SceneAccessor::State::write(RewriteExtent extent, std::string& errors) {
@@ -282,23 +304,37 @@ bool SceneAccessor::readImplementation(const std::set<std::string>* structureNam
             const ReadTask task{structureNames, associationNames, readPolicy(), false};
             done = fState->read(opening, task, findings);
         } else {
-            const std::string& cannotOpen = fState->kind->traits().cannotOpen;
-            findings.add(Code::kFileUnreadable,
-                         messageAbout(opening, fileName(), withFileName(cannotOpen, fileName())));
+            findings.add(Code::kFileUnreadable, fState->cannotOpen(opening));
         }
     } catch (...) {
         findings.appendTo(errors);
         throw;
     }
     findings.appendTo(errors);
-    if (!opening.file) {
-        setFindings(findings.inFileOrder());
-        return false;
-    }
-    // Counting lines may take long and needs no lock.
-    opening.file->file().unlock();
-    fState->publish(findings, opening.file->file());
+    fState->publish(findings, opening);
     return done;
+}
+
+bool SceneAccessor::load(const std::string& name, std::string& errors) {
+    Findings findings;
+    LockedFile::Opening opening;
+    bool done = false;
+    try {
+        done = fState->load(name, opening, findings);
+    } catch (...) {
+        findings.appendTo(errors);
+        throw;
+    }
+    findings.appendTo(errors);
+    fState->publish(findings, opening);
+    return done;
+}
+
+std::set<std::string> SceneAccessor::unloadedNodes() const {
+    std::set<std::string> names;
+    if (!lastReadSucceeded()) return names;
+    for (const auto& [name, places] : fState->snapshot.unloaded.places) names.insert(name);
+    return names;
 }
 
 bool SceneAccessor::write(std::string& errors) const {

@@ -259,6 +259,12 @@ ReadSnapshot ModelBuilder::build(Accessor::AssociationsMap& map, Findings& findi
     for (; !fStructures.empty(); fStructures.pop_front()) {
         registerStructure(fStructures.front(), snapshot, helpers);
     }
+    if (fRequest.leavesNodes) {
+        for (Structure* structure : Structure::allStructures()) {
+            snapshot.unloaded.structures.push_back(
+                {RefPtr<Structure>(structure), RefPtr<const Layout>(&Layout::of(*structure))});
+        }
+    }
     for (; !fAssociations.empty(); fAssociations.pop_front()) {
         const bool isRead = build(fAssociations.front(), map, snapshot);
         if (!isRead && fRequest.policy.partialNodes) {

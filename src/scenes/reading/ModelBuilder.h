@@ -39,6 +39,8 @@ class ModelBuilder {
         bool isCheck = false;
         /// The next write may take over texts.
         bool keepsOutlines = false;
+        /// Nodes are only named: a later read takes them from their places.
+        bool leavesNodes = false;
         ReadPolicy policy = {};
     };
 

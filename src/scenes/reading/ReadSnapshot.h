@@ -3,7 +3,7 @@
 #pragma once
 
 #include <data/SceneRecord.h>
-
+#include <data/Structure.h>
 #include <debug/RefPtr.h>
 
 #include <cstddef>
@@ -12,6 +12,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/Layout.h"
@@ -26,6 +27,8 @@ namespace orbo::Data {
 class UnreadableRecords {
   public:
     void add(const SceneRecord& record) { fContents[record.name].emplace(content(record)); }
+    /// Takes over those of names that are not there yet.
+    void add(UnreadableRecords others) { fContents.merge(others.fContents); }
     [[nodiscard]] bool has(const SceneRecord& record) const {
         const auto contents = fContents.find(record.name);
         return contents != fContents.end() && contents->second.count(content(record)) > 0;
@@ -39,6 +42,32 @@ class UnreadableRecords {
     std::map<std::string, std::set<std::string>> fContents;
 };
 
+/// Nodes that a read left in the file, for the accessor to load later.
+struct UnloadedNodes {
+    /// By name, the places of the records, in the order in which a scan meets them. A write moves
+    /// records; there are no places then.
+    std::map<std::string, std::vector<SceneRecordRange>> places;
+    /// What the nodes are to be read with: all structures of the read, those too that nobody asked
+    /// for, with the members that they had then.
+    struct KnownStructure {
+        RefPtr<Structure> structure;
+        RefPtr<const Layout> members;
+    };
+    std::vector<KnownStructure> structures;
+    /// The read was asked for nodes by name.
+    bool areNamed = false;
+
+    /// What is left of them when nodes of these names were written.
+    template <typename Names>
+    [[nodiscard]] UnloadedNodes afterWriting(const Names& written) const {
+        UnloadedNodes left{{}, structures, areNamed};
+        for (const auto& [name, ofNode] : places) {
+            if (written.count(name) == 0) left.places[name];
+        }
+        return left;
+    }
+};
+
 /// The next write takes the absence of one of these names as the caller's wish that it goes;
 /// everything else in the file stays.
 struct ReadSnapshot {
@@ -49,6 +78,8 @@ struct ReadSnapshot {
     /// Nodes that were read in part, with digests of those parts. They are in no other member.
     std::map<std::string, std::uint64_t> partialNodes;
     UnreadableRecords unreadable;
+
+    UnloadedNodes unloaded;
 
     /// The file's state then. The fingerprint is that of the metadata, if it was taken.
     std::optional<Files::FileStatus> status;
@@ -73,6 +104,14 @@ struct ReadSnapshot {
     std::vector<Record> records;
     /// Where the metadata begins, if that is known.
     std::optional<std::uint64_t> begin;
+
+    /// Adds what the read of a part left. Nodes are in one of the two only.
+    void add(ReadSnapshot part) {
+        associations.merge(part.associations);
+        partialNodes.merge(part.partialNodes);
+        texts.merge(part.texts);
+        unreadable.add(std::move(part.unreadable));
+    }
 
     /// Where a check found the records.
     std::map<std::string, FilePlace> structurePlaces;

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,13 +27,14 @@ const WritePolicy& policyOfReads() {
 /// Gives the records that a scan finds to a builder.
 class ReadingVisitor final : public FindingsVisitor {
   public:
-    ReadingVisitor(Purpose purpose, const SceneKind& kind, SceneInput& input,
-                   const std::set<std::string>* nodes, ModelBuilder& builder, bool takesFingerprint,
-                   Findings& findings)
-        : FindingsVisitor(purpose, policyOfReads(), findings),
+    ReadingVisitor(const SceneKind& kind, SceneInput& input, const ModelBuilder::Request& request,
+                   ModelBuilder& builder, bool takesFingerprint, Findings& findings)
+        : FindingsVisitor(request.isCheck ? Purpose::kCheck : Purpose::kRead, policyOfReads(),
+                          findings),
           fKind(kind),
           fInput(input),
-          fNodes(nodes),
+          fNodes(request.associationNames),
+          fLeavesNodes(request.leavesNodes),
           fBuilder(builder),
           fFingerprint(takesFingerprint ? std::make_optional<Fingerprint>() : std::nullopt) {}
 
@@ -59,23 +62,31 @@ class ReadingVisitor final : public FindingsVisitor {
     void forget() override {
         fMet = 0;
         fRecords.clear();
+        fLeft.clear();
         if (fFingerprint) fFingerprint->clear();
         fBuilder.discard();
     }
 
     [[nodiscard]] bool found(const SceneRecordRange& range) override {
         ++fMet;
-        if (isOfOtherNode(range)) return true;
+        if (isPassedOver(range)) return true;
         std::string bytes;
         // A record without an end mark is not read: its bytes may belong to something else.
         if (range.closed && !read(range, bytes)) return false;
         takeFingerprint(range, bytes);
         Finding problem;
-        auto record = fKind.parse(range, std::move(bytes), fNodes, problem);
+        const std::set<std::string> noTexts;
+        auto record =
+            fKind.parse(range, std::move(bytes), fLeavesNodes ? &noTexts : fNodes, problem);
         noteRecord(record);
         if (!record) return rejected(range, std::move(problem));
         record->place = placeOf(range);
-        if (fBuilder.wants(*record)) fBuilder.add(std::move(*record));
+        if (!fBuilder.wants(*record)) return true;
+        if (fLeavesNodes && record->kind == SceneRecord::Kind::kAssociations) {
+            fLeft[record->name].push_back(range);
+        } else {
+            fBuilder.add(std::move(*record));
+        }
         return true;
     }
 
@@ -84,14 +95,22 @@ class ReadingVisitor final : public FindingsVisitor {
         if (fKind.traits().lastFirst) std::reverse(fRecords.begin(), fRecords.end());
         return std::move(fRecords);
     }
+    /// Gives the nodes that were left in the file, with the places of their records.
+    [[nodiscard]] std::map<std::string, std::vector<SceneRecordRange>> left() {
+        return std::move(fLeft);
+    }
 
   private:
-    /// A fingerprint takes all records.
-    bool isOfOtherNode(const SceneRecordRange& range) {
-        const bool mayBe = fNodes && !fFingerprint && range.closed &&
+    /// Does what there is to do with a node whose text is not asked for, if a part of the record
+    /// tells. A fingerprint takes all records.
+    bool isPassedOver(const SceneRecordRange& range) {
+        const bool mayBe = (fNodes || fLeavesNodes) && !fFingerprint && range.closed &&
                            range.kind == SceneRecord::Kind::kAssociations;
         const auto node = mayBe ? fKind.nodeOf(range, fInput) : std::nullopt;
-        return node && fNodes->count(*node) == 0;
+        if (!node) return false;
+        const bool isOther = fNodes && fNodes->count(*node) == 0;
+        if (fLeavesNodes && !isOther) fLeft[*node].push_back(range);
+        return isOther || fLeavesNodes;
     }
     void noteRecord(const std::optional<SceneRecord>& record) {
         if (!fFingerprint) return;
@@ -131,9 +150,11 @@ class ReadingVisitor final : public FindingsVisitor {
     const SceneKind& fKind;
     SceneInput& fInput;
     const std::set<std::string>* fNodes;
+    const bool fLeavesNodes;
     ModelBuilder& fBuilder;
     std::optional<Fingerprint> fFingerprint;
     std::vector<ReadSnapshot::Record> fRecords;
+    std::map<std::string, std::vector<SceneRecordRange>> fLeft;
     std::size_t fMet = 0;
     mutable bool fHasSkipped = false;
 };
@@ -143,16 +164,16 @@ class ReadingVisitor final : public FindingsVisitor {
 std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
                                       ModelBuilder::Request request, Accessor::AssociationsMap& map,
                                       Findings& findings, bool takesFingerprint) {
-    using Purpose = SceneVisitor::Purpose;
     request.lastFirst = kind.traits().lastFirst;
     request.keepsOutlines = takesFingerprint;
     ModelBuilder builder(request);
-    ReadingVisitor visitor(request.isCheck ? Purpose::kCheck : Purpose::kRead, kind, input,
-                           request.associationNames, builder, takesFingerprint, findings);
+    ReadingVisitor visitor(kind, input, request, builder, takesFingerprint, findings);
     auto layout = std::make_unique<SceneLayout>();
     const SceneKind::ScanEnd end = kind.scan(input, visitor, layout);
     if (end == SceneKind::ScanEnd::kFailed) return std::nullopt;
     ReadSnapshot snapshot = builder.build(map, findings);
+    snapshot.unloaded.places = visitor.left();
+    snapshot.unloaded.areNamed = request.associationNames != nullptr;
     if (end == SceneKind::ScanEnd::kStopped) snapshot.recordsMet = visitor.met();
     if (end == SceneKind::ScanEnd::kComplete || snapshot.recordsMet)
         snapshot.fingerprint = visitor.fingerprint();
@@ -161,6 +182,19 @@ std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
         snapshot.begin = layout->begin;
     }
     return snapshot;
+}
+
+std::optional<ReadSnapshot> readLeftNode(const SceneKind& kind, SceneInput& input,
+                                         const std::vector<SceneRecordRange>& places,
+                                         ModelBuilder::Request request,
+                                         Accessor::AssociationsMap& map, Findings& findings) {
+    request.lastFirst = kind.traits().lastFirst;
+    ModelBuilder builder(request);
+    ReadingVisitor visitor(kind, input, request, builder, false, findings);
+    for (const SceneRecordRange& place : places) {
+        if (!visitor.found(place)) return std::nullopt;
+    }
+    return builder.build(map, findings);
 }
 
 }  // namespace orbo::Data

@@ -6,6 +6,7 @@
 #include <data/SceneKind.h>
 
 #include <optional>
+#include <vector>
 
 #include "scenes/Findings.h"
 #include "scenes/reading/ModelBuilder.h"
@@ -20,5 +21,12 @@ namespace orbo::Data {
 std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
                                       ModelBuilder::Request request, Accessor::AssociationsMap& map,
                                       Findings& findings, bool takesFingerprint = false);
+
+/// Adds one node that an earlier read left in the file, from the places that it noted. The
+/// structures are registered in this thread's registry. Otherwise as `readScene`.
+std::optional<ReadSnapshot> readLeftNode(const SceneKind& kind, SceneInput& input,
+                                         const std::vector<SceneRecordRange>& places,
+                                         ModelBuilder::Request request,
+                                         Accessor::AssociationsMap& map, Findings& findings);
 
 }  // namespace orbo::Data

@@ -100,6 +100,7 @@ SceneWriter::SceneWriter(const SceneKind& kind, const Accessor& accessor,
       fMaker({kind, fModel, snapshot, digests, fSettings.policy, fSettings.readPolicy}),
       fWritten(fModel.snapshot()) {
     fWritten.partialNodes = snapshot.partialNodes;
+    fWritten.unloaded = snapshot.unloaded.afterWriting(fWritten.associations);
 }
 
 // Always returns false, for `return fail(...)`.

@@ -84,7 +84,7 @@ class Find : public Command {
     }
 
     FileResult find(const FileTurn& turn) {
-        const Scene scene = openScene(turn.file, fAccess);
+        const Scene scene = openSelected(turn.file, fAccess, fSelection);
         SceneView view = select(*scene.accessor, fSelection);
         size_t count = 0;
         const bool printsElements = !fNames && !fCounts;

@@ -67,7 +67,7 @@ class Show : public Command {
     using Layout = JsonDocument::Layout;
 
     FileResult show(const std::string& file, Output& output) {
-        const Scene scene = openScene(file, fAccess);
+        const Scene scene = openSelected(file, fAccess, fSelection);
         const SceneView view = select(*scene.accessor, fSelection);
         if (view.nodes.empty() && !fSelection.everything()) {
             fHints->offer(*scene.accessor);

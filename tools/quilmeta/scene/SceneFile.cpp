@@ -76,6 +76,27 @@ bool leavesSceneComplete(const Data::Finding& finding) {
     return finding.code == Code::kFileNote || !Data::Finding::isInErrors(finding.code);
 }
 
+bool endsRead(const Data::Finding& finding) { return finding.code == Code::kFileUnreadable; }
+
+/// An accessor with the policies that commands have, which has not read the file.
+Scene newScene(const std::string& file, const SceneAccess& access) {
+    demandReadableFile(file);
+    Scene scene{accessorFor(access.kindName.empty() ? file : access.kindName, access.patience())};
+    Data::Accessor& accessor = *scene.accessor;
+    accessor.setReadPolicy({true, access.partial});
+    Data::WritePolicy policy = Data::WritePolicy::careful();
+    policy.durable = !access.noJournal;
+    policy.detectConflicts = access.writes;
+    accessor.setWritePolicy(policy);
+    return scene;
+}
+
+void tellFindings(const std::string& file, const std::vector<Data::Finding>& findings,
+                  Scene& scene) {
+    complain(file, messagesOf(findings));
+    scene.complete = std::all_of(findings.begin(), findings.end(), leavesSceneComplete);
+}
+
 /// Says why a write failed. Accessors that leave no finding have only their error text.
 std::string messagesOfFailure(const Data::Accessor& scene, const std::string& errors) {
     std::vector<Data::Finding> failures;
@@ -117,20 +138,34 @@ bool write(const Data::Accessor& scene, const SceneAccess& access, std::string& 
 }  // namespace
 
 Scene openScene(const std::string& file, const SceneAccess& access, const SceneNames* names) {
-    demandReadableFile(file);
-    Scene scene{accessorFor(access.kindName.empty() ? file : access.kindName, access.patience())};
+    Scene scene = newScene(file, access);
     if (names) scene.names = *names;
-    Data::Accessor& accessor = *scene.accessor;
-    accessor.setReadPolicy({true, access.partial});
-    Data::WritePolicy policy = Data::WritePolicy::careful();
-    policy.durable = !access.noJournal;
-    policy.detectConflicts = access.writes;
-    accessor.setWritePolicy(policy);
-    read(accessor, file, names ? &names->structures : nullptr,
+    read(*scene.accessor, file, names ? &names->structures : nullptr,
          names && names->nodes ? &*names->nodes : nullptr);
-    const std::vector<Data::Finding>& findings = accessor.findings();
-    complain(file, messagesOf(findings));
-    scene.complete = std::all_of(findings.begin(), findings.end(), leavesSceneComplete);
+    tellFindings(file, scene.accessor->findings(), scene);
+    return scene;
+}
+
+Scene openSelected(const std::string& file, const SceneAccess& access, const Selection& selection) {
+    if (selection.nodes.empty()) return openScene(file, access);
+    Scene scene = newScene(file, access);
+    Data::Accessor& accessor = *scene.accessor;
+    Data::ReadPolicy policy = accessor.readPolicy();
+    policy.nodesOnDemand = true;
+    accessor.setReadPolicy(policy);
+    read(accessor, file, nullptr, nullptr);
+    std::vector<Data::Finding> findings = accessor.findings();
+    std::string ignored;
+    for (const std::string& node : accessor.unloadedNodes()) {
+        if (!selection.wantsNode(node)) continue;
+        const bool isLoaded = accessor.load(node, ignored);
+        const std::vector<Data::Finding>& found = accessor.findings();
+        // A program has written the file since; one read of everything holds its lock throughout.
+        const bool isOver = !isLoaded && std::any_of(found.begin(), found.end(), endsRead);
+        if (isOver) return openScene(file, access);
+        findings.insert(findings.end(), found.begin(), found.end());
+    }
+    tellFindings(file, findings, scene);
     return scene;
 }
 

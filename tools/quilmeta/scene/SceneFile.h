@@ -4,6 +4,7 @@
 
 #include "process/CommandError.h"
 #include "scene/SceneAccess.h"
+#include "selection/Selection.h"
 
 #include <data/Accessor.h>
 
@@ -39,6 +40,9 @@ struct Scene {
 /// file is no scene or cannot be read at all.
 Scene openScene(const std::string& file, const SceneAccess& access,
                 const SceneNames* names = nullptr);
+
+/// The same, but nodes that the selection does not want stay unloaded. For commands that only look.
+Scene openSelected(const std::string& file, const SceneAccess& access, const Selection& selection);
 
 /// Whether the accessor that serves the file's extension takes the file for a scene.
 bool isScene(const std::string& file);

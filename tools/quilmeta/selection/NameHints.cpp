@@ -29,6 +29,7 @@ void NameHints::offer(const Data::Accessor& scene) {
     if (!fAny) return;
     const SceneView view = select(scene, {});
     const std::lock_guard<std::mutex> lock(fMutex);
+    for (const std::string& name : scene.unloadedNodes()) offer(fNodes, name);
     for (const NodeView& node : view.nodes) offerParts(node);
     for (const Data::Structure* structure : view.structures) offerStructure(*structure);
 }
