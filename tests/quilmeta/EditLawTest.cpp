@@ -83,12 +83,12 @@ class RandomAssignment {
         fTarget = member["name"];
         fMember = member;
         if (below(2) == 0) {
-            fSlot = below(member["length"]);
-            fTarget += '[' + std::to_string(*fSlot) + ']';
+            fPart = below(member["length"].get<unsigned>() * partsPerValue(member["type"]));
+            fTarget += '[' + std::to_string(*fPart) + ']';
         }
         // A member that has such a name itself comes first.
         for (const json& other : members)
-            if (other["name"] == fTarget) fMember = other, fSlot.reset();
+            if (other["name"] == fTarget) fMember = other, fPart.reset();
         const char* operations[] = {"=", ":=", "+=", "-=", "*="};
         fOperation = operations[below(5)];
         fType = fMember["type"];
@@ -110,11 +110,11 @@ class RandomAssignment {
     /// False where it has to be refused.
     bool apply(json& values) const {
         json& member = values[fMember["name"].get<std::string>()];
-        json& target = fSlot && fMember["length"] > 1 ? member[*fSlot] : member;
-        if (fOperation == ":=") target = fJson;
-        if (fOperation == ":=") return true;
         std::vector<json*> leaves;
-        addLeaves(target, leaves);
+        addLeaves(member, leaves);
+        if (fPart) leaves = {leaves[*fPart]};
+        if (fOperation == ":=") (fPart ? *leaves[0] : member) = fJson;
+        if (fOperation == ":=") return true;
         const bool isNumber = fType != "string" && fType != "bool";
         const bool fits = fOperands.size() == leaves.size() ||
                           (fOperands.size() == 1 && fOperation != "=" && isNumber);
@@ -131,6 +131,10 @@ class RandomAssignment {
   private:
     unsigned below(unsigned end) { return static_cast<unsigned>(fRandom() % end); }
 
+    static unsigned partsPerValue(const std::string& type) {
+        return type.find("4x4") == type.npos ? 1 : 16;
+    }
+
     json part() {
         if (fType == "bool") return below(2) == 0;
         const char* texts[] = {"", " a, b ", "=", "\"x\\", "\xE8\x8C\xB6\n"};
@@ -142,16 +146,16 @@ class RandomAssignment {
     }
     json value() {
         if (fType == "string" && below(4) == 0) return nullptr;
-        if (fType.find("4x4") == fType.npos) return part();
+        if (fPart || partsPerValue(fType) == 1) return part();
         json matrix = json::array();
         while (matrix.size() < 16) matrix.push_back(part());
         return matrix;
     }
 
     void makeOperands() {
-        const unsigned values = fSlot ? 1 : fMember["length"].get<unsigned>();
+        const unsigned values = fPart ? 1 : fMember["length"].get<unsigned>();
         if (fOperation == ":=") return makeJson(values);
-        unsigned count = values * (fType.find("4x4") == fType.npos ? 1 : 16);
+        unsigned count = values * (fPart ? 1 : partsPerValue(fType));
         if (fType != "string" && below(8) == 0) ++count;
         if (fOperation != "=" && below(2) == 0) count = 1;
         // A single string is all of the text.
@@ -177,7 +181,7 @@ class RandomAssignment {
     std::mt19937 fRandom;
     std::string fTarget, fOperation, fType;
     json fMember;
-    std::optional<unsigned> fSlot;
+    std::optional<unsigned> fPart;
     std::vector<json> fOperands;
     json fJson;
 };

@@ -163,7 +163,10 @@ void CommandLine::explain(const Words& words, char** command, Output& output) {
         fApp->parse(Words(words));
     } catch (const CLI::CallForHelp&) {
         if (*command && Called(*fApp).words.empty()) helpForUnknown(command);
-        output.write(fittedText(Called(*fApp).help(), terminalWidth(output)));
+        const Called called(*fApp);
+        const char* const more =
+            called.words.empty() ? "" : "More: -q, -v and --color, see quilmeta --help\n";
+        output.write(fittedText(called.help() + more, terminalWidth(output)));
     } catch (const CLI::ParseError& error) {
         if (*command && Called(*fApp).words.empty()) becomeExternalCommand(*command, command + 1);
         throw UsageError(usageMessage(*fApp, error));

@@ -37,6 +37,14 @@ Example:
   quilmeta edit -r shots --where 'stream == "tag" and material ~ "gold*"' \
       roughness=0.4 --dry-run)"};
 
+/// Says which of the files looks like an assignment, such as "a/=2"; empty when none does.
+std::string hintAt(const std::vector<std::string>& files) {
+    for (const std::string& file : files)
+        if (file.find('=') != file.npos)
+            return fmt::format("; {} is a file, because of its \"/\"", inQuotes(file));
+    return {};
+}
+
 /// The assignments, looked up once in each structure.
 class AssignmentsOfScene {
   public:
@@ -74,7 +82,8 @@ class Edit : public Command {
 
     Outcome run(Output& output) override {
         fAssignments = takeAssignments(fFiles);
-        if (fAssignments.empty()) throw UsageError("nothing to assign: MEMBER=VALUE is missing");
+        if (fAssignments.empty())
+            throw UsageError("nothing to assign: MEMBER=VALUE is missing" + hintAt(fFiles.words));
         fSelection = fSelected.selection();
         if (!fWhere && fSelection.everything() && !fAll)
             throw UsageError("this changes all elements: say so with --all, or select some");

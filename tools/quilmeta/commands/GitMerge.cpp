@@ -31,6 +31,7 @@ class GitMerge : public Command {
         return guarded(fPath,
                        [&] {
                            fRequest.out = fRequest.ours;
+                           fRequest.path = fPath;
                            fRequest.access.kindName = kindNameOf(fPath, fRequest.ours);
                            return FileResult(mergeScenes(fRequest, output));
                        })

@@ -124,8 +124,8 @@ class RefsList : public Command {
         constexpr size_t kWidestPath = 120;
         std::vector<TextTable::Column> columns = {
             {"scene", kWidestColumn},       {"node", kWidestColumn},
-            {"key", kWidestColumn},         {"path", kWidestPath},
-            {"resolved path", kWidestPath}, {"roles", saysWhat ? kWidestColumn : 0}};
+            {"key", kWidestColumn},         {"path", kWidestPath, true},
+            {"resolved path", kWidestPath}, {"roles", saysWhat ? kWidestColumn : 0, true}};
         if (saysWhat) columns.push_back({"missing", 0});
         TextTable table(columns);
         for (const auto& ofFile : fListed)

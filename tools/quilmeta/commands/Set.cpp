@@ -7,6 +7,7 @@
 #include "patches/ChangeReport.h"
 #include "scene/Address.h"
 #include "scene/SceneFile.h"
+#include "selection/FileList.h"
 #include "values/SafeText.h"
 #include "values/Wording.h"
 
@@ -23,7 +24,7 @@ namespace {
 
 constexpr Command::Help kHelp = {"set", "Change values of one element", R"(
 A member of several values takes them all, with blanks or commas between, or one
-by MEMBER[k]=VALUE; a matrix is one value of 16 numbers. MEMBER:=VALUE takes JSON;
+by MEMBER[k]=VALUE; a matrix has 16, row after row. MEMBER:=VALUE takes JSON;
 +=, -= and *= calculate. Nothing is written unless all values are good. --create
 makes the element, and with --structure also the stream, its channel and its node.
 Examples:
@@ -71,6 +72,7 @@ class Set : public Command {
     }
 
     Outcome run(Output& output) override {
+        if (isAssignment(fFile)) throw UsageError(noFileBut(fFile));
         if (!fCreate && (fWanted.structure || fWanted.indexType))
             throw UsageError("--structure and --index-type go with --create");
         return changeFiles({fFile}, fAccess, 1, output,

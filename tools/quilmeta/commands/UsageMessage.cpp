@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/UsageMessage.h"
 
+#include "selection/FileList.h"
 #include "values/ClosestName.h"
 #include "values/SafeText.h"
 
@@ -21,6 +22,36 @@ std::vector<std::string> optionsOf(const CLI::App& command) {
 /// True when the command itself has the option that the word names.
 bool hasOption(const CLI::App& command, const std::string& word) {
     return command.get_option_no_throw(word.substr(0, word.find('='))) != nullptr;
+}
+
+/// The first word of a command that takes a file and assignments, if there is no other.
+std::string onlyWord(const CLI::App& command) {
+    const CLI::Option* const file = command.get_option_no_throw("FILE");
+    return file && file->count() == 1 ? file->results().front() : "";
+}
+
+/// Says which option lacks its value; empty when none does. CLI11 says "--where: 1 required
+/// EXPRESSION missing".
+std::string valueless(const CLI::App& command, const std::string& what) {
+    const std::string name = what.substr(0, what.find(':'));
+    const CLI::Option* option = nullptr;
+    for (const CLI::App* app = &command; app && !option; app = app->get_parent())
+        option = app->get_option_no_throw(name);
+    if (!option || option->get_items_expected_max() == 0) return {};
+    return name + " needs a value: " + name + ' ' + option->get_type_name();
+}
+
+/// Says which flag was given a value; empty for other errors. CLI11 says "Could not convert:
+/// --files = x".
+std::string valueOfFlag(const CLI::App& command, const CLI::ParseError& error) {
+    if (!dynamic_cast<const CLI::ConversionError*>(&error)) return {};
+    for (const CLI::App* app = &command; app; app = app->get_parent())
+        for (const CLI::Option* option : app->get_options())
+            if (option->get_items_expected_max() == 0 && option->count() > 0 &&
+                std::string_view(error.what()).find(option->get_name() + " = ") !=
+                    std::string_view::npos)
+                return option->get_name() + " takes no value";
+    return {};
 }
 
 /// Says which option has more values than the one that it takes; empty when none has.
@@ -56,6 +87,13 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     const bool isMismatch = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
     std::string twice = isMismatch ? givenTwice(called) : "";
     if (!twice.empty()) return twice;
+    std::string lacking = isMismatch ? valueless(called, error.what()) : "";
+    if (!lacking.empty()) return lacking;
+    std::string flag = valueOfFlag(called, error);
+    if (!flag.empty()) return flag;
+    if (std::string_view(error.what()).substr(0, 12) == "MEMBER=VALUE" &&
+        isAssignment(onlyWord(called)))
+        return noFileBut(onlyWord(called));
     if (rest.empty()) return wantsCommand ? "a command is required" : error.what();
     // CLI11 would only say that a subcommand is missing, even when it does not know the word.
     const std::string& word = rest.front();
@@ -66,7 +104,7 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
         return "\"help\" comes first: quilmeta help" + command.substr(command.find(' '));
     if (!word.empty() && word.front() == '-')
         return "there is no option " + inQuotes(word) + didYouMean(word, optionsOf(called));
-    if (!wantsCommand) return error.what();
+    if (!wantsCommand) return inQuotes(word) + " is one word too many";
     return "there is no command " + inQuotes(word) + didYouMean(word, commandsOf(called));
 }
 

@@ -9,6 +9,7 @@
 #include <data/Channel.h>
 #include <data/IndexPair.h>
 #include <data/IndexString.h>
+#include <data/IndexType.h>
 #include <data/Stream.h>
 #include <fmt/format.h>
 
@@ -64,7 +65,10 @@ Data::Stream& findOrCreateStream(Scene& scene, const StreamAddress& address,
     const std::string type = wanted.indexType.value_or(indexTypeOf(index));
     if (type != stream.indexType())
         if (const auto set = stream.trySetIndexType(type); !set)
-            throw CommandError(fmt::format("--index-type {}: {}", inQuotes(type), set.reason()));
+            throw CommandError(
+                fmt::format("--index-type {}: {} The usual types are numeric, pair "
+                            "and string.",
+                            inQuotes(type), set.reason()));
     return *scene.accessor->associations()[address.node]
                 .channel(address.channel)
                 .setDataStream(stream);

@@ -129,7 +129,15 @@ class Loader {
                 columns->second.pop_front();
             }
         }
-        if (!fIndexField) problem(header, "the column \"index\" is missing");
+        if (!fIndexField)
+            problem(header, std::string("the column \"index\" is missing") +
+                                (isSeparatedOtherwise(header) ? "; only commas separate" : ""));
+    }
+
+    /// Some spreadsheets write semicolons or tabs.
+    static bool isSeparatedOtherwise(const CsvRecord& header) {
+        return header.fields.size() == 1 &&
+               header.fields[0].find_first_of(";\t") != std::string::npos;
     }
 
     [[nodiscard]] std::vector<std::string> titles() const {

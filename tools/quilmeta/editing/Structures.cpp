@@ -104,6 +104,27 @@ Data::Stream withStructure(const Data::Stream& stream, const Data::Structure& st
     return result;
 }
 
+/// Says which type was perhaps meant by the first word that is none, or lists the types; empty when
+/// all words are types.
+std::string hintAtType(std::string_view text) {
+    std::vector<std::string> types;
+    for (int type = 0; type < Data::Member::kInvalid; ++type)
+        types.emplace_back(Data::Member::typeName(static_cast<Data::Member::eDataType>(type)));
+    while (!text.empty()) {
+        const size_t end = std::min(text.find_first_of(":\n"), text.size());
+        const std::string_view field = trimmed(text.substr(0, end));
+        const std::string_view word = trimmed(field.substr(0, field.find_first_of("[=")));
+        text.remove_prefix(std::min(end + 1, text.size()));
+        const bool isKnown = std::find(types.begin(), types.end(), word) != types.end();
+        if (field.empty() || word == "name" || isKnown) continue;
+        ClosestName closest(word);
+        for (const std::string& type : types) closest.offer(type);
+        return closest.found().empty() ? fmt::format("; the types are {}", fmt::join(types, ", "))
+                                       : closest.question();
+    }
+    return {};
+}
+
 /// Makes a structure of its text. `subject` is what messages call the text.
 RefPtr<const Data::Structure> parse(const std::string& text, const std::string& subject) {
     std::istringstream in(text);
@@ -111,7 +132,10 @@ RefPtr<const Data::Structure> parse(const std::string& text, const std::string& 
     RefPtr<const Data::Structure> structure(
         Data::StructureSerializerRaw::theFormat().read(in, errors));
     const FieldCount fields(text);
-    if (!structure) throw CommandError(subject + ": " + errors);
+    if (!structure) {
+        const bool isOfType = errors.find("not recognized") != errors.npos;
+        throw CommandError(subject + ": " + errors + (isOfType ? hintAtType(text) : ""));
+    }
     if (fields.names > 1) throw CommandError(subject + " has a name too many");
     if (*structure->name() == '\0') throw CommandError(subject + " has an empty name");
     // The format leaves such members out without a word, for the sake of old files.

@@ -165,11 +165,10 @@ namespace {
 template <typename Part>
 void appendParts(std::string& text, const Part* parts, const NamedMember& named) {
     const Data::Member& member = *named.member;
-    if (!named.slot) return appendMember(text, parts, member, NanAs::kWord);
+    if (!named.part) return appendMember(text, parts, member, NanAs::kWord);
     const RefPtr<Data::Structure> single(new Data::Structure("single"));
-    single->addMember(member.type(), 1, member.name());
-    appendMember(text, parts + *named.slot * partsPerValue(member.type()), *single->member(0U),
-                 NanAs::kWord);
+    single->addMember(partType(member.type()), 1, member.name());
+    appendMember(text, parts + *named.part, *single->member(0U), NanAs::kWord);
 }
 
 /// True for a JSON number, truth value or null.

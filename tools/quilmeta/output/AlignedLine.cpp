@@ -17,15 +17,16 @@ void widen(size_t& width, std::string_view text, size_t widest) {
     width = std::max(width, std::min(displayWidth(text), widest));
 }
 
-void narrow(const std::vector<size_t*>& widths, size_t excess) {
+bool narrow(const std::vector<size_t*>& widths, size_t excess) {
     constexpr size_t kNarrowest = 6;
     while (excess > 0 && !widths.empty()) {
         size_t* const widest = *std::max_element(
             widths.begin(), widths.end(), [](auto* one, auto* other) { return *one < *other; });
-        if (*widest <= kNarrowest) return;
+        if (*widest <= kNarrowest) break;
         --*widest;
         --excess;
     }
+    return excess == 0;
 }
 
 std::string cutToWidth(std::string_view text, size_t width) {

@@ -17,8 +17,8 @@ constexpr size_t kWidestColumn = 40;
 void widen(size_t& width, std::string_view text, size_t widest = kWidestColumn);
 
 /// Takes `excess` columns from the widest of these, one at a time, as far as they have any to
-/// spare.
-void narrow(const std::vector<size_t*>& widths, size_t excess);
+/// spare. False when they have not so many.
+bool narrow(const std::vector<size_t*>& widths, size_t excess);
 
 /// Cuts the text to that many columns, the last of which tells so.
 std::string cutToWidth(std::string_view text, size_t width);

@@ -125,6 +125,9 @@ std::string manualPage(const CommandRow& command, const std::vector<CommandRow>&
     if (!command.commands.empty()) page += section("COMMANDS") + commandList(command, table);
     page += section("OPTIONS");
     for (const OptionRow& option : command.options) page += optionText(option);
+    if (!command.words.empty())
+        page +=
+            ".PP\n" + line("The options of quilmeta(1) may stand here as well: -q, -v, --color.");
     page += paragraphs(details.substr(examples));
     page += section("EXIT STATUS") +
             line(

@@ -15,19 +15,27 @@ class TextTable {
   public:
     struct Column {
         const char* title;
-        size_t widest;  ///< a longer cell sticks out instead of widening the column
+        size_t widest;         ///< a longer cell sticks out instead of widening the column
+        bool isSpare = false;  ///< goes first where a terminal has no room for all
     };
 
     explicit TextTable(const std::vector<Column>& columns);
     /// Adds a row with a cell for each column. The cells must be safe to show.
     void add(std::vector<std::string> row);
-    /// Writes the titles and the rows; writes nothing when there are no rows.
+    /// Writes the titles and the rows; writes nothing when there are no rows. Where spare columns
+    /// are left out the titles end in an ellipsis.
     void write(Output& output) const;
 
   private:
-    [[nodiscard]] std::vector<size_t> widthsWithin(size_t limit, size_t gap) const;
+    /// Which columns are shown, and how wide.
+    struct Layout {
+        std::vector<size_t> shown;
+        std::vector<size_t> widths;  // of these
+    };
+    [[nodiscard]] Layout layoutWithin(size_t limit) const;
+    bool fitWidths(Layout& layout, size_t limit) const;
 
-    std::vector<size_t> fWidest;
+    std::vector<Column> fColumns;
     std::vector<size_t> fWidths;
     std::vector<std::vector<std::string>> fRows;  // the first holds the titles
 };

@@ -31,9 +31,8 @@ std::string ValueText::shown(const std::string& text) const { return safe ? safe
 void ValueText::append(std::string& out, Data::Handle& element, const NamedMember& member) const {
     element.setPositionByMemberIndex(member.position);
     withParts(element, *member.member, [&](const auto* parts) {
-        const size_t perValue = partsPerValue(member.member->type());
-        const size_t first = member.slot.value_or(0) * perValue;
-        const size_t count = member.slot ? perValue : partsOf(*member.member);
+        const size_t first = member.part.value_or(0);
+        const size_t count = member.part ? 1 : partsOf(*member.member);
         for (size_t i = first; parts && i < first + count; ++i) {
             if (i > first) out += ' ';
             appendPart(out, parts[i], *this);

@@ -68,6 +68,17 @@ void demandJson(std::string_view name, std::string_view text) {
         throw CommandError(fmt::format("{}: {} is no JSON", inQuotes(name), inQuotes(text)));
 }
 
+/// The problems of a short value, without its only line and the "$" of the whole: "[1]: "x" is no
+/// number".
+std::string inOneValue(const JsonProblems& problems) {
+    std::string text;
+    for (std::string_view message : problems.messages()) {
+        message.remove_prefix(message.substr(0, 3) == "$: " ? 3 : 1);
+        text += (text.empty() ? "" : "; ") + std::string(message);
+    }
+    return text;
+}
+
 /// False when the result is beyond the type's range.
 template <typename Value>
 bool combine(char operation, Value& value, Value operand) {
@@ -95,7 +106,7 @@ class Assignments::GivenValues {
     void add(const Target& target) {
         const auto first = fSlots.lower_bound({target.position, kWhole});
         const bool any = first != fSlots.end() && first->first == target.position;
-        const long long slot = target.slot ? static_cast<long long>(*target.slot) : kWhole;
+        const long long slot = target.part ? static_cast<long long>(*target.part) : kWhole;
         const bool twice = any && (slot == kWhole || first->second == kWhole);
         if (twice || !fSlots.emplace(target.position, slot).second)
             throw CommandError(fmt::format("{} is given twice", inQuotes(target.name)));
@@ -151,13 +162,14 @@ Assignments::Target Assignments::parseTarget(const Data::Structure& structure,
     std::string_view name = assignment.substr(0, first);
     if (!name.empty() && std::string_view(":+-*").find(name.back()) != name.npos)
         name.remove_suffix(1);
+    if (name.empty()) throw CommandError(fmt::format("{} names no member", inQuotes(assignment)));
     throw NoSuchMember(structure, name);
 }
 
 // Blanks belong to a string, so one text cannot hold several strings. The slot owns its string,
 // which is freed only once there is memory for the new one.
 void Assignments::assignText(const Target& target, char** slot) {
-    if (!target.slot && target.member->length() > 1)
+    if (!target.part && target.member->length() > 1)
         throw CommandError(fmt::format("{} holds {} strings: set one at a time, as in {}",
                                        inQuotes(target.name), target.member->length(),
                                        inQuotes(std::string(target.name) + "[0]=TEXT")));
@@ -219,33 +231,29 @@ void Assignments::assignJson(const Target& target, void* slots) {
     JsonProblems problems;
     JsonCursor cursor(target.text);
     ValueFromJson from(path, problems);
-    if (!target.slot) {
+    if (!target.part) {
         from.member(cursor, *target.member, slots);
     } else {
         const RefPtr<Data::Structure> single(Data::Structure::create());
-        if (!single->addMember(target.member->type(), 1, target.member->name()))
+        if (!single->addMember(partType(target.member->type()), 1, target.member->name()))
             throw std::bad_alloc();
         from.member(cursor, *single->begin(), slots);
     }
     if (!problems.empty())
-        throw CommandError(fmt::format("{}: {}", inQuotes(target.name), problems.text()));
+        throw CommandError(fmt::format("{}: {}", inQuotes(target.name), inOneValue(problems)));
 }
 
-/// The first number, boolean or string that the target names, among those of its member.
-size_t Assignments::firstOf(const Target& target) {
-    return target.slot.value_or(0) * partsPerValue(target.member->type());
-}
-
-/// How many it names.
+/// How many numbers, booleans or strings it names.
 size_t Assignments::countOf(const Target& target) {
-    return target.slot ? partsPerValue(target.member->type()) : partsOf(*target.member);
+    return target.part ? 1 : partsOf(*target.member);
 }
 
 void Assignments::assign(Data::Handle& element, const Target& target) {
     element.setPositionByMemberIndex(target.position);
     Data::visitMemberType(target.member->type(), [&](auto type) {
         using Part = typename decltype(type)::Scalar;
-        Part* slots = static_cast<Part*>(element.asType(target.member->type())) + firstOf(target);
+        Part* slots =
+            static_cast<Part*>(element.asType(target.member->type())) + target.part.value_or(0);
         if (target.operation == Operation::kJson) return assignJson(target, slots);
         if (target.operation == Operation::kText) return assignText(target, slots);
         if constexpr (std::is_arithmetic_v<Part>)

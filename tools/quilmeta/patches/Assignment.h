@@ -16,14 +16,13 @@ namespace orbo::Quilmeta {
 
 /// What is to be assigned to elements of one structure.
 ///
-///     MEMBER=TEXT    all values of the member, with blanks or commas between; a string is the
-///     whole
-///                    text as it is, and a matrix is one value of sixteen numbers
+///     MEMBER=TEXT    all values of the member, with blanks or commas between, 16 of a matrix; a
+///                    string is the whole text as it is
 ///     MEMBER:=JSON   all values as a document of `export` has them: null, a value or a list
 ///     MEMBER+=TEXT   adds to numbers, -= subtracts and *= multiplies: all by one operand, or each
 ///                    by its own
 ///
-/// MEMBER[k] is one of its values.
+/// MEMBER[k] is one of its values, and one of the numbers of a matrix.
 class Assignments {
   public:
     /// Reads the assignments, which must outlive this object, as must the structure. Throws
@@ -47,7 +46,6 @@ class Assignments {
     static Target parseTarget(const Data::Structure& structure, std::string_view assignment);
     static void assign(Data::Handle& element, const Target& target);
     static void assignJson(const Target& target, void* slots);
-    static size_t firstOf(const Target& target);
     static size_t countOf(const Target& target);
     template <typename Value>
     static void assignText(const Target& target, Value* slots);

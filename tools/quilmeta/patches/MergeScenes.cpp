@@ -36,7 +36,7 @@ class TemporaryFolder {
     explicit TemporaryFolder(const fs::path& parent) {
         std::string pattern = (parent / ".quilmeta-merge-XXXXXX").string();
         if (!::mkdtemp(pattern.data()))
-            throw CommandError("no temporary folder: " + systemMessage(errno));
+            throw CommandError("no folder can be made beside it: " + systemMessage(errno));
         fPath = pattern;
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
@@ -133,7 +133,7 @@ class Merge {
         if (ReportParts* parts = reportPartsOf(fOutput))
             parts->conflicts.push_back(json.text());
         else
-            fOutput.write(text);
+            fOutput.write((fRequest.path.empty() ? "" : shownPath(fRequest.path) + ": ") + text);
     }
 
     /// Reads a scene; false, with a message, when that is not possible completely.

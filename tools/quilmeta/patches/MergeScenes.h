@@ -16,6 +16,7 @@ struct MergeRequest {
     std::string base;  ///< an empty file stands for a scene that neither side had
     std::string ours, theirs;
     std::string out;                   ///< may be one of the three; replaced when it is there
+    std::string path;                  ///< stands ahead of each conflict; empty for nothing
     std::optional<MergeSide> payload;  ///< whose payload to take, where both changed it
     SceneAccess access;                ///< also says the kind of the scenes
 };

@@ -140,6 +140,7 @@ Lookup FileLookup::find(const std::string& scene, const std::string& path) {
             (one ? " is not set" : " are not set");
         return lookup;
     }
+    if (path.empty()) lookup.problem = "not resolved";
     if (lookup.text.empty() || lookup.target().size() >= PATH_MAX) return lookup;
     // Most paths have no token, and this answers them without splitting.
     const bool maybePattern = lookup.text.find_first_of("#%$<") != std::string::npos;

@@ -5,6 +5,7 @@
 #include "values/ClosestName.h"
 #include "values/ParseValue.h"
 #include "values/SafeText.h"
+#include "values/ValueType.h"
 #include "values/Wording.h"
 
 #include <data/Structure.h>
@@ -36,16 +37,16 @@ std::optional<NamedMember> findMember(const Data::Structure& structure, std::str
     if (auto found = findWhole(structure, name)) return found;
     const size_t bracket = name.rfind('[');
     if (bracket == name.npos || name.back() != ']') return {};
-    unsigned int slot = 0;
+    unsigned int part = 0;
     const std::string_view digits = name.substr(bracket + 1, name.size() - bracket - 2);
-    if (parseValue(digits, slot) != Parsed::kGood) return {};
+    if (parseValue(digits, part) != Parsed::kGood) return {};
     auto found = findWhole(structure, name.substr(0, bracket));
     if (!found) return {};
-    if (slot >= found->member->length())
+    const size_t parts = partsOf(*found->member);
+    if (part >= parts)
         throw CommandError(fmt::format("there is no {}: member {} has {}", inQuotes(name),
-                                       inQuotes(found->name),
-                                       counted(found->member->length(), "value")));
-    found->slot = slot;
+                                       inQuotes(found->name), counted(parts, "value")));
+    found->part = part;
     found->name = name;
     return found;
 }

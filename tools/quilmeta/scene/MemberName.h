@@ -15,11 +15,12 @@ class Structure;
 
 namespace orbo::Quilmeta {
 
-/// A member, or one of its values. Points into the structure, and keeps a view of the name.
+/// A member, or one of its values, of which a matrix has 16. Points into the structure, and keeps a
+/// view of the name.
 struct NamedMember {
     const Data::Member* member;
     unsigned int position;             ///< of the member in its structure
-    std::optional<unsigned int> slot;  ///< the k of MEMBER[k]
+    std::optional<unsigned int> part;  ///< the k of MEMBER[k]
     std::string_view name;             ///< as the user wrote it
 };
 

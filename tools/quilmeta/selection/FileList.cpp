@@ -81,21 +81,20 @@ void addList(std::vector<std::string>& names, const std::string& list, char end)
     }
 }
 
-/// Says how to name a file that was taken as an assignment; empty when none was.
-std::string hintAt(const FileArguments& arguments) {
-    const std::string& word = arguments.assignment;
-    if (word.empty()) return {};
-    return fmt::format(": {} has a \"=\", a file of that name is {}", inQuotes(word),
-                       inQuotes("./" + word));
-}
-
 }  // namespace
 
+bool isAssignment(const std::string& word) {
+    const size_t sign = word.find_first_of("=/");
+    return sign != std::string::npos && word[sign] == '=';
+}
+
+std::string noFileBut(const std::string& word) {
+    return fmt::format("no file is given: {} has a \"=\", a file of that name is {}",
+                       inQuotes(word), inQuotes("./" + word));
+}
+
 std::vector<std::string> takeAssignments(FileArguments& arguments) {
-    const auto isFile = [](const std::string& word) {
-        const size_t sign = word.find_first_of("=/");
-        return sign == std::string::npos || word[sign] == '/';
-    };
+    const auto isFile = [](const std::string& word) { return !isAssignment(word); };
     std::vector<std::string>& words = arguments.words;
     const auto assignments = std::stable_partition(words.begin(), words.end(), isFile);
     std::vector<std::string> taken(assignments, words.end());
@@ -109,16 +108,22 @@ std::vector<std::string> filesOf(const FileArguments& arguments) {
     if (arguments.filesFrom) addList(names, *arguments.filesFrom, '\n');
     if (arguments.files0From) addList(names, *arguments.files0From, '\0');
     const bool listed = arguments.filesFrom || arguments.files0From;
-    if (names.empty() && !listed) throw UsageError("no file is given" + hintAt(arguments));
+    if (names.empty() && !listed)
+        throw UsageError(arguments.assignment.empty() ? "no file is given"
+                                                      : noFileBut(arguments.assignment));
     std::vector<std::string> files;
+    bool passedFolders = false;
     FolderWalk walk(arguments, files);
     for (const std::string& name : names) {
         std::error_code error;
-        if (arguments.recursive && fs::is_directory(name, error))
+        const bool isFolder = fs::is_directory(name, error);
+        passedFolders = passedFolders || (isFolder && !arguments.recursive);
+        if (isFolder && arguments.recursive)
             walk.walk(name);
         else
             files.push_back(name);
     }
+    if (passedFolders) remark("-r takes the scenes in folders");
     if (files.empty())
         remark(names.empty() ? "the list names no file" : "no scene is in the folders");
     return files;

@@ -26,8 +26,15 @@ struct FileArguments {
     }
 };
 
-/// Takes the words that are no files, but assignments such as `side=1`, out of the arguments: those
-/// with "=" unless "/" stands before the first. So `./a=b.kx` is a file.
+/// An assignment such as `side=1`, or what looks like one: a word with "=" unless "/" stands before
+/// the first.
+bool isAssignment(const std::string& word);
+
+/// Says that no file is given, but that word, which is taken for an assignment.
+std::string noFileBut(const std::string& word);
+
+/// Takes the words that are no files, but assignments, out of the arguments. So `./a=b.kx` is a
+/// file.
 std::vector<std::string> takeAssignments(FileArguments& arguments);
 
 /// The files in the order of the arguments. A folder becomes the scenes in it, by the extensions

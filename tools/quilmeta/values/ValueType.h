@@ -27,6 +27,12 @@ inline size_t partsPerValue(Data::Member::eDataType type) {
                                  [](auto found) { return static_cast<size_t>(found.kScalars); });
 }
 
+/// The type of one part: float for a matrix of floats, and the type itself for what is no matrix.
+inline Data::Member::eDataType partType(Data::Member::eDataType type) {
+    return Data::visitMemberType(
+        type, [](auto found) { return Data::dataTypeOf<typename decltype(found)::Scalar>(); });
+}
+
 /// The member's numbers, booleans or strings, which lie side by side.
 inline size_t partsOf(const Data::Member& member) {
     return member.length() * partsPerValue(member.type());
