@@ -173,7 +173,7 @@ TEST_F(FileLookupTest, FindsFilesTilesAndFrames) {
     } rows[] = {
         {"plain.exr", nullptr, "file"},
         {"absent.exr", nullptr, "none"},
-        {"", nullptr, "none"},
+        {"", nullptr, "none: not resolved"},
         {"./c1/../plain.exr", nullptr, "file"},
         {"c#/x.<UDIM>.exr", nullptr, "pattern"},
         {"c#/x.<UDIM>.exr", "1002", "pattern: tile 1002"},

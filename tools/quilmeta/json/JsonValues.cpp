@@ -3,6 +3,7 @@
 #include "json/JsonValues.h"
 
 #include "values/CarriedText.h"
+#include "values/ClosestName.h"
 #include "values/ParseValue.h"
 #include "values/SafeText.h"
 #include "values/ValueType.h"
@@ -341,10 +342,18 @@ bool ValueFromJson::values(JsonCursor& cursor, const Data::Structure& structure,
     JsonCursor here = cursor;
     MembersToFill toFill(structure);
     bool good = true;
+    bool known = true;
     const auto fill = [&](std::string_view name) {
         unsigned int position = 0;
         const Data::Member* found = toFill.take(name, position);
-        if (!found) return false;
+        if (!found) {
+            ClosestName closest(name);
+            for (const Data::Member& member : structure) closest.offer(member.name());
+            problem(cursor, "is unknown" + closest.question());
+            cursor.skip();
+            known = false;
+            return true;
+        }
         element.setPositionByMemberIndex(position);
         good = member(cursor, *found, element.asType(found->type())) && good;
         return true;
@@ -357,7 +366,7 @@ bool ValueFromJson::values(JsonCursor& cursor, const Data::Structure& structure,
             cursor.skip();
             good = false;
         });
-    } else if (!object(cursor, fill)) {
+    } else if (!object(cursor, fill) || !known) {
         return false;
     }
     if (const Data::Member* missing = toFill.missing())

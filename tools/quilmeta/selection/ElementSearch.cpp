@@ -15,9 +15,11 @@ void ElementSearch::note(const Data::Accessor& scene, const SceneView& view) {
     for (const Data::Structure* structure : view.structures) seen.add(*structure);
     const std::lock_guard<std::mutex> guard(fLock);
     fSeen.add(seen);
+    fSawScene = true;
 }
 
 bool ElementSearch::warn() {
+    if (!fSawScene) return true;
     const auto warnings = fExpression.warnings(fSeen);
     for (const std::string& warning : warnings) complain("", "warning: " + warning);
     return warnings.empty();

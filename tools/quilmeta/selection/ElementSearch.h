@@ -7,6 +7,7 @@
 
 #include <data/Accessor.h>
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -33,6 +34,7 @@ class ElementSearch {
 
     Expression fExpression;
     MembersSeen fSeen;
+    std::atomic<bool> fSawScene = false;
     std::mutex fLock;  // of fSeen
 };
 
