@@ -116,4 +116,9 @@ StructureRegistry::SetAside::~SetAside() {
     registryOfThisThread = outer == &global() ? nullptr : outer;
 }
 
+StructureRegistry::Borrowed::Borrowed(StructureRegistry& other)
+    : fBefore(std::exchange(registryOfThisThread, &other)) {}
+
+StructureRegistry::Borrowed::~Borrowed() { registryOfThisThread = fBefore; }
+
 }  // namespace orbo::Data

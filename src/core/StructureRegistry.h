@@ -36,6 +36,11 @@ class StructureRegistry {
     /// structures of a file never meet the caller's. The destructor releases what is left in it.
     class SetAside;
 
+    /// While it lives, this thread uses the registry of another thread, which changes it as little
+    /// as this one does, and whose `prepareForLending` was called.
+    class Borrowed;
+    void prepareForLending() { byName(); }
+
     /// Tells the registries of this thread that a registered structure had another name until now.
     static void noteRename(Structure& structure, const std::string& oldName);
 
@@ -61,6 +66,17 @@ class StructureRegistry::SetAside {
 
   private:
     StructureRegistry fOwn;
+};
+
+class StructureRegistry::Borrowed {
+  public:
+    explicit Borrowed(StructureRegistry& other);
+    Borrowed(const Borrowed&) = delete;
+    Borrowed& operator=(const Borrowed&) = delete;
+    ~Borrowed();
+
+  private:
+    StructureRegistry* const fBefore;
 };
 
 }  // namespace orbo::Data

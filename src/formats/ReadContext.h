@@ -10,11 +10,16 @@
 
 namespace orbo::Data {
 
+/// A text that a thread of the library's must leave to its caller's.
+struct ForeignIndexType {};
+
 /// Travels with the input: formats that read parts of their text by other formats hand it down with
 /// the stream. A stream that nobody attached a context to has the default one.
 struct ReadContext {
     /// Take indices of types that nobody registered as `IndexText`, instead of throwing.
     IndexTypes::Unknown unknownIndexTypes = IndexTypes::Unknown::kThrow;
+    /// Throw `ForeignIndexType` at an index type that others have brought, or nobody.
+    bool ownIndexTypesOnly = false;
     /// Give what can be read of a text in spite of errors.
     bool partial = false;
     /// Gets to know what readers accept silently; may be null.

@@ -125,7 +125,9 @@ StreamTextReader::Line StreamTextReader::takeHeaderLine() {
 
 StreamTextReader::Line StreamTextReader::takeIndexType(std::string_view typeName) {
     if (typeName != fMakeIndex.typeName()) {
-        fMakeIndex = IndexTypes::maker(std::string(typeName), fContext.unknownIndexTypes);
+        const std::string name(typeName);
+        if (fContext.ownIndexTypesOnly && !IndexTypes::isOwn(name)) throw ForeignIndexType();
+        fMakeIndex = IndexTypes::maker(name, fContext.unknownIndexTypes);
         fHasNumbers = false;
     }
     fIndexTypeSeen = true;

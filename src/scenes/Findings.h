@@ -56,6 +56,10 @@ class Findings {
     }
 
     [[nodiscard]] const std::vector<Finding>& all() const { return fFindings; }
+    /// Nothing was added or left out.
+    [[nodiscard]] bool isEmpty() const {
+        return fFindings.empty() && countLeftOut(false) == 0 && countLeftOut(true) == 0;
+    }
     [[nodiscard]] std::uint64_t countLeftOut(bool inErrors) const {
         return fCounts[inErrors].leftOut;
     }

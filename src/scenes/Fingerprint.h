@@ -23,11 +23,10 @@ inline std::uint64_t digestOfText(std::string_view text) {
 /// within this process.
 class Fingerprint {
   public:
-    void add(std::string_view record) {
-        ContentHash hash;
-        hash.addBytes(record.data(), record.size());
-        add(hash, record.size());
-    }
+    /// What `add` takes of a record.
+    static std::uint64_t of(std::string_view record) { return digestOfText(record); }
+    void add(std::uint64_t record) { fRecords.push_back(record); }
+    void add(std::string_view record) { add(of(record)); }
     /// The same for a record whose bytes are in the hash already, in pieces of which all but the
     /// last have a multiple of 8 bytes.
     void add(ContentHash& record, std::uint64_t size) {

@@ -177,6 +177,7 @@ bool SceneAccessor::State::read(const LockedFile::Opening& opening, const ReadTa
     request.associationNames = task.associationNames;
     request.policy = task.policy;
     request.isCheck = task.isCheck;
+    request.threads = task.isCheck ? 1 : task.policy.threads;
     request.leavesNodes = task.policy.nodesOnDemand && !task.isCheck;
     request.strikesOff = kind->traits().lastFirst;
     const bool withFingerprint = task.isCheck || owner.writePolicy().detectConflicts;

@@ -3,6 +3,8 @@
 
 #include "streams/IndexTypes.h"
 
+#include <data/IndexPair.h>
+#include <data/IndexString.h>
 #include <data/IndexText.h>
 
 namespace orbo::Data {
@@ -25,6 +27,11 @@ IndexTypes::Maker IndexTypes::maker(const std::string& typeName, Unknown unknown
         throw Index::eCreatorNotFound;
     }
     return maker;
+}
+
+bool IndexTypes::isOwn(const std::string& typeName) {
+    return typeName == Index::theTypeName() || typeName == IndexPair::theTypeName() ||
+           typeName == IndexString::theTypeName();
 }
 
 bool IndexTypes::isKnown(const std::string& typeName) {

@@ -34,6 +34,9 @@ class IndexTypes {
         kAsText,  ///< its indices become `IndexText`
     };
 
+    /// Whether the library itself brings the type, so that its indices may be made by any thread.
+    static bool isOwn(const std::string& typeName);
+
     static Maker maker(const std::string& typeName, Unknown unknown = Unknown::kThrow);
     /// Whether the type is registered.
     static bool isKnown(const std::string& typeName);

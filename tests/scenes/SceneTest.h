@@ -48,11 +48,15 @@ inline RefPtr<Structure> makeStructure(const std::string& name,
     return structure;
 }
 
-inline std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-        text.replace(at, from.size(), to);
+inline std::string replaced(const std::string& text, const std::string& from,
+                            const std::string& to) {
+    std::string result;
+    std::size_t done = 0;
+    for (std::size_t at = 0; (at = text.find(from, done)) != std::string::npos;) {
+        result.append(text, done, at - done).append(to);
+        done = at + from.size();
     }
-    return text;
+    return result.append(text, done);
 }
 
 /// As the library writes them, for texts that need no escapes but line feeds.

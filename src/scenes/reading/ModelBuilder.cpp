@@ -7,12 +7,14 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <set>
 #include <tuple>
 #include <utility>
+#include <vector>
 
+#include "core/ShareOut.h"
+#include "core/StructureRegistry.h"
 #include "formats/RawScan.h"
-#include "formats/ReadContext.h"
-#include "scenes/model/ModelDigest.h"
 #include "scenes/model/ModelPlace.h"
 #include "scenes/reading/RecordReader.h"
 #include "streams/IndexTypes.h"
@@ -92,16 +94,14 @@ std::uint64_t ModelBuilder::nextRank() {
     return fRequest.lastFirst ? ~number : number;
 }
 
+// Several threads may call it at once.
 template <typename Read>
-auto ModelBuilder::read(const Read& reader, const SceneRecord& record, std::uint64_t rank,
-                        TextOutline* outline) {
+auto ModelBuilder::read(const Read& reader, const SceneRecord& record, ReadContext context,
+                        Findings& findings) const {
     using Code = Finding::Code;
     using Detail = ReaderRemarks::Detail;
-    Findings findings;
     ReaderRemarks remarks(fRequest.isCheck ? Detail::kAll : Detail::kNormal);
-    ReadContext context;
     context.remarks = &remarks;
-    context.outline = outline;
     if (fRequest.policy.unknownIndexTypesAsText) {
         context.unknownIndexTypes = IndexTypes::Unknown::kAsText;
     }
@@ -115,8 +115,57 @@ auto ModelBuilder::read(const Read& reader, const SceneRecord& record, std::uint
                      "Of the chunk " + std::to_string(record.leftover) + " bytes are not read.",
                      record);
     }
-    fFindings.add(rank, findings);
     return object;
+}
+
+ModelBuilder::ReadNode ModelBuilder::readNode(const SceneRecord& record,
+                                              bool ownIndexTypesOnly) const {
+    ReadNode node;
+    node.outline.size = record.text.size();
+    ReadContext context;
+    context.ownIndexTypesOnly = ownIndexTypesOnly;
+    if (fRequest.keepsOutlines) context.outline = &node.outline;
+    node.associations = read(readAssociations, record, context, node.findings);
+    return node;
+}
+
+// Leaves to the calling thread what gives findings or throws: that has an order. So it does with
+// index types of others.
+void ModelBuilder::readAhead(UnreadAssociations& unread) const noexcept {
+    try {
+        ReadNode node = readNode(unread.record, true);
+        const bool isClean = node.associations && node.findings.isEmpty();
+        if (!isClean) return;
+        node.digest = digestOf(*node.associations);
+        std::string().swap(unread.record.text);
+        unread.ahead = std::move(node);
+    } catch (...) {
+    }
+}
+
+// Reads the nodes side by side that will be needed, if that is asked for and worth it.
+void ModelBuilder::readAhead() {
+    std::vector<UnreadAssociations*> own;
+    std::set<std::string> names;
+    std::size_t size = 0;
+    for (UnreadAssociations& unread : fAssociations) {
+        const SceneRecord& record = unread.record;
+        if (record.format != AssociationsSerializerRaw::theFormat().formatType()) continue;
+        if (!names.insert(record.name).second) continue;
+        own.push_back(&unread);
+        size += record.text.size();
+    }
+    if (fRequest.threads < 2 || own.size() < 2 || size < kWorthThreads) return;
+    // The last ones to be taken decide how long all take.
+    std::stable_sort(own.begin(), own.end(), [](const auto* left, const auto* right) {
+        return left->record.text.size() > right->record.text.size();
+    });
+    StructureRegistry& structures = StructureRegistry::current();
+    structures.prepareForLending();
+    shareOut(fRequest.threads, own.size(), [&](std::size_t number) {
+        const StructureRegistry::Borrowed borrowed(structures);
+        readAhead(*own[number]);
+    });
 }
 
 void ModelBuilder::addRepeated(const UnreadAssociations& repeated) {
@@ -126,13 +175,15 @@ void ModelBuilder::addRepeated(const UnreadAssociations& repeated) {
                                                        : "An earlier record of this node counts.",
                  repeated.record);
     fFindings.add(repeated.rank, findings);
-    if (fRequest.isCheck) read(readAssociations, repeated.record, repeated.rank);
+    if (fRequest.isCheck) fFindings.add(repeated.rank, readNode(repeated.record, false).findings);
 }
 
 void ModelBuilder::add(SceneRecord record) {
     const std::uint64_t rank = nextRank();
     if (record.kind == Kind::kStructure) {
-        auto structure = read(readStructure, record, rank);
+        Findings findings;
+        auto structure = read(readStructure, record, {}, findings);
+        fFindings.add(rank, findings);
         if (!structure) return;
         fStructureNames.found(structure->name());
         fStructures.push_back({std::move(structure), record.place, rank});
@@ -196,21 +247,26 @@ void ModelBuilder::registerStructure(const ParsedStructure& parsed, ReadSnapshot
 }
 
 // False when the record cannot be read.
-bool ModelBuilder::build(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
+bool ModelBuilder::build(UnreadAssociations& unread, Accessor::AssociationsMap& map,
                          ReadSnapshot& snapshot) {
     const SceneRecord& record = unread.record;
-    TextOutline outline{record.text.size()};
-    TextOutline* const wanted = fRequest.keepsOutlines ? &outline : nullptr;
     if (map.count(record.name) > 0) {
         addRepeated(unread);
-    } else if (const auto associations = read(readAssociations, record, unread.rank, wanted)) {
-        map.emplace(record.name, *associations);
-        if (wanted) snapshot.texts[record.name].streams = std::move(outline.streams);
-        if (fRequest.isCheck) snapshot.associationPlaces.emplace(record.name, record.place);
-    } else {
+        return true;
+    }
+    const bool isAhead = unread.ahead.has_value();
+    ReadNode node = isAhead ? std::move(*unread.ahead) : readNode(record, false);
+    fFindings.add(unread.rank, node.findings);
+    if (!node.associations) {
         snapshot.unreadable.add(record);
         return false;
     }
+    map.emplace(record.name, *node.associations);
+    if (isAhead) fDigests.emplace(record.name, std::move(node.digest));
+    if (fRequest.keepsOutlines) {
+        snapshot.texts[record.name].streams = std::move(node.outline.streams);
+    }
+    if (fRequest.isCheck) snapshot.associationPlaces.emplace(record.name, record.place);
     return true;
 }
 
@@ -265,6 +321,7 @@ ReadSnapshot ModelBuilder::build(Accessor::AssociationsMap& map, Findings& findi
                 {RefPtr<Structure>(structure), RefPtr<const Layout>(&Layout::of(*structure))});
         }
     }
+    readAhead();
     for (; !fAssociations.empty(); fAssociations.pop_front()) {
         const bool isRead = build(fAssociations.front(), map, snapshot);
         if (!isRead && fRequest.policy.partialNodes) {
@@ -272,7 +329,9 @@ ReadSnapshot ModelBuilder::build(Accessor::AssociationsMap& map, Findings& findi
         }
     }
     for (const auto& [name, associations] : map) {
-        NodeDigest digest = digestOf(associations);
+        const auto known = fDigests.find(name);
+        NodeDigest digest =
+            known == fDigests.end() ? digestOf(associations) : std::move(known->second);
         snapshot.associations.emplace(name, digest.value);
         const auto text = snapshot.texts.find(name);
         if (text == snapshot.texts.end()) continue;

@@ -11,11 +11,15 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 
+#include "formats/ReadContext.h"
+#include "formats/TextOutline.h"
 #include "scenes/Findings.h"
+#include "scenes/model/ModelDigest.h"
 #include "scenes/reading/NameFilter.h"
 #include "scenes/reading/ReadSnapshot.h"
 
@@ -42,7 +46,10 @@ class ModelBuilder {
         /// Nodes are only named: a later read takes them from their places.
         bool leavesNodes = false;
         ReadPolicy policy = {};
+        /// Sections that are smaller than `kWorthThreads` are read by the calling thread alone.
+        unsigned threads = 1;
     };
+    static constexpr std::size_t kWorthThreads = std::size_t{4} << 20;
 
     explicit ModelBuilder(const Request& request);
 
@@ -70,17 +77,28 @@ class ModelBuilder {
         FilePlace place;
         std::uint64_t rank;
     };
+    /// What reading a node's record gave.
+    struct ReadNode {
+        std::unique_ptr<Associations> associations;
+        TextOutline outline;
+        Findings findings;
+        NodeDigest digest;  // of what was read ahead
+    };
     struct UnreadAssociations {
         SceneRecord record;
         std::uint64_t rank;
+        std::optional<ReadNode> ahead = {};
     };
     class Helpers;
 
     /// The next record's place in the order of findings.
     [[nodiscard]] std::uint64_t nextRank();
     template <typename Read>
-    auto read(const Read& reader, const SceneRecord& record, std::uint64_t rank,
-              TextOutline* outline = nullptr);
+    auto read(const Read& reader, const SceneRecord& record, ReadContext context,
+              Findings& findings) const;
+    [[nodiscard]] ReadNode readNode(const SceneRecord& record, bool ownIndexTypesOnly) const;
+    void readAhead(UnreadAssociations& unread) const noexcept;
+    void readAhead();
     void addRepeated(const UnreadAssociations& repeated);
 
     /// Whether the last of several records of a name counts, instead of the first.
@@ -90,8 +108,7 @@ class ModelBuilder {
     void strikeOff(const SceneRecord& record);
     void sortByPrecedence();
     void registerStructure(const ParsedStructure& parsed, ReadSnapshot& snapshot, Helpers& helpers);
-    bool build(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
-               ReadSnapshot& snapshot);
+    bool build(UnreadAssociations& unread, Accessor::AssociationsMap& map, ReadSnapshot& snapshot);
     void buildPart(const UnreadAssociations& unread, Accessor::AssociationsMap& map,
                    ReadSnapshot& snapshot);
 
@@ -101,6 +118,7 @@ class ModelBuilder {
     bool fNeedsOthers = false;  // some record may need structures that were not asked for
     std::deque<ParsedStructure> fStructures;
     std::deque<UnreadAssociations> fAssociations;
+    std::map<std::string, NodeDigest> fDigests;  // of nodes that were read ahead
     std::deque<UnreadAssociations> fUnreadable;  // kept when parts of them are wanted
     std::uint64_t fRecords = 0;
     RankedFindings fFindings;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <deque>
+#include <exception>
 #include <map>
 #include <memory>
 #include <set>
@@ -11,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/ShareOut.h"
 #include "scenes/CheckedKind.h"
 #include "scenes/FindingsVisitor.h"
 #include "scenes/Fingerprint.h"
@@ -35,6 +38,7 @@ class ReadingVisitor final : public FindingsVisitor {
           fInput(input),
           fNodes(request.associationNames),
           fLeavesNodes(request.leavesNodes),
+          fThreads(request.structureNames || fNodes || fLeavesNodes ? 1 : request.threads),
           fBuilder(builder),
           fFingerprint(takesFingerprint ? std::make_optional<Fingerprint>() : std::nullopt) {}
 
@@ -63,6 +67,7 @@ class ReadingVisitor final : public FindingsVisitor {
         fMet = 0;
         fRecords.clear();
         fLeft.clear();
+        fPutOff.clear();
         if (fFingerprint) fFingerprint->clear();
         fBuilder.discard();
     }
@@ -73,19 +78,24 @@ class ReadingVisitor final : public FindingsVisitor {
         std::string bytes;
         // A record without an end mark is not read: its bytes may belong to something else.
         if (range.closed && !read(range, bytes)) return false;
-        takeFingerprint(range, bytes);
-        Finding problem;
-        const std::set<std::string> noTexts;
-        auto record =
-            fKind.parse(range, std::move(bytes), fLeavesNodes ? &noTexts : fNodes, problem);
-        noteRecord(record);
-        if (!record) return rejected(range, std::move(problem));
-        record->place = placeOf(range);
-        if (!fBuilder.wants(*record)) return true;
-        if (fLeavesNodes && record->kind == SceneRecord::Kind::kAssociations) {
-            fLeft[record->name].push_back(range);
-        } else {
-            fBuilder.add(std::move(*record));
+        PutOff next{range, std::move(bytes)};
+        if (fThreads > 1) {
+            fPutOff.push_back(std::move(next));
+            return true;
+        }
+        takeApart(next);
+        return take(next);
+    }
+
+    /// Does what was put off; without it a read of several threads is not complete. Returns false
+    /// when a record ends the read.
+    [[nodiscard]] bool takeRest() {
+        std::uint64_t size = 0;
+        for (const PutOff& next : fPutOff) size += next.bytes.size();
+        shareOut(size < ModelBuilder::kWorthThreads ? 1 : fThreads, fPutOff.size(),
+                 [this](std::size_t number) { takeApart(fPutOff[number]); });
+        for (; !fPutOff.empty(); fPutOff.pop_front()) {
+            if (!take(fPutOff.front())) return false;
         }
         return true;
     }
@@ -101,6 +111,44 @@ class ReadingVisitor final : public FindingsVisitor {
     }
 
   private:
+    /// A record that was found, and what is known of it once it was taken apart.
+    struct PutOff {
+        SceneRecordRange range;
+        std::string bytes;
+        std::optional<std::uint64_t> fingerprint = {};
+        std::optional<SceneRecord> record = {};
+        Finding problem = {};
+        std::exception_ptr thrown = {};
+    };
+
+    /// Several threads may call it at once, each for another record.
+    void takeApart(PutOff& found) const noexcept {
+        try {
+            if (fFingerprint) found.fingerprint = Fingerprint::of(found.bytes);
+            const std::set<std::string> noTexts;
+            found.record = fKind.parse(found.range, std::move(found.bytes),
+                                       fLeavesNodes ? &noTexts : fNodes, found.problem);
+        } catch (...) {
+            found.thrown = std::current_exception();
+        }
+    }
+    bool take(PutOff& found) {
+        if (found.thrown) std::rethrow_exception(found.thrown);
+        const SceneRecordRange& range = found.range;
+        takeFingerprint(range, found.fingerprint);
+        noteRecord(found.record);
+        if (!found.record) return rejected(range, std::move(found.problem));
+        SceneRecord& record = *found.record;
+        record.place = placeOf(range);
+        if (!fBuilder.wants(record)) return true;
+        if (fLeavesNodes && record.kind == SceneRecord::Kind::kAssociations) {
+            fLeft[record.name].push_back(range);
+        } else {
+            fBuilder.add(std::move(record));
+        }
+        return true;
+    }
+
     /// Does what there is to do with a node whose text is not asked for, if a part of the record
     /// tells. A fingerprint takes all records.
     bool isPassedOver(const SceneRecordRange& range) {
@@ -120,9 +168,10 @@ class ReadingVisitor final : public FindingsVisitor {
         noted.plain = record->plain;
         if (record->kind == SceneRecord::Kind::kAssociations) noted.node = record->name;
     }
-    void takeFingerprint(const SceneRecordRange& range, const std::string& bytes) {
-        if (!range.closed) fFingerprint.reset();
-        if (fFingerprint) fFingerprint->add(bytes);
+    void takeFingerprint(const SceneRecordRange& range,
+                         const std::optional<std::uint64_t>& fingerprint) {
+        if (!range.closed || !fingerprint) fFingerprint.reset();
+        if (fFingerprint) fFingerprint->add(*fingerprint);
     }
     static FilePlace placeOf(const SceneRecordRange& range) { return {range.begin, range.tag}; }
 
@@ -151,26 +200,31 @@ class ReadingVisitor final : public FindingsVisitor {
     SceneInput& fInput;
     const std::set<std::string>* fNodes;
     const bool fLeavesNodes;
+    const unsigned fThreads;
     ModelBuilder& fBuilder;
     std::optional<Fingerprint> fFingerprint;
     std::vector<ReadSnapshot::Record> fRecords;
     std::map<std::string, std::vector<SceneRecordRange>> fLeft;
+    std::deque<PutOff> fPutOff;
     std::size_t fMet = 0;
     mutable bool fHasSkipped = false;
 };
 
 }  // namespace
 
-std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
-                                      ModelBuilder::Request request, Accessor::AssociationsMap& map,
-                                      Findings& findings, bool takesFingerprint) {
+namespace {
+
+std::optional<ReadSnapshot> readSceneOnce(const SceneKind& kind, SceneInput& input,
+                                          ModelBuilder::Request request,
+                                          Accessor::AssociationsMap& map, Findings& findings,
+                                          bool takesFingerprint) {
     request.lastFirst = kind.traits().lastFirst;
     request.keepsOutlines = takesFingerprint;
     ModelBuilder builder(request);
     ReadingVisitor visitor(kind, input, request, builder, takesFingerprint, findings);
     auto layout = std::make_unique<SceneLayout>();
     const SceneKind::ScanEnd end = kind.scan(input, visitor, layout);
-    if (end == SceneKind::ScanEnd::kFailed) return std::nullopt;
+    if (end == SceneKind::ScanEnd::kFailed || !visitor.takeRest()) return std::nullopt;
     ReadSnapshot snapshot = builder.build(map, findings);
     snapshot.unloaded.places = visitor.left();
     snapshot.unloaded.areNamed = request.associationNames != nullptr;
@@ -182,6 +236,30 @@ std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
         snapshot.begin = layout->begin;
     }
     return snapshot;
+}
+
+}  // namespace
+
+std::optional<ReadSnapshot> readScene(const SceneKind& kind, SceneInput& input,
+                                      ModelBuilder::Request request, Accessor::AssociationsMap& map,
+                                      Findings& findings, bool takesFingerprint) {
+    if (request.threads > 1) {
+        // Of a scene that cannot be read, the first trouble is told, as one thread meets it.
+        Findings found;
+        std::optional<ReadSnapshot> snapshot;
+        try {
+            snapshot = readSceneOnce(kind, input, request, map, found, takesFingerprint);
+        } catch (...) {
+            findings.add(std::move(found));
+            throw;
+        }
+        if (snapshot) {
+            findings.add(std::move(found));
+            return snapshot;
+        }
+        request.threads = 1;
+    }
+    return readSceneOnce(kind, input, request, map, findings, takesFingerprint);
 }
 
 std::optional<ReadSnapshot> readLeftNode(const SceneKind& kind, SceneInput& input,

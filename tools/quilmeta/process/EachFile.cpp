@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <exception>
 #include <new>
@@ -76,6 +77,8 @@ void keepFreedMemory() {
 #endif
 }
 
+std::atomic<size_t> filesAtOnce{1};
+
 size_t threadsFor(const EachFile& how, size_t files) {
     const size_t wanted = how.jobs > 0 ? how.jobs : std::thread::hardware_concurrency();
     return std::clamp<size_t>(wanted, 1, std::max<size_t>(files, 1));
@@ -88,7 +91,8 @@ Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, 
     FileQueue queue(how.once ? withoutRepeats(files) : files, how, output, work);
     if (queue.size() > 1) keepFreedMemory();
     try {
-        queue.run(threadsFor(how, queue.size()));
+        filesAtOnce = threadsFor(how, queue.size());
+        queue.run(filesAtOnce);
     } catch (const OutputError& error) {
         StatusLine::clear();
         reportEarlyEnd(queue, how.purpose, error.what());
@@ -100,6 +104,11 @@ Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, 
     else
         reportSum(queue, how.purpose);
     return queue.worst();
+}
+
+unsigned processorsForEachFile() {
+    return static_cast<unsigned>(
+        std::max<size_t>(std::thread::hardware_concurrency() / filesAtOnce, 1));
 }
 
 // The last handler is for index types, which throw a plain enumeration.

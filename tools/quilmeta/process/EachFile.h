@@ -57,6 +57,9 @@ struct EachFile {
 Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, Output& output,
                     const FileWork& work);
 
+/// The processors that the work on one file may take beside that on others.
+unsigned processorsForEachFile();
+
 /// Runs the work on one file and returns its result. Reports an exception as a message about
 /// `file`, hands that also to `failed`, line by line, and returns `kFailed`; but throws
 /// `OutputError` and `Interrupted` on.

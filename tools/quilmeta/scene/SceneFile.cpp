@@ -83,7 +83,11 @@ Scene newScene(const std::string& file, const SceneAccess& access) {
     demandReadableFile(file);
     Scene scene{accessorFor(access.kindName.empty() ? file : access.kindName, access.patience())};
     Data::Accessor& accessor = *scene.accessor;
-    accessor.setReadPolicy({true, access.partial});
+    Data::ReadPolicy reading;
+    reading.unknownIndexTypesAsText = true;
+    reading.partialNodes = access.partial;
+    reading.threads = processorsForEachFile();
+    accessor.setReadPolicy(reading);
     Data::WritePolicy policy = Data::WritePolicy::careful();
     policy.durable = !access.noJournal;
     policy.detectConflicts = access.writes;
