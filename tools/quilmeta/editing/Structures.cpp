@@ -108,6 +108,7 @@ Data::Stream withStructure(const Data::Stream& stream, const Data::Structure& st
 /// all words are types.
 std::string hintAtType(std::string_view text) {
     std::vector<std::string> types;
+    types.reserve(Data::Member::kInvalid);
     for (int type = 0; type < Data::Member::kInvalid; ++type)
         types.emplace_back(Data::Member::typeName(static_cast<Data::Member::eDataType>(type)));
     while (!text.empty()) {

@@ -20,6 +20,7 @@ constexpr const char* kMore = "\u2026";  // an ellipsis, one column wide
 TextTable::TextTable(const std::vector<Column>& columns)
     : fColumns(columns), fWidths(columns.size(), 0) {
     std::vector<std::string> titles;
+    titles.reserve(columns.size());
     for (const Column& column : columns) titles.emplace_back(column.title);
     add(std::move(titles));
 }
