@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <deque>
 #include <exception>
 #include <map>
 #include <memory>
@@ -13,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/ShareOut.h"
+#include "core/SideWork.h"
 #include "scenes/CheckedKind.h"
 #include "scenes/FindingsVisitor.h"
 #include "scenes/Fingerprint.h"
@@ -67,7 +66,8 @@ class ReadingVisitor final : public FindingsVisitor {
         fMet = 0;
         fRecords.clear();
         fLeft.clear();
-        fPutOff.clear();
+        fPutOff.finish().clear();
+        fPutOffBytes = 0;
         if (fFingerprint) fFingerprint->clear();
         fBuilder.discard();
     }
@@ -79,23 +79,21 @@ class ReadingVisitor final : public FindingsVisitor {
         // A record without an end mark is not read: its bytes may belong to something else.
         if (range.closed && !read(range, bytes)) return false;
         PutOff next{range, std::move(bytes)};
-        if (fThreads > 1) {
-            fPutOff.push_back(std::move(next));
-            return true;
+        if (fThreads < 2) {
+            takeApart(next);
+            return take(next);
         }
-        takeApart(next);
-        return take(next);
+        fPutOffBytes += next.bytes.size();
+        fPutOff.add(std::move(next));
+        if (fPutOffBytes >= ModelBuilder::kWorthThreads) fPutOff.start(fThreads - 1);
+        return true;
     }
 
     /// Does what was put off; without it a read of several threads is not complete. Returns false
     /// when a record ends the read.
     [[nodiscard]] bool takeRest() {
-        std::uint64_t size = 0;
-        for (const PutOff& next : fPutOff) size += next.bytes.size();
-        shareOut(size < ModelBuilder::kWorthThreads ? 1 : fThreads, fPutOff.size(),
-                 [this](std::size_t number) { takeApart(fPutOff[number]); });
-        for (; !fPutOff.empty(); fPutOff.pop_front()) {
-            if (!take(fPutOff.front())) return false;
+        for (auto& found = fPutOff.finish(); !found.empty(); found.pop_front()) {
+            if (!take(found.front())) return false;
         }
         return true;
     }
@@ -205,14 +203,11 @@ class ReadingVisitor final : public FindingsVisitor {
     std::optional<Fingerprint> fFingerprint;
     std::vector<ReadSnapshot::Record> fRecords;
     std::map<std::string, std::vector<SceneRecordRange>> fLeft;
-    std::deque<PutOff> fPutOff;
+    std::uint64_t fPutOffBytes = 0;
+    SideWork<PutOff> fPutOff{[this](PutOff& found) { takeApart(found); }};
     std::size_t fMet = 0;
     mutable bool fHasSkipped = false;
 };
-
-}  // namespace
-
-namespace {
 
 std::optional<ReadSnapshot> readSceneOnce(const SceneKind& kind, SceneInput& input,
                                           ModelBuilder::Request request,
