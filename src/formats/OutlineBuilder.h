@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 
+#include "formats/ElementPieces.h"
 #include "formats/TextOutline.h"
 
 namespace orbo::Data {
@@ -34,6 +35,20 @@ class OutlineBuilder {
         if (!fOutline) return;
         fStream.blockSize = StreamOutline::kUndivided;
         if (fStream.elements++ == 0) fStream.blocks.push_back(fOutline->size - left);
+    }
+    /// Those of a piece follow, of which there is so much text left where it begins.
+    void add(const ElementPiece& piece, std::size_t left) {
+        if (!fOutline || piece.elementsAt.empty()) return;
+        const bool isBehind = fStream.elements == 0 || piece.firstNumber > fLast;
+        if (!piece.isRising || !isBehind) fStream.blockSize = StreamOutline::kUndivided;
+        fLast = piece.lastNumber;
+        const std::size_t begun = fStream.elements % StreamOutline::kBlock;
+        const std::size_t size = piece.elementsAt.size();
+        for (std::size_t i = begun == 0 ? 0 : StreamOutline::kBlock - begun; i < size;
+             i += StreamOutline::kBlock) {
+            fStream.blocks.push_back(fOutline->size - left + piece.elementsAt[i]);
+        }
+        fStream.elements += size;
     }
     void endElements(std::size_t left) {
         if (fOutline) fStream.elementsEnd = fOutline->size - left;

@@ -20,6 +20,8 @@ struct ReadContext {
     IndexTypes::Unknown unknownIndexTypes = IndexTypes::Unknown::kThrow;
     /// Throw `ForeignIndexType` at an index type that others have brought, or nobody.
     bool ownIndexTypesOnly = false;
+    /// How many threads may read one text, the caller's among them.
+    unsigned threads = 1;
     /// Give what can be read of a text in spite of errors.
     bool partial = false;
     /// Gets to know what readers accept silently; may be null.

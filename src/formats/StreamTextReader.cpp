@@ -7,18 +7,20 @@
 #include <algorithm>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include "core/Ascii.h"
 #include "core/Excerpt.h"
 #include "core/GetArea.h"
 #include "core/HandleAccess.h"
-#include "core/PlainNumber.h"
 #include "core/StructureRegistry.h"
 #include "core/ValueText.h"
+#include "formats/ElementPieces.h"
 #include "formats/RawMessages.h"
 #include "formats/ReadContext.h"
 #include "streams/StreamAccess.h"
 #include "streams/StreamImpl.h"
+#include "streams/StreamImplMapped.h"
 
 namespace orbo::Data {
 
@@ -172,6 +174,7 @@ void StreamTextReader::readElements(Stream& stream) {
     }
     const auto readWhatIsPlain = [&] {
         if (fPlainText && (fErrorCount == 0 || fContext.partial) && fIn.good()) {
+            readPieces(stream);
             readPlainElements(stream);
         }
     };
@@ -185,6 +188,29 @@ void StreamTextReader::readElements(Stream& stream) {
     fOutline.endElements(fLeftAtLine);
 }
 
+// Where several threads may read, and the text is such that this helps.
+void StreamTextReader::readPieces(Stream& stream) {
+    while (fContext.threads > 1 && fHasNumbers && !fSeesPlaced && !fPiecesFailed) {
+        StreamImplMapped* const elements = StreamAccess::mappedPlacesOf(stream, *fLayout);
+        const std::string_view ready = GetArea::of(*fIn.rdbuf());
+        const ElementPieces text(ready, fWords.end, *fPlainText);
+        if (!elements || !text.isWorthwhile()) return;
+        std::vector<ElementPiece> pieces = text.read(fContext.threads, *elements);
+        std::size_t taken = 0;
+        const char* next = ready.data();
+        for (ElementPiece& piece : pieces) {
+            if (piece.begin != next || !elements->takeOver(*piece.elements)) break;
+            fRecord += piece.lines;
+            fReadAMember = fReadAMember || !piece.elementsAt.empty();
+            fOutline.add(piece, static_cast<std::size_t>(ready.data() + ready.size() - next));
+            next = piece.end;
+            ++taken;
+        }
+        GetArea::take(*fIn.rdbuf(), static_cast<std::size_t>(next - ready.data()));
+        fPiecesFailed = 2 * taken < pieces.size();
+    }
+}
+
 // The fast path: an index on one line and values behind it, all in the buffer. Stop at the first
 // element this fast path cannot parse; the general reader takes over there.
 void StreamTextReader::readPlainElements(Stream& stream) {
@@ -194,13 +220,8 @@ void StreamTextReader::readPlainElements(Stream& stream) {
     const char* const last = ready.data() + ready.size();
     const char* next = ready.data();
     for (;;) {
-        unsigned int lines = 1;
         const char* at = next;
-        for (; at != last && Ascii::isBlank(*at); ++at) {
-            if (*at != '\n') continue;
-            ++lines;
-            next = at + 1;  // an empty line
-        }
+        const unsigned int lines = 1 + skipEmptyLines(at, next, last);
         // If the values turn out not to be plain, a default element stays for now: the general
         // reader replaces it, or no stream results. Where it could be seen, it must neither stay
         // nor take the place of another.
@@ -220,11 +241,9 @@ void StreamTextReader::readPlainElements(Stream& stream) {
 
 StreamTextReader::Placed StreamTextReader::placeNumber(StreamImpl& places, const char* at,
                                                        const char* last) const {
-    unsigned int number = 0;
-    const char* const end = PlainNumber<unsigned int>::read(at, last, number);
-    const char* const values = end ? ElementText::endOfLine(end, last) : nullptr;
-    if (!values || (fSeesPlaced && places.hasElement(number))) return {};
-    return {places.place(number), values, true, number};
+    const NumberLine line = NumberLine::read(at, last);
+    if (!line.behind || (fSeesPlaced && places.hasElement(line.number))) return {};
+    return {places.place(line.number), line.behind, true, line.number};
 }
 
 StreamTextReader::Placed StreamTextReader::placeIndex(StreamImpl& places, const char* at,

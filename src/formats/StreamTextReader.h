@@ -57,6 +57,7 @@ class StreamTextReader {
     std::unique_ptr<Stream> makeStream();
     void readElements(Stream& stream);
     bool nextIndexLine();
+    void readPieces(Stream& stream);
     void readPlainElements(Stream& stream);
     /// The chunk of an element whose index was plain; null for another index.
     struct Placed {
@@ -107,7 +108,8 @@ class StreamTextReader {
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;
     bool fHasIndexLine = false;
-    bool fHasNumbers = true;  // the indices are numbers
+    bool fHasNumbers = true;     // the indices are numbers
+    bool fPiecesFailed = false;  // most of them began at other places than was guessed
     bool fNameSeen = false;
     bool fIndexTypeSeen = false;
     bool fElementIsWhole = false;  // all its values were there, even if bad

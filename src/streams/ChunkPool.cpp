@@ -86,6 +86,16 @@ void ChunkPool::swap(ChunkPool& other) noexcept {
     std::swap(fReturned, other.fReturned);
 }
 
+void ChunkPool::takeOver(ChunkPool& other) noexcept {
+    if (!other.fLast) return;
+    Block* first = other.fLast;
+    while (first->earlier) first = first->earlier;
+    first->earlier = std::exchange(fLast, nullptr);
+    std::swap(other.fReturned, fReturned);
+    swap(other);
+    other.clear();
+}
+
 void ChunkPool::clear() { ChunkPool().swap(*this); }
 
 }  // namespace orbo::Data

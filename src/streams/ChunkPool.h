@@ -28,6 +28,9 @@ class ChunkPool {
     [[nodiscard]] char* adopt(const Layout& layout, char* block);
     /// Takes a chunk back. Does not free its strings; the caller already has.
     void giveBack(const Layout& layout, char* chunk);
+    /// Owns the blocks of another pool from now on. What had been returned there stays unused, and
+    /// so does the rest of this pool's last block.
+    void takeOver(ChunkPool& other) noexcept;
     /// Frees all chunks but large ones, which must have been given back before.
     void clear();
     /// The bytes from one chunk to the next in a block; 0 without a block.

@@ -305,6 +305,27 @@ void NumberedElements::remove(Place place) {
     }
 }
 
+bool NumberedElements::takeOver(NumberedElements& later) {
+    if (later.fSize == 0) return true;
+    Group& first = later.fGroups.front();
+    const unsigned int lowest = first.pages.front().entries.front().number;
+    if (fSize == 0) {
+        fGroups.swap(later.fGroups);
+    } else {
+        if (lowest <= fHighest) return false;
+        fGroups.reserve(fGroups.size() + later.fGroups.size());
+        first.lowest = first.pages.front().lowest = lowest;
+        fit(first.steps, first.pages);
+        std::move(later.fGroups.begin(), later.fGroups.end(), std::back_inserter(fGroups));
+    }
+    fit(fSteps, fGroups);
+    fSize += later.fSize;
+    fHighest = later.fHighest;
+    forget();
+    later.clear();
+    return true;
+}
+
 void NumberedElements::clear() {
     std::vector<Group>().swap(fGroups);
     fSteps = Steps();

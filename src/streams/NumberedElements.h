@@ -56,6 +56,9 @@ class NumberedElements {
     char* put(unsigned int number, char* chunk, std::size_t stride);
     void erase(unsigned int number, std::size_t stride);
     void clear();
+    /// Moves all elements of a list from which none was erased behind those that are here. False
+    /// when they do not belong there. Throws `std::bad_alloc`, with nothing changed.
+    bool takeOver(NumberedElements& later);
     /// Does what `chunkOf` does, for a caller that is about to change something there.
     [[nodiscard]] char* chunkToChange(unsigned int number, std::size_t stride) {
         if (fSize == 0 || number > fHighest) return nullptr;

@@ -29,6 +29,11 @@ StreamImpl* StreamAccess::placesOf(Stream& stream, const Layout& layout) {
     return &storage.layout() == &layout ? &storage : nullptr;
 }
 
+StreamImplMapped* StreamAccess::mappedPlacesOf(Stream& stream, const Layout& layout) {
+    StreamImpl* const places = placesOf(stream, layout);
+    return places && !places->isDense() ? static_cast<StreamImplMapped*>(places) : nullptr;
+}
+
 const Layout& StreamAccess::layoutOf(const Stream& stream) {
     stream.impl().syncToRead();
     return stream.impl().layout();

@@ -12,6 +12,7 @@ namespace orbo::Data {
 class ElementVisitor;
 class Layout;
 class StreamImpl;
+class StreamImplMapped;
 
 class StreamAccess {
   public:
@@ -23,6 +24,8 @@ class StreamAccess {
     static bool adoptElement(Stream& stream, Index&& index, Handle&& handle);
     /// The storage, for `StreamImpl::place`, if its chunks have this layout; null otherwise.
     static StreamImpl* placesOf(Stream& stream, const Layout& layout);
+    /// The same for storage that is mapped; null where it is not.
+    static StreamImplMapped* mappedPlacesOf(Stream& stream, const Layout& layout);
     /// The layout of the chunks that `visitElements` shows, until the structure changes.
     static const Layout& layoutOf(const Stream& stream);
     /// Shows all elements in order.

@@ -242,6 +242,14 @@ bool StreamImplMapped::setElementRange(const Index& first, const Index& last) {
     return true;
 }
 
+bool StreamImplMapped::takeOver(StreamImplMapped& later) {
+    if (&layout() != &later.layout() || !fTyped.empty() || !later.fTyped.empty()) return false;
+    if (!fNumbered.takeOver(later.fNumbered)) return false;
+    noteChange();
+    fPool.takeOver(later.fPool);
+    return true;
+}
+
 void StreamImplMapped::freeStrings() {
     if (ChunkPool::isLarge(layout())) {
         forEachChunk([this](char* chunk) { free(chunk); });

@@ -43,6 +43,10 @@ class StreamImplMapped : public StreamImpl,
     [[nodiscard]] char* chunkOf(unsigned int number) const override;
     [[nodiscard]] char* place(unsigned int number) override;
 
+    /// Moves all elements of another storage of this layout here, if they have numbers above all
+    /// that are here; where memory runs out, `std::bad_alloc` is thrown and nothing moved.
+    bool takeOver(StreamImplMapped& later);
+
     [[nodiscard]] bool hasElement(const Index& index) const override;
     [[nodiscard]] char* chunkAt(const Index& index) const override;
     bool removeElement(const Index& index) override;

@@ -102,6 +102,22 @@ TYPED_TEST(ReadByThreads, IsWhatOneThreadReads) {
     this->expectTheSame("faults");
 }
 
+// One node has most of the text: it is read in pieces.
+TYPED_TEST(ReadByThreads, ReadsALargeNodeLikeOneThread) {
+    const std::string large = this->elements(500'000, "", "1");
+    const std::string small = oneStream("A", this->elements(100, "", "7"));
+    this->addStructure();
+    this->add("n0", small);
+    this->add("n1", oneStream("A", large));
+    this->add("n2", small);
+    this->expectTheSame("clean");
+
+    this->addStructure();
+    this->add("n0", small);
+    this->add("n1", oneStream("A", large + "70000\noops\n"));
+    this->expectTheSame("fault");
+}
+
 TYPED_TEST(ReadByThreads, FailsWithTheSameWords) {
     const std::string large = oneStream("A", this->elements(60'000, "", "1234567"));
     this->addStructure();

@@ -118,12 +118,12 @@ auto ModelBuilder::read(const Read& reader, const SceneRecord& record, ReadConte
     return object;
 }
 
-ModelBuilder::ReadNode ModelBuilder::readNode(const SceneRecord& record,
-                                              bool ownIndexTypesOnly) const {
+ModelBuilder::ReadNode ModelBuilder::readNode(const SceneRecord& record, unsigned threads) const {
     ReadNode node;
     node.outline.size = record.text.size();
     ReadContext context;
-    context.ownIndexTypesOnly = ownIndexTypesOnly;
+    context.ownIndexTypesOnly = threads > 0;
+    context.threads = std::max(threads, 1U);
     if (fRequest.keepsOutlines) context.outline = &node.outline;
     node.associations = read(readAssociations, record, context, node.findings);
     return node;
@@ -131,9 +131,9 @@ ModelBuilder::ReadNode ModelBuilder::readNode(const SceneRecord& record,
 
 // Leaves to the calling thread what gives findings or throws: that has an order. So it does with
 // index types of others.
-void ModelBuilder::readAhead(UnreadAssociations& unread) const noexcept {
+void ModelBuilder::readAhead(UnreadAssociations& unread, unsigned threads) const noexcept {
     try {
-        ReadNode node = readNode(unread.record, true);
+        ReadNode node = readNode(unread.record, threads);
         const bool isClean = node.associations && node.findings.isEmpty();
         if (!isClean) return;
         node.digest = digestOf(*node.associations);
@@ -155,16 +155,25 @@ void ModelBuilder::readAhead() {
         own.push_back(&unread);
         size += record.text.size();
     }
-    if (fRequest.threads < 2 || own.size() < 2 || size < kWorthThreads) return;
+    const unsigned threads = fRequest.threads;
+    if (threads < 2 || size < kWorthThreads) return;
     // The last ones to be taken decide how long all take.
     std::stable_sort(own.begin(), own.end(), [](const auto* left, const auto* right) {
         return left->record.text.size() > right->record.text.size();
     });
+    // What is more than a thread's share is read in pieces, by all of them.
+    std::size_t large = 0;
+    for (; large < own.size(); ++large) {
+        const std::size_t text = own[large]->record.text.size();
+        if (text * threads <= size) break;
+        size -= text;
+        readAhead(*own[large], threads);
+    }
     StructureRegistry& structures = StructureRegistry::current();
     structures.prepareForLending();
-    shareOut(fRequest.threads, own.size(), [&](std::size_t number) {
+    shareOut(threads, own.size() - large, [&](std::size_t number) {
         const StructureRegistry::Borrowed borrowed(structures);
-        readAhead(*own[number]);
+        readAhead(*own[large + number], 1);
     });
 }
 
@@ -175,7 +184,7 @@ void ModelBuilder::addRepeated(const UnreadAssociations& repeated) {
                                                        : "An earlier record of this node counts.",
                  repeated.record);
     fFindings.add(repeated.rank, findings);
-    if (fRequest.isCheck) fFindings.add(repeated.rank, readNode(repeated.record, false).findings);
+    if (fRequest.isCheck) fFindings.add(repeated.rank, readNode(repeated.record).findings);
 }
 
 void ModelBuilder::add(SceneRecord record) {
@@ -255,7 +264,7 @@ bool ModelBuilder::build(UnreadAssociations& unread, Accessor::AssociationsMap& 
         return true;
     }
     const bool isAhead = unread.ahead.has_value();
-    ReadNode node = isAhead ? std::move(*unread.ahead) : readNode(record, false);
+    ReadNode node = isAhead ? std::move(*unread.ahead) : readNode(record);
     fFindings.add(unread.rank, node.findings);
     if (!node.associations) {
         snapshot.unreadable.add(record);

@@ -96,8 +96,10 @@ class ModelBuilder {
     template <typename Read>
     auto read(const Read& reader, const SceneRecord& record, ReadContext context,
               Findings& findings) const;
-    [[nodiscard]] ReadNode readNode(const SceneRecord& record, bool ownIndexTypesOnly) const;
-    void readAhead(UnreadAssociations& unread) const noexcept;
+    /// By so many threads, which throw `ForeignIndexType` where only the caller's may go on; 0 is
+    /// the caller's alone.
+    [[nodiscard]] ReadNode readNode(const SceneRecord& record, unsigned threads = 0) const;
+    void readAhead(UnreadAssociations& unread, unsigned threads) const noexcept;
     void readAhead();
     void addRepeated(const UnreadAssociations& repeated);
 
