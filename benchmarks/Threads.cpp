@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Bench.h"
@@ -52,14 +53,18 @@ int main() {
             return readScene(folder.file(name + kind));
         });
     }
-    std::vector<std::string> nodes;
-    for (int i = 0; i < 20; ++i) nodes.push_back("node" + std::to_string(i));
-    const orbo::Data::Stream part = makeStream(makeElements(kElements / 5));
-    for (const std::string kind : {".kx", ".ky"}) {
-        const std::string file = folder.file("nodes" + kind);
-        makeScene(file, 4096, part, nodes);
-        bench.measure("20 nodes by one, " + kind, [=] { return readBy(1, file); });
-        bench.measure("20 nodes by two, " + kind, [=] { return readBy(2, file); });
+    // The same elements in twenty nodes, and in one, whose stream is cut into pieces.
+    const std::vector<std::pair<std::string, int>> scenes = {{"20 nodes", 20}, {"1 node", 1}};
+    for (const auto& [what, count] : scenes) {
+        std::vector<std::string> nodes;
+        for (int i = 0; i < count; ++i) nodes.push_back("node" + std::to_string(i));
+        const orbo::Data::Stream part = makeStream(makeElements(4 * kElements / count));
+        for (const std::string kind : {".kx", ".ky"}) {
+            const std::string file = folder.file(what + kind);
+            makeScene(file, 4096, part, nodes);
+            bench.measure(what + " by one, " + kind, [=] { return readBy(1, file); });
+            bench.measure(what + " by two, " + kind, [=] { return readBy(2, file); });
+        }
     }
     measureBoth(bench, "counting", [](const std::string&) { return countUp(); });
     bench.run();
@@ -69,9 +74,12 @@ int main() {
         bench.compare("read two files, " + kind, "two threads, " + kind, "one thread, " + kind,
                       1.08 * loops);
     }
-    for (const std::string kind : {".kx", ".ky"}) {
-        bench.compare("read 20 nodes of one file, " + kind, "20 nodes by two, " + kind,
-                      "20 nodes by one, " + kind, 1.08 * loops);
+    for (const auto& scene : scenes) {
+        for (const std::string kind : {".kx", ".ky"}) {
+            bench.compare("read " + scene.first + " of one file, " + kind,
+                          scene.first + " by two, " + kind, scene.first + " by one, " + kind,
+                          1.08 * loops);
+        }
     }
     return bench.result();
 }

@@ -23,10 +23,11 @@ struct ReadPolicy {
     /// the file, as it does those that a read was not asked for; one that the program adds under
     /// such a name replaces the file's. Findings about their texts come when they are loaded.
     bool nodesOnDemand = false;
-    /// Read the nodes of a scene side by side by this many threads, the caller's among them, which
-    /// all end with the read; 0 and 1 start none. The result is the same. Only sections of 4 MiB
-    /// and more are worth threads, and only nodes in the raw format with indices of the library's
-    /// own types go to them: formats and index types of plug-ins are called by the caller's thread.
+    /// Read the nodes of a scene side by side, and long streams in pieces, by this many threads,
+    /// the caller's among them, which all end with the read; 0 and 1 start none. The result is the
+    /// same. Only sections of 4 MiB and more are worth threads, and only nodes in the raw format
+    /// with indices of the library's own types go to them: formats and index types of plug-ins are
+    /// called by the caller's thread.
     unsigned int threads = 1;
 };
 
