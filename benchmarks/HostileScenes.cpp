@@ -187,8 +187,24 @@ const std::vector<HostileScene>& hostileScenes() {
          [](std::size_t n) {
              return elements("dbl4x4[4294967295]=x", "0\n" + repeated(n, "x ") + "\n");
          }},
+        {"a matrix of points", false,
+         [](std::size_t n) {
+             return elements("dbl4x4[4294967295]=x", "0\n" + string(n, '.') + "\n");
+         }},
+        {"strings that are none", false,
+         [](std::size_t n) {
+             return elements("string[4294967295]=x", "0\n" + repeated(n, "- ") + "\n");
+         }},
+        {"booleans that are none", false,
+         [](std::size_t n) {
+             return elements("bool[4294967295]=x", "0\n" + repeated(n, "- ") + "\n");
+         }},
         {"indices that are none", false,
          [](std::size_t n) { return elements("int8=x", repeated(n, "x\n1\n")); }},
+        {"lines that are no index", false,
+         [](std::size_t n) { return elements("int8=x", repeated(n, "x\n")); }},
+        {"lines that are no pair", false,
+         [](std::size_t n) { return elements("int8=x", repeated(n, "x\n"), "pair"); }},
         {"words that are none", false,
          [](std::size_t n) { return textScene(node("n", repeated(n, "channel\nx\n"))); }},
         {"a word that is none in each value", false,

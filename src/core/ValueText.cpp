@@ -60,6 +60,21 @@ bool extractPlain(std::streambuf& buffer, T& value) {
     return true;
 }
 
+// Does what the stream does with a sign, a point or both that no digit follows: it takes them, and
+// finds no number. In hostile texts each character may be one.
+template <typename T>
+bool refusePlain(std::istream& in, T& value) {
+    if (!std::is_floating_point_v<T>) return false;
+    const std::string_view ready = GetArea::of(*in.rdbuf());
+    std::size_t taken = !ready.empty() && (ready[0] == '-' || ready[0] == '+') ? 1 : 0;
+    if (taken < ready.size() && ready[taken] == '.') ++taken;
+    if (taken == 0 || taken >= ready.size() || Ascii::isDigit(ready[taken])) return false;
+    GetArea::take(*in.rdbuf(), taken);
+    value = 0;
+    in.setstate(std::ios_base::failbit);
+    return true;
+}
+
 // Avoids making another stream, which takes longer than reading the number.
 bool readsAsClassic(const std::istream& in) {
     constexpr auto kDefault = std::ios_base::skipws | std::ios_base::dec;
@@ -252,6 +267,7 @@ bool extract(std::istream& in, T& value) {
     if (in.good()) {
         skipBlanks(in);
         if (in.good() && extractPlain(*in.rdbuf(), value)) return true;
+        if (in.good() && refusePlain(in, value)) return false;
     }
     return extractByStream(in, value);
 }

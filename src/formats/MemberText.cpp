@@ -35,12 +35,14 @@ unsigned int MemberTextReader::read(Member::eDataType valueType, unsigned int co
     const DataType& type = dataType(valueType);
     if (!storesData(valueType)) {
         // This is reported, but not counted as an error.
-        report("Invalid type " + std::to_string(valueType) + " in structure.");
+        report([&] { return "Invalid type " + std::to_string(valueType) + " in structure."; });
         return 0;
     }
     if (!values) {
-        report("Member at record " + std::to_string(fRecord) + " not recognized as a " +
-               type.inside);
+        report([&] {
+            return "Member at record " + std::to_string(fRecord) + " not recognized as a " +
+                   type.inside;
+        });
         return 1;
     }
     if (valueType == Member::kBoolean) return readBooleans(reinterpret_cast<bool*>(values), count);
@@ -55,8 +57,10 @@ unsigned int MemberTextReader::readBooleans(bool* values, unsigned int length) {
         ValueText::extractWord(fIn, fWord);
         if (ValueText::readBoolean(fWord, values[k])) continue;
         noteBad(fWord);
-        report("Boolean on or about character " + position() + " has invalid value " +
-               inQuotes(fWord) + ". Use 't', 'true', '1', 'f', 'false', '0' only.");
+        report([&] {
+            return "Boolean on or about character " + position() + " has invalid value " +
+                   inQuotes(fWord) + ". Use 't', 'true', '1', 'f', 'false', '0' only.";
+        });
         ++errors;
     }
     return errors;
@@ -68,8 +72,10 @@ unsigned int MemberTextReader::readNumbers(Member::eDataType number, char* value
     unsigned int errors = 0;
     for (unsigned int k = 0; k < length && fIn.good(); ++k, values += type.size) {
         if (readNumber(number, values)) continue;
-        report(std::string(type.word) + " value in record " + std::to_string(fRecord) +
-               " on or about character " + position() + " is invalid");
+        report([&] {
+            return std::string(type.word) + " value in record " + std::to_string(fRecord) +
+                   " on or about character " + position() + " is invalid";
+        });
         ++errors;
         if (fAfterBadNumber == AfterBadNumber::kSkipWord) {
             std::memset(values, 0, static_cast<std::size_t>(type.size));
@@ -117,7 +123,7 @@ unsigned int MemberTextReader::readMatrices(Member::eDataType matrix, char* valu
         if (i % 16 == 0 && !fIn.good()) break;
         char* const value = values + i * bytesPerNumber(type);
         if (readNumber(matrix, value)) continue;
-        const std::string where = position();
+        const std::string where = wantsMessage() ? position() : std::string();
         if (fAfterBadNumber == AfterBadNumber::kSkipWord) {
             std::memset(value, 0, bytesPerNumber(type));
             skipWord();
@@ -139,9 +145,11 @@ unsigned int MemberTextReader::readMatrices(Member::eDataType matrix, char* valu
 void MemberTextReader::reportMatrixValue(const DataType& type, unsigned long long number,
                                          const std::string& position) {
     const unsigned long long inMatrix = number % 16;
-    report(std::string(type.word) + " on or about character " + position +
-           " has invalid value at row " + std::to_string(inMatrix / 4) + ", column " +
-           std::to_string(inMatrix % 4));
+    report([&] {
+        return std::string(type.word) + " on or about character " + position +
+               " has invalid value at row " + std::to_string(inMatrix / 4) + ", column " +
+               std::to_string(inMatrix % 4);
+    });
 }
 
 // Characters that cannot begin a number are not taken, so every further attempt would fail on them
@@ -166,10 +174,7 @@ bool MemberTextReader::readString(char** slot) {
     ValueText::skipBlanks(fIn);
     const int first = fIn.get();
     if (first != '"') {
-        const std::string found = first == kEnd ? "" : std::string(1, static_cast<char>(first));
-        noteBad(found + std::string(GetArea::of(*fIn.rdbuf()).substr(0, kMostOfValue)));
-        report("String element on or about character " + position() +
-               " must be enclosed in double quotes instead of '" + found + "'");
+        refuseString(first);
         if (fAfterBadNumber == AfterBadNumber::kSkipWord) skipWord();
         return false;
     }
@@ -179,12 +184,25 @@ bool MemberTextReader::readString(char** slot) {
     if (terminated && !holdsZero) return true;
     noteBad(*slot);
     if (!terminated) {
-        report("String element not terminated on or about character " + position());
+        report([&] { return "String element not terminated on or about character " + position(); });
     } else {
         // A string value ends at its first NUL; the text behind it must not be lost silently.
-        report("String element on or about character " + position() + " has a NUL character");
+        report([&] {
+            return "String element on or about character " + position() + " has a NUL character";
+        });
     }
     return false;
+}
+
+// Without the quote that begins one.
+void MemberTextReader::refuseString(int first) {
+    if (fHasBad && !wantsMessage()) return;
+    const std::string found = first == kEnd ? "" : std::string(1, static_cast<char>(first));
+    noteBad(found + std::string(GetArea::of(*fIn.rdbuf()).substr(0, kMostOfValue)));
+    report([&] {
+        return "String element on or about character " + position() +
+               " must be enclosed in double quotes instead of '" + found + "'";
+    });
 }
 
 // Reads the text behind the opening quote into fText, and takes the closing quote.
@@ -210,10 +228,6 @@ bool MemberTextReader::readQuoted() {
 
 bool MemberTextReader::wantsMessage() const {
     return fMessagesWanted == Messages::kKeep && fMessages.size() < kMostMessageBytes;
-}
-
-void MemberTextReader::report(const std::string& message) {
-    if (wantsMessage()) fMessages += message + "\n";
 }
 
 std::string MemberTextReader::position() {

@@ -49,6 +49,7 @@ class MemberTextReader {
     unsigned int readMatrices(Member::eDataType matrix, char* values, unsigned int length);
     bool readNumber(Member::eDataType number, char* value);
     bool readString(char** slot);
+    void refuseString(int first);
     bool readQuoted();
     void noteBad(std::string_view text);
     void skipWord();
@@ -56,7 +57,11 @@ class MemberTextReader {
                            const std::string& position);
     bool restOfMatrixIsBad();
     [[nodiscard]] bool wantsMessage() const;
-    void report(const std::string& message);
+    // `make` makes the message, if one is wanted: any value of a hostile text may be wrong.
+    template <typename Make>
+    void report(const Make& make) {
+        if (wantsMessage()) fMessages += make() + "\n";
+    }
     [[nodiscard]] std::string position();
 
     std::istream& fIn;

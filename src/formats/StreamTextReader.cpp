@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <limits>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "core/Ascii.h"
@@ -255,18 +256,20 @@ StreamTextReader::Placed StreamTextReader::placeIndex(StreamImpl& places, const 
     if (text == fWords.end) return {};
     fLine = text;
     try {
-        Index index = fMakeIndex(fLine);
-        if (fSeesPlaced && places.hasElement(index)) return {};
-        const bool isNumber = !index.complexIndex();
-        const unsigned int number = index.index();
-        return {places.place(std::move(index)), at + size + 1, isNumber, number};
+        auto made = fMakeIndex.make(fLine);
+        Index* const index = std::get_if<Index>(&made);
+        if (!index || (fSeesPlaced && places.hasElement(*index))) return {};
+        const bool isNumber = !index->complexIndex();
+        const unsigned int number = index->index();
+        return {places.place(std::move(*index)), at + size + 1, isNumber, number};
     } catch (...) {
         return {};  // the general reader says what is wrong
     }
 }
 
 void StreamTextReader::takeBack(StreamImpl& places, const Placed& placed) const {
-    places.removeElement(placed.isNumber ? Index(placed.number) : fMakeIndex(fLine));
+    places.removeElement(placed.isNumber ? Index(placed.number)
+                                         : std::get<Index>(fMakeIndex.make(fLine)));
 }
 
 bool StreamTextReader::nextIndexLine() {
@@ -375,22 +378,27 @@ void StreamTextReader::remarkOnNotFinite(const Member& member, const Index& inde
 std::optional<Index> StreamTextReader::takeIndex() {
     fLine = std::string(fTrimmed);
     fTrimmed = fLine;
-    try {
-        return fMakeIndex(fLine);
-    } catch (Index::eCreationErrors code) {
-        ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kUnreadable);
-        if (fErrorCount == 0 && remarks) {
-            remarks->add(Remarks::kUnreadable,
-                         inQuotes(fTrimmed, kMostOfValue) + " is no index of type " +
-                             excerptOf(fMakeIndex.typeName()),
-                         {}, {{}, fName, {}, {}});
-        }
-        report("Value " + inQuotes(fTrimmed) + " on or about character " +
-               std::to_string(static_cast<long long>(fIn.tellg())) +
-               " is not a legal index (code " + std::to_string(code) + ") of type " +
-               excerptOf(fMakeIndex.typeName()));
-        return std::nullopt;
+    auto made = fMakeIndex.make(fLine);
+    if (Index* const index = std::get_if<Index>(&made)) return std::move(*index);
+    ReaderRemarks* const remarks = fContext.listenerFor(Remarks::kUnreadable);
+    if (fErrorCount == 0 && remarks) {
+        remarks->add(Remarks::kUnreadable,
+                     inQuotes(fTrimmed, kMostOfValue) + " is no index of type " +
+                         excerptOf(fMakeIndex.typeName()),
+                     {}, {{}, fName, {}, {}});
     }
+    reportIndex(std::get<Index::eCreationErrors>(made));
+    return std::nullopt;
+}
+
+// Any line may be wrong, so this joins no texts on the way to the messages.
+void StreamTextReader::reportIndex(Index::eCreationErrors code) {
+    fErrorCount = saturatedSum(fErrorCount, 1);
+    if (!hasRoom()) return;
+    fMessages.append("Value '").append(excerptOf(fTrimmed)).append("' on or about character ");
+    fMessages.append(std::to_string(static_cast<long long>(fIn.tellg())));
+    fMessages.append(" is not a legal index (code ").append(std::to_string(code));
+    fMessages.append(") of type ").append(excerptOf(fMakeIndex.typeName())).append("\n");
 }
 
 void StreamTextReader::readValues(const Index& index) {
@@ -431,8 +439,10 @@ void StreamTextReader::reportTooShort() {
            inQuotes(fStructure->name()));
 }
 
+bool StreamTextReader::hasRoom() const { return fMessages.size() < kMostMessageBytes; }
+
 void StreamTextReader::report(const std::string& message) {
-    if (fMessages.size() < kMostMessageBytes) fMessages += message + "\n";
+    if (hasRoom()) fMessages += message + "\n";
     fErrorCount = saturatedSum(fErrorCount, 1);
 }
 

@@ -80,7 +80,9 @@ class StreamTextReader {
     void remarkOnUnreadable(const Member& member, const Index& index);
     void readValues(const Index& index);
     unsigned long long readMember(const Member& member, const Index& index);
+    void reportIndex(Index::eCreationErrors code);
     void reportTooShort();
+    [[nodiscard]] bool hasRoom() const;  // for messages
     void report(const std::string& message);
     void atRecord(const std::string& what);
 

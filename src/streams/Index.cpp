@@ -23,9 +23,8 @@ namespace {
 [[gnu::used]] const char* const linksRegistration = &registrationAnchor;
 
 unsigned int numberIn(const std::string& text) {
-    IndexNumbers numbers(text);
-    const unsigned int number = numbers.next();
-    numbers.finish();
+    unsigned int number = 0;
+    takeIndexNumbers(text, &number, 1);
     return number;
 }
 

@@ -25,10 +25,10 @@ IndexPair::IndexPair(unsigned int first, unsigned int second) : fFirst(first), f
 IndexPair::IndexPair(const IndexPair& other) : IndexPair(other.fFirst, other.fSecond) {}
 
 IndexPair::IndexPair(const std::string& text) {
-    IndexNumbers numbers(text);
-    fFirst = numbers.next();
-    fSecond = numbers.next();
-    numbers.finish();
+    unsigned int numbers[2];
+    takeIndexNumbers(text, numbers, 2);
+    fFirst = numbers[0];
+    fSecond = numbers[1];
 }
 
 IndexPair::~IndexPair() = default;

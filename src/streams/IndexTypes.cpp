@@ -7,12 +7,23 @@
 #include <data/IndexString.h>
 #include <data/IndexText.h>
 
+#include "streams/IndexNumbers.h"
+
 namespace orbo::Data {
 
-Index IndexTypes::Maker::operator()(const std::string& text) const {
+std::variant<Index, Index::eCreationErrors> IndexTypes::Maker::make(const std::string& text) const {
     if (fAsText) return Index(IndexText(fTypeName, text));
-    if (!fCreator) throw Index::eCreatorNotFound;
-    return fCreator(text);
+    if (!fCreator) return Index::eCreatorNotFound;
+    if (fNumbers > 0) {
+        unsigned int numbers[2];
+        if (const auto problem = readIndexNumbers(text, numbers, fNumbers)) return *problem;
+        return fNumbers == 1 ? Index(numbers[0]) : Index(numbers[0], numbers[1]);
+    }
+    try {
+        return fCreator(text);
+    } catch (Index::eCreationErrors problem) {
+        return problem;
+    }
 }
 
 IndexTypes::Maker IndexTypes::maker(const std::string& typeName, Unknown unknown) {
@@ -21,6 +32,9 @@ IndexTypes::Maker IndexTypes::maker(const std::string& typeName, Unknown unknown
     const auto entry = creators.find(typeName);
     if (entry != creators.end()) {
         maker.fCreator = entry->second;
+        maker.fNumbers = maker.fCreator == &Index::TypeCreator    ? 1
+                         : maker.fCreator == &IndexPair::doCreate ? 2
+                                                                  : 0;
     } else if (unknown == Unknown::kAsText) {
         maker.fAsText = true;
     } else {

@@ -4,7 +4,9 @@
 
 #include <data/Index.h>
 
+#include <cstddef>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace orbo::Data {
@@ -16,8 +18,9 @@ class IndexTypes {
       public:
         /// True when the type was registered with a null creator.
         [[nodiscard]] bool isNull() const { return !fCreator && !fAsText; }
-        /// Throws what the type's creator throws.
-        [[nodiscard]] Index operator()(const std::string& text) const;
+        /// An index, or why there is none. Throws what else the type's creator throws.
+        [[nodiscard]] std::variant<Index, Index::eCreationErrors> make(
+            const std::string& text) const;
         [[nodiscard]] const std::string& typeName() const { return fTypeName; }
 
       private:
@@ -25,6 +28,7 @@ class IndexTypes {
         explicit Maker(const std::string& typeName) : fTypeName(typeName) {}
         std::string fTypeName;
         IndexCreator fCreator = nullptr;
+        std::size_t fNumbers = 0;  // in an index of the library's own numeric types
         bool fAsText = false;
     };
 

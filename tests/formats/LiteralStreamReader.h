@@ -95,7 +95,6 @@ class LiteralStreamReader {
     }
 
     void readElements(std::string line, bool hasLine) {
-        const IndexTypes::Maker make = IndexTypes::maker(fType);
         for (;; hasLine = false) {
             if (!hasLine) {
                 if (!fIn.good()) return;
@@ -106,7 +105,7 @@ class LiteralStreamReader {
             if (line.empty()) continue;
             if (line == "endStream") return;
             try {
-                const Index index = make(line);
+                const Index index = Index::doCreate(fType, line);
                 Handle handle(*fStructure);
                 readStructure(handle);
                 std::string rest;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <string>
 #include <typeinfo>
+#include <variant>
 
 #include "core/Layout.h"
 #include "scenes/writing/WrittenModel.h"
@@ -27,8 +28,10 @@ bool isOwnType(const std::string& name) {
     if (!IndexTypes::isKnown(name)) return false;
     const IndexTypes::Maker maker = IndexTypes::maker(name);
     if (maker.isNull()) return false;
-    const Index index = maker(isPair ? "0 0" : "0");
-    const IndexType* const typed = index.complexIndex();
+    const auto made = maker.make(isPair ? "0 0" : "0");
+    const Index* const index = std::get_if<Index>(&made);
+    if (!index) return false;
+    const IndexType* const typed = index->complexIndex();
     if (isNumeric || !typed) return isNumeric && !typed;
     return typeid(*typed) == (isPair ? typeid(IndexPair) : typeid(IndexString));
 }
