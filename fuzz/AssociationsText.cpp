@@ -10,6 +10,7 @@
 #include <string>
 
 #include "Law.h"
+#include "Thrift.h"
 #include "scenes/model/ModelText.h"
 
 namespace {
@@ -22,7 +23,8 @@ void registerStructures() {
     for (const char* text :
          {"name=I:int32=x", "name=F:float=f:double[2]=d", "name=T:string=s:bool=b:string[2]=t",
           "name=N:int8=a:uint8=b:int16=c:uint16=d:uint32=e:int64=f:uint64=g",
-          "name=M:flt4x4=m:dbl4x4=n", "name=L:int32[4294967295]=x"}) {
+          "name=M:flt4x4=m:dbl4x4=n", "name=L:int32[4294967295]=x",
+          "name=B:int32=i:float[3]=f:string=s"}) {
         std::istringstream in(text);
         std::string errors;
         Structure* structure = StructureSerializerRaw::theFormat().read(in, errors);
@@ -53,13 +55,27 @@ std::string written(const Associations& associations) {
     return record->text;
 }
 
+orbo::Fuzz::Work readingOf(const std::string& text) {
+    static const bool ready = (registerStructures(), true);
+    return {ready ? text.size() : 0, [text] {
+                std::string errors;
+                read(text, errors);
+            }};
+}
+
 }  // namespace
 
+orbo::Fuzz::Work orbo::Fuzz::workOf(const std::uint8_t* data, std::size_t size) {
+    return readingOf(std::string(textOf(data, size)));
+}
+
+orbo::Fuzz::Work orbo::Fuzz::baseWork() { return readingOf(baseAssociations()); }
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool ready = (registerStructures(), true);
+    orbo::Fuzz::demandThrift(data, size);
     std::string errors;
     const auto first = read(Fuzz::textOf(data, size), errors);
-    if (!ready || !first) return 0;
+    if (!first) return 0;
     const std::string text = written(*first);
     const auto second = read(text, errors);
     demand(second != nullptr, "what was written can be read", text, errors);

@@ -63,13 +63,20 @@ std::string framed(std::string_view parts) {
     return orbo::Data::BinaryScene(chunks).bytes();
 }
 
+std::string sceneOf(const std::uint8_t* data, std::size_t size) {
+    const std::string_view rest = orbo::Fuzz::textOf(data + 1, size - 1);
+    return orbo::Fuzz::Plan(data[0]).framed ? framed(rest) : std::string(rest);
+}
+
 }  // namespace
+
+orbo::Fuzz::Work orbo::Fuzz::workOf(const std::uint8_t* data, std::size_t size) {
+    return readingOf("scene.ky", sceneOf(data, size), Plan(data[0]).unknownAsText);
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
-    const orbo::Fuzz::Plan plan(data[0]);
-    const std::string_view rest = orbo::Fuzz::textOf(data + 1, size - 1);
-    orbo::Fuzz::checkScene("scene.ky", plan.framed ? framed(rest) : std::string(rest), plan,
-                           isUntouched);
+    orbo::Fuzz::demandThrift(data, size);
+    orbo::Fuzz::checkScene("scene.ky", sceneOf(data, size), orbo::Fuzz::Plan(data[0]), isUntouched);
     return 0;
 }

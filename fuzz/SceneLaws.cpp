@@ -334,4 +334,33 @@ void checkScene(const std::string& name, const std::string& scene, const Plan& p
     SceneRun(name, scene, plan).run(isUntouched);
 }
 
+Work readingOf(const std::string& name, const std::string& scene, bool unknownAsText) {
+    const auto system = std::make_shared<Files::ScriptedFileSystem>();
+    system->files[name] = scene;
+    return {scene.size(), [=] {
+                const Files::FileSystem::Replacement replaced(*system);
+                const auto accessor = Accessor::accessorByExtension(name);
+                accessor->setReadPolicy({unknownAsText});
+                std::string errors;
+                try {
+                    accessor->read(name, errors);
+                } catch (const Index::eCreationErrors&) {
+                }
+            }};
+}
+
+Work baseWork() {
+    std::string text;
+    for (const char c : baseAssociations()) {
+        if (c == '"') text += '\\';
+        text += c == '\n' ? std::string("\\n") : std::string(1, c);
+    }
+    return readingOf("scene.kx",
+                     "//Quil ASCII 2016 scene\n"
+                     "dataStructure -fmt \"raw\" -as \"name=B:int32=i:float[3]=f:string=s\";\n"
+                     "applyMetadata -fmt \"raw\" -v \"" +
+                         text + "\" \n\t\tn;\n// End of scene.kx\n",
+                     false);
+}
+
 }  // namespace orbo::Fuzz

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "Thrift.h"
+
 namespace orbo::Fuzz {
 
 /// What an input does to a scene, by its first byte.
@@ -30,5 +32,8 @@ using IsUntouched = bool (*)(const std::string& before, const std::string& after
 /// leaves every byte, and what is written reads back and is written the same again.
 void checkScene(const std::string& name, const std::string& scene, const Plan& plan,
                 IsUntouched isUntouched);
+
+/// Reads the scene, kept in memory under the name, and destroys what it holds.
+Work readingOf(const std::string& name, const std::string& scene, bool unknownAsText);
 
 }  // namespace orbo::Fuzz

@@ -81,13 +81,21 @@ bool isUntouched(const std::string& before, const std::string& after) {
            (old.unclosed || old.foreign == now.foreign);
 }
 
+std::string sceneOf(const std::uint8_t* data, std::size_t size) {
+    const std::string scene(orbo::Fuzz::textOf(data + 1, size - 1));
+    if (!orbo::Fuzz::Plan(data[0]).framed) return scene;
+    return "//Quil ASCII 2016 scene\n" + scene + "\n// End of scene.kx\n";
+}
+
 }  // namespace
+
+orbo::Fuzz::Work orbo::Fuzz::workOf(const std::uint8_t* data, std::size_t size) {
+    return readingOf("scene.kx", sceneOf(data, size), Plan(data[0]).unknownAsText);
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
-    const orbo::Fuzz::Plan plan(data[0]);
-    std::string scene(orbo::Fuzz::textOf(data + 1, size - 1));
-    if (plan.framed) scene = "//Quil ASCII 2016 scene\n" + scene + "\n// End of scene.kx\n";
-    orbo::Fuzz::checkScene("scene.kx", scene, plan, isUntouched);
+    orbo::Fuzz::demandThrift(data, size);
+    orbo::Fuzz::checkScene("scene.kx", sceneOf(data, size), orbo::Fuzz::Plan(data[0]), isUntouched);
     return 0;
 }

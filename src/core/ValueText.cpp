@@ -266,8 +266,8 @@ template <typename T>
 bool extract(std::istream& in, T& value) {
     if (in.good()) {
         skipBlanks(in);
-        if (in.good() && extractPlain(*in.rdbuf(), value)) return true;
         if (in.good() && refusePlain(in, value)) return false;
+        if (in.good() && extractPlain(*in.rdbuf(), value)) return true;
     }
     return extractByStream(in, value);
 }

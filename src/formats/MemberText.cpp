@@ -90,6 +90,7 @@ unsigned int MemberTextReader::readNumbers(Member::eDataType number, char* value
 bool MemberTextReader::readNumber(Member::eDataType number, char* value) {
     const std::string_view before = GetArea::of(*fIn.rdbuf());
     if (ValueText::readNumber(fIn, number, value)) return true;
+    if (fHasBad) return false;
     const std::string_view after = GetArea::of(*fIn.rdbuf());
     const bool isInSight = before.data() + before.size() == after.data() + after.size();
     const std::string_view text = isInSight ? before : after;
@@ -99,6 +100,8 @@ bool MemberTextReader::readNumber(Member::eDataType number, char* value) {
 
 void MemberTextReader::noteBad(std::string_view text) {
     if (std::exchange(fHasBad, true)) return;
+    // No more than shows that it is longer: all text may be one word, and this the start of many.
+    text = text.substr(0, kMostOfValue + 1);
     fFirstBad = excerptOf(text.substr(0, text.find_first_of(Ascii::kBlanks)), kMostOfValue);
 }
 
