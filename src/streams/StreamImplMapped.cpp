@@ -214,6 +214,7 @@ bool StreamImplMapped::removeElement(const Index& index) {
     free(chunkAt(index));
     erase(index);
     if (elementCount() == 0) fPool.clear();
+    if (fTyped.empty()) fNodes.clear();
     return true;
 }
 
@@ -265,6 +266,7 @@ bool StreamImplMapped::clear() {
     freeStrings();
     fNumbered.clear();
     fTyped.clear();
+    fNodes.clear();
     fPool.clear();
     return true;
 }

@@ -2,10 +2,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
+#include "streams/BlockPool.h"
 #include "streams/ChunkPool.h"
 #include "streams/NumberedElements.h"
 #include "streams/StreamImpl.h"
@@ -19,7 +22,8 @@ class StreamImplMapped : public StreamImpl,
   public:
     /// Maps indices to chunks, which are null for elements without data. Keys are never assigned,
     /// because assigned indices share their typed values.
-    using TypedElements = std::map<Index, char*>;
+    using TypedElements =
+        std::map<Index, char*, std::less<>, PoolAllocator<std::pair<const Index, char*>>>;
 
     StreamImplMapped();
     StreamImplMapped(const Structure& structure, const std::string& name);
@@ -101,7 +105,8 @@ class StreamImplMapped : public StreamImpl,
     [[nodiscard]] char* adopt(OwnedChunk&& chunk);
 
     NumberedElements fNumbered;
-    TypedElements fTyped;
+    BlockPool fNodes;
+    TypedElements fTyped{TypedElements::allocator_type(fNodes)};
     ChunkPool fPool;
     Index fLowest;
     Index fHighest;
