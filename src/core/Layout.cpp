@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "core/DataTypes.h"
 #include "core/KeyedHash.h"
@@ -125,8 +126,10 @@ bool Layout::fillWithDuplicate(char* destination, const char* source) const {
 
 void Layout::destroyStrings(char* chunk) const {
     if (!fHasStrings) return;
-    for (const Member& member : fMembers) {
-        if (member.type() == Member::kString) member.destroy(chunk);
+    for (const Run& run : fRuns) {
+        if (run.type != Member::kString) continue;
+        char** const strings = reinterpret_cast<char**>(chunk + run.offset);
+        for (std::uint64_t i = 0; i < run.count; ++i) std::free(std::exchange(strings[i], nullptr));
     }
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -36,6 +37,20 @@ class PlainNumber {
             }
         }
         return number.convert(negative, value) ? end : nullptr;
+    }
+
+    /// Reads an integer that takes all of the `size` characters, one to eight digits and a sign;
+    /// false for any other. Eight characters behind the sign can be read, whatever they are.
+    static bool readShort(const char* first, std::size_t size, T& value) {
+        static_assert(std::is_integral_v<T>);
+        const std::size_t negative = std::is_signed_v<T> && *first == '-' ? 1 : 0;
+        const std::size_t count = size - negative;
+        if (!EightBytes::kUsable || count - 1 >= EightBytes::kSize) return false;
+        const std::uint64_t values = valuesAt(first + negative);
+        if (othersIn(values << (64 - 8 * count)) != 0) return false;
+        PlainNumber number;
+        number.fDigits = numberOf(values, static_cast<unsigned>(count));
+        return number.convert(static_cast<unsigned>(negative), value);
     }
 
   private:

@@ -245,6 +245,30 @@ TEST_F(ElementTexts, DamagedFormsAreReadAsEver) {
     }
 }
 
+// Short integers, of which many stand on a line, have a way of their own.
+TEST_F(ElementTexts, ManyIntegersAreReadOneByOne) {
+    for (const auto type : {Member::kInt8, Member::kUInt32, Member::kInt32, Member::kInt64}) {
+        RefPtr<Structure> many(new Structure("Many"));
+        many->addMember(type, 150, "numbers");
+        many->addMember(Member::kInt32, 1, "behind");
+        Structure::registerStructure(*many);
+        for (int i = 0; i < 200; ++i) {
+            std::string text = "name s\nstructure Many\n0\n";
+            for (int number = 0; number < 150; ++number) {
+                const auto bound = std::size_t{1} << bits() % (i % 20 + 2);
+                const bool isOdd = bits() % 64 == 0;
+                if (type != Member::kUInt32 && bits() % 4 == 0) text += '-';
+                text += isOdd ? oneOf({"", "+", "00000000", "123456789", "4294967296", "1.5", "x"})
+                              : std::to_string(bits() % bound % 128);
+                text += bits() % 64 == 0 ? oneOf({"  ", "\t", "\n", "\r\n", " x ", "\x01"}) : " ";
+            }
+            fContext.partial = i % 3 == 0;
+            bothAgree(text + "7\n1\nendStream\n" + std::string(bits() % 100, ' '));
+        }
+        Structure::deregisterStructure(*many);
+    }
+}
+
 // Also where they are longer than the buffer in front of the output.
 TEST_F(ElementTexts, StringsAreQuotedCharacterByCharacter) {
     RefPtr<Structure> one(new Structure("One"));
