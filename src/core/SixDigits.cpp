@@ -43,66 +43,71 @@ int leastExponent(double magnitude) {
     return (binary * 78913 + (1023 << 18)) / (1 << 18) - 1023;
 }
 
-/// A positive number, rounded to six digits: `whole` times ten to the power of `exponent` - 5.
+/// A positive number, rounded to six digits: `whole` times ten to the power of `exponent` - 5. Is
+/// passed on in a register.
 struct Rounded {
-    std::uint32_t whole;
-    int exponent;
+    std::uint32_t whole = 0;
+    int exponent = 0;
+
+    [[nodiscard]] bool isKnown() const { return whole != 0; }
 };
 
-// Empty when it is too close to the middle between two results. The magnitude is within the range
-// of the table of powers.
-std::optional<Rounded> roundToSixDigits(double magnitude) {
+// Not known when it is too close to the middle between two results. The magnitude is within the
+// range of the table of powers.
+inline Rounded roundToSixDigits(double magnitude) {
     int exponent = leastExponent(magnitude);
     double number = scaled(magnitude, kDigits - 1 - exponent);
     if (number >= kLimit) number = scaled(magnitude, kDigits - 1 - ++exponent);
     auto whole = static_cast<std::uint32_t>(number);
     const double aboveHalf = number - whole - 0.5;
-    if (std::fabs(aboveHalf) < kTooNear) return std::nullopt;
+    if (std::fabs(aboveHalf) < kTooNear) return {};
     if (aboveHalf > 0 && ++whole == kLimit) {
         whole /= 10;
         ++exponent;
     }
-    return Rounded{whole, exponent};
+    return {whole, exponent};
 }
-
-// Copying a full register is faster than copying only the bytes needed.
-constexpr int kCopied = 8;
 
 /// Six digits, the first of which is not 0, and how many of them remain without zeros at the end.
-struct Digits {
+/// They stay in a register: memory that was just written in other pieces is slow to read.
+class Digits {
+  public:
     explicit Digits(std::uint32_t number) {
         const std::uint64_t digits = eightDigits(100 * number);
-        const std::uint64_t characters = digits | EightBytes::all('0');
-        std::memcpy(text, &characters, sizeof characters);
-        count = 8 - __builtin_clzll(digits) / 8;
+        fCharacters = digits | EightBytes::all('0');
+        fCount = 8 - __builtin_clzll(digits) / 8;
     }
-    char text[kDigits + kCopied];
-    int count;
-};
+    [[nodiscard]] int count() const { return fCount; }
+    [[nodiscard]] bool hasMoreThan(int count) const { return fCount > count; }
+    /// There is room for eight.
+    char* append(char* to, int from, int end) const {
+        const std::uint64_t characters = fCharacters >> (8 * from);
+        std::memcpy(to, &characters, sizeof characters);
+        return to + (end - from);
+    }
 
-// `from` has kCopied bytes, `to` room for them.
-char* append(char* to, const char* from, int count) {
-    std::memcpy(to, from, kCopied);
-    return to + count;
-}
+  private:
+    std::uint64_t fCharacters;  // the first in the lowest byte
+    int fCount;
+};
 
 char* appendFixed(char* to, const Digits& digits, int exponent) {
     if (exponent < 0) {
-        to = append(to, "0.00000", 1 - exponent);
-        return append(to, digits.text, digits.count);
+        std::memcpy(to, "0.00000", 8);
+        return digits.append(to + 1 - exponent, 0, digits.count());
     }
     const int whole = exponent + 1;
-    to = append(to, digits.text, whole);
-    if (digits.count <= whole) return to;
+    to = digits.append(to, 0, whole);
+    if (!digits.hasMoreThan(whole)) return to;
     *to++ = '.';
-    return append(to, digits.text + whole, digits.count - whole);
+    return digits.append(to, whole, digits.count());
 }
 
 char* appendScientific(char* to, const Digits& digits, int exponent) {
-    *to++ = digits.text[0];
-    if (digits.count > 1) {
+    to = digits.append(to, 0, 1);
+    if (digits.hasMoreThan(1)) {
         *to++ = '.';
-        to = append(to, digits.text + 1, digits.count - 1);
+        to = digits.append(to, 1, digits.count());
     }
     *to++ = 'e';
     *to++ = exponent < 0 ? '-' : '+';
@@ -122,10 +127,10 @@ char* writeSixDigits(char* to, double value) {
     // Keeps to the range of the table of powers, which has all floats; false also for NaN.
     if (!EightBytes::kUsable || !(magnitude >= 1e-54 && magnitude < 1e64)) return nullptr;
 
-    const auto rounded = roundToSixDigits(magnitude);
-    if (!rounded) return nullptr;
-    const Digits digits(rounded->whole);
-    const int exponent = rounded->exponent;
+    const Rounded rounded = roundToSixDigits(magnitude);
+    if (!rounded.isKnown()) return nullptr;
+    const Digits digits(rounded.whole);
+    const int exponent = rounded.exponent;
     return exponent >= -4 && exponent < kDigits ? appendFixed(to, digits, exponent)
                                                 : appendScientific(to, digits, exponent);
 }
@@ -146,9 +151,9 @@ bool survivesTrial(T value) {
 // Empty where that is not so, or where arithmetic cannot tell.
 std::optional<double> nearestOfSixDigits(double magnitude) {
     if (!(magnitude >= 1e-16 && magnitude < 1e22)) return std::nullopt;
-    const auto rounded = roundToSixDigits(magnitude);
-    if (!rounded) return std::nullopt;
-    return scaled(rounded->whole, rounded->exponent - (kDigits - 1));
+    const Rounded rounded = roundToSixDigits(magnitude);
+    if (!rounded.isKnown()) return std::nullopt;
+    return scaled(rounded.whole, rounded.exponent - (kDigits - 1));
 }
 
 // Rounding to double first and then to float may end at the other neighbour of the middle between
