@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 #include "core/EightBytes.h"
 #include "core/EightDigits.h"
@@ -21,74 +22,83 @@ namespace orbo::Data {
 
 namespace {
 
-/// The digits of a number below 10^17, without zeros in front.
+constexpr std::uint64_t kEightDigits = 100'000'000;
+
+constexpr std::uint64_t powerOfTen(int exponent) {
+    return exponent == 0 ? 1 : 10 * powerOfTen(exponent - 1);
+}
+
+constexpr std::uint64_t kPowersOfTen[] = {
+    powerOfTen(0),  powerOfTen(1),  powerOfTen(2),  powerOfTen(3),  powerOfTen(4),  powerOfTen(5),
+    powerOfTen(6),  powerOfTen(7),  powerOfTen(8),  powerOfTen(9),  powerOfTen(10), powerOfTen(11),
+    powerOfTen(12), powerOfTen(13), powerOfTen(14), powerOfTen(15), powerOfTen(16)};
+
+/// The digits of a number above 0 of at most 9 or 17 digits. They stay in registers: memory that
+/// was just written in other pieces is slow to read.
+template <int kMost>
 class Digits {
   public:
-    explicit Digits(std::uint64_t number) {
-        constexpr std::uint64_t kGroup = 100'000'000;
-        const std::uint64_t low = eightDigits(static_cast<std::uint32_t>(number % kGroup));
-        const std::uint64_t high = number / kGroup;
-        put(kMost - 8, low);
-        if (high == 0) {
-            fFirst = fText + kMost - 8 + zerosOf(low);
-            return;
+    explicit Digits(std::uint64_t number) : fCount(fmt::detail::count_digits(number)) {
+        number *= kPowersOfTen[kMost - fCount];
+        if constexpr (kMost > 9) {
+            fLast = charactersOf(number % kEightDigits);
+            number /= kEightDigits;
         }
-        const std::uint64_t middle = eightDigits(static_cast<std::uint32_t>(high % kGroup));
-        put(kMost - 16, middle);
-        fText[0] = static_cast<char>('0' + high / kGroup);
-        // Has no branch: half of all doubles have 17 digits.
-        fFirst = fText + (high < kGroup ? 1 : 0) * (1 + zerosOf(middle));
+        fNext = charactersOf(number % kEightDigits);
+        fFirst = static_cast<char>('0' + number / kEightDigits);
     }
-    [[nodiscard]] int count() const { return static_cast<int>(fText + kMost - fFirst); }
+    [[nodiscard]] int count() const { return fCount; }
 
-    // Copies some of them from `begin` on. Copying a fixed number of bytes is faster than copying
-    // only those needed.
-    char* copy(char* to, int begin, int end) const {
-        std::memcpy(to, fFirst + begin, kMost);
-        return to + (end - begin);
+    /// Needs room for 17 characters, as `putWithPoint` does for 24, however many there are.
+    char* put(char* to) const {
+        *to = fFirst;
+        copy(to + 1, fNext);
+        if constexpr (kMost > 9) copy(to + 9, fLast);
+        return to + fCount;
+    }
+    /// `whole` of them, from one to seven, stand in front of the point, behind which is none where
+    /// there are no more; missing ones are zeros.
+    char* putWithPoint(char* to, int whole) const {
+        *to = fFirst;
+        copy(to + 1, fNext);
+        to += whole;
+        if (fCount <= whole) return to;
+        *to++ = '.';
+        const int passed = 8 * (whole - 1);
+        if constexpr (kMost > 9) {
+            copy(to, fNext >> passed | fLast << 1 << (63 - passed));
+            copy(to + 8, fLast >> passed);
+        } else {
+            copy(to, fNext >> passed);
+        }
+        return to + fCount - whole;
     }
 
   private:
-    static constexpr int kMost = 17;
-
-    static int zerosOf(std::uint64_t digits) { return EightBytes::trailingZeros(digits) / 8; }
-    void put(int at, std::uint64_t digits) {
-        const std::uint64_t characters = digits | EightBytes::all('0');
-        std::memcpy(fText + at, &characters, sizeof characters);
+    static std::uint64_t charactersOf(std::uint64_t number) {
+        return eightDigits(static_cast<std::uint32_t>(number)) | EightBytes::all('0');
+    }
+    static void copy(char* to, std::uint64_t characters) {
+        std::memcpy(to, &characters, sizeof characters);
     }
 
-    char fText[2 * kMost];
-    const char* fFirst;
+    int fCount;
+    char fFirst;
+    std::uint64_t fNext;      // eight digits, the first in the lowest byte
+    std::uint64_t fLast = 0;  // and eight more
 };
 
-char* putZeros(char* to, int count) {
-    std::memset(to, '0', 8);
-    return to + count;
-}
-
 // Takes exponents from -4 to 5, as `printf` does with "%g".
-char* putFixed(char* to, const Digits& digits, int exponent) {
-    if (exponent < 0) {
-        *to++ = '0';
-        *to++ = '.';
-        return digits.copy(putZeros(to, -exponent - 1), 0, digits.count());
-    }
-    const int whole = exponent + 1;
-    if (digits.count() <= whole) {
-        to = digits.copy(to, 0, digits.count());
-        return putZeros(to, whole - digits.count());
-    }
-    to = digits.copy(to, 0, whole);
-    *to++ = '.';
-    return digits.copy(to, whole, digits.count());
+template <typename Number>
+char* putFixed(char* to, const Number& digits, int exponent) {
+    if (exponent >= 0) return digits.putWithPoint(to, exponent + 1);
+    std::memcpy(to, "0.00000", 8);
+    return digits.put(to + 1 - exponent);
 }
 
-char* putScientific(char* to, const Digits& digits, int exponent) {
-    to = digits.copy(to, 0, 1);
-    if (digits.count() > 1) {
-        *to++ = '.';
-        to = digits.copy(to, 1, digits.count());
-    }
+template <typename Number>
+char* putScientific(char* to, const Number& digits, int exponent) {
+    to = digits.putWithPoint(to, 1);
     *to++ = 'e';
     *to++ = exponent < 0 ? '-' : '+';
     const int size = std::abs(exponent);
@@ -105,7 +115,7 @@ char* write(char* to, T value) {
     to += std::signbit(value) ? 1 : 0;
     if (value == 0) return *to++ = '0', to;
     const auto decimal = fmt::detail::dragonbox::to_decimal(value);
-    const Digits digits(decimal.significand);
+    const Digits<std::is_same_v<T, float> ? 9 : 17> digits(decimal.significand);
     const int exponent = decimal.exponent + digits.count() - 1;
     return exponent >= -4 && exponent < 6 ? putFixed(to, digits, exponent)
                                           : putScientific(to, digits, exponent);

@@ -4,13 +4,13 @@
 
 #include <data/Member.h>
 
-#include <charconv>
 #include <cstddef>
 #include <istream>
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <type_traits>
+
+#include "core/EightDigits.h"
 
 /// Numbers are read and written exactly as the standard streams do with default flags and the
 /// classic locale, whatever the locale of the process or the stream. A fast path handles ordinary
@@ -64,8 +64,7 @@ char* put(char* to, const NumberFormat& format, float value);
 char* put(char* to, const NumberFormat& format, double value);
 template <typename T>
 char* put(char* to, const NumberFormat&, T value) {
-    using Wide = std::conditional_t<sizeof(T) == 1, int, T>;
-    return std::to_chars(to, to + kNumberRoom, Wide{value}).ptr;
+    return writeInteger(to, value);
 }
 
 /// Makes the stream write float and double with the shortest digits that read back as the same
