@@ -93,6 +93,7 @@ inline std::string statement(const std::string& word) {
         {"n2+", nodeStatement("n2", oneStream("A", "0\n7 and more\n0\n8\n"))},
         {"n1//", "applyMetadata\n//b\n" + node("n1", "7").substr(14)},
         {"n1-", replaced(node("n1", "7"), "\n\t", "\t")},
+        {"n1\"", replaced(node("n1", "7"), "n1;", "n1\n// \"n2\n;")},
         // Other words than the library writes.
         {"A~", "dataStructureX -lock -fmt \"raw\" -as \"name=A:int32=x\" -on;\n"},
         {"n1~", replaced(replaced(node("n1", "7"), "-fmt", "-ed -fmt"), "\tn1", "\t-x n1")},

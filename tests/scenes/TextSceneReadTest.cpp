@@ -120,6 +120,7 @@ TEST_F(TextSceneRead, AFilterTakesOfSeveralRecordsTheLastInTheFile) {
         {"A n1=8 n1=9", "*|n1", "A|n1", "x9"},
         {"A n1=8 n1=9", "A|n1", "A|n1", "x9"},
         {"A n1=8 n1=9", "A|*", "A|n1", "x8"},
+        {"A n1=8 n1\"", "A|n1", "A|n1", "x7"},
         // But for those that cannot be read, as far as others are met.
         {"A n1=8 n1!", "A|n1", "A|n1", "x8"},
         {"n1=8 A n1!", "A|n1", "A|", nullptr},

@@ -201,13 +201,15 @@ std::optional<std::string> nodeOf(std::string_view statement) {
     return word == sceneFlag() ? std::string() : std::string(word);
 }
 
+// Of the lines behind the text, and of that of the last quote itself, all may be comments but the
+// one that closes the statement.
 std::optional<std::string> nodeAtEnd(std::string_view end) {
     const std::size_t quote = end.rfind('"');
     if (quote == std::string_view::npos) return std::nullopt;
-    const std::string_view behind = end.substr(quote + 1);
-    if (behind.find("//") != std::string_view::npos) return std::nullopt;
+    const std::string_view behind = Ascii::trimRight(end.substr(quote + 1));
+    const std::string_view line = behind.substr(behind.rfind('\n') + 1);
     // A word in front of the name lets `nodeOf` take it for one.
-    return nodeOf("text " + std::string(behind));
+    return nodeOf("text " + std::string(line));
 }
 
 SceneRecord unescaped(Parts parts) {
