@@ -52,6 +52,7 @@ void ScannedBlocks::remember(const char* bytes, std::size_t count) {
     Block block{fPosition, count, std::unique_ptr<char[]>(new char[count])};
     std::memcpy(block.bytes.get(), bytes, count);
     fBlocks.push_front(std::move(block));
+    if (fBlocks.size() > kMostBlocks) fBlocks.pop_back();
 }
 
 void ScannedBlocks::forgetFrom(std::uint64_t offset) {

@@ -130,5 +130,23 @@ TEST(ScannedBlocksTest, ReadsOnceWhatIsScannedAndReadAgain) {
     }
 }
 
+// The last statement of a scene, which is no metadata, may be as long as the file.
+TEST(ScannedBlocksTest, RemembersOnlyThatMuch) {
+    constexpr std::size_t kBlock = ScannedBlocks::kBlockSize;
+    constexpr std::size_t kMost = ScannedBlocks::kMostBlocks * kBlock;
+    const std::string bytes(kMost + 2 * kBlock, 'x');
+    Counted file(bytes);
+    ScannedBlocks blocks(file);
+    std::string got(bytes.size(), ' ');
+    for (std::size_t at = bytes.size(); at > 0; at -= kBlock) {
+        ASSERT_TRUE(readExactlyAt(blocks, at - kBlock, got.data(), kBlock));
+    }
+    ASSERT_TRUE(readExactlyAt(blocks, kMost, got.data(), 1));
+    EXPECT_EQ(file.total, bytes.size() + 1) << "from the file again";
+    ASSERT_TRUE(readExactlyAt(blocks, 0, got.data(), kMost));
+    EXPECT_EQ(file.total, bytes.size() + 1) << "from memory";
+    EXPECT_EQ(got, bytes.substr(0, kMost) + std::string(2 * kBlock, ' '));
+}
+
 }  // namespace
 }  // namespace orbo::Files

@@ -100,7 +100,7 @@ TEST_F(TextSceneRead, UnknownIndexTypesThrowUnlessTheyAreKept) {
 }
 
 // The scene's last statement is read, by its length, to know that it is no metadata.
-TEST_F(TextSceneRead, LongLastStatementCostsItsLengthAndNoMemory) {
+TEST_F(TextSceneRead, LongLastStatementCostsItsLength) {
     std::string last = "setAttr \".x\" -type \"doubleArray\"\n";
     for (int line = 0; line < 1'000'000; ++line) last += "\t0 1 2\n";
     file() = kHeader + std::string(1'000'000, '\n') + "createNode a;\n" + last + ";\n" + kLastLine;
