@@ -11,8 +11,8 @@
 namespace orbo::Files {
 
 /// Remembers the blocks of a scan from the file's end to its beginning until a record in them is
-/// read, so that the system need not deliver them twice, but no more than it has room for: a scan may
-/// go through gigabytes. Don't use it for a file that changes meanwhile.
+/// read, so that the system need not deliver them twice, but no more than it has room for: a scan
+/// may go through gigabytes. Don't use it for a file that changes meanwhile.
 class ScannedBlocks : public FileInFront {
   public:
     static constexpr std::size_t kBlockSize = 64 * 1024;
