@@ -56,6 +56,35 @@ void tidyHeap() {
     std::free(block);
 }
 
+void coolDown() {
+    constexpr std::size_t kLine = 64;
+#ifdef __x86_64__
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t first = 0;
+        std::uintptr_t last = 0;
+        char rights[5] = "";
+        if (std::sscanf(line.c_str(), "%zx-%zx %4s", &first, &last, rights) != 3) continue;
+        if (std::strcmp(rights, "rw-p") != 0) continue;
+        for (; first < last; first += kLine)
+            __builtin_ia32_clflush(reinterpret_cast<const void*>(first));
+    }
+    __builtin_ia32_mfence();
+#else
+    constexpr std::size_t kLargerThanCaches = 1024 * kMiB;
+    static std::vector<char> other(kLargerThanCaches);
+    for (std::size_t i = 0; i < other.size(); i += kLine) ++other[i];
+#endif
+}
+
+void dropFromMemory(const std::string& file) {
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool done = descriptor >= 0 && ::fsync(descriptor) == 0 &&
+                      ::posix_fadvise(descriptor, 0, 0, POSIX_FADV_DONTNEED) == 0;
+    require(done, file + " can be dropped from memory");
+    ::close(descriptor);
+}
+
 Bench::Bench(unsigned rounds, double parts, Clock clock)
     : fRounds(rounds), fParts(parts), fClock(clock) {
     // Counting references takes longer in a process that has ever had a second thread.

@@ -25,6 +25,10 @@ enum class Clock { kThread, kWall };
 /// Makes the allocator merge what was freed, which it would otherwise do at somebody's next large
 /// request: nobody pays for what another left behind.
 void tidyHeap();
+/// Drops what this process may write from the processor's caches: of it, all is read from memory.
+void coolDown();
+/// Drops the file from the system's memory, so that it is read from the disk.
+void dropFromMemory(const std::string& file);
 
 /// Measures all contestants once in each round, in shuffled order, and prints a row for each
 /// figure. Ratios are the medians of those in each round.
@@ -39,20 +43,25 @@ class Bench {
     template <typename Work>
     void measure(const std::string& name, Work work) {
         add(name, [work](benchmark::State& state) {
+            for (auto _ : state) run(state, work);
+        });
+    }
+    /// Behind `prepare`, which is not measured.
+    template <typename Work>
+    void measureBehind(const std::string& name, const std::function<void()>& prepare, Work work) {
+        add(name, [prepare, work](benchmark::State& state) {
             for (auto _ : state) {
-                using Result = std::invoke_result_t<Work>;
-                if constexpr (std::is_void_v<Result>) {
-                    work();
-                } else {
-                    std::unique_ptr<Result> result(new Result(work()));
-                    benchmark::DoNotOptimize(result.get());
-                    state.PauseTiming();
-                    result.reset();
-                    tidyHeap();
-                    state.ResumeTiming();
-                }
+                state.PauseTiming();
+                prepare();
+                state.ResumeTiming();
+                run(state, work);
             }
         });
+    }
+    /// From cold caches.
+    template <typename Work>
+    void measureCold(const std::string& name, Work work) {
+        measureBehind(name, coolDown, work);
     }
     /// Once in each round `nanoseconds` says what was measured.
     void sample(const std::string& name, std::function<double()> nanoseconds);
@@ -73,6 +82,20 @@ class Bench {
   private:
     using Samples = std::vector<double>;
 
+    template <typename Work>
+    static void run(benchmark::State& state, const Work& work) {
+        using Result = std::invoke_result_t<Work>;
+        if constexpr (std::is_void_v<Result>) {
+            work();
+        } else {
+            std::unique_ptr<Result> result(new Result(work()));
+            benchmark::DoNotOptimize(result.get());
+            state.PauseTiming();
+            result.reset();
+            tidyHeap();
+            state.ResumeTiming();
+        }
+    }
     void add(const std::string& name, const std::function<void(benchmark::State&)>& work);
     [[nodiscard]] std::string time(double nanoseconds) const;
     void row(const std::string& subject, const std::string& ours, const std::string& otherName,
@@ -154,8 +177,12 @@ class Folder {
 };
 
 constexpr std::uint64_t kMiB = 1024 * 1024;
-/// Writes a scene of `length` bytes, a hole, and then metadata: the stream at each of the nodes.
-/// Returns the bytes of the metadata. The extension tells the kind.
+/// Writes a scene of `length` bytes, a hole, without metadata. The extension tells the kind.
+void makeEmptyScene(const std::string& file, std::uint64_t length);
+/// Reads that scene, and puts the stream at each of the nodes.
+std::unique_ptr<Data::Accessor> makeModel(const std::string& file, const Data::Stream& stream,
+                                          const std::vector<std::string>& nodes = {"node"});
+/// Makes such a scene and writes such a model. Returns the bytes of the metadata.
 std::uint64_t makeScene(const std::string& file, std::uint64_t length, const Data::Stream& stream,
                         const std::vector<std::string>& nodes = {"node"});
 /// Reads the scene, or its named nodes only.

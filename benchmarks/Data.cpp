@@ -103,24 +103,32 @@ Folder::Folder() : fPath(std::filesystem::temp_directory_path() / "benchXXXXXX")
 }
 Folder::~Folder() { std::filesystem::remove_all(fPath); }
 
-std::uint64_t makeScene(const std::string& file, std::uint64_t length, const Data::Stream& stream,
-                        const std::vector<std::string>& nodes) {
+void makeEmptyScene(const std::string& file, std::uint64_t length) {
     const Ends ends = endsOf(file.back() == 'y', length);
     std::ofstream out(file, std::ios::binary);
     out << ends.front;
     out.seekp(static_cast<std::streamoff>(length));
     out << ends.back;
-    out.close();
-    const std::uintmax_t before = std::filesystem::file_size(file);
-    const auto scene = readScene(file);
+}
+
+std::unique_ptr<Accessor> makeModel(const std::string& file, const Data::Stream& stream,
+                                    const std::vector<std::string>& nodes) {
+    auto scene = readScene(file);
     Data::WritePolicy policy;
     policy.anySize = policy.addMissingStructures = true;
     scene->setWritePolicy(policy);
     for (const std::string& node : nodes) {
         scene->associations()[node].channel("channel").setDataStream(stream);
     }
+    return scene;
+}
+
+std::uint64_t makeScene(const std::string& file, std::uint64_t length, const Data::Stream& stream,
+                        const std::vector<std::string>& nodes) {
+    makeEmptyScene(file, length);
+    const std::uintmax_t before = std::filesystem::file_size(file);
     std::string errors;
-    require(scene->write(errors), errors);
+    require(makeModel(file, stream, nodes)->write(errors), errors);
     return std::filesystem::file_size(file) - before;
 }
 

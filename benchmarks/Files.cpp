@@ -110,6 +110,23 @@ bool compareNodes(const std::string& kind) {
     return bench.result() == 0;
 }
 
+// Without a limit: from the disk, which mostly decides.
+void compareDisk(const std::string& kind, const orbo::Data::Stream& stream) {
+    const Folder folder;
+    const std::string file = folder.file("disk" + kind);
+    std::vector<std::string> nodes;
+    for (int i = 0; i < 20; ++i) nodes.push_back("node" + std::to_string(i));
+    makeScene(file, 4096, stream, nodes);
+    const auto drop = [file] { dropFromMemory(file); };
+    Bench bench(kRounds, 1, Clock::kWall);
+    bench.measureBehind("scene", drop, [&] { return readScene(file); });
+    bench.measureBehind("plain reads of 64 KiB", drop, [&] { return readPlainly(file); });
+    bench.measure("scene in memory", [&] { return readScene(file); });
+    bench.run();
+    bench.compare("read 20 MiB from the disk, " + kind, "scene", "plain reads of 64 KiB");
+    bench.compare("", "scene", "scene in memory");
+}
+
 }  // namespace
 
 int main() {
@@ -119,5 +136,6 @@ int main() {
     for (const char* const kind : {".kx", ".ky"}) held = compareDistances(kind, stream) && held;
     for (const char* const kind : {".kx", ".ky"}) held = compareFilter(kind, stream) && held;
     for (const char* const kind : {".kx", ".ky"}) held = compareNodes(kind) && held;
+    for (const char* const kind : {".kx", ".ky"}) compareDisk(kind, stream);
     return held ? 0 : 1;
 }

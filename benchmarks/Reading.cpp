@@ -94,6 +94,12 @@ int main() {
         makeScene(folder.file(name), 0x1000, stream);
         bench.measure(name, [&, name] { return readScene(folder.file(name)); });
     }
+    bench.measureCold("bare from_chars loop, cold", [&] { return readBare(text); });
+    bench.measureCold("cold", [&] {
+        in.clear();
+        in.seekg(0);
+        return readStream(in);
+    });
     const auto peers = makePeers(elements, text);
     measurePeers(bench, peers, elements);
     bench.run();
@@ -102,6 +108,7 @@ int main() {
     bench.compare("read a stream: string stream", alone, "bare from_chars loop", 1.0);
     for (const Peer& peer : peers) bench.compare("", alone, peer.name, peer.mustBeBeaten ? 1 : 0);
     bench.compare("read a stream: file stream", "file stream", "bare from_chars loop", 1.0);
+    bench.compare("read a stream: cold caches", "cold", "bare from_chars loop, cold");
     bench.compare("read a text scene", "scene.kx", alone, 1.35);
     bench.compare("read a binary scene", "scene.ky", alone, 1.1);
     return bench.result();

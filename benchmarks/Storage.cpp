@@ -1,5 +1,7 @@
 // What mapped storage costs in time and memory, beside a map of elements on their own.
 // SPDX-License-Identifier: Apache-2.0
+#include <data/Associations.h>
+
 #include <algorithm>
 #include <numeric>
 #include <random>
@@ -131,6 +133,18 @@ Records removed(const Records& records, const Numbers& numbers) {
     return left;
 }
 
+// From the first to the last.
+Stream emptied(const Stream& stream, const Numbers& numbers) {
+    Stream left = copied(stream);
+    for (const std::uint32_t number : numbers) left.removeElement(number);
+    return left;
+}
+Records emptied(const Records& records, const Numbers& numbers) {
+    Records left = copied(records);
+    for (const std::uint32_t number : numbers) left.erase(number);
+    return left;
+}
+
 Stream merged(const Stream& stream, const Stream& other) {
     Stream all = copied(stream);
     require(all.mergeStream(other), "streams to merge");
@@ -151,10 +165,36 @@ void measureWhole(Bench& bench, const Numbers& inOrder, const Numbers& atRandom)
     const auto halfRecords = std::make_shared<Records>(removed(*records, atRandom));
     bench.measure("copy", [=] { return copied(*stream); });
     bench.measure("map, copy", [=] { return copied(*records); });
+    orbo::Data::Associations associations;
+    associations.channel("channel").setDataStream(*stream);
+    bench.measure("copy of associations", [=] {
+        orbo::Data::Associations copy(associations);
+        require(copy.makeUnique(), "a copy");
+        return copy;
+    });
     bench.measure("copy, remove half at random", [=] { return removed(*stream, atRandom); });
     bench.measure("map, copy, remove half at random", [=] { return removed(*records, atRandom); });
+    bench.measure("copy, remove all", [=] { return emptied(*stream, inOrder); });
+    bench.measure("map, copy, remove all", [=] { return emptied(*records, inOrder); });
     bench.measure("copy, merge into half", [=] { return merged(*half, *stream); });
     bench.measure("map, copy, merge into half", [=] { return merged(*halfRecords, *records); });
+}
+
+const char* const kCold[] = {"find in sequence, cold", "find at random, cold", "walk, cold"};
+
+/// Without a limit: from memory, where the map's elements lie as they were made, one behind the
+/// other.
+void measureCold(Bench& bench, Stream& stream, const Records& records,
+                 const std::vector<Order>& orders) {
+    bench.setTimes(1);
+    for (int i = 0; i < 2; ++i) {
+        const Numbers* const numbers = &orders[i].numbers;
+        bench.measureCold(kCold[i], [&, numbers] { return sumOf(stream, *numbers); });
+        bench.measureCold(std::string("map, ") + kCold[i],
+                          [&, numbers] { return sumOf(records, *numbers); });
+    }
+    bench.measureCold(kCold[2], [&] { return sumOf(stream); });
+    bench.measureCold(std::string("map, ") + kCold[2], [&] { return sumOf(records); });
 }
 
 template <typename Build>
@@ -198,6 +238,7 @@ int main() {
     bench.setTimes(10);
     bench.measure("walk", [&] { return sumOf(stream); });
     bench.measure("map, walk", [&] { return sumOf(records); });
+    measureCold(bench, stream, records, orders);
     bench.run();
 
     for (const Order& order : orders) {
@@ -210,10 +251,11 @@ int main() {
         bench.compare(std::string("store, ") + name, name, std::string("map, ") + name, 0.4);
     }
     bench.compare("store, walk", "walk", "map, walk", 0.7);
-    for (const char* const name :
-         {"copy", "copy, remove half at random", "copy, merge into half"}) {
+    for (const char* const name : {"copy", "copy, remove half at random", "copy, remove all",
+                                   "copy, merge into half", kCold[0], kCold[1], kCold[2]}) {
         bench.compare(std::string("store, ") + name, name, std::string("map, ") + name);
     }
+    bench.compare("store, copy of associations", "copy of associations", "copy");
     for (const Order& order : orders) compareMemory(bench, order);
     return bench.result();
 }

@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "core/Ascii.h"
+#include "core/DataTypes.h"
 #include "core/Excerpt.h"
 #include "core/Layout.h"
 #include "formats/RawScan.h"
 #include "scenes/model/ModelPlace.h"
-#include "scenes/writing/FloatingNumbers.h"
 #include "streams/IndexTypes.h"
 #include "streams/StreamAccess.h"
 #include "streams/StreamImpl.h"
@@ -36,18 +36,39 @@ bool isFieldName(std::string_view name) {
            name.find_first_of(":=") == std::string_view::npos;
 }
 
-bool isFloating(const Member& member) {
-    return visitMemberType(member.type(), [](auto type) {
-        return std::is_floating_point_v<typename decltype(type)::Scalar>;
-    });
-}
+/// A member with numbers that may not be finite. Looked up once for all elements.
+struct FloatingMember {
+    explicit FloatingMember(const Member& floating) : member(&floating), offset(floating.offset()) {
+        visitMemberType(floating.type(), [&](auto type) {
+            using Scalar = typename decltype(type)::Scalar;
+            if constexpr (std::is_floating_point_v<Scalar>) {
+                count = std::uint64_t{floating.length()} * type.kScalars;
+                isDouble = std::is_same_v<Scalar, double>;
+            }
+        });
+    }
+    [[nodiscard]] bool isFiniteIn(const char* chunk) const {
+        return isDouble ? areFinite<double>(chunk) : areFinite<float>(chunk);
+    }
 
-bool isFinite(const Member& member, const char* chunk) {
-    bool finite = true;
-    visitFloatingNumbers(member, chunk,
-                         [&](auto number) { return finite = std::isfinite(number); });
-    return finite;
-}
+    const Member* member;
+    std::uint64_t offset;
+    std::uint64_t count = 0;  ///< 0 for members of other types
+    bool isDouble = false;
+
+  private:
+    template <typename Scalar>
+    [[nodiscard]] bool areFinite(const char* chunk) const {
+        const char* values = chunk + offset;
+        bool finite = true;
+        for (std::uint64_t left = count; left > 0; --left, values += sizeof(Scalar)) {
+            Scalar number;
+            std::memcpy(&number, values, sizeof number);
+            finite = finite && std::isfinite(number);
+        }
+        return finite;
+    }
+};
 
 // Returns null when the index reads back as it is.
 const char* problemOf(const Index& index, const Stream& stream) {
@@ -112,7 +133,8 @@ class StreamCheck {
         explicit Elements(const StreamCheck& check)
             : fCheck(check), fTakesNumbers(check.fStream.indexType() == Index::theTypeName()) {
             for (const Member& member : StreamAccess::layoutOf(check.fStream).members()) {
-                if (isFloating(member)) fFloating.push_back(&member);
+                const FloatingMember floating(member);
+                if (floating.count > 0) fFloating.push_back(floating);
             }
         }
 
@@ -128,7 +150,7 @@ class StreamCheck {
       private:
         [[nodiscard]] bool areFinite(const char* chunk) const {
             return std::all_of(fFloating.begin(), fFloating.end(),
-                               [&](const Member* member) { return isFinite(*member, chunk); });
+                               [&](const auto& member) { return member.isFiniteIn(chunk); });
         }
         void checkElement(const Index& index, const char* chunk) {
             const char* const problem = problemOf(index, fCheck.fStream);
@@ -136,18 +158,18 @@ class StreamCheck {
         }
         bool checkValues(const Index& index, const char* chunk) const {
             if (!chunk) return fCheck.fail("element without data", &index);
-            for (const Member* const member : fFloating) {
-                if (isFinite(*member, chunk)) continue;
-                const std::string what =
-                    "member " + inQuotes(member->name()) + " is not a finite number";
-                if (!fCheck.fail(what, &index, member->name())) return false;
+            for (const FloatingMember& floating : fFloating) {
+                if (floating.isFiniteIn(chunk)) continue;
+                const char* const name = floating.member->name();
+                const std::string what = "member " + inQuotes(name) + " is not a finite number";
+                if (!fCheck.fail(what, &index, name)) return false;
             }
             return true;
         }
 
         const StreamCheck& fCheck;
         const bool fTakesNumbers;
-        std::vector<const Member*> fFloating;
+        std::vector<FloatingMember> fFloating;
         bool fGoesOn = true;
     };
 
