@@ -59,9 +59,9 @@ int main(int argc, char** argv) {
     for (const std::string kind : kKinds) {
         bench.compare("read 20,000 nodes of 50 elements, " + kind, "nodes" + kind, "stream" + kind,
                       kAllowed);
-        bench.count("2,000 nodes", instructions(argv[0], counted.file("nodes", kind.c_str())),
-                    "one stream", instructions(argv[0], counted.file("stream", kind.c_str())),
-                    kAllowed, "instr");
+        bench.count("read 2,000 nodes of 50 elements, " + kind + ", instructions",
+                    instructions(argv[0], counted.file("nodes", kind.c_str())), "one stream",
+                    instructions(argv[0], counted.file("stream", kind.c_str())), kAllowed, "instr");
     }
     return bench.result();
 }

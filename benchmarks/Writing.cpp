@@ -81,7 +81,8 @@ void compareScenes(Bench& bench, const char* self) {
     for (int i = 0; i < 2; ++i) {
         const std::string subject = i == 0 ? "write a text scene" : "write a binary scene";
         bench.compare(subject, kScenes[i], "six digits", kAllowed[i]);
-        bench.count("", instructions(self, kScenes[i]), "six digits", alone, kAllowed[i], "instr");
+        bench.count(subject + ", instructions", instructions(self, kScenes[i]), "six digits", alone,
+                    kAllowed[i], "instr");
     }
 }
 
