@@ -17,7 +17,13 @@
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || \
     FUZZ_HAS(address_sanitizer) || FUZZ_HAS(thread_sanitizer)
 #define FUZZ_HOOKS
-#include <sanitizer/allocator_interface.h>
+// Not every compiler that has the sanitizers has their header.
+extern "C" {
+int __sanitizer_install_malloc_and_free_hooks(  // NOLINT
+    void (*allocated)(const volatile void* block, std::size_t size),
+    void (*freed)(const volatile void* block));
+std::size_t __sanitizer_get_allocated_size(const volatile void* block);  // NOLINT
+}
 #endif
 
 namespace {
@@ -38,8 +44,7 @@ namespace {
 
 void allocated(const volatile void*, std::size_t size) { add(static_cast<std::ptrdiff_t>(size)); }
 void freed(const volatile void* block) {
-    add(-static_cast<std::ptrdiff_t>(
-        __sanitizer_get_allocated_size(const_cast<const void*>(block))));
+    add(-static_cast<std::ptrdiff_t>(__sanitizer_get_allocated_size(block)));
 }
 // What was allocated before is freed for less than nothing, which no difference shows.
 const int installed = __sanitizer_install_malloc_and_free_hooks(allocated, freed);
