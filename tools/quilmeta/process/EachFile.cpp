@@ -77,12 +77,15 @@ void keepFreedMemory() {
 #endif
 }
 
-std::atomic<size_t> filesAtOnce{1};
-
-size_t threadsFor(const EachFile& how, size_t files) {
-    const size_t wanted = how.jobs > 0 ? how.jobs : std::thread::hardware_concurrency();
-    return std::clamp<size_t>(wanted, 1, std::max<size_t>(files, 1));
+// The system is asked only once: the answer is in a file.
+size_t processors() {
+    static const size_t count = std::max(std::thread::hardware_concurrency(), 1U);
+    return count;
 }
+
+size_t jobsFor(const EachFile& how) { return how.jobs > 0 ? how.jobs : processors(); }
+
+std::atomic<size_t> threadsForOneFile{0};  // 0 outside of `forEachFile`
 
 }  // namespace
 
@@ -91,8 +94,9 @@ Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, 
     FileQueue queue(how.once ? withoutRepeats(files) : files, how, output, work);
     if (queue.size() > 1) keepFreedMemory();
     try {
-        filesAtOnce = threadsFor(how, queue.size());
-        queue.run(filesAtOnce);
+        const size_t threads = std::clamp<size_t>(queue.size(), 1, jobsFor(how));
+        threadsForOneFile = jobsFor(how) / threads;
+        queue.run(threads);
     } catch (const OutputError& error) {
         StatusLine::clear();
         reportEarlyEnd(queue, how.purpose, error.what());
@@ -106,9 +110,8 @@ Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, 
     return queue.worst();
 }
 
-unsigned processorsForEachFile() {
-    return static_cast<unsigned>(
-        std::max<size_t>(std::thread::hardware_concurrency() / filesAtOnce, 1));
+unsigned threadsForEachFile() {
+    return static_cast<unsigned>(threadsForOneFile > 0 ? threadsForOneFile.load() : processors());
 }
 
 // The last handler is for index types, which throw a plain enumeration.

@@ -57,8 +57,9 @@ struct EachFile {
 Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, Output& output,
                     const FileWork& work);
 
-/// The processors that the work on one file may take beside that on others.
-unsigned processorsForEachFile();
+/// How many threads the work on one file may use beside that on others: with all of them, as many
+/// as there are jobs.
+unsigned threadsForEachFile();
 
 /// Runs the work on one file and returns its result. Reports an exception as a message about
 /// `file`, hands that also to `failed`, line by line, and returns `kFailed`; but throws

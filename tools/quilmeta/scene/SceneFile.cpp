@@ -86,7 +86,7 @@ Scene newScene(const std::string& file, const SceneAccess& access) {
     Data::ReadPolicy reading;
     reading.unknownIndexTypesAsText = true;
     reading.partialNodes = access.partial;
-    reading.threads = processorsForEachFile();
+    reading.threads = threadsForEachFile();
     accessor.setReadPolicy(reading);
     Data::WritePolicy policy = Data::WritePolicy::careful();
     policy.durable = !access.noJournal;
