@@ -4,11 +4,16 @@
 
 namespace orbo::Debug {
 
+// No other thread gets the cell of one that has ended: its last counts might not be seen there.
 std::size_t ObjectCounter::cellOfThisThread() noexcept {
-    static std::atomic<std::size_t> nextCell{0};
+    static std::atomic<std::size_t> nextCell{kOnlyThread + 1};
     // This needs no destructor: a thread-local with one would keep the library from being unloaded.
     static thread_local std::size_t cell = kCells;
-    if (cell == kCells) cell = nextCell.fetch_add(1, std::memory_order_relaxed) % kCells;
+    if (cell == kCells) {
+        const std::size_t next = nextCell.load(std::memory_order_relaxed);
+        cell = next < kShared ? nextCell.fetch_add(1, std::memory_order_relaxed) : kShared;
+        if (cell > kShared) cell = kShared;
+    }
     return cell;
 }
 

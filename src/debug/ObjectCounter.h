@@ -16,8 +16,8 @@ namespace orbo {
 namespace Debug {
 
 /// One static object per counted class. It needs no construction when the library loads and no
-/// destruction when it unloads, so it works before and after everything else. Each thread counts in
-/// a cell of its own; when several share one, the sums stay exact.
+/// destruction when it unloads, so it works before and after everything else. The first threads
+/// count in cells of their own, which takes no locked instruction; all later ones share the last.
 class ObjectCounter {
   public:
     void objectCreated() noexcept { count(&Cell::created); }
@@ -37,13 +37,17 @@ class ObjectCounter {
     // The call is marked as unlikely so that constructors need not save registers for it.
     void count(Number Cell::*number) noexcept {
         if (__builtin_expect(hasOneThread(), true)) {
-            addAlone(fCells[0].*number, 1ULL);
+            addAlone(fCells[kOnlyThread].*number, 1ULL);
+        } else if (const std::size_t cell = cellOfThisThread(); cell < kShared) {
+            addAlone(fCells[cell].*number, 1ULL);
         } else {
-            (fCells[cellOfThisThread()].*number).fetch_add(1);
+            (fCells[kShared].*number).fetch_add(1, std::memory_order_relaxed);
         }
     }
 
     static constexpr std::size_t kCells = 16;
+    static constexpr std::size_t kOnlyThread = 0;
+    static constexpr std::size_t kShared = kCells - 1;
     std::array<Cell, kCells> fCells{};
 };
 
