@@ -95,7 +95,8 @@ Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, 
     if (queue.size() > 1) keepFreedMemory();
     try {
         const size_t threads = std::clamp<size_t>(queue.size(), 1, jobsFor(how));
-        threadsForOneFile = jobsFor(how) / threads;
+        const size_t atOnce = std::min(jobsFor(how), processors());
+        threadsForOneFile = std::max<size_t>(atOnce / threads, 1);
         queue.run(threads);
     } catch (const OutputError& error) {
         StatusLine::clear();
