@@ -115,6 +115,12 @@ TEST(Patch, ComparesBits) {
     EXPECT_TRUE(differences(*scene, *oneElement(-0.0F, std::nanf(""), "")).changes.empty());
 }
 
+TEST(Patch, SaysOfNullStringsWhatFilesHold) {
+    EXPECT_NE(textOf(differences(*oneElement(0, 0, "lid"), *oneElement(0, 0, nullptr)))
+                  .find(R"("member": "text", "old": "lid", "new": "")"),
+              std::string::npos);
+}
+
 std::string change(const std::string& rest) {
     return R"({"change": "set", "node": "n", "channel": "c", "stream": "s", )" + rest + "}";
 }

@@ -52,7 +52,7 @@ class Find : public Command {
     }
 
     Outcome run(Output& output) override {
-        if (fNames && fCounts) throw CommandError("--files and --count exclude each other");
+        if (fNames && fCounts) throw UsageError("--files and --count exclude each other");
         output.stopOnSignals();
         fSelection = fSelected.selection();
         fSearch.emplace(fWhere);

@@ -141,7 +141,7 @@ RefPtr<const Data::Structure> parse(const std::string& text, const std::string& 
     if (*structure->name() == '\0') throw CommandError(subject + " has an empty name");
     // The format leaves such members out without a word, for the sake of old files.
     if (structure->memberCount() + fields.names != fields.all)
-        throw CommandError(subject + " has a member twice, or one without values");
+        throw CommandError(subject + " has a member twice, or one of a length that cannot be");
     return structure;
 }
 

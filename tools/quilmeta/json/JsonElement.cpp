@@ -74,7 +74,7 @@ namespace {
 using Pieces = JsonElement::Pieces;
 
 template <typename Part>
-void addFloating(Pieces& out, Part part, NanAs nan) {
+void addFloating(Pieces& out, Part part, JsonFor use) {
     using Bits = std::conditional_t<sizeof(Part) == 4, std::uint32_t, std::uint64_t>;
     const auto bitsOf = [](Part number) {
         Bits bits = 0;
@@ -83,7 +83,7 @@ void addFloating(Pieces& out, Part part, NanAs nan) {
     };
     if (std::isfinite(part) && part != 0) return out.take(writeFinite(out.room(), part));
     const bool isUsual = bitsOf(part) == bitsOf(std::numeric_limits<Part>::quiet_NaN());
-    if (nan == NanAs::kBits && std::isnan(part) && !isUsual) {
+    if (use == JsonFor::kPatch && std::isnan(part) && !isUsual) {
         fmt::format_to(std::back_inserter(out.string()), "\"NaN:{:#x}\"", bitsOf(part));
     } else {
         appendJson(out.string(), part);
@@ -91,9 +91,9 @@ void addFloating(Pieces& out, Part part, NanAs nan) {
 }
 
 template <typename Part>
-void addPart(Pieces& out, Part part, NanAs nan) {
+void addPart(Pieces& out, Part part, JsonFor use) {
     if constexpr (std::is_floating_point_v<Part>) {
-        addFloating(out, part, nan);
+        addFloating(out, part, use);
     } else if constexpr (std::is_integral_v<Part> && !std::is_same_v<Part, bool>) {
         const bool quote = sizeof(Part) == 8 && wideIntegers() == WideIntegers::kStrings;
         if (quote) out.add("\"");
@@ -102,7 +102,8 @@ void addPart(Pieces& out, Part part, NanAs nan) {
         if (quote) out.add("\"");
     } else if constexpr (std::is_pointer_v<Part>) {
         const std::string_view text = part ? part : "";
-        if (!part || !isPlainText(text)) return appendJson(out.string(), part);
+        if (!part && use == JsonFor::kDocument) return out.add("null");
+        if (!isPlainText(text)) return appendJson(out.string(), text);
         out.add("\"");
         out.add(text);
         out.add("\"");
@@ -113,30 +114,30 @@ void addPart(Pieces& out, Part part, NanAs nan) {
 
 /// Adds a list of values, each a single part, or a list for the sixteen numbers of a matrix.
 template <size_t kParts, typename Part>
-void addList(Pieces& out, const Part* parts, size_t count, NanAs nan) {
+void addList(Pieces& out, const Part* parts, size_t count, JsonFor use) {
     out.add("[");
     for (size_t i = 0; i < count; ++i) {
         if (i > 0) out.add(", ");
         if constexpr (kParts == 1) {
-            addPart(out, parts[i], nan);
+            addPart(out, parts[i], use);
         } else {
-            addList<1>(out, parts + i * kParts, kParts, nan);
+            addList<1>(out, parts + i * kParts, kParts, use);
         }
     }
     out.add("]");
 }
 
 void addMember(Pieces& out, const void* values, Data::Member::eDataType memberType, size_t length,
-               NanAs nan) {
+               JsonFor use) {
     Data::visitMemberType(memberType, [&](auto type) {
         using Part = typename decltype(type)::Scalar;
         constexpr auto kParts = static_cast<size_t>(decltype(type)::kScalars);
         const auto* const parts = static_cast<const Part*>(values);
-        if (length != 1) return addList<kParts>(out, parts, length, nan);
+        if (length != 1) return addList<kParts>(out, parts, length, use);
         if constexpr (kParts == 1) {
-            addPart(out, *parts, nan);
+            addPart(out, *parts, use);
         } else {
-            addList<1>(out, parts, kParts, nan);
+            addList<1>(out, parts, kParts, use);
         }
     });
 }
@@ -154,9 +155,9 @@ void appendIndex(std::string& out, const Data::Index& index) {
     fmt::format_to(std::back_inserter(out), "[{}, {}]", first, second);
 }
 
-void appendMember(std::string& out, const void* parts, const Data::Member& member, NanAs nan) {
+void appendMember(std::string& out, const void* parts, const Data::Member& member, JsonFor use) {
     Pieces pieces(out);
-    addMember(pieces, parts, member.type(), member.length(), nan);
+    addMember(pieces, parts, member.type(), member.length(), use);
     pieces.finish();
 }
 
@@ -165,10 +166,10 @@ namespace {
 template <typename Part>
 void appendParts(std::string& text, const Part* parts, const NamedMember& named) {
     const Data::Member& member = *named.member;
-    if (!named.part) return appendMember(text, parts, member, NanAs::kWord);
+    if (!named.part) return appendMember(text, parts, member, JsonFor::kDocument);
     const RefPtr<Data::Structure> single(new Data::Structure("single"));
     single->addMember(partType(member.type()), 1, member.name());
-    appendMember(text, parts + *named.part, *single->member(0U), NanAs::kWord);
+    appendMember(text, parts + *named.part, *single->member(0U), JsonFor::kDocument);
 }
 
 /// True for a JSON number, truth value or null.
@@ -202,7 +203,7 @@ std::string jsonOfText(const std::string& text, const NamedMember& named) {
 }
 
 // The keys are the same for all elements, so they are escaped once.
-JsonElement::JsonElement(const Data::Structure& structure, NanAs nan) : fNan(nan) {
+JsonElement::JsonElement(const Data::Structure& structure, JsonFor use) : fUse(use) {
     for (const Data::Member& member : structure) {
         std::string key;
         appendJson(key, member.name());
@@ -225,7 +226,7 @@ void JsonElement::append(std::string& out, std::string_view front,
     if (index.complexIndex()) {
         appendIndex(pieces.string(), index);
     } else {
-        addPart(pieces, index.index(), fNan);
+        addPart(pieces, index.index(), fUse);
     }
     pieces.add(", \"values\": ");
     addValues(pieces, *element);
@@ -246,7 +247,7 @@ void JsonElement::addValues(Pieces& out, Data::Handle& handle) const {
         const Field& field = fFields[i];
         out.add(field.lead);
         handle.setPositionByMemberIndex(i);
-        addMember(out, std::as_const(handle).asType(field.type), field.type, field.length, fNan);
+        addMember(out, std::as_const(handle).asType(field.type), field.type, field.length, fUse);
     }
     out.add(fNamed ? " }" : " ]");
 }

@@ -15,15 +15,16 @@
 
 namespace orbo::Quilmeta {
 
-/// How a NaN is written: all alike, or also with its bits, "NaN:0xffc00000", where they are not
-/// the usual ones.
-enum class NanAs { kWord, kBits };
+/// What the values are written for. A patch tells what `diff` tells apart, and nothing else: a NaN
+/// has its bits, "NaN:0xffc00000", where they are not the usual ones, and a null string is an empty
+/// one, as it will be in any file.
+enum class JsonFor { kDocument, kPatch };
 
 /// Appends a number, a pair as a list, or the text of any other index.
 void appendIndex(std::string& out, const Data::Index& index);
 /// Appends all values of a member, which lie side by side from `parts` on: one value alone, or a
 /// list of values.
-void appendMember(std::string& out, const void* parts, const Data::Member& member, NanAs nan);
+void appendMember(std::string& out, const void* parts, const Data::Member& member, JsonFor use);
 
 /// Appends the values of a member of the element, or the one value that is named.
 void appendNamed(std::string& out, Data::Handle& element, const NamedMember& named);
@@ -35,7 +36,7 @@ std::string jsonOfText(const std::string& text, const NamedMember& named);
 class JsonElement {
   public:
     /// The structure must not change while this object is used.
-    explicit JsonElement(const Data::Structure& structure, NanAs nan = NanAs::kWord);
+    explicit JsonElement(const Data::Structure& structure, JsonFor use = JsonFor::kDocument);
 
     /// Appends { "index": ..., "values": { MEMBER: VALUE, ... } }. When the name of a member is not
     /// UTF-8, and so cannot be a key, the values are a list in member order. They are null for an
@@ -67,7 +68,7 @@ class JsonElement {
     void addValues(Pieces& out, Data::Handle& element) const;
 
     std::vector<Field> fFields;
-    NanAs fNan;
+    JsonFor fUse;
     bool fNamed = true;
 };
 

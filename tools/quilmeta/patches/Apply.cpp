@@ -198,7 +198,7 @@ class PatchRun {
         if (!parse(change.before, change.beforeSource)) return;
         if (!ElementBits::areSame(member, slot, values)) {
             std::string found;
-            appendMember(found, values, member, NanAs::kBits);
+            appendMember(found, values, member, JsonFor::kPatch);
             return expected(change, found);
         }
         if (parse(change.after, change.afterSource)) ElementBits::swap(member, slot, values);
@@ -241,7 +241,7 @@ class PatchRun {
     static std::string textOf(const Data::Stream& stream, Data::Handle& element, bool isThere) {
         if (!isThere) return "null";
         std::string text;
-        JsonElement(stream.structure(), NanAs::kBits).appendValues(text, element);
+        JsonElement(stream.structure(), JsonFor::kPatch).appendValues(text, element);
         return text;
     }
 

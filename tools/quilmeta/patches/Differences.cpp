@@ -54,7 +54,7 @@ class StreamDifferences {
     StreamDifferences(const Data::Structure& structure, const Change& place, Patch& patch)
         : fStructure(structure),
           fBits(structure),
-          fElement(structure, NanAs::kBits),
+          fElement(structure, JsonFor::kPatch),
           fPlace(place),
           fPatch(patch) {}
 
@@ -97,8 +97,8 @@ class StreamDifferences {
             if (ElementBits::areSame(member, ours, theirs)) continue;
             Change& change = addChange(Kind::kSet, index);
             change.member = member.name();
-            appendMember(change.before, ours, member, NanAs::kBits);
-            appendMember(change.after, theirs, member, NanAs::kBits);
+            appendMember(change.before, ours, member, JsonFor::kPatch);
+            appendMember(change.after, theirs, member, JsonFor::kPatch);
         }
     }
 
@@ -182,7 +182,7 @@ std::string jsonOf(const Data::Stream& stream) {
     std::string text = "{ \"name\": " + json(stream.name()) +
                        ", \"structure\": " + json(stream.structure().name()) +
                        ", \"indexType\": " + json(stream.indexType()) + ", \"elements\": [";
-    const JsonElement writer(stream.structure(), NanAs::kBits);
+    const JsonElement writer(stream.structure(), JsonFor::kPatch);
     const char* gap = "";
     for (Data::StreamIterator element = stream.cbegin(); element.valid(); ++element) {
         writer.append(text, gap, element);
