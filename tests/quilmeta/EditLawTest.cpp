@@ -61,9 +61,8 @@ bool combine(const std::string& type, char operation, json& value, const json& o
                    ? combine<float>(operation, value, operand.get<double>())
                    : combine<double>(operation, value, operand.get<double>());
     const auto& [least, most] = range->second;
-    const Wide right = wide(operand);
-    const Wide after = combined(operation, wide(value), right);
-    if (right < least || right > most || after < least || after > most) return false;
+    const Wide after = combined(operation, wide(value), wide(operand));
+    if (after < least || after > most) return false;
     value = after < 0 ? json(static_cast<long long>(after))
                       : json(static_cast<unsigned long long>(after));
     return true;

@@ -34,12 +34,12 @@ size_t loadTables(Data::Accessor& scene, const std::string& document) {
     for (Data::Stream* stream : streamsOf(scene)) {
         const std::string table = written([&](Output& output) { writeTable(*stream, output); });
         const size_t count = stream->elementCount();
-        EXPECT_EQ(loadTable(table, *stream, {}), count);
+        EXPECT_EQ(loadTable(table, *stream, {}).set, count);
         EXPECT_EQ(documentOf(scene), document) << table;
         empty(*stream);
         TableLoad how;
         how.create = true;
-        EXPECT_EQ(loadTable(table, *stream, how), count);
+        EXPECT_EQ(loadTable(table, *stream, how).set, count);
         EXPECT_EQ(documentOf(scene), document) << table;
         elements += count;
     }

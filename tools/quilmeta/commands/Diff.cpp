@@ -5,7 +5,9 @@
 #include "json/ResultList.h"
 #include "patches/DiffText.h"
 #include "patches/Differences.h"
+#include "process/Messages.h"
 #include "scene/SceneFile.h"
+#include "selection/NameHints.h"
 #include "selection/SceneView.h"
 
 #include <algorithm>
@@ -41,10 +43,17 @@ class Diff : public Command {
         const Outcome read = std::max(open(fLeft, left), open(fRight, right));
         if (read >= Outcome::kFailed) return read;
         const Selection selection = fSelection.selection();
-        const Patch patch =
-            differences(select(*left.accessor, selection), select(*right.accessor, selection));
+        const SceneView before = select(*left.accessor, selection);
+        const SceneView after = select(*right.accessor, selection);
+        const Patch patch = differences(before, after);
         print(patch, output);
-        return patch.changes.empty() ? read : std::max(read, Outcome::kFound);
+        if (!patch.changes.empty()) return std::max(read, Outcome::kFound);
+        if (selection.everything() || !before.nodes.empty() || !after.nodes.empty()) return read;
+        NameHints hints(GivenNames{selection});
+        hints.offer(*left.accessor);
+        hints.offer(*right.accessor);
+        complain("", "nothing matches" + selection.text() + hints.question());
+        return std::max(read, Outcome::kNothingSelected);
     }
 
   private:

@@ -9,6 +9,8 @@
 #include "scene/SceneFile.h"
 #include "values/Wording.h"
 
+#include <fmt/format.h>
+
 #include <string>
 
 namespace orbo::Quilmeta {
@@ -52,14 +54,19 @@ class Load : public Command {
     FileResult load(const std::string& text, const std::string& name, const FileTurn& turn) const {
         const Scene scene = openScene(fFile, fAccess);
         Data::Stream& stream = findStream(*scene.accessor, fAddress);
-        size_t rows = 0;
+        TableCounts counts;
         const auto read = [&] {
-            rows = loadTable(text, stream, fHow);
+            counts = loadTable(text, stream, fHow);
             return FileResult(Outcome::kDone);
         };
         if (guarded(name, read).outcome != Outcome::kDone) return Outcome::kFailed;
         if (!writeScene(scene, fAccess, turn.output)) return scene.outcome();
-        return {scene.outcome(), true, counted(rows, "element") + " set"};
+        return {scene.outcome(), true, reportOf(counts)};
+    }
+
+    static std::string reportOf(const TableCounts& counts) {
+        const std::string set = counted(counts.set, "element") + " set";
+        return counts.removed == 0 ? set : fmt::format("{}, {} removed", set, counts.removed);
     }
 
     std::string fFile, fTable;

@@ -68,6 +68,7 @@ class Recover : public Command {
         options.files(fFiles, "Scene files");
         options.flag("--list", fList,
                      "Only say what is to be done; exit code 1 if there is anything");
+        options.flag("-n,--dry-run", fDryRun, "The same, but end as a real run would");
         options.optional("--file", "NEW-NAME", fNewName,
                          "The scene FILE was moved to here, without its journal");
         options.results(fFormat);
@@ -80,15 +81,17 @@ class Recover : public Command {
             throw CommandError("--file goes with one FILE: the old name of the scene");
         if (wasMoved()) fOldName = files.front();
         EachFile how;
-        how.purpose = fList ? Purpose::kReading : Purpose::kWriting;
+        how.purpose = onlyLooks() ? Purpose::kReading : Purpose::kWriting;
         how.jobs = fFiles.jobs;
         how.failed = ResultList::failures(fFormat);
         ResultList results(output, fFormat);
-        const Outcome outcome = forEachFile(
-            wasMoved() ? std::vector{*fNewName} : files, how, results,
-            reporting(
-                [&](const FileTurn& turn) { return fList ? list(turn.file) : recover(turn.file); },
-                {fFormat}));
+        const Outcome outcome =
+            forEachFile(wasMoved() ? std::vector{*fNewName} : files, how, results,
+                        reporting(
+                            [&](const FileTurn& turn) {
+                                return onlyLooks() ? list(turn.file) : recover(turn.file);
+                            },
+                            {fFormat, fDryRun}));
         results.end();
         return outcome;
     }
@@ -99,13 +102,15 @@ class Recover : public Command {
     /// The journal of a scene that was moved away is left where it is.
     [[nodiscard]] bool stays(State state) const { return state == State::kOrphaned && wasMoved(); }
 
-    /// Deals with the journal; with --list it only looks.
+    [[nodiscard]] bool onlyLooks() const { return fList || fDryRun; }
+
+    /// Deals with the journal, or only looks.
     [[nodiscard]] Recovery recoveryOf(const std::string& file) const {
         const auto patience = fAccess.patience();
         if (!wasMoved())
-            return (fList ? Recovery::inspect : Recovery::run)(file, patience, interrupted);
-        return (fList ? Recovery::inspectMoved : Recovery::runMoved)(fOldName, file, patience,
-                                                                     interrupted);
+            return (onlyLooks() ? Recovery::inspect : Recovery::run)(file, patience, interrupted);
+        return (onlyLooks() ? Recovery::inspectMoved : Recovery::runMoved)(fOldName, file, patience,
+                                                                           interrupted);
     }
 
     FileResult list(const std::string& file) const {
@@ -113,7 +118,9 @@ class Recover : public Command {
         if (recovery.state == State::kRefused) throw CommandError(recovery.message);
         if (recovery.state == State::kNothing) return Outcome::kDone;
         complain(file, recovery.message);
-        return {Outcome::kFound, false, reportOf(recovery.state, wordsFor(recovery.state).toDo)};
+        const bool isFinding = fList || recovery.state == State::kOrphaned;
+        return {isFinding ? Outcome::kFound : Outcome::kDone, false,
+                reportOf(recovery.state, wordsFor(recovery.state).toDo)};
     }
 
     FileResult recover(const std::string& file) const {
@@ -138,7 +145,7 @@ class Recover : public Command {
     std::string fOldName;  // of a scene that was moved
     std::optional<std::string> fNewName;
     SceneAccess fAccess;
-    bool fList = false;
+    bool fList = false, fDryRun = false;
     ResultFormat fFormat = ResultFormat::kText;
 };
 

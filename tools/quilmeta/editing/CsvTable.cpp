@@ -96,14 +96,13 @@ class Loader {
     Loader(Data::Stream& stream, const TableLoad& how)
         : fStream(stream), fHow(how), fColumns(columnsOf(stream.structure())) {}
 
-    size_t load(const std::vector<CsvRecord>& records) {
+    TableCounts load(const std::vector<CsvRecord>& records) {
         if (records.empty()) throw CommandError("the table has no header");
         readHeader(records.front());
         demandNoProblems();
         for (size_t i = 1; i < records.size(); ++i) loadRow(records[i]);
         demandNoProblems();
-        if (fHow.replace) removeOthers();
-        return records.size() - 1;
+        return {records.size() - 1, fHow.replace ? removeOthers() : 0};
     }
 
   private:
@@ -206,11 +205,12 @@ class Loader {
         });
     }
 
-    void removeOthers() {
+    size_t removeOthers() {
         std::vector<Data::Index> others;
         for (auto element = fStream.cbegin(); element.valid(); ++element)
             if (fLines.count(element.index().asString()) == 0) others.push_back(element.index());
         for (const Data::Index& index : others) fStream.removeElement(index);
+        return others.size();
     }
 
     void problem(const CsvRecord& row, const std::string& text) {
@@ -259,7 +259,7 @@ void writeTable(const Data::Stream& stream, Output& output) {
     }
 }
 
-size_t loadTable(std::string_view text, Data::Stream& stream, const TableLoad& how) {
+TableCounts loadTable(std::string_view text, Data::Stream& stream, const TableLoad& how) {
     std::vector<CsvRecord> records;
     try {
         records = parseCsv(text);

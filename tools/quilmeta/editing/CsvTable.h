@@ -21,9 +21,14 @@ struct TableLoad {
     bool replace = false;  ///< remove elements that the table lacks
 };
 
+/// How many elements a table has set, and how many it lacked that were removed.
+struct TableCounts {
+    size_t set = 0, removed = 0;
+};
+
 /// Sets the elements of the stream to what a table such as `writeTable` makes has for them. Columns
 /// may be left out, and stand in any order. Returns the number of rows. Throws `CommandError` that
 /// lists all problems with their lines; some elements may have new values then.
-size_t loadTable(std::string_view text, Data::Stream& stream, const TableLoad& how);
+TableCounts loadTable(std::string_view text, Data::Stream& stream, const TableLoad& how);
 
 }  // namespace orbo::Quilmeta

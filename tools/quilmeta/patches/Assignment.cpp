@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -79,9 +80,9 @@ std::string inOneValue(const JsonProblems& problems) {
     return text;
 }
 
-/// False when the result is beyond the type's range.
-template <typename Value>
-bool combine(char operation, Value& value, Value operand) {
+/// False when the result is beyond the type's range; a whole operand may be.
+template <typename Value, typename Operand>
+bool combine(char operation, Value& value, Operand operand) {
     if constexpr (std::is_floating_point_v<Value>) {
         const Value result = operation == '+'   ? value + operand
                              : operation == '-' ? value - operand
@@ -89,13 +90,26 @@ bool combine(char operation, Value& value, Value operand) {
         if (std::isinf(result) && !std::isinf(value)) return false;
         value = result;
         return true;
-    } else if constexpr (std::is_same_v<Value, bool>) {
-        return false;
     } else {
         return operation == '+'   ? !__builtin_add_overflow(value, operand, &value)
                : operation == '-' ? !__builtin_sub_overflow(value, operand, &value)
                                   : !__builtin_mul_overflow(value, operand, &value);
     }
+}
+
+/// Parses an operand for a value and calls `use` with it. To a whole number any other may be
+/// added, such as 200 to an int8 that is -100: only the result has to fit.
+template <typename Value, typename Use>
+Parsed withOperand(std::string_view word, const Use& use) {
+    const auto parse = [&](auto operand) {
+        const Parsed parsed = parseValue(word, operand);
+        if (parsed == Parsed::kGood) use(operand);
+        return parsed;
+    };
+    if constexpr (std::is_floating_point_v<Value>)
+        return parse(Value{});
+    else
+        return word.substr(0, 1) == "-" ? parse(std::int64_t{}) : parse(std::uint64_t{});
 }
 
 }  // namespace
@@ -201,9 +215,6 @@ void Assignments::calculate(const Target& target, Value* slots) {
     const char sign = target.operation == Operation::kAdd        ? '+'
                       : target.operation == Operation::kSubtract ? '-'
                                                                  : '*';
-    if (std::is_same_v<Value, bool>)
-        throw CommandError(
-            fmt::format("{} is no number: {}= cannot change it", inQuotes(target.name), sign));
     const size_t count = countOf(target);
     const std::vector<std::string_view> operands = words(target.text);
     if (operands.empty())
@@ -215,10 +226,11 @@ void Assignments::calculate(const Target& target, Value* slots) {
                                        operands.size()));
     for (size_t i = 0; i < count; ++i) {
         const std::string_view word = operands[operands.size() == 1 ? 0 : i];
-        Value operand{};
-        const Parsed parsed = parseValue(word, operand);
+        bool fits = true;
+        const Parsed parsed = withOperand<Value>(
+            word, [&](auto operand) { fits = combine(sign, slots[i], operand); });
         if (parsed != Parsed::kGood) complainOf(parsed, target.name, word, *target.member);
-        if (!combine(sign, slots[i], operand))
+        if (!fits)
             throw CommandError(fmt::format("{}: the result of {}={} is out of range for {}",
                                            inQuotes(target.name), sign, word,
                                            Member::typeName(target.member->type())));
@@ -256,7 +268,7 @@ void Assignments::assign(Data::Handle& element, const Target& target) {
             static_cast<Part*>(element.asType(target.member->type())) + target.part.value_or(0);
         if (target.operation == Operation::kJson) return assignJson(target, slots);
         if (target.operation == Operation::kText) return assignText(target, slots);
-        if constexpr (std::is_arithmetic_v<Part>)
+        if constexpr (std::is_arithmetic_v<Part> && !std::is_same_v<Part, bool>)
             calculate(target, slots);
         else
             throw CommandError(

@@ -28,8 +28,8 @@ class FolderWalk {
   public:
     FolderWalk(const FileArguments& arguments, std::vector<std::string>& found)
         : fFound(found), fExtensions(Data::Accessor::supportedExtensions()) {
-        for (const std::string& pattern : arguments.includes) fIncludes.add(pattern);
-        for (const std::string& pattern : arguments.excludes) fExcludes.add(pattern);
+        for (const std::string& pattern : arguments.includes) add(fIncludes, "--include", pattern);
+        for (const std::string& pattern : arguments.excludes) add(fExcludes, "--exclude", pattern);
     }
 
     void walk(const fs::path& folder) {
@@ -44,6 +44,14 @@ class FolderWalk {
     }
 
   private:
+    /// Refuses a pattern of a path, which would silently fit nothing.
+    static void add(NamePatterns& patterns, const char* option, const std::string& pattern) {
+        if (pattern.find('/') != pattern.npos)
+            throw UsageError(
+                fmt::format("{} takes a name without \"/\", not {}", option, inQuotes(pattern)));
+        patterns.add(pattern);
+    }
+
     void take(const fs::directory_entry& entry) {
         std::error_code error;
         const fs::file_status status = entry.symlink_status(error);
@@ -55,7 +63,9 @@ class FolderWalk {
     }
 
     [[nodiscard]] bool isSceneName(const fs::path& path) const {
-        const std::string extension = path.extension().string();
+        std::string extension = path.extension().string();
+        for (char& letter : extension)
+            if (letter >= 'A' && letter <= 'Z') letter += 'a' - 'A';
         return !extension.empty() && fExtensions.count(extension.substr(1)) > 0;
     }
 
