@@ -66,7 +66,8 @@ class RefsRepath : public Command {
                                       return Outcome::kDone;
                                   }).outcome);
         if (read == Outcome::kDone && fRepath.empty())
-            throw CommandError("nothing to replace: give --from and --to, or --map");
+            throw CommandError(
+                "nothing to replace: give --from and --to, --regex and --to, or --map");
         return read == Outcome::kDone;
     }
 

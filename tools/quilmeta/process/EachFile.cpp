@@ -53,13 +53,13 @@ void reportEarlyEnd(const FileQueue& queue, Purpose purpose, const std::string& 
 }
 
 /// "12 files: 3 changed, 1 failed"; only what there is.
-void reportSum(const FileQueue& queue, Purpose purpose) {
+void reportSum(const FileQueue& queue) {
     if (queue.size() < 2) return;
     std::string sum;
     const auto add = [&](size_t count, const char* what) {
         if (count > 0) sum += fmt::format("{} {} {}", sum.empty() ? ":" : ",", count, what);
     };
-    add(queue.countChanged(), purpose == Purpose::kWriting ? "changed" : "would change");
+    add(queue.countChanged(), queue.wordsForChange());
     for (const Outcome outcome :
          {Outcome::kNothingSelected, Outcome::kFound, Outcome::kUnreadable, Outcome::kFailed})
         add(queue.count(outcome), wordsFor(outcome));
@@ -107,7 +107,7 @@ Outcome forEachFile(const std::vector<std::string>& files, const EachFile& how, 
     if (Signals::received() != 0)
         reportEarlyEnd(queue, how.purpose, {});
     else
-        reportSum(queue, how.purpose);
+        reportSum(queue);
     return queue.worst();
 }
 

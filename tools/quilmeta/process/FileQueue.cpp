@@ -68,7 +68,7 @@ FileResult FileQueue::resultOf(size_t file, Output& output) const {
     FileResult result = guarded(
         name, [&] { return fWork(turn); }, report);
     if (verbosity() == Verbosity::kVerbose)
-        complain(subjectOf(name), result.changed ? "changed" : wordsFor(result.outcome));
+        complain(subjectOf(name), result.changed ? wordsForChange() : wordsFor(result.outcome));
     return result;
 }
 
@@ -233,6 +233,10 @@ size_t FileQueue::countChanged() const {
     return static_cast<size_t>(
         std::count_if(fResults.begin(), fResults.end(),
                       [](const auto& result) { return result && result->changed; }));
+}
+
+const char* FileQueue::wordsForChange() const {
+    return fHow.purpose == Purpose::kWriting ? "changed" : "would change";
 }
 
 size_t FileQueue::count(Outcome outcome) const {

@@ -39,6 +39,9 @@ class FileQueue {
     [[nodiscard]] size_t count(Outcome outcome) const;
     [[nodiscard]] Outcome worst() const;
 
+    /// "changed", or of a dry run "would change".
+    [[nodiscard]] const char* wordsForChange() const;
+
   private:
     class HeldOutput;
     /// What a thread has said about a file, until it is the file's turn.

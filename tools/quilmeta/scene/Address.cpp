@@ -8,6 +8,7 @@
 #include "values/Wording.h"
 
 #include <data/Channel.h>
+#include <data/IndexPair.h>
 #include <data/IndexText.h>
 #include <fmt/format.h>
 
@@ -67,8 +68,10 @@ Data::Index indexOf(const Data::Stream& stream, const std::string& text) {
     } catch (Data::Index::eCreationErrors error) {
         if (error == Data::Index::eCreatorNotFound)
             return Data::Index(Data::IndexText(stream.indexType(), text));
-        throw CommandError(fmt::format("{} is no index of type {}", inQuotes(text),
-                                       shownName(stream.indexType())));
+        const bool isPair = stream.indexType() == Data::IndexPair::myTypeName;
+        throw CommandError(fmt::format("{} is no index of type {}{}", inQuotes(text),
+                                       shownName(stream.indexType()),
+                                       isPair ? ", which is like \"3 12\"" : ""));
     }
 }
 
