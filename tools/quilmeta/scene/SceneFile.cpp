@@ -31,9 +31,9 @@ void demandReadableFile(const std::string& file) {
     std::error_code error;
     const fs::file_status status = fs::status(file, error);
     if (!fs::exists(status)) throw CommandError(systemMessage(error ? error.value() : ENOENT));
+    if (::access(file.c_str(), R_OK) != 0) throw CommandError(systemMessage(errno));
     if (fs::is_directory(status)) throw CommandError("is a directory");
     if (!fs::is_regular_file(status)) throw CommandError("is not a regular file");
-    if (::access(file.c_str(), R_OK) != 0) throw CommandError(systemMessage(errno));
 }
 
 /// Makes an accessor that waits as the user allows, and no longer once a signal has come.

@@ -54,11 +54,12 @@ class FolderWalk {
 
     void take(const fs::directory_entry& entry) {
         std::error_code error;
-        const fs::file_status status = entry.symlink_status(error);
         const std::string name = entry.path().filename().string();
-        if (fExcludes.patternFor(name)) return;
-        if (fs::is_directory(status)) return walk(entry.path());
-        if (fs::is_regular_file(status) && isSceneName(entry.path()) && fIncludes.want(name))
+        if (fExcludes.patternFor(name) || entry.is_symlink(error)) return;
+        if (entry.is_directory(error)) return walk(entry.path());
+        // What may not be looked at stays: the work on it reports why.
+        const bool isFile = entry.is_regular_file(error) || error;
+        if (isFile && isSceneName(entry.path()) && fIncludes.want(name))
             fFound.push_back(entry.path().string());
     }
 
