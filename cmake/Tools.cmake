@@ -23,6 +23,8 @@ if(QUILMETA_SOURCES)
                                ${RAPIDJSON_INCLUDE_DIR} ${RE2_INCLUDE_DIR} ${NETTLE_INCLUDE_DIR})
     target_compile_definitions(QuilmetaSources PUBLIC QUILMETA_VERSION="${PROJECT_VERSION}")
     metadata_warnings(QuilmetaSources)
+    # The Python module has them inside.
+    set_target_properties(QuilmetaSources PROPERTIES POSITION_INDEPENDENT_CODE ${METADATA_PYTHON})
 
     # Everything but main, the library included, for quilmeta and for tests. The tool reaches hidden
     # parts of the library: it gives files rights as the library does.

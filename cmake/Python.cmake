@@ -1,0 +1,39 @@
+# The Python package quilmeta: its module, which has library and command line inside, and its sources.
+# SPDX-License-Identifier: Apache-2.0
+find_package(Python 3.10 REQUIRED COMPONENTS Interpreter Development.Module
+             OPTIONAL_COMPONENTS Development.SABIModule)
+if(NOT nanobind_DIR)
+    execute_process(COMMAND ${Python_EXECUTABLE} -m nanobind --cmake_dir
+                    OUTPUT_VARIABLE nanobind_DIR OUTPUT_STRIP_TRAILING_WHITESPACE
+                    COMMAND_ERROR_IS_FATAL ANY)
+endif()
+find_package(nanobind CONFIG REQUIRED)
+
+# One module for CPython 3.12 and later; the versions before have one each.
+file(GLOB QUILMETA_PYTHON_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/python/src/*.cpp)
+nanobind_add_module(_native STABLE_ABI NOMINSIZE NB_STATIC NB_SUPPRESS_WARNINGS
+                    ${QUILMETA_PYTHON_SOURCES})
+target_link_libraries(_native PRIVATE QuilmetaObjects)
+metadata_warnings(_native)
+# Its own objects are laid out as Python's headers want them, and casts between functions are their way.
+target_compile_options(_native PRIVATE -Wno-cast-function-type)
+target_link_options(_native PRIVATE -Wl,--exclude-libs,ALL)
+
+# The package as it is installed, for tests and for trying it out: PYTHONPATH=build/dev/python.
+set(QUILMETA_PACKAGE ${PROJECT_BINARY_DIR}/python/quilmeta)
+set_target_properties(_native PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${QUILMETA_PACKAGE})
+file(GLOB QUILMETA_MODULES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/python/quilmeta/*)
+file(MAKE_DIRECTORY ${QUILMETA_PACKAGE})
+foreach(module IN LISTS QUILMETA_MODULES)
+    get_filename_component(name ${module} NAME)
+    if(NOT name STREQUAL "__pycache__")
+        file(CREATE_LINK ${module} ${QUILMETA_PACKAGE}/${name} SYMBOLIC)
+    endif()
+endforeach()
+nanobind_add_stub(_native_stub MODULE _native OUTPUT ${QUILMETA_PACKAGE}/_native.pyi
+                  PYTHON_PATH ${PROJECT_BINARY_DIR}/python/quilmeta DEPENDS _native)
+
+if(SKBUILD)
+    install(TARGETS _native LIBRARY DESTINATION .)
+    install(FILES ${QUILMETA_PACKAGE}/_native.pyi DESTINATION .)
+endif()
