@@ -13,11 +13,19 @@ find_package(nanobind CONFIG REQUIRED)
 file(GLOB QUILMETA_PYTHON_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/python/src/*.cpp)
 nanobind_add_module(_native STABLE_ABI NOMINSIZE NB_STATIC NB_SUPPRESS_WARNINGS
                     ${QUILMETA_PYTHON_SOURCES})
-target_link_libraries(_native PRIVATE QuilmetaObjects)
+# Archives are mostly made for programs and cannot go into a module.
+find_library(UTF8PROC_SHARED_LIBRARY utf8proc REQUIRED)
+find_library(RE2_SHARED_LIBRARY re2 REQUIRED)
+find_library(NETTLE_SHARED_LIBRARY nettle REQUIRED)
+target_sources(_native PRIVATE $<TARGET_OBJECTS:QuilmetaSources> $<TARGET_OBJECTS:MetaDataObjects>)
+target_link_libraries(_native PRIVATE QuilmetaSources ${UTF8PROC_SHARED_LIBRARY}
+                      ${RE2_SHARED_LIBRARY} ${NETTLE_SHARED_LIBRARY})
 metadata_warnings(_native)
 # Its own objects are laid out as Python's headers want them, and casts between functions are their way.
 target_compile_options(_native PRIVATE -Wno-cast-function-type)
-target_link_options(_native PRIVATE -Wl,--exclude-libs,ALL)
+# Nothing but the module's entry leaves it: its library must not meet another copy in the process.
+target_link_options(_native PRIVATE
+                    -Wl,--version-script=${PROJECT_SOURCE_DIR}/python/src/module.map)
 
 # The package as it is installed, for tests and for trying it out: PYTHONPATH=build/dev/python.
 set(QUILMETA_PACKAGE ${PROJECT_BINARY_DIR}/python/quilmeta)

@@ -17,7 +17,7 @@ if(QUILMETA_SOURCES)
 
     add_library(QuilmetaSources OBJECT ${QUILMETA_SOURCES})
     target_link_libraries(QuilmetaSources PUBLIC MetaDataObjects CLI11::CLI11 fmt::fmt-header-only
-                          ${UTF8PROC_LIBRARY} ${RE2_LIBRARY} ${NETTLE_LIBRARY} Threads::Threads ${CMAKE_DL_LIBS})
+                          Threads::Threads ${CMAKE_DL_LIBS})
     target_include_directories(QuilmetaSources PUBLIC ${PROJECT_SOURCE_DIR}/tools/quilmeta)
     target_include_directories(QuilmetaSources SYSTEM PUBLIC ${UTF8PROC_INCLUDE_DIR}
                                ${RAPIDJSON_INCLUDE_DIR} ${RE2_INCLUDE_DIR} ${NETTLE_INCLUDE_DIR})
@@ -31,7 +31,8 @@ if(QUILMETA_SOURCES)
     add_library(QuilmetaObjects INTERFACE)
     target_sources(QuilmetaObjects INTERFACE $<TARGET_OBJECTS:QuilmetaSources>
                    $<TARGET_OBJECTS:MetaDataObjects>)
-    target_link_libraries(QuilmetaObjects INTERFACE QuilmetaSources)
+    target_link_libraries(QuilmetaObjects INTERFACE QuilmetaSources ${UTF8PROC_LIBRARY}
+                          ${RE2_LIBRARY} ${NETTLE_LIBRARY})
 
     add_executable(quilmeta ${PROJECT_SOURCE_DIR}/tools/quilmeta/main.cpp)
     target_link_libraries(quilmeta PRIVATE QuilmetaObjects)

@@ -4,6 +4,7 @@
 
 #include <data/MemberType.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -205,24 +206,38 @@ nb::object valueOf(const Member& member, const char* values) {
     });
 }
 
-void storeValue(const Member& member, char* values, nb::handle value) {
+NewValue::NewValue(const Member& member, nb::handle value)
+    : fIsText(member.type() == Member::kString) {
     Data::visitMemberType(member.type(), [&](auto type) {
         using T = typename decltype(type)::Scalar;
         const std::vector<nb::object> parts = partsOf(member, type.kScalars, value);
         std::vector<decltype(scalarAs<T>(member, value))> fresh;
         fresh.reserve(parts.size());
         for (const nb::object& part : parts) fresh.push_back(scalarAs<T>(member, part));
-        auto* const scalars = reinterpret_cast<T*>(values);
+        fBytes.resize(parts.size() * sizeof(T));
         for (std::size_t k = 0; k < parts.size(); ++k) {
-            if constexpr (std::is_same_v<T, char*>) {
-                std::free(scalars[k]);
-                scalars[k] = fresh[k].release();
-            } else {
-                scalars[k] = fresh[k];
-            }
+            T scalar;
+            if constexpr (std::is_same_v<T, char*>)
+                scalar = fresh[k].release();
+            else
+                scalar = fresh[k];
+            std::memcpy(fBytes.data() + k * sizeof(T), &scalar, sizeof(T));
         }
         return true;
     });
+}
+
+NewValue::~NewValue() {
+    if (!fIsText) return;
+    for (std::size_t at = 0; at < fBytes.size(); at += sizeof(char*)) {
+        char* text = nullptr;
+        std::memcpy(&text, fBytes.data() + at, sizeof text);
+        std::free(text);
+    }
+}
+
+void NewValue::storeAt(char* values) {
+    std::swap_ranges(fBytes.begin(), fBytes.end(), values);
 }
 
 }  // namespace orbo::Python

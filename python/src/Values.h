@@ -6,6 +6,8 @@
 
 #include <data/Member.h>
 
+#include <vector>
+
 namespace orbo::Python {
 
 namespace nb = nanobind;
@@ -13,9 +15,23 @@ namespace nb = nanobind;
 /// Gives the values that lie at `values`: one alone, or a tuple. A matrix is a tuple of four rows, a
 /// null string is `None`.
 nb::object valueOf(const Data::Member& member, const char* values);
-/// Stores a value, or a sequence of as many values as the member has. All of them are looked at
-/// before the first is stored: what throws has changed nothing. `TypeError`, `ValueError` and
-/// `OverflowError` name the member.
-void storeValue(const Data::Member& member, char* values, nb::handle value);
+/// A value that fits a member, ready to be stored. Making one may run any Python code, storing one
+/// runs none: look the element up in between.
+class NewValue {
+  public:
+    /// Takes a value, or a sequence of as many values as the member has. `TypeError`, `ValueError`
+    /// and `OverflowError` name the member.
+    NewValue(const Data::Member& member, nb::handle value);
+    NewValue(NewValue&&) = default;
+    ~NewValue();
+
+    /// Puts it in place of the values that lie at `values`, in a chunk with such a member. May be
+    /// called once, for strings are moved.
+    void storeAt(char* values);
+
+  private:
+    bool fIsText;
+    std::vector<char> fBytes;  // as in a chunk; strings are owned
+};
 
 }  // namespace orbo::Python

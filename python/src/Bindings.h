@@ -1,0 +1,21 @@
+// The functions that define the classes of the module, one for each source.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <nanobind/nanobind.h>
+#include <nanobind/stl/shared_ptr.h>
+
+#include <memory>
+
+#include "Model.h"
+
+namespace orbo::Python {
+
+void defineStructures(nb::module_& module);
+void defineElements(nb::module_& module);
+void defineColumns(nb::module_& module);
+void defineStreams(nb::module_& module);
+void defineContainers(nb::module_& module);
+void defineScenes(nb::module_& module);
+
+}  // namespace orbo::Python
