@@ -138,6 +138,4 @@ def _of_arrow(name: str, kind: Any) -> Member:
     base = str(kind.value_type if length is not None else kind)
     if base not in _OF_ARROW:
         raise TypeError(f'"{name}": no type of member is known for {kind}')
-    if length == 16 and base in _MATRICES:
-        return Member(name, _MATRICES[base])
     return Member(name, _OF_ARROW[base], 1 if length is None else length)

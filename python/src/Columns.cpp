@@ -1,0 +1,281 @@
+// One member of many elements, as arrays.
+// SPDX-License-Identifier: Apache-2.0
+#include "Columns.h"
+
+#include <data/MemberType.h>
+#include <data/StreamColumn.h>
+#include <data/Structure.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+#include "Bindings.h"
+#include "Elements.h"
+#include "Problems.h"
+#include "Structures.h"
+#include "Values.h"
+
+namespace orbo::Python {
+
+namespace {
+
+using Data::Index;
+using Data::Member;
+using Data::Stream;
+
+nb::object columnsModule() { return nb::module_::import_("quilmeta._columns"); }
+
+/// The letter that the buffer protocol has for a scalar.
+template <typename T>
+constexpr const char* formatOf() {
+    if constexpr (std::is_same_v<T, bool>) return "?";
+    if constexpr (std::is_same_v<T, float>) return "f";
+    if constexpr (std::is_same_v<T, double>) return "d";
+    if constexpr (std::is_same_v<T, signed char>) return "b";
+    if constexpr (std::is_same_v<T, short>) return "h";
+    if constexpr (std::is_same_v<T, int>) return "i";
+    if constexpr (std::is_same_v<T, long long>) return "q";
+    if constexpr (std::is_same_v<T, unsigned char>) return "B";
+    if constexpr (std::is_same_v<T, unsigned short>) return "H";
+    if constexpr (std::is_same_v<T, unsigned int>) return "I";
+    if constexpr (std::is_same_v<T, unsigned long long>) return "Q";
+    return "";
+}
+
+/// An array of up to four axes: elements, values of the member, rows and columns of a matrix.
+struct Shape {
+    Shape(const Member& member, std::size_t elements);
+
+    [[nodiscard]] std::size_t bytesOfElement() const { return scalars * itemSize; }
+    [[nodiscard]] nb::tuple sizes() const;
+
+    int axes = 0;
+    std::array<Py_ssize_t, 4> size{};
+    std::array<Py_ssize_t, 4> stride{};  // of elements side by side
+    std::size_t itemSize = 0;
+    std::size_t scalars = 1;  // of one element
+    const char* format = "";
+};
+
+Shape::Shape(const Member& member, std::size_t elements) {
+    int scalarsOfValue = 1;
+    Data::visitMemberType(member.type(), [&](auto type) {
+        using T = typename decltype(type)::Scalar;
+        itemSize = sizeof(T);
+        scalarsOfValue = type.kScalars;
+        format = formatOf<T>();
+        return true;
+    });
+    size[axes++] = static_cast<Py_ssize_t>(elements);
+    if (member.length() > 1) size[axes++] = member.length();
+    if (scalarsOfValue > 1) size[axes++] = 4, size[axes++] = 4;
+    auto step = static_cast<Py_ssize_t>(itemSize);
+    for (int axis = axes - 1; axis >= 0; --axis) {
+        stride[axis] = step;
+        step *= size[axis];
+    }
+    scalars = std::size_t{member.length()} * static_cast<std::size_t>(scalarsOfValue);
+}
+
+nb::tuple Shape::sizes() const {
+    nb::list list;
+    for (int axis = 0; axis < axes; ++axis) list.append(size[axis]);
+    return nb::tuple(list);
+}
+
+/// Shows memory to Python by its buffer protocol: that of a stream's elements, or its own.
+struct ColumnBuffer {
+    ColumnBuffer(Shape ofArray, std::vector<char> values)
+        : shape(ofArray), own(std::move(values)), first(own.data()), isReadOnly(true) {}
+    ColumnBuffer(Shape ofArray, const std::shared_ptr<StreamState>& ofElements, char* values,
+                 bool readOnly)
+        : shape(ofArray),
+          state(ofElements),
+          keeper(ofElements->stream()),
+          first(values),
+          isReadOnly(readOnly) {}
+
+    Shape shape;
+    std::vector<char> own;
+    std::shared_ptr<StreamState> state;  // counts the views; null for memory of its own
+    std::optional<Stream> keeper;        // of the storage, whatever becomes of the stream
+    char* first;
+    bool isReadOnly;
+};
+
+int getBuffer(PyObject* self, Py_buffer* view, int flags) {
+    ColumnBuffer& buffer = *nb::inst_ptr<ColumnBuffer>(nb::handle(self));
+    const Shape& shape = buffer.shape;
+    if ((flags & PyBUF_STRIDES) != PyBUF_STRIDES ||
+        ((flags & PyBUF_WRITABLE) != 0 && buffer.isReadOnly)) {
+        PyErr_SetString(PyExc_BufferError, buffer.isReadOnly ? "the column is to be read only"
+                                                             : "the column is strided");
+        view->obj = nullptr;
+        return -1;
+    }
+    static char nothing = 0;
+    view->obj = self;
+    Py_INCREF(self);
+    view->buf = buffer.first ? buffer.first : &nothing;
+    view->itemsize = static_cast<Py_ssize_t>(shape.itemSize);
+    view->len = shape.size[0] * static_cast<Py_ssize_t>(shape.bytesOfElement());
+    view->readonly = buffer.isReadOnly ? 1 : 0;
+    view->ndim = shape.axes;
+    view->format = (flags & PyBUF_FORMAT) != 0 ? const_cast<char*>(shape.format) : nullptr;
+    view->shape = buffer.shape.size.data();
+    view->strides = buffer.shape.stride.data();
+    view->suboffsets = nullptr;
+    view->internal = nullptr;
+    if (buffer.state) buffer.state->countView(1);
+    return 0;
+}
+
+void releaseBuffer(PyObject* self, Py_buffer*) {
+    ColumnBuffer& buffer = *nb::inst_ptr<ColumnBuffer>(nb::handle(self));
+    if (buffer.state) buffer.state->countView(-1);
+}
+
+PyType_Slot bufferSlots[] = {
+    {Py_bf_getbuffer, reinterpret_cast<void*>(getBuffer)},
+    {Py_bf_releasebuffer, reinterpret_cast<void*>(releaseBuffer)},
+    {0, nullptr},
+};
+
+nb::object arrayOf(ColumnBuffer&& buffer) {
+    return columnsModule().attr("array_of")(nb::cast(std::move(buffer)));
+}
+
+/// Where a member lies in dense storage; empty when there are no elements.
+Data::ColumnPlace placeOf(Stream& stream, const Member& member) {
+    return Data::visitMemberType(member.type(), [&](auto type) {
+        using T = typename decltype(type)::Scalar;
+        const auto column = stream.column<T>(member.name());
+        Data::ColumnPlace place;
+        place.first = reinterpret_cast<char*>(column.data());
+        place.stride = column.stride();
+        return place;
+    });
+}
+
+nb::object viewOf(StreamState& state, const Member& member, bool isReadOnly) {
+    Shape shape(member, state.stream().elementCount());
+    const Data::ColumnPlace place = placeOf(state.stream(), member);
+    shape.stride[0] = static_cast<Py_ssize_t>(place.stride);
+    return arrayOf(ColumnBuffer(shape, state.shared_from_this(), place.first, isReadOnly));
+}
+
+/// Calls `use(values)` for each element.
+template <typename Use>
+void forEachValue(const StreamState& state, const Indices& indices, const Member& member,
+                  const Use& use) {
+    for (const Index& index : indices) use(valuesIn(state, index, member));
+}
+
+bool isWritable(const StreamState& state) {
+    const SceneState* const scene = state.scene();
+    return !scene || scene->isWritable();
+}
+
+/// The bytes of the elements' values, one after the other, that NumPy makes of what it was given.
+void scatterBytes(const StreamState& state, const Indices& indices, const Member& member,
+                  nb::handle array) {
+    const Shape shape(member, indices.size());
+    Py_buffer view;
+    if (PyObject_GetBuffer(array.ptr(), &view, PyBUF_C_CONTIGUOUS) != 0) nb::raise_python_error();
+    const char* from = static_cast<const char*>(view.buf);
+    const std::size_t step = shape.bytesOfElement();
+    const bool fits = static_cast<std::size_t>(view.len) == step * indices.size();
+    if (fits) {
+        forEachValue(state, indices, member, [&](const char* values) {
+            std::memcpy(const_cast<char*>(values), from, step);
+            from += step;
+        });
+    }
+    PyBuffer_Release(&view);
+    if (!fits) throw nb::value_error("the array has another size");
+}
+
+void scatterObjects(const StreamState& state, const Indices& indices, const Member& member,
+                    nb::handle values) {
+    const nb::object items =
+        columnsModule().attr("items_of")(values, member.length(), indices.size());
+    std::vector<NewValue> fresh;
+    fresh.reserve(indices.size());
+    for (nb::handle item : items) fresh.emplace_back(member, item);
+    if (fresh.size() != indices.size())
+        throw nb::value_error((std::to_string(indices.size()) + " elements do not take " +
+                               std::to_string(fresh.size()) + " values")
+                                  .c_str());
+    state.demandWritable();
+    // Runs no Python code, so that all elements are there once they were found.
+    forEachValue(state, indices, member, [](const char*) {});
+    auto next = fresh.begin();
+    forEachValue(state, indices, member,
+                 [&](const char* at) { (next++)->storeAt(const_cast<char*>(at)); });
+}
+
+}  // namespace
+
+Indices indicesOf(const StreamState& state) {
+    state.demandPresent();
+    Indices indices;
+    indices.reserve(state.stream().elementCount());
+    for (const auto& [index, element] : std::as_const(state.stream()).elements())
+        indices.push_back(index);
+    return indices;
+}
+
+nb::object gather(const StreamState& state, const Indices& indices, const std::string& name) {
+    state.demandPresent();
+    const Member& member = memberOf(state.stream().structure(), name);
+    if (member.type() == Member::kString) {
+        nb::list texts;
+        forEachValue(state, indices, member,
+                     [&](const char* at) { texts.append(valueOf(member, at)); });
+        return columnsModule().attr("texts_of")(texts);
+    }
+    const Shape shape(member, indices.size());
+    std::vector<char> values;
+    values.reserve(indices.size() * shape.bytesOfElement());
+    forEachValue(state, indices, member, [&](const char* at) {
+        values.insert(values.end(), at, at + shape.bytesOfElement());
+    });
+    return arrayOf(ColumnBuffer(shape, std::move(values)));
+}
+
+nb::object columnOf(StreamState& state, const std::string& name) {
+    state.demandPresent();
+    const Member& member = memberOf(state.stream().structure(), name);
+    const bool writable = isWritable(state);
+    if (member.type() != Member::kString) {
+        const bool isDense = writable ? state.makeDense() : state.stream().isDense();
+        if (isDense && !state.stream().empty()) return viewOf(state, member, !writable);
+    }
+    return gather(state, indicesOf(state), name);
+}
+
+void scatter(StreamState& state, const Indices& indices, const std::string& name,
+             nb::handle values) {
+    state.demandWritable();
+    const StructurePtr structure(&state.stream().structure());
+    const Member& member = memberOf(*structure, name);
+    if (member.type() == Member::kString)
+        return scatterObjects(state, indices, member, values);
+    const Shape shape(member, indices.size());
+    const nb::object array =
+        columnsModule().attr("values_for")(values, shape.format, shape.sizes());
+    if (array.is_none()) return scatterObjects(state, indices, member, values);
+    state.demandWritable();
+    forEachValue(state, indices, member, [](const char*) {});
+    scatterBytes(state, indices, member, array);
+}
+
+void defineColumns(nb::module_& module) {
+    nb::class_<ColumnBuffer>(module, "_ColumnBuffer", nb::type_slots(bufferSlots));
+}
+
+}  // namespace orbo::Python
