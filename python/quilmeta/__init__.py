@@ -1,0 +1,65 @@
+# The package that pipelines import.
+# SPDX-License-Identifier: Apache-2.0
+"""Reads and rewrites the typed metadata of scene files, without the application.
+
+    import quilmeta as qm
+
+    with qm.open("shot.kx", "r+") as scene:
+        pose = scene["rig"]["joints"]["bind pose"]
+        pose.loc["lid"]["side"] = -1
+"""
+
+from ._errors import (
+    BusyError,
+    ConflictError,
+    ExpressionError,
+    Finding,
+    NotASceneError,
+    QuilError,
+    QuilWarning,
+    ReadOnlyError,
+    RefusedError,
+    StaleError,
+    UnknownNameError,
+)
+from ._indices import OtherIndex, register_index_type, unregister_index_type
+from ._native import (
+    Channel,
+    Element,
+    Node,
+    Scene,
+    Selection,
+    Stream,
+    Structure,
+    __version__,
+    open,
+)
+from ._structures import Member, structure_of
+
+__all__ = [
+    "BusyError",
+    "Channel",
+    "ConflictError",
+    "Element",
+    "ExpressionError",
+    "Finding",
+    "Member",
+    "Node",
+    "NotASceneError",
+    "OtherIndex",
+    "QuilError",
+    "QuilWarning",
+    "ReadOnlyError",
+    "RefusedError",
+    "Scene",
+    "Selection",
+    "StaleError",
+    "Stream",
+    "Structure",
+    "UnknownNameError",
+    "__version__",
+    "open",
+    "register_index_type",
+    "structure_of",
+    "unregister_index_type",
+]

@@ -70,6 +70,10 @@ class StaleError(QuilError):
     """What this object stood for has been removed, or replaced."""
 
 
+class ExpressionError(QuilError, ValueError):
+    """A condition that cannot be understood; the message shows where, by a caret."""
+
+
 class UnknownNameError(KeyError):
     """There is nothing of that name; `suggestion` is the name that was perhaps meant, or None."""
 

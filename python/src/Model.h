@@ -134,7 +134,8 @@ class NodeState : public Part, public std::enable_shared_from_this<NodeState> {
           fName(std::move(name)),
           fAssociations(std::move(associations)) {}
 
-    [[nodiscard]] SceneState& ownScene() const { return *fScene; }
+    /// Null for a node of no scene.
+    [[nodiscard]] SceneState* ownScene() const { return fScene.get(); }
     [[nodiscard]] const std::string& name() const { return fName; }
     [[nodiscard]] Data::Associations& associations() { return fAssociations; }
     [[nodiscard]] std::string description() const override;
@@ -160,6 +161,8 @@ class ChannelState : public Part, public std::enable_shared_from_this<ChannelSta
     ChannelState(std::shared_ptr<NodeState> node, Data::Channel channel)
         : fNode(std::move(node)), fChannel(std::move(channel)) {}
 
+    /// Whether it belongs to a node, which `node` then gives.
+    [[nodiscard]] bool hasNode() const { return fNode != nullptr; }
     [[nodiscard]] NodeState& node() const { return *fNode; }
     [[nodiscard]] const std::string& name() const { return fChannel.name(); }
     [[nodiscard]] Data::Channel& channel() { return fChannel; }

@@ -1,9 +1,14 @@
 // The module quilmeta._native: everything that the package has in C++.
 // SPDX-License-Identifier: Apache-2.0
-#include <nanobind/nanobind.h>
-#include <data/Accessor.h>
-#include "expressions/Expression.h"
+#include "Bindings.h"
+
 NB_MODULE(_native, module) {
-    module.def("extensions", [] { return orbo::Data::Accessor::supportedExtensions().size(); });
-    module.def("expr", [](const char*s) { try { orbo::Quilmeta::Expression e(s); return true;} catch (const std::exception&) {return false;} });
+    module.doc() = "What the package quilmeta has in C++; import quilmeta instead.";
+    module.attr("__version__") = QUILMETA_VERSION;
+    orbo::Python::defineStructures(module);
+    orbo::Python::defineElements(module);
+    orbo::Python::defineColumns(module);
+    orbo::Python::defineStreams(module);
+    orbo::Python::defineContainers(module);
+    orbo::Python::defineScenes(module);
 }

@@ -76,8 +76,8 @@ void raise(const char* className, const std::string& message,
     raise(errorsModule().attr(className)(textOf(message), findingsOf(findings, file)));
 }
 
-void raiseUnknown(const std::string& what, std::string_view name, const std::string& where,
-                  std::string_view closest) {
+void raiseUnknownName(const std::string& what, std::string_view name, const std::string& where,
+                      std::string_view closest) {
     std::string message = "no " + what + ' ' + Quilmeta::inQuotes(name);
     if (!where.empty()) message += " in " + where;
     nb::object suggestion = nb::none();

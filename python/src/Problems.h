@@ -26,14 +26,15 @@ nb::object findingsOf(const std::vector<Data::Finding>& findings, const std::str
                         const std::vector<Data::Finding>& findings, const std::string& file);
 /// Throws an `UnknownNameError`, which is a `KeyError`: "no channel "vertx" in node "a"", with the
 /// name that was perhaps meant.
-[[noreturn]] void raiseUnknown(const std::string& what, std::string_view name,
-                               const std::string& where, std::string_view closest);
+[[noreturn]] void raiseUnknownName(const std::string& what, std::string_view name,
+                                   const std::string& where, std::string_view closest);
+/// The same; `names` are those that there are.
 template <typename Names>
 [[noreturn]] void raiseUnknown(const std::string& what, std::string_view name,
                                const std::string& where, const Names& names) {
     Quilmeta::ClosestName closest(name);
     for (const auto& known : names) closest.offer(known);
-    raiseUnknown(what, name, where, closest.found());
+    raiseUnknownName(what, name, where, closest.found());
 }
 /// Throws an `OSError` of the class that fits `error`, about the file.
 [[noreturn]] void raiseSystemError(int error, const std::string& file);

@@ -1,0 +1,335 @@
+// Scenes: opening, saving and closing them, and their nodes.
+// SPDX-License-Identifier: Apache-2.0
+#include <data/Accessor.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+
+#include "Bindings.h"
+#include "Containers.h"
+#include "Problems.h"
+#include "Structures.h"
+#include "patches/ChangeReport.h"
+#include "process/Output.h"
+#include "values/SafeText.h"
+
+namespace orbo::Python {
+
+namespace {
+
+using Data::Accessor;
+using NodePtr = std::shared_ptr<NodeState>;
+using ScenePtr = std::shared_ptr<SceneState>;
+using Quilmeta::inQuotes;
+
+/// Collects what commands print as results.
+class TextOutput : public Quilmeta::Output {
+  public:
+    std::string text() {
+        flush();
+        return fText;
+    }
+
+  protected:
+    void deliver(std::string_view bytes) override { fText += bytes; }
+
+  private:
+    std::string fText;
+};
+
+/// Throws the `OSError` of a file that is not there, no regular file, or not to be read.
+void demandReadable(const std::string& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0) raiseSystemError(errno, file);
+    if (S_ISDIR(status.st_mode)) raiseSystemError(EISDIR, file);
+    if (!S_ISREG(status.st_mode)) raise("NotASceneError", file + ": is not a regular file");
+    if (::access(file.c_str(), R_OK) != 0) raiseSystemError(errno, file);
+}
+
+/// Ends a wait for other programs when the user presses Ctrl-C.
+bool isInterrupted() {
+    const nb::gil_scoped_acquire lock;
+    return PyErr_Occurred() || PyErr_CheckSignals() != 0;
+}
+
+void throwInterruption() {
+    if (PyErr_Occurred()) nb::raise_python_error();
+}
+
+std::unique_ptr<Accessor> accessorFor(const std::string& file, double wait, bool writable) {
+    std::unique_ptr<Accessor> accessor = Accessor::accessorByExtension(file);
+    if (!accessor) {
+        std::string known;
+        for (const std::string& extension : Accessor::supportedExtensions())
+            known += (known.empty() ? "" : ", ") + extension;
+        raise("NotASceneError", file + ": is no scene by its extension (known: " + known + ')');
+    }
+    accessor->setPatience(std::chrono::milliseconds(static_cast<long long>(wait * 1000)));
+    accessor->stopWaitingWhen(isInterrupted);
+    accessor->setReadPolicy({true});
+    Data::WritePolicy policy = Data::WritePolicy::careful();
+    policy.detectConflicts = writable;
+    accessor->setWritePolicy(policy);
+    return accessor;
+}
+
+/// Tells of metadata that cannot be read, and that a save keeps as it is.
+void warnOf(const Accessor& scene) {
+    for (const Data::Finding& finding : scene.findings())
+        if (Data::Finding::isInErrors(finding.code))
+            warn(scene.fileName() + ": " + finding.message);
+}
+
+ScenePtr open(nb::handle path, const std::string& mode, double wait) {
+    if (mode != "r" && mode != "r+")
+        throw nb::value_error(("a scene is opened with \"r\" or \"r+\", not " + inQuotes(mode)).c_str());
+    if (!(wait >= 0 && wait < 1e9)) throw nb::value_error("wait is a number of seconds");
+    const nb::object name = nb::module_::import_("os").attr("fsencode")(path);
+    const std::string file = nameOf(name, "the name of a file");
+    const bool writable = mode == "r+";
+    demandReadable(file);
+    if (writable && ::access(file.c_str(), W_OK) != 0) raiseSystemError(errno, file);
+    std::unique_ptr<Accessor> accessor = accessorFor(file, wait, writable);
+    bool isRead = false;
+    {
+        const nb::gil_scoped_release unlocked;
+        std::string ignored;  // the findings say more
+        isRead = accessor->read(file, ignored);
+    }
+    throwInterruption();
+    if (!isRead) raiseUnreadable(*accessor, file);
+    warnOf(*accessor);
+    return std::make_shared<SceneState>(std::move(accessor), writable);
+}
+
+/// Writes the scene, or makes only the checks that come before the first byte is written.
+void write(SceneState& scene, bool isRehearsal) {
+    const SceneState::Saving saving(scene);
+    const Accessor& accessor = scene.accessor();
+    bool isDone = false;
+    std::string errors;
+    {
+        const nb::gil_scoped_release unlocked;
+        isDone = isRehearsal ? accessor.rehearse(errors) : accessor.write(errors);
+    }
+    throwInterruption();
+    if (!isDone) raiseUnwritten(accessor, errors);
+    warnOf(accessor);
+}
+
+bool save(SceneState& scene) {
+    write(scene, false);
+    return scene.accessor().metEdits();
+}
+
+/// Gives what `quilmeta ... --dry-run` prints: what a save would change.
+nb::str dryRun(SceneState& scene) {
+    write(scene, true);
+    const Accessor& accessor = scene.accessor();
+    TextOutput output;
+    if (!accessor.metEdits()) return textOf({});
+    const std::string& file = accessor.fileName();
+    const double wait = std::chrono::duration<double>(accessor.patience()).count();
+    const auto before = accessorFor(file, wait, false);
+    std::string ignored;
+    if (!before->read(file, ignored)) raiseUnreadable(*before, file);
+    Quilmeta::showDryRun(*before, accessor, output);
+    return textOf(output.text());
+}
+
+void close(SceneState& scene) {
+    if (scene.isClosed()) return;
+    const bool isLost = scene.isWritable() && scene.accessor().isEdited();
+    scene.close();
+    if (isLost) warn(scene.accessor().fileName() + ": closed with changes that were not saved");
+}
+
+/// Ends a `with`: what was changed is saved, unless an exception ended it.
+void leave(SceneState& scene, nb::handle exception) {
+    if (!exception.is_none()) return scene.close();
+    if (scene.isWritable()) save(scene);
+    close(scene);
+}
+
+NodePtr demandNode(const ScenePtr& scene, const std::string& name) {
+    if (!name.empty())
+        if (auto node = scene->node(name)) return node;
+    if (name.empty()) throw nb::key_error("the scene's own metadata is scene.metadata");
+    raiseUnknown("node", name, scene->description(), scene->names());
+}
+
+/// Gives the node, which is made when there is none.
+NodePtr ensureNode(const ScenePtr& scene, const std::string& name) {
+    scene->demandWritable();
+    const auto node = scene->node(name);
+    return node ? node : scene->addNode(name);
+}
+
+NodePtr addNode(const ScenePtr& scene, const nb::str& name) {
+    const std::string text = bytesOf(name, "the name of a node");
+    scene->demandWritable();
+    if (text.empty()) throw nb::value_error("a node has a name; scene.metadata is there already");
+    if (scene->node(text)) throw nb::value_error(("there is a node " + inQuotes(text)).c_str());
+    return scene->addNode(text);
+}
+
+/// Adds a stream, with the node and the channel where there are none.
+nb::object addStream(const ScenePtr& scene, const nb::str& node, const nb::str& channel,
+                     const nb::str& stream, nb::handle source, const nb::str& indexType) {
+    const NodePtr owner = ensureNode(scene, bytesOf(node, "the name of a node"));
+    const std::string name = bytesOf(channel, "the name of a channel");
+    auto found = owner->channel(name);
+    if (!found) found = owner->addChannel(name);
+    return nb::cast(found).attr("add")(stream, source, indexType);
+}
+
+void setNode(const ScenePtr& scene, const nb::str& name, const NodePtr& source) {
+    const std::string text = bytesOf(name, "the name of a node");
+    scene->demandWritable();
+    source->demandPresent();
+    const NodePtr copy = copyOf(source, text);
+    scene->removeNode(text);
+    fill(scene->addNode(text), copy);
+}
+
+nb::dict structuresOf(const SceneState& scene) {
+    nb::dict structures;
+    for (const Data::Structure* structure : scene.accessor().structures())
+        structures[textOf(structure->name())] = StructureValue{StructurePtr(structure)};
+    return structures;
+}
+
+nb::str shown(const SceneState& scene) {
+    const auto count = scene.names().size();
+    return textOf("<quilmeta.Scene " + inQuotes(scene.accessor().fileName()) + ": " +
+                  std::to_string(count) + (count == 1 ? " node" : " nodes") +
+                  (scene.isClosed()     ? ", closed>"
+                   : scene.isWritable() ? ", mode \"r+\">"
+                                        : ", mode \"r\">"));
+}
+
+void refuseCopies(nb::handle, nb::handle) {
+    throw nb::type_error(
+        "a scene stands for a file, which cannot be pickled or copied: pickle its name, or copy "
+        "its nodes");
+}
+
+void defineNodes(nb::class_<SceneState>& type) {
+    const auto viewOf = [](const char* name) {
+        return [name](nb::handle self) {
+            return nb::module_::import_("collections.abc").attr(name)(self);
+        };
+    };
+    type.def("__len__", [](const SceneState& self) { return self.names().size(); })
+        .def(
+            "__iter__", [](const SceneState& self) { return nb::iter(textsOf(self.names())); },
+            nb::sig("def __iter__(self) -> collections.abc.Iterator[str]"))
+        .def(
+            "__contains__",
+            [](const ScenePtr& self, nb::handle name) {
+                if (!PyUnicode_Check(name.ptr())) return false;
+                const std::string text = bytesOf(name, "a name");
+                return !text.empty() && self->node(text) != nullptr;
+            },
+            nb::sig("def __contains__(self, name: object, /) -> bool"))
+        .def("__getitem__",
+             [](const ScenePtr& self, const nb::str& name) {
+                 return demandNode(self, bytesOf(name, "a name"));
+             },
+             nb::sig("def __getitem__(self, name: str, /) -> Node"))
+        .def("__setitem__", setNode,
+             nb::sig("def __setitem__(self, name: str, node: Node, /) -> None"),
+             "Stores a copy of a node, in place of one of the same name.")
+        .def(
+            "__delitem__",
+            [](const ScenePtr& self, const nb::str& name) {
+                const std::string text = bytesOf(name, "a name");
+                self->demandWritable();
+                demandNode(self, text);
+                self->removeNode(text);
+            },
+            nb::sig("def __delitem__(self, name: str, /) -> None"))
+        .def(
+            "get",
+            [](const ScenePtr& self, const nb::str& name, nb::handle otherwise) -> nb::object {
+                const std::string text = bytesOf(name, "a name");
+                const NodePtr node = text.empty() ? nullptr : self->node(text);
+                return node ? nb::cast(node) : nb::borrow(otherwise);
+            },
+            nb::arg("name"), nb::arg("default") = nb::none(),
+            nb::sig("def get(self, name: str, default: typing.Any = None) -> Node | typing.Any"))
+        .def("keys", viewOf("KeysView"),
+             nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
+        .def("values", viewOf("ValuesView"),
+             nb::sig("def values(self) -> collections.abc.ValuesView[Node]"))
+        .def("items", viewOf("ItemsView"),
+             nb::sig("def items(self) -> collections.abc.ItemsView[str, Node]"))
+        .def("add", addNode, nb::arg("node"), "Adds an empty node.")
+        .def("add", addStream, nb::arg("node"), nb::arg("channel"), nb::arg("stream"),
+             nb::arg("source"), nb::arg("index_type") = "numeric",
+             nb::sig("def add(self, node: str, channel: str, stream: str, source: typing.Any, "
+                     "index_type: str = 'numeric') -> Stream"),
+             "Adds a stream as `Channel.add` does, with node and channel where there are none.");
+}
+
+}  // namespace
+
+void defineScenes(nb::module_& module) {
+    nb::class_<SceneState> type(module, "Scene", nb::is_weak_referenceable(),
+                                "The metadata of a scene file: a mapping of the named nodes.");
+    defineNodes(type);
+    type.def_prop_ro(
+            "metadata",
+            [](const ScenePtr& self) {
+                const NodePtr own = self->node("");
+                // Making it changes nothing that a file could tell.
+                return own ? own : self->addNode("");
+            },
+            "The scene's own metadata, a node with the empty name.")
+        .def_prop_ro("structures", structuresOf,
+                     nb::sig("def structures(self) -> dict[str, Structure]"),
+                     "The structures by name: a copy.")
+        .def_prop_ro("findings",
+                     [](const SceneState& self) {
+                         const Accessor& accessor = self.accessor();
+                         return findingsOf(accessor.findings(), accessor.fileName());
+                     },
+                     nb::sig("def findings(self) -> tuple[quilmeta._errors.Finding, ...]"),
+                     "What the last read, or save, found.")
+        .def_prop_ro("path",
+                     [](const SceneState& self) { return textOf(self.accessor().fileName()); })
+        .def_prop_ro("mode",
+                     [](const SceneState& self) { return self.isWritable() ? "r+" : "r"; })
+        .def_prop_ro("closed", [](const SceneState& self) { return self.isClosed(); })
+        .def_prop_ro(
+            "is_edited", [](const SceneState& self) { return self.accessor().isEdited(); },
+            "Whether a save has something to write. Compares all values.")
+        .def("save", save,
+             "Writes what has changed, by one rewrite that survives a kill. Returns whether there "
+             "was anything to write. Raises ConflictError when somebody else has written since.")
+        .def("dry_run", dryRun,
+             "What a save would change, as `quilmeta --dry-run` prints it, after all checks.")
+        .def("close", close,
+             "Ends changes. What was read stays there to be read; nothing is saved.")
+        .def("__enter__", [](const ScenePtr& self) { return self; })
+        .def("__exit__",
+             [](SceneState& self, nb::handle exception, nb::handle, nb::handle) {
+                 leave(self, exception);
+             },
+             nb::arg("exception").none(), nb::arg("value").none(), nb::arg("traceback").none(),
+             nb::sig("def __exit__(self, exception: object, value: object, traceback: object) "
+                     "-> None"))
+        .def("__reduce_ex__", refuseCopies,
+             nb::sig("def __reduce_ex__(self, protocol: typing.SupportsIndex, /) -> typing.NoReturn"))
+        .def("__repr__", shown);
+    module.def("open", open, nb::arg("path"), nb::arg("mode") = "r", nb::arg("wait") = 10.0,
+               nb::sig("def open(path: str | bytes | os.PathLike[str] | os.PathLike[bytes], "
+                       "mode: typing.Literal['r', 'r+'] = 'r', wait: float = 10.0) -> Scene"),
+               "Reads a scene. With \"r+\" it can be changed, and a `with` saves it when it ends "
+               "without an exception. No lock is held in between: a save finds out whether "
+               "somebody else has written. `wait` is for how many seconds to wait for others.");
+}
+
+}  // namespace orbo::Python
