@@ -42,6 +42,7 @@ nanobind_add_stub(_native_stub MODULE _native OUTPUT ${QUILMETA_PACKAGE}/_native
                   PYTHON_PATH ${PROJECT_BINARY_DIR}/python/quilmeta DEPENDS _native)
 
 if(SKBUILD)
+    set(CMAKE_INSTALL_LIBDIR lib)  # whatever the system calls it
     install(TARGETS _native LIBRARY DESTINATION .)
     install(FILES ${QUILMETA_PACKAGE}/_native.pyi DESTINATION .)
 endif()

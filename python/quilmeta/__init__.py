@@ -9,6 +9,8 @@
         pose.loc["lid"]["side"] = -1
 """
 
+from pathlib import Path as _Path
+
 from ._errors import (
     BusyError,
     ConflictError,
@@ -36,6 +38,13 @@ from ._native import (
 )
 from ._structures import Member, structure_of
 
+
+
+def cmake_dir() -> str:
+    """The folder that CMake finds the C++ library by: -DMetaData_DIR=..."""
+    return str(_Path(__file__).parent / "lib" / "cmake" / "MetaData")
+
+
 __all__ = [
     "BusyError",
     "Channel",
@@ -58,6 +67,7 @@ __all__ = [
     "Structure",
     "UnknownNameError",
     "__version__",
+    "cmake_dir",
     "open",
     "register_index_type",
     "structure_of",

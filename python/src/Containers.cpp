@@ -180,7 +180,7 @@ void defineMapping(Class& type, const char* className, const char* partName, con
         .def("__reduce__",
              [maker](const Owner& self) {
                  self->demandPresent();
-                 return nb::make_tuple(nb::module_::import_("quilmeta._native").attr(maker),
+                 return nb::make_tuple(nb::module_::import_("quilmeta._restore").attr(maker),
                                        nb::make_tuple(textOf(self->name()), partsOf(self)));
              },
              nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
@@ -209,7 +209,7 @@ void defineMapping(Class& type, const char* className, const char* partName, con
 void defineChannel(nb::module_& module) {
     nb::class_<ChannelState> type(module, "Channel", nb::is_weak_referenceable(),
                                   "What a node's streams are about: a mapping of their names.");
-    defineMapping<ChannelState>(type, "Channel", "Stream", "_channel_of");
+    defineMapping<ChannelState>(type, "Channel", "Stream", "channel");
     type.def(
             "__setitem__",
             [](const ChannelPtr& self, const nb::str& name, const StreamState& source) {
@@ -238,7 +238,7 @@ void defineChannel(nb::module_& module) {
 void defineNode(nb::module_& module) {
     nb::class_<NodeState> type(module, "Node", nb::is_weak_referenceable(),
                                "All metadata of one object: a mapping of channels by name.");
-    defineMapping<NodeState>(type, "Node", "Channel", "_node_of");
+    defineMapping<NodeState>(type, "Node", "Channel", "node");
     type.def(
             "__setitem__",
             [](const NodePtr& self, const nb::str& name, const ChannelPtr& source) {

@@ -168,10 +168,15 @@ class Walk {
     }
 
     nb::object next() {
+        if (auto item = advance()) return *item;
+        throw nb::stop_iteration();
+    }
+    /// Gives nothing at the end.
+    std::optional<nb::object> advance() {
         fStream->demandPresent();
         if (fGeneration != fStream->generation())
             throw std::runtime_error(fStream->description() + " changed while it was walked");
-        if (fNext == fRange->end()) throw nb::stop_iteration();
+        if (fNext == fRange->end()) return std::nullopt;
         Index index = fNext->index;
         ++fNext;
         return yielded(fStream, std::move(index), fWhat);
@@ -204,13 +209,10 @@ bool contains(const StreamPtr& stream, nb::handle key) {
 
 bool viewContains(const View& self, nb::handle item) {
     if (self.what == Yield::kKeys) return contains(self.stream, item);
-    for (Walk walk(self.stream, self.what);;) {
-        try {
-            if (walk.next().equal(item)) return true;
-        } catch (nb::stop_iteration&) {
-            return false;
-        }
-    }
+    Walk walk(self.stream, self.what);
+    while (const auto found = walk.advance())
+        if (found->equal(item)) return true;
+    return false;
 }
 
 /// Gives the elements for which an expression is true.
@@ -278,7 +280,7 @@ nb::tuple reduced(const StreamPtr& self) {
         rows.append(dictOf(*self, index));
     }
     const Stream& stream = self->stream();
-    const nb::object maker = nb::module_::import_("quilmeta._native").attr("_stream_of");
+    const nb::object maker = nb::module_::import_("quilmeta._restore").attr("stream");
     return nb::make_tuple(
         maker, nb::make_tuple(textOf(stream.name()),
                               StructureValue{StructurePtr(&stream.structure())},
