@@ -59,7 +59,8 @@ def values_for(values: Any, format: str, shape: tuple[int, ...]) -> Any:
         low, high = int(given.min()), int(given.max())
         if low < limits.min or high > limits.max:
             raise OverflowError(f"{low if low < limits.min else high} is out of range for {wanted}")
-    fitted = numpy.array(numpy.broadcast_to(given, shape), dtype=wanted, order="C")
+    with numpy.errstate(over="ignore"):
+        fitted = numpy.array(numpy.broadcast_to(given, shape), dtype=wanted, order="C")
     if wanted.kind == "f" and (numpy.isinf(fitted) & ~numpy.isinf(given)).any():
         raise OverflowError(f"a value is out of range for {wanted}")
     return fitted

@@ -429,6 +429,13 @@ void defineStreams(nb::module_& module) {
                             "Elements of one structure, each under an index. A name gives the "
                             "column of a member, a number or a pair the element; `loc` takes any "
                             "index.")
+        .def(nb::new_([](const nb::str& name, nb::handle source, const nb::str& indexType) {
+                 return std::make_shared<StreamState>(
+                     newStream(structureOf(source), bytesOf(name, "the name of a stream"),
+                               bytesOf(indexType, "the type of indices")));
+             }),
+             nb::arg("name"), nb::arg("source"), nb::arg("index_type") = "numeric",
+             "An empty stream of no scene, of a structure or of what `structure_of` takes.")
         .def_prop_ro("name",
                      [](const StreamState& self) {
                          self.demandPresent();

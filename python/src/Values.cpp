@@ -121,7 +121,7 @@ T floatAs(const Member& member, nb::handle value) {
 OwnedText textAs(const Member& member, nb::handle value) {
     if (value.is_none()) return nullptr;
     if (!PyUnicode_Check(value.ptr()) && !PyBytes_Check(value.ptr())) refuseType(member, value);
-    const std::string text = nameOf(value, "a string");
+    const std::string text = nameOf(value, Quilmeta::inQuotes(member.name()).c_str());
     OwnedText copy(::strdup(text.c_str()));
     if (!copy) throw std::bad_alloc();
     return copy;
