@@ -38,8 +38,23 @@ foreach(module IN LISTS QUILMETA_MODULES)
         file(CREATE_LINK ${module} ${QUILMETA_PACKAGE}/${name} SYMBOLIC)
     endif()
 endforeach()
-nanobind_add_stub(_native_stub MODULE _native OUTPUT ${QUILMETA_PACKAGE}/_native.pyi
+nanobind_add_stub(_native_stub INCLUDE_PRIVATE MODULE _native OUTPUT ${QUILMETA_PACKAGE}/_native.pyi
                   PYTHON_PATH ${PROJECT_BINARY_DIR}/python/quilmeta DEPENDS _native)
+
+if(BUILD_TESTING)
+    set(package_path ${PROJECT_BINARY_DIR}/python)
+    set(settings ${PROJECT_SOURCE_DIR}/pyproject.toml)
+    add_test(NAME python-tests COMMAND ${Python_EXECUTABLE} -m pytest -c ${settings}
+             --rootdir ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/python/tests)
+    add_test(NAME python-types COMMAND ${Python_EXECUTABLE} -m mypy --config-file ${settings}
+             --cache-dir ${PROJECT_BINARY_DIR}/mypy -p quilmeta WORKING_DIRECTORY ${package_path})
+    add_test(NAME python-stubs COMMAND ${Python_EXECUTABLE} -m mypy.stubtest
+             --mypy-config-file ${settings} --allowlist ${PROJECT_SOURCE_DIR}/python/stubtest-allow.txt
+             quilmeta WORKING_DIRECTORY ${package_path})
+    set_tests_properties(python-tests python-types python-stubs PROPERTIES
+        LABELS python TIMEOUT 300 ENVIRONMENT
+        "PYTHONPATH=${package_path};QUILMETA_COMMAND=$<TARGET_FILE:quilmeta>;PYTHONDONTWRITEBYTECODE=1")
+endif()
 
 if(SKBUILD)
     set(CMAKE_INSTALL_LIBDIR lib)  # whatever the system calls it

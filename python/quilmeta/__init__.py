@@ -33,11 +33,13 @@ from ._native import (
     Selection,
     Stream,
     Structure,
-    __version__,
+    _version,
     open,
 )
 from ._structures import Member, structure_of
 
+
+__version__ = _version()
 
 
 def cmake_dir() -> str:

@@ -263,8 +263,7 @@ void scatter(StreamState& state, const Indices& indices, const std::string& name
     state.demandWritable();
     const StructurePtr structure(&state.stream().structure());
     const Member& member = memberOf(*structure, name);
-    if (member.type() == Member::kString)
-        return scatterObjects(state, indices, member, values);
+    if (member.type() == Member::kString) return scatterObjects(state, indices, member, values);
     const Shape shape(member, indices.size());
     const nb::object array =
         columnsModule().attr("values_for")(values, shape.format, shape.sizes());

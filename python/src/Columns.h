@@ -19,8 +19,8 @@ using Indices = std::vector<Data::Index>;
 /// The indices of all elements, in order.
 Indices indicesOf(const StreamState& stream);
 /// Gives a member of all elements. Where the storage is dense, or can be made so, the array is a
-/// view of the elements, which may be written when the scene may; otherwise it is a copy to be read.
-/// Strings are copied. Without NumPy, arrays are `memoryview`s, and strings a tuple.
+/// view of the elements, which may be written when the scene may; otherwise it is a copy to be
+/// read. Strings are copied. Without NumPy, arrays are `memoryview`s, and strings a tuple.
 nb::object columnOf(StreamState& stream, const std::string& member);
 /// Gives a copy of a member of these elements, to be read.
 nb::object gather(const StreamState& stream, const Indices& indices, const std::string& member);

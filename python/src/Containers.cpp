@@ -168,22 +168,22 @@ void defineMapping(Class& type, const char* className, const char* partName, con
                 return nb::borrow(otherwise);
             },
             nb::arg("name"), nb::arg("default") = nb::none(),
-            sig(std::string("def get(self, name: str, default: typing.Any = None) -> ") +
-                partName + " | typing.Any"))
-        .def("keys", viewOf("KeysView"),
-             nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
+            sig(std::string("def get(self, name: str, default: typing.Any = None) -> ") + partName +
+                " | typing.Any"))
+        .def("keys", viewOf("KeysView"), nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
         .def("values", viewOf("ValuesView"),
              sig(std::string("def values(self) -> collections.abc.ValuesView[") + partName + ']'))
         .def("items", viewOf("ItemsView"),
              sig("def items(self) -> collections.abc.ItemsView" + view))
         .def("__eq__", isEqual<Owner>, nb::sig("def __eq__(self, other: object, /) -> bool"))
-        .def("__reduce__",
-             [maker](const Owner& self) {
-                 self->demandPresent();
-                 return nb::make_tuple(nb::module_::import_("quilmeta._restore").attr(maker),
-                                       nb::make_tuple(textOf(self->name()), partsOf(self)));
-             },
-             nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
+        .def(
+            "__reduce__",
+            [maker](const Owner& self) {
+                self->demandPresent();
+                return nb::make_tuple(nb::module_::import_("quilmeta._restore").attr(maker),
+                                      nb::make_tuple(textOf(self->name()), partsOf(self)));
+            },
+            nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
         .def(
             "copy",
             [](const Owner& self) {
@@ -196,14 +196,14 @@ void defineMapping(Class& type, const char* className, const char* partName, con
                  self->demandPresent();
                  return copyOf(self, self->name());
              })
-        .def("__deepcopy__",
-             [](const Owner& self, nb::handle) {
-                 self->demandPresent();
-                 return copyOf(self, self->name());
-             },
-             sig(std::string("def __deepcopy__(self, memo: typing.Any, /) -> ") + className))
-        .def("__repr__",
-             [className](const Owner& self) { return textOf(shown(self, className)); });
+        .def(
+            "__deepcopy__",
+            [](const Owner& self, nb::handle) {
+                self->demandPresent();
+                return copyOf(self, self->name());
+            },
+            sig(std::string("def __deepcopy__(self, memo: typing.Any, /) -> ") + className))
+        .def("__repr__", [className](const Owner& self) { return textOf(shown(self, className)); });
 }
 
 void defineChannel(nb::module_& module) {
@@ -226,7 +226,8 @@ void defineChannel(nb::module_& module) {
                 self->removeStream(text);
             },
             nb::sig("def __delitem__(self, name: str, /) -> None"))
-        .def("add", addStream, nb::arg("name"), nb::arg("source"), nb::arg("index_type") = "numeric",
+        .def("add", addStream, nb::arg("name"), nb::arg("source"),
+             nb::arg("index_type") = "numeric",
              nb::sig("def add(self, name: str, source: typing.Any, "
                      "index_type: str = 'numeric') -> Stream"),
              "Adds an empty stream of a structure, or of what `structure_of` takes; or a copy of a "

@@ -51,8 +51,7 @@ nb::object valueIn(const StreamState& stream, const Index& index, const std::str
 using NewValues = std::vector<std::pair<const Member*, NewValue>>;
 
 NewValues newValuesOf(const Structure& structure, nb::handle given) {
-    const nb::object items =
-        nb::module_::import_("quilmeta._structures").attr("items_of")(given);
+    const nb::object items = nb::module_::import_("quilmeta._structures").attr("items_of")(given);
     NewValues values;
     for (nb::handle item : items) {
         const Member& member = memberOf(structure, bytesOf(item[0], "the name of a member"));
@@ -146,39 +145,42 @@ void defineElements(nb::module_& module) {
             "__iter__",
             [](const ElementValue& self) { return nb::iter(dictOf(*self.stream, self.index)); },
             nb::sig("def __iter__(self) -> collections.abc.Iterator[str]"))
-        .def("__contains__",
-             [](const ElementValue& self, nb::handle name) {
-                 self.stream->demandPresent();
-                 return PyUnicode_Check(name.ptr()) &&
-                        self.stream->stream().structure().member(bytesOf(name, "a name"));
-             },
-             nb::sig("def __contains__(self, name: object, /) -> bool"))
+        .def(
+            "__contains__",
+            [](const ElementValue& self, nb::handle name) {
+                self.stream->demandPresent();
+                return PyUnicode_Check(name.ptr()) &&
+                       self.stream->stream().structure().member(bytesOf(name, "a name"));
+            },
+            nb::sig("def __contains__(self, name: object, /) -> bool"))
         .def(
             "__getitem__",
             [](const ElementValue& self, const nb::str& name) {
                 return valueIn(*self.stream, self.index, bytesOf(name, "a name"));
             },
             nb::sig("def __getitem__(self, name: str, /) -> typing.Any"))
-        .def("__setitem__",
-             [](const ElementValue& self, const nb::str& name, nb::handle value) {
-                 setMember(*self.stream, self.index, bytesOf(name, "a name"), value);
-             },
-             nb::sig("def __setitem__(self, name: str, value: typing.Any, /) -> None"))
-        .def("keys",
-             [](const ElementValue& self) {
-                 return dictOf(*self.stream, self.index).attr("keys")();
-             },
-             nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
-        .def("values",
-             [](const ElementValue& self) {
-                 return dictOf(*self.stream, self.index).attr("values")();
-             },
-             nb::sig("def values(self) -> collections.abc.ValuesView[typing.Any]"))
+        .def(
+            "__setitem__",
+            [](const ElementValue& self, const nb::str& name, nb::handle value) {
+                setMember(*self.stream, self.index, bytesOf(name, "a name"), value);
+            },
+            nb::sig("def __setitem__(self, name: str, value: typing.Any, /) -> None"))
+        .def(
+            "keys",
+            [](const ElementValue& self) {
+                return dictOf(*self.stream, self.index).attr("keys")();
+            },
+            nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
+        .def(
+            "values",
+            [](const ElementValue& self) {
+                return dictOf(*self.stream, self.index).attr("values")();
+            },
+            nb::sig("def values(self) -> collections.abc.ValuesView[typing.Any]"))
         .def("items", itemsOf,
              nb::sig("def items(self) -> collections.abc.ItemsView[str, typing.Any]"))
         .def(
-            "asdict",
-            [](const ElementValue& self) { return dictOf(*self.stream, self.index); },
+            "asdict", [](const ElementValue& self) { return dictOf(*self.stream, self.index); },
             nb::sig("def asdict(self) -> dict[str, typing.Any]"),
             "A copy of the values, in member order. Lists are tuples, matrices tuples of rows.")
         .def(

@@ -75,9 +75,8 @@ std::shared_ptr<NodeState> SceneState::node(const std::string& name) {
     auto& nodes = fAccessor->associations();
     const auto found = nodes.find(name);
     if (found == nodes.end()) return nullptr;
-    return fNodes.get(name, [&] {
-        return std::make_shared<NodeState>(shared_from_this(), name, found->second);
-    });
+    return fNodes.get(
+        name, [&] { return std::make_shared<NodeState>(shared_from_this(), name, found->second); });
 }
 
 std::shared_ptr<NodeState> SceneState::addNode(const std::string& name) {
@@ -140,8 +139,8 @@ std::string ChannelState::description() const { return "channel " + inQuotes(nam
 std::shared_ptr<StreamState> ChannelState::stream(const std::string& name) {
     Stream* const found = fChannel.findDataStream(name);
     if (!found) return nullptr;
-    return fStreams.get(
-        name, [&] { return std::make_shared<StreamState>(shared_from_this(), *found); });
+    return fStreams.get(name,
+                        [&] { return std::make_shared<StreamState>(shared_from_this(), *found); });
 }
 
 std::shared_ptr<StreamState> ChannelState::setStream(const Stream& stream) {
@@ -165,10 +164,10 @@ std::string StreamState::description() const {
 
 void StreamState::demandMovable() const {
     if (!hasViews()) return;
-    throw nb::buffer_error(
-        (description() + " has elements whose memory " + std::to_string(fViews) +
-         (fViews == 1 ? " array shares" : " arrays share") + "; copy and delete the array first")
-            .c_str());
+    throw nb::buffer_error((description() + " has elements whose memory " + std::to_string(fViews) +
+                            (fViews == 1 ? " array shares" : " arrays share") +
+                            "; copy and delete the array first")
+                               .c_str());
 }
 
 bool StreamState::makeDense() {

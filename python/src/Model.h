@@ -101,8 +101,8 @@ class SceneState : public Part, public std::enable_shared_from_this<SceneState> 
     /// The names of the nodes, without the scene's own.
     [[nodiscard]] std::vector<std::string> names() const;
 
-    /// Gives the scene's structure that equals this one, which it adds when it has none of the name.
-    /// Throws `RefusedError` when it has another one of that name.
+    /// Gives the scene's structure that equals this one, which it adds when it has none of the
+    /// name. Throws `RefusedError` when it has another one of that name.
     StructurePtr adopt(const StructurePtr& structure);
 
     /// While it lives, other threads may look at the scene, but not change it.

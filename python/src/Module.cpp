@@ -4,7 +4,7 @@
 
 NB_MODULE(_native, module) {
     module.doc() = "What the package quilmeta has in C++; import quilmeta instead.";
-    module.attr("__version__") = QUILMETA_VERSION;
+    module.def("_version", [] { return QUILMETA_VERSION; });
     orbo::Python::defineStructures(module);
     orbo::Python::defineElements(module);
     orbo::Python::defineColumns(module);

@@ -84,7 +84,8 @@ void warnOf(const Accessor& scene) {
 
 ScenePtr open(nb::handle path, const std::string& mode, double wait) {
     if (mode != "r" && mode != "r+")
-        throw nb::value_error(("a scene is opened with \"r\" or \"r+\", not " + inQuotes(mode)).c_str());
+        throw nb::value_error(
+            ("a scene is opened with \"r\" or \"r+\", not " + inQuotes(mode)).c_str());
     if (!(wait >= 0 && wait < 1e9)) throw nb::value_error("wait is a number of seconds");
     const nb::object name = nb::module_::import_("os").attr("fsencode")(path);
     const std::string file = nameOf(name, "the name of a file");
@@ -234,11 +235,12 @@ void defineNodes(nb::class_<SceneState>& type) {
                 return !text.empty() && self->node(text) != nullptr;
             },
             nb::sig("def __contains__(self, name: object, /) -> bool"))
-        .def("__getitem__",
-             [](const ScenePtr& self, const nb::str& name) {
-                 return demandNode(self, bytesOf(name, "a name"));
-             },
-             nb::sig("def __getitem__(self, name: str, /) -> Node"))
+        .def(
+            "__getitem__",
+            [](const ScenePtr& self, const nb::str& name) {
+                return demandNode(self, bytesOf(name, "a name"));
+            },
+            nb::sig("def __getitem__(self, name: str, /) -> Node"))
         .def("__setitem__", setNode,
              nb::sig("def __setitem__(self, name: str, node: Node, /) -> None"),
              "Stores a copy of a node, in place of one of the same name.")
@@ -260,8 +262,7 @@ void defineNodes(nb::class_<SceneState>& type) {
             },
             nb::arg("name"), nb::arg("default") = nb::none(),
             nb::sig("def get(self, name: str, default: typing.Any = None) -> Node | typing.Any"))
-        .def("keys", viewOf("KeysView"),
-             nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
+        .def("keys", viewOf("KeysView"), nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
         .def("values", viewOf("ValuesView"),
              nb::sig("def values(self) -> collections.abc.ValuesView[Node]"))
         .def("items", viewOf("ItemsView"),
@@ -291,17 +292,17 @@ void defineScenes(nb::module_& module) {
         .def_prop_ro("structures", structuresOf,
                      nb::sig("def structures(self) -> dict[str, Structure]"),
                      "The structures by name: a copy.")
-        .def_prop_ro("findings",
-                     [](const SceneState& self) {
-                         const Accessor& accessor = self.accessor();
-                         return findingsOf(accessor.findings(), accessor.fileName());
-                     },
-                     nb::sig("def findings(self) -> tuple[quilmeta._errors.Finding, ...]"),
-                     "What the last read, or save, found.")
+        .def_prop_ro(
+            "findings",
+            [](const SceneState& self) {
+                const Accessor& accessor = self.accessor();
+                return findingsOf(accessor.findings(), accessor.fileName());
+            },
+            nb::sig("def findings(self) -> tuple[quilmeta._errors.Finding, ...]"),
+            "What the last read, or save, found.")
         .def_prop_ro("path",
                      [](const SceneState& self) { return textOf(self.accessor().fileName()); })
-        .def_prop_ro("mode",
-                     [](const SceneState& self) { return self.isWritable() ? "r+" : "r"; })
+        .def_prop_ro("mode", [](const SceneState& self) { return self.isWritable() ? "r+" : "r"; })
         .def_prop_ro("closed", [](const SceneState& self) { return self.isClosed(); })
         .def_prop_ro(
             "is_edited", [](const SceneState& self) { return self.accessor().isEdited(); },
@@ -314,15 +315,17 @@ void defineScenes(nb::module_& module) {
         .def("close", close,
              "Ends changes. What was read stays there to be read; nothing is saved.")
         .def("__enter__", [](const ScenePtr& self) { return self; })
-        .def("__exit__",
-             [](SceneState& self, nb::handle exception, nb::handle, nb::handle) {
-                 leave(self, exception);
-             },
-             nb::arg("exception").none(), nb::arg("value").none(), nb::arg("traceback").none(),
-             nb::sig("def __exit__(self, exception: object, value: object, traceback: object) "
-                     "-> None"))
+        .def(
+            "__exit__",
+            [](SceneState& self, nb::handle exception, nb::handle, nb::handle) {
+                leave(self, exception);
+            },
+            nb::arg("exception").none(), nb::arg("value").none(), nb::arg("traceback").none(),
+            nb::sig("def __exit__(self, exception: object, value: object, traceback: object) "
+                    "-> None"))
         .def("__reduce_ex__", refuseCopies,
-             nb::sig("def __reduce_ex__(self, protocol: typing.SupportsIndex, /) -> typing.NoReturn"))
+             nb::sig(
+                 "def __reduce_ex__(self, protocol: typing.SupportsIndex, /) -> typing.NoReturn"))
         .def("__repr__", shown);
     module.def("open", open, nb::arg("path"), nb::arg("mode") = "r", nb::arg("wait") = 10.0,
                nb::sig("def open(path: str | bytes | os.PathLike[str] | os.PathLike[bytes], "

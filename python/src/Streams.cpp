@@ -121,8 +121,10 @@ Indices indicesIn(const StreamState& state, nb::handle keys) {
 
 nb::object located(const Loc& self, nb::handle key) {
     if (PySlice_Check(key.ptr()))
-        return nb::cast(Selection{self.stream, indicesBetween(*self.stream, nb::borrow<nb::slice>(key))});
-    if (PyList_Check(key.ptr())) return nb::cast(Selection{self.stream, indicesIn(*self.stream, key)});
+        return nb::cast(
+            Selection{self.stream, indicesBetween(*self.stream, nb::borrow<nb::slice>(key))});
+    if (PyList_Check(key.ptr()))
+        return nb::cast(Selection{self.stream, indicesIn(*self.stream, key)});
     return nb::cast(elementAt(self.stream, key));
 }
 
@@ -141,9 +143,8 @@ nb::object placed(const ILoc& self, nb::handle place) {
     if (at == -1 && PyErr_Occurred()) nb::raise_python_error();
     if (at < 0) at += count;
     if (at < 0 || at >= count)
-        throw nb::index_error((self.stream->description() + " has " + std::to_string(count) +
-                               " elements")
-                                  .c_str());
+        throw nb::index_error(
+            (self.stream->description() + " has " + std::to_string(count) + " elements").c_str());
     return nb::cast(ElementValue{self.stream, indices[static_cast<std::size_t>(at)]});
 }
 
@@ -231,9 +232,8 @@ Selection filter(const StreamPtr& state, const std::string& text) {
         place.set(Field::kFile, names.file).set(Field::kNode, names.node);
         place.set(Field::kChannel, names.channel).set(Field::kStream, stream.name());
         StreamFilter(expression, stream.structure())
-            .forEach(stream, place, [&](const auto& index, const auto&) {
-                found.indices.push_back(index);
-            });
+            .forEach(stream, place,
+                     [&](const auto& index, const auto&) { found.indices.push_back(index); });
     } catch (const ExpressionError& error) {
         raise("ExpressionError", error.what());
     }
@@ -267,8 +267,7 @@ std::string shown(const StreamPtr& self) {
     const auto count = std::to_string(stream.elementCount());
     return "<quilmeta.Stream " + inQuotes(stream.name()) + ": " + count +
            (count == "1" ? " element of " : " elements of ") +
-           Quilmeta::shownName(stream.structure().name()) + ", " + stream.indexType() +
-           " index>";
+           Quilmeta::shownName(stream.structure().name()) + ", " + stream.indexType() + " index>";
 }
 
 nb::tuple reduced(const StreamPtr& self) {
@@ -281,17 +280,15 @@ nb::tuple reduced(const StreamPtr& self) {
     }
     const Stream& stream = self->stream();
     const nb::object maker = nb::module_::import_("quilmeta._restore").attr("stream");
-    return nb::make_tuple(
-        maker, nb::make_tuple(textOf(stream.name()),
-                              StructureValue{StructurePtr(&stream.structure())},
-                              textOf(stream.indexType()), keys, rows));
+    return nb::make_tuple(maker, nb::make_tuple(textOf(stream.name()),
+                                                StructureValue{StructurePtr(&stream.structure())},
+                                                textOf(stream.indexType()), keys, rows));
 }
 
 StreamPtr made(const nb::str& name, const StructureValue& structure, const nb::str& indexType,
                const nb::list& keys, const nb::list& rows) {
-    StreamPtr state =
-        std::make_shared<StreamState>(newStream(structure.structure, bytesOf(name, "a name"),
-                                                bytesOf(indexType, "an index type")));
+    StreamPtr state = std::make_shared<StreamState>(newStream(
+        structure.structure, bytesOf(name, "a name"), bytesOf(indexType, "an index type")));
     for (std::size_t k = 0; k < keys.size(); ++k) setElementAt(state, keys[k], rows[k]);
     return state;
 }
@@ -346,33 +343,36 @@ void defineSelections(nb::module_& module) {
 void defineLocators(nb::module_& module) {
     nb::class_<Loc>(module, "_Loc")
         .def("__getitem__", located,
-             nb::sig("@typing.overload\n"
+             nb::sig(""
                      "def __getitem__(self, key: slice | list[typing.Any], /) -> Selection"),
              nb::arg("key"))
         .def("__getitem__", located,
-             nb::sig("@typing.overload\ndef __getitem__(self, key: typing.Any, /) -> Element"))
-        .def("__setitem__",
-             [](const Loc& self, nb::handle key, nb::handle values) {
-                 setElementAt(self.stream, key, values);
-             },
-             nb::sig("def __setitem__(self, key: typing.Any, values: typing.Any, /) -> None"))
-        .def("__delitem__",
-             [](const Loc& self, nb::handle key) {
-                 self.stream->demandWritable();
-                 removeElement(*self.stream, demandIndex(*self.stream, key));
-             },
-             nb::sig("def __delitem__(self, key: typing.Any, /) -> None"))
-        .def("__contains__",
-             [](const Loc& self, nb::handle key) { return contains(self.stream, key); },
-             nb::sig("def __contains__(self, key: object, /) -> bool"));
+             nb::sig("def __getitem__(self, key: typing.Any, /) -> Element"))
+        .def(
+            "__setitem__",
+            [](const Loc& self, nb::handle key, nb::handle values) {
+                setElementAt(self.stream, key, values);
+            },
+            nb::sig("def __setitem__(self, key: typing.Any, values: typing.Any, /) -> None"))
+        .def(
+            "__delitem__",
+            [](const Loc& self, nb::handle key) {
+                self.stream->demandWritable();
+                removeElement(*self.stream, demandIndex(*self.stream, key));
+            },
+            nb::sig("def __delitem__(self, key: typing.Any, /) -> None"))
+        .def(
+            "__contains__",
+            [](const Loc& self, nb::handle key) { return contains(self.stream, key); },
+            nb::sig("def __contains__(self, key: object, /) -> bool"));
     nb::class_<ILoc>(module, "_ILoc")
+        .def("__getitem__", placed, nb::sig("def __getitem__(self, place: slice, /) -> Selection"))
         .def("__getitem__", placed,
-             nb::sig("@typing.overload\ndef __getitem__(self, place: slice, /) -> Selection"))
-        .def("__getitem__", placed,
-             nb::sig("@typing.overload\ndef __getitem__(self, place: typing.SupportsIndex, /) -> Element"));
+             nb::sig("def __getitem__(self, place: typing.SupportsIndex, /) -> Element"));
     nb::class_<Walk>(module, "_Walk")
-        .def("__iter__", [](nb::handle self) { return nb::borrow(self); },
-             nb::sig("def __iter__(self) -> collections.abc.Iterator[typing.Any]"))
+        .def(
+            "__iter__", [](nb::handle self) { return nb::borrow(self); },
+            nb::sig("def __iter__(self) -> collections.abc.Iterator[typing.Any]"))
         .def("__next__", &Walk::next, nb::sig("def __next__(self) -> typing.Any"));
     nb::class_<View>(module, "_View")
         .def("__len__",
@@ -380,8 +380,9 @@ void defineLocators(nb::module_& module) {
                  self.stream->demandPresent();
                  return self.stream->stream().elementCount();
              })
-        .def("__iter__", [](const View& self) { return new Walk(self.stream, self.what); },
-             nb::sig("def __iter__(self) -> collections.abc.Iterator[typing.Any]"))
+        .def(
+            "__iter__", [](const View& self) { return new Walk(self.stream, self.what); },
+            nb::sig("def __iter__(self) -> collections.abc.Iterator[typing.Any]"))
         .def("__contains__", viewContains,
              nb::sig("def __contains__(self, item: object, /) -> bool"));
 }
@@ -467,8 +468,9 @@ void defineStreams(nb::module_& module) {
                  self.demandPresent();
                  return self.stream().elementCount();
              })
-        .def("__iter__", [](const StreamPtr& self) { return new Walk(self, Yield::kKeys); },
-             nb::sig("def __iter__(self) -> collections.abc.Iterator[typing.Any]"))
+        .def(
+            "__iter__", [](const StreamPtr& self) { return new Walk(self, Yield::kKeys); },
+            nb::sig("def __iter__(self) -> collections.abc.Iterator[typing.Any]"))
         .def(
             "__contains__",
             [](const StreamPtr& self, nb::handle key) {
@@ -478,10 +480,9 @@ void defineStreams(nb::module_& module) {
             },
             nb::sig("def __contains__(self, key: object, /) -> bool"),
             "Whether there is such an element, or, for a text, such a member.")
+        .def("__getitem__", column, nb::sig("def __getitem__(self, member: str, /) -> typing.Any"))
         .def("__getitem__", column,
-             nb::sig("@typing.overload\ndef __getitem__(self, member: str, /) -> typing.Any"))
-        .def("__getitem__", column,
-             nb::sig("@typing.overload\ndef __getitem__(self, index: typing.Any, /) -> Element"))
+             nb::sig("def __getitem__(self, index: typing.Any, /) -> Element"))
         .def("__setitem__", setColumn,
              nb::sig("def __setitem__(self, key: typing.Any, value: typing.Any, /) -> None"))
         .def(
@@ -528,14 +529,14 @@ void defineStreams(nb::module_& module) {
                  self.demandPresent();
                  return std::make_shared<StreamState>(copyOf(self, self.stream().name()));
              })
-        .def("__deepcopy__",
-             [](const StreamState& self, nb::handle) {
-                 self.demandPresent();
-                 return std::make_shared<StreamState>(copyOf(self, self.stream().name()));
-             },
-             nb::sig("def __deepcopy__(self, memo: typing.Any, /) -> Stream"))
-        .def("__reduce__", reduced,
-             nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
+        .def(
+            "__deepcopy__",
+            [](const StreamState& self, nb::handle) {
+                self.demandPresent();
+                return std::make_shared<StreamState>(copyOf(self, self.stream().name()));
+            },
+            nb::sig("def __deepcopy__(self, memo: typing.Any, /) -> Stream"))
+        .def("__reduce__", reduced, nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
         .def("__eq__", isEqual, nb::sig("def __eq__(self, other: object, /) -> bool"))
         .def("__repr__", [](const StreamPtr& self) { return textOf(shown(self)); });
     module.def("_stream_of", made,

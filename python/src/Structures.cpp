@@ -62,8 +62,7 @@ nb::list namesOf(const StructureValue& value) {
 }
 
 std::string shown(const StructureValue& value) {
-    std::string text =
-        "<quilmeta.Structure " + Quilmeta::inQuotes(value.structure->name()) + ": ";
+    std::string text = "<quilmeta.Structure " + Quilmeta::inQuotes(value.structure->name()) + ": ";
     bool isFirst = true;
     for (const Member& member : *value.structure) {
         if (!isFirst) text += ", ";
@@ -104,27 +103,28 @@ void defineStructures(nb::module_& module) {
                 new (self) StructureValue{made(name, members)};
             },
             nb::arg("name"), nb::arg("members"),
-            nb::sig("def __init__(self, name: str, members: collections.abc.Iterable["
-                    "quilmeta._structures.Member | tuple[str, str] | tuple[str, str, int]]) -> None"))
+            nb::sig(
+                "def __init__(self, name: str, members: collections.abc.Iterable["
+                "quilmeta._structures.Member | tuple[str, str] | tuple[str, str, int]]) -> None"))
         .def_prop_ro("name",
                      [](const StructureValue& self) { return textOf(self.structure->name()); })
         .def_prop_ro("members", membersOf,
                      nb::sig("def members(self) -> tuple[quilmeta._structures.Member, ...]"))
         .def_prop_ro(
-            "itemsize",
-            [](const StructureValue& self) { return self.structure->totalSize(); },
+            "itemsize", [](const StructureValue& self) { return self.structure->totalSize(); },
             "The bytes that one element takes, without the text of its strings.")
         .def("__len__", [](const StructureValue& self) { return self.structure->size(); })
         .def(
             "__iter__", [](const StructureValue& self) { return nb::iter(namesOf(self)); },
             nb::sig("def __iter__(self) -> collections.abc.Iterator[str]"),
             "The names of the members, in order.")
-        .def("__contains__",
-             [](const StructureValue& self, nb::handle name) {
-                 return PyUnicode_Check(name.ptr()) &&
-                        self.structure->member(bytesOf(name, "a name")) != nullptr;
-             },
-             nb::sig("def __contains__(self, name: object, /) -> bool"))
+        .def(
+            "__contains__",
+            [](const StructureValue& self, nb::handle name) {
+                return PyUnicode_Check(name.ptr()) &&
+                       self.structure->member(bytesOf(name, "a name")) != nullptr;
+            },
+            nb::sig("def __contains__(self, name: object, /) -> bool"))
         .def(
             "__getitem__",
             [](const StructureValue& self, const nb::str& name) {
@@ -135,27 +135,22 @@ void defineStructures(nb::module_& module) {
             "__eq__",
             [](const StructureValue& self, nb::handle other) {
                 StructureValue* value = nullptr;
-                return nb::try_cast(other, value) && value &&
-                       *self.structure == *value->structure;
+                return nb::try_cast(other, value) && value && *self.structure == *value->structure;
             },
             nb::sig("def __eq__(self, other: object, /) -> bool"))
         .def("__hash__",
              [](const StructureValue& self) {
                  return nb::hash(nb::make_tuple(textOf(self.structure->name()), membersOf(self)));
              })
-        .def("__reduce__",
-             [](const StructureValue& self) {
-                 return nb::make_tuple(nb::type<StructureValue>(),
-                                       nb::make_tuple(textOf(self.structure->name()),
-                                                      membersOf(self)));
-             })
+        .def(
+            "__reduce__",
+            [](const StructureValue& self) {
+                return nb::make_tuple(
+                    nb::type<StructureValue>(),
+                    nb::make_tuple(textOf(self.structure->name()), membersOf(self)));
+            },
+            nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
         .def("__repr__", [](const StructureValue& self) { return textOf(shown(self)); });
-    module.def("_library_types", [] {
-        nb::list names;
-        for (int type = 0; type < Member::kInvalid; ++type)
-            names.append(Member::typeName(static_cast<Member::eDataType>(type)));
-        return nb::tuple(names);
-    });
 }
 
 }  // namespace orbo::Python

@@ -5,8 +5,8 @@
 namespace orbo::Python {
 
 nb::str textOf(std::string_view bytes) {
-    PyObject* const text = PyUnicode_DecodeUTF8(
-        bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogateescape");
+    PyObject* const text = PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()),
+                                                "surrogateescape");
     if (!text) nb::raise_python_error();
     return nb::steal<nb::str>(text);
 }
@@ -30,9 +30,12 @@ std::string bytesOf(nb::handle text, const char* what) {
     if (const char* plain = PyUnicode_AsUTF8AndSize(text.ptr(), &size))
         return {plain, static_cast<std::size_t>(size)};
     PyErr_Clear();  // there are surrogates
-    const auto bytes = nb::steal(
-        PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape"));
-    if (!bytes.is_valid()) nb::raise_python_error();
+    const auto bytes = nb::steal(PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape"));
+    if (!bytes.is_valid()) {
+        PyErr_Clear();
+        throw nb::value_error(
+            (std::string(what) + " has a surrogate that stands for no byte").c_str());
+    }
     return bytesOf(bytes, what);
 }
 

@@ -15,7 +15,8 @@ namespace nb = nanobind;
 nb::str textOf(std::string_view bytes);
 /// A null string becomes `None`.
 nb::object textOrNone(const char* bytes);
-/// Gives the bytes of a `str`, or of a `bytes`. Throws `TypeError` for anything else, naming `what`.
+/// Gives the bytes of a `str`, or of a `bytes`. Throws `TypeError` for anything else, naming
+/// `what`.
 std::string bytesOf(nb::handle text, const char* what);
 /// Gives the bytes of the name of something that the library keeps with a NUL behind it; throws
 /// `ValueError` for a name with a NUL inside.

@@ -58,9 +58,7 @@ nb::tuple matrixOf(const T* values) {
     return nb::tuple(rows);
 }
 
-std::string subjectOf(const Member& member) {
-    return Quilmeta::inQuotes(member.name()) + ": ";
-}
+std::string subjectOf(const Member& member) { return Quilmeta::inQuotes(member.name()) + ": "; }
 
 [[noreturn]] void refuseType(const Member& member, nb::handle value) {
     throw nb::type_error((subjectOf(member) + nb::type_name(value.type()).c_str() +
@@ -236,8 +234,6 @@ NewValue::~NewValue() {
     }
 }
 
-void NewValue::storeAt(char* values) {
-    std::swap_ranges(fBytes.begin(), fBytes.end(), values);
-}
+void NewValue::storeAt(char* values) { std::swap_ranges(fBytes.begin(), fBytes.end(), values); }
 
 }  // namespace orbo::Python

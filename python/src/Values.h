@@ -12,8 +12,8 @@ namespace orbo::Python {
 
 namespace nb = nanobind;
 
-/// Gives the values that lie at `values`: one alone, or a tuple. A matrix is a tuple of four rows, a
-/// null string is `None`.
+/// Gives the values that lie at `values`: one alone, or a tuple. A matrix is a tuple of four rows,
+/// a null string is `None`.
 nb::object valueOf(const Data::Member& member, const char* values);
 /// A value that fits a member, ready to be stored. Making one may run any Python code, storing one
 /// runs none: look the element up in between.
