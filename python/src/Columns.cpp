@@ -21,6 +21,24 @@
 
 namespace orbo::Python {
 
+template <typename Use>
+void Rows::forEach(const StreamState& state, const Data::Member& member, const Use& use) const {
+    if (fIndices) {
+        for (const Data::Index& index : *fIndices) use(valuesIn(state, index, member));
+        return;
+    }
+    for (auto [index, element] : std::as_const(state.stream()).elements()) {
+        element.setPositionByMemberName(member.name());
+        const auto* const values = static_cast<const char*>(element.asType(member.type()));
+        if (!values) raise("QuilError", state.description() + " has elements without data");
+        use(values);
+    }
+}
+
+std::size_t Rows::count(const StreamState& state) const {
+    return fIndices ? fIndices->size() : state.stream().elementCount();
+}
+
 namespace {
 
 using Data::Index;
@@ -168,29 +186,22 @@ nb::object viewOf(StreamState& state, const Member& member, bool isReadOnly) {
     return arrayOf(ColumnBuffer(shape, state.shared_from_this(), place.first, isReadOnly));
 }
 
-/// Calls `use(values)` for each element.
-template <typename Use>
-void forEachValue(const StreamState& state, const Indices& indices, const Member& member,
-                  const Use& use) {
-    for (const Index& index : indices) use(valuesIn(state, index, member));
-}
-
 bool isWritable(const StreamState& state) {
     const SceneState* const scene = state.scene();
     return !scene || scene->isWritable();
 }
 
 /// The bytes of the elements' values, one after the other, that NumPy makes of what it was given.
-void scatterBytes(const StreamState& state, const Indices& indices, const Member& member,
+void scatterBytes(const StreamState& state, const Rows& rows, const Member& member,
                   nb::handle array) {
-    const Shape shape(member, indices.size());
+    const Shape shape(member, rows.count(state));
     Py_buffer view;
     if (PyObject_GetBuffer(array.ptr(), &view, PyBUF_C_CONTIGUOUS) != 0) nb::raise_python_error();
     const char* from = static_cast<const char*>(view.buf);
     const std::size_t step = shape.bytesOfElement();
-    const bool fits = static_cast<std::size_t>(view.len) == step * indices.size();
+    const bool fits = static_cast<std::size_t>(view.len) == step * rows.count(state);
     if (fits) {
-        forEachValue(state, indices, member, [&](const char* values) {
+        rows.forEach(state, member, [&](const char* values) {
             std::memcpy(const_cast<char*>(values), from, step);
             from += step;
         });
@@ -199,23 +210,22 @@ void scatterBytes(const StreamState& state, const Indices& indices, const Member
     if (!fits) throw nb::value_error("the array has another size");
 }
 
-void scatterObjects(const StreamState& state, const Indices& indices, const Member& member,
+void scatterObjects(const StreamState& state, const Rows& rows, const Member& member,
                     nb::handle values) {
     const nb::object items =
-        columnsModule().attr("items_of")(values, member.length(), indices.size());
+        columnsModule().attr("items_of")(values, member.length(), rows.count(state));
     std::vector<NewValue> fresh;
-    fresh.reserve(indices.size());
+    fresh.reserve(rows.count(state));
     for (nb::handle item : items) fresh.emplace_back(member, item);
-    if (fresh.size() != indices.size())
-        throw nb::value_error((std::to_string(indices.size()) + " elements do not take " +
+    if (fresh.size() != rows.count(state))
+        throw nb::value_error((std::to_string(rows.count(state)) + " elements do not take " +
                                std::to_string(fresh.size()) + " values")
                                   .c_str());
     state.demandWritable();
     // Runs no Python code, so that all elements are there once they were found.
-    forEachValue(state, indices, member, [](const char*) {});
+    rows.forEach(state, member, [](const char*) {});
     auto next = fresh.begin();
-    forEachValue(state, indices, member,
-                 [&](const char* at) { (next++)->storeAt(const_cast<char*>(at)); });
+    rows.forEach(state, member, [&](const char* at) { (next++)->storeAt(const_cast<char*>(at)); });
 }
 
 }  // namespace
@@ -229,19 +239,19 @@ Indices indicesOf(const StreamState& state) {
     return indices;
 }
 
-nb::object gather(const StreamState& state, const Indices& indices, const std::string& name) {
+nb::object gather(const StreamState& state, const Rows& rows, const std::string& name) {
     state.demandPresent();
     const Member& member = memberOf(state.stream().structure(), name);
     if (member.type() == Member::kString) {
+        const NoCollection undisturbed;
         nb::list texts;
-        forEachValue(state, indices, member,
-                     [&](const char* at) { texts.append(valueOf(member, at)); });
+        rows.forEach(state, member, [&](const char* at) { texts.append(valueOf(member, at)); });
         return columnsModule().attr("texts_of")(texts);
     }
-    const Shape shape(member, indices.size());
+    const Shape shape(member, rows.count(state));
     std::vector<char> values;
-    values.reserve(indices.size() * shape.bytesOfElement());
-    forEachValue(state, indices, member, [&](const char* at) {
+    values.reserve(rows.count(state) * shape.bytesOfElement());
+    rows.forEach(state, member, [&](const char* at) {
         values.insert(values.end(), at, at + shape.bytesOfElement());
     });
     return arrayOf(ColumnBuffer(shape, std::move(values)));
@@ -255,22 +265,21 @@ nb::object columnOf(StreamState& state, const std::string& name) {
         const bool isDense = writable ? state.makeDense() : state.stream().isDense();
         if (isDense && !state.stream().empty()) return viewOf(state, member, !writable);
     }
-    return gather(state, indicesOf(state), name);
+    return gather(state, Rows::all(), name);
 }
 
-void scatter(StreamState& state, const Indices& indices, const std::string& name,
-             nb::handle values) {
+void scatter(StreamState& state, const Rows& rows, const std::string& name, nb::handle values) {
     state.demandWritable();
     const StructurePtr structure(&state.stream().structure());
     const Member& member = memberOf(*structure, name);
-    if (member.type() == Member::kString) return scatterObjects(state, indices, member, values);
-    const Shape shape(member, indices.size());
+    if (member.type() == Member::kString) return scatterObjects(state, rows, member, values);
+    const Shape shape(member, rows.count(state));
     const nb::object array =
         columnsModule().attr("values_for")(values, shape.format, shape.sizes());
-    if (array.is_none()) return scatterObjects(state, indices, member, values);
+    if (array.is_none()) return scatterObjects(state, rows, member, values);
     state.demandWritable();
-    forEachValue(state, indices, member, [](const char*) {});
-    scatterBytes(state, indices, member, array);
+    rows.forEach(state, member, [](const char*) {});
+    scatterBytes(state, rows, member, array);
 }
 
 void defineColumns(nb::module_& module) {

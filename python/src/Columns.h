@@ -16,6 +16,25 @@ namespace orbo::Python {
 
 using Indices = std::vector<Data::Index>;
 
+/// Elements of a stream: those of a list, or all.
+class Rows {
+  public:
+    static Rows all() { return Rows(nullptr); }
+    /// Keeps a reference on the list.
+    static Rows of(const Indices& indices) { return Rows(&indices); }
+
+    [[nodiscard]] std::size_t count(const StreamState& stream) const;
+    /// Calls `use(values)` for each element with where the member lies in it. Throws `StaleError`
+    /// when one of the list is gone.
+    template <typename Use>
+    void forEach(const StreamState& stream, const Data::Member& member, const Use& use) const;
+
+  private:
+    explicit Rows(const Indices* indices) : fIndices(indices) {}
+
+    const Indices* fIndices;
+};
+
 /// The indices of all elements, in order.
 Indices indicesOf(const StreamState& stream);
 /// Gives a member of all elements. Where the storage is dense, or can be made so, the array is a
@@ -23,10 +42,9 @@ Indices indicesOf(const StreamState& stream);
 /// read. Strings are copied. Without NumPy, arrays are `memoryview`s, and strings a tuple.
 nb::object columnOf(StreamState& stream, const std::string& member);
 /// Gives a copy of a member of these elements, to be read.
-nb::object gather(const StreamState& stream, const Indices& indices, const std::string& member);
+nb::object gather(const StreamState& stream, const Rows& rows, const std::string& member);
 /// Sets a member of these elements: to one value for all, or to as many as there are elements. All
 /// values are looked at before the first is stored.
-void scatter(StreamState& stream, const Indices& indices, const std::string& member,
-             nb::handle values);
+void scatter(StreamState& stream, const Rows& rows, const std::string& member, nb::handle values);
 
 }  // namespace orbo::Python

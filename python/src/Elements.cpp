@@ -44,6 +44,7 @@ const char* valuesIn(ConstHandle& element, const Member& member) {
 nb::object valueIn(const StreamState& stream, const Index& index, const std::string& name) {
     stream.demandPresent();
     const Member& member = memberOf(stream.stream().structure(), name);
+    const NoCollection undisturbed;
     return valueOf(member, valuesIn(stream, index, member));
 }
 
@@ -121,6 +122,7 @@ void setElement(StreamState& state, const Index& index, nb::handle values) {
 }
 
 nb::dict dictOf(const StreamState& stream, const Index& index) {
+    const NoCollection undisturbed;
     ConstHandle element = present(stream, index);
     nb::dict values;
     for (const Member& member : stream.stream().structure()) {

@@ -258,7 +258,7 @@ nb::object column(const StreamPtr& self, nb::handle key) {
 void setColumn(const StreamPtr& self, nb::handle key, nb::handle value) {
     if (!PyUnicode_Check(key.ptr())) return setElementAt(self, key, value);
     self->demandWritable();
-    scatter(*self, indicesOf(*self), bytesOf(key, "a name"), value);
+    scatter(*self, Rows::all(), bytesOf(key, "a name"), value);
 }
 
 std::string shown(const StreamPtr& self) {
@@ -318,13 +318,13 @@ void defineSelections(nb::module_& module) {
         .def(
             "__getitem__",
             [](const Selection& self, const nb::str& name) {
-                return gather(*self.stream, self.indices, bytesOf(name, "a name"));
+                return gather(*self.stream, Rows::of(self.indices), bytesOf(name, "a name"));
             },
             nb::sig("def __getitem__(self, member: str, /) -> typing.Any"))
         .def(
             "__setitem__",
             [](const Selection& self, const nb::str& name, nb::handle values) {
-                scatter(*self.stream, self.indices, bytesOf(name, "a name"), values);
+                scatter(*self.stream, Rows::of(self.indices), bytesOf(name, "a name"), values);
             },
             nb::sig("def __setitem__(self, member: str, values: typing.Any, /) -> None"))
         .def(

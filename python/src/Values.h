@@ -12,6 +12,21 @@ namespace orbo::Python {
 
 namespace nb = nanobind;
 
+/// While it lives, making Python objects runs no other Python code: no collection of garbage, whose
+/// finalizers could remove the element that is being read.
+class NoCollection {
+  public:
+    NoCollection() : fWasOn(PyGC_Disable() != 0) {}
+    NoCollection(const NoCollection&) = delete;
+    NoCollection& operator=(const NoCollection&) = delete;
+    ~NoCollection() {
+        if (fWasOn) PyGC_Enable();
+    }
+
+  private:
+    bool fWasOn;
+};
+
 /// Gives the values that lie at `values`: one alone, or a tuple. A matrix is a tuple of four rows,
 /// a null string is `None`.
 nb::object valueOf(const Data::Member& member, const char* values);

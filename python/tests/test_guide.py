@@ -22,5 +22,5 @@ def test_the_code_of_the_pages_runs(
     assert blocks
     names: dict[str, Any] = {"__name__": "guide"}
     for block in blocks:
-        exec(compile(block, page, "exec"), names)
+        exec(compile(block, page, "exec", dont_inherit=True), names)
     assert 'index "lid", side' in capsys.readouterr().out

@@ -195,6 +195,31 @@ def holder(*streams: qm.Stream) -> qm.Node:
     return _restore.node("n", [_restore.channel("c", list(streams))])
 
 
+def test_finalizers_that_run_meanwhile_do_no_harm() -> None:
+    stream = qm.Stream("s", qm.Structure("S", [("s", "string", 50)]))
+
+    class Cycle:
+        def __init__(self) -> None:
+            self.me = self
+
+        def __del__(self) -> None:
+            stream.clear()
+
+    old = gc.get_threshold()
+    try:
+        for _ in range(50):
+            stream[0] = {"s": [f"text {k}" for k in range(50)]}
+            row = stream[0]
+            Cycle()
+            gc.set_threshold(1)
+            try:
+                assert row["s"][49] == "text 49"
+            except qm.StaleError:
+                pass
+    finally:
+        gc.set_threshold(*old)
+
+
 def test_what_is_referred_to_stays_alive(teapot: Path) -> None:
     rows = list(qm.open(teapot)["teapotShape"]["edge"]["crease"].values())
     walk = iter(qm.open(teapot)["rig"]["joints"]["bind pose"].items())
