@@ -6,12 +6,15 @@
 
 #include <cerrno>
 #include <chrono>
+#include <filesystem>
 
 #include "Bindings.h"
 #include "Containers.h"
 #include "Problems.h"
 #include "Structures.h"
+#include "output/TargetPath.h"
 #include "patches/ChangeReport.h"
+#include "process/FileCopy.h"
 #include "process/Output.h"
 #include "values/SafeText.h"
 
@@ -19,6 +22,7 @@ namespace orbo::Python {
 
 namespace {
 
+namespace fs = std::filesystem;
 using Data::Accessor;
 using NodePtr = std::shared_ptr<NodeState>;
 using ScenePtr = std::shared_ptr<SceneState>;
@@ -120,7 +124,76 @@ void write(SceneState& scene, bool isRehearsal) {
     warnOf(accessor);
 }
 
-bool save(SceneState& scene) {
+/// A copy of a scene's file that goes again unless it gets its name in the end.
+class NewScene {
+  public:
+    NewScene(const std::string& source, const fs::path& path)
+        : fPath(path),
+          fTemporary(path.parent_path() /
+                     ("." + path.stem().string() + "." + std::to_string(::getpid()) +
+                      path.extension().string())) {
+        Quilmeta::FileCopy copy(source, fTemporary.string(), Quilmeta::FileCopy::Rights::kMode);
+        if (!copy.place(fTemporary.string()))
+            throw Quilmeta::CommandError(fTemporary.string() + " is in the way");
+    }
+    NewScene(const NewScene&) = delete;
+    NewScene& operator=(const NewScene&) = delete;
+    ~NewScene() {
+        if (!fIsPlaced) ::unlink(fTemporary.c_str());
+    }
+
+    [[nodiscard]] std::string temporary() const { return fTemporary.string(); }
+    /// Returns 0, or the system's error: never replaces a file.
+    int place() {
+        const auto how = Quilmeta::Rename::kNeverOver;
+        if (Quilmeta::rename(fTemporary.string(), fPath.string(), how) != 0) return errno;
+        fIsPlaced = true;
+        return 0;
+    }
+
+  private:
+    fs::path fPath;
+    fs::path fTemporary;
+    bool fIsPlaced = false;
+};
+
+/// Writes the model into a copy of the file that it was read from.
+void writeInto(const NewScene& made, const Accessor& scene, const std::string& path) {
+    const auto copy = accessorFor(made.temporary(), 0, false);
+    std::string errors;
+    if (!copy->read(made.temporary(), errors)) raiseUnreadable(*copy, path);
+    copy->associations() = scene.associations();
+    copy->setStructures(scene.structures());
+    if (!copy->write(errors)) raiseUnwritten(*copy, errors);
+}
+
+/// Saves under a new name, and leaves the scene's own file as it is.
+void saveAs(SceneState& scene, nb::handle path) {
+    const nb::object name = nb::module_::import_("os").attr("fsencode")(path);
+    const std::string file = nameOf(name, "the name of a file");
+    const Accessor& accessor = scene.accessor();
+    const fs::path target = fs::absolute(file);
+    if (target.extension() != fs::path(accessor.fileName()).extension())
+        raise("RefusedError", file + ": has the extension of another kind of scene");
+    std::error_code ignored;
+    if (fs::exists(fs::symlink_status(target, ignored))) raiseSystemError(EEXIST, file);
+    const bool isEdited = scene.isWritable() && accessor.isEdited();
+    // Refuses the scene when somebody else has written its file, before and after the copy is made.
+    if (isEdited) write(scene, true);
+    try {
+        NewScene made(accessor.fileName(), target);
+        if (isEdited) {
+            write(scene, true);
+            writeInto(made, accessor, file);
+        }
+        if (const int error = made.place()) raiseSystemError(error, file);
+    } catch (const Quilmeta::CommandError& error) {
+        raise("QuilError", file + ": " + error.what());
+    }
+}
+
+bool save(SceneState& scene, nb::handle path) {
+    if (!path.is_none()) return saveAs(scene, path), true;
     write(scene, false);
     return scene.accessor().metEdits();
 }
@@ -150,7 +223,7 @@ void close(SceneState& scene) {
 /// Ends a `with`: what was changed is saved, unless an exception ended it.
 void leave(SceneState& scene, nb::handle exception) {
     if (!exception.is_none()) return scene.close();
-    if (scene.isWritable()) save(scene);
+    if (scene.isWritable()) save(scene, nb::none());
     close(scene);
 }
 
@@ -307,9 +380,12 @@ void defineScenes(nb::module_& module) {
         .def_prop_ro(
             "is_edited", [](const SceneState& self) { return self.accessor().isEdited(); },
             "Whether a save has something to write. Compares all values.")
-        .def("save", save,
+        .def("save", save, nb::arg("path") = nb::none(),
+             nb::sig("def save(self, path: str | bytes | os.PathLike[str] | os.PathLike[bytes] | "
+                     "None = None) -> bool"),
              "Writes what has changed, by one rewrite that survives a kill. Returns whether there "
-             "was anything to write. Raises ConflictError when somebody else has written since.")
+             "was anything to write. Raises ConflictError when somebody else has written since. "
+             "With a path, the scene's file stays as it is, and a new one is made there.")
         .def("dry_run", dryRun,
              "What a save would change, as `quilmeta --dry-run` prints it, after all checks.")
         .def("close", close,

@@ -110,6 +110,29 @@ def test_a_dry_run_prints_what_the_command_line_prints(
     assert teapot.read_bytes() == before
 
 
+def test_a_save_under_a_new_name_leaves_the_old_file(teapot: Path) -> None:
+    before = teapot.read_bytes()
+    new, plain = teapot.with_stem("new"), teapot.with_stem("plain")
+    scene = qm.open(teapot, "r+")
+    set_side(scene, 4)
+    del scene["teapotShape"]
+    assert scene.save(new) and scene.is_edited
+    assert teapot.read_bytes() == before and list(qm.open(new)) == ["rig"] and side(new) == 4
+    with pytest.raises(FileExistsError):
+        scene.save(new)
+    with pytest.raises(qm.RefusedError, match="another kind"):
+        scene.save(teapot.with_suffix(".other"))
+    with pytest.raises(qm.QuilError):
+        scene.save(teapot.parent / "nowhere" / teapot.name)
+    qm.open(teapot).save(plain)
+    assert plain.read_bytes() == before
+    with qm.open(teapot, "r+") as theirs:
+        set_side(theirs, 2)
+    with pytest.raises(qm.ConflictError):
+        scene.save(teapot.with_stem("late"))
+    assert sorted(path.stem for path in teapot.parent.iterdir()) == ["new", "plain", "teapot"]
+
+
 def test_all_kinds_of_parts_survive_the_file(bare: Path) -> None:
     kinds = [("numeric", [0, 5, 2**32 - 1]), ("pair", [(0, 0), (3, 7)]),
              ("string", ["lid", "a b", "ä"]), ("uv", [qm.OtherIndex("uv", "1 2")])]
