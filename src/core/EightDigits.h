@@ -36,7 +36,7 @@ template <typename T>
 char* writeInteger(char* to, T value) {
     constexpr std::uint64_t kEightDigits = 100'000'000;
     const bool isNegative = std::is_signed_v<T> && value < 0;
-    const auto wide = static_cast<std::uint64_t>(value);
+    const auto wide = static_cast<std::uint64_t>(+value);  // of a byte it makes an int first
     const std::uint64_t magnitude = isNegative ? 0 - wide : wide;
     *to = '-';  // without a branch: the sign is unpredictable
     to += isNegative ? 1 : 0;
