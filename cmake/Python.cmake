@@ -53,7 +53,7 @@ if(BUILD_TESTING)
              quilmeta WORKING_DIRECTORY ${package_path})
     set_tests_properties(python-tests python-types python-stubs PROPERTIES
         LABELS python TIMEOUT 300 ENVIRONMENT
-        "PYTHONPATH=${package_path};QUILMETA_COMMAND=$<TARGET_FILE:quilmeta>;PYTHONDONTWRITEBYTECODE=1")
+        "PYTHONPATH=${package_path};QUILMETA_COMMAND=$<TARGET_FILE:quilmeta>;PYTHONDONTWRITEBYTECODE=1;HYPOTHESIS_STORAGE_DIRECTORY=${PROJECT_BINARY_DIR}/hypothesis")
 endif()
 
 if(SKBUILD)
