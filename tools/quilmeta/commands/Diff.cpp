@@ -39,7 +39,7 @@ class Diff : public Command {
 
     Outcome run(Output& output) override {
         output.stopOnSignals();
-        Scene left, right;
+        auto& [left, right] = lastingScenes();
         const Outcome read = std::max(open(fLeft, left), open(fRight, right));
         if (read >= Outcome::kFailed) return read;
         const Selection selection = fSelection.selection();

@@ -51,8 +51,9 @@ class GitDiff : public Command {
     void show(Output& output) const {
         const std::string& path = fWords[0];
         const std::string& newPath = fWords.size() == 9 ? fWords[7] : path;
-        const Scene left = open(fWords[1], path);
-        const Scene right = open(fWords[4], newPath);
+        auto& [left, right] = lastingScenes();
+        left = open(fWords[1], path);
+        right = open(fWords[4], newPath);
         const Patch patch = differences(viewOf(left), viewOf(right));
         const std::string before = left.accessor ? "a/" + path : kNothing;
         const std::string after = right.accessor ? "b/" + newPath : kNothing;

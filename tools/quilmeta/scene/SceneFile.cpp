@@ -150,6 +150,11 @@ Scene openScene(const std::string& file, const SceneAccess& access, const SceneN
     return scene;
 }
 
+TwoScenes& lastingScenes() {
+    static auto* const scenes = new TwoScenes;  // for ever
+    return *scenes;
+}
+
 Scene openSelected(const std::string& file, const SceneAccess& access, const Selection& selection) {
     if (selection.nodes.empty()) return openScene(file, access);
     Scene scene = newScene(file, access);
