@@ -77,6 +77,10 @@ class METADATA_API Accessor {
     /// Names the nodes that are in the file and were not loaded, the scene's own by the empty name.
     /// This class has none.
     [[nodiscard]] virtual std::set<std::string> unloadedNodes() const;
+    /// Makes up for what a read without `ReadPolicy::preparesEdits` left out, and sets that policy.
+    /// Call it before the first change of the model: the next write takes what is there now for
+    /// what was read. Does nothing when nothing was left out. This class only sets the policy.
+    virtual void prepareEdits();
     /// Reads all of the file, with index types that nobody registered as text, and looks for
     /// everything that stands in the way of reading and rewriting it, down to what is merely
     /// unusual. Changes no file. Gives `findings()`; the accessor holds what was read.
@@ -98,7 +102,7 @@ class METADATA_API Accessor {
 
     /// Tells whether `write` has something to write: false while structures and associations are
     /// what the last `read` gave, or the last `write` put. Compares values, so it takes as long as
-    /// walking over all of them. This class says true.
+    /// walking over all of them. True where a read did not prepare edits. This class says true.
     [[nodiscard]] virtual bool isEdited() const;
 
     /// Gives the metadata by node name, the scene's own under the empty name. `write` stores what

@@ -36,6 +36,7 @@ class METADATA_API SceneAccessor : public Accessor {
     bool load(const std::string& name, std::string& errors) override;
     [[nodiscard]] std::set<std::string> unloadedNodes() const override;
     /// Reads the whole file, whatever the read policy says, and changes nothing in it.
+    void prepareEdits() override;
     std::vector<Finding> check(const std::string& fileName) override;
     /// Returns what `SceneKind::recognise` says of the file; false when it cannot be opened.
     [[nodiscard]] bool isFileSupported(const std::string& fileName) const override;

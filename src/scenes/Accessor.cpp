@@ -128,6 +128,12 @@ bool Accessor::load(const std::string& name, std::string& errors) {
 
 std::set<std::string> Accessor::unloadedNodes() const { return {}; }
 
+void Accessor::prepareEdits() {
+    ReadPolicy policy = readPolicy();
+    policy.preparesEdits = true;
+    setReadPolicy(policy);
+}
+
 std::vector<Finding> Accessor::check(const std::string& fileName) {
     std::string ignored;
     read(fileName, ignored);

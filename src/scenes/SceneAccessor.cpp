@@ -235,6 +235,11 @@ bool SceneAccessor::State::write(RewriteExtent extent, Findings& findings, Findi
         return findings.fail(Code::kWriteFailed,
                              "Could not write " + fileName + ": the last read of it failed.");
     }
+    if (!snapshot.undigested.empty()) {
+        return findings.fail(Code::kWriteFailed,
+                             "Could not write " + fileName +
+                                 ": it was read to be looked at, and edits were not prepared.");
+    }
     const WritePolicy policy = owner.writePolicy();
     ModelDigests digests;
     const bool unedited = isUnedited(owner, snapshot, digests);
@@ -288,7 +293,7 @@ bool SceneAccessor::isFileSupported(const std::string& fileName) const {
 
 bool SceneAccessor::isEdited() const {
     ModelDigests digests;
-    return !isUnedited(*this, fState->snapshot, digests);
+    return !fState->snapshot.undigested.empty() || !isUnedited(*this, fState->snapshot, digests);
 }
 
 bool SceneAccessor::readImplementation(const std::set<std::string>* structureNames,
@@ -336,6 +341,21 @@ std::set<std::string> SceneAccessor::unloadedNodes() const {
     if (!lastReadSucceeded()) return names;
     for (const auto& [name, places] : fState->snapshot.unloaded.places) names.insert(name);
     return names;
+}
+
+void SceneAccessor::prepareEdits() {
+    Accessor::prepareEdits();
+    ReadSnapshot& snapshot = fState->snapshot;
+    for (std::set<std::string>& names = snapshot.undigested; !names.empty();) {
+        const auto name = names.begin();
+        const auto node = associations().find(*name);
+        if (node == associations().end()) {
+            snapshot.associations.emplace(*name, std::nullopt);
+        } else {
+            snapshot.add(*name, node->second, digestOf(node->second));
+        }
+        names.erase(name);
+    }
 }
 
 bool SceneAccessor::write(std::string& errors) const {

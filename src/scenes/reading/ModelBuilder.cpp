@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -36,24 +35,6 @@ Finding::Code codeOf(ReaderRemarks::Kind kind) {
         default:
             return Finding::Code::kTextPassedOver;
     }
-}
-
-// False when the text does not have each stream exactly once, as when one replaced another.
-bool sortLikeModel(std::vector<StreamOutline>& outlines, const Associations& associations) {
-    std::sort(outlines.begin(), outlines.end(), [](const auto& left, const auto& right) {
-        return std::tie(left.channel, left.stream) < std::tie(right.channel, right.stream);
-    });
-    auto outline = outlines.begin();
-    for (const Channel& channel : associations) {
-        for (const Stream& stream : channel) {
-            if (outline == outlines.end() || outline->channel != channel.name() ||
-                outline->stream != stream.name()) {
-                return false;
-            }
-            ++outline;
-        }
-    }
-    return outline == outlines.end();
 }
 
 }  // namespace
@@ -136,7 +117,7 @@ void ModelBuilder::readAhead(UnreadAssociations& unread, unsigned threads) const
         ReadNode node = readNode(unread.record, threads);
         const bool isClean = node.associations && node.findings.isEmpty();
         if (!isClean) return;
-        node.digest = digestOf(*node.associations);
+        if (fRequest.policy.preparesEdits) node.digest = digestOf(*node.associations);
         std::string().swap(unread.record.text);
         unread.ahead = std::move(node);
     } catch (...) {
@@ -271,7 +252,7 @@ bool ModelBuilder::build(UnreadAssociations& unread, Accessor::AssociationsMap& 
         return false;
     }
     map.emplace(record.name, *node.associations);
-    if (isAhead) fDigests.emplace(record.name, std::move(node.digest));
+    if (node.digest) fDigests.emplace(record.name, std::move(*node.digest));
     if (fRequest.keepsOutlines) {
         snapshot.texts[record.name].streams = std::move(node.outline.streams);
     }
@@ -339,15 +320,12 @@ ReadSnapshot ModelBuilder::build(Accessor::AssociationsMap& map, Findings& findi
     }
     for (const auto& [name, associations] : map) {
         const auto known = fDigests.find(name);
-        NodeDigest digest =
-            known == fDigests.end() ? digestOf(associations) : std::move(known->second);
-        snapshot.associations.emplace(name, digest.value);
-        const auto text = snapshot.texts.find(name);
-        if (text == snapshot.texts.end()) continue;
-        if (sortLikeModel(text->second.streams, associations)) {
-            text->second.digests = std::move(digest.streams);
+        if (known != fDigests.end()) {
+            snapshot.add(name, associations, std::move(known->second));
+        } else if (fRequest.policy.preparesEdits) {
+            snapshot.add(name, associations, digestOf(associations));
         } else {
-            snapshot.texts.erase(text);
+            snapshot.undigested.insert(name);
         }
     }
     for (; !fUnreadable.empty(); fUnreadable.pop_front()) {

@@ -82,7 +82,7 @@ class ModelBuilder {
         std::unique_ptr<Associations> associations;
         TextOutline outline;
         Findings findings;
-        NodeDigest digest;  // of what was read ahead
+        std::optional<NodeDigest> digest = {};  // of what was read ahead
     };
     struct UnreadAssociations {
         SceneRecord record;

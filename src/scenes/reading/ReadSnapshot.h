@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <data/Associations.h>
 #include <data/SceneRecord.h>
 #include <data/Structure.h>
 #include <debug/RefPtr.h>
@@ -95,6 +96,9 @@ struct ReadSnapshot {
         std::vector<StreamDigest> digests;
     };
     std::map<std::string, NodeText> texts;
+    /// Nodes whose digests the read left out, as `ReadPolicy::preparesEdits` says. They are in no
+    /// other member but `texts`.
+    std::set<std::string> undigested;
     /// All records of the file, in order, if the fingerprint covers them.
     struct Record {
         std::string node;  // empty for structures, too
@@ -106,12 +110,9 @@ struct ReadSnapshot {
     std::optional<std::uint64_t> begin;
 
     /// Adds what the read of a part left. Nodes are in one of the two only.
-    void add(ReadSnapshot part) {
-        associations.merge(part.associations);
-        partialNodes.merge(part.partialNodes);
-        texts.merge(part.texts);
-        unreadable.add(std::move(part.unreadable));
-    }
+    void add(ReadSnapshot part);
+    /// Adds a node that was read, whose text is in `texts` if that is known, with its digest.
+    void add(const std::string& node, const Associations& read, NodeDigest digest);
 
     /// Where a check found the records.
     std::map<std::string, FilePlace> structurePlaces;

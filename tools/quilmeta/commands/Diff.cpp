@@ -35,6 +35,7 @@ class Diff : public Command {
         options.flag("--stat", fCounts, "Only count the changes of each stream");
         options.results(fFormat);
         options.wait(fAccess);
+        fAccess.looksFirst = true;
     }
 
     Outcome run(Output& output) override {

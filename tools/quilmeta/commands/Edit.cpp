@@ -78,6 +78,7 @@ class Edit : public Command {
         options.selection(fSelected);
         options.flag("--all", fAll, "Change all elements, without a selection");
         options.writing(fAccess);
+        fAccess.looksFirst = true;
     }
 
     Outcome run(Output& output) override {
@@ -110,7 +111,7 @@ class Edit : public Command {
             turn.file, *scene.accessor, view,
             [&](const auto& node, const auto& channel, const auto& stream, const auto& index,
                 const auto& element) {
-                ++count;
+                if (count++ == 0) scene.accessor->prepareEdits();
                 try {
                     assignments.apply(stream.structure(), element);
                 } catch (const CommandError& error) {

@@ -49,6 +49,7 @@ class Find : public Command {
         options.flag("--count", fCounts, "Print only how many such elements each file has");
         options.results(fFormat);
         options.reading(fAccess);
+        fAccess.looksFirst = true;
     }
 
     Outcome run(Output& output) override {

@@ -51,6 +51,7 @@ class Get : public Command {
         options.results(fFormat);
         options.flag("-0,--null", fEndsByNul, "End each element by a NUL");
         options.reading(fAccess);
+        fAccess.looksFirst = true;
     }
 
     Outcome run(Output& output) override {

@@ -79,6 +79,7 @@ class GitDiff : public Command {
     static Scene open(const std::string& file, const std::string& path) {
         if (file == kNothing || isEmptyFile(file)) return {};
         SceneAccess access;
+        access.looksFirst = true;
         access.kindName = kindNameOf(path, file);
         return openScene(file, access);
     }

@@ -53,6 +53,7 @@ class RefsList : public Command {
         options.lookup(fLookupArguments);
         options.results(fFormat);
         options.wait(fAccess);
+        fAccess.looksFirst = true;
     }
 
     Outcome run(Output& output) override {

@@ -33,6 +33,7 @@ class Table : public Command {
         options.flag("--force", fForce, "Replace OUT even if it is no such table");
         options.results(fFormat);
         options.reading(fAccess);
+        fAccess.looksFirst = true;
     }
 
     Outcome run(Output& output) override {

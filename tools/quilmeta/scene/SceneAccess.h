@@ -18,8 +18,10 @@ struct SceneAccess {
     double wait = 10;        ///< seconds to wait for other programs that use the scene
     bool noJournal = false;  ///< write in place, without protection against a kill
     bool writes = false;     ///< the command changes scenes, so concurrent changes are conflicts
-    bool dryRun = false;     ///< check everything that a write would check, and write nothing
-    std::string backup{};    ///< makes a copy of that suffix before a write; empty for none
+    /// The command changes nothing before it calls `Accessor::prepareEdits`, if it ever does.
+    bool looksFirst = false;
+    bool dryRun = false;   ///< check everything that a write would check, and write nothing
+    std::string backup{};  ///< makes a copy of that suffix before a write; empty for none
     ResultFormat format = ResultFormat::kText;  ///< of what a change reports
     bool partial = false;                       ///< also show the readable part of a damaged node
     /// A name whose extension says the kind of the scenes; that of each file's own unless given.

@@ -87,6 +87,7 @@ Scene newScene(const std::string& file, const SceneAccess& access) {
     reading.unknownIndexTypesAsText = true;
     reading.partialNodes = access.partial;
     reading.threads = threadsForEachFile();
+    reading.preparesEdits = !access.looksFirst;
     accessor.setReadPolicy(reading);
     Data::WritePolicy policy = Data::WritePolicy::careful();
     policy.durable = !access.noJournal;
@@ -115,7 +116,9 @@ std::unique_ptr<Data::Accessor> readAgain(const Scene& scene, const SceneAccess&
     const std::string& file = scene.accessor->fileName();
     std::unique_ptr<Data::Accessor> accessor =
         accessorFor(access.kindName.empty() ? file : access.kindName, access.patience());
-    accessor->setReadPolicy(scene.accessor->readPolicy());
+    Data::ReadPolicy policy = scene.accessor->readPolicy();
+    policy.preparesEdits = false;
+    accessor->setReadPolicy(policy);
     const auto& names = scene.names;
     read(*accessor, file, names ? &names->structures : nullptr,
          names && names->nodes ? &*names->nodes : nullptr);
