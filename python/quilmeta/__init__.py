@@ -25,6 +25,7 @@ from ._errors import (
     UnknownNameError,
 )
 from ._indices import OtherIndex, register_index_type, unregister_index_type
+from ._many import read_many
 from ._native import (
     Channel,
     Element,
@@ -71,6 +72,7 @@ __all__ = [
     "__version__",
     "cmake_dir",
     "open",
+    "read_many",
     "register_index_type",
     "structure_of",
     "unregister_index_type",
