@@ -35,6 +35,7 @@ from ._native import (
     Stream,
     Structure,
     _version,
+    loads,
     open,
 )
 from ._structures import Member, structure_of
@@ -71,6 +72,7 @@ __all__ = [
     "UnknownNameError",
     "__version__",
     "cmake_dir",
+    "loads",
     "open",
     "read_many",
     "register_index_type",

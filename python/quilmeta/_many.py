@@ -12,7 +12,7 @@ from ._native import open as _open
 
 
 def _open_for_reading(path: str | bytes | os.PathLike[str] | os.PathLike[bytes]) -> Scene:
-    return _open(path)
+    return _open(path, threads=1)  # the others are at work on other files
 
 
 def read_many(

@@ -18,5 +18,6 @@ void defineColumns(nb::module_& module);
 void defineStreams(nb::module_& module);
 void defineContainers(nb::module_& module);
 void defineScenes(nb::module_& module);
+void defineContents(nb::module_& module);
 
 }  // namespace orbo::Python

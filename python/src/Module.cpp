@@ -11,4 +11,5 @@ NB_MODULE(_native, module) {
     orbo::Python::defineStreams(module);
     orbo::Python::defineContainers(module);
     orbo::Python::defineScenes(module);
+    orbo::Python::defineContents(module);
 }

@@ -1,5 +1,7 @@
 // Scenes: opening, saving and closing them, and their nodes.
 // SPDX-License-Identifier: Apache-2.0
+#include "Scenes.h"
+
 #include <data/Accessor.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,9 +9,12 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <limits>
+#include <thread>
 
 #include "Bindings.h"
 #include "Containers.h"
+#include "Contents.h"
 #include "Problems.h"
 #include "Structures.h"
 #include "output/TargetPath.h"
@@ -62,7 +67,11 @@ void throwInterruption() {
     if (PyErr_Occurred()) nb::raise_python_error();
 }
 
-std::unique_ptr<Accessor> accessorFor(const std::string& file, double wait, bool writable) {
+/// What a scene is read for.
+enum class Purpose { kLooking, kEditing, kFilling };
+
+std::unique_ptr<Accessor> accessorFor(const std::string& file, double wait, Purpose purpose,
+                                      unsigned threads = kAllProcessors) {
     std::unique_ptr<Accessor> accessor = Accessor::accessorByExtension(file);
     if (!accessor) {
         std::string known;
@@ -72,9 +81,11 @@ std::unique_ptr<Accessor> accessorFor(const std::string& file, double wait, bool
     }
     accessor->setPatience(std::chrono::milliseconds(static_cast<long long>(wait * 1000)));
     accessor->stopWaitingWhen(isInterrupted);
-    accessor->setReadPolicy({true});
+    Data::ReadPolicy reading = readPolicyFor(threads);
+    reading.preparesEdits = purpose != Purpose::kLooking;
+    accessor->setReadPolicy(reading);
     Data::WritePolicy policy = Data::WritePolicy::careful();
-    policy.detectConflicts = writable;
+    policy.detectConflicts = purpose == Purpose::kEditing;
     accessor->setWritePolicy(policy);
     return accessor;
 }
@@ -86,7 +97,18 @@ void warnOf(const Accessor& scene) {
             warn(scene.fileName() + ": " + finding.message);
 }
 
-ScenePtr open(nb::handle path, const std::string& mode, double wait) {
+/// Takes None for all processors.
+unsigned threadsOf(nb::handle count) {
+    if (count.is_none()) return kAllProcessors;
+    long long threads = 0;
+    if (PyBool_Check(count.ptr()) || !nb::try_cast(count, threads))
+        throw nb::type_error("threads is a number, or None for all processors");
+    if (threads < 1 || threads > std::numeric_limits<int>::max())
+        throw nb::value_error("threads is at least 1");
+    return static_cast<unsigned>(threads);
+}
+
+ScenePtr open(nb::handle path, const std::string& mode, double wait, nb::handle threads) {
     if (mode != "r" && mode != "r+")
         throw nb::value_error(
             ("a scene is opened with \"r\" or \"r+\", not " + inQuotes(mode)).c_str());
@@ -96,17 +118,8 @@ ScenePtr open(nb::handle path, const std::string& mode, double wait) {
     const bool writable = mode == "r+";
     demandReadable(file);
     if (writable && ::access(file.c_str(), W_OK) != 0) raiseSystemError(errno, file);
-    std::unique_ptr<Accessor> accessor = accessorFor(file, wait, writable);
-    bool isRead = false;
-    {
-        const nb::gil_scoped_release unlocked;
-        std::string ignored;  // the findings say more
-        isRead = accessor->read(file, ignored);
-    }
-    throwInterruption();
-    if (!isRead) raiseUnreadable(*accessor, file);
-    warnOf(*accessor);
-    return std::make_shared<SceneState>(std::move(accessor), writable);
+    const Purpose purpose = writable ? Purpose::kEditing : Purpose::kLooking;
+    return readInto(accessorFor(file, wait, purpose, threadsOf(threads)), file, writable);
 }
 
 /// Writes the scene, or makes only the checks that come before the first byte is written.
@@ -159,7 +172,7 @@ class NewScene {
 
 /// Writes the model into a copy of the file that it was read from.
 void writeInto(const NewScene& made, const Accessor& scene, const std::string& path) {
-    const auto copy = accessorFor(made.temporary(), 0, false);
+    const auto copy = accessorFor(made.temporary(), 0, Purpose::kFilling);
     std::string errors;
     if (!copy->read(made.temporary(), errors)) raiseUnreadable(*copy, path);
     copy->associations() = scene.associations();
@@ -172,6 +185,9 @@ void saveAs(SceneState& scene, nb::handle path) {
     const nb::object name = nb::module_::import_("os").attr("fsencode")(path);
     const std::string file = nameOf(name, "the name of a file");
     const Accessor& accessor = scene.accessor();
+    if (dynamic_cast<const ContentsAccessor*>(&accessor))
+        raise("ReadOnlyError",
+              "the scene was read from memory: there is no file to save a copy of");
     const fs::path target = fs::absolute(file);
     if (target.extension() != fs::path(accessor.fileName()).extension())
         raise("RefusedError", file + ": has the extension of another kind of scene");
@@ -206,7 +222,7 @@ nb::str dryRun(SceneState& scene) {
     if (!accessor.metEdits()) return textOf({});
     const std::string& file = accessor.fileName();
     const double wait = std::chrono::duration<double>(accessor.patience()).count();
-    const auto before = accessorFor(file, wait, false);
+    const auto before = accessorFor(file, wait, Purpose::kLooking);
     std::string ignored;
     if (!before->read(file, ignored)) raiseUnreadable(*before, file);
     Quilmeta::showDryRun(*before, accessor, output);
@@ -350,6 +366,27 @@ void defineNodes(nb::class_<SceneState>& type) {
 
 }  // namespace
 
+Data::ReadPolicy readPolicyFor(unsigned threads) {
+    Data::ReadPolicy policy;
+    policy.unknownIndexTypesAsText = true;
+    policy.preparesEdits = false;
+    policy.threads = threads == kAllProcessors ? std::thread::hardware_concurrency() : threads;
+    return policy;
+}
+
+ScenePtr readInto(std::unique_ptr<Accessor> accessor, const std::string& file, bool isWritable) {
+    bool isRead = false;
+    {
+        const nb::gil_scoped_release unlocked;
+        std::string ignored;  // the findings say more
+        isRead = accessor->read(file, ignored);
+    }
+    throwInterruption();
+    if (!isRead) raiseUnreadable(*accessor, file);
+    warnOf(*accessor);
+    return std::make_shared<SceneState>(std::move(accessor), isWritable);
+}
+
 void defineScenes(nb::module_& module) {
     nb::class_<SceneState> type(module, "Scene", nb::is_weak_referenceable(),
                                 "The metadata of a scene file: a mapping of the named nodes.");
@@ -378,7 +415,12 @@ void defineScenes(nb::module_& module) {
         .def_prop_ro("mode", [](const SceneState& self) { return self.isWritable() ? "r+" : "r"; })
         .def_prop_ro("closed", [](const SceneState& self) { return self.isClosed(); })
         .def_prop_ro(
-            "is_edited", [](const SceneState& self) { return self.accessor().isEdited(); },
+            "is_edited",
+            [](const SceneState& self) {
+                // One that was opened to be read only never is.
+                const Accessor& accessor = self.accessor();
+                return accessor.readPolicy().preparesEdits && accessor.isEdited();
+            },
             "Whether a save has something to write. Compares all values.")
         .def("save", save, nb::arg("path") = nb::none(),
              nb::sig("def save(self, path: str | bytes | os.PathLike[str] | os.PathLike[bytes] | "
@@ -403,12 +445,16 @@ void defineScenes(nb::module_& module) {
              nb::sig(
                  "def __reduce_ex__(self, protocol: typing.SupportsIndex, /) -> typing.NoReturn"))
         .def("__repr__", shown);
-    module.def("open", open, nb::arg("path"), nb::arg("mode") = "r", nb::arg("wait") = 10.0,
-               nb::sig("def open(path: str | bytes | os.PathLike[str] | os.PathLike[bytes], "
-                       "mode: typing.Literal['r', 'r+'] = 'r', wait: float = 10.0) -> Scene"),
-               "Reads a scene. With \"r+\" it can be changed, and a `with` saves it when it ends "
-               "without an exception. No lock is held in between: a save finds out whether "
-               "somebody else has written. `wait` is for how many seconds to wait for others.");
+    module.def(
+        "open", open, nb::arg("path"), nb::arg("mode") = "r", nb::arg("wait") = 10.0,
+        nb::arg("threads") = nb::none(),
+        nb::sig("def open(path: str | bytes | os.PathLike[str] | os.PathLike[bytes], "
+                "mode: typing.Literal['r', 'r+'] = 'r', wait: float = 10.0, "
+                "threads: int | None = None) -> Scene"),
+        "Reads a scene. With \"r+\" it can be changed, and a `with` saves it when it ends "
+        "without an exception. No lock is held in between: a save finds out whether "
+        "somebody else has written. `wait` is for how many seconds to wait for others. Large "
+        "scenes are read by so many threads, or all processors.");
 }
 
 }  // namespace orbo::Python
