@@ -164,6 +164,23 @@ def test_a_dtype_describes_a_structure() -> None:
         qm.structure_of(numpy.dtype([("c", "f4", (2, 3))]), "S")
 
 
+def test_an_arrow_schema_describes_a_structure() -> None:
+    arrow = pytest.importorskip("pyarrow")
+    plain = {"b": arrow.bool_(), "i": arrow.int8(), "u": arrow.uint64(), "f": arrow.float32(),
+             "d": arrow.float64(), "t": arrow.string(), "l": arrow.large_string(),
+             "y": arrow.large_binary(), "p": arrow.list_(arrow.float32(), 3)}
+    structure = qm.structure_of(arrow.schema(plain.items()), "S")
+    assert structure == qm.Structure(
+        "S", [("b", "bool"), ("i", "int8"), ("u", "uint64"), ("f", "float"), ("d", "double"),
+              ("t", "string"), ("l", "string"), ("y", "string"), ("p", "float", 3)])
+    with pytest.raises(TypeError, match="needs a name"):
+        qm.structure_of(arrow.schema(plain.items()))
+    for kind in (arrow.float16(), arrow.list_(arrow.int8()), arrow.timestamp("s"),
+                 arrow.list_(arrow.list_(arrow.float32(), 4), 4)):
+        with pytest.raises(TypeError, match='"odd": no type of member is known'):
+            qm.structure_of(arrow.schema([("odd", kind)]), "S")
+
+
 @pytest.mark.parametrize(
     ("members", "error", "words"),
     [
