@@ -35,9 +35,12 @@ from ._native import (
     Stream,
     Structure,
     _version,
+    check,
     loads,
     open,
+    recover,
 )
+from ._recovery import Recovery
 from ._structures import Member, structure_of
 
 
@@ -63,6 +66,7 @@ __all__ = [
     "QuilError",
     "QuilWarning",
     "ReadOnlyError",
+    "Recovery",
     "RefusedError",
     "Scene",
     "Selection",
@@ -71,10 +75,12 @@ __all__ = [
     "Structure",
     "UnknownNameError",
     "__version__",
+    "check",
     "cmake_dir",
     "loads",
     "open",
     "read_many",
+    "recover",
     "register_index_type",
     "structure_of",
     "unregister_index_type",

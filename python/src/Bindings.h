@@ -19,5 +19,6 @@ void defineStreams(nb::module_& module);
 void defineContainers(nb::module_& module);
 void defineScenes(nb::module_& module);
 void defineContents(nb::module_& module);
+void defineFiles(nb::module_& module);
 
 }  // namespace orbo::Python

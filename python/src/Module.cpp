@@ -12,4 +12,5 @@ NB_MODULE(_native, module) {
     orbo::Python::defineContainers(module);
     orbo::Python::defineScenes(module);
     orbo::Python::defineContents(module);
+    orbo::Python::defineFiles(module);
 }

@@ -31,11 +31,6 @@ nb::object numberOr(const std::optional<std::uint64_t>& number) {
     nb::raise_python_error();
 }
 
-std::string withoutLineEnd(std::string text) {
-    while (!text.empty() && text.back() == '\n') text.pop_back();
-    return text;
-}
-
 /// Only the message tells whether another program has the file.
 bool isAboutOthers(const std::vector<Data::Finding>& findings) {
     for (const Data::Finding& finding : findings)
@@ -44,6 +39,11 @@ bool isAboutOthers(const std::vector<Data::Finding>& findings) {
 }
 
 }  // namespace
+
+std::string withoutLineEnd(std::string text) {
+    while (!text.empty() && text.back() == '\n') text.pop_back();
+    return text;
+}
 
 nb::object findingOf(const Data::Finding& finding, const std::string& file) {
     nb::dict fields;
@@ -107,6 +107,11 @@ void raiseUnreadable(const Data::Accessor& scene, const std::string& file) {
     const char* const name = !isScene                  ? "NotASceneError"
                              : isAboutOthers(findings) ? "BusyError"
                                                        : "QuilError";
+    raise(name, file + ": " + withoutLineEnd(Quilmeta::messagesOf(findings)), findings, file);
+}
+
+void raiseRefusal(const std::vector<Data::Finding>& findings, const std::string& file) {
+    const char* const name = isAboutOthers(findings) ? "BusyError" : "RefusedError";
     raise(name, file + ": " + withoutLineEnd(Quilmeta::messagesOf(findings)), findings, file);
 }
 

@@ -43,6 +43,9 @@ void warn(const std::string& message);
 
 /// Throws the exception that a failed read stands for.
 [[noreturn]] void raiseUnreadable(const Data::Accessor& scene, const std::string& file);
+/// Throws a `BusyError` when the findings are about another program, else a `RefusedError`.
+[[noreturn]] void raiseRefusal(const std::vector<Data::Finding>& findings, const std::string& file);
+std::string withoutLineEnd(std::string text);
 /// Throws the exception that a failed write, or a rehearsal of one, stands for.
 [[noreturn]] void raiseUnwritten(const Data::Accessor& scene, const std::string& errors);
 

@@ -57,39 +57,6 @@ void demandReadable(const std::string& file) {
     if (::access(file.c_str(), R_OK) != 0) raiseSystemError(errno, file);
 }
 
-/// Ends a wait for other programs when the user presses Ctrl-C.
-bool isInterrupted() {
-    const nb::gil_scoped_acquire lock;
-    return PyErr_Occurred() || PyErr_CheckSignals() != 0;
-}
-
-void throwInterruption() {
-    if (PyErr_Occurred()) nb::raise_python_error();
-}
-
-/// What a scene is read for.
-enum class Purpose { kLooking, kEditing, kFilling };
-
-std::unique_ptr<Accessor> accessorFor(const std::string& file, double wait, Purpose purpose,
-                                      unsigned threads = kAllProcessors) {
-    std::unique_ptr<Accessor> accessor = Accessor::accessorByExtension(file);
-    if (!accessor) {
-        std::string known;
-        for (const std::string& extension : Accessor::supportedExtensions())
-            known += (known.empty() ? "" : ", ") + extension;
-        raise("NotASceneError", file + ": is no scene by its extension (known: " + known + ')');
-    }
-    accessor->setPatience(std::chrono::milliseconds(static_cast<long long>(wait * 1000)));
-    accessor->stopWaitingWhen(isInterrupted);
-    Data::ReadPolicy reading = readPolicyFor(threads);
-    reading.preparesEdits = purpose != Purpose::kLooking;
-    accessor->setReadPolicy(reading);
-    Data::WritePolicy policy = Data::WritePolicy::careful();
-    policy.detectConflicts = purpose == Purpose::kEditing;
-    accessor->setWritePolicy(policy);
-    return accessor;
-}
-
 /// Tells of metadata that cannot be read, and that a save keeps as it is.
 void warnOf(const Accessor& scene) {
     for (const Data::Finding& finding : scene.findings())
@@ -112,11 +79,8 @@ ScenePtr open(nb::handle path, const std::string& mode, double wait, nb::handle 
     if (mode != "r" && mode != "r+")
         throw nb::value_error(
             ("a scene is opened with \"r\" or \"r+\", not " + inQuotes(mode)).c_str());
-    if (!(wait >= 0 && wait < 1e9)) throw nb::value_error("wait is a number of seconds");
-    const nb::object name = nb::module_::import_("os").attr("fsencode")(path);
-    const std::string file = nameOf(name, "the name of a file");
+    const std::string file = sceneFile(path);
     const bool writable = mode == "r+";
-    demandReadable(file);
     if (writable && ::access(file.c_str(), W_OK) != 0) raiseSystemError(errno, file);
     const Purpose purpose = writable ? Purpose::kEditing : Purpose::kLooking;
     return readInto(accessorFor(file, wait, purpose, threadsOf(threads)), file, writable);
@@ -182,8 +146,7 @@ void writeInto(const NewScene& made, const Accessor& scene, const std::string& p
 
 /// Saves under a new name, and leaves the scene's own file as it is.
 void saveAs(SceneState& scene, nb::handle path) {
-    const nb::object name = nb::module_::import_("os").attr("fsencode")(path);
-    const std::string file = nameOf(name, "the name of a file");
+    const std::string file = fileNameOf(path);
     const Accessor& accessor = scene.accessor();
     if (dynamic_cast<const ContentsAccessor*>(&accessor))
         raise("ReadOnlyError",
@@ -365,6 +328,51 @@ void defineNodes(nb::class_<SceneState>& type) {
 }
 
 }  // namespace
+
+std::string fileNameOf(nb::handle path) {
+    const nb::object name = nb::module_::import_("os").attr("fsencode")(path);
+    return nameOf(name, "the name of a file");
+}
+
+std::string sceneFile(nb::handle path) {
+    std::string file = fileNameOf(path);
+    demandReadable(file);
+    return file;
+}
+
+std::chrono::milliseconds patienceOf(double wait) {
+    if (!(wait >= 0 && wait < 1e9)) throw nb::value_error("wait is a number of seconds");
+    return std::chrono::milliseconds(static_cast<long long>(wait * 1000));
+}
+
+bool isInterrupted() {
+    const nb::gil_scoped_acquire lock;
+    return PyErr_Occurred() || PyErr_CheckSignals() != 0;
+}
+
+void throwInterruption() {
+    if (PyErr_Occurred()) nb::raise_python_error();
+}
+
+std::unique_ptr<Accessor> accessorFor(const std::string& file, double wait, Purpose purpose,
+                                      unsigned threads) {
+    std::unique_ptr<Accessor> accessor = Accessor::accessorByExtension(file);
+    if (!accessor) {
+        std::string known;
+        for (const std::string& extension : Accessor::supportedExtensions())
+            known += (known.empty() ? "" : ", ") + extension;
+        raise("NotASceneError", file + ": is no scene by its extension (known: " + known + ')');
+    }
+    accessor->setPatience(patienceOf(wait));
+    accessor->stopWaitingWhen(isInterrupted);
+    Data::ReadPolicy reading = readPolicyFor(threads);
+    reading.preparesEdits = purpose != Purpose::kLooking;
+    accessor->setReadPolicy(reading);
+    Data::WritePolicy policy = Data::WritePolicy::careful();
+    policy.detectConflicts = purpose == Purpose::kEditing;
+    accessor->setWritePolicy(policy);
+    return accessor;
+}
 
 Data::ReadPolicy readPolicyFor(unsigned threads) {
     Data::ReadPolicy policy;
