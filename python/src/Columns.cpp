@@ -230,13 +230,9 @@ void scatterObjects(const StreamState& state, const Rows& rows, const Member& me
 
 }  // namespace
 
-Indices indicesOf(const StreamState& state) {
+Indices indicesOf(StreamState& state) {
     state.demandPresent();
-    Indices indices;
-    indices.reserve(state.stream().elementCount());
-    for (const auto& [index, element] : std::as_const(state.stream()).elements())
-        indices.push_back(index);
-    return indices;
+    return state.indices();
 }
 
 nb::object gather(const StreamState& state, const Rows& rows, const std::string& name) {

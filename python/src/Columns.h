@@ -36,7 +36,7 @@ class Rows {
 };
 
 /// The indices of all elements, in order.
-Indices indicesOf(const StreamState& stream);
+Indices indicesOf(StreamState& stream);
 /// Gives a member of all elements. Where the storage is dense, or can be made so, the array is a
 /// view of the elements, which may be written when the scene may; otherwise it is a copy to be
 /// read. Strings are copied. Without NumPy, arrays are `memoryview`s, and strings a tuple.

@@ -170,6 +170,17 @@ void StreamState::demandMovable() const {
                                .c_str());
 }
 
+const std::vector<Data::Index>& StreamState::indices() {
+    if (!fListed || fListed->generation != fGeneration) {
+        Listed listed{fGeneration, {}};
+        listed.indices.reserve(fStored->elementCount());
+        for (const auto& [index, element] : std::as_const(*fStored).elements())
+            listed.indices.push_back(index);
+        fListed = std::move(listed);
+    }
+    return fListed->indices;
+}
+
 bool StreamState::makeDense() {
     if (fStored->isDense()) return true;
     if (!countsUp(*fStored)) return false;

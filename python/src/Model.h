@@ -205,6 +205,9 @@ class StreamState : public Part, public std::enable_shared_from_this<StreamState
     /// elements' memory.
     void demandMovable() const;
     void noteMoved() { ++fGeneration; }
+    /// Gives the indices of all elements in order. They are listed once, until elements come, go or
+    /// move; the list is good until then, too. Call `demandPresent` before.
+    const std::vector<Data::Index>& indices();
 
     void countView(int more) { fViews += more; }
     [[nodiscard]] bool hasViews() const { return fViews > 0; }
@@ -223,6 +226,11 @@ class StreamState : public Part, public std::enable_shared_from_this<StreamState
     std::optional<Data::Stream> fOwn;
     Data::Stream* fStored;
     std::uint64_t fGeneration = 0;
+    struct Listed {
+        std::uint64_t generation;
+        std::vector<Data::Index> indices;
+    };
+    std::optional<Listed> fListed;
     int fViews = 0;
 };
 

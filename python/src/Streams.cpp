@@ -93,7 +93,7 @@ void removeElement(StreamState& state, const Index& index) {
 }
 
 /// Bounds of a slice by index; both ends are in it.
-Indices indicesBetween(const StreamState& state, const nb::slice& slice) {
+Indices indicesBetween(StreamState& state, const nb::slice& slice) {
     const nb::object start = slice.attr("start");
     const nb::object stop = slice.attr("stop");
     if (!slice.attr("step").is_none())
@@ -129,22 +129,25 @@ nb::object located(const Loc& self, nb::handle key) {
 }
 
 nb::object placed(const ILoc& self, nb::handle place) {
-    Indices indices = indicesOf(*self.stream);
-    const auto count = static_cast<Py_ssize_t>(indices.size());
+    StreamState& state = *self.stream;
     if (PySlice_Check(place.ptr())) {
+        const Indices indices = indicesOf(state);  // a copy, for the bounds may run Python code
         const auto bounds = nb::borrow<nb::slice>(place).compute(indices.size());
         Selection selection{self.stream, {}};
         Py_ssize_t at = bounds.template get<0>();
         for (std::size_t k = 0; k < bounds.template get<3>(); ++k, at += bounds.template get<2>())
-            selection.indices.push_back(std::move(indices[static_cast<std::size_t>(at)]));
+            selection.indices.push_back(indices[static_cast<std::size_t>(at)]);
         return nb::cast(std::move(selection));
     }
     Py_ssize_t at = PyNumber_AsSsize_t(place.ptr(), PyExc_IndexError);
     if (at == -1 && PyErr_Occurred()) nb::raise_python_error();
+    state.demandPresent();
+    const Indices& indices = state.indices();
+    const auto count = static_cast<Py_ssize_t>(indices.size());
     if (at < 0) at += count;
     if (at < 0 || at >= count)
         throw nb::index_error(
-            (self.stream->description() + " has " + std::to_string(count) + " elements").c_str());
+            (state.description() + " has " + std::to_string(count) + " elements").c_str());
     return nb::cast(ElementValue{self.stream, indices[static_cast<std::size_t>(at)]});
 }
 

@@ -123,6 +123,25 @@ def test_slices_by_index_have_both_ends_and_by_place_one() -> None:
         stream[1:2]
 
 
+def test_places_follow_what_comes_and_goes() -> None:
+    stream = numbers(5)
+    assert stream.iloc[2].index == 2
+    del stream[1]
+    assert stream.iloc[2].index == 3
+    stream[1] = {}
+    stream[9] = {}
+    assert stream.iloc[2].index == 2 and stream.iloc[-1].index == 9
+
+    class Clearing:
+        def __index__(self) -> int:
+            for index in list(stream):
+                del stream[index]
+            return 2
+
+    with pytest.raises(IndexError, match="0 elements"):
+        stream.iloc[Clearing()]  # type: ignore[index]
+
+
 def test_keys_values_and_items_are_views() -> None:
     stream = numbers(3)
     keys, values, items = stream.keys(), stream.values(), stream.items()
