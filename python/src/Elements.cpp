@@ -51,8 +51,14 @@ nb::object valueIn(const StreamState& stream, const Index& index, const std::str
 /// The values that are to be stored, each with its member.
 using NewValues = std::vector<std::pair<const Member*, NewValue>>;
 
+/// Gives pairs of names and values, which stay as they are while Python code runs.
+nb::object pairsOf(nb::handle given) {
+    if (PyDict_CheckExact(given.ptr())) return nb::borrow<nb::dict>(given).items();
+    return nb::module_::import_("quilmeta._structures").attr("items_of")(given);
+}
+
 NewValues newValuesOf(const Structure& structure, nb::handle given) {
-    const nb::object items = nb::module_::import_("quilmeta._structures").attr("items_of")(given);
+    const nb::object items = pairsOf(given);
     NewValues values;
     for (nb::handle item : items) {
         const Member& member = memberOf(structure, bytesOf(item[0], "the name of a member"));
@@ -100,16 +106,21 @@ void setMember(const StreamState& stream, const Index& index, const std::string&
     fresh.storeAt(const_cast<char*>(valuesIn(stream, index, member)));
 }
 
+void demandType(const StreamState& state, const Index& index) {
+    const std::string& type = state.stream().indexType();
+    if (index.typeName() == type) return;
+    throw nb::type_error(
+        ("the indices of " + state.description() + " are " + type + ", not " + index.typeName())
+            .c_str());
+}
+
 void setElement(StreamState& state, const Index& index, nb::handle values) {
     state.demandWritable();
     const StructurePtr structure(&state.stream().structure());
     NewValues fresh = newValuesOf(*structure, values);
     state.demandWritable();
     Stream& stream = state.stream();
-    if (index.typeName() != stream.indexType())
-        throw nb::type_error(("the indices of " + state.description() + " are " +
-                              stream.indexType() + ", not " + index.typeName())
-                                 .c_str());
+    demandType(state, index);
     const bool isNew = !stream.hasElement(index);
     if (isNew) state.demandMovable();
     // Storage that is dense for the sake of columns has no gaps.

@@ -26,6 +26,8 @@ const char* valuesIn(const StreamState& stream, const Data::Index& index,
 /// Sets one member of an element. Runs Python code of the value before it looks for the element.
 void setMember(const StreamState& stream, const Data::Index& index, const std::string& name,
                nb::handle value);
+/// Throws `TypeError` when the stream has indices of another type.
+void demandType(const StreamState& state, const Data::Index& index);
 /// Makes an element, or replaces it, by a mapping of member names, another element, or a dataclass.
 /// Members that are not named get default values.
 void setElement(StreamState& stream, const Data::Index& index, nb::handle values);

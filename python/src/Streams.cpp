@@ -5,6 +5,7 @@
 #include <data/IndexString.h>
 #include <data/Structure.h>
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -98,19 +99,22 @@ Indices indicesBetween(StreamState& state, const nb::slice& slice) {
     const nb::object stop = slice.attr("stop");
     if (!slice.attr("step").is_none())
         throw nb::type_error("a slice of indices has no step; .iloc takes one");
-    const auto bound = [](nb::handle end) -> std::optional<Index> {
+    const auto bound = [&](nb::handle end) -> std::optional<Index> {
         if (end.is_none()) return std::nullopt;
         const auto index = indexOf(end);
         if (!index) throw nb::index_error((shownKey(end) + " is out of range").c_str());
+        state.demandPresent();
+        demandType(state, *index);
         return index;
     };
     const auto first = bound(start);
     const auto last = bound(stop);
-    Indices found;
-    for (Index& index : indicesOf(state))
-        if ((!first || index >= *first) && (!last || index <= *last))
-            found.push_back(std::move(index));
-    return found;
+    state.demandPresent();
+    const Indices& indices = state.indices();
+    const auto from =
+        first ? std::lower_bound(indices.begin(), indices.end(), *first) : indices.begin();
+    const auto to = last ? std::upper_bound(from, indices.end(), *last) : indices.end();
+    return {from, to};
 }
 
 Indices indicesIn(const StreamState& state, nb::handle keys) {

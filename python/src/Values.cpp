@@ -76,6 +76,7 @@ std::string subjectOf(const Member& member) { return Quilmeta::inQuotes(member.n
 /// True for `bool`, and for the one of NumPy.
 bool isTruthValue(nb::handle value) {
     if (PyBool_Check(value.ptr())) return true;
+    if (PyLong_Check(value.ptr()) || PyFloat_Check(value.ptr())) return false;  // as most are
     const std::string type = nb::type_name(value.type()).c_str();
     return type == "numpy.bool" || type == "numpy.bool_";
 }

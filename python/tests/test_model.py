@@ -117,8 +117,11 @@ def test_slices_by_index_have_both_ends_and_by_place_one() -> None:
     assert stream.loc[:1].keys() == [0, 1] and stream.loc[8:].keys() == [8, 9]
     assert stream.iloc[3:5].keys() == [3, 5] and stream.iloc[::-4].keys() == [9, 5, 0]
     assert stream.iloc[-1].index == 9 and stream.loc[[7, 2]].keys() == [7, 2]
+    assert stream.loc[5:4].keys() == stream.loc[10:].keys() == [] and len(stream.loc[:]) == 9
     with pytest.raises(IndexError):
         stream.iloc[9]
+    with pytest.raises(TypeError, match="numeric, not string"):
+        stream.loc["3":]
     with pytest.raises(TypeError, match="iloc"):
         stream[1:2]
 
