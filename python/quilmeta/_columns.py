@@ -29,14 +29,24 @@ def array_of(buffer: Any) -> Any:
     return memoryview(buffer) if numpy is None else numpy.asarray(buffer)
 
 
+def empty_texts(count: int) -> Any:
+    """An array for texts, or None where there is no NumPy."""
+    numpy = numpy_or_none()
+    return None if numpy is None else numpy.empty(count, dtype=object)
+
+
+def read_only(array: Any) -> Any:
+    array.flags.writeable = False
+    return array
+
+
 def texts_of(texts: list[Any]) -> Any:
     numpy = numpy_or_none()
     if numpy is None:
         return tuple(texts)
     array = numpy.empty(len(texts), dtype=object)
     array[:] = texts
-    array.flags.writeable = False
-    return array
+    return read_only(array)
 
 
 def values_for(values: Any, format: str, shape: tuple[int, ...]) -> Any:

@@ -17,9 +17,40 @@
 #include "Elements.h"
 #include "Problems.h"
 #include "Structures.h"
+#include "Text.h"
 #include "Values.h"
+#include "core/Layout.h"
+#include "streams/StreamAccess.h"
+#include "streams/StreamImpl.h"
 
 namespace orbo::Python {
+
+namespace {
+
+/// Shows where a member lies in each element of a stream.
+template <typename Use>
+class EachValue final : public Data::ElementVisitor {
+  public:
+    EachValue(const StreamState& state, const Data::Member& member, const Use& use)
+        : fState(state), fUse(use) {
+        const Data::Layout& layout = Data::StreamAccess::layoutOf(state.stream());
+        fOffset = layout.runs()[layout.indexOf(member.name())].offset;
+    }
+    void visit(unsigned int, char* chunk) override { show(chunk); }
+    void visit(const Data::Index&, char* chunk) override { show(chunk); }
+
+  private:
+    void show(const char* chunk) {
+        if (!chunk) raise("QuilError", fState.description() + " has elements without data");
+        fUse(chunk + fOffset);
+    }
+
+    const StreamState& fState;
+    const Use& fUse;
+    std::uint64_t fOffset;
+};
+
+}  // namespace
 
 template <typename Use>
 void Rows::forEach(const StreamState& state, const Data::Member& member, const Use& use) const {
@@ -27,12 +58,8 @@ void Rows::forEach(const StreamState& state, const Data::Member& member, const U
         for (const Data::Index& index : *fIndices) use(valuesIn(state, index, member));
         return;
     }
-    for (auto [index, element] : std::as_const(state.stream()).elements()) {
-        element.setPositionByMemberName(member.name());
-        const auto* const values = static_cast<const char*>(element.asType(member.type()));
-        if (!values) raise("QuilError", state.description() + " has elements without data");
-        use(values);
-    }
+    EachValue<Use> each(state, member, use);
+    Data::StreamAccess::visitElements(state.stream(), each);
 }
 
 std::size_t Rows::count(const StreamState& state) const {
@@ -230,6 +257,55 @@ void scatterObjects(const StreamState& state, const Rows& rows, const Member& me
 
 }  // namespace
 
+namespace {
+
+/// Objects of one size that Python shows by the buffer protocol: the slots of an array of objects.
+class Slots {
+  public:
+    explicit Slots(nb::handle array) {
+        if (PyObject_GetBuffer(array.ptr(), &fView, PyBUF_WRITABLE) != 0) nb::raise_python_error();
+        fNext = static_cast<PyObject**>(fView.buf);
+        fEnd = fNext + static_cast<std::size_t>(fView.len) / sizeof(PyObject*);
+    }
+    Slots(const Slots&) = delete;
+    Slots& operator=(const Slots&) = delete;
+    ~Slots() { PyBuffer_Release(&fView); }
+
+    [[nodiscard]] bool isFull() const { return fNext == fEnd; }
+    void add(nb::object object) { Py_XDECREF(std::exchange(*fNext++, object.release().ptr())); }
+
+  private:
+    Py_buffer fView;
+    PyObject** fNext;
+    PyObject** fEnd;
+};
+
+nb::object gatherTexts(const StreamState& state, const Rows& rows, const Member& member) {
+    const std::size_t count = rows.count(state);
+    const nb::object array = columnsModule().attr("empty_texts")(count);
+    const NoCollection undisturbed;
+    TextCache texts(count);
+    const auto next = [&](const char* at) {
+        const char* bytes = nullptr;
+        std::memcpy(&bytes, at, sizeof bytes);
+        return texts.textOrNone(bytes);
+    };
+    if (array.is_none()) {
+        nb::list list;
+        rows.forEach(state, member, [&](const char* at) { list.append(next(at)); });
+        return nb::tuple(list);
+    }
+    {
+        Slots slots(array);
+        rows.forEach(state, member, [&](const char* at) {
+            if (!slots.isFull()) slots.add(next(at));
+        });
+    }
+    return columnsModule().attr("read_only")(array);
+}
+
+}  // namespace
+
 Indices indicesOf(StreamState& state) {
     state.demandPresent();
     return state.indices();
@@ -238,11 +314,13 @@ Indices indicesOf(StreamState& state) {
 nb::object gather(const StreamState& state, const Rows& rows, const std::string& name) {
     state.demandPresent();
     const Member& member = memberOf(state.stream().structure(), name);
+    if (member.type() == Member::kString && member.length() == 1)
+        return gatherTexts(state, rows, member);
     if (member.type() == Member::kString) {
         const NoCollection undisturbed;
-        nb::list texts;
-        rows.forEach(state, member, [&](const char* at) { texts.append(valueOf(member, at)); });
-        return columnsModule().attr("texts_of")(texts);
+        nb::list lists;
+        rows.forEach(state, member, [&](const char* at) { lists.append(valueOf(member, at)); });
+        return columnsModule().attr("texts_of")(lists);
     }
     const Shape shape(member, rows.count(state));
     std::vector<char> values;

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "Text.h"
 
+#include <functional>
+
 namespace orbo::Python {
 
 nb::str textOf(std::string_view bytes) {
@@ -14,6 +16,21 @@ nb::str textOf(std::string_view bytes) {
 nb::object textOrNone(const char* bytes) {
     if (!bytes) return nb::none();
     return textOf(bytes);
+}
+
+TextCache::TextCache(std::size_t texts) {
+    constexpr std::size_t kMost = std::size_t{1} << 16;
+    std::size_t size = 1;
+    while (size < texts && size < kMost) size *= 2;
+    fEntries.resize(size);
+}
+
+nb::object TextCache::textOrNone(const char* bytes) {
+    if (!bytes) return nb::none();
+    const std::string_view wanted(bytes);
+    Entry& entry = fEntries[std::hash<std::string_view>()(wanted) & (fEntries.size() - 1)];
+    if (!entry.text.is_valid() || entry.bytes != wanted) entry = {wanted, textOf(wanted)};
+    return entry.text;
 }
 
 std::string bytesOf(nb::handle text, const char* what) {

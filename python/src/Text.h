@@ -4,8 +4,10 @@
 
 #include <nanobind/nanobind.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orbo::Python {
 
@@ -15,6 +17,24 @@ namespace nb = nanobind;
 nb::str textOf(std::string_view bytes);
 /// A null string becomes `None`.
 nb::object textOrNone(const char* bytes);
+/// Makes texts of strings of which many are equal, as those of a column mostly are: equal ones are
+/// one object while it remembers them.
+class TextCache {
+  public:
+    /// For about so many texts.
+    explicit TextCache(std::size_t texts);
+
+    /// The bytes must be there, unchanged, while the object lives.
+    nb::object textOrNone(const char* bytes);
+
+  private:
+    struct Entry {
+        std::string_view bytes;
+        nb::object text;
+    };
+    std::vector<Entry> fEntries;  // at the hash of their bytes; a power of two of them
+};
+
 /// Gives the bytes of a `str`, or of a `bytes`. Throws `TypeError` for anything else, naming
 /// `what`.
 std::string bytesOf(nb::handle text, const char* what);

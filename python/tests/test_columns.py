@@ -171,3 +171,13 @@ with qm.open({str(teapot)!r}, "r+") as scene:
     assert type(labels) is tuple and "LID" in labels
 """
     subprocess.run([sys.executable, "-c", program], check=True)
+
+
+def test_texts_are_themselves_however_many_there_are() -> None:
+    stream = qm.Stream("s", qm.Structure("T", [("one", "string"), ("two", "string", 2)]))
+    given = [None if k % 7 == 0 else "" if k % 7 == 1 else f"n{k * k % 90001}é" for k in range(70_000)]
+    for index, text in enumerate(given):
+        stream[index] = {"one": text, "two": (text, "x")} if index < 2 else {"one": text}
+    assert list(stream["one"]) == given and list(stream.iloc[::-1]["one"]) == given[::-1]
+    assert list(stream.iloc[:2]["two"]) == [(None, "x"), ("", "x")]
+    assert len(stream.iloc[:0]["one"]) == 0

@@ -6,10 +6,13 @@
 #include <data/Stream.h>
 #include <debug/Footprint.h>
 #include <debug/Print.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <ostream>
 #include <utility>
 
@@ -31,6 +34,19 @@ std::uint64_t timesOneAndAHalf(unsigned int number) {
 
 std::size_t bytes(const Layout& layout, unsigned int slots) {
     return static_cast<std::size_t>(layout.stride()) * slots;
+}
+
+/// Walks over large blocks take up to a fifth less time when the system maps them by pages of 2
+/// MiB, which many systems only do when asked.
+void wantLargePages([[maybe_unused]] char* block, [[maybe_unused]] std::size_t size) {
+#ifdef MADV_HUGEPAGE
+    constexpr std::size_t kWorthIt = std::size_t{4} << 20;
+    if (size < kWorthIt) return;
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    void* first = block;
+    if (!std::align(page, size - page, first, size)) return;
+    ::madvise(first, size / page * page, MADV_HUGEPAGE);  // a wish, which may be refused
+#endif
 }
 
 }  // namespace
@@ -99,7 +115,9 @@ Index StreamImplDense::indexOfPhysicalElement(unsigned int position) const {
 
 // `calloc` gives the default values, and large zero blocks cost nothing until they are used.
 StreamImplDense::Block StreamImplDense::defaultBlock(const Layout& layout, unsigned int slots) {
-    return Block(static_cast<char*>(std::calloc(slots, static_cast<std::size_t>(layout.stride()))));
+    Block block(static_cast<char*>(std::calloc(slots, static_cast<std::size_t>(layout.stride()))));
+    if (block) wantLargePages(block.get(), bytes(layout, slots));
+    return block;
 }
 
 bool StreamImplDense::allocate(unsigned int slots) {
