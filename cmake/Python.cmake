@@ -39,6 +39,7 @@ foreach(module IN LISTS QUILMETA_MODULES)
     endif()
 endforeach()
 nanobind_add_stub(_native_stub INCLUDE_PRIVATE MODULE _native OUTPUT ${QUILMETA_PACKAGE}/_native.pyi
+                  PATTERN_FILE ${PROJECT_SOURCE_DIR}/python/stub-patterns.txt
                   PYTHON_PATH ${PROJECT_BINARY_DIR}/python/quilmeta DEPENDS _native)
 
 if(BUILD_TESTING)

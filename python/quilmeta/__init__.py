@@ -9,6 +9,7 @@
         pose.loc["lid"]["side"] = -1
 """
 
+from collections.abc import Mapping as _Mapping
 from pathlib import Path as _Path
 
 from ._errors import (
@@ -45,6 +46,9 @@ from ._structures import Member, structure_of
 
 
 __version__ = _version()
+
+for _class in (Scene, Node, Channel, Element, Structure):
+    _Mapping.register(_class)
 
 
 def cmake_dir() -> str:

@@ -49,7 +49,7 @@ def texts_of(texts: list[Any]) -> Any:
     return read_only(array)
 
 
-def values_for(values: Any, format: str, shape: tuple[int, ...]) -> Any:
+def values_for(name: str, values: Any, format: str, shape: tuple[int, ...]) -> Any:
     """An array of exactly this type and shape, or None where there is no NumPy.
 
     One value serves all elements. Nothing is lost silently: floats are no integers, and integers
@@ -61,18 +61,23 @@ def values_for(values: Any, format: str, shape: tuple[int, ...]) -> Any:
     wanted = numpy.dtype(format)
     given = numpy.asarray(values)
     if given.dtype == object:
-        raise TypeError(f"values of many types do not fit {wanted}")
+        raise TypeError(f'"{name}": values of many types do not fit {wanted}')
     if given.size and not _fits(numpy, given, wanted):
-        raise TypeError(f"values of type {given.dtype} do not fit {wanted}")
+        raise TypeError(f'"{name}": values of type {given.dtype} do not fit {wanted}')
     if wanted.kind in "iu" and given.size and given.dtype != wanted:
         limits = numpy.iinfo(wanted)
         low, high = int(given.min()), int(given.max())
         if low < limits.min or high > limits.max:
-            raise OverflowError(f"{low if low < limits.min else high} is out of range for {wanted}")
+            odd = low if low < limits.min else high
+            raise OverflowError(f'"{name}": {odd} is out of range for {wanted}')
+    try:
+        given = numpy.broadcast_to(given, shape)
+    except ValueError:
+        raise ValueError(f'"{name}": an array of {given.shape} does not fit {shape}') from None
     with numpy.errstate(over="ignore"):
-        fitted = numpy.array(numpy.broadcast_to(given, shape), dtype=wanted, order="C")
+        fitted = numpy.array(given, dtype=wanted, order="C")
     if wanted.kind == "f" and (numpy.isinf(fitted) & ~numpy.isinf(given)).any():
-        raise OverflowError(f"a value is out of range for {wanted}")
+        raise OverflowError(f'"{name}": a value is out of range for {wanted}')
     return fitted
 
 

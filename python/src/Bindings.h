@@ -12,6 +12,9 @@
 
 namespace orbo::Python {
 
+/// An argument that may be `None`, too, which nanobind refuses unless told otherwise.
+constexpr auto kAnything = nb::arg().none();
+
 void defineStructures(nb::module_& module);
 void defineElements(nb::module_& module);
 void defineColumns(nb::module_& module);

@@ -349,7 +349,7 @@ void scatter(StreamState& state, const Rows& rows, const std::string& name, nb::
     if (member.type() == Member::kString) return scatterObjects(state, rows, member, values);
     const Shape shape(member, rows.count(state));
     const nb::object array =
-        columnsModule().attr("values_for")(values, shape.format, shape.sizes());
+        columnsModule().attr("values_for")(textOf(name), values, shape.format, shape.sizes());
     if (array.is_none()) return scatterObjects(state, rows, member, values);
     state.demandWritable();
     rows.forEach(state, member, [](const char*) {});

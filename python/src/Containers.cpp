@@ -3,6 +3,7 @@
 #include "Containers.h"
 
 #include "Bindings.h"
+#include "Mappings.h"
 #include "Problems.h"
 #include "Streams.h"
 #include "Structures.h"
@@ -122,14 +123,7 @@ NodePtr madeNode(const nb::str& name, const nb::list& channels) {
 template <typename State, typename Class>
 void defineMapping(Class& type, const char* className, const char* partName, const char* maker) {
     using Owner = std::shared_ptr<State>;
-    const std::string view = std::string("[str, ") + partName + ']';
     const auto sig = [](const std::string& text) { return nb::sig(text.c_str()); };
-    const auto viewOf = [](const char* viewName) {
-        return [viewName](nb::handle self) {
-            nb::cast<Owner>(self)->demandPresent();
-            return nb::module_::import_("collections.abc").attr(viewName)(self);
-        };
-    };
     type.def_prop_ro("name",
                      [](const Owner& self) {
                          self->demandPresent();
@@ -153,29 +147,26 @@ void defineMapping(Class& type, const char* className, const char* partName, con
                 self->demandPresent();
                 return PyUnicode_Check(name.ptr()) && part(self, bytesOf(name, "a name"));
             },
-            nb::sig("def __contains__(self, name: object, /) -> bool"))
+            kAnything, nb::sig("def __contains__(self, name: object, /) -> bool"))
         .def(
             "__getitem__",
-            [](const Owner& self, const nb::str& name) {
+            [](const Owner& self, nb::handle name) {
                 return demandPart(self, bytesOf(name, "a name"));
             },
-            sig(std::string("def __getitem__(self, name: str, /) -> ") + partName))
+            kAnything, sig(std::string("def __getitem__(self, name: str, /) -> ") + partName))
         .def(
             "get",
-            [](const Owner& self, const nb::str& name, nb::handle otherwise) -> nb::object {
+            [](const Owner& self, nb::handle name, nb::handle otherwise) -> nb::object {
                 self->demandPresent();
-                if (auto found = part(self, bytesOf(name, "a name"))) return nb::cast(found);
+                if (PyUnicode_Check(name.ptr()))
+                    if (auto found = part(self, bytesOf(name, "a name"))) return nb::cast(found);
                 return nb::borrow(otherwise);
             },
-            nb::arg("name"), nb::arg("default") = nb::none(),
-            sig(std::string("def get(self, name: str, default: typing.Any = None) -> ") + partName +
-                " | typing.Any"))
-        .def("keys", viewOf("KeysView"), nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
-        .def("values", viewOf("ValuesView"),
-             sig(std::string("def values(self) -> collections.abc.ValuesView[") + partName + ']'))
-        .def("items", viewOf("ItemsView"),
-             sig("def items(self) -> collections.abc.ItemsView" + view))
-        .def("__eq__", isEqual<Owner>, nb::sig("def __eq__(self, other: object, /) -> bool"))
+            nb::arg("name").none(), nb::arg("default") = nb::none(),
+            sig(std::string("def get(self, name: object, default: typing.Any = None) -> ") +
+                partName + " | typing.Any"))
+        .def("__eq__", isEqual<Owner>, kAnything,
+             nb::sig("def __eq__(self, other: object, /) -> bool"))
         .def(
             "__reduce__",
             [maker](const Owner& self) {
@@ -204,6 +195,8 @@ void defineMapping(Class& type, const char* className, const char* partName, con
             },
             sig(std::string("def __deepcopy__(self, memo: typing.Any, /) -> ") + className))
         .def("__repr__", [className](const Owner& self) { return textOf(shown(self, className)); });
+    defineViews(type, partName);
+    refuseHash(type);
 }
 
 void defineChannel(nb::module_& module) {

@@ -9,6 +9,7 @@
 
 #include "Bindings.h"
 #include "Keys.h"
+#include "Mappings.h"
 #include "Problems.h"
 #include "Structures.h"
 #include "Values.h"
@@ -144,9 +145,9 @@ nb::dict dictOf(const StreamState& stream, const Index& index) {
 }
 
 void defineElements(nb::module_& module) {
-    nb::class_<ElementValue>(module, "Element", nb::is_weak_referenceable(),
-                             "One element of a stream: a mapping of member names to values.")
-        .def_prop_ro(
+    nb::class_<ElementValue> type(module, "Element", nb::is_weak_referenceable(),
+                                  "One element of a stream: a mapping of member names to values.");
+    type.def_prop_ro(
             "index", [](const ElementValue& self) { return keyOf(self.index); },
             "The index: an int, a pair of int, a str, or of a type that is registered.")
         .def("__len__",
@@ -165,18 +166,19 @@ void defineElements(nb::module_& module) {
                 return PyUnicode_Check(name.ptr()) &&
                        self.stream->stream().structure().member(bytesOf(name, "a name"));
             },
-            nb::sig("def __contains__(self, name: object, /) -> bool"))
+            kAnything, nb::sig("def __contains__(self, name: object, /) -> bool"))
         .def(
             "__getitem__",
-            [](const ElementValue& self, const nb::str& name) {
+            [](const ElementValue& self, nb::handle name) {
                 return valueIn(*self.stream, self.index, bytesOf(name, "a name"));
             },
-            nb::sig("def __getitem__(self, name: str, /) -> typing.Any"))
+            kAnything, nb::sig("def __getitem__(self, name: str, /) -> typing.Any"))
         .def(
             "__setitem__",
             [](const ElementValue& self, const nb::str& name, nb::handle value) {
                 setMember(*self.stream, self.index, bytesOf(name, "a name"), value);
             },
+            nb::arg(), kAnything,
             nb::sig("def __setitem__(self, name: str, value: typing.Any, /) -> None"))
         .def(
             "keys",
@@ -206,10 +208,15 @@ void defineElements(nb::module_& module) {
                 for (auto& [member, value] : fresh)
                     value.storeAt(const_cast<char*>(valuesIn(*self.stream, self.index, *member)));
             },
-            nb::sig("def update(self, values: typing.Any) -> None"),
+            nb::arg("values").none(), nb::sig("def update(self, values: typing.Any) -> None"),
             "Sets the members that a mapping, or a dataclass, names: all or, on an error, none.")
-        .def("__eq__", isEqual, nb::sig("def __eq__(self, other: object, /) -> bool"))
+        .def("__eq__", isEqual, kAnything, nb::sig("def __eq__(self, other: object, /) -> bool"))
+        .def("get", getOr, nb::arg("name").none(), nb::arg("default") = nb::none(),
+             nb::sig("def get(self, name: object, default: typing.Any = None) -> typing.Any"))
+        .def("__reversed__", reversedKeys,
+             nb::sig("def __reversed__(self) -> collections.abc.Iterator[str]"))
         .def("__repr__", [](const ElementValue& self) { return textOf(shown(self)); });
+    refuseHash(type);
 }
 
 }  // namespace orbo::Python

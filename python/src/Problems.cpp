@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <optional>
+#include <sstream>
 
 #include "scene/FindingText.h"
 #include "values/SafeText.h"
@@ -96,8 +97,11 @@ void raiseSystemError(int error, const std::string& file) {
 
 void warn(const std::string& message) {
     const nb::object category = errorsModule().attr("QuilWarning");
-    if (PyErr_WarnEx(category.ptr(), Quilmeta::safeLine(message).c_str(), 2) != 0)
-        nb::raise_python_error();
+    std::string shown;
+    std::istringstream lines(message);
+    for (std::string line; std::getline(lines, line);)
+        shown += (shown.empty() ? "" : "\n") + Quilmeta::safeLine(line);
+    if (PyErr_WarnEx(category.ptr(), shown.c_str(), 2) != 0) nb::raise_python_error();
 }
 
 void raiseUnreadable(const Data::Accessor& scene, const std::string& file) {

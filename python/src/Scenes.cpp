@@ -15,6 +15,7 @@
 #include "Bindings.h"
 #include "Containers.h"
 #include "Contents.h"
+#include "Mappings.h"
 #include "Problems.h"
 #include "Structures.h"
 #include "output/TargetPath.h"
@@ -220,10 +221,15 @@ NodePtr ensureNode(const ScenePtr& scene, const std::string& name) {
     return node ? node : scene->addNode(name);
 }
 
-NodePtr addNode(const ScenePtr& scene, const nb::str& name) {
-    const std::string text = bytesOf(name, "the name of a node");
-    scene->demandWritable();
+std::string nameOfNode(const nb::str& name) {
+    std::string text = bytesOf(name, "the name of a node");
     if (text.empty()) throw nb::value_error("a node has a name; scene.metadata is there already");
+    return text;
+}
+
+NodePtr addNode(const ScenePtr& scene, const nb::str& name) {
+    const std::string text = nameOfNode(name);
+    scene->demandWritable();
     if (scene->node(text)) throw nb::value_error(("there is a node " + inQuotes(text)).c_str());
     return scene->addNode(text);
 }
@@ -231,7 +237,7 @@ NodePtr addNode(const ScenePtr& scene, const nb::str& name) {
 /// Adds a stream, with the node and the channel where there are none.
 nb::object addStream(const ScenePtr& scene, const nb::str& node, const nb::str& channel,
                      const nb::str& stream, nb::handle source, const nb::str& indexType) {
-    const NodePtr owner = ensureNode(scene, bytesOf(node, "the name of a node"));
+    const NodePtr owner = ensureNode(scene, nameOfNode(node));
     const std::string name = bytesOf(channel, "the name of a channel");
     auto found = owner->channel(name);
     if (!found) found = owner->addChannel(name);
@@ -239,7 +245,7 @@ nb::object addStream(const ScenePtr& scene, const nb::str& node, const nb::str& 
 }
 
 void setNode(const ScenePtr& scene, const nb::str& name, const NodePtr& source) {
-    const std::string text = bytesOf(name, "the name of a node");
+    const std::string text = nameOfNode(name);
     scene->demandWritable();
     source->demandPresent();
     const NodePtr copy = copyOf(source, text);
@@ -270,11 +276,6 @@ void refuseCopies(nb::handle, nb::handle) {
 }
 
 void defineNodes(nb::class_<SceneState>& type) {
-    const auto viewOf = [](const char* name) {
-        return [name](nb::handle self) {
-            return nb::module_::import_("collections.abc").attr(name)(self);
-        };
-    };
     type.def("__len__", [](const SceneState& self) { return self.names().size(); })
         .def(
             "__iter__", [](const SceneState& self) { return nb::iter(textsOf(self.names())); },
@@ -286,13 +287,13 @@ void defineNodes(nb::class_<SceneState>& type) {
                 const std::string text = bytesOf(name, "a name");
                 return !text.empty() && self->node(text) != nullptr;
             },
-            nb::sig("def __contains__(self, name: object, /) -> bool"))
+            kAnything, nb::sig("def __contains__(self, name: object, /) -> bool"))
         .def(
             "__getitem__",
-            [](const ScenePtr& self, const nb::str& name) {
+            [](const ScenePtr& self, nb::handle name) {
                 return demandNode(self, bytesOf(name, "a name"));
             },
-            nb::sig("def __getitem__(self, name: str, /) -> Node"))
+            kAnything, nb::sig("def __getitem__(self, name: str, /) -> Node"))
         .def("__setitem__", setNode,
              nb::sig("def __setitem__(self, name: str, node: Node, /) -> None"),
              "Stores a copy of a node, in place of one of the same name.")
@@ -307,24 +308,20 @@ void defineNodes(nb::class_<SceneState>& type) {
             nb::sig("def __delitem__(self, name: str, /) -> None"))
         .def(
             "get",
-            [](const ScenePtr& self, const nb::str& name, nb::handle otherwise) -> nb::object {
-                const std::string text = bytesOf(name, "a name");
+            [](const ScenePtr& self, nb::handle name, nb::handle otherwise) -> nb::object {
+                const std::string text = PyUnicode_Check(name.ptr()) ? bytesOf(name, "a name") : "";
                 const NodePtr node = text.empty() ? nullptr : self->node(text);
                 return node ? nb::cast(node) : nb::borrow(otherwise);
             },
-            nb::arg("name"), nb::arg("default") = nb::none(),
-            nb::sig("def get(self, name: str, default: typing.Any = None) -> Node | typing.Any"))
-        .def("keys", viewOf("KeysView"), nb::sig("def keys(self) -> collections.abc.KeysView[str]"))
-        .def("values", viewOf("ValuesView"),
-             nb::sig("def values(self) -> collections.abc.ValuesView[Node]"))
-        .def("items", viewOf("ItemsView"),
-             nb::sig("def items(self) -> collections.abc.ItemsView[str, Node]"))
+            nb::arg("name").none(), nb::arg("default") = nb::none(),
+            nb::sig("def get(self, name: object, default: typing.Any = None) -> Node | typing.Any"))
         .def("add", addNode, nb::arg("node"), "Adds an empty node.")
         .def("add", addStream, nb::arg("node"), nb::arg("channel"), nb::arg("stream"),
              nb::arg("source"), nb::arg("index_type") = "numeric",
              nb::sig("def add(self, node: str, channel: str, stream: str, source: typing.Any, "
                      "index_type: str = 'numeric') -> Stream"),
              "Adds a stream as `Channel.add` does, with node and channel where there are none.");
+    defineViews(type, "Node");
 }
 
 }  // namespace

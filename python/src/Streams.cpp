@@ -13,6 +13,7 @@
 #include "Columns.h"
 #include "Elements.h"
 #include "Keys.h"
+#include "Mappings.h"
 #include "Problems.h"
 #include "Structures.h"
 #include "expressions/StreamFilter.h"
@@ -333,6 +334,7 @@ void defineSelections(nb::module_& module) {
             [](const Selection& self, const nb::str& name, nb::handle values) {
                 scatter(*self.stream, Rows::of(self.indices), bytesOf(name, "a name"), values);
             },
+            nb::arg(), kAnything,
             nb::sig("def __setitem__(self, member: str, values: typing.Any, /) -> None"))
         .def(
             "remove",
@@ -353,13 +355,14 @@ void defineLocators(nb::module_& module) {
              nb::sig(""
                      "def __getitem__(self, key: slice | list[typing.Any], /) -> Selection"),
              nb::arg("key"))
-        .def("__getitem__", located,
+        .def("__getitem__", located, kAnything,
              nb::sig("def __getitem__(self, key: typing.Any, /) -> Element"))
         .def(
             "__setitem__",
             [](const Loc& self, nb::handle key, nb::handle values) {
                 setElementAt(self.stream, key, values);
             },
+            kAnything, kAnything,
             nb::sig("def __setitem__(self, key: typing.Any, values: typing.Any, /) -> None"))
         .def(
             "__delitem__",
@@ -367,14 +370,14 @@ void defineLocators(nb::module_& module) {
                 self.stream->demandWritable();
                 removeElement(*self.stream, demandIndex(*self.stream, key));
             },
-            nb::sig("def __delitem__(self, key: typing.Any, /) -> None"))
+            kAnything, nb::sig("def __delitem__(self, key: typing.Any, /) -> None"))
         .def(
             "__contains__",
-            [](const Loc& self, nb::handle key) { return contains(self.stream, key); },
+            [](const Loc& self, nb::handle key) { return contains(self.stream, key); }, kAnything,
             nb::sig("def __contains__(self, key: object, /) -> bool"));
     nb::class_<ILoc>(module, "_ILoc")
         .def("__getitem__", placed, nb::sig("def __getitem__(self, place: slice, /) -> Selection"))
-        .def("__getitem__", placed,
+        .def("__getitem__", placed, kAnything,
              nb::sig("def __getitem__(self, place: typing.SupportsIndex, /) -> Element"));
     nb::class_<Walk>(module, "_Walk")
         .def(
@@ -390,7 +393,7 @@ void defineLocators(nb::module_& module) {
         .def(
             "__iter__", [](const View& self) { return new Walk(self.stream, self.what); },
             nb::sig("def __iter__(self) -> collections.abc.Iterator[typing.Any]"))
-        .def("__contains__", viewContains,
+        .def("__contains__", viewContains, kAnything,
              nb::sig("def __contains__(self, item: object, /) -> bool"));
 }
 
@@ -433,11 +436,12 @@ void defineStreams(nb::module_& module) {
             return View{self, what};
         };
     };
-    nb::class_<StreamState>(module, "Stream", nb::is_weak_referenceable(),
-                            "Elements of one structure, each under an index. A name gives the "
-                            "column of a member, a number or a pair the element; `loc` takes any "
-                            "index.")
-        .def(nb::new_([](const nb::str& name, nb::handle source, const nb::str& indexType) {
+    nb::class_<StreamState> type(
+        module, "Stream", nb::is_weak_referenceable(),
+        "Elements of one structure, each under an index. A name gives the "
+        "column of a member, a number or a pair the element; `loc` takes any "
+        "index.");
+    type.def(nb::new_([](const nb::str& name, nb::handle source, const nb::str& indexType) {
                  return std::make_shared<StreamState>(
                      newStream(structureOf(source), bytesOf(name, "the name of a stream"),
                                bytesOf(indexType, "the type of indices")));
@@ -485,12 +489,13 @@ void defineStreams(nb::module_& module) {
                 if (!PyUnicode_Check(key.ptr())) return contains(self, key);
                 return self->stream().structure().member(bytesOf(key, "a name")) != nullptr;
             },
-            nb::sig("def __contains__(self, key: object, /) -> bool"),
+            kAnything, nb::sig("def __contains__(self, key: object, /) -> bool"),
             "Whether there is such an element, or, for a text, such a member.")
-        .def("__getitem__", column, nb::sig("def __getitem__(self, member: str, /) -> typing.Any"))
-        .def("__getitem__", column,
+        .def("__getitem__", column, kAnything,
+             nb::sig("def __getitem__(self, member: str, /) -> typing.Any"))
+        .def("__getitem__", column, kAnything,
              nb::sig("def __getitem__(self, index: typing.Any, /) -> Element"))
-        .def("__setitem__", setColumn,
+        .def("__setitem__", setColumn, kAnything, kAnything,
              nb::sig("def __setitem__(self, key: typing.Any, value: typing.Any, /) -> None"))
         .def(
             "__delitem__",
@@ -500,7 +505,7 @@ void defineStreams(nb::module_& module) {
                     throw nb::type_error("a text names a member here; use .loc to remove elements");
                 removeElement(*self, demandIndex(*self, key));
             },
-            nb::sig("def __delitem__(self, index: typing.Any, /) -> None"))
+            kAnything, nb::sig("def __delitem__(self, index: typing.Any, /) -> None"))
         .def("keys", view(Yield::kKeys),
              nb::sig("def keys(self) -> collections.abc.Collection[typing.Any]"))
         .def("values", view(Yield::kElements),
@@ -544,8 +549,13 @@ void defineStreams(nb::module_& module) {
             },
             nb::sig("def __deepcopy__(self, memo: typing.Any, /) -> Stream"))
         .def("__reduce__", reduced, nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
-        .def("__eq__", isEqual, nb::sig("def __eq__(self, other: object, /) -> bool"))
+        .def("__eq__", isEqual, kAnything, nb::sig("def __eq__(self, other: object, /) -> bool"))
+        .def("get", getOr, nb::arg("key").none(), nb::arg("default") = nb::none(),
+             nb::sig("def get(self, key: object, default: typing.Any = None) -> typing.Any"))
+        .def("__reversed__", reversedKeys,
+             nb::sig("def __reversed__(self) -> collections.abc.Iterator[typing.Any]"))
         .def("__repr__", [](const StreamPtr& self) { return textOf(shown(self)); });
+    refuseHash(type);
     module.def("_stream_of", made,
                nb::sig("def _stream_of(name: str, structure: Structure, index_type: str, "
                        "keys: list[typing.Any], rows: list[typing.Any]) -> Stream"));

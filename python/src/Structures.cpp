@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "Bindings.h"
+#include "Mappings.h"
 #include "Problems.h"
 #include "values/SafeText.h"
 
@@ -95,9 +96,9 @@ StructurePtr structureOf(nb::handle source) {
 }
 
 void defineStructures(nb::module_& module) {
-    nb::class_<StructureValue>(module, "Structure",
-                               "The members of an element, in order. It never changes.")
-        .def(
+    nb::class_<StructureValue> type(module, "Structure",
+                                    "The members of an element, in order. It never changes.");
+    type.def(
             "__init__",
             [](StructureValue* self, const nb::str& name, const nb::iterable& members) {
                 new (self) StructureValue{made(name, members)};
@@ -124,12 +125,13 @@ void defineStructures(nb::module_& module) {
                 return PyUnicode_Check(name.ptr()) &&
                        self.structure->member(bytesOf(name, "a name")) != nullptr;
             },
-            nb::sig("def __contains__(self, name: object, /) -> bool"))
+            kAnything, nb::sig("def __contains__(self, name: object, /) -> bool"))
         .def(
             "__getitem__",
-            [](const StructureValue& self, const nb::str& name) {
+            [](const StructureValue& self, nb::handle name) {
                 return objectOf(memberOf(*self.structure, bytesOf(name, "a name")));
             },
+            kAnything,
             nb::sig("def __getitem__(self, name: str, /) -> quilmeta._structures.Member"))
         .def(
             "__eq__",
@@ -137,7 +139,7 @@ void defineStructures(nb::module_& module) {
                 StructureValue* value = nullptr;
                 return nb::try_cast(other, value) && value && *self.structure == *value->structure;
             },
-            nb::sig("def __eq__(self, other: object, /) -> bool"))
+            kAnything, nb::sig("def __eq__(self, other: object, /) -> bool"))
         .def("__hash__",
              [](const StructureValue& self) {
                  return nb::hash(nb::make_tuple(textOf(self.structure->name()), membersOf(self)));
@@ -150,7 +152,10 @@ void defineStructures(nb::module_& module) {
                     nb::make_tuple(textOf(self.structure->name()), membersOf(self)));
             },
             nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
+        .def("get", getOr, nb::arg("name").none(), nb::arg("default") = nb::none(),
+             nb::sig("def get(self, name: object, default: typing.Any = None) -> typing.Any"))
         .def("__repr__", [](const StructureValue& self) { return textOf(shown(self)); });
+    defineViews(type, "quilmeta._structures.Member");
 }
 
 }  // namespace orbo::Python

@@ -5,7 +5,7 @@ from __future__ import annotations
 import copy
 import gc
 import pickle
-from collections.abc import Callable
+from collections.abc import Callable, Mapping
 from pathlib import Path
 from typing import Any
 
@@ -330,3 +330,35 @@ def test_types_of_indices_can_be_registered() -> None:
     finally:
         qm.unregister_index_type("uv")
     assert list(stream) == [plain, qm.OtherIndex("uv", "1 1")]
+
+
+def test_parts_are_mappings_that_take_none_as_any_other_object(teapot: Path) -> None:
+    scene = qm.open(teapot, "r+")
+    node = scene["rig"]
+    stream = node["joints"]["bind pose"]
+    element = stream.loc["lid"]
+    for part in (scene, node, node["joints"], element, stream.structure):
+        assert isinstance(part, Mapping) and list(part.items()) == [(k, part[k]) for k in part]
+        assert list(reversed(part)) == list(part)[::-1] and part.get("no such", 5) == 5
+        assert None not in part and part != None  # noqa: E711
+        with pytest.raises(TypeError, match="NoneType"):
+            part[None]  # type: ignore[index]
+    assert None not in stream and None not in stream.loc and stream != None  # noqa: E711
+    assert stream.get("no such") is None and list(stream.get("side")) == list(stream["side"])
+    assert list(reversed(stream)) == list(stream)[::-1]
+    assert hash(stream.structure) == hash(scene.structures["Joint"])
+    for part in (node, node["joints"], stream, element):
+        with pytest.raises(TypeError, match="unhashable"):
+            hash(part)
+
+    for set_none in (lambda: element.update({"label": None}), lambda: stream.iloc[:1].__setitem__("label", None),
+                     lambda: stream.__setitem__("label", None), lambda: element.__setitem__("label", None)):
+        stream["label"] = "text"
+        set_none()
+        assert None in list(stream["label"])
+    for bad in (lambda: stream.__setitem__(0, None), lambda: stream.loc.__setitem__(None, {}),
+                lambda: stream.__setitem__("side", None), lambda: element.__setitem__("side", None)):
+        with pytest.raises(TypeError, match="NoneType|many types"):
+            bad()
+    with pytest.raises(ValueError, match="scene.metadata"):
+        scene[""] = node
