@@ -118,19 +118,61 @@ Indices indicesBetween(StreamState& state, const nb::slice& slice) {
     return {from, to};
 }
 
-Indices indicesIn(const StreamState& state, nb::handle keys) {
-    Indices indices;
-    for (nb::handle key : keys) indices.push_back(demandIndex(state, key));
-    return indices;
+/// Gives several keys as a list: one, or an array of one axis. Null for a key that is one alone.
+nb::object severalOf(nb::handle key) {
+    if (PyList_Check(key.ptr())) return nb::borrow(key);
+    const bool isOne =
+        PyLong_Check(key.ptr()) || PyTuple_Check(key.ptr()) || PyUnicode_Check(key.ptr());
+    if (isOne || !nb::hasattr(key, "tolist")) return {};
+    nb::object keys = key.attr("tolist")();
+    return PyList_Check(keys.ptr()) ? keys : nb::object();
+}
+
+bool isMask(nb::handle keys) {
+    for (nb::handle key : keys)
+        if (!PyBool_Check(key.ptr())) return false;
+    return nb::len(keys) > 0;
+}
+
+/// The elements whose place has `True` in the mask.
+Indices indicesUnder(nb::handle mask, StreamState& state) {
+    state.demandPresent();
+    const Indices& indices = state.indices();
+    if (nb::len(mask) != indices.size())
+        throw nb::index_error((std::to_string(nb::len(mask)) + " truth values do not choose from " +
+                               std::to_string(indices.size()) + " elements")
+                                  .c_str());
+    Indices chosen;
+    std::size_t at = 0;
+    for (nb::handle value : mask) {
+        if (value.is(nb::handle(Py_True))) chosen.push_back(indices[at]);
+        ++at;
+    }
+    return chosen;
+}
+
+/// The place of an element, which may be counted from the end, as one from 0 on.
+std::size_t placeOf(nb::handle place, const StreamState& state, std::size_t elements) {
+    Py_ssize_t at = PyNumber_AsSsize_t(place.ptr(), PyExc_IndexError);
+    if (at == -1 && PyErr_Occurred()) nb::raise_python_error();
+    const auto count = static_cast<Py_ssize_t>(elements);
+    if (at < 0) at += count;
+    if (at < 0 || at >= count)
+        throw nb::index_error(
+            (state.description() + " has " + std::to_string(count) + " elements").c_str());
+    return static_cast<std::size_t>(at);
 }
 
 nb::object located(const Loc& self, nb::handle key) {
     if (PySlice_Check(key.ptr()))
         return nb::cast(
             Selection{self.stream, indicesBetween(*self.stream, nb::borrow<nb::slice>(key))});
-    if (PyList_Check(key.ptr()))
-        return nb::cast(Selection{self.stream, indicesIn(*self.stream, key)});
-    return nb::cast(elementAt(self.stream, key));
+    const nb::object keys = severalOf(key);
+    if (!keys.is_valid()) return nb::cast(elementAt(self.stream, key));
+    if (isMask(keys)) return nb::cast(Selection{self.stream, indicesUnder(keys, *self.stream)});
+    Selection selection{self.stream, {}};
+    for (nb::handle each : keys) selection.indices.push_back(demandIndex(*self.stream, each));
+    return nb::cast(std::move(selection));
 }
 
 nb::object placed(const ILoc& self, nb::handle place) {
@@ -144,16 +186,20 @@ nb::object placed(const ILoc& self, nb::handle place) {
             selection.indices.push_back(indices[static_cast<std::size_t>(at)]);
         return nb::cast(std::move(selection));
     }
-    Py_ssize_t at = PyNumber_AsSsize_t(place.ptr(), PyExc_IndexError);
-    if (at == -1 && PyErr_Occurred()) nb::raise_python_error();
-    state.demandPresent();
-    const Indices& indices = state.indices();
-    const auto count = static_cast<Py_ssize_t>(indices.size());
-    if (at < 0) at += count;
-    if (at < 0 || at >= count)
-        throw nb::index_error(
-            (state.description() + " has " + std::to_string(count) + " elements").c_str());
-    return nb::cast(ElementValue{self.stream, indices[static_cast<std::size_t>(at)]});
+    const nb::object places = severalOf(place);
+    if (!places.is_valid()) {
+        const auto number = nb::steal(PyNumber_Index(place.ptr()));  // which may run Python code
+        if (!number.is_valid()) nb::raise_python_error();
+        state.demandPresent();
+        const Indices& indices = state.indices();
+        return nb::cast(ElementValue{self.stream, indices[placeOf(number, state, indices.size())]});
+    }
+    if (isMask(places)) return nb::cast(Selection{self.stream, indicesUnder(places, state)});
+    const Indices indices = indicesOf(state);  // a copy, for places may run Python code
+    Selection selection{self.stream, {}};
+    for (nb::handle each : places)
+        selection.indices.push_back(indices[placeOf(each, state, indices.size())]);
+    return nb::cast(std::move(selection));
 }
 
 /// What a walk over a stream yields.
@@ -260,6 +306,8 @@ nb::object column(const StreamPtr& self, nb::handle key) {
     if (PyUnicode_Check(key.ptr())) return columnOf(*self, bytesOf(key, "a name"));
     if (PySlice_Check(key.ptr()))
         throw nb::type_error("a stream has slices by .loc, with both ends, and by .iloc");
+    if (severalOf(key).is_valid())
+        throw nb::type_error("several elements are had by .loc and .iloc");
     return nb::cast(elementAt(self, key));
 }
 
@@ -352,9 +400,7 @@ void defineSelections(nb::module_& module) {
 void defineLocators(nb::module_& module) {
     nb::class_<Loc>(module, "_Loc")
         .def("__getitem__", located,
-             nb::sig(""
-                     "def __getitem__(self, key: slice | list[typing.Any], /) -> Selection"),
-             nb::arg("key"))
+             nb::sig("def __getitem__(self, key: slice | list[typing.Any], /) -> Selection"))
         .def("__getitem__", located, kAnything,
              nb::sig("def __getitem__(self, key: typing.Any, /) -> Element"))
         .def(
@@ -376,7 +422,9 @@ void defineLocators(nb::module_& module) {
             [](const Loc& self, nb::handle key) { return contains(self.stream, key); }, kAnything,
             nb::sig("def __contains__(self, key: object, /) -> bool"));
     nb::class_<ILoc>(module, "_ILoc")
-        .def("__getitem__", placed, nb::sig("def __getitem__(self, place: slice, /) -> Selection"))
+        .def(
+            "__getitem__", placed,
+            nb::sig("def __getitem__(self, place: slice | list[int] | list[bool], /) -> Selection"))
         .def("__getitem__", placed, kAnything,
              nb::sig("def __getitem__(self, place: typing.SupportsIndex, /) -> Element"));
     nb::class_<Walk>(module, "_Walk")

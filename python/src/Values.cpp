@@ -77,8 +77,9 @@ std::string subjectOf(const Member& member) { return Quilmeta::inQuotes(member.n
 bool isTruthValue(nb::handle value) {
     if (PyBool_Check(value.ptr())) return true;
     if (PyLong_Check(value.ptr()) || PyFloat_Check(value.ptr())) return false;  // as most are
-    const std::string type = nb::type_name(value.type()).c_str();
-    return type == "numpy.bool" || type == "numpy.bool_";
+    const nb::handle type = value.type();
+    const std::string name = nb::str(type.attr("__name__")).c_str();
+    return (name == "bool" || name == "bool_") && type.attr("__module__").equal(nb::str("numpy"));
 }
 
 nb::object integerOf(const Member& member, nb::handle value) {

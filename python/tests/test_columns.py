@@ -181,3 +181,15 @@ def test_texts_are_themselves_however_many_there_are() -> None:
     assert list(stream["one"]) == given and list(stream.iloc[::-1]["one"]) == given[::-1]
     assert list(stream.iloc[:2]["two"]) == [(None, "x"), ("", "x")]
     assert len(stream.iloc[:0]["one"]) == 0
+
+
+def test_numpys_masks_places_and_truth_values_choose_and_set_elements() -> None:
+    stream = qm.Stream("s", qm.Structure("T", [("w", "float"), ("on", "bool")]))
+    for index in range(6):
+        stream[index] = {"w": index}
+    stream.loc[stream["w"] > 3]["on"] = True
+    assert stream["on"].tolist() == [False] * 4 + [True] * 2
+    stream.iloc[numpy.array([-1, 0])]["w"] = [7, 8]
+    assert stream.loc[numpy.array([5, 0])]["w"].tolist() == [7, 8]
+    stream[2]["on"] = numpy.True_
+    assert stream[2]["on"] is True and stream.loc[numpy.int64(2)].index == 2

@@ -120,8 +120,18 @@ def test_slices_by_index_have_both_ends_and_by_place_one() -> None:
     assert stream.loc[5:4].keys() == stream.loc[10:].keys() == [] and len(stream.loc[:]) == 9
     with pytest.raises(IndexError):
         stream.iloc[9]
+    assert stream.iloc[[-1, 3]].keys() == [9, 3]
     with pytest.raises(TypeError, match="numeric, not string"):
         stream.loc["3":]
+    for several in (stream.loc, stream.iloc):
+        assert several[[k % 2 == 0 for k in range(9)]].keys() == [0, 2, 5, 7, 9]
+        assert several[[]].keys() == []
+        with pytest.raises(IndexError, match="2 truth values"):
+            several[[True, False]]
+    with pytest.raises(IndexError, match="9 elements"):
+        stream.iloc[[0, 9]]
+    with pytest.raises(TypeError, match="iloc"):
+        stream[[1, 2]]
     with pytest.raises(TypeError, match="iloc"):
         stream[1:2]
 
