@@ -157,6 +157,7 @@ void saveAs(SceneState& scene, nb::handle path) {
         raise("RefusedError", file + ": has the extension of another kind of scene");
     std::error_code ignored;
     if (fs::exists(fs::symlink_status(target, ignored))) raiseSystemError(EEXIST, file);
+    if (!fs::is_directory(target.parent_path(), ignored)) raiseSystemError(ENOENT, file);
     const bool isEdited = scene.isWritable() && accessor.isEdited();
     // Refuses the scene when somebody else has written its file, before and after the copy is made.
     if (isEdited) write(scene, true);
@@ -172,8 +173,13 @@ void saveAs(SceneState& scene, nb::handle path) {
     }
 }
 
+bool isOwnFile(const SceneState& scene, nb::handle path) {
+    std::error_code ignored;
+    return fs::equivalent(fileNameOf(path), scene.accessor().fileName(), ignored);
+}
+
 bool save(SceneState& scene, nb::handle path) {
-    if (!path.is_none()) return saveAs(scene, path), true;
+    if (!path.is_none() && !isOwnFile(scene, path)) return saveAs(scene, path), true;
     write(scene, false);
     return scene.accessor().metEdits();
 }

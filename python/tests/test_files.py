@@ -122,7 +122,7 @@ def test_a_save_under_a_new_name_leaves_the_old_file(teapot: Path) -> None:
         scene.save(new)
     with pytest.raises(qm.RefusedError, match="another kind"):
         scene.save(teapot.with_suffix(".other"))
-    with pytest.raises(qm.QuilError):
+    with pytest.raises(FileNotFoundError):
         scene.save(teapot.parent / "nowhere" / teapot.name)
     qm.open(teapot).save(plain)
     assert plain.read_bytes() == before
@@ -131,6 +131,9 @@ def test_a_save_under_a_new_name_leaves_the_old_file(teapot: Path) -> None:
     with pytest.raises(qm.ConflictError):
         scene.save(teapot.with_stem("late"))
     assert sorted(path.stem for path in teapot.parent.iterdir()) == ["new", "plain", "teapot"]
+    with qm.open(plain, "r+") as own:
+        set_side(own, 6)
+        assert own.save(plain) and not own.is_edited and side(plain) == 6
 
 
 def test_all_kinds_of_parts_survive_the_file(bare: Path) -> None:
