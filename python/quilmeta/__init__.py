@@ -29,6 +29,8 @@ from ._indices import OtherIndex, register_index_type, unregister_index_type
 from ._many import read_many
 from ._native import (
     Channel,
+    Difference,
+    Differences,
     Element,
     Node,
     Scene,
@@ -37,6 +39,7 @@ from ._native import (
     Structure,
     _version,
     check,
+    diff,
     loads,
     open,
     recover,
@@ -60,6 +63,8 @@ __all__ = [
     "BusyError",
     "Channel",
     "ConflictError",
+    "Difference",
+    "Differences",
     "Element",
     "ExpressionError",
     "Finding",
@@ -81,6 +86,7 @@ __all__ = [
     "__version__",
     "check",
     "cmake_dir",
+    "diff",
     "loads",
     "open",
     "read_many",

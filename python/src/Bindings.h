@@ -23,5 +23,6 @@ void defineContainers(nb::module_& module);
 void defineScenes(nb::module_& module);
 void defineContents(nb::module_& module);
 void defineFiles(nb::module_& module);
+void defineDifferences(nb::module_& module);
 
 }  // namespace orbo::Python

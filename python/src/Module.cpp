@@ -13,4 +13,5 @@ NB_MODULE(_native, module) {
     orbo::Python::defineScenes(module);
     orbo::Python::defineContents(module);
     orbo::Python::defineFiles(module);
+    orbo::Python::defineDifferences(module);
 }

@@ -18,10 +18,10 @@
 #include "Mappings.h"
 #include "Problems.h"
 #include "Structures.h"
+#include "TextOutput.h"
 #include "output/TargetPath.h"
 #include "patches/ChangeReport.h"
 #include "process/FileCopy.h"
-#include "process/Output.h"
 #include "values/SafeText.h"
 
 namespace orbo::Python {
@@ -33,21 +33,6 @@ using Data::Accessor;
 using NodePtr = std::shared_ptr<NodeState>;
 using ScenePtr = std::shared_ptr<SceneState>;
 using Quilmeta::inQuotes;
-
-/// Collects what commands print as results.
-class TextOutput : public Quilmeta::Output {
-  public:
-    std::string text() {
-        flush();
-        return fText;
-    }
-
-  protected:
-    void deliver(std::string_view bytes) override { fText += bytes; }
-
-  private:
-    std::string fText;
-};
 
 /// Throws the `OSError` of a file that is not there, no regular file, or not to be read.
 void demandReadable(const std::string& file) {

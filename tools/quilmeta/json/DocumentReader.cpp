@@ -3,6 +3,7 @@
 #include "json/DocumentReader.h"
 
 #include "process/CommandError.h"
+#include "streams/StreamAccess.h"
 #include "values/CarriedText.h"
 #include "values/SafeText.h"
 
@@ -264,7 +265,7 @@ class ModelBuilder {
             return nullptr;
         }
         Data::Stream stream(*structure->second, *part.name);
-        setAnyIndexType(stream, *part.indexType);
+        Data::StreamAccess::setIndexType(stream, *part.indexType);
         return channel.setDataStream(stream);
     }
 

@@ -407,19 +407,6 @@ void addElement(ValueFromJson& from, JsonCursor& cursor, Data::Stream& stream) {
     if (found && structure.empty()) stream.setElement(*found, element);
 }
 
-void setAnyIndexType(Data::Stream& stream, const std::string& typeName) {
-    if (stream.indexType() == typeName) return;
-    const auto refuse = [](const std::string&) -> Data::Index {
-        throw Data::Index::eCreatorNotFound;
-    };
-    try {
-        stream.setIndexType(typeName);
-    } catch (Data::Index::eCreationErrors) {
-        const Data::IndexType::IndexRegistration meanwhile(typeName, refuse);
-        stream.setIndexType(typeName);
-    }
-}
-
 bool couldHold(std::string_view text, const Data::Structure& structure) {
     unsigned long long parts = 0;
     for (const Data::Member& member : structure) parts += partsOf(member);

@@ -101,10 +101,6 @@ class ValueFromJson {
 /// Reads { "index": ..., "values": ... } into the stream, which must not have the index yet.
 void addElement(ValueFromJson& from, JsonCursor& cursor, Data::Stream& stream);
 
-/// Sets the type of an empty stream, whether anybody registered it or not: elements of a type that
-/// nobody did have `Data::IndexText` as indices. No other thread may use index types meanwhile.
-void setAnyIndexType(Data::Stream& stream, const std::string& typeName);
-
 /// False for a JSON text that has fewer characters than the values of an element would take, so
 /// that nobody makes a huge element for it.
 bool couldHold(std::string_view text, const Data::Structure& structure);

@@ -6,6 +6,7 @@
 #include "json/JsonValues.h"
 #include "patches/Differences.h"
 #include "patches/ElementBits.h"
+#include "patches/StreamValue.h"
 #include "process/Messages.h"
 #include "selection/SceneView.h"
 #include "values/SafeText.h"
@@ -245,35 +246,13 @@ class PatchRun {
         return text;
     }
 
-    /// Makes a stream of its JSON. `structure` is the one of that name to use.
-    template <typename StructureFor>
+    /// Makes a stream of its JSON.
     std::optional<Data::Stream> streamOf(const Change& change, const std::string& json,
                                          const Change::Source& source,
-                                         StructureFor&& structureFor) {
+                                         const StructureFor& structureFor) {
         std::optional<Data::Stream> stream;
         read(change, json, source, [&](ValueFromJson& from, JsonCursor& cursor) {
-            JsonCursor here = cursor;
-            std::optional<std::string> name, structure, indexType;
-            std::optional<JsonCursor> elements;
-            const bool known = from.object(cursor, [&](const std::string& key) {
-                if (key == "name") return name = from.text(cursor), true;
-                if (key == "structure") return structure = from.name(cursor), true;
-                if (key == "indexType") return indexType = from.text(cursor), true;
-                if (key != "elements") return false;
-                elements.emplace(cursor);
-                cursor.skip();
-                return true;
-            });
-            if (!known) return;
-            if (!name || !structure || !indexType || !elements)
-                return from.problem(here, "needs a name, a structure, an indexType and elements");
-            if (*name != change.stream) return from.problem(here, "has another name");
-            const Data::Structure* found = structureFor(*structure);
-            if (!found) return from.problem(here, "there is no structure " + inQuotes(*structure));
-            stream.emplace(*found, *name);
-            setAnyIndexType(*stream, *indexType);
-            const JsonStep step(from.path(), "elements");
-            from.list(*elements, [&](size_t) { addElement(from, *elements, *stream); });
+            stream = streamFrom(from, cursor, change.stream, structureFor);
         });
         return stream;
     }

@@ -21,8 +21,6 @@ using Kind = JsonCursor::Kind;
 
 constexpr const char* kWords[] = {"set", "element", "stream", "structure"};
 
-const char* wordFor(Change::Kind kind) { return kWords[static_cast<size_t>(kind)]; }
-
 std::optional<Change::Kind> kindFor(const std::string& word) {
     const auto* const found = std::find(std::begin(kWords), std::end(kWords), word);
     if (found == std::end(kWords)) return {};
@@ -161,6 +159,8 @@ class PatchReader : public JsonVisitor {
 };
 
 }  // namespace
+
+const char* wordFor(Change::Kind kind) { return kWords[static_cast<size_t>(kind)]; }
 
 std::string onOneLine(std::string_view json) {
     std::string line(json);

@@ -46,6 +46,9 @@ struct Change {
     [[nodiscard]] bool removes() const { return kind != Kind::kSet && after == "null"; }
 };
 
+/// What a patch calls it: "set", "element", "stream" or "structure".
+const char* wordFor(Change::Kind kind);
+
 struct Patch {
     std::vector<Change> changes;
 };
