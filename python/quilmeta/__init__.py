@@ -15,6 +15,7 @@ from pathlib import Path as _Path
 from ._errors import (
     BusyError,
     ConflictError,
+    DocumentError,
     ExpressionError,
     Finding,
     NotASceneError,
@@ -27,6 +28,7 @@ from ._errors import (
 )
 from ._indices import OtherIndex, register_index_type, unregister_index_type
 from ._many import read_many
+from ._merging import MergeConflict, MergeError
 from ._native import (
     Channel,
     Difference,
@@ -41,6 +43,7 @@ from ._native import (
     check,
     diff,
     loads,
+    merge,
     open,
     recover,
 )
@@ -65,10 +68,13 @@ __all__ = [
     "ConflictError",
     "Difference",
     "Differences",
+    "DocumentError",
     "Element",
     "ExpressionError",
     "Finding",
     "Member",
+    "MergeConflict",
+    "MergeError",
     "Node",
     "NotASceneError",
     "OtherIndex",
@@ -88,6 +94,7 @@ __all__ = [
     "cmake_dir",
     "diff",
     "loads",
+    "merge",
     "open",
     "read_many",
     "recover",

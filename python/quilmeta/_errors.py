@@ -74,6 +74,10 @@ class ExpressionError(QuilError, ValueError):
     """A condition that cannot be understood; the message shows where, by a caret."""
 
 
+class DocumentError(QuilError, ValueError):
+    """A patch or a document is wrong; findings have the lines, and messages begin with the path."""
+
+
 class UnknownNameError(KeyError):
     """There is nothing of that name; `suggestion` is the name that was perhaps meant, or None."""
 

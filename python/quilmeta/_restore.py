@@ -1,4 +1,4 @@
-# What pickles of streams, channels and nodes call.
+# What pickles of streams, channels, nodes and differences call.
 # SPDX-License-Identifier: Apache-2.0
 """Functions by whose names pickles are read; functions of the native module cannot be pickled."""
 
@@ -21,3 +21,12 @@ def channel(name: str, streams: list[_native.Stream]) -> _native.Channel:
 
 def node(name: str, channels: list[_native.Channel]) -> _native.Node:
     return _native._node_of(name, channels)
+
+
+def difference(
+    json: str,
+    before: _native.Structure | None,
+    after: _native.Structure | None,
+    index_type: str,
+) -> _native.Difference:
+    return _native._difference_of(json, before, after, index_type)

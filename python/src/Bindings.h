@@ -24,5 +24,6 @@ void defineScenes(nb::module_& module);
 void defineContents(nb::module_& module);
 void defineFiles(nb::module_& module);
 void defineDifferences(nb::module_& module);
+void defineMerging(nb::module_& module);
 
 }  // namespace orbo::Python

@@ -14,6 +14,7 @@
 #include "Problems.h"
 #include "Scenes.h"
 #include "Selections.h"
+#include "Signatures.h"
 #include "Structures.h"
 #include "TextOutput.h"
 #include "Values.h"
@@ -35,10 +36,11 @@ using Kind = Change::Kind;
 using DifferencesPtr = std::shared_ptr<const DifferencesState>;
 using ScenePtr = std::shared_ptr<SceneState>;
 
-/// Null when the scene has no such stream.
-const Data::Stream* streamIn(const Data::Accessor& scene, const Change& change) {
-    const auto node = scene.associations().find(change.node);
-    if (node == scene.associations().end()) return nullptr;
+/// Null when there is no such scene, or no such stream in it.
+const Data::Stream* streamIn(const Data::Accessor* scene, const Change& change) {
+    if (!scene) return nullptr;
+    const auto node = scene->associations().find(change.node);
+    if (node == scene->associations().end()) return nullptr;
     const Data::Channel* const channel = std::as_const(node->second).findChannel(change.channel);
     return channel ? channel->findDataStream(change.stream) : nullptr;
 }
@@ -159,6 +161,36 @@ nb::str jsonOf(const DifferenceValue& self) {
     return textOf(Quilmeta::jsonOf(*self.change).text());
 }
 
+nb::object structureOr(const StructurePtr& structure) {
+    return structure ? nb::cast(StructureValue{structure}) : nb::none();
+}
+
+StructurePtr structureIn(nb::handle value) {
+    return value.is_none() ? StructurePtr() : nb::cast<StructureValue>(value).structure;
+}
+
+/// What pickle keeps, which `madeOf` takes.
+nb::tuple reduced(const DifferenceValue& self) {
+    const ChangeTypes& types = *self.types;
+    return nb::make_tuple(nb::module_::import_("quilmeta._restore").attr("difference"),
+                          nb::make_tuple(jsonOf(self), structureOr(types.before),
+                                         structureOr(types.after), textOf(types.indexType)));
+}
+
+DifferenceValue madeOf(const nb::str& json, nb::handle before, nb::handle after,
+                       const nb::str& indexType) {
+    const std::string text =
+        R"({ "quilmetaPatch": 1, "changes": [)" + bytesOf(json, "a change") + "] }";
+    Quilmeta::JsonSource source{std::string_view(text)};
+    Quilmeta::Patch patch = Quilmeta::readPatch(source);
+    if (patch.changes.size() != 1) throw nb::value_error("that is not one change");
+    Change& change = patch.changes.front();
+    // It stands in no document.
+    change.indexSource = change.beforeSource = change.afterSource = {};
+    return differenceOf(std::move(change), {structureIn(before), structureIn(after),
+                                            bytesOf(indexType, "an index type")});
+}
+
 nb::str shown(const DifferenceValue& self) {
     return textOf("<quilmeta.Difference " + std::string(actionOf(*self.change)) + ": " +
                   self.change->place() + '>');
@@ -230,12 +262,6 @@ DifferencesPtr diff(nb::handle left, nb::handle right, nb::handle node, nb::hand
     return compare(before, after, selection);
 }
 
-#define QUILMETA_PATH "str | bytes | os.PathLike[str] | os.PathLike[bytes]"
-#define QUILMETA_SELECTION                                         \
-    "*, node: str | collections.abc.Iterable[str] | None = None, " \
-    "channel: str | collections.abc.Iterable[str] | None = None, " \
-    "stream: str | collections.abc.Iterable[str] | None = None, fixed: bool = False, "
-
 void defineDifference(nb::module_& module) {
     nb::class_<DifferenceValue>(module, "Difference",
                                 "One change, light: its values are made when they are asked for.")
@@ -296,11 +322,29 @@ void defineDifference(nb::module_& module) {
             },
             nb::sig("def __eq__(self, other: object, /) -> bool"))
         .def("__hash__", [](const DifferenceValue& self) { return nb::hash(jsonOf(self)); })
+        .def("__reduce__", reduced, nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
         .def("__str__", [](const DifferenceValue& self) { return textOf(linesOf(self)); })
         .def("__repr__", [](const DifferenceValue& self) { return shown(self); });
+    module.def("_difference_of", madeOf, nb::arg("json"), nb::arg("before").none(),
+               nb::arg("after").none(), nb::arg("index_type"),
+               nb::sig("def _difference_of(json: str, before: Structure | None, "
+                       "after: Structure | None, index_type: str) -> Difference"));
 }
 
 }  // namespace
+
+ChangeTypes typesOf(const Change& change, const Data::Accessor* before,
+                    const Data::Accessor* after) {
+    const Data::Stream* const left = streamIn(before, change);
+    const Data::Stream* const right = streamIn(after, change);
+    const Data::Stream* const any = left ? left : right;
+    return {structureOf(left), structureOf(right), any ? any->indexType() : std::string()};
+}
+
+DifferenceValue differenceOf(Change change, ChangeTypes types) {
+    return {std::make_shared<const Change>(std::move(change)),
+            std::make_shared<const ChangeTypes>(std::move(types))};
+}
 
 DifferencesState::DifferencesState(const Data::Accessor& before, const Data::Accessor& after,
                                    const Quilmeta::Selection& selection, Quilmeta::PatchFiles files)
@@ -316,11 +360,7 @@ void DifferencesState::noteTypes(const Data::Accessor& before, const Data::Acces
         const Change& change = fPatch.changes[k];
         if (last && isOfOneStream(*last, change)) continue;
         last = &change;
-        const Data::Stream* const left = streamIn(before, change);
-        const Data::Stream* const right = streamIn(after, change);
-        const Data::Stream* const any = left ? left : right;
-        fRuns.push_back(
-            {k, {structureOf(left), structureOf(right), any ? any->indexType() : std::string()}});
+        fRuns.push_back({k, typesOf(change, &before, &after)});
     }
 }
 
@@ -379,7 +419,7 @@ void defineDifferences(nb::module_& module) {
         nb::arg("node") = nb::none(), nb::arg("channel") = nb::none(),
         nb::arg("stream") = nb::none(), nb::arg("fixed") = false, nb::arg("wait") = 10.0,
         nb::sig("def diff(before: Scene | " QUILMETA_PATH ", after: Scene | " QUILMETA_PATH
-                ", " QUILMETA_SELECTION "wait: float = 10.0) -> Differences"),
+                ", *, " QUILMETA_SELECTION ", wait: float = 10.0) -> Differences"),
         "Compares structures, streams, elements and values bit by bit, of open scenes as they are "
         "in memory, or of files, of whatever kinds. `node`, `channel` and `stream` are patterns as "
         "the options of the command line take them, or names with `fixed`; where nothing matches, "
@@ -388,8 +428,8 @@ void defineDifferences(nb::module_& module) {
         .def("diff", diff, nb::arg("after"), nb::kw_only(), nb::arg("node") = nb::none(),
              nb::arg("channel") = nb::none(), nb::arg("stream") = nb::none(),
              nb::arg("fixed") = false, nb::arg("wait") = 10.0,
-             nb::sig("def diff(self, after: Scene | " QUILMETA_PATH ", " QUILMETA_SELECTION
-                     "wait: float = 10.0) -> Differences"),
+             nb::sig("def diff(self, after: Scene | " QUILMETA_PATH ", *, " QUILMETA_SELECTION
+                     ", wait: float = 10.0) -> Differences"),
              "What makes this scene, as it is in memory, the other one. See quilmeta.diff.");
 }
 

@@ -29,6 +29,11 @@ struct DifferenceValue {
     std::shared_ptr<const ChangeTypes> types;
 };
 
+/// Finds the types of a change between two scenes; null stands for a scene without anything.
+ChangeTypes typesOf(const Quilmeta::Change& change, const Data::Accessor* before,
+                    const Data::Accessor* after);
+DifferenceValue differenceOf(Quilmeta::Change change, ChangeTypes types);
+
 /// What a Python object of the class Differences holds: it is good when the scenes are gone.
 class DifferencesState {
   public:

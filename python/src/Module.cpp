@@ -14,4 +14,5 @@ NB_MODULE(_native, module) {
     orbo::Python::defineContents(module);
     orbo::Python::defineFiles(module);
     orbo::Python::defineDifferences(module);
+    orbo::Python::defineMerging(module);
 }

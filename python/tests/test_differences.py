@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import gc
 import json
+import pickle
 import shutil
 from collections.abc import Callable
 from pathlib import Path
@@ -93,6 +94,8 @@ def test_differences_are_a_sequence(teapot: Path, changed: Path) -> None:
     items = list(found)
     assert found[-1] == items[-1] and found[1::2] == items[1::2] and list(reversed(found)) == items[::-1]
     assert len(set(items)) == len(items) and items[0] in found and items[0] != "structure"
+    assert pickle.loads(pickle.dumps(items)) == items
+    assert [repr(d.before) for d in pickle.loads(pickle.dumps(items))] == [repr(d.before) for d in items]
     for number in (len(items), -len(items) - 1, 2**70):
         with pytest.raises(IndexError):
             found[number]

@@ -65,18 +65,9 @@ class Merge : public Command {
         std::error_code ignored;
         if (!fForce && std::filesystem::exists(fRequest.out, ignored))
             throw CommandError("is there already; --force replaces it");
-        if (kindOfOurs() != fRequest.out)
-            throw CommandError("has the extension of another kind of scene");
+        demandSameKind(fRequest.out, fRequest.ours);
         const Outcome outcome = mergeScenes(fRequest, turn.output);
         return {outcome, outcome == Outcome::kDone};
-    }
-
-    [[nodiscard]] std::string kindOfOurs() const {
-        try {
-            return kindNameOf(fRequest.out, fRequest.ours);
-        } catch (const CommandError& error) {
-            throw FileError(fRequest.ours, error.what());
-        }
     }
 
     MergeRequest fRequest;

@@ -10,9 +10,6 @@
 #include "process/Messages.h"
 #include "scene/SceneFile.h"
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
 #include <set>
 #include <string>
 
@@ -64,10 +61,10 @@ class ApplyPatch : public Command {
             if (change.kind != Change::Kind::kStructure) nodes.insert(change.node);
         demandReadable(scene, nodes);
         const ApplyProblems problems = apply(patch, *scene.accessor);
-        if (!problems.ofPatch.empty())
-            complain(fFile, fmt::format("{}", fmt::join(problems.ofScene, "\n")));
-        if (!problems.ofPatch.empty())
-            throw FileError(patchName(), fmt::format("{}", fmt::join(problems.ofPatch, "\n")));
+        if (!problems.ofPatch.empty()) {
+            complain(fFile, problems.sceneText());
+            throw FileError(patchName(), problems.ofPatch.text());
+        }
         if (!problems.empty()) throw CommandError(problems.text() + "nothing was changed");
         const bool changed = writeScene(scene, fAccess, output);
         return {scene.outcome(), changed};

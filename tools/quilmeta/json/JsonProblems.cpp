@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "json/JsonProblems.h"
 
-#include "process/CommandError.h"
 #include "values/SafeText.h"
 
 #include <fmt/format.h>
@@ -26,17 +25,22 @@ void JsonProblems::add(const JsonProblems& others) {
     fMore += others.fMore;
 }
 
-std::string JsonProblems::text() const {
-    std::vector<const Problem*> sorted;
-    sorted.reserve(fProblems.size());
-    for (const Problem& problem : fProblems) sorted.push_back(&problem);
-    const auto key = [](const Problem* problem) { return std::tie(problem->line, problem->text); };
+std::vector<JsonProblems::Problem> JsonProblems::sorted() const {
+    std::vector<Problem> sorted = fProblems;
+    const auto key = [](const Problem& problem) { return std::tie(problem.line, problem.text); };
     std::sort(sorted.begin(), sorted.end(),
-              [&](const auto* left, const auto* right) { return key(left) < key(right); });
+              [&](const Problem& left, const Problem& right) { return key(left) < key(right); });
+    const auto areSame = [&](const Problem& left, const Problem& right) {
+        return key(left) == key(right);
+    };
+    sorted.erase(std::unique(sorted.begin(), sorted.end(), areSame), sorted.end());
+    return sorted;
+}
+
+std::string JsonProblems::text() const {
     std::string text;
-    for (size_t i = 0; i < sorted.size(); ++i)
-        if (i == 0 || key(sorted[i]) != key(sorted[i - 1]))
-            text += fmt::format("line {}: {}\n", sorted[i]->line, sorted[i]->text);
+    for (const Problem& problem : sorted())
+        text += fmt::format("line {}: {}\n", problem.line, problem.text);
     if (fMore > 0) text += fmt::format("and {} more problems\n", fMore);
     return text;
 }
@@ -48,7 +52,7 @@ std::vector<std::string> JsonProblems::messages() const {
 }
 
 void JsonProblems::demandNone() const {
-    if (!empty()) throw CommandError(text());
+    if (!empty()) throw JsonError(*this);
 }
 
 }  // namespace orbo::Quilmeta

@@ -7,7 +7,6 @@
 #include "patches/Differences.h"
 #include "patches/ElementBits.h"
 #include "patches/StreamValue.h"
-#include "process/Messages.h"
 #include "selection/SceneView.h"
 #include "values/SafeText.h"
 
@@ -68,7 +67,10 @@ class PatchRun {
     };
 
     void problem(const Change& change, const std::string& message) {
-        fProblems.ofScene.push_back(change.place() + ": " + message);
+        Change place = change;
+        place.before.clear();
+        place.after.clear();
+        fProblems.ofScene.push_back({std::move(place), message});
     }
 
     /// A problem of the patch, whatever the scene has.
@@ -83,8 +85,7 @@ class PatchRun {
         if (source.line == 0)
             for (const std::string& message : problems.messages()) problem(change, message);
         else
-            for (std::string& line : messagesIn(problems.text()))
-                fProblems.ofPatch.push_back(std::move(line));
+            fProblems.ofPatch.add(problems);
     }
     static JsonPath pathOf(const Change& change, const Change::Source& source) {
         JsonPath path;
@@ -246,37 +247,37 @@ class PatchRun {
         return text;
     }
 
-    /// Makes a stream of its JSON.
+    /// Makes a stream of its JSON. Nothing, with problems, when that is wrong.
     std::optional<Data::Stream> streamOf(const Change& change, const std::string& json,
                                          const Change::Source& source,
                                          const StructureFor& structureFor) {
         std::optional<Data::Stream> stream;
-        read(change, json, source, [&](ValueFromJson& from, JsonCursor& cursor) {
+        const bool isGood = read(change, json, source, [&](auto& from, auto& cursor) {
             stream = streamFrom(from, cursor, change.stream, structureFor);
         });
-        return stream;
+        return isGood ? stream : std::nullopt;
     }
 
     void replaceStream(const Change& change, Staged& staged) {
         if (staged.stream.has_value() == change.adds())
             return expected(change, staged.stream ? jsonOf(*staged.stream) : "null");
-        const size_t before = fProblems.size();
         if (staged.stream) {
             const Data::Structure& ours = staged.stream->structure();
             const auto old = streamOf(
                 change, change.before, change.beforeSource,
                 [&](const std::string& name) { return name == ours.name() ? &ours : nullptr; });
-            if (fProblems.size() > before) return;
+            if (!old) return;
             if (!areSame(*staged.stream, *old)) return expected(change, jsonOf(*staged.stream));
         }
         std::optional<Data::Stream> fresh;
-        if (!change.removes())
+        if (!change.removes()) {
             fresh =
                 streamOf(change, change.after, change.afterSource, [&](const std::string& name) {
                     const auto found = fStructures.find(name);
                     return found == fStructures.end() ? nullptr : found->second.get();
                 });
-        if (fProblems.size() > before) return;
+            if (!fresh) return;
+        }
         staged = Staged();
         staged.stream = fresh;
         staged.isOwn = true;
@@ -341,10 +342,9 @@ class PatchRun {
 
 }  // namespace
 
-std::string ApplyProblems::text() const {
+std::string ApplyProblems::sceneText() const {
     std::string text;
-    for (const auto* problems : {&ofPatch, &ofScene})
-        for (const std::string& problem : *problems) text += problem + '\n';
+    for (const ApplyProblem& problem : ofScene) text += problem.text() + '\n';
     return text;
 }
 

@@ -6,21 +6,30 @@
 
 #include <data/Accessor.h>
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace orbo::Quilmeta {
 
-/// Holds what stands in the way of a patch, a line each.
-struct ApplyProblems {
-    std::vector<std::string> ofScene{};  ///< such as an old value that the scene does not have
-    std::vector<std::string> ofPatch{};  ///< "line 3: $.changes[0].new: is not a string"
+/// Something that the scene has otherwise than a patch wants it, such as an old value.
+struct ApplyProblem {
+    Change place;  ///< without values
+    std::string message;
 
-    [[nodiscard]] size_t size() const { return ofScene.size() + ofPatch.size(); }
-    [[nodiscard]] bool empty() const { return size() == 0; }
+    /// "node arm, channel joints, stream pose, index 3, member side: is 1 instead of 2"
+    [[nodiscard]] std::string text() const { return place.place() + ": " + message; }
+};
+
+/// Holds what stands in the way of a patch.
+struct ApplyProblems {
+    std::vector<ApplyProblem> ofScene{};
+    JsonProblems ofPatch{};  ///< "line 3: $.changes[0].new: is not a string"
+
+    [[nodiscard]] bool empty() const { return ofScene.empty() && ofPatch.empty(); }
+    /// Those of the scene, with a line feed behind each.
+    [[nodiscard]] std::string sceneText() const;
     /// All in one text, each with a line feed behind it.
-    [[nodiscard]] std::string text() const;
+    [[nodiscard]] std::string text() const { return ofPatch.text() + sceneText(); }
 };
 
 /// Makes all changes in memory, or none: then it returns what stands in the way. New structures

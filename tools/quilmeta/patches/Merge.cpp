@@ -65,11 +65,6 @@ class ChangesByPlace {
     std::map<std::string, const Change*> fChanges;
 };
 
-/// The smaller of both places says more.
-const Change& partOf(const MergeConflict& conflict) {
-    return conflict.ours.kind < conflict.theirs.kind ? conflict.ours : conflict.theirs;
-}
-
 /// Shows what a side made of the place of the conflict.
 std::string sideText(const Change& change, const std::string& place) {
     if (change.place() == place) return change.after;
@@ -77,6 +72,10 @@ std::string sideText(const Change& change, const std::string& place) {
 }
 
 }  // namespace
+
+const Change& partOf(const MergeConflict& conflict) {
+    return conflict.ours.kind < conflict.theirs.kind ? conflict.ours : conflict.theirs;
+}
 
 MergePlan planMerge(const Patch& ours, const Patch& theirs) {
     const ChangesByPlace our(ours);

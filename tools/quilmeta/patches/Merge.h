@@ -25,6 +25,9 @@ struct MergePlan {
 /// patch of the plan.
 MergePlan planMerge(const Patch& ours, const Patch& theirs);
 
+/// The change of the smaller place, which says more.
+const Change& partOf(const MergeConflict& conflict);
+
 /// "node arm, ..., member side: 1 was changed to 2 by us and to 3 by them", a line for each value.
 std::string textOf(const MergeConflict& conflict);
 /// The same as JSON: the place, and as `base`, `ours` and `theirs` the values there. A side that

@@ -4,10 +4,8 @@
 
 #include "files/posix/Descriptor.h"
 #include "output/TargetPath.h"
-#include "patches/Apply.h"
 #include "patches/ChangeReport.h"
 #include "patches/Differences.h"
-#include "patches/Merge.h"
 #include "process/Messages.h"
 #include "selection/SceneView.h"
 #include "values/SafeText.h"
@@ -23,6 +21,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 namespace orbo::Quilmeta {
 
@@ -97,61 +96,30 @@ void blank(const std::string& file, SceneAccess access) {
     if (!scene.accessor->write(errors)) throw CommandError("cannot be compared: " + errors);
 }
 
-class Merge {
+class MergeRun {
   public:
-    Merge(const MergeRequest& request, Output& output)
+    MergeRun(const MergeRequest& request, const MergeSides& sides)
         : fRequest(request),
-          fOutput(output),
+          fSides(sides),
           fOut(behindLinks(request.out)),
           fTemporary(fs::absolute(fOut).parent_path()) {}
 
-    Outcome run() {
-        Scene base, ours, theirs;
-        bool read = isEmptyFile(fRequest.base) || open(fRequest.base, base);
-        read = open(fRequest.ours, ours) && read;
-        if (!open(fRequest.theirs, theirs) || !read) return Outcome::kFailed;
-        const SceneView baseView = base.accessor ? select(*base.accessor, {}) : SceneView();
-        const MergePlan plan = planMerge(differences(baseView, select(*ours.accessor, {})),
-                                         differences(baseView, select(*theirs.accessor, {})));
-        for (const MergeConflict& conflict : plan.conflicts)
-            report(textOf(conflict), jsonOf(conflict));
+    MergeResult run() {
+        const SceneView base = fSides.base ? select(*fSides.base, {}) : SceneView();
+        MergePlan plan = planMerge(differences(base, select(fSides.ours, {})),
+                                   differences(base, select(fSides.theirs, {})));
+        fResult.conflicts = std::move(plan.conflicts);
         const std::optional<MergeSide> side = payloadSide();
-        if (!side)
-            report(
-                "conflict: both sides changed the payload, which does not merge; "
-                "--payload takes one\n",
-                JsonObject().add("conflict", "payload"));
-        if (!side || !plan.conflicts.empty()) return Outcome::kFound;
-        const bool isOurs = *side == MergeSide::kOurs;
-        return writeOut(isOurs ? fRequest.ours : fRequest.theirs,
-                        isOurs ? plan.toOurs : plan.toTheirs, *ours.accessor);
+        fResult.isPayloadInConflict = !side;
+        if (fResult.hasConflict()) return std::move(fResult);
+        if (*side == MergeSide::kOurs)
+            writeOut(fRequest.ours, plan.toOurs);
+        else
+            writeOut(fRequest.theirs, plan.toTheirs);
+        return std::move(fResult);
     }
 
   private:
-    /// Reports a conflict in text or JSON.
-    void report(const std::string& text, const JsonObject& json) const {
-        if (ReportParts* parts = reportPartsOf(fOutput))
-            parts->conflicts.push_back(json.text());
-        else
-            fOutput.write((fRequest.path.empty() ? "" : shownPath(fRequest.path) + ": ") + text);
-    }
-
-    /// Reads a scene; false, with a message, when that is not possible completely.
-    bool open(const std::string& file, Scene& scene) const {
-        const auto read = [&] {
-            scene = openScene(file, fRequest.access);
-            if (!scene.complete)
-                throw CommandError("not all metadata can be read, so nothing was merged");
-            return FileResult(Outcome::kDone);
-        };
-        const auto failed = [&](const std::vector<std::string>& messages) {
-            ReportParts* const parts = reportPartsOf(fOutput);
-            for (const std::string& message : messages)
-                if (parts) parts->errors.push_back(safeLine(file) + ": " + message);
-        };
-        return guarded(file, read, failed).outcome == Outcome::kDone;
-    }
-
     /// No value when both changed the payload, each in another way.
     [[nodiscard]] std::optional<MergeSide> payloadSide() const {
         if (fRequest.payload) return fRequest.payload;
@@ -176,8 +144,7 @@ class Merge {
     }
 
     /// Writes the copy of a side with the changes of the other one.
-    [[nodiscard]] Outcome writeOut(const std::string& side, const Patch& patch,
-                                   const Data::Accessor& ours) const {
+    void writeOut(const std::string& side, const Patch& patch) {
         SceneAccess access = fRequest.access;
         access.dryRun = false;
         access.kindName.clear();
@@ -185,30 +152,61 @@ class Merge {
         access.noJournal = true;
         const std::string copy = fTemporary.copyOf(side, "merged", kindOf(side));
         const Scene scene = openScene(copy, access);
-        const ApplyProblems problems = apply(patch, *scene.accessor);
-        for (const std::string& problem : problems.ofScene)
-            report("conflict: " + problem + '\n',
-                   JsonObject().add("conflict", "use").add("message", problem));
-        if (!problems.empty()) return Outcome::kFound;
+        ApplyProblems problems = apply(patch, *scene.accessor);
+        fResult.uses = std::move(problems.ofScene);
+        if (fResult.hasConflict()) return;
         std::string errors;
         if (!patch.changes.empty() && !scene.accessor->write(errors)) throw CommandError(errors);
         if (fRequest.access.dryRun) {
-            showChanges(differences(select(ours, {}), select(*scene.accessor, {})), fRequest.ours,
-                        fRequest.out + " (dry run)", fOutput);
-            return Outcome::kDone;
+            fResult.changes = differences(select(fSides.ours, {}), select(*scene.accessor, {}));
+            return;
         }
         sync(copy);
         std::error_code error;
         fs::rename(copy, fOut, error);
         if (error) throw CommandError("cannot be written: " + error.message());
-        return Outcome::kDone;
     }
 
     const MergeRequest& fRequest;
-    Output& fOutput;
+    const MergeSides& fSides;
     const std::string fOut;
     const TemporaryFolder fTemporary;
+    MergeResult fResult;
 };
+
+/// Reads a scene; false, with a message, when that is not possible completely.
+bool open(const MergeRequest& request, const std::string& file, Scene& scene, Output& output) {
+    const auto read = [&] {
+        scene = openScene(file, request.access);
+        if (!scene.complete)
+            throw CommandError("not all metadata can be read, so nothing was merged");
+        return FileResult(Outcome::kDone);
+    };
+    const auto failed = [&](const std::vector<std::string>& messages) {
+        ReportParts* const parts = reportPartsOf(output);
+        for (const std::string& message : messages)
+            if (parts) parts->errors.push_back(safeLine(file) + ": " + message);
+    };
+    return guarded(file, read, failed).outcome == Outcome::kDone;
+}
+
+/// Reports conflicts in text or JSON.
+void report(const MergeResult& result, const MergeRequest& request, Output& output) {
+    const auto add = [&](const std::string& text, const JsonObject& json) {
+        if (ReportParts* parts = reportPartsOf(output))
+            parts->conflicts.push_back(json.text());
+        else
+            output.write((request.path.empty() ? "" : shownPath(request.path) + ": ") + text);
+    };
+    for (const MergeConflict& conflict : result.conflicts) add(textOf(conflict), jsonOf(conflict));
+    if (result.isPayloadInConflict)
+        add("conflict: both sides changed the payload, which does not merge; "
+            "--payload takes one\n",
+            JsonObject().add("conflict", "payload"));
+    for (const ApplyProblem& use : result.uses)
+        add("conflict: " + use.text() + '\n',
+            JsonObject().add("conflict", "use").add("message", use.text()));
+}
 
 }  // namespace
 
@@ -230,8 +228,33 @@ std::string kindNameOf(const std::string& path, const std::string& file) {
     throw CommandError("is no scene, neither by its extension nor by its content");
 }
 
+void demandSameKind(const std::string& out, const std::string& ours) {
+    std::string kind;
+    try {
+        kind = kindNameOf(out, ours);
+    } catch (const FileError&) {
+        throw;
+    } catch (const CommandError& error) {
+        throw FileError(ours, error.what());
+    }
+    if (kind != out) throw CommandError("has the extension of another kind of scene");
+}
+
+MergeResult merge(const MergeRequest& request, const MergeSides& sides) {
+    return MergeRun(request, sides).run();
+}
+
 Outcome mergeScenes(const MergeRequest& request, Output& output) {
-    return Merge(request, output).run();
+    Scene base, ours, theirs;
+    bool read = isEmptyFile(request.base) || open(request, request.base, base, output);
+    read = open(request, request.ours, ours, output) && read;
+    if (!open(request, request.theirs, theirs, output) || !read) return Outcome::kFailed;
+    MergeResult result = merge(request, {base.accessor.get(), *ours.accessor, *theirs.accessor});
+    report(result, request, output);
+    if (result.hasConflict()) return Outcome::kFound;
+    if (request.access.dryRun)
+        showChanges(std::move(result.changes), request.ours, request.out + " (dry run)", output);
+    return Outcome::kDone;
 }
 
 }  // namespace orbo::Quilmeta

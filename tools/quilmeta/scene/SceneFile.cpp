@@ -99,7 +99,7 @@ Scene newScene(const std::string& file, const SceneAccess& access) {
 void tellFindings(const std::string& file, const std::vector<Data::Finding>& findings,
                   Scene& scene) {
     complain(file, messagesOf(findings));
-    scene.complete = std::all_of(findings.begin(), findings.end(), leavesSceneComplete);
+    scene.complete = isComplete(findings);
 }
 
 /// Says why a write failed. Accessors that leave no finding have only their error text.
@@ -143,6 +143,10 @@ bool write(const Data::Accessor& scene, const SceneAccess& access, std::string& 
 }
 
 }  // namespace
+
+bool isComplete(const std::vector<Data::Finding>& findings) {
+    return std::all_of(findings.begin(), findings.end(), leavesSceneComplete);
+}
 
 Scene openScene(const std::string& file, const SceneAccess& access, const SceneNames* names) {
     Scene scene = newScene(file, access);

@@ -41,6 +41,9 @@ struct Scene {
 Scene openScene(const std::string& file, const SceneAccess& access,
                 const SceneNames* names = nullptr);
 
+/// Whether a read with these findings has read all metadata that was to be read.
+bool isComplete(const std::vector<Data::Finding>& findings);
+
 struct TwoScenes {
     Scene left, right;
 };
