@@ -41,21 +41,23 @@ def items_of(values: object) -> Iterable[tuple[str, Any]]:
 
 
 def structure_of(source: Any, name: str | None = None) -> _native.Structure:
-    """Makes a structure of a dataclass, a NumPy structured dtype, or an Arrow schema.
+    """Makes a structure of a dataclass, a NumPy structured dtype, or an Arrow schema: of anything
+    that has `__arrow_c_schema__` or `__arrow_c_stream__`.
 
     `name` is that of the structure; a dataclass has one of its own. Fields of a dataclass are
     `bool`, `int` (an int64), `float` (a double), `str`, or `Annotated[..., "int8[3]"]`.
     """
     if isinstance(source, _native.Structure):
         return source if name is None else _native.Structure(name, source.members)
+    if isinstance(source, (_native.Stream, _native.Element)):
+        raise TypeError(f"a {type(source).__name__} is no structure, it has one: .structure")
     if isinstance(source, type) and dataclasses.is_dataclass(source):
         return _native.Structure(name or source.__name__, _of_dataclass(source))
     if getattr(source, "names", None) is not None and hasattr(source, "fields"):
         members = [_of_dtype(member, source.fields[member][0]) for member in source.names]
         return _native.Structure(_demand_name(name), members)
-    if _is_arrow_schema(source):
-        members = [_of_arrow(field.name, field.type) for field in source]
-        return _native.Structure(_demand_name(name), members)
+    if hasattr(source, "__arrow_c_schema__") or hasattr(source, "__arrow_c_stream__"):
+        return _native.Structure(_demand_name(name), _of_arrow(source))
     raise TypeError(f"no structure can be made of {type(source).__name__}")
 
 
@@ -123,19 +125,10 @@ def _of_dtype(name: str, dtype: Any) -> Member:
     return Member(name, kind, shape[0] if shape else 1)
 
 
-_OF_ARROW = {"bool": "bool", "int8": "int8", "int16": "int16", "int32": "int32", "int64": "int64",
-             "uint8": "uint8", "uint16": "uint16", "uint32": "uint32", "uint64": "uint64",
-             "float": "float", "double": "double", "string": "string", "large_string": "string",
-             "string_view": "string", "binary": "string", "large_binary": "string"}
-
-
-def _is_arrow_schema(source: object) -> bool:
-    return hasattr(source, "__arrow_c_schema__") and hasattr(source, "field")
-
-
-def _of_arrow(name: str, kind: Any) -> Member:
-    length = getattr(kind, "list_size", None)  # of a fixed-size list
-    base = str(kind.value_type if length is not None else kind)
-    if base not in _OF_ARROW:
-        raise TypeError(f'"{name}": no type of member is known for {kind}')
-    return Member(name, _OF_ARROW[base], 1 if length is None else length)
+def _of_arrow(source: Any) -> list[Member]:
+    members = []
+    for name, _, member, shown in _native._arrow_columns(source):
+        if member is None:
+            raise TypeError(f'"{name}": no type of member is known for {shown}')
+        members.append(member)
+    return members

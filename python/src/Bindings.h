@@ -25,5 +25,6 @@ void defineContents(nb::module_& module);
 void defineFiles(nb::module_& module);
 void defineDifferences(nb::module_& module);
 void defineMerging(nb::module_& module);
+void defineArrow(nb::module_& module);
 
 }  // namespace orbo::Python

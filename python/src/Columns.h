@@ -29,6 +29,9 @@ class Rows {
     template <typename Use>
     void forEach(const StreamState& stream, const Data::Member& member, const Use& use) const;
 
+    /// Null for all.
+    [[nodiscard]] const Indices* list() const { return fIndices; }
+
   private:
     explicit Rows(const Indices* indices) : fIndices(indices) {}
 

@@ -76,11 +76,17 @@ void takeCopy(const NodePtr& node, const std::string& name, const ChannelPtr& so
     fill(node->addChannel(name), copy);
 }
 
+nb::object streamOfTable(const nb::str& name, nb::handle table) {
+    return nb::module_::import_("quilmeta._frames").attr("stream_of_table")(name, table);
+}
+
 std::shared_ptr<StreamState> addStream(const ChannelPtr& channel, const nb::str& name,
                                        nb::handle source, const nb::str& indexType) {
     const std::string text = bytesOf(name, "the name of a stream");
     std::shared_ptr<StreamState> given;
-    const bool isCopy = nb::try_cast(source, given) && given;
+    const bool isCopy = (nb::try_cast(source, given) && given) ||
+                        (nb::hasattr(source, "__arrow_c_stream__") &&
+                         nb::try_cast(streamOfTable(name, source), given));
     const StructurePtr structure = isCopy ? StructurePtr() : structureOf(source);
     channel->demandWritable();
     if (channel->stream(text))
@@ -224,7 +230,7 @@ void defineChannel(nb::module_& module) {
              nb::sig("def add(self, name: str, source: typing.Any, "
                      "index_type: str = 'numeric') -> Stream"),
              "Adds an empty stream of a structure, or of what `structure_of` takes; or a copy of a "
-             "stream.");
+             "stream, or of a table, as `Stream.from_arrow` makes one.");
     module.def("_channel_of", madeChannel,
                nb::sig("def _channel_of(name: str, streams: list[Stream]) -> Channel"));
 }

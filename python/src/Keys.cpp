@@ -47,13 +47,7 @@ Index otherOf(nb::handle key) {
     const nb::object parts = typesModule().attr("parts_of")(key);
     const std::string type = bytesOf(parts[0], "the name of an index type");
     const std::string text = bytesOf(parts[1], "the text of an index");
-    try {
-        return Index::doCreate(type, text);
-    } catch (Index::eCreationErrors error) {
-        if (error != Index::eCreatorNotFound)
-            throw nb::value_error(("\"" + text + "\" is no index of type " + type).c_str());
-    }
-    return Index(Data::IndexText(type, text));
+    return indexOfType(type, text);
 }
 
 nb::object keyOf(const IndexType& typed) {
@@ -69,6 +63,16 @@ nb::object keyOf(const IndexType& typed) {
 }
 
 }  // namespace
+
+Index indexOfType(const std::string& type, const std::string& text) {
+    try {
+        return Index::doCreate(type, text);
+    } catch (Index::eCreationErrors error) {
+        if (error != Index::eCreatorNotFound)
+            throw nb::value_error(("\"" + text + "\" is no index of type " + type).c_str());
+    }
+    return Index(Data::IndexText(type, text));
+}
 
 std::optional<Index> indexOf(nb::handle key) {
     if (PyUnicode_Check(key.ptr()) || PyBytes_Check(key.ptr()))

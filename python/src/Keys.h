@@ -19,6 +19,8 @@ namespace nb = nanobind;
 std::optional<Data::Index> indexOf(nb::handle key);
 nb::object keyOf(const Data::Index& index);
 nb::object keyOf(const Data::ElementIndex& index);
+/// Gives the index that a text of a type stands for, which nobody here needs to know.
+Data::Index indexOfType(const std::string& type, const std::string& text);
 /// Gives the key as messages show it: 5, (3, 7), "lid".
 std::string shownKey(nb::handle key);
 

@@ -15,4 +15,5 @@ NB_MODULE(_native, module) {
     orbo::Python::defineFiles(module);
     orbo::Python::defineDifferences(module);
     orbo::Python::defineMerging(module);
+    orbo::Python::defineArrow(module);
 }

@@ -9,6 +9,7 @@
 #include <optional>
 #include <utility>
 
+#include "ArrowExport.h"
 #include "Bindings.h"
 #include "Columns.h"
 #include "Elements.h"
@@ -350,10 +351,11 @@ StreamPtr made(const nb::str& name, const StructureValue& structure, const nb::s
 }
 
 void defineSelections(nb::module_& module) {
-    nb::class_<Selection>(module, "Selection",
-                          "Some elements of a stream, in order. A name gives and sets a member of "
-                          "all of them; the arrays are copies.")
-        .def("__len__", [](const Selection& self) { return self.indices.size(); })
+    nb::class_<Selection> type(
+        module, "Selection",
+        "Some elements of a stream, in order. A name gives and sets a member of "
+        "all of them; the arrays are copies.");
+    type.def("__len__", [](const Selection& self) { return self.indices.size(); })
         .def(
             "__iter__",
             [](const Selection& self) {
@@ -371,6 +373,7 @@ void defineSelections(nb::module_& module) {
                 return keys;
             },
             nb::sig("def keys(self) -> list[typing.Any]"))
+        .def_prop_ro("stream", [](const Selection& self) { return self.stream; })
         .def(
             "__getitem__",
             [](const Selection& self, const nb::str& name) {
@@ -395,6 +398,9 @@ void defineSelections(nb::module_& module) {
             return "<quilmeta.Selection: " + std::to_string(self.indices.size()) + " of " +
                    nb::repr(nb::cast(self.stream)).c_str() + '>';
         });
+    defineTables(
+        type, [](const Selection& self) -> const StreamState& { return *self.stream; },
+        [](const Selection& self) { return Rows::of(self.indices); });
 }
 
 void defineLocators(nb::module_& module) {
@@ -604,6 +610,28 @@ void defineStreams(nb::module_& module) {
              nb::sig("def __reversed__(self) -> collections.abc.Iterator[typing.Any]"))
         .def("__repr__", [](const StreamPtr& self) { return textOf(shown(self)); });
     refuseHash(type);
+    defineTables(
+        type, [](const StreamState& self) -> const StreamState& { return self; },
+        [](const StreamState&) { return Rows::all(); });
+    for (const char* const name : {"from_arrow", "from_pandas", "from_polars"})
+        type.def_static(
+            name,
+            [](const nb::str& title, nb::handle data, nb::handle structure, nb::handle index) {
+                return nb::module_::import_("quilmeta._frames")
+                    .attr("stream_of_table")(title, data, structure, index);
+            },
+            nb::arg("name"), nb::arg("data").none(), nb::arg("structure") = nb::none(),
+            nb::arg("index") = nb::none(),
+            nb::sig((std::string("def ") + name +
+                     "(name: str, data: typing.Any, structure: typing.Any = None, index: str | "
+                     "collections.abc.Iterable[str] | None = None) -> Stream")
+                        .c_str()),
+            "A stream of no scene with an element for each row of a table, which any package may "
+            "hand over by `__arrow_c_stream__`. Columns become members. The structure has the name "
+            "that is given, that of the stream which the table was made of, or that of this one; "
+            "a structure that is given says what the members are to be. Indices are in the columns "
+            "`index` names, or in those called \"index\", or \"index0\" and \"index1\" for pairs; "
+            "without those, elements are numbered.");
     module.def("_stream_of", made,
                nb::sig("def _stream_of(name: str, structure: Structure, index_type: str, "
                        "keys: list[typing.Any], rows: list[typing.Any]) -> Stream"));

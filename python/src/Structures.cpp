@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "ArrowExport.h"
 #include "Bindings.h"
 #include "Mappings.h"
 #include "Problems.h"
@@ -154,6 +155,11 @@ void defineStructures(nb::module_& module) {
             nb::sig("def __reduce__(self) -> tuple[typing.Any, ...]"))
         .def("get", getOr, nb::arg("name").none(), nb::arg("default") = nb::none(),
              nb::sig("def get(self, name: object, default: typing.Any = None) -> typing.Any"))
+        .def(
+            "__arrow_c_schema__",
+            [](const StructureValue& self) { return arrowSchemaOf(*self.structure); },
+            nb::sig("def __arrow_c_schema__(self) -> object"),
+            "The members as the columns of a table of Arrow.")
         .def("__repr__", [](const StructureValue& self) { return textOf(shown(self)); });
     defineViews(type, "quilmeta._structures.Member");
 }

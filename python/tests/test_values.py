@@ -168,15 +168,18 @@ def test_an_arrow_schema_describes_a_structure() -> None:
     arrow = pytest.importorskip("pyarrow")
     plain = {"b": arrow.bool_(), "i": arrow.int8(), "u": arrow.uint64(), "f": arrow.float32(),
              "d": arrow.float64(), "t": arrow.string(), "l": arrow.large_string(),
-             "y": arrow.large_binary(), "p": arrow.list_(arrow.float32(), 3)}
+             "y": arrow.large_binary(), "p": arrow.list_(arrow.float32(), 3), "h": arrow.float16(),
+             "m": arrow.list_(arrow.list_(arrow.float32(), 4), 4)}
     structure = qm.structure_of(arrow.schema(plain.items()), "S")
     assert structure == qm.Structure(
         "S", [("b", "bool"), ("i", "int8"), ("u", "uint64"), ("f", "float"), ("d", "double"),
-              ("t", "string"), ("l", "string"), ("y", "string"), ("p", "float", 3)])
+              ("t", "string"), ("l", "string"), ("y", "string"), ("p", "float", 3),
+              ("h", "float"), ("m", "flt4x4")])
     with pytest.raises(TypeError, match="needs a name"):
         qm.structure_of(arrow.schema(plain.items()))
-    for kind in (arrow.float16(), arrow.list_(arrow.int8()), arrow.timestamp("s"),
-                 arrow.list_(arrow.list_(arrow.float32(), 4), 4)):
+    for kind in (arrow.list_(arrow.int8()), arrow.timestamp("s"),
+                 arrow.list_(arrow.list_(arrow.float32(), 4), 3),
+                 arrow.list_(arrow.list_(arrow.int32(), 4), 4)):
         with pytest.raises(TypeError, match='"odd": no type of member is known'):
             qm.structure_of(arrow.schema([("odd", kind)]), "S")
 

@@ -1,0 +1,447 @@
+// Tables that other libraries hand over by Arrow's interface, and streams made of them.
+// SPDX-License-Identifier: Apache-2.0
+#include "Bindings.h"
+
+#include <data/IndexPair.h>
+#include <data/IndexString.h>
+#include <data/MemberType.h>
+#include <data/Structure.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "ArrowAbi.h"
+#include "ArrowColumn.h"
+#include "Bindings.h"
+#include "Keys.h"
+#include "Problems.h"
+#include "Structures.h"
+#include "Text.h"
+#include "core/Layout.h"
+#include "streams/StreamAccess.h"
+#include "streams/StreamImpl.h"
+#include "values/SafeText.h"
+
+namespace orbo::Python {
+
+namespace {
+
+using Data::Index;
+using Data::Member;
+using Quilmeta::inQuotes;
+
+/// A record that must be released, whatever happens.
+template <typename Record>
+class Owned {
+  public:
+    Owned() : fRecord(std::make_unique<Record>()) {}
+    /// Takes the content of a capsule, which stays without one.
+    Owned(nb::handle capsule, const char* name) : Owned() {
+        auto* const given = static_cast<Record*>(PyCapsule_GetPointer(capsule.ptr(), name));
+        if (!given) nb::raise_python_error();
+        if (!given->release) throw nb::value_error("the table has been handed over already");
+        *fRecord = *given;
+        given->release = nullptr;
+    }
+    Owned(Owned&&) = default;
+    Owned& operator=(Owned&&) = delete;
+    ~Owned() {
+        if (fRecord && fRecord->release) fRecord->release(fRecord.get());
+    }
+
+    [[nodiscard]] Record* get() const { return fRecord.get(); }
+    Record* operator->() const { return fRecord.get(); }
+
+  private:
+    std::unique_ptr<Record> fRecord;
+};
+
+/// Asks the stream, and raises what the producer says is wrong.
+template <typename Ask, typename Record>
+void demand(ArrowArrayStream& stream, Ask ask, Record* out) {
+    const int error = ask(&stream, out);
+    if (PyErr_Occurred()) nb::raise_python_error();
+    if (error == 0) return;
+    const char* const message = stream.get_last_error(&stream);
+    const std::string what = message ? message : std::strerror(error);
+    raise("QuilError", "the table cannot be read: " + Quilmeta::safeLine(what));
+}
+
+Owned<ArrowSchema> schemaOf(ArrowArrayStream& stream) {
+    Owned<ArrowSchema> schema;
+    demand(stream, stream.get_schema, schema.get());
+    return schema;
+}
+
+std::vector<ArrowColumnType> columnTypesOf(const ArrowSchema& schema) {
+    if (std::string_view(schema.format) != "+s")
+        throw nb::type_error("this is no table: it has no columns");
+    std::vector<ArrowColumnType> types;
+    for (std::int64_t k = 0; k < schema.n_children; ++k) types.emplace_back(*schema.children[k]);
+    return types;
+}
+
+/// A description of a column for Python: name, mark of an index, member or None, type in words.
+nb::tuple described(const ArrowColumnType& type, const std::vector<std::int64_t>& sizes) {
+    unsigned int length = 1;
+    const Member::eDataType memberType = type.memberType(sizes, length);
+    nb::object member = nb::none();
+    if (memberType != Member::kInvalid)
+        member = nb::module_::import_("quilmeta._structures")
+                     .attr("Member")(textOf(type.name()), Member::typeName(memberType), length);
+    return nb::make_tuple(textOf(type.name()), textOf(type.indexMark()), member,
+                          textOf(type.shown()));
+}
+
+std::vector<std::int64_t> fixedSizesOf(const ArrowColumnType& type) {
+    std::vector<std::int64_t> sizes;
+    for (const auto& list : type.lists()) sizes.push_back(list.size);
+    return sizes;
+}
+
+/// The columns that a schema describes.
+nb::list columnsOfSchema(nb::handle source) {
+    nb::list columns;
+    const auto add = [&](const ArrowSchema& schema) {
+        for (const ArrowColumnType& type : columnTypesOf(schema))
+            columns.append(described(type, fixedSizesOf(type)));
+    };
+    if (nb::hasattr(source, "__arrow_c_schema__")) {
+        add(*Owned<ArrowSchema>(source.attr("__arrow_c_schema__")(), kSchemaCapsule).get());
+        return columns;
+    }
+    const Owned<ArrowArrayStream> stream(source.attr("__arrow_c_stream__")(), kStreamCapsule);
+    add(*schemaOf(*stream.get()).get());
+    return columns;
+}
+
+/// Stores values of one column; says which row has one that does not fit.
+class ColumnStore {
+  public:
+    ColumnStore(const ArrowColumnType& type, const Member& member, std::uint64_t offset,
+                std::int64_t rowsBefore)
+        : fType(type), fMember(member), fOffset(offset), fRowsBefore(rowsBefore) {}
+
+    void store(const ArrowColumn& column, std::int64_t firstRow, const std::vector<char*>& chunks) {
+        Data::visitMemberType(fMember.type(), [&](auto type) {
+            using T = typename decltype(type)::Scalar;
+            const auto wanted = std::int64_t{fMember.length()} * type.kScalars;
+            for (fRow = 0; fRow < static_cast<std::int64_t>(chunks.size()); ++fRow) {
+                const auto span = column.span(firstRow + fRow);
+                if (span.isNull) refuseNull();
+                if (span.count != wanted)
+                    refuse(std::to_string(wanted) + " values are wanted, not " +
+                           std::to_string(span.count));
+                storeRow<T>(column, span, chunks[static_cast<std::size_t>(fRow)] + fOffset);
+            }
+            return true;
+        });
+    }
+
+  private:
+    [[noreturn]] void refuse(const std::string& what, PyObject* error = PyExc_ValueError) const {
+        const std::string message = "column " + inQuotes(fType.name()) + ", row " +
+                                    std::to_string(fRowsBefore + fRow) + ": " + what;
+        PyErr_SetString(error, message.c_str());
+        nb::raise_python_error();
+    }
+    [[noreturn]] void refuseNull() const {
+        refuse(std::string("there is no null in ") + Member::typeName(fMember.type()));
+    }
+    template <typename Number>
+    [[noreturn]] void refuseRange(Number number) const {
+        refuse(std::string(nb::repr(nb::cast(number)).c_str()) + " is out of range for " +
+                   Member::typeName(fMember.type()),
+               PyExc_OverflowError);
+    }
+
+    template <typename T>
+    void storeRow(const ArrowColumn& column, const ArrowColumn::Span& span, char* to) {
+        if constexpr (!std::is_same_v<T, char*> && !std::is_same_v<T, bool>) {
+            if (isStoredAs<T>()) {
+                if (const char* from = column.plainNumbers(span.begin, sizeof(T))) {
+                    std::memcpy(to, from, static_cast<std::size_t>(span.count) * sizeof(T));
+                    return;
+                }
+            }
+        }
+        for (std::int64_t k = 0; k < span.count; ++k, to += sizeof(T)) {
+            const T scalar = column.visit(span.begin + k, [&](auto v) { return scalarOf<T>(v); });
+            std::memcpy(to, &scalar, sizeof scalar);
+        }
+    }
+
+    /// Whether the column has the very type of the member's values.
+    template <typename T>
+    [[nodiscard]] bool isStoredAs() const {
+        unsigned int length = 0;
+        return fType.leaf() != ArrowLeaf::kHalf &&
+               fType.memberType({}, length) == Data::dataTypeOf<T>();
+    }
+
+    template <typename T, typename Value>
+    T scalarOf(Value value) const {
+        if constexpr (std::is_same_v<T, char*>) {
+            if constexpr (std::is_same_v<Value, std::string_view>) return textOf(value);
+            return nullptr;  // nothing else comes here but null
+        } else if constexpr (std::is_same_v<Value, std::nullptr_t> ||
+                             std::is_same_v<Value, std::string_view>) {
+            refuseNull();
+        } else if constexpr (std::is_same_v<T, bool> || std::is_same_v<Value, bool>) {
+            return static_cast<T>(value);
+        } else if constexpr (std::is_floating_point_v<T>) {
+            const T stored = static_cast<T>(value);
+            if constexpr (std::is_floating_point_v<Value>)
+                if (std::isinf(stored) && !std::isinf(value)) refuseRange(value);
+            return stored;
+        } else if constexpr (std::is_floating_point_v<Value>) {
+            refuse("a fraction has no place in an integer");
+        } else {
+            return integerOf<T>(value);
+        }
+    }
+    template <typename T, typename Value>
+    T integerOf(Value value) const {
+        using Limits = std::numeric_limits<T>;
+        bool fits = false;
+        if constexpr (std::is_signed_v<Value>)
+            fits = value < 0 ? std::is_signed_v<T> && value >= static_cast<long long>(Limits::min())
+                             : static_cast<unsigned long long>(value) <= Limits::max();
+        else
+            fits = value <= static_cast<unsigned long long>(Limits::max());
+        if (!fits) refuseRange(value);
+        return static_cast<T>(value);
+    }
+    [[nodiscard]] char* textOf(std::string_view text) const {
+        if (text.find('\0') != std::string_view::npos) refuse("a text has a NUL in it");
+        char* const copy = ::strndup(text.data() ? text.data() : "", text.size());
+        if (!copy) throw std::bad_alloc();
+        return copy;
+    }
+
+    const ArrowColumnType& fType;
+    const Member& fMember;
+    std::uint64_t fOffset;
+    std::int64_t fRowsBefore;
+    std::int64_t fRow = 0;
+};
+
+/// A table in memory, which a producer has handed over.
+class ArrowTable {
+  public:
+    explicit ArrowTable(nb::handle source)
+        : fStream(capsuleOf(source), kStreamCapsule),
+          fSchema(schemaOf(*fStream.get())),
+          fTypes(columnTypesOf(*fSchema.get())) {
+        while (true) {
+            Owned<ArrowArray> batch;
+            demand(*fStream.get(), fStream->get_next, batch.get());
+            if (!batch->release) break;
+            fRows += batch->length;
+            fBatches.push_back(std::move(batch));
+        }
+        demandRows();
+    }
+
+    [[nodiscard]] nb::list columns() const {
+        nb::list columns;
+        for (std::size_t k = 0; k < fTypes.size(); ++k)
+            columns.append(described(fTypes[k], sizesOf(k)));
+        return columns;
+    }
+    [[nodiscard]] nb::object metadata(const std::string& key) const {
+        const auto found = metadataOf(*fSchema.get(), key);
+        return found ? nb::object(textOf(*found)) : nb::none();
+    }
+    [[nodiscard]] std::int64_t rows() const { return fRows; }
+
+    /// Makes an element of each row, under the index in these columns, or its number where there
+    /// are none. `members` has the column of each member that gets values.
+    void fill(StreamState& state, const std::vector<std::size_t>& indices,
+              const std::vector<std::pair<std::size_t, std::string>>& members) const;
+
+  private:
+    static nb::object capsuleOf(nb::handle source) {
+        if (!nb::hasattr(source, "__arrow_c_stream__"))
+            throw nb::type_error((std::string("a table is wanted, which hands itself over by "
+                                              "__arrow_c_stream__, not ") +
+                                  nb::type_name(source.type()).c_str())
+                                     .c_str());
+        return source.attr("__arrow_c_stream__")();
+    }
+    void demandRows() const {
+        for (const auto& batch : fBatches) {
+            if (batch->n_children != static_cast<std::int64_t>(fTypes.size()))
+                throw nb::value_error("the table has batches of other columns than it says");
+            if (batch->null_count > 0) throw nb::value_error("the table has rows that are null");
+        }
+        if (fRows > std::numeric_limits<unsigned int>::max())
+            throw nb::value_error("the table has more rows than a stream has elements");
+    }
+    /// Where types do not fix the sizes of lists, those of the first row that has values.
+    [[nodiscard]] std::vector<std::int64_t> sizesOf(std::size_t column) const {
+        const auto fixed = fixedSizesOf(fTypes[column]);
+        bool isFixed = true;
+        for (const std::int64_t size : fixed) isFixed = isFixed && size > 0;
+        if (isFixed) return fixed;
+        for (const auto& batch : fBatches) {
+            const ArrowColumn values(fTypes[column], *batch->children[column]);
+            for (std::int64_t row = 0; row < batch->length; ++row) {
+                std::vector<std::int64_t> sizes;
+                if (!values.span(row + batch->offset, &sizes).isNull) return sizes;
+            }
+        }
+        return fixed;
+    }
+    [[nodiscard]] std::vector<char*> placesIn(StreamState& state, Data::StreamImpl& storage,
+                                              const ArrowArray& batch, std::int64_t rowsBefore,
+                                              const std::vector<std::size_t>& indices) const;
+
+    Owned<ArrowArrayStream> fStream;
+    Owned<ArrowSchema> fSchema;
+    std::vector<ArrowColumnType> fTypes;
+    std::vector<Owned<ArrowArray>> fBatches;
+    std::int64_t fRows = 0;
+};
+
+/// The indices in the columns of a batch.
+class IndexReader {
+  public:
+    IndexReader(const std::string& type, const std::vector<ArrowColumn>& columns)
+        : fType(type), fColumns(columns) {}
+
+    /// Null when there is something else in the row.
+    [[nodiscard]] std::optional<Index> at(std::int64_t row) const {
+        if (fType == "numeric") {
+            const auto number = numberAt(0, row);
+            if (!number) return std::nullopt;
+            return Index(*number);
+        }
+        if (fType == "pair") {
+            const auto first = numberAt(0, row);
+            const auto second = numberAt(1, row);
+            if (!first || !second) return std::nullopt;
+            return Index(Data::IndexPair(*first, *second));
+        }
+        const auto text = fColumns[0].visit(row, [](auto value) -> std::optional<std::string> {
+            if constexpr (std::is_same_v<decltype(value), std::string_view>)
+                return std::string(value);
+            return std::nullopt;
+        });
+        if (!text) return std::nullopt;
+        return fType == "string" ? Index(Data::IndexString(*text)) : indexOfType(fType, *text);
+    }
+
+  private:
+    [[nodiscard]] std::optional<unsigned int> numberAt(std::size_t column, std::int64_t row) const {
+        constexpr auto kMost = std::numeric_limits<unsigned int>::max();
+        return fColumns[column].visit(row, [](auto value) -> std::optional<unsigned int> {
+            using Value = decltype(value);
+            if constexpr (std::is_same_v<Value, long long> ||
+                          std::is_same_v<Value, unsigned long long>)
+                if (value >= Value{0} && value <= Value{kMost})
+                    return static_cast<unsigned int>(value);
+            return std::nullopt;
+        });
+    }
+
+    const std::string& fType;
+    const std::vector<ArrowColumn>& fColumns;
+};
+
+std::vector<char*> ArrowTable::placesIn(StreamState& state, Data::StreamImpl& storage,
+                                        const ArrowArray& batch, std::int64_t rowsBefore,
+                                        const std::vector<std::size_t>& indices) const {
+    std::vector<ArrowColumn> columns;
+    for (const std::size_t column : indices)
+        columns.emplace_back(fTypes[column], *batch.children[column]);
+    const IndexReader reader(state.stream().indexType(), columns);
+    const bool hasData = storage.layout().totalSize() > 0;
+    std::vector<char*> chunks;
+    chunks.reserve(static_cast<std::size_t>(batch.length));
+    for (std::int64_t row = 0; row < batch.length; ++row) {
+        std::optional<Index> index = Index(static_cast<unsigned int>(rowsBefore + row));
+        if (!indices.empty()) index = reader.at(row + batch.offset);
+        const auto refuse = [&](const std::string& what) {
+            const std::string place = "row " + std::to_string(rowsBefore + row) + ": ";
+            throw nb::value_error((place + what).c_str());
+        };
+        if (!index) refuse("there is no " + state.stream().indexType() + " index");
+        if (storage.hasElement(*index))
+            refuse("the index " + shownKey(keyOf(*index)) + " is there twice");
+        char* const chunk = storage.place(std::move(*index));
+        if (!chunk && hasData) throw std::bad_alloc();
+        chunks.push_back(chunk);
+    }
+    return chunks;
+}
+
+void ArrowTable::fill(StreamState& state, const std::vector<std::size_t>& indices,
+                      const std::vector<std::pair<std::size_t, std::string>>& members) const {
+    state.demandWritable();
+    state.demandMovable();
+    state.noteMoved();
+    const StructurePtr structure(&state.stream().structure());
+    const Data::Layout& layout = Data::StreamAccess::layoutOf(state.stream());
+    Data::StreamImpl* const storage = Data::StreamAccess::placesOf(state.stream(), layout);
+    if (!storage) throw std::bad_alloc();
+    for (const auto& [column, name] : members) {
+        const Member& member = memberOf(*structure, name);
+        const ArrowColumnType& type = fTypes.at(column);
+        if (!type.fits(member.type()))
+            throw nb::type_error(("column " + inQuotes(type.name()) + ": " + type.shown() +
+                                  " does not fit " + Member::typeName(member.type()))
+                                     .c_str());
+    }
+    std::int64_t rowsBefore = 0;
+    for (const auto& batch : fBatches) {
+        const auto chunks = placesIn(state, *storage, *batch.get(), rowsBefore, indices);
+        for (const auto& [column, name] : members) {
+            const Member& member = memberOf(*structure, name);
+            const ArrowColumnType& type = fTypes[column];
+            const std::uint64_t offset = layout.runs()[layout.indexOf(member.name())].offset;
+            ColumnStore(type, member, offset, rowsBefore)
+                .store(ArrowColumn(type, *batch->children[column]), batch->offset, chunks);
+        }
+        rowsBefore += batch->length;
+    }
+}
+
+}  // namespace
+
+void defineArrow(nb::module_& module) {
+    nb::class_<ArrowTable>(module, "_ArrowTable")
+        .def(nb::init<nb::handle>(), kAnything,
+             nb::sig("def __init__(self, source: typing.Any, /) -> None"))
+        .def("columns", &ArrowTable::columns,
+             nb::sig("def columns(self) -> list[tuple[str, str, "
+                     "quilmeta._structures.Member | None, str]]"))
+        .def("metadata", &ArrowTable::metadata, nb::arg("key"),
+             nb::sig("def metadata(self, key: str) -> str | None"))
+        .def("__len__", &ArrowTable::rows)
+        .def(
+            "fill",
+            [](const ArrowTable& self, StreamState& stream, const nb::list& indices,
+               const nb::list& members) {
+                std::vector<std::size_t> columns;
+                for (nb::handle column : indices) columns.push_back(nb::cast<std::size_t>(column));
+                std::vector<std::pair<std::size_t, std::string>> names;
+                for (nb::handle pair : members)
+                    names.emplace_back(nb::cast<std::size_t>(pair[0]), bytesOf(pair[1], "a name"));
+                self.fill(stream, columns, names);
+            },
+            nb::sig("def fill(self, stream: Stream, indices: list[int], "
+                    "members: list[tuple[int, str]]) -> None"));
+    module.def("_arrow_columns", columnsOfSchema, nb::arg("source"),
+               nb::sig("def _arrow_columns(source: typing.Any) -> list[tuple[str, str, "
+                       "quilmeta._structures.Member | None, str]]"));
+}
+
+}  // namespace orbo::Python
