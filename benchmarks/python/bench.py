@@ -200,12 +200,12 @@ def bench_memory(text: Path, as_json: Path) -> None:
     def memory(work: str, path: Path) -> tuple[int, int]:
         """What a process of its own has in memory more than before: afterwards, and at most."""
         code = f"""
-import bench, json, pathlib, resource, sys
+import bench, pathlib, re, resource, sys
 def resident():
     return int(open('/proc/self/statm').read().split()[1]) * resource.getpagesize()
 before = resident()
 model = bench.{work}(pathlib.Path(sys.argv[1]))
-peak = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss * 1024
+peak = int(re.search(r"VmHWM:\s*(\d+)", open("/proc/self/status").read())[1]) * 1024
 print(resident() - before, peak - before)
 """
         done = subprocess.run([sys.executable, "-c", code, path], capture_output=True, text=True,
