@@ -10,25 +10,7 @@
 """
 
 from collections.abc import Mapping as _Mapping
-from pathlib import Path as _Path
 
-from ._errors import (
-    BusyError,
-    ConflictError,
-    DocumentError,
-    ExpressionError,
-    Finding,
-    NotASceneError,
-    QuilError,
-    QuilWarning,
-    ReadOnlyError,
-    RefusedError,
-    StaleError,
-    UnknownNameError,
-)
-from ._indices import OtherIndex, register_index_type, unregister_index_type
-from ._many import read_many
-from ._merging import MergeConflict, MergeError
 from ._native import (
     Channel,
     Difference,
@@ -47,8 +29,55 @@ from ._native import (
     open,
     recover,
 )
-from ._recovery import Recovery
-from ._structures import Member, structure_of
+
+TYPE_CHECKING = False
+if TYPE_CHECKING:
+    from ._errors import (
+        BusyError,
+        ConflictError,
+        DocumentError,
+        ExpressionError,
+        Finding,
+        NotASceneError,
+        QuilError,
+        QuilWarning,
+        ReadOnlyError,
+        RefusedError,
+        StaleError,
+        UnknownNameError,
+    )
+    from ._indices import OtherIndex, register_index_type, unregister_index_type
+    from ._many import read_many
+    from ._merging import MergeConflict, MergeError
+    from ._recovery import Recovery
+    from ._structures import Member, structure_of
+
+# What is in Python is imported when it is first asked for, so that importing the package takes
+# little more than loading the library.
+_MODULES = {
+    "_errors": ("BusyError", "ConflictError", "DocumentError", "ExpressionError", "Finding",
+                "NotASceneError", "QuilError", "QuilWarning", "ReadOnlyError", "RefusedError",
+                "StaleError", "UnknownNameError"),
+    "_indices": ("OtherIndex", "register_index_type", "unregister_index_type"),
+    "_many": ("read_many",),
+    "_merging": ("MergeConflict", "MergeError"),
+    "_recovery": ("Recovery",),
+    "_structures": ("Member", "structure_of"),
+}
+
+
+def __getattr__(name: str) -> object:
+    from importlib import import_module
+
+    for module, names in _MODULES.items():
+        if name in names:
+            value = globals()[name] = getattr(import_module(f"{__name__}.{module}"), name)
+            return value
+    raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+
+
+def __dir__() -> list[str]:
+    return __all__
 
 
 __version__ = _version()
@@ -59,7 +88,9 @@ for _class in (Scene, Node, Channel, Element, Structure):
 
 def cmake_dir() -> str:
     """The folder that CMake finds the C++ library by: -DMetaData_DIR=..."""
-    return str(_Path(__file__).parent / "lib" / "cmake" / "MetaData")
+    from pathlib import Path
+
+    return str(Path(__file__).parent / "lib" / "cmake" / "MetaData")
 
 
 __all__ = [

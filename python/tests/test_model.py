@@ -5,6 +5,8 @@ from __future__ import annotations
 import copy
 import gc
 import pickle
+import subprocess
+import sys
 from collections.abc import Callable, Mapping
 from pathlib import Path
 from typing import Any
@@ -372,3 +374,14 @@ def test_parts_are_mappings_that_take_none_as_any_other_object(teapot: Path) -> 
             bad()
     with pytest.raises(ValueError, match="scene.metadata"):
         scene[""] = node
+
+
+def test_the_package_has_all_that_it_lists_and_imports_little() -> None:
+    for name in qm.__all__:
+        assert getattr(qm, name) is not None and name in dir(qm)
+    with pytest.raises(AttributeError, match="no_such"):
+        qm.no_such  # type: ignore[attr-defined]
+    code = "import quilmeta, sys; print(*(name for name in sys.argv[1:] if name in sys.modules))"
+    late = ["numpy", "pandas", "pyarrow", "dataclasses", "logging", "concurrent.futures"]
+    found = subprocess.run([sys.executable, "-c", code, *late], capture_output=True, text=True, check=True)
+    assert found.stdout.split() == []
