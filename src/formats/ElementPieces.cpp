@@ -11,7 +11,6 @@ namespace orbo::Data {
 
 namespace {
 
-constexpr std::size_t kWorthwhile = std::size_t{1} << 20;
 constexpr std::size_t kPieceSize = std::size_t{512} << 10;
 constexpr std::size_t kPiecesForThread = 16;
 constexpr std::size_t kMostPieces = 4096;  // 2 GiB: what `elementsAt` can tell

@@ -57,6 +57,9 @@ struct ElementPiece {
 /// numbers for indices and plain values. Each element is expected to have two lines.
 class ElementPieces {
   public:
+    /// So much text of one stream is worth threads.
+    static constexpr std::size_t kWorthwhile = std::size_t{1} << 20;
+
     /// The text begins at the line of an index. It is all there is, with `endWord` behind the
     /// elements. What is handed over outlives the object.
     ElementPieces(std::string_view text, std::string_view endWord, const ElementText& values)

@@ -207,8 +207,9 @@ void StreamTextReader::readPieces(Stream& stream) {
             next = piece.end;
             ++taken;
         }
-        GetArea::take(*fIn.rdbuf(), static_cast<std::size_t>(next - ready.data()));
-        fPiecesFailed = 2 * taken < pieces.size();
+        const auto size = static_cast<std::size_t>(next - ready.data());
+        GetArea::take(*fIn.rdbuf(), size);
+        fPiecesFailed = 2 * taken < pieces.size() || size < ElementPieces::kWorthwhile / 2;
     }
 }
 

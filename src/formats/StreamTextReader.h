@@ -111,7 +111,7 @@ class StreamTextReader {
     unsigned int fErrorCount = 0;
     bool fHasIndexLine = false;
     bool fHasNumbers = true;     // the indices are numbers
-    bool fPiecesFailed = false;  // most of them began at other places than was guessed
+    bool fPiecesFailed = false;  // most of them, or what they gave was little
     bool fNameSeen = false;
     bool fIndexTypeSeen = false;
     bool fElementIsWhole = false;  // all its values were there, even if bad

@@ -136,6 +136,10 @@ TEST_F(ElementPieces, LeaveWhatIsNotPlain) {
         expectTheSame("text behind a value",
                       stream("a", "Text", inserted(rising, at, "+70000\n\"x\" y\n")));
     }
+    // Lines so long that all text is one piece, which ends where it begins.
+    const std::string longLine = '"' + std::string(2'500'000, 'v') + "\"\n";
+    expectTheSame("nothing but what is not plain",
+                  stream("a", "Text", "0\n\"x\"\noops\n" + longLine + "2\n" + longLine));
     expectTheSame("no end", "stream\nname a\nstructure Text\n" + rising);
     expectTheSame("an end within an element",
                   "stream\nname a\nstructure Text\n" + rising.substr(0, rising.size() - 60));
