@@ -113,25 +113,30 @@ class Recover : public Command {
                                                                            interrupted);
     }
 
+    static bool changesFile(State state) {
+        return state == State::kUndo || state == State::kFinish;
+    }
+
     FileResult list(const std::string& file) const {
         const Recovery recovery = recoveryOf(file);
-        if (recovery.state == State::kRefused) throw CommandError(recovery.message);
-        if (recovery.state == State::kNothing) return Outcome::kDone;
+        const State state = recovery.state;
+        if (state == State::kRefused) throw CommandError(recovery.message);
+        if (state == State::kNothing && fList) return Outcome::kDone;
         complain(file, recovery.message);
-        const bool isFinding = fList || recovery.state == State::kOrphaned;
-        return {isFinding ? Outcome::kFound : Outcome::kDone, false,
-                reportOf(recovery.state, wordsFor(recovery.state).toDo)};
+        const bool isFinding = fList || state == State::kOrphaned;
+        return {isFinding ? Outcome::kFound : Outcome::kDone, !fList && changesFile(state),
+                reportOf(state, wordsFor(state).toDo)};
     }
 
     FileResult recover(const std::string& file) const {
         const Recovery recovery = recoveryOf(file);
-        const bool isOrphaned = recovery.state == State::kOrphaned;
-        if (!recovery.done && !stays(recovery.state)) throw CommandError(recovery.message);
+        const State state = recovery.state;
+        const bool isOrphaned = state == State::kOrphaned;
+        if (!recovery.done && !stays(state)) throw CommandError(recovery.message);
         // The report says everything about a change that was undone or finished.
         if (isOrphaned || wasMoved()) complain(file, recovery.message);
-        const bool changed = recovery.state == State::kUndo || recovery.state == State::kFinish;
-        return {isOrphaned ? Outcome::kFound : Outcome::kDone, changed,
-                reportOf(recovery.state, wordsFor(recovery.state).done)};
+        return {isOrphaned ? Outcome::kFound : Outcome::kDone, changesFile(state),
+                reportOf(state, wordsFor(state).done)};
     }
 
     /// Says what the journal is about and what becomes of it.

@@ -27,7 +27,7 @@ struct TableCounts {
 };
 
 /// Sets the elements of the stream to what a table such as `writeTable` makes has for them. Columns
-/// may be left out, and stand in any order. Returns the number of rows. Throws `CommandError` that
+/// may be left out, and stand in any order. Throws `CommandError` that
 /// lists all problems with their lines; some elements may have new values then.
 TableCounts loadTable(std::string_view text, Data::Stream& stream, const TableLoad& how);
 
