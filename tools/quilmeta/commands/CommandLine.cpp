@@ -169,7 +169,7 @@ void CommandLine::explain(const Words& words, char** command, Output& output) {
         output.write(fittedText(called.help() + more, terminalWidth(output)));
     } catch (const CLI::ParseError& error) {
         if (*command && Called(*fApp).words.empty()) becomeExternalCommand(*command, command + 1);
-        throw UsageError(usageMessage(*fApp, error));
+        throw UsageError(usageMessage(*fApp, error, words));
     }
 }
 

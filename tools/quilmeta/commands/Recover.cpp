@@ -11,8 +11,10 @@
 
 #include <data/Recovery.h>
 
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace orbo::Quilmeta {
@@ -106,6 +108,8 @@ class Recover : public Command {
 
     /// Deals with the journal, or only looks.
     [[nodiscard]] Recovery recoveryOf(const std::string& file) const {
+        std::error_code error;
+        if (std::filesystem::is_directory(file, error)) throw CommandError("is a directory");
         const auto patience = fAccess.patience();
         if (!wasMoved())
             return (onlyLooks() ? Recovery::inspect : Recovery::run)(file, patience, interrupted);

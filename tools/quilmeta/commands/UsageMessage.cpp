@@ -6,6 +6,11 @@
 #include "values/ClosestName.h"
 #include "values/SafeText.h"
 
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <system_error>
+
 namespace orbo::Quilmeta {
 
 namespace {
@@ -22,6 +27,16 @@ std::vector<std::string> optionsOf(const CLI::App& command) {
 /// True when the command itself has the option that the word names.
 bool hasOption(const CLI::App& command, const std::string& word) {
     return command.get_option_no_throw(word.substr(0, word.find('='))) != nullptr;
+}
+
+/// Says how to name a file whose name was taken for options; empty when no word is one.
+std::string hintAtFile(const std::vector<std::string>& words) {
+    for (const std::string& word : words) {
+        std::error_code error;
+        if (word.empty() || word.front() != '-' || !std::filesystem::exists(word, error)) continue;
+        return fmt::format(", the file {} is given as {}", inQuotes(word), inQuotes("./" + word));
+    }
+    return {};
 }
 
 /// The first word of a command that takes a file and assignments, if there is no other.
@@ -80,7 +95,8 @@ std::vector<std::string> commandsOf(const CLI::App& app) {
     return names;
 }
 
-std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
+std::string usageMessage(const CLI::App& app, const CLI::ParseError& error,
+                         const std::vector<std::string>& words) {
     const CLI::App& called = *Called(app).command;
     const std::vector<std::string> rest = app.remaining(true);
     const bool wantsCommand = called.get_require_subcommand_min() > 0;
@@ -102,8 +118,11 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
         return inQuotes(word) + " belongs behind the command: " + command + ' ' + word;
     if (word == "help")
         return "\"help\" comes first: quilmeta help" + command.substr(command.find(' '));
-    if (!word.empty() && word.front() == '-')
-        return "there is no option " + inQuotes(word) + didYouMean(word, optionsOf(called));
+    if (!word.empty() && word.front() == '-') {
+        const std::string file = hintAtFile(words);
+        return "there is no option " + inQuotes(word) +
+               (file.empty() ? didYouMean(word, optionsOf(called)) : file);
+    }
     if (!wantsCommand) return inQuotes(word) + " is one word too many";
     return "there is no command " + inQuotes(word) + didYouMean(word, commandsOf(called));
 }

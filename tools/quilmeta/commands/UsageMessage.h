@@ -21,7 +21,8 @@ struct Called {
 /// The commands that may follow this one.
 std::vector<std::string> commandsOf(const CLI::App& app);
 
-/// Says what is wrong with the words that `app` could not parse.
-std::string usageMessage(const CLI::App& app, const CLI::ParseError& error);
+/// Says what is wrong with the words, in any order, that `app` could not parse.
+std::string usageMessage(const CLI::App& app, const CLI::ParseError& error,
+                         const std::vector<std::string>& words);
 
 }  // namespace orbo::Quilmeta
