@@ -4,18 +4,38 @@
 
 from __future__ import annotations
 
-from collections.abc import Iterable
+import json
+from collections.abc import Iterable, Sequence
 from typing import Any
 
 from . import _native
+from ._indices import parts_of
 from ._structures import Member, structure_of
 
 _WHOLE = ("int8", "int16", "int32", "int64", "uint8", "uint16", "uint32", "uint64")
-# What this package calls columns with indices, and what pandas does.
-_INDEX_NAMES = (("index",), ("index0", "index1"), ("__index_level_0__", "__index_level_1__"),
-                ("__index_level_0__",))
+_INDEX, _PAIR = ("index",), ("index0", "index1")
 
 _Column = tuple[str, str, "Member | None", str]
+
+
+def index_names(members: Iterable[str], is_pair: bool) -> list[str]:
+    """The columns for indices: with more underscores behind them than members of these names have."""
+    taken = [len(name) - len(name.rstrip("_")) + 1 for name in members
+             if name.rstrip("_") in _INDEX + _PAIR]
+    return [name + "_" * max(taken, default=0) for name in (_PAIR if is_pair else _INDEX)]
+
+
+def _named_like_indices(columns: set[str]) -> tuple[str, ...]:
+    """The columns that `index_names` has named."""
+    found: list[tuple[int, tuple[str, ...]]] = []
+    for column in columns:
+        bare = column.rstrip("_")
+        end = column[len(bare):]
+        if bare == "index":
+            found.append((len(end), (column,)))
+        elif bare == "index0" and "index1" + end in columns:
+            found.append((len(end), (column, "index1" + end)))
+    return max(found, key=lambda one: (one[0], -len(one[1])), default=(0, ()))[1]
 
 
 def to_arrow(stream: _native.Stream | _native.Selection) -> Any:
@@ -35,24 +55,59 @@ def to_pandas(stream: _native.Stream | _native.Selection) -> Any:
 
     keys = list(stream.keys())
     owner = stream if isinstance(stream, _native.Stream) else stream.stream
-    columns = {name: _own(stream[name]) for name in owner.structure}
-    name = "index"
-    while name in columns:
-        name += "_"
+    columns = {shown: _own(stream[name]) for shown, name in _shown_names(owner.structure).items()}
+    names = index_names(columns, owner.index_type == "pair")
     index: Any
     if owner.index_type == "pair":
-        names = ("index0", "index1")
         index = pandas.MultiIndex.from_tuples(keys, names=names) if keys else \
-            pandas.MultiIndex.from_arrays([[], []], names=names)
+            pandas.MultiIndex.from_arrays([pandas.Index([], dtype="uint32")] * 2, names=names)
+    elif owner.index_type != "numeric":
+        index = pandas.Index(_whole_texts(list(map(_text_of_key, keys))), name=names[0])
     elif keys == list(range(len(keys))):
-        index = pandas.RangeIndex(len(keys), name=name)
+        index = pandas.RangeIndex(len(keys), name=names[0])
     else:
-        index = pandas.Index(keys, name=name, dtype="uint32" if owner.index_type == "numeric" else None)
+        index = pandas.Index(keys, name=names[0], dtype="uint32")
     return pandas.DataFrame(columns, index=index)
+
+
+def _shown_names(members: Iterable[str]) -> dict[str, str]:
+    """Each member by its name with `\\xe9` and the like for bytes that are no UTF-8."""
+    names = list(members)
+    shown: dict[str, str] = {}
+    for name in names:
+        column = name.encode("utf-8", "surrogateescape").decode("utf-8", "backslashreplace")
+        while column != name and (column in names or column in shown):
+            column += "_"
+        shown[column] = name
+    return shown
+
+
+def _text_of_key(key: Any) -> str:
+    return key if isinstance(key, str) else parts_of(key)[1]
+
+
+def _whole_texts(texts: list[Any]) -> list[Any]:
+    """The texts, or lists of them; all as bytes when one of them has some that are no UTF-8."""
+    try:
+        for text in texts:
+            "".join(part for part in _parts(text) if part is not None).encode()
+    except UnicodeEncodeError:
+        return [list(map(_bytes, text)) if isinstance(text, tuple) else _bytes(text) for text in texts]
+    return texts
+
+
+def _parts(text: Any) -> tuple[Any, ...]:
+    return text if isinstance(text, tuple) else (text,)
+
+
+def _bytes(text: str | None) -> bytes | None:
+    return None if text is None else text.encode("utf-8", "surrogateescape")
 
 
 def _own(array: Any) -> Any:
     """A copy that shares nothing: for each element a value, an array, or a list of those."""
+    if array.dtype == object:
+        return _whole_texts(array.tolist())
     if array.ndim == 1:
         return array.copy()
     return [value if value.ndim == 1 else _rows(value) for value in array.copy()]
@@ -64,67 +119,121 @@ def _rows(matrix: Any) -> list[Any]:
 
 
 def stream_of_table(
-    name: str, data: Any, structure: Any = None, index: str | Iterable[str] | None = None
+    name: str, data: Any, structure: Any = None, index: Any = None, index_type: str | None = None
 ) -> _native.Stream:
     table = _native._ArrowTable(data)
     columns = table.columns()
-    chosen, index_type = _index_of(table, columns, index)
-    members = [(at, column) for at, column in enumerate(columns) if at not in chosen]
+    places = _places_of(columns)
+    if structure is not None and not isinstance(structure, str):
+        structure = structure_of(structure)
+    own = set() if structure is None or isinstance(structure, str) else set(structure)
+    chosen, numbers, found_type = _index_of(table, columns, places, own, index, index_type)
+    unused = set(_labels_without_name(table))
+    members = [(at, column) for at, column in enumerate(columns)
+               if at not in chosen and column[0] not in unused]
     if structure is None or isinstance(structure, str):
         title = structure or table.metadata("quilmeta.structure") or name
-        structure = _native.Structure(title, [_member_of(column) for _, column in members])
-    stream = _native.Stream(name, structure_of(structure), index_type)
-    table.fill(stream, chosen, [(at, column[0]) for at, column in members])
+        structure = _native.Structure(title, [member_of(column) for _, column in members])
+    stream = _native.Stream(name, structure, found_type)
+    known = _shown_names(stream.structure)
+    table.fill(stream, chosen, [(at, known.get(column[0], column[0])) for at, column in members],
+               numbers.start, numbers.step)
     return stream
 
 
-def _member_of(column: _Column) -> Member:
+def member_of(column: _Column) -> Member:
     name, _, member, shown = column
     if member is None:
         raise TypeError(f'column "{name}": no type of member is known for {shown}')
     return member
 
 
-def _index_of(
-    table: _native._ArrowTable, columns: list[_Column], index: str | Iterable[str] | None
-) -> tuple[list[int], str]:
-    """The columns that hold the indices, and the type of those."""
-    places = {column[0]: at for at, column in enumerate(columns)}
+def _places_of(columns: list[_Column]) -> dict[str, int]:
+    places: dict[str, int] = {}
+    for at, column in enumerate(columns):
+        if places.setdefault(column[0], at) != at:
+            raise ValueError(f'the table has two columns "{column[0]}"')
+    return places
+
+
+_Index = tuple[list[int], range, str]
+
+
+def _index_of(table: _native._ArrowTable, columns: list[_Column], places: dict[str, int],
+              members: set[str], index: Any, index_type: str | None) -> _Index:
+    """The columns that hold the indices, the numbers of the rows otherwise, and their type."""
+    numbers = range(len(table))
     if index is not None:
-        names = (index,) if isinstance(index, str) else tuple(index)
-        for name in names:
-            if name not in places:
-                raise KeyError(f'no column "{name}" in the table')
-        if len(names) > 2:
-            raise ValueError("indices are in one column, or in two for pairs")
-        return _typed([places[name] for name in names], columns)
+        chosen = [_place(name, places) for name in _names(index)]
+        return chosen, numbers, _type_of(chosen, columns, index_type)
     marked = sorted((column[1], at) for at, column in enumerate(columns) if column[1])
     if marked:
-        return [at for _, at in marked], table.metadata("quilmeta.index_type") or "numeric"
-    for names in _INDEX_NAMES:
-        names = tuple(_free_of_members(name, places) for name in names)
-        if all(name in places for name in names):
-            try:
-                return _typed([places[name] for name in names], columns)
-            except TypeError:
-                continue  # a member that happens to have the name
-    return [], "numeric"
+        chosen = [at for _, at in marked]
+        known = index_type or table.metadata("quilmeta.index_type")
+        return chosen, numbers, _type_of(chosen, columns, known)
+    try:
+        chosen = [places[name] for name in _named_like_indices(set(places) - members)]
+        _type_of(chosen, columns, None)
+    except TypeError:
+        chosen = []  # members that happen to have the names
+    labels = _labels(table)
+    if not chosen and isinstance(labels, range):
+        numbers = labels
+    elif not chosen:
+        chosen = [places[name] for name in labels if name in places]
+    return chosen, numbers, _type_of(chosen, columns, index_type)
 
 
-def _free_of_members(name: str, places: dict[str, int]) -> str:
-    """The name that a column with indices has got where members have it already."""
-    while name + "_" in places:
-        name += "_"
-    return name
+def _names(index: Any) -> tuple[str, ...]:
+    if isinstance(index, str):
+        return (index,)
+    names = tuple(index) if isinstance(index, Iterable) else (None,)
+    if len(names) > 2 or not all(isinstance(name, str) for name in names):
+        raise TypeError("index is the name of a column, or two of them for pairs")
+    return names
 
 
-def _typed(chosen: list[int], columns: list[_Column]) -> tuple[list[int], str]:
-    types = set()
-    for at in chosen:
-        name, _, member, shown = columns[at]
-        if member is None or member.length != 1 or member.type not in (*_WHOLE, "string"):
-            raise TypeError(f'column "{name}": {shown} is no index')
-        types.add("string" if member.type == "string" else "pair" if len(chosen) == 2 else "numeric")
-    if len(chosen) == 2 and types != {"pair"}:
-        raise TypeError("pairs of indices are whole numbers")
-    return chosen, types.pop() if types else "numeric"
+def _place(name: str, places: dict[str, int]) -> int:
+    if name not in places:
+        raise KeyError(f'no column "{name}" in the table')
+    return places[name]
+
+
+def _labels(table: _native._ArrowTable) -> Sequence[str] | range:
+    """What pandas says the rows of its frame are called: columns, or numbers at equal distances."""
+    try:
+        labels = json.loads(table.metadata("pandas") or "{}").get("index_columns", [])
+        if len(labels) == 1 and isinstance(labels[0], dict):
+            numbers = range(labels[0]["start"], labels[0]["stop"], labels[0]["step"])
+            return numbers if len(numbers) == len(table) else range(len(table))
+        return [label for label in labels if isinstance(label, str)]
+    except (ValueError, TypeError, KeyError, AttributeError):
+        return []  # somebody else's metadata
+
+
+def _labels_without_name(table: _native._ArrowTable) -> list[str]:
+    labels = _labels(table)
+    return [] if isinstance(labels, range) else \
+        [label for label in labels if label.startswith("__index_level_")]
+
+
+def _type_of(chosen: list[int], columns: list[_Column], index_type: str | None) -> str:
+    """The type of the indices in these columns, which is `index_type` where that fits them."""
+    types = {_type_of_column(columns[at]) for at in chosen}
+    if len(chosen) > 2 or len(chosen) == 2 and types != {"numeric"}:
+        raise TypeError("indices are in one column, or whole numbers in two for pairs")
+    natural = "pair" if len(chosen) == 2 else types.pop() if types else "numeric"
+    of_texts = index_type not in (None, "numeric", "pair")
+    if index_type is None or natural == ("string" if of_texts else index_type):
+        return index_type or natural
+    if not chosen:
+        raise ValueError(f"indices of type {index_type} are in columns that index= names")
+    names = " and ".join(f'"{columns[at][0]}"' for at in chosen)
+    raise TypeError(f"column {names}: no indices of type {index_type}, but {natural}")
+
+
+def _type_of_column(column: _Column) -> str:
+    name, _, member, shown = column
+    if member is None or member.length != 1 or member.type not in (*_WHOLE, "string"):
+        raise TypeError(f'column "{name}": {shown} is no index')
+    return "string" if member.type == "string" else "numeric"

@@ -42,7 +42,8 @@ def items_of(values: object) -> Iterable[tuple[str, Any]]:
 
 def structure_of(source: Any, name: str | None = None) -> _native.Structure:
     """Makes a structure of a dataclass, a NumPy structured dtype, or an Arrow schema: of anything
-    that has `__arrow_c_schema__` or `__arrow_c_stream__`.
+    that has `__arrow_c_schema__` or `__arrow_c_stream__`. Tables of streams know the name, and
+    which columns are indices.
 
     `name` is that of the structure; a dataclass has one of its own. Fields of a dataclass are
     `bool`, `int` (an int64), `float` (a double), `str`, or `Annotated[..., "int8[3]"]`.
@@ -57,7 +58,8 @@ def structure_of(source: Any, name: str | None = None) -> _native.Structure:
         members = [_of_dtype(member, source.fields[member][0]) for member in source.names]
         return _native.Structure(_demand_name(name), members)
     if hasattr(source, "__arrow_c_schema__") or hasattr(source, "__arrow_c_stream__"):
-        return _native.Structure(_demand_name(name), _of_arrow(source))
+        columns, known = _native._arrow_columns(source)
+        return _native.Structure(_demand_name(name or known), _of_arrow(columns))
     raise TypeError(f"no structure can be made of {type(source).__name__}")
 
 
@@ -125,9 +127,11 @@ def _of_dtype(name: str, dtype: Any) -> Member:
     return Member(name, kind, shape[0] if shape else 1)
 
 
-def _of_arrow(source: Any) -> list[Member]:
+def _of_arrow(columns: list[tuple[str, str, Member | None, str]]) -> list[Member]:
     members = []
-    for name, _, member, shown in _native._arrow_columns(source):
+    for name, mark, member, shown in columns:
+        if mark:
+            continue  # holds indices
         if member is None:
             raise TypeError(f'"{name}": no type of member is known for {shown}')
         members.append(member)

@@ -48,7 +48,8 @@ constexpr const char* kSchemaCapsule = "arrow_schema";
 constexpr const char* kArrayCapsule = "arrow_array";
 constexpr const char* kStreamCapsule = "arrow_array_stream";
 
-/// What metadata of a table or a column is called; the values are bytes.
+/// What metadata of a table or a column is called. The values are names as `escapedName` gives
+/// them, for some packages take nothing but UTF-8.
 namespace ArrowKey {
 constexpr const char* kStructure = "quilmeta.structure";
 constexpr const char* kIndexType = "quilmeta.index_type";
@@ -56,6 +57,8 @@ constexpr const char* kIndexType = "quilmeta.index_type";
 constexpr const char* kIndex = "quilmeta.index";
 /// The name of the member where it is no UTF-8, and the column has another one.
 constexpr const char* kName = "quilmeta.name";
+/// The one that pandas adds, in its own format.
+constexpr const char* kPandas = "pandas";
 }  // namespace ArrowKey
 
 }  // namespace orbo::Python

@@ -10,6 +10,8 @@
 #include <limits>
 #include <utility>
 
+#include "ArrowNames.h"
+
 namespace orbo::Python {
 
 namespace {
@@ -154,7 +156,8 @@ std::optional<std::string> metadataOf(const ArrowSchema& schema, std::string_vie
 }
 
 ArrowColumnType::ArrowColumnType(const ArrowSchema& schema) {
-    fName = metadataOf(schema, ArrowKey::kName).value_or(schema.name ? schema.name : "");
+    const auto escaped = metadataOf(schema, ArrowKey::kName);
+    fName = escaped ? unescapedName(*escaped) : schema.name ? schema.name : "";
     fIndexMark = metadataOf(schema, ArrowKey::kIndex).value_or("");
     readFormat(schema);
 }

@@ -17,13 +17,14 @@
 #include <vector>
 
 #include "ArrowAbi.h"
+#include "ArrowNames.h"
 #include "ArrowTree.h"
 #include "Elements.h"
 #include "Problems.h"
+#include "Text.h"
 #include "core/Layout.h"
 #include "streams/StreamAccess.h"
 #include "streams/StreamImpl.h"
-#include "values/SafeText.h"
 #include "values/Utf8.h"
 
 namespace orbo::Python {
@@ -226,21 +227,18 @@ std::vector<std::int64_t> listsOf(const Member& member) {
     return sizes;
 }
 
-/// A name that is no UTF-8 is shown escaped, and kept beside.
-ArrowType named(std::string_view name, ArrowType type) {
-    type.name = name;
-    if (isText(name)) return type;
-    type.name = Quilmeta::safeLine(name);
-    type.metadata.emplace_back(ArrowKey::kName, name);
-    return type;
-}
-
-ArrowType typeOf(const Member& member, const char* format, bool isNullable) {
+ArrowType typeOf(const Structure& structure, const Member& member, const char* format,
+                 bool isNullable) {
     ArrowType type{format, "item", isNullable, {}, {}};
     const auto sizes = listsOf(member);
     for (auto size = sizes.rbegin(); size != sizes.rend(); ++size)
         type = {"+w:" + std::to_string(*size), "item", false, {}, {std::move(type)}};
-    return named(member.name(), std::move(type));
+    type.name = member.name();
+    if (isText(type.name)) return type;
+    type.metadata.emplace_back(ArrowKey::kName, escapedName(member.name()));
+    type.name = visibleName(member.name());
+    while (structure.member(type.name)) type.name += '_';
+    return type;
 }
 
 ArrowValues inLists(const Member& member, ArrowValues values) {
@@ -258,8 +256,9 @@ ArrowValues inLists(const Member& member, ArrowValues values) {
 /// Takes indices: numbers in one column or two, or texts.
 class IndexMaker {
   public:
-    IndexMaker(const Data::Stream& stream, std::size_t elements)
+    IndexMaker(const Data::Stream& stream, std::vector<std::string> names, std::size_t elements)
         : fType(stream.indexType()),
+          fNames(std::move(names)),
           fFirst(elements, 1),
           fSecond(isPair() ? elements : 0, 1),
           fTexts(isNumber() || isPair() ? 0 : elements, 1) {}
@@ -269,23 +268,16 @@ class IndexMaker {
         if (const auto* typed = index.complexIndex()) return add(*typed);
         add(index.index());
     }
-    /// `isTaken` tells whether a member has a name.
-    template <typename IsTaken>
-    void finish(ArrowType& table, ArrowValues& values, const IsTaken& isTaken) {
-        const auto put = [&](ColumnMaker& maker, const char* number, std::string name) {
-            while (isTaken(name)) name += '_';
-            ArrowType type{
-                maker.format(), std::move(name), false, {{ArrowKey::kIndex, number}}, {}};
-            table.children.push_back(std::move(type));
+    void finish(ArrowType& table, ArrowValues& values) {
+        const auto put = [&](ColumnMaker& maker, const char* number) {
+            const std::string& name = fNames[values.children.size()];
+            table.children.push_back(
+                {maker.format(), name, false, {{ArrowKey::kIndex, number}}, {}});
             values.children.push_back(maker.finish());
         };
-        if (isPair()) {
-            put(fFirst, "0", "index0");
-            put(fSecond, "1", "index1");
-        } else {
-            put(isNumber() ? static_cast<ColumnMaker&>(fFirst) : fTexts, "0", "index");
-        }
-        table.metadata.emplace_back(ArrowKey::kIndexType, fType);
+        put(isNumber() || isPair() ? static_cast<ColumnMaker&>(fFirst) : fTexts, "0");
+        if (isPair()) put(fSecond, "1");
+        table.metadata.emplace_back(ArrowKey::kIndexType, escapedName(fType));
     }
 
   private:
@@ -304,6 +296,7 @@ class IndexMaker {
     [[nodiscard]] bool isPair() const { return fType == "pair"; }
 
     std::string fType;
+    std::vector<std::string> fNames;
     NumberMaker<unsigned int> fFirst;
     NumberMaker<unsigned int> fSecond;
     TextMaker fTexts;
@@ -318,8 +311,10 @@ struct Column {
 
 class TableMaker final : public Data::ElementVisitor {
   public:
-    TableMaker(const StreamState& state, std::size_t elements)
-        : fState(state), fElements(elements), fIndices(state.stream(), elements) {
+    TableMaker(const StreamState& state, std::vector<std::string> indexNames, std::size_t elements)
+        : fState(state),
+          fElements(elements),
+          fIndices(state.stream(), std::move(indexNames), elements) {
         const Data::Layout& layout = Data::StreamAccess::layoutOf(state.stream());
         for (const Member& member : state.stream().structure()) {
             const std::uint64_t offset = layout.runs()[layout.indexOf(member.name())].offset;
@@ -345,12 +340,12 @@ class TableMaker final : public Data::ElementVisitor {
         table.format = "+s";
         values.length = static_cast<std::int64_t>(fElements);
         values.buffers = {{}};
-        fIndices.finish(table, values,
-                        [&](const std::string& name) { return structure.member(name) != nullptr; });
-        table.metadata.emplace_back(ArrowKey::kStructure, structure.name());
+        fIndices.finish(table, values);
+        table.metadata.emplace_back(ArrowKey::kStructure, escapedName(structure.name()));
         for (Column& column : fColumns) {
             const ColumnMaker& maker = *column.maker;
-            table.children.push_back(typeOf(column.member, maker.format(), maker.isNullable()));
+            table.children.push_back(
+                typeOf(structure, column.member, maker.format(), maker.isNullable()));
             values.children.push_back(inLists(column.member, column.maker->finish()));
         }
     }
@@ -373,9 +368,23 @@ struct Table {
     ArrowValues values;
 };
 
-Table tableOf(const StreamState& state, const Rows& rows) {
+/// The names of the columns with indices, which runs Python code.
+std::vector<std::string> indexNamesOf(const StreamState& state) {
     state.demandPresent();
-    TableMaker maker(state, rows.count(state));
+    nb::list members;
+    for (const Member& member : state.stream().structure()) members.append(textOf(member.name()));
+    const nb::object names =
+        nb::module_::import_("quilmeta._frames")
+            .attr("index_names")(members, state.stream().indexType() == "pair");
+    std::vector<std::string> found;
+    for (nb::handle name : names) found.push_back(nameOf(name, "a name"));
+    return found;
+}
+
+Table tableOf(const StreamState& state, const Rows& rows) {
+    std::vector<std::string> indexNames = indexNamesOf(state);
+    state.demandPresent();
+    TableMaker maker(state, std::move(indexNames), rows.count(state));
     if (rows.list())
         for (const Index& index : *rows.list()) maker.add(index);
     else
@@ -397,10 +406,10 @@ nb::object arrowSchemaOf(const StreamState& stream, const Rows& rows) {
 }
 
 nb::object arrowSchemaOf(const Structure& structure) {
-    ArrowType table{"+s", "", false, {{ArrowKey::kStructure, structure.name()}}, {}};
+    ArrowType table{"+s", "", false, {{ArrowKey::kStructure, escapedName(structure.name())}}, {}};
     for (const Member& member : structure) {
         const Maker maker = makerFor(member, 0);
-        table.children.push_back(typeOf(member, maker->format(), maker->isNullable()));
+        table.children.push_back(typeOf(structure, member, maker->format(), maker->isNullable()));
     }
     return schemaCapsule(table);
 }

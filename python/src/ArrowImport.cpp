@@ -19,6 +19,7 @@
 
 #include "ArrowAbi.h"
 #include "ArrowColumn.h"
+#include "ArrowNames.h"
 #include "Bindings.h"
 #include "Keys.h"
 #include "Problems.h"
@@ -37,7 +38,8 @@ using Data::Index;
 using Data::Member;
 using Quilmeta::inQuotes;
 
-/// A record that must be released, whatever happens.
+/// A record that must be released, whatever happens. That, and all that a producer does, is done
+/// without Python's lock, which other threads of the producer may want before they end.
 template <typename Record>
 class Owned {
   public:
@@ -52,8 +54,13 @@ class Owned {
     }
     Owned(Owned&&) = default;
     Owned& operator=(Owned&&) = delete;
-    ~Owned() {
-        if (fRecord && fRecord->release) fRecord->release(fRecord.get());
+    ~Owned() { release(); }
+
+    void release() {
+        if (!fRecord || !fRecord->release) return;
+        const nb::gil_scoped_release unlocked;
+        fRecord->release(fRecord.get());
+        fRecord->release = nullptr;
     }
 
     [[nodiscard]] Record* get() const { return fRecord.get(); }
@@ -66,7 +73,11 @@ class Owned {
 /// Asks the stream, and raises what the producer says is wrong.
 template <typename Ask, typename Record>
 void demand(ArrowArrayStream& stream, Ask ask, Record* out) {
-    const int error = ask(&stream, out);
+    int error = 0;
+    {
+        const nb::gil_scoped_release unlocked;
+        error = ask(&stream, out);
+    }
     if (PyErr_Occurred()) nb::raise_python_error();
     if (error == 0) return;
     const char* const message = stream.get_last_error(&stream);
@@ -106,28 +117,57 @@ std::vector<std::int64_t> fixedSizesOf(const ArrowColumnType& type) {
     return sizes;
 }
 
-/// The columns that a schema describes.
-nb::list columnsOfSchema(nb::handle source) {
-    nb::list columns;
-    const auto add = [&](const ArrowSchema& schema) {
-        for (const ArrowColumnType& type : columnTypesOf(schema))
-            columns.append(described(type, fixedSizesOf(type)));
-    };
-    if (nb::hasattr(source, "__arrow_c_schema__")) {
-        add(*Owned<ArrowSchema>(source.attr("__arrow_c_schema__")(), kSchemaCapsule).get());
-        return columns;
-    }
+/// Metadata of this package is unescaped, that of others is as it is.
+nb::object textUnder(const ArrowSchema& schema, const std::string& key) {
+    const auto found = metadataOf(schema, key);
+    if (!found) return nb::none();
+    return textOf(key == ArrowKey::kPandas ? *found : unescapedName(*found));
+}
+
+Owned<ArrowSchema> schemaOf(nb::handle source) {
+    if (nb::hasattr(source, "__arrow_c_schema__"))
+        return Owned<ArrowSchema>(source.attr("__arrow_c_schema__")(), kSchemaCapsule);
     const Owned<ArrowArrayStream> stream(source.attr("__arrow_c_stream__")(), kStreamCapsule);
-    add(*schemaOf(*stream.get()).get());
-    return columns;
+    return schemaOf(*stream.get());
+}
+
+/// The columns that a schema describes, and the name of their structure where it is known.
+nb::tuple columnsOfSchema(nb::handle source) {
+    const Owned<ArrowSchema> schema = schemaOf(source);
+    nb::list columns;
+    for (const ArrowColumnType& type : columnTypesOf(*schema.get()))
+        columns.append(described(type, fixedSizesOf(type)));
+    return nb::make_tuple(columns, textUnder(*schema.get(), ArrowKey::kStructure));
+}
+
+/// Whether an array has the buffers and children that its type wants. `needed` are the values that
+/// are asked for.
+bool isWhole(const ArrowArray& array, const ArrowColumnType& type, std::int64_t needed) {
+    if (type.leaf() == ArrowLeaf::kOther) return true;  // nobody asks for its values
+    const ArrowArray* level = &array;
+    for (std::size_t k = 0; k < type.lists().size(); ++k) {
+        if (level->n_children != 1 || level->n_buffers < 1 || level->length < needed) return false;
+        const bool isFixed = type.lists()[k].size > 0;
+        if (!isFixed && level->n_buffers < 2 && needed > 0) return false;
+        needed = isFixed ? (level->offset + needed) * type.lists()[k].size : 0;
+        level = level->children[0];
+    }
+    if (type.isDictionary() && !level->dictionary) return false;
+    const bool isNull = type.leaf() == ArrowLeaf::kNull;
+    return level->length >= needed && (isNull || needed == 0 || level->n_buffers >= 2);
 }
 
 /// Stores values of one column; says which row has one that does not fit.
 class ColumnStore {
   public:
+    /// `hasNullsForNan` is for tables of pandas, which has nothing else for a number that is none.
     ColumnStore(const ArrowColumnType& type, const Member& member, std::uint64_t offset,
-                std::int64_t rowsBefore)
-        : fType(type), fMember(member), fOffset(offset), fRowsBefore(rowsBefore) {}
+                std::int64_t rowsBefore, bool hasNullsForNan)
+        : fType(type),
+          fMember(member),
+          fOffset(offset),
+          fRowsBefore(rowsBefore),
+          fHasNullsForNan(hasNullsForNan) {}
 
     void store(const ArrowColumn& column, std::int64_t firstRow, const std::vector<char*>& chunks) {
         Data::visitMemberType(fMember.type(), [&](auto type) {
@@ -193,6 +233,8 @@ class ColumnStore {
             return nullptr;  // nothing else comes here but null
         } else if constexpr (std::is_same_v<Value, std::nullptr_t> ||
                              std::is_same_v<Value, std::string_view>) {
+            if constexpr (std::is_floating_point_v<T>)
+                if (fHasNullsForNan) return std::numeric_limits<T>::quiet_NaN();
             refuseNull();
         } else if constexpr (std::is_same_v<T, bool> || std::is_same_v<Value, bool>) {
             return static_cast<T>(value);
@@ -230,23 +272,36 @@ class ColumnStore {
     const Member& fMember;
     std::uint64_t fOffset;
     std::int64_t fRowsBefore;
+    bool fHasNullsForNan;
     std::int64_t fRow = 0;
+};
+
+/// Numbers of rows, at equal distances.
+struct RowNumbers {
+    long long start = 0;
+    long long step = 1;
+
+    [[nodiscard]] std::optional<Index> at(std::int64_t row) const {
+        const long long number = start + step * row;
+        if (number < 0 || number > std::numeric_limits<unsigned int>::max()) return std::nullopt;
+        return Index(static_cast<unsigned int>(number));
+    }
 };
 
 /// A table in memory, which a producer has handed over.
 class ArrowTable {
   public:
-    explicit ArrowTable(nb::handle source)
-        : fStream(capsuleOf(source), kStreamCapsule),
-          fSchema(schemaOf(*fStream.get())),
-          fTypes(columnTypesOf(*fSchema.get())) {
-        while (true) {
-            Owned<ArrowArray> batch;
-            demand(*fStream.get(), fStream->get_next, batch.get());
-            if (!batch->release) break;
-            fRows += batch->length;
-            fBatches.push_back(std::move(batch));
-        }
+    explicit ArrowTable(nb::handle source) {
+        if (nb::hasattr(source, "__arrow_c_stream__"))
+            takeStream(source.attr("__arrow_c_stream__")());
+        else if (nb::hasattr(source, "__arrow_c_array__"))
+            takeArray(source.attr("__arrow_c_array__")());
+        else
+            throw nb::type_error((std::string("a table is wanted, which hands itself over by "
+                                              "__arrow_c_stream__, not ") +
+                                  nb::type_name(source.type()).c_str())
+                                     .c_str());
+        fTypes = columnTypesOf(*fSchema->get());
         demandRows();
     }
 
@@ -257,30 +312,43 @@ class ArrowTable {
         return columns;
     }
     [[nodiscard]] nb::object metadata(const std::string& key) const {
-        const auto found = metadataOf(*fSchema.get(), key);
-        return found ? nb::object(textOf(*found)) : nb::none();
+        return textUnder(*fSchema->get(), key);
     }
     [[nodiscard]] std::int64_t rows() const { return fRows; }
 
     /// Makes an element of each row, under the index in these columns, or its number where there
     /// are none. `members` has the column of each member that gets values.
     void fill(StreamState& state, const std::vector<std::size_t>& indices,
-              const std::vector<std::pair<std::size_t, std::string>>& members) const;
+              const std::vector<std::pair<std::size_t, std::string>>& members,
+              const RowNumbers& numbers) const;
 
   private:
-    static nb::object capsuleOf(nb::handle source) {
-        if (!nb::hasattr(source, "__arrow_c_stream__"))
-            throw nb::type_error((std::string("a table is wanted, which hands itself over by "
-                                              "__arrow_c_stream__, not ") +
-                                  nb::type_name(source.type()).c_str())
-                                     .c_str());
-        return source.attr("__arrow_c_stream__")();
+    void takeStream(nb::handle capsule) {
+        Owned<ArrowArrayStream> stream(capsule, kStreamCapsule);
+        fSchema.emplace(schemaOf(*stream.get()));
+        while (true) {
+            Owned<ArrowArray> batch;
+            demand(*stream.get(), stream->get_next, batch.get());
+            if (!batch->release) break;
+            fBatches.push_back(std::move(batch));
+        }
     }
-    void demandRows() const {
+    void takeArray(nb::handle capsules) {
+        if (!PyTuple_Check(capsules.ptr()) || nb::len(capsules) != 2)
+            throw nb::type_error("__arrow_c_array__ gives two capsules");
+        fSchema.emplace(nb::object(capsules[0]), kSchemaCapsule);
+        fBatches.emplace_back(nb::object(capsules[1]), kArrayCapsule);
+    }
+    void demandRows() {
         for (const auto& batch : fBatches) {
-            if (batch->n_children != static_cast<std::int64_t>(fTypes.size()))
+            bool isWhole = batch->n_children == static_cast<std::int64_t>(fTypes.size());
+            for (std::size_t k = 0; isWhole && k < fTypes.size(); ++k)
+                isWhole =
+                    Python::isWhole(*batch->children[k], fTypes[k], batch->offset + batch->length);
+            if (!isWhole)
                 throw nb::value_error("the table has batches of other columns than it says");
             if (batch->null_count > 0) throw nb::value_error("the table has rows that are null");
+            fRows += batch->length;
         }
         if (fRows > std::numeric_limits<unsigned int>::max())
             throw nb::value_error("the table has more rows than a stream has elements");
@@ -302,10 +370,10 @@ class ArrowTable {
     }
     [[nodiscard]] std::vector<char*> placesIn(StreamState& state, Data::StreamImpl& storage,
                                               const ArrowArray& batch, std::int64_t rowsBefore,
-                                              const std::vector<std::size_t>& indices) const;
+                                              const std::vector<std::size_t>& indices,
+                                              const RowNumbers& numbers) const;
 
-    Owned<ArrowArrayStream> fStream;
-    Owned<ArrowSchema> fSchema;
+    std::optional<Owned<ArrowSchema>> fSchema;
     std::vector<ArrowColumnType> fTypes;
     std::vector<Owned<ArrowArray>> fBatches;
     std::int64_t fRows = 0;
@@ -358,7 +426,8 @@ class IndexReader {
 
 std::vector<char*> ArrowTable::placesIn(StreamState& state, Data::StreamImpl& storage,
                                         const ArrowArray& batch, std::int64_t rowsBefore,
-                                        const std::vector<std::size_t>& indices) const {
+                                        const std::vector<std::size_t>& indices,
+                                        const RowNumbers& numbers) const {
     std::vector<ArrowColumn> columns;
     for (const std::size_t column : indices)
         columns.emplace_back(fTypes[column], *batch.children[column]);
@@ -367,8 +436,8 @@ std::vector<char*> ArrowTable::placesIn(StreamState& state, Data::StreamImpl& st
     std::vector<char*> chunks;
     chunks.reserve(static_cast<std::size_t>(batch.length));
     for (std::int64_t row = 0; row < batch.length; ++row) {
-        std::optional<Index> index = Index(static_cast<unsigned int>(rowsBefore + row));
-        if (!indices.empty()) index = reader.at(row + batch.offset);
+        std::optional<Index> index =
+            indices.empty() ? numbers.at(rowsBefore + row) : reader.at(row + batch.offset);
         const auto refuse = [&](const std::string& what) {
             const std::string place = "row " + std::to_string(rowsBefore + row) + ": ";
             throw nb::value_error((place + what).c_str());
@@ -384,7 +453,8 @@ std::vector<char*> ArrowTable::placesIn(StreamState& state, Data::StreamImpl& st
 }
 
 void ArrowTable::fill(StreamState& state, const std::vector<std::size_t>& indices,
-                      const std::vector<std::pair<std::size_t, std::string>>& members) const {
+                      const std::vector<std::pair<std::size_t, std::string>>& members,
+                      const RowNumbers& numbers) const {
     state.demandWritable();
     state.demandMovable();
     state.noteMoved();
@@ -400,14 +470,15 @@ void ArrowTable::fill(StreamState& state, const std::vector<std::size_t>& indice
                                   " does not fit " + Member::typeName(member.type()))
                                      .c_str());
     }
+    const bool hasNullsForNan = metadataOf(*fSchema->get(), ArrowKey::kPandas).has_value();
     std::int64_t rowsBefore = 0;
     for (const auto& batch : fBatches) {
-        const auto chunks = placesIn(state, *storage, *batch.get(), rowsBefore, indices);
+        const auto chunks = placesIn(state, *storage, *batch.get(), rowsBefore, indices, numbers);
         for (const auto& [column, name] : members) {
             const Member& member = memberOf(*structure, name);
             const ArrowColumnType& type = fTypes[column];
             const std::uint64_t offset = layout.runs()[layout.indexOf(member.name())].offset;
-            ColumnStore(type, member, offset, rowsBefore)
+            ColumnStore(type, member, offset, rowsBefore, hasNullsForNan)
                 .store(ArrowColumn(type, *batch->children[column]), batch->offset, chunks);
         }
         rowsBefore += batch->length;
@@ -429,19 +500,19 @@ void defineArrow(nb::module_& module) {
         .def(
             "fill",
             [](const ArrowTable& self, StreamState& stream, const nb::list& indices,
-               const nb::list& members) {
+               const nb::list& members, long long start, long long step) {
                 std::vector<std::size_t> columns;
                 for (nb::handle column : indices) columns.push_back(nb::cast<std::size_t>(column));
                 std::vector<std::pair<std::size_t, std::string>> names;
                 for (nb::handle pair : members)
                     names.emplace_back(nb::cast<std::size_t>(pair[0]), bytesOf(pair[1], "a name"));
-                self.fill(stream, columns, names);
+                self.fill(stream, columns, names, {start, step});
             },
             nb::sig("def fill(self, stream: Stream, indices: list[int], "
-                    "members: list[tuple[int, str]]) -> None"));
+                    "members: list[tuple[int, str]], start: int, step: int) -> None"));
     module.def("_arrow_columns", columnsOfSchema, nb::arg("source"),
-               nb::sig("def _arrow_columns(source: typing.Any) -> list[tuple[str, str, "
-                       "quilmeta._structures.Member | None, str]]"));
+               nb::sig("def _arrow_columns(source: typing.Any) -> tuple[list[tuple[str, str, "
+                       "quilmeta._structures.Member | None, str]], str | None]"));
 }
 
 }  // namespace orbo::Python

@@ -7,6 +7,7 @@
 #include "Problems.h"
 #include "Streams.h"
 #include "Structures.h"
+#include "Tables.h"
 #include "values/SafeText.h"
 
 namespace orbo::Python {
@@ -76,27 +77,46 @@ void takeCopy(const NodePtr& node, const std::string& name, const ChannelPtr& so
     fill(node->addChannel(name), copy);
 }
 
-nb::object streamOfTable(const nb::str& name, nb::handle table) {
-    return nb::module_::import_("quilmeta._frames").attr("stream_of_table")(name, table);
-}
-
 std::shared_ptr<StreamState> addStream(const ChannelPtr& channel, const nb::str& name,
-                                       nb::handle source, const nb::str& indexType) {
+                                       nb::handle source, nb::handle indexType, nb::handle data,
+                                       nb::handle index) {
     const std::string text = bytesOf(name, "the name of a stream");
+    const auto demandFree = [&] {
+        channel->demandWritable();
+        if (channel->stream(text))
+            throw nb::value_error(
+                (channel->description() + " has a stream " + inQuotes(text)).c_str());
+    };
+    demandFree();
+    const StreamSource from{source, indexType, data, index};
     std::shared_ptr<StreamState> given;
-    const bool isCopy = (nb::try_cast(source, given) && given) ||
-                        (nb::hasattr(source, "__arrow_c_stream__") &&
-                         nb::try_cast(streamOfTable(name, source), given));
-    const StructurePtr structure = isCopy ? StructurePtr() : structureOf(source);
-    channel->demandWritable();
-    if (channel->stream(text))
-        throw nb::value_error((channel->description() + " has a stream " + inQuotes(text)).c_str());
-    if (isCopy) {
+    const bool isCopy = data.is_none() && nb::try_cast(source, given) && given;
+    if (!isCopy && from.hasRows()) given = streamOfRows(name, from);
+    const StructurePtr structure = given ? StructurePtr() : structureOf(source);
+    demandFree();  // still, for Python code has run
+    if (given) {
         takeCopy(channel, text, *given);
         return channel->stream(text);
     }
-    return channel->setStream(newStream(adoptStructure(*channel, structure), text,
-                                        bytesOf(indexType, "the type of indices")));
+    return channel->setStream(
+        newStream(adoptStructure(*channel, structure), text, from.indexTypeOrNumeric()));
+}
+
+/// Stores a copy of a stream, or the rows of a table.
+void setStream(const ChannelPtr& channel, const nb::str& name, nb::handle source) {
+    const std::string text = bytesOf(name, "a name");
+    channel->demandWritable();
+    std::shared_ptr<StreamState> given;
+    if (!nb::try_cast(source, given) || !given) {
+        if (!isTable(source))
+            throw nb::type_error((std::string("a stream or a table is stored, not ") +
+                                  nb::type_name(source.type()).c_str())
+                                     .c_str());
+        const auto old = channel->stream(text);
+        given = old ? streamLike(*old, source)
+                    : streamOfRows(name, {source, nb::none(), nb::none(), nb::none()});
+    }
+    takeCopy(channel, text, *given);
 }
 
 ChannelPtr addChannel(const NodePtr& node, const nb::str& name) {
@@ -209,13 +229,10 @@ void defineChannel(nb::module_& module) {
     nb::class_<ChannelState> type(module, "Channel", nb::is_weak_referenceable(),
                                   "What a node's streams are about: a mapping of their names.");
     defineMapping<ChannelState>(type, "Channel", "Stream", "channel");
-    type.def(
-            "__setitem__",
-            [](const ChannelPtr& self, const nb::str& name, const StreamState& source) {
-                takeCopy(self, bytesOf(name, "a name"), source);
-            },
-            nb::sig("def __setitem__(self, name: str, stream: Stream, /) -> None"),
-            "Stores a copy of a stream, in place of one of the same name.")
+    type.def("__setitem__", setStream, nb::arg(), kAnything,
+             nb::sig("def __setitem__(self, name: str, stream: typing.Any, /) -> None"),
+             "Stores a copy of a stream, in place of one of the same name; or the rows of a table, "
+             "as elements of the structure that the stream of this name has, if there is one.")
         .def(
             "__delitem__",
             [](const ChannelPtr& self, const nb::str& name) {
@@ -225,12 +242,15 @@ void defineChannel(nb::module_& module) {
                 self->removeStream(text);
             },
             nb::sig("def __delitem__(self, name: str, /) -> None"))
-        .def("add", addStream, nb::arg("name"), nb::arg("source"),
-             nb::arg("index_type") = "numeric",
-             nb::sig("def add(self, name: str, source: typing.Any, "
-                     "index_type: str = 'numeric') -> Stream"),
+        .def("add", addStream, nb::arg("name"), nb::arg("source") = nb::none(),
+             nb::arg("index_type") = nb::none(), nb::kw_only(), nb::arg("data") = nb::none(),
+             nb::arg("index") = nb::none(),
+             nb::sig("def add(self, name: str, source: typing.Any = None, "
+                     "index_type: str | None = None, *, data: typing.Any = None, "
+                     "index: str | collections.abc.Iterable[str] | None = None) -> Stream"),
              "Adds an empty stream of a structure, or of what `structure_of` takes; or a copy of a "
-             "stream, or of a table, as `Stream.from_arrow` makes one.");
+             "stream, or of a table, as `Stream.from_arrow` makes one: the source itself, or "
+             "`data`, which the source then is the structure for.");
     module.def("_channel_of", madeChannel,
                nb::sig("def _channel_of(name: str, streams: list[Stream]) -> Channel"));
 }

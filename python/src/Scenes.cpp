@@ -30,6 +30,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Data::Accessor;
+using nb::literals::operator""_a;
 using NodePtr = std::shared_ptr<NodeState>;
 using ScenePtr = std::shared_ptr<SceneState>;
 using Quilmeta::inQuotes;
@@ -227,12 +228,23 @@ NodePtr addNode(const ScenePtr& scene, const nb::str& name) {
 
 /// Adds a stream, with the node and the channel where there are none.
 nb::object addStream(const ScenePtr& scene, const nb::str& node, const nb::str& channel,
-                     const nb::str& stream, nb::handle source, const nb::str& indexType) {
-    const NodePtr owner = ensureNode(scene, nameOfNode(node));
+                     const nb::str& stream, nb::handle source, nb::handle indexType,
+                     nb::handle data, nb::handle index) {
+    const std::string nodeName = nameOfNode(node);
     const std::string name = bytesOf(channel, "the name of a channel");
-    auto found = owner->channel(name);
-    if (!found) found = owner->addChannel(name);
-    return nb::cast(found).attr("add")(stream, source, indexType);
+    scene->demandWritable();
+    const bool isNewNode = !scene->node(nodeName);
+    const NodePtr owner = ensureNode(scene, nodeName);
+    const bool isNewChannel = !owner->channel(name);
+    const auto found = isNewChannel ? owner->addChannel(name) : owner->channel(name);
+    try {
+        return nb::cast(found).attr("add")(stream, source, indexType, "data"_a = data,
+                                           "index"_a = index);
+    } catch (...) {
+        if (isNewChannel && !owner->isRemoved()) owner->removeChannel(name);
+        if (isNewNode && !owner->isRemoved()) scene->removeNode(nodeName);
+        throw;
+    }
 }
 
 void setNode(const ScenePtr& scene, const nb::str& name, const NodePtr& source) {
@@ -308,9 +320,12 @@ void defineNodes(nb::class_<SceneState>& type) {
             nb::sig("def get(self, name: object, default: typing.Any = None) -> Node | typing.Any"))
         .def("add", addNode, nb::arg("node"), "Adds an empty node.")
         .def("add", addStream, nb::arg("node"), nb::arg("channel"), nb::arg("stream"),
-             nb::arg("source"), nb::arg("index_type") = "numeric",
-             nb::sig("def add(self, node: str, channel: str, stream: str, source: typing.Any, "
-                     "index_type: str = 'numeric') -> Stream"),
+             nb::arg("source") = nb::none(), nb::arg("index_type") = nb::none(), nb::kw_only(),
+             nb::arg("data") = nb::none(), nb::arg("index") = nb::none(),
+             nb::sig(
+                 "def add(self, node: str, channel: str, stream: str, source: typing.Any = None, "
+                 "index_type: str | None = None, *, data: typing.Any = None, "
+                 "index: str | collections.abc.Iterable[str] | None = None) -> Stream"),
              "Adds a stream as `Channel.add` does, with node and channel where there are none.");
     defineViews(type, "Node");
 }

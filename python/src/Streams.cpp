@@ -17,6 +17,7 @@
 #include "Mappings.h"
 #include "Problems.h"
 #include "Structures.h"
+#include "Tables.h"
 #include "expressions/StreamFilter.h"
 #include "scene/Difference.h"
 #include "streams/StreamAccess.h"
@@ -495,13 +496,18 @@ void defineStreams(nb::module_& module) {
         "Elements of one structure, each under an index. A name gives the "
         "column of a member, a number or a pair the element; `loc` takes any "
         "index.");
-    type.def(nb::new_([](const nb::str& name, nb::handle source, const nb::str& indexType) {
+    type.def(nb::new_([](const nb::str& name, nb::handle source, nb::handle indexType,
+                         nb::handle data, nb::handle index) {
+                 const StreamSource from{source, indexType, data, index};
+                 if (from.hasRows()) return streamOfRows(name, from);
                  return std::make_shared<StreamState>(
                      newStream(structureOf(source), bytesOf(name, "the name of a stream"),
-                               bytesOf(indexType, "the type of indices")));
+                               from.indexTypeOrNumeric()));
              }),
-             nb::arg("name"), nb::arg("source"), nb::arg("index_type") = "numeric",
-             "An empty stream of no scene, of a structure or of what `structure_of` takes.")
+             nb::arg("name"), nb::arg("source") = nb::none(), nb::arg("index_type") = nb::none(),
+             nb::kw_only(), nb::arg("data") = nb::none(), nb::arg("index") = nb::none(),
+             "A stream of no scene: an empty one of a structure, or of what `structure_of` takes, "
+             "or one with the rows of a table, as `from_arrow` makes it.")
         .def_prop_ro("name",
                      [](const StreamState& self) {
                          self.demandPresent();
@@ -616,22 +622,25 @@ void defineStreams(nb::module_& module) {
     for (const char* const name : {"from_arrow", "from_pandas", "from_polars"})
         type.def_static(
             name,
-            [](const nb::str& title, nb::handle data, nb::handle structure, nb::handle index) {
+            [](const nb::str& title, nb::handle data, nb::handle structure, nb::handle index,
+               nb::handle indexType) {
                 return nb::module_::import_("quilmeta._frames")
-                    .attr("stream_of_table")(title, data, structure, index);
+                    .attr("stream_of_table")(title, data, structure, index, indexType);
             },
             nb::arg("name"), nb::arg("data").none(), nb::arg("structure") = nb::none(),
-            nb::arg("index") = nb::none(),
+            nb::arg("index") = nb::none(), nb::arg("index_type") = nb::none(),
             nb::sig((std::string("def ") + name +
                      "(name: str, data: typing.Any, structure: typing.Any = None, index: str | "
-                     "collections.abc.Iterable[str] | None = None) -> Stream")
+                     "collections.abc.Iterable[str] | None = None, index_type: str | None = None) "
+                     "-> Stream")
                         .c_str()),
             "A stream of no scene with an element for each row of a table, which any package may "
             "hand over by `__arrow_c_stream__`. Columns become members. The structure has the name "
             "that is given, that of the stream which the table was made of, or that of this one; "
             "a structure that is given says what the members are to be. Indices are in the columns "
             "`index` names, or in those called \"index\", or \"index0\" and \"index1\" for pairs; "
-            "without those, elements are numbered.");
+            "without those they are the labels of a frame of pandas, or the numbers of the rows. "
+            "`index_type` says which type of a plug-in they are.");
     module.def("_stream_of", made,
                nb::sig("def _stream_of(name: str, structure: Structure, index_type: str, "
                        "keys: list[typing.Any], rows: list[typing.Any]) -> Stream"));

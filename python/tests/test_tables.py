@@ -2,7 +2,9 @@
 # SPDX-License-Identifier: Apache-2.0
 from __future__ import annotations
 
+import ctypes
 import gc
+import math
 from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
@@ -205,3 +207,140 @@ def test_producers_that_fail_and_tables_that_nobody_takes_leave_nothing() -> Non
     del table
     gc.collect()
     assert pa.total_allocated_bytes() <= before
+
+
+def test_rows_keep_their_labels_in_pandas() -> None:
+    pandas = pytest.importorskip("pandas")
+    stream = qm.Stream("s", qm.Structure("S", [("f", "float"), ("t", "string")]))
+    for number in range(6):
+        stream[number] = {"f": math.nan if number == 1 else number, "t": None if number == 2 else "x"}
+    frame = stream.to_pandas()
+    for part, wanted in ((frame, [0, 1, 2, 3, 4, 5]), (frame[2:4], [2, 3]), (frame[::-2], [1, 3, 5]),
+                         (frame[frame["f"] > 3], [4, 5]), (frame[:0], []),
+                         (frame[3:].reset_index(drop=True), [0, 1, 2])):
+        back = qm.Stream.from_pandas("s", part, stream.structure)
+        assert list(back) == wanted
+    assert repr(qm.Stream.from_pandas("s", frame)[1]["f"]) == "nan"  # a null for others
+    numbers = pandas.DataFrame({"x": [1, 2]}, index=["lid", "rim"])
+    for name in (None, "joint"):
+        made = qm.Stream.from_pandas("s", numbers.rename_axis(index=name))
+        assert made.index_type == "string" and made.loc["rim"].asdict() == {"x": 2}
+    numbers.index = [7.5, 8]
+    with pytest.raises(TypeError, match="double is no index"):
+        qm.Stream.from_pandas("s", numbers)
+    assert list(qm.Stream.from_pandas("s", numbers.reset_index(drop=True))) == [0, 1]
+
+
+@pytest.mark.parametrize("package", ["pandas", "polars"])
+@pytest.mark.parametrize(
+    ("members", "column"),
+    [(["index"], "index_"), (["index_"], "index__"), (["index1", "index0__"], "index___"),
+     (["my_index", "_index"], "index")],
+)
+def test_members_may_be_called_as_indices_are(package: str, members: list[str], column: str) -> None:
+    pytest.importorskip(package)
+    for index_type, keys in (("numeric", [3, 5]), ("pair", [(3, 1), (5, 1)])):
+        stream = qm.Stream("s", qm.Structure("s", [(name, "int8") for name in members]), index_type)
+        for key in keys:
+            stream.loc[key] = dict.fromkeys(members, 7)
+        names = [column] if index_type == "numeric" else [column.replace("index", f"index{k}") for k in "01"]
+        assert stream.to_arrow().column_names == names + members
+        assert getattr(qm.Stream, f"from_{package}")("s", getattr(stream, f"to_{package}")()) == stream
+
+
+@pytest.mark.parametrize("package", ["pandas", "polars"])
+def test_odd_bytes_reach_other_packages_and_come_back(package: str) -> None:
+    pytest.importorskip(package)
+    odd = b"caf\xe9".decode("utf-8", "surrogateescape")
+    stream = qm.Stream("s", qm.Structure(odd, [(odd, "string"), ("two", "string", 2), ("100%", "bool")]), "string")
+    stream.loc[odd] = {odd: odd, "two": (odd, "é"), "100%": True}
+    stream.loc["é"] = {odd: None}
+    frame = getattr(stream, f"to_{package}")()
+    assert "caf\\xe9" in frame.columns and str(frame)
+    assert getattr(qm.Stream, f"from_{package}")("s", frame, stream.structure) == stream
+    assert qm.Stream.from_arrow("s", stream.to_arrow()) == stream
+    twins = qm.Stream("s", qm.Structure("S", [(odd, "int8"), ("caf\\xe9", "int8")]))
+    twins[0] = {odd: 1, "caf\\xe9": 2}
+    assert twins.to_arrow().column_names == ["index", "caf\\xe9_", "caf\\xe9"]
+    assert qm.Stream.from_arrow("s", twins.to_arrow()) == twins
+
+
+def test_the_type_of_indices_may_be_said_again() -> None:
+    pytest.importorskip("polars")
+    for index_type in ("mine", "string", "pair", "numeric"):
+        stream = stream_of_all(index_type)
+        frame = stream.to_polars()
+        assert qm.Stream.from_polars("s", frame, stream.structure, index_type=index_type) == stream
+    with pytest.raises(TypeError, match='column "index": no indices of type string, but numeric'):
+        qm.Stream.from_polars("s", frame, index_type="string")
+    with pytest.raises(ValueError, match="indices of type string"):
+        qm.Stream.from_arrow("s", pa.table({"a": [1]}), index_type="string")
+    with pytest.raises(TypeError, match="index is the name of a column"):
+        qm.Stream.from_arrow("s", pa.table({"a": [1]}), index=5)
+
+
+def test_tables_are_taken_wherever_streams_are_made(bare: Path) -> None:
+    table = pa.table({"index": ["a", "b"], "x": [1, 2]})
+    narrow = qm.Structure("Narrow", [("x", "int8"), ("y", "bool")])
+    made = qm.Stream("s", table)
+    assert list(made) == ["a", "b"] and made.structure == qm.Structure("s", [("x", "int64")])
+    assert qm.Stream("s", narrow, data=table).loc["b"].asdict() == {"x": 2, "y": False}
+    assert list(qm.Stream("s", data=table.to_struct_array().chunk(0), index=())) == [0, 1]
+    assert qm.structure_of(made.to_arrow()) == made.structure
+    with qm.open(bare, "r+") as scene:
+        channel = scene.add("n", "c", "s", narrow, data=table) and scene["n"]["c"]
+        channel["s"] = pa.table({"index": ["c"], "x": [3.0]}).cast(table.schema)
+        assert channel["s"].structure == narrow and list(channel["s"]) == ["c"]
+        channel["new"] = table
+        assert channel["new"].structure.name == "new"
+        with pytest.raises(OverflowError, match='column "x", row 1: 200 is out of range for int8'):
+            channel["s"] = pa.table({"index": ["c", "d"], "x": [3, 200]})
+        assert list(channel["s"]) == ["c"]
+        for fails in (lambda: scene.add("m", "c", "s", table, index="nope"), lambda: scene.add("m", "c", "s"),
+                      lambda: scene.add("m", "c", "s", narrow, index="x"),
+                      lambda: scene.add("m", "c", "s", table, data=table)):
+            with pytest.raises((KeyError, TypeError)):
+                fails()
+        assert "m" not in scene
+        with pytest.raises(TypeError, match="a stream or a table"):
+            channel["s"] = 5
+    assert list(qm.open(bare)["n"]["c"]["new"]) == ["a", "b"]
+
+
+class CSchema(ctypes.Structure):
+    _fields_ = [("format", ctypes.c_char_p), ("name", ctypes.c_char_p), ("metadata", ctypes.c_char_p),
+                ("flags", ctypes.c_int64), ("n_children", ctypes.c_int64), ("children", ctypes.c_void_p),
+                ("dictionary", ctypes.c_void_p), ("release", ctypes.c_void_p), ("private", ctypes.c_void_p)]
+
+
+class CArray(ctypes.Structure):
+    _fields_ = [(name, ctypes.c_int64) for name in "length nulls offset n_buffers n_children".split()] + \
+        [(name, ctypes.c_void_p) for name in "buffers children dictionary release private".split()]
+
+
+def test_batches_without_what_their_types_want_are_refused() -> None:
+    """As a producer with a fault gives them: the type says one column of numbers."""
+    releases = []
+    release = ctypes.CFUNCTYPE(None, ctypes.c_void_p)(releases.append)
+    address = ctypes.cast(release, ctypes.c_void_p)
+    column = CSchema(b"l", b"x")
+    children = (ctypes.c_void_p * 1)(ctypes.addressof(column))
+    capsule = ctypes.pythonapi.PyCapsule_New
+    capsule.restype, capsule.argtypes = ctypes.py_object, [ctypes.c_void_p, ctypes.c_char_p, ctypes.c_void_p]
+
+    class Producer:
+        def __init__(self, columns: int, length: int, buffers: int) -> None:
+            self.schema = CSchema(b"+s", b"", None, 0, 1, ctypes.addressof(children), None, address)
+            self.numbers = CArray(length, 0, 0, buffers, 0)
+            self.places = (ctypes.c_void_p * 1)(ctypes.addressof(self.numbers))
+            self.batch = CArray(3, 0, 0, 1, columns, None, ctypes.addressof(self.places), None, address)
+
+        def __arrow_c_array__(self, requested_schema: object = None) -> tuple[object, object]:
+            return (capsule(ctypes.addressof(self.schema), b"arrow_schema", None),
+                    capsule(ctypes.addressof(self.batch), b"arrow_array", None))
+
+    for columns, length, buffers in ((0, 3, 2), (1, 2, 2), (1, 3, 1)):
+        releases.clear()
+        with pytest.raises(ValueError, match="other columns than it says"):
+            qm.Stream("s", Producer(columns, length, buffers))
+        assert len(releases) == 2
