@@ -25,6 +25,8 @@ void defineContents(nb::module_& module);
 void defineFiles(nb::module_& module);
 void defineDifferences(nb::module_& module);
 void defineMerging(nb::module_& module);
+void definePatching(nb::module_& module);
+void defineExchange(nb::module_& module);
 void defineArrow(nb::module_& module);
 
 }  // namespace orbo::Python

@@ -47,11 +47,9 @@ void addPlace(nb::dict& fields, const Quilmeta::Change& change) {
     if (change.kind == Kind::kSet) fields["member"] = textOf(change.member);
 }
 
-nb::object errorsModule() { return nb::module_::import_("quilmeta._errors"); }
-
 [[noreturn]] void raiseWith(const char* className, const std::string& message,
                             const nb::list& findings) {
-    const nb::object type = errorsModule().attr(className);
+    const nb::object type = errorClass(className);
     PyErr_SetObject(type.ptr(), type(textOf(message), nb::tuple(findings)).ptr());
     nb::raise_python_error();
 }
@@ -62,7 +60,7 @@ nb::object findingAt(const char* code, const std::string& message, const std::st
                      const Quilmeta::Change* change) {
     nb::dict fields = findingFields(code, message, file);
     if (change) addPlace(fields, *change);
-    return errorsModule().attr("Finding")(**fields);
+    return errorClass("Finding")(**fields);
 }
 
 void raiseProblems(const std::vector<Quilmeta::ApplyProblem>& problems, const std::string& file) {
@@ -81,7 +79,7 @@ void raiseDocument(const Quilmeta::JsonProblems& problems, const std::string& fi
     for (const auto& problem : problems.sorted()) {
         nb::dict fields = findingFields("document-wrong", problem.text, file);
         fields["line"] = nb::int_(problem.line);
-        findings.append(errorsModule().attr("Finding")(**fields));
+        findings.append(errorClass("Finding")(**fields));
     }
     const std::string text = withoutLineEnd(problems.text());
     raiseWith("DocumentError", file.empty() ? text : file + ": " + text, findings);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Problems.h"
+#include "scene/SceneFile.h"
 #include "streams/StreamAccess.h"
 #include "values/SafeText.h"
 
@@ -56,6 +57,11 @@ void Part::demandWritable() const {
     while (part->owner()) part = part->owner();
     part->demandOpen();
 }
+
+SceneState::SceneState(std::unique_ptr<Data::Accessor> accessor, bool writable)
+    : fAccessor(std::move(accessor)),
+      fWritable(writable),
+      fComplete(Quilmeta::isComplete(fAccessor->findings())) {}
 
 std::string SceneState::description() const { return "scene " + inQuotes(fAccessor->fileName()); }
 

@@ -85,12 +85,14 @@ class PartCache {
 
 class SceneState : public Part, public std::enable_shared_from_this<SceneState> {
   public:
-    SceneState(std::unique_ptr<Data::Accessor> accessor, bool writable)
-        : fAccessor(std::move(accessor)), fWritable(writable) {}
+    /// The accessor has just read its file.
+    SceneState(std::unique_ptr<Data::Accessor> accessor, bool writable);
 
     [[nodiscard]] Data::Accessor& accessor() const { return *fAccessor; }
     [[nodiscard]] bool isWritable() const { return fWritable && !fClosed; }
     [[nodiscard]] bool isClosed() const { return fClosed; }
+    /// Whether all metadata of the file could be read.
+    [[nodiscard]] bool isComplete() const { return fComplete; }
     void close() { fClosed = true; }
     [[nodiscard]] std::string description() const override;
 
@@ -122,6 +124,7 @@ class SceneState : public Part, public std::enable_shared_from_this<SceneState> 
   private:
     std::unique_ptr<Data::Accessor> fAccessor;
     bool fWritable;
+    bool fComplete;
     bool fClosed = false;
     bool fIsBeingSaved = false;
     PartCache<NodeState> fNodes;

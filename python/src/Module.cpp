@@ -15,5 +15,7 @@ NB_MODULE(_native, module) {
     orbo::Python::defineFiles(module);
     orbo::Python::defineDifferences(module);
     orbo::Python::defineMerging(module);
+    orbo::Python::definePatching(module);
+    orbo::Python::defineExchange(module);
     orbo::Python::defineArrow(module);
 }

@@ -15,8 +15,6 @@ namespace {
 
 using Code = Data::Finding::Code;
 
-nb::object errorsModule() { return nb::module_::import_("quilmeta._errors"); }
-
 nb::object textOr(const std::optional<std::string>& text) {
     if (!text) return nb::none();
     return textOf(*text);
@@ -41,6 +39,10 @@ bool isAboutOthers(const std::vector<Data::Finding>& findings) {
 
 }  // namespace
 
+nb::object errorClass(const char* className) {
+    return nb::module_::import_("quilmeta._errors").attr(className);
+}
+
 std::string withoutLineEnd(std::string text) {
     while (!text.empty() && text.back() == '\n') text.pop_back();
     return text;
@@ -59,7 +61,7 @@ nb::object findingOf(const Data::Finding& finding, const std::string& file) {
     fields["index"] = textOr(finding.index);
     fields["member"] = textOr(finding.member);
     fields["structure"] = textOr(finding.structure);
-    return errorsModule().attr("Finding")(**fields);
+    return errorClass("Finding")(**fields);
 }
 
 nb::object findingsOf(const std::vector<Data::Finding>& findings, const std::string& file) {
@@ -69,12 +71,12 @@ nb::object findingsOf(const std::vector<Data::Finding>& findings, const std::str
 }
 
 void raise(const char* className, const std::string& message) {
-    raise(errorsModule().attr(className)(textOf(message)));
+    raise(errorClass(className)(textOf(message)));
 }
 
 void raise(const char* className, const std::string& message,
            const std::vector<Data::Finding>& findings, const std::string& file) {
-    raise(errorsModule().attr(className)(textOf(message), findingsOf(findings, file)));
+    raise(errorClass(className)(textOf(message), findingsOf(findings, file)));
 }
 
 void raiseUnknownName(const std::string& what, std::string_view name, const std::string& where,
@@ -86,7 +88,7 @@ void raiseUnknownName(const std::string& what, std::string_view name, const std:
         message += ", did you mean " + Quilmeta::inQuotes(closest) + '?';
         suggestion = textOf(closest);
     }
-    raise(errorsModule().attr("UnknownNameError")(textOf(message), textOf(name), suggestion));
+    raise(errorClass("UnknownNameError")(textOf(message), textOf(name), suggestion));
 }
 
 void raiseSystemError(int error, const std::string& file) {
@@ -96,7 +98,7 @@ void raiseSystemError(int error, const std::string& file) {
 }
 
 void warn(const std::string& message) {
-    const nb::object category = errorsModule().attr("QuilWarning");
+    const nb::object category = errorClass("QuilWarning");
     std::string shown;
     std::istringstream lines(message);
     for (std::string line; std::getline(lines, line);)

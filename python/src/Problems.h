@@ -20,6 +20,8 @@ nb::object findingOf(const Data::Finding& finding, const std::string& file);
 /// Gives a tuple of `quilmeta.Finding`.
 nb::object findingsOf(const std::vector<Data::Finding>& findings, const std::string& file);
 
+/// A class of `quilmeta._errors`.
+nb::object errorClass(const char* className);
 /// These throw an exception of `quilmeta._errors`, by the name of its class.
 [[noreturn]] void raise(const char* className, const std::string& message);
 [[noreturn]] void raise(const char* className, const std::string& message,

@@ -185,6 +185,19 @@ nb::str dryRun(SceneState& scene) {
     return textOf(output.text());
 }
 
+nb::object changeOnce(const std::string& file, double wait, bool isDryRun,
+                      const FileChange& change) {
+    const ScenePtr scene = readInto(accessorFor(file, wait, Purpose::kEditing), file, true);
+    change.make(*scene);
+    try {
+        if (isDryRun) return dryRun(*scene);
+        return nb::bool_(save(*scene, nb::none()));
+    } catch (const nb::python_error& error) {
+        if (change.explain && error.matches(errorClass("RefusedError"))) change.explain(*scene);
+        throw;
+    }
+}
+
 void close(SceneState& scene) {
     if (scene.isClosed()) return;
     const bool isLost = scene.isWritable() && scene.accessor().isEdited();
@@ -331,6 +344,22 @@ void defineNodes(nb::class_<SceneState>& type) {
 }
 
 }  // namespace
+
+nb::object changeFile(nb::handle path, double wait, bool isDryRun, const FileChange& change) {
+    using Clock = std::chrono::steady_clock;
+    constexpr int kFewest = 5;
+    const std::string file = sceneFile(path);
+    const Clock::time_point end = Clock::now() + patienceOf(wait);
+    if (::access(file.c_str(), W_OK) != 0) raiseSystemError(errno, file);
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return changeOnce(file, wait, isDryRun, change);
+        } catch (const nb::python_error& error) {
+            const bool isOver = attempt >= kFewest && Clock::now() >= end;
+            if (isOver || !error.matches(errorClass("ConflictError"))) throw;
+        }
+    }
+}
 
 std::string fileNameOf(nb::handle path) {
     const nb::object name = nb::module_::import_("os").attr("fsencode")(path);

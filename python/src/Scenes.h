@@ -6,6 +6,7 @@
 #include <data/ReadPolicy.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -39,5 +40,16 @@ Data::ReadPolicy readPolicyFor(unsigned threads);
 /// that fails stands for.
 std::shared_ptr<SceneState> readInto(std::unique_ptr<Data::Accessor> accessor,
                                      const std::string& file, bool isWritable);
+
+/// What `changeFile` does with the scene.
+struct FileChange {
+    std::function<void(SceneState& scene)> make;  ///< in memory; may throw
+    /// May throw a better exception than the one about a write that is refused.
+    std::function<void(SceneState& scene)> explain{};
+};
+/// Opens the file, changes it and saves it; again when somebody else has written meanwhile, a few
+/// times at least and for as long as one waits. Gives whether there was anything to write, and the
+/// text of a dry run.
+nb::object changeFile(nb::handle path, double wait, bool isDryRun, const FileChange& change);
 
 }  // namespace orbo::Python

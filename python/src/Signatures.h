@@ -7,3 +7,4 @@
 #define QUILMETA_SELECTION                                                                    \
     "node: " QUILMETA_PATTERNS ", channel: " QUILMETA_PATTERNS ", stream: " QUILMETA_PATTERNS \
     ", fixed: bool = False"
+#define QUILMETA_PATCH "Differences | dict[str, typing.Any] | " QUILMETA_PATH

@@ -24,6 +24,22 @@ def teapot(request: pytest.FixtureRequest, tmp_path: Path) -> Path:
 
 
 @pytest.fixture
+def changed(teapot: Path) -> Path:
+    """The teapot with a change of each kind."""
+    path = Path(shutil.copy(teapot, teapot.with_name("changed" + teapot.suffix)))
+    with qm.open(path, "r+") as scene:
+        pose = scene["rig"]["joints"]["bind pose"]
+        pose.loc["lid"]["side"] = -1
+        pose.loc["knob"] = {"label": 'a "knob"', "side": 3}
+        del pose.loc["handle; grip"]
+        scene["teapotShape"]["vertex"]["shape"][7]["position"] = (0.5, -0.0, 1e30)
+        del scene["teapotShape"]["edge"]["crease"]
+        scene.add("new", "names", "all", qm.Structure("Name", [("text", "string")]), "pair")
+        scene["new"]["names"]["all"][3, 7] = {"text": "\udcff"}
+    return path
+
+
+@pytest.fixture
 def bare(tmp_path: Path) -> Path:
     """A scene without metadata."""
     return Path(shutil.copy(SCENES / "bare.kx", tmp_path))

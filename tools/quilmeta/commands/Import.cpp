@@ -50,16 +50,18 @@ class Import : public Command {
   private:
     FileResult importInto(const SceneModel& model, Output& output) const {
         const Scene scene = openScene(fFile, fAccess);
-        import(model, scene, fReplace ? ImportHow::kReplace : ImportHow::kMerge);
         try {
+            import(model, scene, fReplace ? ImportHow::kReplace : ImportHow::kMerge);
             const bool changed = writeScene(scene, fAccess, output);
             return {scene.outcome(), changed};
         } catch (const Conflict&) {
             throw;
+        } catch (const StructuresInTheWay& error) {
+            throw CommandError(std::string(error.what()) + "; --replace takes the document alone");
         } catch (const CommandError&) {
-            const std::string refused = refusedPartsOf(model, scene);
+            const JsonProblems refused = refusedPartsOf(model, *scene.accessor);
             if (refused.empty()) throw;
-            throw FileError(documentName(), refused);
+            throw FileError(documentName(), refused.text());
         }
     }
 

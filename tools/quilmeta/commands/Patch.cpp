@@ -59,7 +59,7 @@ class ApplyPatch : public Command {
         std::set<std::string> nodes;
         for (const Change& change : patch.changes)
             if (change.kind != Change::Kind::kStructure) nodes.insert(change.node);
-        demandReadable(scene, nodes);
+        demandReadable(*scene.accessor, scene.complete, nodes);
         const ApplyProblems problems = apply(patch, *scene.accessor);
         if (!problems.ofPatch.empty()) {
             complain(fFile, problems.sceneText());

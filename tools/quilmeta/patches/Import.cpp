@@ -127,33 +127,32 @@ std::vector<std::string> refusedNodeNames(const SceneModel& model, Data::Accesso
 
 }  // namespace
 
-void demandReadable(const Scene& scene, const std::set<std::string>& nodes) {
-    if (!scene.complete && !isReadable(scene.accessor->fileName(), nodes))
+void demandReadable(const Data::Accessor& scene, bool isComplete,
+                    const std::set<std::string>& nodes) {
+    if (!isComplete && !isReadable(scene.fileName(), nodes))
         throw CommandError("metadata that would be replaced cannot be read");
 }
 
-void import(const SceneModel& model, const Scene& scene, ImportHow how) {
-    Data::Accessor& accessor = *scene.accessor;
+void import(const SceneModel& model, Data::Accessor& scene, bool isComplete, ImportHow how) {
     std::set<std::string> nodes;
     for (const auto& node : model.nodes) nodes.insert(node.first);
-    demandReadable(scene, nodes);
+    demandReadable(scene, isComplete, nodes);
     if (how == ImportHow::kReplace) {
-        if (!scene.complete)
+        if (!isComplete)
             throw CommandError("not all metadata can be read, so it cannot be replaced");
-        accessor.associations() = model.nodes;
-        setStructures(accessor, model.structures);
+        scene.associations() = model.nodes;
+        setStructures(scene, model.structures);
         return;
     }
-    const std::string inTheWay = structuresInTheWay(model, accessor);
-    if (!inTheWay.empty())
-        throw CommandError(inTheWay + "nothing was imported; --replace takes the document alone");
-    merge(model, accessor);
+    const std::string inTheWay = structuresInTheWay(model, scene);
+    if (!inTheWay.empty()) throw StructuresInTheWay(inTheWay + "nothing was imported");
+    merge(model, scene);
 }
 
-std::string refusedPartsOf(const SceneModel& model, const Scene& scene) {
-    if (!isRefusedForModel(*scene.accessor)) return {};
+JsonProblems refusedPartsOf(const SceneModel& model, Data::Accessor& scene) {
+    if (!isRefusedForModel(scene)) return {};
     JsonProblems problems = model.doubts;
-    for (const std::string& name : refusedNodeNames(model, *scene.accessor)) {
+    for (const std::string& name : refusedNodeNames(model, scene)) {
         const SceneModel::Place& place = model.places.at(name);
         JsonPath path;
         path.enter("associations");
@@ -162,7 +161,7 @@ std::string refusedPartsOf(const SceneModel& model, const Scene& scene) {
         problems.add(place.line, path,
                      "nodes of this kind of scene cannot have the name " + inQuotes(name));
     }
-    return problems.text();
+    return problems;
 }
 
 }  // namespace orbo::Quilmeta
