@@ -6,9 +6,11 @@ from __future__ import annotations
 
 import json
 from collections.abc import Iterable, Sequence
+from itertools import chain
 from typing import Any
 
 from . import _native
+from ._columns import numpy_or_none
 from ._indices import parts_of
 from ._structures import Member, structure_of
 
@@ -89,15 +91,11 @@ def _text_of_key(key: Any) -> str:
 def _whole_texts(texts: list[Any]) -> list[Any]:
     """The texts, or lists of them; all as bytes when one of them has some that are no UTF-8."""
     try:
-        for text in texts:
-            "".join(part for part in _parts(text) if part is not None).encode()
+        parts = chain.from_iterable(texts) if texts and isinstance(texts[0], tuple) else texts
+        "".join(filter(None, parts)).encode()
     except UnicodeEncodeError:
         return [list(map(_bytes, text)) if isinstance(text, tuple) else _bytes(text) for text in texts]
     return texts
-
-
-def _parts(text: Any) -> tuple[Any, ...]:
-    return text if isinstance(text, tuple) else (text,)
 
 
 def _bytes(text: str | None) -> bytes | None:
@@ -106,11 +104,14 @@ def _bytes(text: str | None) -> bytes | None:
 
 def _own(array: Any) -> Any:
     """A copy that shares nothing: for each element a value, an array, or a list of those."""
-    if array.dtype == object:
-        return _whole_texts(array.tolist())
-    if array.ndim == 1:
+    if array.dtype != object and array.ndim == 1:
         return array.copy()
-    return [value if value.ndim == 1 else _rows(value) for value in array.copy()]
+    values = _whole_texts(array.tolist()) if array.dtype == object else \
+        [value if value.ndim == 1 else _rows(value) for value in array.copy()]
+    objects = array.copy() if array.dtype == object else numpy_or_none().empty(len(values), dtype=object)
+    for at, value in enumerate(values):
+        objects[at] = value
+    return objects
 
 
 def _rows(matrix: Any) -> list[Any]:

@@ -201,7 +201,7 @@ Member::eDataType ArrowColumnType::memberType(const std::vector<std::int64_t>& s
 
 bool ArrowColumnType::fits(Member::eDataType type) const {
     if (fLeaf == ArrowLeaf::kOther) return false;
-    if (fLeaf == ArrowLeaf::kNull) return type == Member::kString;
+    if (fLeaf == ArrowLeaf::kNull) return true;  // there may be no rows
     if (type == Member::kString) return isTextual(fLeaf);
     if (type == Member::kBoolean) return fLeaf == ArrowLeaf::kTruth;
     const bool takesReals = type == Member::kFloat || type == Member::kDouble || isMatrix(type);

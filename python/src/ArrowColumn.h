@@ -62,7 +62,8 @@ class ArrowColumnType {
     /// of the lists, `length` becomes the member's.
     [[nodiscard]] Data::Member::eDataType memberType(const std::vector<std::int64_t>& sizes,
                                                      unsigned int& length) const;
-    /// Whether values of this type may be what a member of that type takes.
+    /// Whether values of this type may be what a member of that type takes. Nulls alone may be,
+    /// whatever each of them stands for.
     [[nodiscard]] bool fits(Data::Member::eDataType type) const;
 
   private:

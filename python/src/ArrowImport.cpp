@@ -173,9 +173,12 @@ class ColumnStore {
         Data::visitMemberType(fMember.type(), [&](auto type) {
             using T = typename decltype(type)::Scalar;
             const auto wanted = std::int64_t{fMember.length()} * type.kScalars;
+            const bool isNothing =
+                fType.leaf() == ArrowLeaf::kNull && fType.lists().empty() && wanted > 1;
             for (fRow = 0; fRow < static_cast<std::int64_t>(chunks.size()); ++fRow) {
                 const auto span = column.span(firstRow + fRow);
-                if (span.isNull) refuseNull();
+                if (span.isNull || isNothing) refuseNull();
+                demandShape(column, firstRow + fRow, type.kScalars > 1);
                 if (span.count != wanted)
                     refuse(std::to_string(wanted) + " values are wanted, not " +
                            std::to_string(span.count));
@@ -194,6 +197,17 @@ class ColumnStore {
     }
     [[noreturn]] void refuseNull() const {
         refuse(std::string("there is no null in ") + Member::typeName(fMember.type()));
+    }
+    /// Lists in lists are the rows of matrices; 16 values in one list will do, too.
+    void demandShape(const ArrowColumn& column, std::int64_t row, bool isMatrix) const {
+        if (fType.lists().size() < 2) return;
+        std::vector<std::int64_t> sizes;
+        static_cast<void>(column.span(row, &sizes));
+        std::vector<std::int64_t> wanted(2, 4);
+        if (fMember.length() > 1) wanted.insert(wanted.begin(), fMember.length());
+        if (isMatrix && sizes == wanted) return;
+        refuse(isMatrix ? "matrices of four rows of four are wanted"
+                        : "lists in lists are no " + std::string(Member::typeName(fMember.type())));
     }
     template <typename Number>
     [[noreturn]] void refuseRange(Number number) const {

@@ -10,10 +10,12 @@ from pathlib import Path
 from typing import Any
 
 import pytest
+from conftest import ALL_TYPES
+from hypothesis import given, settings
+from hypothesis import strategies as st
+from test_values import TEXTS, values
 
 import quilmeta as qm
-
-from conftest import ALL_TYPES
 
 pa = pytest.importorskip("pyarrow")
 
@@ -305,6 +307,44 @@ def test_tables_are_taken_wherever_streams_are_made(bare: Path) -> None:
         with pytest.raises(TypeError, match="a stream or a table"):
             channel["s"] = 5
     assert list(qm.open(bare)["n"]["c"]["new"]) == ["a", "b"]
+
+
+@given(data=st.data())
+@settings(max_examples=60, deadline=None)
+def test_whatever_a_stream_has_survives_every_package(data: st.DataObject) -> None:
+    names = st.lists(st.text(st.sampled_from("index01_aé\udce9 %\n."), min_size=1, max_size=8), unique=True, max_size=3)
+    structure = qm.Structure("S", [(name, data.draw(st.sampled_from(ALL_TYPES)), data.draw(st.sampled_from([1, 2, 16])))
+                                   for name in data.draw(names)])
+    index_type = data.draw(st.sampled_from(["numeric", "pair", "string", "mine"]))
+    number = st.integers(0, 2**32 - 1) | st.integers(0, 3)
+    keys = {"numeric": number, "pair": st.tuples(number, number), "string": TEXTS,
+            "mine": TEXTS.map(lambda text: qm.OtherIndex("mine", text))}[index_type]
+    stream = qm.Stream("s", structure, index_type)
+    for key in data.draw(st.lists(keys, max_size=4)):
+        stream.loc[key] = {
+            member.name: data.draw(values(member.type) if member.length == 1
+                                   else st.tuples(*[values(member.type)] * member.length))
+            for member in structure.values() if data.draw(st.booleans())}
+    wanted = repr(list(stream.items()))
+    pytest.importorskip("pandas"), pytest.importorskip("polars")
+    assert repr(list(qm.Stream("s", stream.to_arrow()).items())) == wanted
+    assert qm.structure_of(stream.to_arrow()) == structure
+    for package in ("pandas", "polars"):
+        frame = getattr(stream, f"to_{package}")()
+        back = qm.Stream.from_arrow("s", frame, structure, index_type=index_type)
+        assert repr(list(back.items())) == wanted
+
+
+def test_lists_in_lists_are_matrices_only() -> None:
+    wanted = qm.Structure("W", [("m", "flt4x4"), ("v", "int8", 2)])
+    rows = [[float(row * 4 + k) for k in range(4)] for row in range(4)]
+    for matrix in (rows, sum(rows, []), [[int(number) for number in row] for row in rows]):
+        assert qm.Stream("s", wanted, data=pa.table({"m": [matrix]}))[0]["m"] == tuple(map(tuple, rows))
+    for table, words in (({"m": [[[1.0] * 8] * 2]}, "four rows of four"), ({"v": [[[1], [2]]]}, "no int8"),
+                         ({"m": [[rows]]}, "four rows of four"), ({"v": pa.nulls(1)}, "no null in int8")):
+        with pytest.raises(ValueError, match=f'", row 0: .*{words}'):
+            qm.Stream("s", wanted, data=pa.table(table))
+    assert len(qm.Stream("s", wanted, data=pa.table({"v": pa.nulls(0)}))) == 0
 
 
 class CSchema(ctypes.Structure):
