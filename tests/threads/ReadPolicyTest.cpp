@@ -1,6 +1,10 @@
 // A scene that several threads read is the one that a single thread reads.
 // SPDX-License-Identifier: Apache-2.0
+#include <data/AssociationsSerializerRaw.h>
+
+#include <atomic>
 #include <memory>
+#include <thread>
 
 #include "scenes/BinaryScene.h"
 #include "scenes/SceneTest.h"
@@ -116,6 +120,50 @@ TYPED_TEST(ReadByThreads, ReadsALargeNodeLikeOneThread) {
     this->add("n0", small);
     this->add("n1", oneStream("A", large + "70000\noops\n"));
     this->expectTheSame("fault");
+}
+
+/// A format of others by the name of ours.
+class OthersRaw final : public AssociationsSerializer {
+  public:
+    OthersRaw() {
+        deregisterFormat(kOurs);
+        registerFormat(*this);
+    }
+    ~OthersRaw() override {
+        deregisterFormat(*this);
+        registerFormat(kOurs);
+        setDefaultFormat(&kOurs);
+    }
+    [[nodiscard]] const char* formatType() const override { return "raw"; }
+    Associations* read(std::istream& in, std::string& errors) const override {
+        ++fReads;
+        if (std::this_thread::get_id() != fOwner) ++fReadsElsewhere;
+        return kOurs.read(in, errors);
+    }
+    int write(const Associations& node, std::ostream& out, std::string& errors) const override {
+        return kOurs.write(node, out, errors);
+    }
+    void getFormatDescription(std::ostream&) const override {}
+
+    mutable std::atomic<int> fReads{0}, fReadsElsewhere{0};
+
+  private:
+    const AssociationsSerializerRaw& kOurs = AssociationsSerializerRaw::theFormat();
+    const std::thread::id fOwner = std::this_thread::get_id();
+};
+
+TYPED_TEST(ReadByThreads, LeavesOthersFormatsToTheCaller) {
+    const std::string large = oneStream("A", this->elements(200'000, "", "1234567"));
+    this->addStructure();
+    for (int i = 0; i < 3; ++i) this->add("n" + std::to_string(i), large);
+    this->finish();
+    const OthersRaw others;
+    ReadPolicy policy;
+    policy.threads = 3;
+    this->fAccessor.setReadPolicy(policy);
+    ASSERT_TRUE(this->read()) << this->fErrors;
+    EXPECT_EQ(others.fReads, 3);
+    EXPECT_EQ(others.fReadsElsewhere, 0);
 }
 
 TYPED_TEST(ReadByThreads, FailsWithTheSameWords) {

@@ -37,6 +37,12 @@ Finding::Code codeOf(ReaderRemarks::Kind kind) {
     }
 }
 
+// A plug-in may have registered a format of its own by our name.
+bool isOwnFormat(const SceneRecord& record) {
+    return AssociationsSerializer::formatByName(record.format) ==
+           &AssociationsSerializerRaw::theFormat();
+}
+
 }  // namespace
 
 /// Registers structures that associations need but nobody asked for, until the end of a read.
@@ -131,7 +137,7 @@ void ModelBuilder::readAhead() {
     std::size_t size = 0;
     for (UnreadAssociations& unread : fAssociations) {
         const SceneRecord& record = unread.record;
-        if (record.format != AssociationsSerializerRaw::theFormat().formatType()) continue;
+        if (!isOwnFormat(record)) continue;
         if (!names.insert(record.name).second) continue;
         own.push_back(&unread);
         size += record.text.size();
@@ -188,7 +194,7 @@ void ModelBuilder::strikeOff(const SceneRecord& record) {
     fAssociationNames.found(record.name);
     // A read ends early only if both sets were given.
     if (!fRequest.structureNames || !fRequest.associationNames) return;
-    if (record.format != AssociationsSerializerRaw::theFormat().formatType()) fNeedsOthers = true;
+    if (!isOwnFormat(record)) fNeedsOthers = true;
     for (const RawScan::NamedStructure& needed : RawScan::structuresNamedIn(record.text)) {
         if (!fStructureNames.wants(needed.structure)) fNeedsOthers = true;
     }
