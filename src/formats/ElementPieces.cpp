@@ -24,19 +24,21 @@ struct ElementPieces::Lines {
     bool hasEnd = false;    // of the stream, perhaps: a string may look like it
 };
 
-// Looks at a block of bytes at a time, which a byte can count, without a branch between them.
-ElementPieces::Lines ElementPieces::scan(std::string_view text) const {
+// Looks at a block of bytes at a time, which a byte can count, without a branch between them, and
+// behind the part for the rest of a word.
+ElementPieces::Lines ElementPieces::scan(std::size_t at, std::size_t size) const {
     constexpr std::size_t kBlock = 192;
     const std::size_t reach = fEndWord.size() - 1;
-    Lines lines{text};
+    const std::string_view text = fText.substr(at, size + reach);
+    Lines lines{fText.substr(at, size)};
     std::size_t done = 0;
     for (; done + kBlock + reach <= text.size(); done += kBlock) {
-        const char* const at = text.data() + done;
+        const char* const block = text.data() + done;
         unsigned ends = 0;
         unsigned likely = 0;
         for (std::size_t i = 0; i < kBlock; ++i) {
-            ends += at[i] == '\n';
-            likely |= (at[i] == fEndWord.front()) & (at[i + reach] == fEndWord.back());
+            ends += block[i] == '\n';
+            likely |= (block[i] == fEndWord.front()) & (block[i + reach] == fEndWord.back());
         }
         if (likely != 0 && text.substr(done, kBlock + reach).find(fEndWord) != text.npos) break;
         lines.count += ends;
@@ -50,18 +52,16 @@ ElementPieces::Lines ElementPieces::scan(std::string_view text) const {
 }
 
 bool ElementPieces::isWorthwhile() const {
-    return fText.size() > kWorthwhile && !scan(fText.substr(0, kWorthwhile)).hasEnd;
+    return fText.size() > kWorthwhile && !scan(0, kWorthwhile).hasEnd;
 }
 
 std::vector<ElementPiece> ElementPieces::read(unsigned threads,
                                               const StreamImplMapped& storage) const {
     const std::size_t most = std::min(threads * kPiecesForThread, kMostPieces);
-    std::vector<Lines> lines;
-    for (std::size_t at = 0; at < fText.size() && lines.size() < most; at += kPieceSize) {
-        lines.push_back({fText.substr(at, kPieceSize)});
-    }
-    shareOut(threads, lines.size(),
-             [&](std::size_t number) noexcept { lines[number] = scan(lines[number].text); });
+    std::vector<Lines> lines(std::min((fText.size() + kPieceSize - 1) / kPieceSize, most));
+    shareOut(threads, lines.size(), [&](std::size_t number) noexcept {
+        lines[number] = scan(number * kPieceSize, kPieceSize);
+    });
 
     std::vector<const char*> begins;
     std::size_t linesInFront = 0;

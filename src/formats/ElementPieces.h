@@ -74,7 +74,7 @@ class ElementPieces {
 
   private:
     struct Lines;
-    [[nodiscard]] Lines scan(std::string_view text) const;
+    [[nodiscard]] Lines scan(std::size_t at, std::size_t size) const;
     [[nodiscard]] ElementPiece read(const char* begin, const char* boundary,
                                     const StreamImplMapped& storage) const;
 

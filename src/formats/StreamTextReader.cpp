@@ -55,6 +55,7 @@ StreamTextReader::StreamTextReader(std::istream& in, const Keywords& words)
       fWords(words),
       fOutline(fContext.outline),
       fSeesPlaced(fContext.partial || fContext.listenerFor(Remarks::kPassedOver)),
+      fMayHavePieces(fContext.threads > 1 && !fSeesPlaced),
       fMakeIndex(IndexTypes::maker(Index::theTypeName())) {}
 
 std::unique_ptr<Stream> StreamTextReader::read(std::string& errors) {
@@ -189,13 +190,15 @@ void StreamTextReader::readElements(Stream& stream) {
     fOutline.endElements(fLeftAtLine);
 }
 
-// Where several threads may read, and the text is such that this helps.
+// Where several threads may read, and the text is such that this helps. Each look at the text is
+// paid for by the elements that it gives, or is the last one at this stream.
 void StreamTextReader::readPieces(Stream& stream) {
-    while (fContext.threads > 1 && fHasNumbers && !fSeesPlaced && !fPiecesFailed) {
+    while (fMayHavePieces && fHasNumbers) {
         StreamImplMapped* const elements = StreamAccess::mappedPlacesOf(stream, *fLayout);
         const std::string_view ready = GetArea::of(*fIn.rdbuf());
         const ElementPieces text(ready, fWords.end, *fPlainText);
-        if (!elements || !text.isWorthwhile()) return;
+        fMayHavePieces = elements && text.isWorthwhile();
+        if (!fMayHavePieces) return;
         std::vector<ElementPiece> pieces = text.read(fContext.threads, *elements);
         std::size_t taken = 0;
         const char* next = ready.data();
@@ -209,7 +212,7 @@ void StreamTextReader::readPieces(Stream& stream) {
         }
         const auto size = static_cast<std::size_t>(next - ready.data());
         GetArea::take(*fIn.rdbuf(), size);
-        fPiecesFailed = 2 * taken < pieces.size() || size < ElementPieces::kWorthwhile / 2;
+        fMayHavePieces = 2 * taken >= pieces.size() && size >= ElementPieces::kWorthwhile / 2;
     }
 }
 

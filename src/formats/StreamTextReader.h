@@ -97,6 +97,7 @@ class StreamTextReader {
 
     // A partial stream results in any case, and remarks tell of elements that are there already.
     const bool fSeesPlaced;
+    bool fMayHavePieces;  // the rest of the elements, worth threads
     std::string fName;
     IndexTypes::Maker fMakeIndex;
     const Structure* fStructure = nullptr;
@@ -110,8 +111,7 @@ class StreamTextReader {
     unsigned int fRecord = 0;
     unsigned int fErrorCount = 0;
     bool fHasIndexLine = false;
-    bool fHasNumbers = true;     // the indices are numbers
-    bool fPiecesFailed = false;  // most of them, or what they gave was little
+    bool fHasNumbers = true;  // the indices are numbers
     bool fNameSeen = false;
     bool fIndexTypeSeen = false;
     bool fElementIsWhole = false;  // all its values were there, even if bad

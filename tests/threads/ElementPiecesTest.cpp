@@ -140,6 +140,12 @@ TEST_F(ElementPieces, LeaveWhatIsNotPlain) {
     const std::string longLine = '"' + std::string(2'500'000, 'v') + "\"\n";
     expectTheSame("nothing but what is not plain",
                   stream("a", "Text", "0\n\"x\"\noops\n" + longLine + "2\n" + longLine));
+    // What follows is worth threads, but each of the elements is for the general reader.
+    std::string odd;
+    for (int i = 0; i < 90'000; ++i) odd += std::to_string(i) + "\n5 x\n";
+    expectTheSame(
+        "texts behind all values",
+        stream("a", "Number", odd) + stream("b", "Number", odd) + stream("c", "Text", texts(0, 1)));
     expectTheSame("no end", "stream\nname a\nstructure Text\n" + rising);
     expectTheSame("an end within an element",
                   "stream\nname a\nstructure Text\n" + rising.substr(0, rising.size() - 60));
