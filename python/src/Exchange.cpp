@@ -75,6 +75,14 @@ struct GivenModel {
         file = document.file();
     }
 
+    [[nodiscard]] bool hasStream(const std::string& node, const std::string& channel,
+                                 const std::string& stream) const {
+        const auto found = model.nodes.find(node);
+        if (found == model.nodes.end()) return false;
+        const Data::Channel* const there = std::as_const(found->second).findChannel(channel);
+        return there && there->findDataStream(stream);
+    }
+
     SceneModel model;
     std::string file;
 };
@@ -83,8 +91,12 @@ struct GivenModel {
 void import(const GivenModel& given, SceneState& scene, bool replaces) {
     const std::string& file = scene.accessor().fileName();
     try {
-        Quilmeta::import(given.model, scene.accessor(), scene.isComplete(),
-                         replaces ? ImportHow::kReplace : ImportHow::kMerge);
+        scene.changeInBulk(
+            [&](const auto&... names) { return replaces || given.hasStream(names...); },
+            [&] {
+                Quilmeta::import(given.model, scene.accessor(), scene.isComplete(),
+                                 replaces ? ImportHow::kReplace : ImportHow::kMerge);
+            });
     } catch (const Quilmeta::StructuresInTheWay& error) {
         raise("RefusedError",
               file + ": " + error.what() + "; replace=True takes the document alone");
@@ -97,6 +109,11 @@ void import(const GivenModel& given, SceneState& scene, bool replaces) {
 void explain(const GivenModel& given, SceneState& scene) {
     const Quilmeta::JsonProblems refused = Quilmeta::refusedPartsOf(given.model, scene.accessor());
     if (!refused.empty()) raiseDocument(refused, given.file);
+}
+
+void importIntoScene(SceneState& scene, nb::handle document, bool replaces) {
+    scene.demandWritable();
+    import(GivenModel(document), scene, replaces);
 }
 
 nb::object importFile(nb::handle path, nb::handle document, bool replaces, bool isDryRun,
@@ -156,6 +173,14 @@ void defineExchange(nb::module_& module) {
                    "written. Returns whether there was anything to write, and with `dry_run` what "
                    "`quilmeta import --dry-run` prints.");
     };
+    nb::borrow<nb::class_<SceneState>>(nb::type<SceneState>())
+        .def("import_", importIntoScene, nb::arg("document"), nb::kw_only(),
+             nb::arg("replace") = false,
+             nb::sig("def import_(self, document: " QUILMETA_DOCUMENT
+                     ", *, replace: bool = False) -> None"),
+             "Puts the metadata of a document into the scene in memory, all or none. Parts and "
+             "elements that are gone then raise StaleError, all others go on; raises BufferError "
+             "while arrays share the memory of a stream to be replaced. See quilmeta.import_.");
     define("typing.Literal[False] = False", "bool");
     define("typing.Literal[True]", "str");
 }

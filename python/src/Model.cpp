@@ -117,6 +117,30 @@ StructurePtr SceneState::adopt(const StructurePtr& structure) {
     return StructurePtr(*found);
 }
 
+void SceneState::changeInBulk(const StreamTest& mayMove, const std::function<void()>& change) {
+    demandWritable();
+    fNodes.visit([&](const std::string&, const NodeState& node) { node.demandMovable(mayMove); });
+    try {
+        change();
+    } catch (...) {
+        renewParts(mayMove);
+        throw;
+    }
+    renewParts(mayMove);
+}
+
+void SceneState::renewParts(const StreamTest& mayMove) {
+    auto& nodes = fAccessor->associations();
+    fNodes.renew([&](const std::string& name, NodeState& node) {
+        // The scene's own metadata always is there, if without a channel.
+        if (name.empty()) nodes[name];
+        const auto found = nodes.find(name);
+        if (found == nodes.end()) return false;
+        node.renew(found->second, mayMove);
+        return true;
+    });
+}
+
 std::string NodeState::description() const {
     return fName.empty() ? "the scene's own metadata" : "node " + inQuotes(fName);
 }
@@ -139,6 +163,20 @@ void NodeState::removeChannel(const std::string& name) {
 }
 
 std::vector<std::string> NodeState::names() const { return namesIn(fAssociations); }
+
+void NodeState::demandMovable(const StreamTest& mayMove) const {
+    fChannels.visit(
+        [&](const std::string&, const ChannelState& channel) { channel.demandMovable(mayMove); });
+}
+
+void NodeState::renew(const Data::Associations& now, const StreamTest& mayMove) {
+    fAssociations = now;
+    fChannels.renew([&](const std::string& name, ChannelState& channel) {
+        const Data::Channel* const found = std::as_const(fAssociations).findChannel(name);
+        if (found) channel.renew(*found, mayMove);
+        return found != nullptr;
+    });
+}
 
 std::string ChannelState::description() const { return "channel " + inQuotes(name()); }
 
@@ -163,6 +201,21 @@ void ChannelState::removeStream(const std::string& name) {
 
 std::vector<std::string> ChannelState::names() const { return namesIn(fChannel); }
 
+void ChannelState::demandMovable(const StreamTest& mayMove) const {
+    fStreams.visit([&](const std::string& stream, const StreamState& state) {
+        if (mayMove(fNode->name(), name(), stream)) state.demandMovable();
+    });
+}
+
+void ChannelState::renew(const Data::Channel& now, const StreamTest& mayMove) {
+    fChannel = now;
+    fStreams.renew([&](const std::string& stream, StreamState& state) {
+        Data::Stream* const found = fChannel.findDataStream(stream);
+        if (found) state.renew(*found, mayMove(fNode->name(), name(), stream));
+        return found != nullptr;
+    });
+}
+
 // The stored stream must not be looked at once it is gone.
 std::string StreamState::description() const {
     return isRemoved() ? "a stream" : "stream " + inQuotes(fStored->name());
@@ -185,6 +238,11 @@ const std::vector<Data::Index>& StreamState::indices() {
         fListed = std::move(listed);
     }
     return fListed->indices;
+}
+
+void StreamState::renew(Stream& now, bool isMoved) {
+    if (isMoved || fStored != &now) noteMoved();
+    fStored = &now;
 }
 
 bool StreamState::makeDense() {

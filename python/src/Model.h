@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
@@ -78,10 +79,30 @@ class PartCache {
         if (const auto state = found->second.lock()) state->noteRemoved();
         fStates.erase(found);
     }
+    /// Calls `use` with each object that somebody refers to.
+    template <typename Use>
+    void visit(const Use& use) const {
+        for (const auto& [name, known] : fStates)
+            if (const auto state = known.lock()) use(name, *state);
+    }
+    /// The same; those for which `renew` returns false stand for what is gone.
+    template <typename Renew>
+    void renew(const Renew& renew) {
+        for (auto found = fStates.begin(); found != fStates.end();) {
+            const auto state = found->second.lock();
+            const bool stays = state && renew(found->first, *state);
+            if (state && !stays) state->noteRemoved();
+            found = stays ? std::next(found) : fStates.erase(found);
+        }
+    }
 
   private:
     std::map<std::string, std::weak_ptr<State>> fStates;
 };
+
+/// Tells streams by the names of node, channel and stream.
+using StreamTest = std::function<bool(const std::string& node, const std::string& channel,
+                                      const std::string& stream)>;
 
 class SceneState : public Part, public std::enable_shared_from_this<SceneState> {
   public:
@@ -107,6 +128,12 @@ class SceneState : public Part, public std::enable_shared_from_this<SceneState> 
     /// name. Throws `RefusedError` when it has another one of that name.
     StructurePtr adopt(const StructurePtr& structure);
 
+    /// Changes the model in bulk, behind the backs of its parts: `change` works on the accessor,
+    /// and may throw. Parts that are gone afterwards are removed, and all others go on with what is
+    /// there under their names. `mayMove` tells the streams whose elements may come, go or move:
+    /// while arrays share their memory, throws `BufferError` and changes nothing.
+    void changeInBulk(const StreamTest& mayMove, const std::function<void()>& change);
+
     /// While it lives, other threads may look at the scene, but not change it.
     class Saving {
       public:
@@ -122,6 +149,8 @@ class SceneState : public Part, public std::enable_shared_from_this<SceneState> 
     void demandOpen() const override;
 
   private:
+    void renewParts(const StreamTest& mayMove);
+
     std::unique_ptr<Data::Accessor> fAccessor;
     bool fWritable;
     bool fComplete;
@@ -148,6 +177,10 @@ class NodeState : public Part, public std::enable_shared_from_this<NodeState> {
     std::shared_ptr<ChannelState> addChannel(const std::string& name);
     void removeChannel(const std::string& name);
     [[nodiscard]] std::vector<std::string> names() const;
+
+    /// For `SceneState::changeInBulk`: throws `BufferError`, and takes what is there now.
+    void demandMovable(const StreamTest& mayMove) const;
+    void renew(const Data::Associations& now, const StreamTest& mayMove);
 
   protected:
     [[nodiscard]] const Part* owner() const override { return fScene.get(); }
@@ -177,6 +210,10 @@ class ChannelState : public Part, public std::enable_shared_from_this<ChannelSta
     std::shared_ptr<StreamState> setStream(const Data::Stream& stream);
     void removeStream(const std::string& name);
     [[nodiscard]] std::vector<std::string> names() const;
+
+    /// For `SceneState::changeInBulk`.
+    void demandMovable(const StreamTest& mayMove) const;
+    void renew(const Data::Channel& now, const StreamTest& mayMove);
 
   protected:
     [[nodiscard]] const Part* owner() const override { return fNode.get(); }
@@ -208,6 +245,8 @@ class StreamState : public Part, public std::enable_shared_from_this<StreamState
     /// elements' memory.
     void demandMovable() const;
     void noteMoved() { ++fGeneration; }
+    /// Takes what the channel has now in its place.
+    void renew(Data::Stream& now, bool isMoved);
     /// Gives the indices of all elements in order. They are listed once, until elements come, go or
     /// move; the list is good until then, too. Call `demandPresent` before.
     const std::vector<Data::Index>& indices();

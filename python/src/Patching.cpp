@@ -43,31 +43,50 @@ GivenPatch patchOf(nb::handle given, bool isReversed) {
 }
 
 /// Makes all changes, or throws and makes none.
-void apply(const GivenPatch& given, SceneState& scene) {
+void applyTo(const GivenPatch& given, SceneState& scene) {
     const std::string& file = scene.accessor().fileName();
     std::set<std::string> nodes;
-    for (const Change& change : given.patch.changes)
-        if (change.kind != Change::Kind::kStructure) nodes.insert(change.node);
+    std::set<std::tuple<std::string, std::string, std::string>> streams;
+    for (const Change& change : given.patch.changes) {
+        if (change.kind == Change::Kind::kStructure) continue;
+        nodes.insert(change.node);
+        streams.emplace(change.node, change.channel, change.stream);
+    }
+    scene.demandWritable();
     try {
         Quilmeta::demandReadable(scene.accessor(), scene.isComplete(), nodes);
     } catch (const Quilmeta::CommandError& error) {
         raiseCommand(error, file);
     }
-    const Quilmeta::ApplyProblems problems = Quilmeta::apply(given.patch, scene.accessor());
+    Quilmeta::ApplyProblems problems;
+    scene.changeInBulk([&](const auto&... names) { return streams.count({names...}) > 0; },
+                       [&] { problems = Quilmeta::apply(given.patch, scene.accessor()); });
     if (!problems.ofPatch.empty()) raiseDocument(problems.ofPatch, given.file);
     if (!problems.empty()) raiseProblems(problems.ofScene, file);
+}
+
+void patchScene(SceneState& scene, nb::handle patch, bool isReversed) {
+    scene.demandWritable();
+    applyTo(patchOf(patch, isReversed), scene);
 }
 
 nb::object patchFile(nb::handle path, nb::handle patch, bool isReversed, bool isDryRun,
                      double wait) {
     sceneFile(path);
     const GivenPatch given = patchOf(patch, isReversed);
-    return changeFile(path, wait, isDryRun, {[&](SceneState& scene) { apply(given, scene); }});
+    return changeFile(path, wait, isDryRun, {[&](SceneState& scene) { applyTo(given, scene); }});
 }
 
 }  // namespace
 
 void definePatching(nb::module_& module) {
+    nb::borrow<nb::class_<SceneState>>(nb::type<SceneState>())
+        .def(
+            "patch", patchScene, nb::arg("patch"), nb::kw_only(), nb::arg("reverse") = false,
+            nb::sig("def patch(self, patch: " QUILMETA_PATCH ", *, reverse: bool = False) -> None"),
+            "Makes all changes of a patch in memory, or none. Parts and elements that the patch "
+            "takes away raise StaleError, all others go on; raises BufferError while arrays share "
+            "the memory of a stream to be changed. See quilmeta.patch.");
     const auto define = [&](const char* signature) {
         module.def("patch", patchFile, nb::arg("path"), nb::arg("patch"), nb::kw_only(),
                    nb::arg("reverse") = false, nb::arg("dry_run") = false, nb::arg("wait") = 10.0,

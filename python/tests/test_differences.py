@@ -107,6 +107,12 @@ def test_values_are_those_of_elements(kind: str, data: st.DataObject) -> None:
     found = qm.diff(*sides)
     ours, theirs = (side["n"]["c"]["s"][0]["x"] for side in sides)
     assert found or repr(in_a_file(ours)) == repr(in_a_file(theirs))
+    scene = sides[0]
+    for patch in (found, found.patch):
+        scene.patch(patch)
+        assert not scene.diff(sides[1])
+        scene.patch(patch, reverse=True)
+        assert scene.diff(sides[1]).to_json() == found.to_json()
     for difference in found:
         assert repr(difference.before) == repr(in_a_file(ours))
         assert repr(difference.after) == repr(in_a_file(theirs))
