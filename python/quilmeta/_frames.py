@@ -106,9 +106,14 @@ def _own(array: Any) -> Any:
     """A copy that shares nothing: for each element a value, an array, or a list of those."""
     if array.dtype != object and array.ndim == 1:
         return array.copy()
-    values = _whole_texts(array.tolist()) if array.dtype == object else \
-        [value if value.ndim == 1 else _rows(value) for value in array.copy()]
-    objects = array.copy() if array.dtype == object else numpy_or_none().empty(len(values), dtype=object)
+    if array.dtype == object:
+        texts = array.tolist()
+        values = _whole_texts(texts)
+        if values is texts:
+            return array.copy()
+    else:
+        values = [value if value.ndim == 1 else _rows(value) for value in array.copy()]
+    objects = numpy_or_none().empty(len(values), dtype=object)
     for at, value in enumerate(values):
         objects[at] = value
     return objects
@@ -124,25 +129,37 @@ def stream_of_table(
 ) -> _native.Stream:
     table = _native._ArrowTable(data)
     columns = table.columns()
-    places = _places_of(columns)
     if structure is not None and not isinstance(structure, str):
         structure = structure_of(structure)
     own = set() if structure is None or isinstance(structure, str) else set(structure)
-    chosen, numbers, found_type = _index_of(table, columns, places, own, index, index_type)
-    unused = set(_labels_without_name(table))
-    members = [(at, column) for at, column in enumerate(columns)
-               if at not in chosen and column[0] not in unused]
+    chosen, numbers, found_type = _index_of(table, columns, own, index, index_type)
+    members = _others(table, columns, chosen)
     if structure is None or isinstance(structure, str):
         title = structure or table.metadata("quilmeta.structure") or name
-        structure = _native.Structure(title, [member_of(column) for _, column in members])
+        structure = _native.Structure(title, [_member_of(columns[at]) for at in members])
     stream = _native.Stream(name, structure, found_type)
     known = _shown_names(stream.structure)
-    table.fill(stream, chosen, [(at, known.get(column[0], column[0])) for at, column in members],
-               numbers.start, numbers.step)
+    names = [known.get(columns[at][0], columns[at][0]) for at in members]
+    table.fill(stream, chosen, list(zip(members, names)), numbers.start, numbers.step)
     return stream
 
 
-def member_of(column: _Column) -> Member:
+def members_of_table(data: Any) -> tuple[list[Member], str | None]:
+    """The members that a stream of the table has, and the name of the structure if that is known."""
+    table = _native._ArrowTable(data)
+    columns = table.columns()
+    chosen, _, _ = _index_of(table, columns, set(), None, None)
+    members = [_member_of(columns[at]) for at in _others(table, columns, chosen)]
+    return members, table.metadata("quilmeta.structure")
+
+
+def _others(table: _native._ArrowTable, columns: list[_Column], chosen: list[int]) -> list[int]:
+    """The columns that hold no indices."""
+    unused = set(_labels_without_name(table))
+    return [at for at, column in enumerate(columns) if at not in chosen and column[0] not in unused]
+
+
+def _member_of(column: _Column) -> Member:
     name, _, member, shown = column
     if member is None:
         raise TypeError(f'column "{name}": no type of member is known for {shown}')
@@ -160,9 +177,10 @@ def _places_of(columns: list[_Column]) -> dict[str, int]:
 _Index = tuple[list[int], range, str]
 
 
-def _index_of(table: _native._ArrowTable, columns: list[_Column], places: dict[str, int],
-              members: set[str], index: Any, index_type: str | None) -> _Index:
+def _index_of(table: _native._ArrowTable, columns: list[_Column], members: set[str], index: Any,
+              index_type: str | None) -> _Index:
     """The columns that hold the indices, the numbers of the rows otherwise, and their type."""
+    places = _places_of(columns)
     numbers = range(len(table))
     if index is not None:
         chosen = [_place(name, places) for name in _names(index)]

@@ -42,8 +42,8 @@ def items_of(values: object) -> Iterable[tuple[str, Any]]:
 
 def structure_of(source: Any, name: str | None = None) -> _native.Structure:
     """Makes a structure of a dataclass, a NumPy structured dtype, or an Arrow schema: of anything
-    that has `__arrow_c_schema__` or `__arrow_c_stream__`. Tables of streams know the name, and
-    which columns are indices.
+    that has `__arrow_c_schema__`, or of the rows of a table, such as a frame of pandas. Tables of
+    streams know the name, and which columns are indices.
 
     `name` is that of the structure; a dataclass has one of its own. Fields of a dataclass are
     `bool`, `int` (an int64), `float` (a double), `str`, or `Annotated[..., "int8[3]"]`.
@@ -54,12 +54,17 @@ def structure_of(source: Any, name: str | None = None) -> _native.Structure:
         raise TypeError(f"a {type(source).__name__} is no structure, it has one: .structure")
     if isinstance(source, type) and dataclasses.is_dataclass(source):
         return _native.Structure(name or source.__name__, _of_dataclass(source))
+    if hasattr(source, "__arrow_c_schema__"):
+        columns, known = _native._arrow_columns(source)
+        return _native.Structure(_demand_name(name or known), _of_arrow(columns))
     if getattr(source, "names", None) is not None and hasattr(source, "fields"):
         members = [_of_dtype(member, source.fields[member][0]) for member in source.names]
         return _native.Structure(_demand_name(name), members)
-    if hasattr(source, "__arrow_c_schema__") or hasattr(source, "__arrow_c_stream__"):
-        columns, known = _native._arrow_columns(source)
-        return _native.Structure(_demand_name(name or known), _of_arrow(columns))
+    if hasattr(source, "__arrow_c_stream__") or hasattr(source, "__arrow_c_array__"):
+        from ._frames import members_of_table
+
+        members, known = members_of_table(source)
+        return _native.Structure(_demand_name(name or known), members)
     raise TypeError(f"no structure can be made of {type(source).__name__}")
 
 

@@ -124,16 +124,9 @@ nb::object textUnder(const ArrowSchema& schema, const std::string& key) {
     return textOf(key == ArrowKey::kPandas ? *found : unescapedName(*found));
 }
 
-Owned<ArrowSchema> schemaOf(nb::handle source) {
-    if (nb::hasattr(source, "__arrow_c_schema__"))
-        return Owned<ArrowSchema>(source.attr("__arrow_c_schema__")(), kSchemaCapsule);
-    const Owned<ArrowArrayStream> stream(source.attr("__arrow_c_stream__")(), kStreamCapsule);
-    return schemaOf(*stream.get());
-}
-
 /// The columns that a schema describes, and the name of their structure where it is known.
 nb::tuple columnsOfSchema(nb::handle source) {
-    const Owned<ArrowSchema> schema = schemaOf(source);
+    const Owned<ArrowSchema> schema(source.attr("__arrow_c_schema__")(), kSchemaCapsule);
     nb::list columns;
     for (const ArrowColumnType& type : columnTypesOf(*schema.get()))
         columns.append(described(type, fixedSizesOf(type)));
@@ -420,6 +413,20 @@ class IndexReader {
         if (!text) return std::nullopt;
         return fType == "string" ? Index(Data::IndexString(*text)) : indexOfType(fType, *text);
     }
+    /// What is in the row, for messages.
+    [[nodiscard]] std::string shown(std::int64_t row) const {
+        std::string text;
+        for (const ArrowColumn& column : fColumns) {
+            const nb::object value = column.visit(row, [](auto v) -> nb::object {
+                using Value = decltype(v);
+                if constexpr (std::is_same_v<Value, std::nullptr_t>) return nb::none();
+                if constexpr (std::is_same_v<Value, std::string_view>) return textOf(v);
+                if constexpr (std::is_arithmetic_v<Value>) return nb::cast(v);
+            });
+            text += std::string(text.empty() ? "" : ", ") + nb::repr(value).c_str();
+        }
+        return text;
+    }
 
   private:
     [[nodiscard]] std::optional<unsigned int> numberAt(std::size_t column, std::int64_t row) const {
@@ -456,7 +463,9 @@ std::vector<char*> ArrowTable::placesIn(StreamState& state, Data::StreamImpl& st
             const std::string place = "row " + std::to_string(rowsBefore + row) + ": ";
             throw nb::value_error((place + what).c_str());
         };
-        if (!index) refuse("there is no " + state.stream().indexType() + " index");
+        if (!index)
+            refuse("there is no " + state.stream().indexType() + " index " +
+                   (indices.empty() ? "" : reader.shown(row + batch.offset)));
         if (storage.hasElement(*index))
             refuse("the index " + shownKey(keyOf(*index)) + " is there twice");
         char* const chunk = storage.place(std::move(*index));

@@ -496,9 +496,11 @@ void defineStreams(nb::module_& module) {
         "Elements of one structure, each under an index. A name gives the "
         "column of a member, a number or a pair the element; `loc` takes any "
         "index.");
-    type.def(nb::new_([](const nb::str& name, nb::handle source, nb::handle indexType,
-                         nb::handle data, nb::handle index) {
-                 const StreamSource from{source, indexType, data, index};
+    type.def(nb::new_([](const nb::str& name, nb::handle source,
+                         const std::optional<nb::str>& indexType, nb::handle data,
+                         nb::handle index) {
+                 const nb::object typeName = indexType ? nb::object(*indexType) : nb::none();
+                 const StreamSource from{source, typeName, data, index};
                  if (from.hasRows()) return streamOfRows(name, from);
                  return std::make_shared<StreamState>(
                      newStream(structureOf(source), bytesOf(name, "the name of a stream"),

@@ -131,8 +131,9 @@ def test_any_form_of_a_column_is_taken() -> None:
     (pa.table({"a": [{"b": 1}]}), TypeError, "for struct"),
     (pa.table({"a": [[[1.0] * 3] * 4]}), TypeError, "for double"),
     (pa.table({"index": [1, 2, 1]}), ValueError, "row 2: the index 1 is there twice"),
-    (pa.table({"index": [1, -1]}), ValueError, "row 1: there is no numeric index"),
-    (pa.table({"index": ["a", None]}), ValueError, "row 1: there is no string index"),
+    (pa.table({"index": [1, -1]}), ValueError, "row 1: there is no numeric index -1"),
+    (pa.table({"index0": [1], "index1": [2**32]}), ValueError, "there is no pair index 1, 4294967296"),
+    (pa.table({"index": ["a", None]}), ValueError, "row 1: there is no string index None"),
     (pa.chunked_array([[1]]), TypeError, "no table"),
     (5, TypeError, "__arrow_c_stream__, not int"),
     (None, TypeError, "__arrow_c_stream__, not NoneType"),
@@ -307,6 +308,19 @@ def test_tables_are_taken_wherever_streams_are_made(bare: Path) -> None:
         with pytest.raises(TypeError, match="a stream or a table"):
             channel["s"] = 5
     assert list(qm.open(bare)["n"]["c"]["new"]) == ["a", "b"]
+
+
+def test_structures_of_tables_are_those_of_their_streams() -> None:
+    pandas, polars = pytest.importorskip("pandas"), pytest.importorskip("polars")
+    fields = {"x": pa.int8(), "v": pa.list_(pa.float32(), 2)}
+    wanted = qm.Structure("S", [("x", "int8"), ("v", "float", 2)])
+    assert qm.structure_of(pa.struct(fields.items()), "S") == wanted
+    table = pa.table({"index": ["a"], "x": [1], "v": [[1, 2]]}, pa.schema({"index": pa.string(), **fields}.items()))
+    for given in (table, table.to_struct_array().chunk(0), polars.DataFrame(table), table.to_reader(),
+                  table.to_pandas(types_mapper=pandas.ArrowDtype), table.to_pandas().set_index("index")):
+        assert qm.structure_of(given, "S") == wanted
+    with pytest.raises(TypeError, match="needs a name"):
+        qm.structure_of(table)
 
 
 @given(data=st.data())
