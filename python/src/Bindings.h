@@ -28,6 +28,8 @@ void defineDifferences(nb::module_& module);
 void defineMerging(nb::module_& module);
 void definePatching(nb::module_& module);
 void defineExchange(nb::module_& module);
+void defineSearching(nb::module_& module);
+void defineEditing(nb::module_& module);
 void defineArrow(nb::module_& module);
 
 }  // namespace orbo::Python

@@ -49,23 +49,10 @@ nb::object valueIn(const StreamState& stream, const Index& index, const std::str
     return valueOf(member, valuesIn(stream, index, member));
 }
 
-/// The values that are to be stored, each with its member.
-using NewValues = std::vector<std::pair<const Member*, NewValue>>;
-
 /// Gives pairs of names and values, which stay as they are while Python code runs.
 nb::object pairsOf(nb::handle given) {
     if (PyDict_CheckExact(given.ptr())) return nb::borrow<nb::dict>(given).items();
     return nb::module_::import_("quilmeta._structures").attr("items_of")(given);
-}
-
-NewValues newValuesOf(const Structure& structure, nb::handle given) {
-    const nb::object items = pairsOf(given);
-    NewValues values;
-    for (nb::handle item : items) {
-        const Member& member = memberOf(structure, bytesOf(item[0], "the name of a member"));
-        values.emplace_back(&member, NewValue(member, item[1]));
-    }
-    return values;
 }
 
 nb::object itemsOf(const ElementValue& self) {
@@ -88,6 +75,16 @@ std::string shown(const ElementValue& self) {
 }
 
 }  // namespace
+
+NewValues newValuesOf(const Structure& structure, nb::handle given) {
+    const nb::object items = pairsOf(given);
+    NewValues values;
+    for (nb::handle item : items) {
+        const Member& member = memberOf(structure, bytesOf(item[0], "the name of a member"));
+        values.emplace_back(&member, NewValue(member, item[1]));
+    }
+    return values;
+}
 
 const char* valuesIn(const StreamState& stream, const Index& index, const Member& member) {
     ConstHandle element = present(stream, index);

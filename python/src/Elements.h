@@ -9,8 +9,11 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Model.h"
+#include "Values.h"
 
 namespace orbo::Python {
 
@@ -31,6 +34,10 @@ void demandType(const StreamState& state, const Data::Index& index);
 /// Makes an element, or replaces it, by a mapping of member names, another element, or a dataclass.
 /// Members that are not named get default values.
 void setElement(StreamState& stream, const Data::Index& index, nb::handle values);
+/// The values that are to be stored, each with its member.
+using NewValues = std::vector<std::pair<const Data::Member*, NewValue>>;
+/// Takes a mapping of member names, or a dataclass. Runs Python code.
+NewValues newValuesOf(const Data::Structure& structure, nb::handle given);
 nb::dict dictOf(const StreamState& stream, const Data::Index& index);
 
 }  // namespace orbo::Python

@@ -17,5 +17,7 @@ NB_MODULE(_native, module) {
     orbo::Python::defineMerging(module);
     orbo::Python::definePatching(module);
     orbo::Python::defineExchange(module);
+    orbo::Python::defineSearching(module);
+    orbo::Python::defineEditing(module);
     orbo::Python::defineArrow(module);
 }

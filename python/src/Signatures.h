@@ -8,3 +8,4 @@
     "node: " QUILMETA_PATTERNS ", channel: " QUILMETA_PATTERNS ", stream: " QUILMETA_PATTERNS \
     ", fixed: bool = False"
 #define QUILMETA_PATCH "Differences | dict[str, typing.Any] | " QUILMETA_PATH
+#define QUILMETA_PATHS QUILMETA_PATH " | collections.abc.Iterable[" QUILMETA_PATH "]"

@@ -238,4 +238,21 @@ NewValue::~NewValue() {
 
 void NewValue::storeAt(char* values) { std::swap_ranges(fBytes.begin(), fBytes.end(), values); }
 
+void NewValue::copyTo(char* values) const {
+    if (!fIsText) {
+        std::copy(fBytes.begin(), fBytes.end(), values);
+        return;
+    }
+    for (std::size_t at = 0; at < fBytes.size(); at += sizeof(char*)) {
+        char* text = nullptr;
+        std::memcpy(&text, fBytes.data() + at, sizeof text);
+        char* const copy = text ? ::strdup(text) : nullptr;
+        if (text && !copy) throw std::bad_alloc();
+        char* old = nullptr;
+        std::memcpy(&old, values + at, sizeof old);
+        std::free(old);
+        std::memcpy(values + at, &copy, sizeof copy);
+    }
+}
+
 }  // namespace orbo::Python

@@ -43,6 +43,8 @@ class NewValue {
     /// Puts it in place of the values that lie at `values`, in a chunk with such a member. May be
     /// called once, for strings are moved.
     void storeAt(char* values);
+    /// The same with a copy, as often as one likes. Throws `std::bad_alloc` when memory runs out.
+    void copyTo(char* values) const;
 
   private:
     bool fIsText;
