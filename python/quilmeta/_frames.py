@@ -125,9 +125,13 @@ def _rows(matrix: Any) -> list[Any]:
 
 
 def stream_of_table(
-    name: str, data: Any, structure: Any = None, index: Any = None, index_type: str | None = None
+    name: str | None, data: Any, structure: Any = None, index: Any = None,
+    index_type: str | None = None
 ) -> _native.Stream:
     table = _native._ArrowTable(data)
+    name = table.metadata("quilmeta.stream") if name is None else name
+    if name is None:
+        raise TypeError("the stream needs a name, which this table does not know")
     columns = table.columns()
     if structure is not None and not isinstance(structure, str):
         structure = structure_of(structure)

@@ -51,6 +51,7 @@ constexpr const char* kStreamCapsule = "arrow_array_stream";
 /// What metadata of a table or a column is called. The values are names as `escapedName` gives
 /// them, for some packages take nothing but UTF-8.
 namespace ArrowKey {
+constexpr const char* kStream = "quilmeta.stream";
 constexpr const char* kStructure = "quilmeta.structure";
 constexpr const char* kIndexType = "quilmeta.index_type";
 /// Of a column with indices: "0", or "1" for the second number of a pair.

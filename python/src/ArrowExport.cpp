@@ -341,6 +341,7 @@ class TableMaker final : public Data::ElementVisitor {
         values.length = static_cast<std::int64_t>(fElements);
         values.buffers = {{}};
         fIndices.finish(table, values);
+        table.metadata.emplace_back(ArrowKey::kStream, escapedName(fState.stream().name()));
         table.metadata.emplace_back(ArrowKey::kStructure, escapedName(structure.name()));
         for (Column& column : fColumns) {
             const ColumnMaker& maker = *column.maker;

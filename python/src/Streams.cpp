@@ -621,28 +621,7 @@ void defineStreams(nb::module_& module) {
     defineTables(
         type, [](const StreamState& self) -> const StreamState& { return self; },
         [](const StreamState&) { return Rows::all(); });
-    for (const char* const name : {"from_arrow", "from_pandas", "from_polars"})
-        type.def_static(
-            name,
-            [](const nb::str& title, nb::handle data, nb::handle structure, nb::handle index,
-               nb::handle indexType) {
-                return nb::module_::import_("quilmeta._frames")
-                    .attr("stream_of_table")(title, data, structure, index, indexType);
-            },
-            nb::arg("name"), nb::arg("data").none(), nb::arg("structure") = nb::none(),
-            nb::arg("index") = nb::none(), nb::arg("index_type") = nb::none(),
-            nb::sig((std::string("def ") + name +
-                     "(name: str, data: typing.Any, structure: typing.Any = None, index: str | "
-                     "collections.abc.Iterable[str] | None = None, index_type: str | None = None) "
-                     "-> Stream")
-                        .c_str()),
-            "A stream of no scene with an element for each row of a table, which any package may "
-            "hand over by `__arrow_c_stream__`. Columns become members. The structure has the name "
-            "that is given, that of the stream which the table was made of, or that of this one; "
-            "a structure that is given says what the members are to be. Indices are in the columns "
-            "`index` names, or in those called \"index\", or \"index0\" and \"index1\" for pairs; "
-            "without those they are the labels of a frame of pandas, or the numbers of the rows. "
-            "`index_type` says which type of a plug-in they are.");
+    defineFromTables(type);
     module.def("_stream_of", made,
                nb::sig("def _stream_of(name: str, structure: Structure, index_type: str, "
                        "keys: list[typing.Any], rows: list[typing.Any]) -> Stream"));

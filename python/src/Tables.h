@@ -30,4 +30,7 @@ std::shared_ptr<StreamState> streamOfRows(nb::handle name, const StreamSource& s
 /// The same, with the structure and the type of indices of a stream that it replaces.
 std::shared_ptr<StreamState> streamLike(const StreamState& old, nb::handle table);
 
+/// Defines `from_arrow` and its like.
+void defineFromTables(nb::class_<StreamState>& type);
+
 }  // namespace orbo::Python

@@ -310,6 +310,18 @@ def test_tables_are_taken_wherever_streams_are_made(bare: Path) -> None:
     assert list(qm.open(bare)["n"]["c"]["new"]) == ["a", "b"]
 
 
+def test_the_name_may_come_first_or_last_or_with_the_table() -> None:
+    pandas = pytest.importorskip("pandas")
+    stream = stream_of_all("pair")
+    assert qm.Stream.from_arrow(stream.to_arrow()) == stream == qm.Stream.from_arrow(stream.to_arrow(), "s")
+    frame = pandas.DataFrame({"x": [1.5]})
+    made = qm.Stream.from_pandas(frame, name="few", structure="Few")
+    assert made == qm.Stream.from_pandas("few", frame, "Few") == qm.Stream.from_pandas(data=frame, name="few", structure="Few")
+    assert (made.name, made.structure.name) == ("few", "Few")
+    with pytest.raises(TypeError, match="the stream needs a name"):
+        qm.Stream.from_pandas(frame)
+
+
 def test_structures_of_tables_are_those_of_their_streams() -> None:
     pandas, polars = pytest.importorskip("pandas"), pytest.importorskip("polars")
     fields = {"x": pa.int8(), "v": pa.list_(pa.float32(), 2)}
