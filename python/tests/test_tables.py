@@ -310,6 +310,14 @@ def test_tables_are_taken_wherever_streams_are_made(bare: Path) -> None:
     assert list(qm.open(bare)["n"]["c"]["new"]) == ["a", "b"]
 
 
+def test_producers_may_wait_for_threads_that_run_python() -> None:
+    connection = pytest.importorskip("duckdb").connect()
+    connection.execute("set threads = 4")
+    connection.create_function("twice", lambda number: 2 * number, ["BIGINT"], "BIGINT")
+    query = connection.sql("select twice(range) as x from range(300000)")
+    assert len(qm.Stream.from_arrow("s", query)) == 300000
+
+
 def test_the_name_may_come_first_or_last_or_with_the_table() -> None:
     pandas = pytest.importorskip("pandas")
     stream = stream_of_all("pair")
