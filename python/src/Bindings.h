@@ -30,6 +30,7 @@ void definePatching(nb::module_& module);
 void defineExchange(nb::module_& module);
 void defineSearching(nb::module_& module);
 void defineEditing(nb::module_& module);
+void defineCsv();
 void defineArrow(nb::module_& module);
 
 }  // namespace orbo::Python

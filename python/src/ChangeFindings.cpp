@@ -4,10 +4,12 @@
 
 #include <data/IndexPair.h>
 
+#include <cstdio>
 #include <utility>
 
 #include "Problems.h"
 #include "json/JsonCursor.h"
+#include "process/Messages.h"
 
 namespace orbo::Python {
 
@@ -82,6 +84,21 @@ void raiseDocument(const Quilmeta::JsonProblems& problems, const std::string& fi
         findings.append(errorClass("Finding")(**fields));
     }
     const std::string text = withoutLineEnd(problems.text());
+    raiseWith("DocumentError", file.empty() ? text : file + ": " + text, findings);
+}
+
+void raiseTable(const Quilmeta::CommandError& error, const std::string& file) {
+    nb::list findings;
+    for (const std::string& message : Quilmeta::messagesIn(error.what())) {
+        unsigned long line = 0;
+        int start = 0;
+        // The other lines sum up.
+        if (std::sscanf(message.c_str(), "line %lu: %n", &line, &start) != 1) continue;
+        nb::dict fields = findingFields("document-wrong", message.substr(start), file);
+        fields["line"] = nb::int_(line);
+        findings.append(errorClass("Finding")(**fields));
+    }
+    const std::string text = withoutLineEnd(error.what());
     raiseWith("DocumentError", file.empty() ? text : file + ": " + text, findings);
 }
 

@@ -24,6 +24,8 @@ nb::object findingAt(const char* code, const std::string& message, const std::st
                                 const std::string& file);
 /// Throws a `DocumentError` with all that is wrong in a document, whose file may be "".
 [[noreturn]] void raiseDocument(const Quilmeta::JsonProblems& problems, const std::string& file);
+/// The same for what is wrong in a table, whose messages begin with "line 3: ".
+[[noreturn]] void raiseTable(const Quilmeta::CommandError& error, const std::string& file);
 /// Throws a `RefusedError` about the file that the error names, or else this one.
 [[noreturn]] void raiseCommand(const Quilmeta::CommandError& error, const std::string& file);
 

@@ -11,6 +11,7 @@
 #include "ChangeFindings.h"
 #include "Problems.h"
 #include "Scenes.h"
+#include "process/InputText.h"
 
 namespace orbo::Python {
 
@@ -53,6 +54,19 @@ GivenDocument::GivenDocument(nb::handle given, const char* what) {
                                  .c_str());
     }
     fFile = documentFile(given);
+}
+
+GivenTable::GivenTable(nb::handle given) {
+    if (PyUnicode_Check(given.ptr()) || PyBytes_Check(given.ptr())) {
+        fText = bytesOf(given, "a table");
+        if (fText.find('\n') != std::string::npos) return;
+    }
+    fFile = documentFile(given);
+    try {
+        fText = Quilmeta::inputText(fFile);
+    } catch (const Quilmeta::CommandError& error) {
+        raise("QuilError", fFile + ": " + withoutLineEnd(error.what()));
+    }
 }
 
 void GivenDocument::read(const std::function<void(Quilmeta::JsonSource& source)>& read) const {

@@ -33,4 +33,18 @@ class GivenDocument {
     std::string fText;
 };
 
+/// The table that a call is given: a text, which has a line end, or the path of a file.
+class GivenTable {
+  public:
+    /// Throws `TypeError` for anything else, and the `OSError` of a file that cannot be read.
+    explicit GivenTable(nb::handle given);
+
+    [[nodiscard]] const std::string& file() const { return fFile; }
+    [[nodiscard]] const std::string& text() const { return fText; }
+
+  private:
+    std::string fFile;
+    std::string fText;
+};
+
 }  // namespace orbo::Python

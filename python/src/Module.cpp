@@ -23,5 +23,6 @@ NB_MODULE(_native, module) {
     orbo::Python::defineExchange(module);
     orbo::Python::defineSearching(module);
     orbo::Python::defineEditing(module);
+    orbo::Python::defineCsv();
     orbo::Python::defineArrow(module);
 }
