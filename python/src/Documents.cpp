@@ -23,8 +23,8 @@ bool isJson(std::string_view text) {
 }
 
 std::string dumped(nb::handle document) {
-    const nb::object dumps = nb::module_::import_("json").attr("dumps");
-    return bytesOf(dumps(document, nb::arg("allow_nan") = false), "a document");
+    const nb::module_ documents = nb::module_::import_("quilmeta._documents");
+    return bytesOf(documents.attr("dumped")(document), "a document");
 }
 
 /// The file's name, which stands for no standard input.

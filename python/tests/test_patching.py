@@ -38,6 +38,15 @@ def test_a_patch_is_applied_as_the_command_does(
     assert qm.patch(teapot, qm.diff(teapot, teapot)) is False
 
 
+def test_a_patch_by_hand_may_have_any_bytes(changed: Path) -> None:
+    change = {"change": "set", "node": "new", "channel": "names", "stream": "all", "index": [3, 7]}
+    change |= {"member": "text", "old": "\udcff", "new": "\udcfe \U0001f600"}
+    assert qm.patch(changed, {"quilmetaPatch": 1, "changes": (change,)})
+    assert qm.open(changed)["new"]["names"]["all"][3, 7]["text"] == "\udcfe \U0001f600"
+    with pytest.raises(UnicodeEncodeError):
+        qm.patch(changed, {"quilmetaPatch": 1, "changes": [change | {"old": "\ud800"}]})
+
+
 def test_what_does_not_fit_is_told_and_nothing_is_changed(teapot: Path, changed: Path) -> None:
     found = qm.diff(teapot, changed)
     with qm.open(teapot, "r+") as scene:
