@@ -6,7 +6,7 @@ NB_MODULE(_native, module) {
     module.doc() = "What the package quilmeta has in C++; import quilmeta instead.";
 #ifdef NDEBUG
     // Users are not told of objects that others keep until the program ends, as databases do.
-    nb::set_leak_warnings(false);
+    nanobind::set_leak_warnings(false);
 #endif
     module.def("_version", [] { return QUILMETA_VERSION; });
     orbo::Python::defineStructures(module);
